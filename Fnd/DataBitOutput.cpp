@@ -1,0 +1,42 @@
+#include "Fnd/DataBitOutput.h"
+
+#include "Fnd/Exception.h"
+
+namespace Tessor::Core
+{
+
+void DataBitOutput::WriteBits(uint32_t value, unsigned count)
+{
+    if (count > 32)
+        Throw<std::invalid_argument>(TESSOR_HERE, "More than 32 bits at once");
+    while (count > 0)
+    {
+        --count;
+        pending = static_cast<uint8_t>(pending << 1 | (value >> count & 1));
+        if (++pendingBits == 8)
+        {
+            output->Write(&pending, 1);
+            pending = 0;
+            pendingBits = 0;
+        }
+    }
+}
+
+void DataBitOutput::WriteData(const uint8_t* data, size_t size)
+{
+    if (pendingBits == 0)
+    {
+        output->Write(data, size);
+        return;
+    }
+    for (size_t i = 0; i < size; ++i)
+        WriteBits(data[i], 8);
+}
+
+void DataBitOutput::Flush()
+{
+    if (pendingBits > 0)
+        WriteBits(0, 8 - pendingBits);
+}
+
+} // namespace Tessor::Core

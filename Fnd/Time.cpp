@@ -1,0 +1,47 @@
+#include "Fnd/Time.h"
+
+#include <cstdio>
+
+namespace Tessor
+{
+
+namespace
+{
+
+avTime Saturated(bool negative)
+{
+    return negative ? NoTime + 1 : std::numeric_limits<avTime>::max();
+}
+
+} // namespace
+
+avTime AddTime(avTime a, avTime b)
+{
+    if (a == NoTime || b == NoTime)
+        return NoTime;
+    avTime sum = 0;
+    if (__builtin_add_overflow(a, b, &sum) || sum == NoTime)
+        return Saturated(a < 0);
+    return sum;
+}
+
+avTime SubTime(avTime a, avTime b)
+{
+    // -NoTime does not exist, every other value has its negative
+    return b == NoTime ? NoTime : AddTime(a, -b);
+}
+
+std::string T2S(avTime time)
+{
+    if (time == NoTime)
+        return "NoTime";
+    const uint64_t us = time < 0 ? 0 - static_cast<uint64_t>(time) : static_cast<uint64_t>(time);
+    const uint64_t seconds = us / 1000000;
+    char text[48];
+    std::snprintf(text, sizeof(text), "%s%llu:%02llu:%02llu.%06llu", time < 0 ? "-" : "",
+                  static_cast<unsigned long long>(seconds / 3600), static_cast<unsigned long long>(seconds / 60 % 60),
+                  static_cast<unsigned long long>(seconds % 60), static_cast<unsigned long long>(us % 1000000));
+    return text;
+}
+
+} // namespace Tessor

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Proc/Settings/SettingsFilterCutController.h"
+#include "Proc/StreamTemplates/IStreamController.h"
+#include "Proc/StreamTemplates/IStreamCutInterval.h"
+#include "host/ICodecFactory.h"
+
+#include <boost/thread/recursive_mutex.hpp>
+#include <vector>
+
+namespace Tessor::Proc
+{
+
+/// Removes time intervals from parallel streams. One controller serves all streams of a file: a compressed video
+/// stream may only start on a key frame, and that moves the cut for all of them.
+///
+/// Threads: the cut streams may be read from different threads. Locks: seekMutex before settingsMutex; a cut stream
+/// releases its own mutex before it calls SeekToNextPosition.
+class TESSOR_API FilterCutController final : public IStreamController, public RefCountImpl
+{
+public:
+    /// Throws FilterException "Wrong settings!" for settings of another class.
+    static SP<FilterCutController> Create(const Settings& settings, SP<ICodecFactory> codecFactory);
+
+    void Initialize(const Core::Property& settings) override;
+    void Initialize(const Settings& settings) override;
+    SP<IStreamRaw> AddStream(const SP<IStreamRaw>& stream) override;
+    SP<IStreamAudio> AddStream(const SP<IStreamAudio>& stream) override;
+    SP<IStreamVideo> AddStream(const SP<IStreamVideo>& stream) override;
+    SP<IStreamSubtitle> AddStream(const SP<IStreamSubtitle>& stream) override;
+
+    /// The present intervals: they may have widened to key frames.
+    SettingsFilterCutController GetCut() const;
+
+    // ---- for the cut streams
+
+    /// One interval, and it is kept.
+    bool CutsAreAbsent() const;
+    /// The packet with its times in the result, null when it is deleted. Without any time the very packet.
+    SP<IDataPacket> CutData(const SP<IDataPacket>& packet) const;
+    /// The item with what is deleted trimmed off, null when nothing is left or it can't be trimmed.
+    template <class T>
+    SP<T> CutDataTemplate(const SP<T>& item) const;
+    avTime Source2Result(avTime t) const;
+    avTime Result2Source(avTime t) const;
+    avTime GetIntervalEndTime(avTime t) const;
+    /// Jumps over the interval at the position when it is at least 5 s long.
+    void SeekToNextPosition(avTime position);
+    /// Seeks all sources; true when a stream that starts on key frames only told where it landed, which then counts as
+    /// kept from there on.
+    bool SeekInputStreams(avTime position, bool seekAgain);
+    /// True when nothing can follow the interval that holds the position.
+    bool CheckPositionForEOF(avTime position) const;
+    /// Moves starts of kept intervals back to key frames; works once for each list of intervals.
+    void DetectNewGOPS();
+    void AddGOPPoint(avTime t);
+    void EraseStream(IStream* source);
+    /// Keeps [start, end) as well, for a group that can't be cut, and makes GOP detection run again.
+    void KeepWhole(avTime start, avTime end);
+};
+
+} // namespace Tessor::Proc

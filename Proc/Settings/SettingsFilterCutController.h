@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Fnd/Property/Property.h"
+#include "Fnd/Time.h"
+#include "Proc/Settings/Settings.h"
+
+#include <cstdint>
+#include <deque>
+
+namespace Tessor::Proc
+{
+
+/// The intervals of source time that a cut keeps and deletes. Intervals are half-open. After UpdateOptimizedList they
+/// are in order, do not overlap, and neighbours differ in state:
+///
+///     source   |--kept--|///deleted///|--kept--|
+///     result   |--kept--|--kept--|
+///
+/// Times before or after the list count to its first or last interval.
+class TESSOR_API SettingsFilterCutController final : public Settings
+{
+public:
+    inline static const std::string CLASS_ID = "SettingsFilterCutController";
+
+    struct Interval
+    {
+        avTime start = 0;
+        avTime end = 0;
+        avTime shift = NoTime; ///< carried along
+        bool deleted = false;
+
+        bool operator==(const Interval&) const = default;
+    };
+
+    /// One deleted interval from 0 to 30 days: callers add what stays.
+    SettingsFilterCutController();
+
+    const std::string& GetClassId() const override { return CLASS_ID; }
+    SettingsFilterCutController* Clone() const override { return new SettingsFilterCutController(*this); }
+    bool IsEqualTo(const Settings& other) const override;
+    bool operator==(const SettingsFilterCutController& other) const;
+
+    /// Lays an interval over the list; it wins over what it covers. An empty interval changes nothing.
+    void AddInterval(avTime start, avTime end, avTime shift, bool deleted);
+    /// Brings the list in time order, with no overlap and like neighbours merged.
+    void UpdateOptimizedList();
+
+    /// Index of the interval that holds `t`.
+    int32_t GetIntervalIndex(avTime t) const;
+    Interval GetOptInterval(size_t index) const;
+    avTime GetIntervalEndTime(avTime t) const;
+    bool IsPointDeleted(avTime t) const;
+    /// The time left after removing all deleted time before `t`; NoTime for NoTime.
+    avTime Source2Result(avTime t) const;
+    /// The source time, in a kept interval, of a result time: at a seam the start of the next kept interval, at or past
+    /// the end the end of the last one; NoTime for NoTime.
+    avTime Result2Source(avTime t) const;
+
+    std::deque<Interval> intervals;
+    int32_t streamIndex = -1; ///< carried along
+};
+
+/// The settings from a tree named CLASS_ID. Throws Core::PropertyException for a malformed one.
+TESSOR_API SettingsFilterCutController Property2SettingsCutController(const Core::Property& property);
+
+/// The tree that Property2SettingsCutController reads.
+TESSOR_API Core::Property SettingsCutController2Property(const SettingsFilterCutController& settings);
+
+} // namespace Tessor::Proc

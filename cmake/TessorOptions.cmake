@@ -1,0 +1,26 @@
+# Compiler options that every target of the project shares.
+
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # The sloppiness lets ccache work with precompiled headers.
+    set(CMAKE_CXX_COMPILER_LAUNCHER env "CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime"
+                                    ${CCACHE})
+endif()
+
+function(tessor_target_options target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror -ffp-contract=off
+                           "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        target_compile_options(${target} PRIVATE -fpch-validate-input-files-content -Wno-gnu-zero-variadic-macro-arguments)
+    else()
+        target_compile_options(${target} PRIVATE -fpch-preprocess)
+    endif()
+    if(TESSOR_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${TESSOR_SANITIZE} -fno-omit-frame-pointer
+                                                 -fno-sanitize-recover=all)
+        target_link_options(${target} PRIVATE -fsanitize=${TESSOR_SANITIZE})
+    endif()
+    if(TESSOR_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
+endfunction()

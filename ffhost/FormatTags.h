@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+/// What the host keeps in a format's tree beside the library's own tags, so that encoders and muxers know the source.
+namespace Tessor::Host::FormatTags
+{
+
+inline const std::string REORDER_DEPTH = "FFReorderDepth";     ///< int64, frames by which DTS runs ahead of PTS
+inline const std::string FIELD_ORDER = "FFFieldOrder";         ///< int64, AVFieldOrder
+inline const std::string COLOR_RANGE = "FFColorRange";         ///< int64, AVColorRange
+inline const std::string COLOR_PRIMARIES = "FFColorPrimaries"; ///< int64, AVColorPrimaries
+inline const std::string COLOR_TRANSFER = "FFColorTransfer";   ///< int64, AVColorTransferCharacteristic
+inline const std::string COLOR_SPACE = "FFColorSpace";         ///< int64, AVColorSpace
+inline const std::string CHROMA_LOCATION = "FFChromaLocation"; ///< int64, AVChromaLocation
+inline const std::string LEVEL = "FFLevel";                    ///< int64, as AVCodecParameters has it
+inline const std::string CODEC_ID = "FFCodecID";               ///< int64, AVCodecID
+/// string, why no foreign parameter sets can join the stream's header ("identifier 1 is taken"); empty or missing when
+/// they can
+inline const std::string REFUSE_RECODE = "RefuseRecode";
+
+} // namespace Tessor::Host::FormatTags

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Fnd/Time.h"
+#include "media/IFormatCodec.h"
+#include "media/MediaType.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct AVCodecParameters;
+
+namespace Tessor::Host
+{
+
+using Tags = std::vector<std::pair<std::string, std::string>>;
+
+/// A track of a file as its container describes it.
+struct TrackInfo
+{
+    int index = 0; ///< in the file
+    MediaType type = MediaType::None;
+    bool attachedPicture = false; ///< a cover, no stream of pictures
+    bool attachment = false;      ///< a font or another file inside of the file; its bytes are the extradata
+    std::string codecName;        ///< FFmpeg's name of the codec
+    SP<Conf::IFormatCodec> format; ///< our description, with extradata; null for tracks of no media type
+    std::shared_ptr<const AVCodecParameters> parameters;
+    int timeBaseNum = 1, timeBaseDen = 1000000; ///< seconds per tick of the container
+    int frameRateNum = 0, frameRateDen = 1;     ///< 0 when unknown
+    int disposition = 0;                        ///< AV_DISPOSITION_*
+    std::vector<int32_t> displayMatrix;         ///< nine values, or empty
+    Tags tags;                                  ///< language, title, ...
+};
+
+struct ChapterInfo
+{
+    avTime start = 0, end = 0; ///< counted from the file's origin
+    Tags tags;
+};
+
+/// A file as its container describes it.
+struct MediaInfo
+{
+    std::string path;
+    std::string container; ///< FFmpeg's name of the demuxer
+    avTime duration = 0;   ///< of the file, never NoTime
+    avTime origin = 0;     ///< the file's start time, which was subtracted from all times
+    long long bitRate = 0; ///< bits per second, 0 when unknown
+    Tags tags;
+    std::vector<ChapterInfo> chapters;
+    std::vector<TrackInfo> tracks;
+};
+
+} // namespace Tessor::Host

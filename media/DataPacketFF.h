@@ -1,0 +1,63 @@
+#pragma once
+
+#include "media/IDataPacket.h"
+#include "media/MediaType.h"
+
+#include <optional>
+#include <vector>
+
+namespace Tessor::Proc
+{
+
+/// A new AVPacket with a payload of that size, or null. The caller owns it.
+TESSOR_API AVPacket* CreatePacket(size_t size);
+
+/// A packet over FFmpeg's record, which is also its own blob.
+class TESSOR_API DataPacketFF final : public IDataPacket, public IBlob, public RefCountImpl
+{
+public:
+    /// Takes the record over; the times are in microseconds.
+    static SP<DataPacketFF> Create(AVPacket* packet, MediaType type, long long pts, long long dts, long long duration);
+    ~DataPacketFF() override;
+
+    avTime GetDuration() const override;
+    void SetDuration(avTime duration) override;
+    avTime GetPTS() const override;
+    void SetPTS(avTime pts) override;
+    void TrimStart(avTime amount) override;
+    size_t GetMemorySize() const override;
+    void TrimEnd(avTime amount) override;
+
+    avTime GetDTS() const override;
+    void SetDTS(avTime dts) override;
+    avTime GetPosition() const override;
+    bool IsKeyFrame() const override;
+    int GetSize() const override;
+    SP<IDataPacket> Clone() const override;
+    SP<const IBlob> GetBlob() const override;
+    AVPacket* GetAVPacket() const override { return packet; }
+    void SetPosition(avTime position) override;
+    const uint8_t* GetData() const override;
+
+    const uint8_t* Data() const override;
+    uint8_t* Data() override;
+    size_t Size() const override;
+
+    MediaType GetMediaType() const { return type; }
+
+    /// Packets that a decoder must be given first to decode this one and those that follow: the group before an open
+    /// group of pictures. Empty for all others. Clones share it.
+    using LeadIn = std::vector<SP<IDataPacket>>;
+    const LeadIn& GetLeadIn() const { return leadIn; }
+    void SetLeadIn(LeadIn packets) { leadIn = std::move(packets); }
+
+private:
+    DataPacketFF(AVPacket* packet, MediaType type);
+
+    AVPacket* const packet;
+    const MediaType type;
+    std::optional<avTime> position; // set when the order in the stream is not that of PTS or DTS
+    LeadIn leadIn;                  // set by a source on the key packet of an open group
+};
+
+} // namespace Tessor::Proc

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "media/AudioRef.h"
+#include "media/IData.h"
+#include "media/SampleInfo.h"
+
+namespace Tessor::Proc
+{
+
+/// A block of decoded samples in one contiguous buffer.
+class TESSOR_API IDataAudio : public virtual IDataMedia
+{
+public:
+    virtual int GetSampleRate() const = 0;
+    /// Samples per channel.
+    virtual int GetSampleCount() const = 0;
+    virtual Conf::SampleInfo GetSampleInfo() const = 0;
+    /// 0: new times over the shared samples; 1 and 2: a deep copy.
+    virtual SP<IDataAudio> Clone(int mode) const = 0;
+    virtual AudioRef GetAudioRef() = 0;
+    virtual void FillSilence() = 0;
+};
+
+} // namespace Tessor::Proc

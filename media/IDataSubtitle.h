@@ -1,0 +1,19 @@
+#pragma once
+
+#include "media/IData.h"
+
+struct AVSubtitle;
+
+namespace Tessor::Proc
+{
+
+/// A decoded subtitle.
+class TESSOR_API IDataSubtitle : public virtual IData
+{
+public:
+    virtual SP<IDataSubtitle> Clone(int mode) const = 0;
+    /// The record, a deep copy of the item's own, valid as long as the item.
+    virtual const AVSubtitle& GetAVSubtitle() const = 0;
+};
+
+} // namespace Tessor::Proc

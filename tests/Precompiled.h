@@ -1,0 +1,3 @@
+#include "cmake/Precompiled.h"
+
+#include <gtest/gtest.h>
