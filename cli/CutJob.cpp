@@ -1,0 +1,218 @@
+#include "cli/CutJob.h"
+
+#include "cli/Interrupt.h"
+#include "cli/UserError.h"
+#include "ffhost/FormatTags.h"
+#include "media/IFormatCodecVideo.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fmt/format.h>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+const char* KindName(const Host::TrackInfo& info)
+{
+    switch (info.type)
+    {
+    case MediaType::Video:
+        return info.attachedPicture ? "cover" : "video";
+    case MediaType::Audio:
+        return "audio";
+    case MediaType::Subtitle:
+        return "subtitle";
+    default:
+        return "attachment";
+    }
+}
+
+avTime TimeOf(const Proc::IDataPacket& packet)
+{
+    return packet.GetDTS() != NoTime ? packet.GetDTS() : packet.GetPTS();
+}
+
+} // namespace
+
+std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
+{
+    std::vector<Range> ranges;
+    for (const auto& interval : cut.intervals)
+    {
+        if (!interval.deleted && interval.start < duration)
+            ranges.push_back({interval.start, std::min(interval.end, duration)});
+    }
+    return ranges;
+}
+
+CutJob::CutJob(CutSession& session, const std::string& output)
+    : session(session), muxer(Host::Muxer::Create(output)), warnings(session.GetWarnings())
+{
+    AddTracks();
+    CarryMetadata();
+    muxer->Open();
+}
+
+void CutJob::AddTracks()
+{
+    for (CutTrack& track : session.GetTracks())
+    {
+        const Host::TrackInfo& info = session.GetInfo().tracks[track.index];
+        if (!muxer->CanCarry(info))
+        {
+            warnings.push_back(fmt::format("track {} ({}, {}) is left out: the output's container can't carry it",
+                                           track.index, KindName(info), info.codecName));
+            continue;
+        }
+        const SP<Conf::IFormatCodec> format = track.stream ? track.stream->GetFormatCodec() : info.format;
+        outputs.push_back(
+            {&track, muxer->AddTrack(info, format, !track.stream), NoTime, !track.stream, {}, MakeReport(track)});
+    }
+    const bool any =
+        std::any_of(outputs.begin(), outputs.end(), [](const Output& o) { return o.track->stream != nullptr; });
+    if (!any)
+        throw UserError(ExitCode::Failed,
+                        session.GetInfo().path + ": the output's container can carry none of the tracks");
+}
+
+TrackReport CutJob::MakeReport(const CutTrack& track) const
+{
+    const Host::TrackInfo& info = session.GetInfo().tracks[track.index];
+    TrackReport report;
+    report.index = track.index;
+    report.kind = KindName(info);
+    report.codec = info.codecName;
+    report.cutAnywhere = track.cutAnywhere;
+    return report;
+}
+
+void CutJob::CarryMetadata()
+{
+    const Proc::SettingsFilterCutController cut = session.GetCut();
+    muxer->SetTags(session.GetInfo().tags);
+    std::vector<Host::ChapterInfo> chapters;
+    for (Host::ChapterInfo chapter : session.GetInfo().chapters)
+    {
+        chapter.start = cut.Source2Result(chapter.start);
+        chapter.end = cut.Source2Result(std::min(chapter.end, session.GetInfo().duration));
+        if (chapter.start < chapter.end)
+            chapters.push_back(chapter);
+    }
+    muxer->SetChapters(chapters);
+}
+
+CutReport CutJob::Run(Progress& progress)
+{
+    const auto start = std::chrono::steady_clock::now();
+    Pump(progress);
+    muxer->Finish();
+    CollectStatistics();
+
+    CutReport report;
+    const avTime duration = session.GetInfo().duration;
+    report.intervals = GetKeptRanges(session.GetCut(), duration);
+    report.resultDuration = session.GetCut().Source2Result(duration);
+    for (Output& output : outputs)
+        report.tracks.push_back(output.report);
+    for (const std::string& loss : muxer->GetLosses())
+        warnings.push_back(loss);
+    if (const long long damaged = session.GetDemuxer().GetDamagedCount())
+        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, session.GetInfo().path));
+    report.warnings = warnings;
+    report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return report;
+}
+
+void CutJob::Pump(Progress& progress)
+{
+    for (Output& output : outputs)
+    {
+        if (output.track->stream)
+            output.track->stream->RequestSeek(0, nullptr);
+    }
+    for (Output& output : outputs)
+    {
+        if (output.track->stream)
+            output.track->stream->DoSeek();
+    }
+    const double whole = Seconds(std::max<avTime>(session.GetCut().Source2Result(session.GetInfo().duration), 1));
+    avTime reached = 0;
+    while (Output* output = Earliest())
+    {
+        ThrowIfInterrupted();
+        WriteNext(*output);
+        WriteSparse();
+        if (output->lastTime != NoTime)
+            reached = std::max(reached, output->lastTime);
+        progress.Tell(Seconds(reached) / whole, Seconds(reached));
+    }
+    WriteSparse();
+    progress.Finish(whole);
+}
+
+CutJob::Output* CutJob::Earliest()
+{
+    Output* earliest = nullptr;
+    for (Output& output : outputs)
+    {
+        // NoTime is below every time: a track that has delivered nothing yet comes first
+        if (!output.ended && (!earliest || output.lastTime < earliest->lastTime))
+            earliest = &output;
+    }
+    return earliest;
+}
+
+void CutJob::WriteNext(Output& output)
+{
+    const SP<Proc::IDataPacket> packet = output.track->stream->Read();
+    if (!packet)
+    {
+        output.ended = true;
+        muxer->EndTrack(output.number);
+        return;
+    }
+    ++output.report.copiedPackets;
+    output.lastTime = std::max(output.lastTime, TimeOf(*packet));
+    muxer->Write(output.number, packet);
+}
+
+void CutJob::WriteSparse()
+{
+    for (Output& output : outputs)
+    {
+        if (output.track->stream)
+            continue;
+        for (const SP<Proc::IDataPacket>& packet : session.GetDemuxer().TakeSparse(output.track->index))
+        {
+            const bool cover = session.GetInfo().tracks[output.track->index].attachedPicture;
+            const auto placed =
+                cover ? std::vector<SP<Proc::IDataPacket>>{packet} : output.sparse.Push(packet, session.GetCut());
+            for (const SP<Proc::IDataPacket>& piece : placed)
+            {
+                ++output.report.copiedPackets;
+                muxer->Write(output.number, piece);
+            }
+        }
+    }
+}
+
+void CutJob::CollectStatistics()
+{
+    for (Output& output : outputs)
+    {
+        if (!output.track->stream)
+            continue;
+        const Core::Property statistics = output.track->stream->GetStatistic();
+        for (const Core::Property& record : statistics)
+        {
+            if (record.ChildExists("Recoded pakets"))
+                output.report.recodedPackets = record["Recoded pakets"].GetInt64();
+        }
+        output.report.copiedPackets -= output.report.recodedPackets;
+    }
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "cli/CutSession.h"
+#include "cli/Progress.h"
+#include "cli/SparseTrack.h"
+#include "ffhost/io/Muxer.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// What a cut did to a track.
+struct TrackReport
+{
+    int index = 0;
+    std::string kind, codec;
+    long long copiedPackets = 0;
+    long long recodedPackets = 0;
+    double recodeSeconds = 0; ///< media time that was re-encoded
+    std::string encoder;      ///< empty when nothing was re-encoded
+    bool cutAnywhere = true;
+};
+
+struct CutReport
+{
+    std::vector<Range> intervals; ///< as really kept, source time
+    avTime resultDuration = 0;
+    std::vector<TrackReport> tracks;
+    std::vector<std::string> warnings;
+    double wallSeconds = 0;
+};
+
+/// The kept intervals of a cut, those that reach the end closed at the duration.
+std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration);
+
+/// Pulls a session's streams and writes them to a file.
+class CutJob
+{
+public:
+    CutJob(CutSession& session, const std::string& output);
+    CutReport Run(Progress& progress);
+
+private:
+    struct Output
+    {
+        CutTrack* track;
+        int number;               // under which the muxer knows it
+        avTime lastTime = NoTime; // decoding time of the last packet written
+        bool ended = false;
+        SparseTrack sparse; // for tracks that are not streams
+        TrackReport report;
+    };
+
+    void AddTracks();
+    TrackReport MakeReport(const CutTrack& track) const;
+    void CarryMetadata();
+    void Pump(Progress& progress);
+    Output* Earliest();
+    void WriteNext(Output& output);
+    void WriteSparse();
+    void CollectStatistics();
+
+    CutSession& session;
+    std::unique_ptr<Host::Muxer> muxer;
+    std::vector<Output> outputs;
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Cli

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Proc/Filters/Filters/FilterCutController.h"
+#include "cli/Times.h"
+#include "ffhost/io/Demuxer.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// What a person asked to keep or to remove; exactly one of the two is not empty.
+struct CutRequest
+{
+    std::string input;
+    std::vector<std::string> keep;
+    std::vector<std::string> remove;
+};
+
+/// A track that is cut.
+struct CutTrack
+{
+    int index = 0; ///< in the file
+    SP<Proc::IStreamRaw> source;
+    SP<Proc::IStreamRaw> stream; ///< the cut one; null for sparse tracks, which are mapped by the intervals
+    bool cutAnywhere = true;     ///< cuts are exact; otherwise they fall to key frames
+};
+
+/// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
+/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost.
+class CutSession
+{
+public:
+    /// Throws UserError for a request that is not understood or leaves nothing.
+    explicit CutSession(const CutRequest& request);
+
+    Host::Demuxer& GetDemuxer() { return *demuxer; }
+    const Host::MediaInfo& GetInfo() const { return demuxer->GetInfo(); }
+    std::vector<CutTrack>& GetTracks() { return tracks; }
+    /// The first video track, null when there is none.
+    CutTrack* GetVideo();
+    /// The intervals as they stand now; during the cut they may only widen.
+    Proc::SettingsFilterCutController GetCut() const { return controller->GetCut(); }
+    /// The ranges asked for, in source time.
+    const std::vector<Range>& GetRequested() const { return requested; }
+    const std::vector<std::string>& GetWarnings() const { return warnings; }
+
+private:
+    void SelectTracks();
+    TimeContext MakeTimeContext();
+    std::vector<Range> ReadRequest(const CutRequest& request);
+    std::vector<Range> SnapToPictures(std::vector<Range> ranges);
+    void JoinToController();
+    void AlignToGroups();
+    void Apply(const std::vector<Range>& ranges);
+
+    SP<Host::Demuxer> demuxer;
+    SP<Proc::FilterCutController> controller; // null until the request is read
+    std::vector<CutTrack> tracks;             // video first
+    std::vector<Range> requested;
+    std::vector<Range> ranges; // what is asked of the controller: the request, brought to pictures and groups
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Cli

@@ -1,0 +1,247 @@
+#include "cli/CutJob.h"
+#include "cli/CutPlan.h"
+#include "cli/OutputFile.h"
+#include "cli/PropertyJson.h"
+#include "cli/UserError.h"
+#include "cli/Verb.h"
+#include "cli/Verify.h"
+
+#include <cmath>
+#include <fmt/format.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr int schema_version = 1;
+
+Json RangesToJson(const std::vector<Range>& ranges)
+{
+    Json json = Json::array();
+    for (const Range& range : ranges)
+        json.push_back({Seconds(range.start), Seconds(range.end)});
+    return json;
+}
+
+Json TrackToJson(const TrackReport& track)
+{
+    return {{"index", track.index},
+            {"kind", track.kind},
+            {"codec", track.codec},
+            {"copied_packets", track.copiedPackets},
+            {"recoded_packets", track.recodedPackets},
+            {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
+            {"recode_seconds", track.recodeSeconds},
+            {"cut_anywhere", track.cutAnywhere}};
+}
+
+Json VerdictToJson(const VerifyReport& report)
+{
+    return {{"good", report.IsGood()},
+            {"faults", report.faults},
+            {"expected_pictures", report.expectedPictures},
+            {"output_pictures", report.outputPictures},
+            {"identical_pictures", report.identicalPictures},
+            {"lowest_psnr", std::isinf(report.lowestRatio) ? Json(nullptr) : Json(report.lowestRatio)},
+            {"worst_time_error_ms", report.worstTimeErrorMs},
+            {"video_packets", report.packets},
+            {"identical_video_packets", report.identicalPackets}};
+}
+
+Json PlanToJson(const std::vector<GroupPlan>& plan)
+{
+    Json json = Json::array();
+    for (const GroupPlan& row : plan)
+        json.push_back({{"start", Seconds(row.group.start)},
+                        {"end", Seconds(row.group.end)},
+                        {"pictures", row.group.pictures},
+                        {"bytes", row.group.bytes},
+                        {"open", row.group.IsOpen()},
+                        {"action", ActionName(row.action)},
+                        {"reason", row.reason}});
+    return json;
+}
+
+void PrintRanges(const std::vector<Range>& ranges)
+{
+    avTime result = 0;
+    for (const Range& range : ranges)
+    {
+        fmt::print("  kept {} to {}, in the result from {}\n", T2S(range.start), T2S(range.end), T2S(result));
+        result += range.end - range.start;
+    }
+}
+
+void PrintTracks(const CutReport& report)
+{
+    for (const TrackReport& track : report.tracks)
+    {
+        const long long packets = track.copiedPackets + track.recodedPackets;
+        fmt::print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec, track.copiedPackets);
+        if (track.recodedPackets > 0)
+            fmt::print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
+                       100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(packets),
+                       track.recodeSeconds);
+        fmt::print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames");
+    }
+}
+
+void PrintVerdict(const VerifyReport& report)
+{
+    fmt::print("  verified: {} of {} pictures, {} of them identical", report.outputPictures, report.expectedPictures,
+               report.identicalPictures);
+    if (!std::isinf(report.lowestRatio))
+        fmt::print(", the others at {:.1f} dB or better", report.lowestRatio);
+    fmt::print("; {} of {} video packets are the source's: {}\n", report.identicalPackets, report.packets,
+               report.IsGood() ? "good" : "NOT good");
+    for (const std::string& fault : report.faults)
+        fmt::print("  fault: {}\n", fault);
+}
+
+class CutVerb final : public Verb
+{
+public:
+    std::string GetName() const override { return "cut"; }
+    std::string GetSummary() const override { return "take time out of a file without loss, exactly"; }
+    OptionTable GetOptions() override
+    {
+        return {
+            {"IN", "", "the file to cut", &request.input, {}, true, true},
+            {"OUT", "", "the file to write; its name tells the container", &output, {}, true},
+            {"--keep", "A-B[,C-D]", "ranges to keep; may be given several times", &request.keep},
+            {"--remove", "A-B[,C-D]", "ranges to remove", &request.remove},
+            {"--plan", "",
+             "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing",
+             &planOnly},
+            {"--verify", "", "decode the result and hold it against the source; exit status 4 when it is not good",
+             &verify},
+            {"-y,--overwrite", "", "overwrite the output", &overwrite},
+        };
+    }
+
+    ExitCode Run(const CommonOptions& common) override
+    {
+        if (planOnly)
+            return Plan(common);
+        if (output.empty())
+            throw UserError(ExitCode::Usage, "OUT is missing");
+        CheckOutput(output, {request.input}, overwrite);
+        return Cut(common);
+    }
+
+private:
+    ExitCode Plan(const CommonOptions& common)
+    {
+        CutSession session(request);
+        const std::vector<GroupPlan> plan = MakePlan(session);
+        const std::vector<Range> kept = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
+        if (common.json)
+        {
+            const Json json = {{"schema_version", schema_version},
+                               {"input", request.input},
+                               {"intervals", RangesToJson(kept)},
+                               {"groups", PlanToJson(plan)}};
+            std::cout << json.dump(2) << "\n";
+        }
+        else if (!common.quiet)
+        {
+            PrintRanges(kept);
+            for (const GroupPlan& row : plan)
+                fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
+                           row.group.pictures, ActionName(row.action), row.reason);
+        }
+        Warn(session.GetWarnings(), common);
+        return ExitCode::Done;
+    }
+
+    ExitCode Cut(const CommonOptions& common)
+    {
+        CutSession session(request);
+        Progress progress(common, "cut");
+        CutJob job(session, output);
+        const CutReport report = job.Run(progress);
+        std::optional<VerifyReport> verdict;
+        if (verify)
+            verdict = Verify(request.input, output, report.intervals);
+        if (common.json)
+            PrintJson(report, verdict, session, common);
+        else if (!common.quiet)
+            PrintText(report, verdict, session, common);
+        Warn(report.warnings, common);
+        if (verdict && !verdict->IsGood())
+            throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
+        return ExitCode::Done;
+    }
+
+    void PrintJson(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
+                   const CommonOptions& common) const
+    {
+        Json json = {{"schema_version", schema_version}, {"input", request.input}, {"output", output}};
+        json["intervals"] = RangesToJson(report.intervals);
+        json["result_duration"] = Seconds(report.resultDuration);
+        json["tracks"] = Json::array();
+        for (const TrackReport& track : report.tracks)
+            json["tracks"].push_back(TrackToJson(track));
+        json["warnings"] = report.warnings;
+        json["wall_seconds"] = report.wallSeconds;
+        if (verdict)
+            json["verify"] = VerdictToJson(*verdict);
+        if (common.verbose)
+            json["statistics"] = Statistics(session);
+        std::cout << json.dump(2) << "\n";
+    }
+
+    void PrintText(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
+                   const CommonOptions& common) const
+    {
+        fmt::print("{}: {} of {} in {:.2f} s\n", output, T2S(report.resultDuration), T2S(session.GetInfo().duration),
+                   report.wallSeconds);
+        PrintRanges(report.intervals);
+        PrintTracks(report);
+        if (verdict)
+            PrintVerdict(*verdict);
+        if (common.verbose)
+            std::cout << Statistics(session).dump(2) << "\n";
+    }
+
+    static Json Statistics(CutSession& session)
+    {
+        Json json = Json::array();
+        for (const CutTrack& track : session.GetTracks())
+        {
+            if (track.stream)
+                json.push_back({{"track", track.index}, {"filters", PropertyToJson(track.stream->GetStatistic())}});
+        }
+        return json;
+    }
+
+    static void Warn(const std::vector<std::string>& warnings, const CommonOptions& common)
+    {
+        if (common.json || common.quiet)
+            return;
+        for (const std::string& warning : warnings)
+            fmt::print(stderr, "tessor: warning: {}\n", warning);
+    }
+
+    CutRequest request;
+    std::string output;
+    bool planOnly = false;
+    bool verify = false;
+    bool overwrite = false;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> MakeCutVerb()
+{
+    return std::make_unique<CutVerb>();
+}
+
+} // namespace Tessor::Cli

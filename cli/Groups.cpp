@@ -1,0 +1,114 @@
+#include "cli/Groups.h"
+
+#include "cli/Interrupt.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+void Seek(Proc::IStreamRaw& stream, avTime time)
+{
+    stream.RequestSeek(time, nullptr);
+    stream.DoSeek();
+}
+
+/// Calls back for each packet from a time on, until the callback says false or the stream ends.
+template <class Callback>
+void ForEachPacket(Proc::IStreamRaw& stream, avTime from, Callback callback)
+{
+    Seek(stream, from);
+    while (const SP<Proc::IDataPacket> packet = stream.Read())
+    {
+        ThrowIfInterrupted();
+        if (!callback(*packet))
+            return;
+    }
+}
+
+} // namespace
+
+std::vector<Group> ScanGroups(Proc::IStreamRaw& stream)
+{
+    std::vector<Group> groups;
+    avTime lastPts = NoTime;
+    ForEachPacket(stream, 0,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      if (groups.empty() || packet.IsKeyFrame())
+                      {
+                          if (!groups.empty())
+                              groups.back().end = packet.GetPosition();
+                          groups.push_back({packet.GetPosition(), packet.GetPTS(), NoTime});
+                          lastPts = NoTime;
+                      }
+                      Group& group = groups.back();
+                      ++group.pictures;
+                      group.bytes += packet.GetSize();
+                      group.reordered |= lastPts != NoTime && packet.GetPTS() < lastPts;
+                      lastPts = packet.GetPTS();
+                      group.end = std::max(group.end, AddTime(packet.GetPTS(), packet.GetDuration()));
+                      return true;
+                  });
+    return groups;
+}
+
+std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream)
+{
+    std::vector<avTime> times;
+    ForEachPacket(stream, 0,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      if (packet.GetPTS() != NoTime)
+                          times.push_back(packet.GetPTS());
+                      return true;
+                  });
+    std::sort(times.begin(), times.end());
+    return times;
+}
+
+avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
+{
+    Seek(stream, time);
+    const SP<Proc::IDataPacket> packet = stream.Read();
+    return packet ? packet->GetPTS() : NoTime;
+}
+
+avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
+{
+    avTime seam = NoTime;
+    bool entered = false;
+    // the group that ends at the seam has to be read as well: a group that is entered tells its key picture only
+    ForEachPacket(stream, time - 1,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      if (entered && packet.IsKeyFrame() && packet.GetPosition() >= time)
+                          seam = packet.GetPosition();
+                      entered = true;
+                      return seam == NoTime;
+                  });
+    return seam;
+}
+
+avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance)
+{
+    avTime nearest = NoTime;
+    ForEachPacket(stream, time,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      const avTime pts = packet.GetPTS();
+                      if (pts == NoTime)
+                          return true;
+                      if (nearest == NoTime || std::llabs(pts - time) < std::llabs(nearest - time))
+                          nearest = pts;
+                      // behind the time in decoding order, and not for its reordering alone
+                      return packet.GetDTS() == NoTime || packet.GetDTS() <= time + tolerance;
+                  });
+    return nearest != NoTime && std::llabs(nearest - time) <= tolerance ? nearest : time;
+}
+
+} // namespace Tessor::Cli

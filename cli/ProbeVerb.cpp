@@ -1,0 +1,230 @@
+#include "Proc/Filters/Filters/FilterCutController.h"
+#include "cli/CodecHeaders.h"
+#include "cli/Groups.h"
+#include "cli/Times.h"
+#include "cli/Verb.h"
+#include "ffhost/FormatTags.h"
+#include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/io/Demuxer.h"
+#include "media/IFormatCodecAudio.h"
+#include "media/IFormatCodecVideo.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr int schema_version = 1;
+
+const char* KindName(MediaType type)
+{
+    switch (type)
+    {
+    case MediaType::Video:
+        return "video";
+    case MediaType::Audio:
+        return "audio";
+    case MediaType::Subtitle:
+        return "subtitle";
+    case MediaType::None:
+        break;
+    }
+    return "other";
+}
+
+Json TagsToJson(const Host::Tags& tags)
+{
+    Json json = Json::object();
+    for (const auto& [name, value] : tags)
+        json[name] = value;
+    return json;
+}
+
+void AddVideo(Json& json, const Conf::IFormatCodecVideo& format)
+{
+    const Conf::FrameInfo frame = format.GetFrameInfo();
+    json["width"] = frame.width;
+    json["height"] = frame.height;
+    json["sample_aspect"] = fmt::format("{}:{}", frame.aspectNum, frame.aspectDen);
+    const std::string& fps = Conf::IFormatCodecVideo::TAG_FPS;
+    if (format.GetProperties().ChildExists(fps))
+    {
+        const Core::Property::Ratio rate = format.GetProperties()[fps].GetRatio();
+        json["frame_rate"] = fmt::format("{}/{}", rate.numerator(), rate.denominator());
+    }
+}
+
+void AddAudio(Json& json, const Conf::IFormatCodecAudio& format)
+{
+    json["sample_rate"] = format.GetSampleInfo().GetSampleRate();
+    json["channels"] = format.GetSampleInfo().GetChannelCount();
+}
+
+/// Whether cuts of a video track can fall anywhere, as the cut stream itself finds out.
+bool CanCutAnywhere(const SP<Proc::IStreamRaw>& stream)
+{
+    const auto controller =
+        Proc::FilterCutController::Create(Proc::SettingsFilterCutController(), Host::CodecFactory::Create());
+    const SP<Proc::IStreamRaw> cut = controller->AddStream(stream);
+    return cut->GetFormatCodec()->GetProperties()[Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE].GetBool();
+}
+
+std::string WhyNot(const Conf::IFormatCodec& format, const std::vector<Group>& groups)
+{
+    const std::string& refusal = Host::FormatTags::REFUSE_RECODE;
+    if (format.GetProperties().ChildExists(refusal) && !format.GetProperties()[refusal].GetString().empty())
+        return format.GetProperties()[refusal].GetString();
+    if (std::any_of(groups.begin(), groups.end(), [](const Group& group) { return group.IsOpen(); }))
+        return "open groups of pictures";
+    return "no encoder writes packets that fit the stream";
+}
+
+Json GroupsToJson(const std::vector<Group>& groups)
+{
+    long long pictures = 0, longest = 0, open = 0;
+    for (const Group& group : groups)
+    {
+        pictures += group.pictures;
+        longest = std::max(longest, group.pictures);
+        open += group.IsOpen();
+    }
+    Json list = Json::array();
+    for (const Group& group : groups)
+        list.push_back({{"start", Seconds(group.start)},
+                        {"end", Seconds(group.end)},
+                        {"pictures", group.pictures},
+                        {"bytes", group.bytes},
+                        {"open", group.IsOpen()},
+                        {"reordered", group.reordered}});
+    return {{"count", groups.size()}, {"pictures", pictures}, {"longest", longest}, {"open", open}, {"list", list}};
+}
+
+class ProbeVerb final : public Verb
+{
+public:
+    std::string GetName() const override { return "probe"; }
+    std::string GetSummary() const override
+    {
+        return "tell a file's tracks, codec headers, groups of pictures, and how it can be cut";
+    }
+    OptionTable GetOptions() override { return {{"IN", "", "the file to examine", &input, {}, true, true}}; }
+
+    ExitCode Run(const CommonOptions& common) override
+    {
+        const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(input);
+        const Json json = Describe(*demuxer);
+        if (common.json)
+            std::cout << json.dump(2) << "\n";
+        else if (!common.quiet)
+            Print(json);
+        return ExitCode::Done;
+    }
+
+private:
+    Json Describe(Host::Demuxer& demuxer) const
+    {
+        const Host::MediaInfo& info = demuxer.GetInfo();
+        Json json = {{"schema_version", schema_version},
+                     {"input", input},
+                     {"container", info.container},
+                     {"duration", Seconds(info.duration)},
+                     {"start_time", Seconds(info.origin)},
+                     {"bit_rate", info.bitRate},
+                     {"tags", TagsToJson(info.tags)},
+                     {"chapters", Json::array()},
+                     {"tracks", Json::array()}};
+        for (const Host::ChapterInfo& chapter : info.chapters)
+            json["chapters"].push_back(
+                {{"start", Seconds(chapter.start)}, {"end", Seconds(chapter.end)}, {"tags", TagsToJson(chapter.tags)}});
+        for (const Host::TrackInfo& track : info.tracks)
+            json["tracks"].push_back(DescribeTrack(demuxer, track));
+        return json;
+    }
+
+    static Json DescribeTrack(Host::Demuxer& demuxer, const Host::TrackInfo& track)
+    {
+        Json json = {{"index", track.index},
+                     {"kind", track.attachment        ? "attachment"
+                              : track.attachedPicture ? "cover"
+                                                      : KindName(track.type)},
+                     {"codec", track.codecName},
+                     {"tags", TagsToJson(track.tags)}};
+        if (!track.format)
+            return json;
+        if (const auto* video = dynamic_cast<const Conf::IFormatCodecVideo*>(track.format.get()))
+            AddVideo(json, *video);
+        if (const auto* audio = dynamic_cast<const Conf::IFormatCodecAudio*>(track.format.get()))
+            AddAudio(json, *audio);
+        const Json header = DescribeHeader(*track.format);
+        if (!header.is_null())
+            json["header"] = header;
+        if (track.type == MediaType::Video && !track.attachedPicture)
+            DescribeCutting(json, demuxer, track);
+        return json;
+    }
+
+    static void DescribeCutting(Json& json, Host::Demuxer& demuxer, const Host::TrackInfo& track)
+    {
+        const SP<Proc::IStreamRaw> stream = demuxer.GetStream(track.index);
+        const bool anywhere = CanCutAnywhere(stream);
+        const std::vector<Group> groups = ScanGroups(*stream);
+        json["cut_anywhere"] = anywhere;
+        if (!anywhere)
+            json["cut_at_key_frames_because"] = WhyNot(*track.format, groups);
+        json["groups"] = GroupsToJson(groups);
+    }
+
+    static void Print(const Json& json)
+    {
+        fmt::print("{}: {}, {:.3f} s\n", json["input"].get<std::string>(), json["container"].get<std::string>(),
+                   json["duration"].get<double>());
+        for (const Json& chapter : json["chapters"])
+            fmt::print("  chapter {:.3f} to {:.3f} s  {}\n", chapter["start"].get<double>(),
+                       chapter["end"].get<double>(), chapter["tags"].value("title", ""));
+        for (const Json& track : json["tracks"])
+            PrintTrack(track);
+    }
+
+    static void PrintTrack(const Json& track)
+    {
+        fmt::print("  track {}: {} ({})", track["index"].get<int>(), track["kind"].get<std::string>(),
+                   track["codec"].get<std::string>());
+        if (track.contains("width"))
+            fmt::print(", {}x{}, pixels {}, {} pictures a second", track["width"].get<int>(),
+                       track["height"].get<int>(), track["sample_aspect"].get<std::string>(),
+                       track.value("frame_rate", "?"));
+        if (track.contains("sample_rate"))
+            fmt::print(", {} Hz, {} channels", track["sample_rate"].get<int>(), track["channels"].get<int>());
+        fmt::print("\n");
+        if (track.contains("header"))
+            fmt::print("    header: {}\n", track["header"].dump());
+        if (!track.contains("groups"))
+            return;
+        const Json& groups = track["groups"];
+        fmt::print("    {} pictures in {} groups, the longest {}, {} open\n", groups["pictures"].get<long long>(),
+                   groups["count"].get<size_t>(), groups["longest"].get<long long>(), groups["open"].get<long long>());
+        if (track["cut_anywhere"].get<bool>())
+            fmt::print("    can be cut at any picture: the groups that a cut runs through are re-encoded\n");
+        else
+            fmt::print("    can be cut at key frames: {}\n", track["cut_at_key_frames_because"].get<std::string>());
+    }
+
+    std::string input;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> MakeProbeVerb()
+{
+    return std::make_unique<ProbeVerb>();
+}
+
+} // namespace Tessor::Cli

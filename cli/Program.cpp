@@ -1,0 +1,146 @@
+#include "cli/Program.h"
+
+#include "Fnd/Exception.h"
+#include "cli/Completion.h"
+#include "cli/Interrupt.h"
+#include "cli/ManPage.h"
+#include "cli/UserError.h"
+#include "cli/Verb.h"
+
+#include <CLI/CLI.hpp>
+#include <boost/exception/diagnostic_information.hpp>
+#include <cstdio>
+#include <glog/logging.h>
+#include <iostream>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+constexpr const char* version = "0.1.0";
+
+int Fail(ExitCode code, std::string text)
+{
+    // one line, whatever a library put into its message
+    for (char& c : text)
+        c = c == '\n' ? ' ' : c;
+    std::fprintf(stderr, "tessor: %s\n", text.c_str());
+    return static_cast<int>(code);
+}
+
+void AddOption(CLI::App& app, const Option& option)
+{
+    CLI::Option* added = std::visit(
+        [&](auto* target) -> CLI::Option*
+        {
+            if constexpr (std::is_same_v<decltype(target), bool*>)
+                return app.add_flag(option.names, *target, option.help);
+            else
+                return app.add_option(option.names, *target, option.help);
+        },
+        option.target);
+    if (!option.choices.empty())
+        added->check(CLI::IsMember(option.choices));
+    if (!option.value.empty())
+        added->type_name(option.value);
+    else if (option.IsPositional())
+        added->type_name("");
+    if (std::holds_alternative<std::vector<std::string>*>(option.target) && !option.IsPositional())
+        added->expected(1)->take_all()->allow_extra_args(false);
+    added->required(option.required);
+}
+
+void SetUpLogging(const CommonOptions& common)
+{
+    // nothing but the program's own words goes to standard error
+    FLAGS_stderrthreshold = google::NUM_SEVERITIES;
+    FLAGS_logtostderr = false;
+    for (int severity = 0; severity < google::NUM_SEVERITIES; ++severity)
+        google::SetLogDestination(severity, "");
+    if (common.logFile.empty())
+        return;
+    FLAGS_v = 31;
+    FLAGS_timestamp_in_logfile_name = false;
+    google::SetLogDestination(google::GLOG_INFO, common.logFile.c_str());
+}
+
+int RunVerb(Verb& verb, const CommonOptions& common)
+{
+    try
+    {
+        SetUpLogging(common);
+        CatchInterrupts();
+        return static_cast<int>(verb.Run(common));
+    }
+    catch (const UserError& e)
+    {
+        return Fail(e.code, e.what());
+    }
+    catch (const Exception& e)
+    {
+        VLOG(11) << boost::diagnostic_information(e);
+        return Fail(ExitCode::Failed, Describe(e));
+    }
+    catch (const std::exception& e)
+    {
+        VLOG(11) << boost::diagnostic_information(e);
+        return Fail(ExitCode::Failed, e.what());
+    }
+}
+
+} // namespace
+
+int RunProgram(int argc, char** argv)
+{
+    google::InitGoogleLogging("tessor");
+    CLI::App app("Tessor: cuts and examines video files without loss", "tessor");
+    app.set_version_flag("--version", std::string("tessor ") + version);
+    app.require_subcommand(1);
+
+    CommonOptions common;
+    std::string shell;
+    const std::vector<std::unique_ptr<Verb>> verbs = MakeVerbs();
+    std::vector<CLI::App*> commands;
+    for (const std::unique_ptr<Verb>& verb : verbs)
+    {
+        CLI::App* command = app.add_subcommand(verb->GetName(), verb->GetSummary());
+        for (const Option& option : verb->GetOptions())
+            AddOption(*command, option);
+        for (const Option& option : GetCommonOptions(common))
+            AddOption(*command, option);
+        commands.push_back(command);
+    }
+    CLI::App* completion = app.add_subcommand("completion", "print the completion script of a shell");
+    completion->add_option("SHELL", shell, "bash, zsh or fish")
+        ->required()
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+    CLI::App* manual = app.add_subcommand("manual", "print the manual page (roff)");
+
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::Success& e)
+    {
+        return app.exit(e);
+    }
+    catch (const CLI::ParseError& e)
+    {
+        return Fail(ExitCode::Usage, std::string(e.what()) + " (tessor --help tells the usage)");
+    }
+
+    if (completion->parsed())
+        std::cout << GetCompletion(shell, verbs);
+    if (manual->parsed())
+        std::cout << GetManPage(verbs, version);
+    for (size_t i = 0; i < verbs.size(); ++i)
+    {
+        if (commands[i]->parsed())
+            return RunVerb(*verbs[i], common);
+    }
+    return static_cast<int>(ExitCode::Done);
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,29 @@
+#include "cli/Verb.h"
+
+namespace Tessor::Cli
+{
+
+std::vector<std::unique_ptr<Verb>> MakeVerbs()
+{
+    std::vector<std::unique_ptr<Verb>> verbs;
+    verbs.push_back(MakeCutVerb());
+    verbs.push_back(MakeProbeVerb());
+    return verbs;
+}
+
+OptionTable GetCommonOptions(CommonOptions& common)
+{
+    return {
+        {"--json", "", "print one JSON document on standard output instead of text", &common.json},
+        {"--progress",
+         "WHEN",
+         "progress on standard error: auto (a bar on a terminal), json (a line each), none",
+         &common.progress,
+         {"auto", "json", "none"}},
+        {"-q,--quiet", "", "no report and no progress, only errors", &common.quiet},
+        {"-v,--verbose", "", "print the statistics of every filter", &common.verbose},
+        {"--log-file", "FILE", "write a log with all traces to FILE", &common.logFile, {}, true},
+    };
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "cli/ExitCode.h"
+#include "cli/OptionTable.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// What every verb takes.
+struct CommonOptions
+{
+    bool json = false;
+    bool quiet = false;
+    bool verbose = false;
+    std::string progress = "auto";
+    std::string logFile;
+};
+
+/// A verb of the program: a name, its option table, and what it does.
+class Verb
+{
+public:
+    virtual ~Verb() = default;
+    virtual std::string GetName() const = 0;
+    virtual std::string GetSummary() const = 0;
+    /// The verb's own options; their targets live in the verb.
+    virtual OptionTable GetOptions() = 0;
+    /// Runs with the options filled in. Throws UserError and the system's exceptions.
+    virtual ExitCode Run(const CommonOptions& common) = 0;
+};
+
+std::unique_ptr<Verb> MakeCutVerb();
+std::unique_ptr<Verb> MakeProbeVerb();
+
+/// All verbs, in the order in which help lists them.
+std::vector<std::unique_ptr<Verb>> MakeVerbs();
+
+/// The table of what every verb takes.
+OptionTable GetCommonOptions(CommonOptions& common);
+
+} // namespace Tessor::Cli
