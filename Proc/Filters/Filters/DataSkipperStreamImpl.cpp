@@ -110,8 +110,8 @@ Core::Property DataSkipperStreamImpl<IStreamThis>::GetStatistic() const
     constexpr bool video = std::is_same_v<IStreamThis, IStreamVideo>;
     const std::string type = video ? "Tessor::Proc::IStreamVideo" : "Tessor::Proc::IStreamRaw";
     Core::Property statistic = this->parentStream->GetStatistic();
-    statistic.Add(Core::MakeStatistics(Core::StatisticsTag("DataSkipperStreamImpl", "IStreamThis", type), 0,
-                                       itemsDelivered));
+    statistic.Add(
+        Core::MakeStatistics(Core::StatisticsTag("DataSkipperStreamImpl", "IStreamThis", type), 0, itemsDelivered));
     return statistic;
 }
 

@@ -7,9 +7,7 @@
 namespace Tessor::Proc
 {
 
-PacketQueue::PacketQueue(MediaType type) : canBeEmpty(type != MediaType::Video && type != MediaType::Audio)
-{
-}
+PacketQueue::PacketQueue(MediaType type) : canBeEmpty(type != MediaType::Video && type != MediaType::Audio) {}
 
 avTime PacketQueue::Position() const
 {
