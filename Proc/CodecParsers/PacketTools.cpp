@@ -1,0 +1,55 @@
+#include "Proc/CodecParsers/PacketTools.h"
+
+#include "Fnd/Exception.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <cstring>
+
+namespace Tessor::Proc::CodecParsers
+{
+
+namespace
+{
+
+// An explicit position that agrees with the times needs no copy: it would move with them all the same.
+void CopyPosition(const IDataPacket& from, IDataPacket& to)
+{
+    if (from.GetPosition() != to.GetPosition())
+        to.SetPosition(from.GetPosition());
+}
+
+} // namespace
+
+SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size)
+{
+    AVPacket* record = CreatePacket(size);
+    if (!record)
+        Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
+    // From here on the packet owns the record, whatever throws.
+    const SP<DataPacketFF> packet =
+        DataPacketFF::Create(record, MediaType::Video, source.GetPTS(), source.GetDTS(), source.GetDuration());
+    if (av_packet_copy_props(record, source.GetAVPacket()) < 0)
+        Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
+    CopyPosition(source, *packet);
+    if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
+        packet->SetLeadIn(from->GetLeadIn());
+    return packet;
+}
+
+SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size)
+{
+    const auto payload = static_cast<size_t>(packet->GetSize());
+    const SP<DataPacketFF> result = CreatePacketLike(*packet, size + payload);
+    // Empty parts may have no memory at all.
+    if (size > 0)
+        std::memcpy(result->Data(), head, size);
+    if (payload > 0)
+        std::memcpy(result->Data() + size, packet->GetData(), payload);
+    return result;
+}
+
+} // namespace Tessor::Proc::CodecParsers

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "media/DataPacketFF.h"
+
+namespace Tessor::Proc::CodecParsers
+{
+
+/// A new video packet with an unwritten payload of that size and everything else of the source: times, explicit
+/// position, flags, side data, lead-in. Throws Exception "Can't allocate new AVPacket" and "Can't copy packet
+/// properties".
+TESSOR_API SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size);
+
+/// A new packet of the head's bytes and then the packet's, otherwise like the packet. Throws as CreatePacketLike.
+TESSOR_API SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size);
+
+} // namespace Tessor::Proc::CodecParsers
