@@ -3,6 +3,7 @@
 extern "C"
 {
 #include <libavcodec/packet.h>
+#include <libavutil/avutil.h>
 }
 
 #include <algorithm>

@@ -7,7 +7,7 @@ extern "C"
 #include <libavutil/rational.h>
 }
 
-#include <vector>
+#include <deque>
 
 namespace Tessor::Host
 {
@@ -42,7 +42,7 @@ private:
     };
     bool IsBefore(const Track& a, const Track& b) const;
 
-    std::vector<Track> tracks;
+    std::deque<Track> tracks;
 };
 
 } // namespace Tessor::Host

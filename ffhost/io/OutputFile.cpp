@@ -40,8 +40,8 @@ std::string FolderOf(const std::string& path)
 
 std::string PartName(const std::string& place, int attempt)
 {
-    const std::string suffix = "." + std::to_string(getpid()) + (attempt ? "-" + std::to_string(attempt) : "") +
-                               ".tessor-part";
+    const std::string suffix =
+        "." + std::to_string(getpid()) + (attempt ? "-" + std::to_string(attempt) : "") + ".tessor-part";
     std::string name = "." + std::filesystem::path(place).filename().string();
     name.resize(std::min(name.size(), LONGEST_NAME - suffix.size()));
     return FolderOf(place) + "/" + name + suffix;
