@@ -77,6 +77,9 @@ AVDictionary* Container::MakeOptions() const
     AVDictionary* options = nullptr;
     if (bluRay)
         av_dict_set(&options, "mpegts_m2ts_mode", "1", 0);
+    // Edit lists count in these ticks; the default of a millisecond would move tracks against each other.
+    if (IsMov())
+        av_dict_set(&options, "movie_timescale", "90000", 0);
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
         av_dict_set_int(&options, "max_delay", 700000, 0);

@@ -112,8 +112,9 @@ TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
             {
                 EXPECT_EQ(Payload(*before.packets[k]), Payload(*after.packets[k])) << "packet " << k;
             }
-            EXPECT_LT(lastDts, after.packets[k]->GetDTS());
-            lastDts = after.packets[k]->GetDTS();
+            const avTime dts = after.packets[k]->GetDTS(); // Matroska has none
+            EXPECT_TRUE(dts == NoTime || lastDts < dts) << "packet " << k;
+            lastDts = dts;
         }
     }
     EXPECT_EQ(codecs, c.codecs);
@@ -138,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
         CopyCase{"h264-subs-pgs-ac3.mkv", "mkv", "h264 ac3 hdmv_pgs_subtitle", 1001},
         CopyCase{"hevc-hev1-cra-aac.mp4", "mp4", "hevc aac", 1},
         CopyCase{"hevc-hvc1-main10-hdr10-aac.mp4", "mkv", "hevc aac", 1001},
-        CopyCase{"hevc-annexb-aac.ts", "ts", "hevc aac", 50}, CopyCase{"h263-amr.3gp", "3gp", "h263 amr_nb", 1},
+        CopyCase{"hevc-annexb-aac.ts", "ts", "hevc aac", 50, false}, CopyCase{"h263-amr.3gp", "3gp", "h263 amr_nb", 1},
         CopyCase{"mpeg4sp-85s-aac.mov", "mp4", "mpeg4 aac", 1}, CopyCase{"mpeg4sp-mp3.avi", "avi", "mpeg4 mp3", 42000},
         CopyCase{"mpeg2-576i-ac3-synth.vob", "vob", "mpeg2video ac3", 0},
         CopyCase{"mpeg2-576i-ac3-synth.vob", "ts", "mpeg2video ac3", 0},
