@@ -1,0 +1,176 @@
+#include "ffhost/io/Container.h"
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <set>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+std::string Lower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+std::string ExtensionOf(const std::string& path)
+{
+    const size_t dot = path.find_last_of("./");
+    return dot == std::string::npos || path[dot] == '/' ? "" : Lower(path.substr(dot + 1));
+}
+
+/// Where libavformat's own guess is missing, or not what the name means today.
+const std::map<std::string, const char*> MUXERS = {
+    {"mpg", "vob"},  {"mpeg", "vob"},   {"vob", "vob"},        {"ps", "vob"},         {"m4v", "mp4"},
+    {"m4a", "ipod"}, {"mts", "mpegts"}, {"m2ts", "mpegts"},    {"ts", "mpegts"},      {"264", "h264"},
+    {"avc", "h264"}, {"265", "hevc"},   {"m1v", "mpeg1video"}, {"m2v", "mpeg2video"},
+};
+
+/// Codecs that a transport stream names by a type of its own or a registered descriptor.
+const std::set<AVCodecID> TRANSPORT_CODECS = {
+    AV_CODEC_ID_MPEG1VIDEO,   AV_CODEC_ID_MPEG2VIDEO,   AV_CODEC_ID_MPEG4,
+    AV_CODEC_ID_H264,         AV_CODEC_ID_HEVC,         AV_CODEC_ID_VC1,
+    AV_CODEC_ID_DIRAC,        AV_CODEC_ID_CAVS,         AV_CODEC_ID_MP2,
+    AV_CODEC_ID_MP3,          AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
+    AV_CODEC_ID_AC3,          AV_CODEC_ID_EAC3,         AV_CODEC_ID_DTS,
+    AV_CODEC_ID_TRUEHD,       AV_CODEC_ID_OPUS,         AV_CODEC_ID_S302M,
+    AV_CODEC_ID_DVB_SUBTITLE, AV_CODEC_ID_DVB_TELETEXT, AV_CODEC_ID_HDMV_PGS_SUBTITLE,
+    AV_CODEC_ID_PCM_BLURAY,
+};
+
+const std::set<AVCodecID> PROGRAM_CODECS = {
+    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,   AV_CODEC_ID_H264, AV_CODEC_ID_MP2,
+    AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,          AV_CODEC_ID_DTS,  AV_CODEC_ID_PCM_S16BE,
+    AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE,
+};
+
+/// Ticks finer than packets' own microseconds are of no use.
+constexpr int FINEST = 1000000;
+
+} // namespace
+
+Container Container::Guess(const std::string& path)
+{
+    const std::string extension = ExtensionOf(path);
+    const auto known = MUXERS.find(extension);
+    Container container;
+    container.format = known != MUXERS.end() ? av_guess_format(known->second, nullptr, nullptr)
+                                             : av_guess_format(nullptr, Lower(path).c_str(), nullptr);
+    container.bluRay = extension == "m2ts" || extension == "mts";
+    // Folders of pictures and devices are no files.
+    if (container.format && (container.format->flags & (AVFMT_NOFILE | AVFMT_NEEDNUMBER)))
+        container.format = nullptr;
+    return container;
+}
+
+AVDictionary* Container::MakeOptions() const
+{
+    AVDictionary* options = nullptr;
+    if (bluRay)
+        av_dict_set(&options, "mpegts_m2ts_mode", "1", 0);
+    // Edit lists count in these ticks; the default of a millisecond would move tracks against each other.
+    if (IsMov())
+        av_dict_set(&options, "movie_timescale", "90000", 0);
+    // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
+    if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
+        av_dict_set_int(&options, "max_delay", 700000, 0);
+    av_dict_set(&options, "fflags", "+bitexact", 0);
+    // The muxer has its own shift.
+    av_dict_set(&options, "avoid_negative_ts", "disabled", 0);
+    return options;
+}
+
+Container::Origin Container::GetOrigin() const
+{
+    if (IsMov())
+        return Origin::Free;
+    return IsMatroska() ? Origin::Presentation : Origin::Decoding;
+}
+
+bool Container::WantsAnnexB() const
+{
+    return !IsMov() && !IsMatroska() && !Is({"flv", "asf"});
+}
+
+bool Container::KnowsCodec(AVCodecID codec) const
+{
+    if (Is({"mpegts"}))
+        return TRANSPORT_CODECS.count(codec) != 0;
+    if (Is({"mpeg", "vob", "svcd", "dvd"}))
+        return PROGRAM_CODECS.count(codec) != 0;
+    // Where libavformat doesn't know, the trial of a header decides.
+    return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || IsMatroska();
+}
+
+unsigned Container::ChooseTag(AVCodecID codec, unsigned sourceTag) const
+{
+    return format->codec_tag && av_codec_get_id(format->codec_tag, sourceTag) == codec ? sourceTag : 0;
+}
+
+AVRational Container::ChooseTimeBase(const TrackInfo& source) const
+{
+    const bool frameRate = source.type == MediaType::Video && source.frameRateNum > 0 && source.frameRateDen > 0;
+    // These count frames, not time.
+    if (frameRate && Is({"avi", "ogg", "ogv"}))
+        return {source.frameRateDen, source.frameRateNum};
+    if (source.timeBaseNum <= 0 || source.timeBaseDen <= 0 || source.timeBaseDen > FINEST)
+        return {1, FINEST};
+    return {source.timeBaseNum, source.timeBaseDen};
+}
+
+bool Container::CarriesChapters() const
+{
+    return IsMov() || IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "asf", "mp3", "ffmetadata", "nut"});
+}
+
+bool Container::CarriesRotation() const
+{
+    return IsMov();
+}
+
+bool Container::CarriesTag(const std::string& key, bool ofTrack) const
+{
+    if (IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "nut"}))
+        return true;
+    const std::string name = Lower(key);
+    if (ofTrack)
+    {
+        const bool language = IsMov() || Is({"mpegts", "asf"});
+        return (name == "language" && language) || (IsMov() && (name == "handler_name" || name == "vendor_id"));
+    }
+    static const std::set<std::string> common = {"title", "artist",    "album", "comment", "date",
+                                                 "genre", "copyright", "track", "encoder"};
+    static const std::set<std::string> mov = {"album_artist", "composer",   "description", "synopsis", "lyrics",
+                                              "show",         "episode_id", "network",     "grouping", "creation_time"};
+    if (Is({"mpegts"}))
+        return name == "service_name" || name == "service_provider" || name == "title";
+    if (IsMov())
+        return common.count(name) || mov.count(name);
+    return Is({"asf", "mp3", "flac"}) || (Is({"avi", "wav"}) && common.count(name));
+}
+
+bool Container::Is(std::initializer_list<const char*> names) const
+{
+    return std::any_of(names.begin(), names.end(), [&](const char* name) { return !std::strcmp(format->name, name); });
+}
+
+bool Container::IsMov() const
+{
+    return Is({"mov", "mp4", "ipod", "3gp", "3g2", "psp", "f4v", "ismv"});
+}
+
+bool Container::IsMatroska() const
+{
+    return Is({"matroska", "webm"});
+}
+
+} // namespace Tessor::Host

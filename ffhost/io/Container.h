@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Fnd/Export.h"
+#include "ffhost/io/MediaInfo.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+namespace Tessor::Host
+{
+
+/// A container that files can be written in: libavformat's muxer, and what that one leaves to its caller.
+class TESSOR_API Container
+{
+public:
+    /// Which times must not be negative.
+    enum class Origin
+    {
+        Free,         ///< edit lists: all may be
+        Decoding,     ///< no decoding time
+        Presentation, ///< no presentation time; there is no other
+    };
+
+    /// The container by the name of the file. Its GetFormat is null when there is none.
+    static Container Guess(const std::string& path);
+
+    const AVOutputFormat* GetFormat() const { return format; }
+    /// Private and generic options of the muxer; the caller frees them.
+    AVDictionary* MakeOptions() const;
+    Origin GetOrigin() const;
+    /// Start codes, with parameter sets in front of every picture that decoding may start at.
+    bool WantsAnnexB() const;
+    /// Whether the container names the codec in a way that readers understand.
+    bool KnowsCodec(AVCodecID codec) const;
+    /// The source's tag where it means the same codec here, otherwise 0: the muxer's own choice.
+    unsigned ChooseTag(AVCodecID codec, unsigned sourceTag) const;
+    /// The ticks to ask for, so that the source's times come out exactly. The muxer may choose others.
+    AVRational ChooseTimeBase(const TrackInfo& source) const;
+
+    bool CarriesChapters() const;
+    bool CarriesRotation() const;
+    bool CarriesTag(const std::string& key, bool ofTrack) const;
+
+private:
+    bool Is(std::initializer_list<const char*> names) const;
+    bool IsMov() const;
+    bool IsMatroska() const;
+
+    const AVOutputFormat* format = nullptr;
+    bool bluRay = false; // 192-byte packets
+};
+
+} // namespace Tessor::Host

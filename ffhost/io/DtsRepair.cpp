@@ -1,0 +1,48 @@
+#include "ffhost/io/DtsRepair.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+#include <libavutil/avutil.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+void PacketDeleter::operator()(AVPacket* packet) const
+{
+    av_packet_free(&packet);
+}
+
+void DtsRepair::Push(PacketPtr packet)
+{
+    const int64_t next = newestDts ? *newestDts + 1 : 0;
+    if (packet->pts == AV_NOPTS_VALUE)
+        packet->pts = packet->dts != AV_NOPTS_VALUE ? packet->dts : next;
+    if (packet->dts == AV_NOPTS_VALUE || packet->dts > packet->pts)
+        packet->dts = packet->pts;
+    newestDts = packet->dts;
+    window.push_back(std::move(packet));
+}
+
+PacketPtr DtsRepair::Pull()
+{
+    if (window.empty() || (!ended && window.size() <= lookAhead))
+        return nullptr;
+    int64_t dts = window.front()->dts;
+    for (size_t i = 1; i < window.size(); ++i)
+        dts = std::min(dts, window[i]->dts - static_cast<int64_t>(i));
+    if (lastDts)
+        dts = std::max(dts, *lastDts + 1);
+
+    PacketPtr packet = std::move(window.front());
+    window.pop_front();
+    packet->dts = dts;
+    packet->pts = std::max(packet->pts, dts);
+    lastDts = dts;
+    return packet;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,376 @@
+#include "ffhost/io/MuxerFF.h"
+
+#include "Fnd/Exception.h"
+
+extern "C"
+{
+#include <libavutil/display.h>
+}
+
+#include <cerrno>
+#include <cstring>
+#include <glog/logging.h>
+#include <set>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr AVRational MICROSECONDS = {1, 1000000};
+
+/// Packets that the repair of decoding times sees at once: more than any reordering spans.
+constexpr size_t LOOK_AHEAD = 16;
+
+std::string AvError(int code)
+{
+    if (AVUNERROR(code) > 0 && AVUNERROR(code) < 4096)
+        return std::strerror(AVUNERROR(code));
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    return av_make_error_string(text, sizeof(text), code);
+}
+
+/// What describes the source's file or stream as it was written, not what is in it.
+bool IsStale(const std::string& key)
+{
+    static const std::set<std::string> stale = {"major_brand", "minor_version",    "compatible_brands", "DURATION",
+                                                "BPS",         "NUMBER_OF_FRAMES", "NUMBER_OF_BYTES"};
+    const std::string stem = key.substr(0, key.find("-eng"));
+    return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
+}
+
+void CopyTags(const Tags& tags, AVDictionary** target)
+{
+    for (const auto& [key, text] : tags)
+        if (!IsStale(key))
+            av_dict_set(target, key.c_str(), text.c_str(), AV_DICT_MULTIKEY);
+}
+
+void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t size)
+{
+    av_freep(&parameters.extradata);
+    parameters.extradata_size = 0;
+    if (size == 0)
+        return;
+    parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!parameters.extradata)
+        throw std::bad_alloc();
+    std::memcpy(parameters.extradata, data, size);
+    parameters.extradata_size = static_cast<int>(size);
+}
+
+bool IsAdtsHeader(const IBlob& blob)
+{
+    return blob.Size() >= 2 && blob.Data()[0] == 0xFF && (blob.Data()[1] & 0xF6) == 0xF0;
+}
+
+int64_t ToTick(avTime time, AVRational timeBase)
+{
+    return time == NoTime ? AV_NOPTS_VALUE : av_rescale_q(time, MICROSECONDS, timeBase);
+}
+
+} // namespace
+
+std::unique_ptr<Muxer> Muxer::Create(const std::string& path)
+{
+    return std::make_unique<MuxerFF>(path);
+}
+
+MuxerFF::MuxerFF(const std::string& path) : path(path), container(Container::Guess(path))
+{
+    if (!container.GetFormat())
+        Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
+}
+
+MuxerFF::~MuxerFF()
+{
+    // The muxer may still write when it is freed: before the file goes.
+    context.reset();
+}
+
+bool MuxerFF::CanCarry(const TrackInfo& track) const
+{
+    if (!track.parameters || !container.KnowsCodec(track.parameters->codec_id))
+        return false;
+    return TryHeader(MakeTrack(track, nullptr, false));
+}
+
+int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse)
+{
+    if (!source.parameters)
+        Throw<std::invalid_argument>(TESSOR_HERE, "A track without parameters can't be written.");
+    tracks.push_back(MakeTrack(source, format, sparse));
+    return static_cast<int>(tracks.size()) - 1;
+}
+
+MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const
+{
+    const auto parameters = std::shared_ptr<AVCodecParameters>(avcodec_parameters_alloc(), [](AVCodecParameters* p)
+                                                               { avcodec_parameters_free(&p); });
+    if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
+        throw std::bad_alloc();
+    parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
+
+    const SP<Conf::IFormatCodec>& described = format ? format : source.format;
+    SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
+    std::optional<H264Framing> framing;
+    if (parameters->codec_id == AV_CODEC_ID_H264)
+    {
+        framing.emplace(extradata, container.WantsAnnexB());
+        extradata = framing->GetExtradata();
+    }
+    // The header of an ADTS frame is no configuration: libavformat finds that in the packets.
+    if (extradata && parameters->codec_id == AV_CODEC_ID_AAC && IsAdtsHeader(*extradata))
+        SetExtradata(*parameters, nullptr, 0);
+    else if (extradata)
+        SetExtradata(*parameters, extradata->Data(), extradata->Size());
+
+    const bool reorders = source.type == MediaType::Video && !source.attachedPicture;
+    return Track{source, parameters, framing, DtsRepair(reorders ? LOOK_AHEAD : 0),
+                 sparse || source.attachment || source.attachedPicture};
+}
+
+MuxerFF::ContextPtr MuxerFF::MakeContext() const
+{
+    AVFormatContext* made = nullptr;
+    if (avformat_alloc_output_context2(&made, container.GetFormat(), nullptr, path.c_str()) < 0)
+        throw std::bad_alloc();
+    ContextPtr target(made);
+    CopyTags(tags, &target->metadata);
+    for (const Track& track : tracks)
+        AddStream(*target, track);
+    return target;
+}
+
+void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
+{
+    AVStream* stream = avformat_new_stream(&target, nullptr);
+    if (!stream || avcodec_parameters_copy(stream->codecpar, track.parameters.get()) < 0)
+        throw std::bad_alloc();
+    const TrackInfo& source = track.source;
+    stream->time_base = container.ChooseTimeBase(source);
+    stream->disposition = source.disposition;
+    stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
+    if (source.frameRateNum > 0 && source.frameRateDen > 0)
+        stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
+    CopyTags(source.tags, &stream->metadata);
+    if (source.displayMatrix.size() != 9)
+        return;
+    constexpr size_t size = 9 * sizeof(int32_t);
+    uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, size);
+    if (!matrix)
+        throw std::bad_alloc();
+    std::memcpy(matrix, source.displayMatrix.data(), size);
+}
+
+bool MuxerFF::TryHeader(const Track& candidate) const
+{
+    const ContextPtr trial = MakeContext();
+    AddStream(*trial, candidate);
+    if (avio_open_dyn_buf(&trial->pb) < 0)
+        throw std::bad_alloc();
+    AVDictionary* options = container.MakeOptions();
+    const bool taken = avformat_write_header(trial.get(), &options) >= 0;
+    av_dict_free(&options);
+    // Freeing the muxer may still write, so the buffer goes last.
+    AVIOContext* buffer = trial->pb;
+    const_cast<ContextPtr&>(trial).reset();
+    uint8_t* bytes = nullptr;
+    avio_close_dyn_buf(buffer, &bytes);
+    av_free(bytes);
+    return taken;
+}
+
+void MuxerFF::Open()
+{
+    context = MakeContext();
+    file = std::make_unique<OutputFile>(path);
+    context->pb = file->GetContext();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    AVDictionary* options = container.MakeOptions();
+    const int result = avformat_init_output(context.get(), &options);
+    av_dict_free(&options);
+    Check(std::min(result, 0));
+    for (size_t i = 0; i < tracks.size(); ++i)
+    {
+        Track& track = tracks[i];
+        interleaver.AddTrack(
+            {context->streams[i]->time_base, track.source.type == MediaType::Video ? 0 : 1, track.sparse});
+        if (track.source.attachment)
+            EndTrack(static_cast<int>(i));
+    }
+}
+
+void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
+{
+    Track& track = tracks.at(static_cast<size_t>(number));
+    SP<IDataPacket> framed = packet;
+    // The source's mark of a key frame that ends its track.
+    if (packet->GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED)
+    {
+        framed = packet->Clone();
+        framed->GetAVPacket()->flags = (packet->GetAVPacket()->flags & ~AV_PKT_FLAG_TRUSTED) | AV_PKT_FLAG_KEY;
+    }
+    try
+    {
+        if (track.framing)
+            framed = track.framing->Convert(framed);
+    }
+    catch (const std::logic_error& e)
+    {
+        LOG(WARNING) << "Dropping bad packet. " << e.what();
+        ++track.damaged;
+        return;
+    }
+    PacketPtr ticks = ToTicks(*framed, number);
+    if (!started && !track.sparse && packet->GetPTS() != NoTime)
+        earliest = std::min(earliest, packet->GetPTS());
+    track.repair.Push(std::move(ticks));
+    Settle(number);
+    Drain();
+}
+
+PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
+{
+    const AVRational timeBase = context->streams[number]->time_base;
+    PacketPtr result(av_packet_clone(packet.GetAVPacket()));
+    if (!result)
+        throw std::bad_alloc();
+    const avTime pts = packet.GetPTS(), duration = packet.GetDuration();
+    result->pts = ToTick(pts, timeBase);
+    result->dts = ToTick(packet.GetDTS(), timeBase);
+    // By the end, not by the length: rounding then doesn't add up.
+    result->duration = duration == NoTime || duration <= 0 ? 0
+                       : pts == NoTime                     ? ToTick(duration, timeBase)
+                                                           : ToTick(AddTime(pts, duration), timeBase) - result->pts;
+    result->time_base = timeBase;
+    result->pos = -1;
+    return result;
+}
+
+void MuxerFF::EndTrack(int number)
+{
+    Track& track = tracks.at(static_cast<size_t>(number));
+    if (track.ended)
+        return;
+    track.ended = true;
+    track.repair.End();
+    Settle(number);
+    interleaver.EndTrack(number);
+    Drain();
+}
+
+/// Hands on what the repair has settled.
+void MuxerFF::Settle(int number)
+{
+    while (PacketPtr packet = tracks[static_cast<size_t>(number)].repair.Pull())
+        interleaver.Push(number, std::move(packet));
+}
+
+void MuxerFF::Drain()
+{
+    while (PacketPtr packet = interleaver.Pull())
+    {
+        if (!started)
+            Start(*packet);
+        WriteOut(std::move(packet));
+    }
+}
+
+/// `first`: the packet with the lowest decoding time of all.
+void MuxerFF::Start(const AVPacket& first)
+{
+    if (container.GetOrigin() == Container::Origin::Decoding)
+        shift = std::max<avTime>(-av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
+    else if (container.GetOrigin() == Container::Origin::Presentation)
+        shift = -earliest;
+    WriteHeader();
+}
+
+void MuxerFF::WriteHeader()
+{
+    started = true;
+    AddChapters();
+    Check(std::min(avformat_write_header(context.get(), nullptr), 0));
+}
+
+void MuxerFF::AddChapters()
+{
+    if (chapters.empty() || !container.CarriesChapters())
+        return;
+    context->chapters = static_cast<AVChapter**>(av_calloc(chapters.size(), sizeof(AVChapter*)));
+    if (!context->chapters)
+        throw std::bad_alloc();
+    for (const ChapterInfo& chapter : chapters)
+    {
+        AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+        if (!made)
+            throw std::bad_alloc();
+        made->id = static_cast<int64_t>(context->nb_chapters) + 1;
+        made->time_base = MICROSECONDS;
+        made->start = std::max<avTime>(AddTime(chapter.start, shift), 0);
+        made->end = std::max<avTime>(AddTime(chapter.end, shift), made->start);
+        CopyTags(chapter.tags, &made->metadata);
+        context->chapters[context->nb_chapters++] = made;
+    }
+}
+
+void MuxerFF::WriteOut(PacketPtr packet)
+{
+    const AVRational timeBase = packet->time_base;
+    const int64_t ticks = av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
+    packet->pts += ticks;
+    packet->dts += ticks;
+    // A subtitle that begins before everything else.
+    if (container.GetOrigin() == Container::Origin::Presentation)
+        packet->pts = std::max<int64_t>(packet->pts, 0);
+    Check(std::min(av_write_frame(context.get(), packet.get()), 0));
+}
+
+void MuxerFF::Finish()
+{
+    for (size_t i = 0; i < tracks.size(); ++i)
+        EndTrack(static_cast<int>(i));
+    if (!started)
+        WriteHeader();
+    Check(std::min(av_write_trailer(context.get()), 0));
+    file->Commit();
+}
+
+/// Throws for a failure of libavformat or, which tells more, of the file.
+void MuxerFF::Check(int result) const
+{
+    file->Check();
+    if (result < 0)
+        file->Fail(AvError(result));
+}
+
+std::vector<std::string> MuxerFF::GetLosses() const
+{
+    std::vector<std::string> losses;
+    const auto addTags = [&](const Tags& lost, bool ofTrack, const std::string& of)
+    {
+        for (const auto& [key, text] : lost)
+            if (!IsStale(key) && !container.CarriesTag(key, ofTrack))
+                losses.push_back("tag \"" + key + "\"" + of);
+    };
+    addTags(tags, false, "");
+    if (!chapters.empty() && !container.CarriesChapters())
+        losses.push_back("chapters");
+    for (const Track& track : tracks)
+    {
+        const std::string of = " of track " + std::to_string(track.source.index);
+        addTags(track.source.tags, true, of);
+        const std::vector<int32_t>& matrix = track.source.displayMatrix;
+        if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
+            losses.push_back("rotation" + of);
+        if (track.damaged)
+            losses.push_back(std::to_string(track.damaged) + " damaged packets" + of);
+    }
+    return losses;
+}
+
+} // namespace Tessor::Host

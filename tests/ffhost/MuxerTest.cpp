@@ -1,0 +1,162 @@
+#include "ffhost/io/Muxer.h"
+#include "Fnd/Exception.h"
+#include "tests/ffhost/RawFile.h"
+
+#include <gtest/gtest.h>
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+
+namespace Tessor::Host::Tests
+{
+
+using Proc::IDataPacket;
+
+namespace
+{
+
+/// Copies the tracks of a file that the container carries; returns their numbers in the source.
+std::vector<int> CopyInto(const RawFile& source, const std::string& target)
+{
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(target);
+    std::map<int, int> numbers;
+    std::vector<int> carried;
+    for (const RawFile::Track& track : source.tracks)
+    {
+        if (track.info.type == MediaType::None || track.packets.empty() || !muxer->CanCarry(track.info))
+            continue;
+        numbers[track.info.index] = muxer->AddTrack(track.info, nullptr, track.info.type == MediaType::Subtitle);
+        carried.push_back(track.info.index);
+    }
+    if (carried.empty())
+        return carried;
+    muxer->Open();
+    for (const auto& [index, packet] : source.order)
+        if (numbers.count(index))
+            muxer->Write(numbers[index], packet);
+    muxer->Finish();
+    return carried;
+}
+
+std::string Payload(const IDataPacket& packet)
+{
+    return std::string(reinterpret_cast<const char*>(packet.GetData()), static_cast<size_t>(packet.GetSize()));
+}
+
+std::vector<avTime> SortedTimes(const RawFile::Track& track)
+{
+    std::vector<avTime> times;
+    for (const auto& packet : track.packets)
+        times.push_back(packet->GetPTS());
+    std::sort(times.begin(), times.end());
+    return times;
+}
+
+} // namespace
+
+struct CopyCase
+{
+    const char* clip;
+    const char* extension;
+    const char* codecs;      // of the tracks that must arrive
+    avTime tick;             // the tolerance of times, microseconds
+    bool samePayload = true; // false where the container's framing differs from the source's
+};
+
+class MuxerCopyTest : public testing::TestWithParam<CopyCase>
+{
+};
+
+TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
+{
+    const CopyCase& c = GetParam();
+    const std::string clip = FindClip(c.clip);
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    const std::string target = folder / (std::string("copy.") + c.extension);
+    const RawFile source = ReadRawFile(clip);
+    const std::vector<int> carried = CopyInto(source, target);
+    EXPECT_EQ(folder.List(), std::vector<std::string>{std::string("copy.") + c.extension});
+
+    const RawFile copy = ReadRawFile(target);
+    ASSERT_EQ(copy.tracks.size(), carried.size());
+    std::string codecs;
+    std::optional<avTime> shift; // one for all tracks
+    for (size_t i = 0; i < carried.size(); ++i)
+    {
+        const RawFile::Track& before = source.tracks[static_cast<size_t>(carried[i])];
+        const RawFile::Track& after = copy.tracks[i];
+        codecs += (codecs.empty() ? "" : " ") + after.info.codecName;
+        SCOPED_TRACE(before.info.codecName);
+        ASSERT_EQ(before.packets.size(), after.packets.size());
+        const std::vector<avTime> was = SortedTimes(before), is = SortedTimes(after);
+        if (!shift)
+            shift = is[0] - was[0];
+        avTime lastDts = NoTime;
+        for (size_t k = 0; k < was.size(); ++k)
+        {
+            if (c.tick)
+            {
+                EXPECT_NEAR(is[k] - was[k], *shift, c.tick) << "packet " << k;
+            }
+            EXPECT_EQ(before.packets[k]->IsKeyFrame(), after.packets[k]->IsKeyFrame()) << "packet " << k;
+            if (c.samePayload)
+            {
+                EXPECT_EQ(Payload(*before.packets[k]), Payload(*after.packets[k])) << "packet " << k;
+            }
+            const avTime dts = after.packets[k]->GetDTS(); // Matroska has none
+            EXPECT_TRUE(dts == NoTime || lastDts < dts) << "packet " << k;
+            lastDts = dts;
+        }
+    }
+    EXPECT_EQ(codecs, c.codecs);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Clips, MuxerCopyTest,
+    testing::Values(
+        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mp4", "h264 aac", 1},
+        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mov", "h264 aac", 1},
+        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mkv", "h264 aac", 1001},
+        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "ts", "h264 aac", 50, false},
+        CopyCase{"h264-high-annexb-aac.ts", "mp4", "h264 aac", 12, false},
+        CopyCase{"h264-high-annexb-aac.ts", "mkv", "h264 aac", 1001, false},
+        CopyCase{"h264-high-annexb-aac.ts", "ts", "h264 aac", 50}, CopyCase{"h264-vfr-screen.mp4", "mp4", "h264", 1},
+        CopyCase{"h264-vfr-screen.mp4", "mkv", "h264", 1001},
+        CopyCase{"h264-editlist-start1s-aac.mp4", "mp4", "h264 aac", 1},
+        CopyCase{"h264-rotated90-iphone-aac.mov", "mov", "h264 aac", 1},
+        CopyCase{"h264-opengop-bpyramid-synth.mp4", "ts", "h264 aac", 50, false},
+        CopyCase{"h264-subs-ass-ac3.mkv", "mkv", "h264 ac3 ass", 1001},
+        CopyCase{"h264-subs-ass-ac3.mkv", "mp4", "h264 ac3", 1001},
+        CopyCase{"h264-subs-pgs-ac3.mkv", "mkv", "h264 ac3 hdmv_pgs_subtitle", 1001},
+        CopyCase{"hevc-hev1-cra-aac.mp4", "mp4", "hevc aac", 1},
+        CopyCase{"hevc-hvc1-main10-hdr10-aac.mp4", "mkv", "hevc aac", 1001},
+        CopyCase{"hevc-annexb-aac.ts", "ts", "hevc aac", 50, false}, CopyCase{"h263-amr.3gp", "3gp", "h263 amr_nb", 1},
+        CopyCase{"mpeg4sp-85s-aac.mov", "mp4", "mpeg4 aac", 1}, CopyCase{"mpeg4sp-mp3.avi", "avi", "mpeg4 mp3", 42000},
+        CopyCase{"mpeg2-576i-ac3-synth.vob", "vob", "mpeg2video ac3", 0},
+        CopyCase{"mpeg2-576i-ac3-synth.vob", "ts", "mpeg2video ac3", 0},
+        CopyCase{"mpeg2-mp2.m2ts", "m2ts", "mpeg2video mp2", 50},
+        CopyCase{"mpeg2-mp2.m2ts", "mkv", "mpeg2video mp2", 1001},
+        CopyCase{"theora-vorbis.ogv", "ogv", "theora vorbis", 0},
+        CopyCase{"theora-vorbis.ogv", "mkv", "theora vorbis", 0}, CopyCase{"vp8-alpha.webm", "webm", "vp8", 1001},
+        CopyCase{"vp9-opus.webm", "webm", "vp9 opus", 1001}, CopyCase{"vp9-opus.webm", "mp4", "vp9 opus", 1001},
+        CopyCase{"wmv2-wmav2-letterbox.wmv", "wmv", "wmv2 wmav2", 1001}, CopyCase{"aac-lc-48k.aac", "aac", "aac", 0},
+        CopyCase{"aac-lc-48k.aac", "m4a", "aac", 50, false}, CopyCase{"mp3-vbr-xing.mp3", "mp3", "mp3", 0},
+        CopyCase{"pcm-s24le.wav", "wav", "pcm_s24le", 1}),
+    [](const auto& info)
+    {
+        std::string name = std::string(info.param.clip) + "_to_" + info.param.extension;
+        std::replace_if(
+            name.begin(), name.end(), [](unsigned char ch) { return !std::isalnum(ch); }, '_');
+        return name;
+    });
+
+} // namespace Tessor::Host::Tests
