@@ -1,0 +1,238 @@
+// Runs the program itself: what a person or a script sees of it.
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+const fs::path samples = TESSOR_SAMPLES;
+
+struct Outcome
+{
+    int status;
+    std::string out, err;
+};
+
+std::string Slurp(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// A folder of the test's own, with the clips linked by name.
+class Program : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!fs::exists(samples / "h264.mp4"))
+            GTEST_SKIP() << "no samples: scripts/make-samples --tests";
+        std::string pattern = (fs::temp_directory_path() / "tessor-test-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+    }
+    void TearDown() override
+    {
+        if (!folder.empty())
+            fs::remove_all(folder);
+    }
+
+    /// Runs `tessor ARGS` in the folder; $S stands for the folder of samples.
+    Outcome Run(const std::string& args, const std::string& prefix = "") const
+    {
+        const std::string command = "cd '" + folder.string() + "' && S='" + samples.string() + "' && " + prefix + " '" +
+                                    TESSOR_PROGRAM + "' " + args + " >out.txt 2>err.txt </dev/null";
+        const int status = std::system(command.c_str());
+        Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(folder / "out.txt"), Slurp(folder / "err.txt")};
+        fs::remove(folder / "out.txt");
+        fs::remove(folder / "err.txt");
+        return outcome;
+    }
+
+    std::vector<std::string> FilesLeft() const
+    {
+        std::vector<std::string> names;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    fs::path folder;
+};
+
+} // namespace
+
+TEST_F(Program, CutsAndVerifiesEveryKindOfStream)
+{
+    for (const char* clip : {"h264.mp4", "h264.mkv", "h264.ts", "h264-cavlc.mov", "h263.3gp", "mpeg1.mpg", "mpeg2.vob", "mpeg2.ts",
+                             "mpeg4.avi", "mpeg4.mp4", "wmv2.wmv", "vp8.webm", "vp9.webm", "theora.ogv", "hevc.mp4"})
+    {
+        const std::string out = "out" + fs::path(clip).extension().string();
+        const Outcome cut = Run("cut $S/" + std::string(clip) + " " + out + " --keep 0.52-2.2,3.08-6.4 --verify --json");
+        ASSERT_EQ(cut.status, 0) << clip << ": " << cut.err << cut.out;
+        const nlohmann::json report = nlohmann::json::parse(cut.out);
+        const nlohmann::json& video = report["tracks"][0];
+        const bool exact = std::string(clip) != "hevc.mp4";
+        EXPECT_EQ(video["cut_anywhere"], exact) << clip;
+        EXPECT_EQ(video["recoded_packets"].get<int>() > 0, exact) << clip;
+        // 42 + 83 pictures at 25 frames a second; NTSC for the one with another rate
+        if (exact && std::string(clip) != "h264-cavlc.mov")
+            EXPECT_EQ(report["verify"]["output_pictures"], 125) << clip << cut.out;
+        EXPECT_EQ(report["verify"]["good"], true) << clip;
+        EXPECT_EQ(FilesLeft(), std::vector<std::string>{out}) << clip;
+        fs::remove(folder / out);
+    }
+}
+
+TEST_F(Program, OneContainerIntoAnother)
+{
+    for (const char* pair : {"h264.mp4 a.mkv", "h264.mp4 a.ts", "h264.mp4 a.m2ts", "h264.ts a.mp4", "h264.ts a.mkv", "h264.mkv a.mov",
+                             "mpeg2.vob a.ts", "mpeg2.ts a.vob", "mpeg4.mp4 a.avi", "mpeg4.avi a.mp4", "vp9.webm a.mkv", "wmv2.wmv a.avi"})
+    {
+        const std::string out = std::string(pair).substr(std::string(pair).find(' ') + 1);
+        const Outcome cut = Run("cut $S/" + std::string(pair) + " --keep 1.2-2.4,3-5.52 --verify");
+        EXPECT_EQ(cut.status, 0) << pair << ": " << cut.err << cut.out;
+        fs::remove(folder / out);
+    }
+}
+
+TEST_F(Program, ExitStatusAndOneClearLine)
+{
+    std::ofstream(folder / "empty.mp4");
+    std::ofstream(folder / "noise.mp4") << std::string(4000, 'x');
+    fs::create_directory(folder / "dir.mp4");
+    fs::copy(samples / "h264.mp4", folder / "in.mp4");
+    fs::create_hard_link(folder / "in.mp4", folder / "same.mp4");
+    std::ofstream(folder / "there.mp4") << "precious";
+    const struct
+    {
+        const char* args;
+        int status;
+        const char* message;
+    } rows[] = {
+        {"cut in.mp4 out.mp4", 2, "--keep or --remove"},
+        {"cut in.mp4 out.mp4 --keep 1-2 --remove 3-4", 2, "--keep or --remove"},
+        {"cut in.mp4 out.mp4 --keep 2-1", 2, "ends before it begins"},
+        {"cut in.mp4 out.mp4 --keep 1-3,2-4", 2, "overlap"},
+        {"cut in.mp4 out.mp4 --keep 100-200", 2, "beyond the end"},
+        {"cut in.mp4 out.mp4 --keep 1.2.3-4", 2, "is no time"},
+        {"cut in.mp4 out.mp4 --keep 1000f-1001f", 2, "there is no frame 1000f"},
+        {"cut in.mp4 out.mp4 --remove start-end", 2, "nothing would be left"},
+        {"cut in.mp4 --keep 1-2", 2, "OUT is missing"},
+        {"cut in.mp4 out.mp4 --keep 1-2 --wrong", 2, "--wrong"},
+        {"nonsense", 2, ""},
+        {"", 2, ""},
+        {"cut in.mp4 there.mp4 --keep 1-2", 3, "there.mp4: exists"},
+        {"cut in.mp4 in.mp4 --keep 1-2 -y", 2, "the output is the input"},
+        {"cut in.mp4 same.mp4 --keep 1-2 -y", 2, "the output is the input"},
+        {"cut in.mp4 dir.mp4 --keep 1-2 -y", 1, "dir.mp4: is a folder"},
+        {"cut in.mp4 nowhere/out.mp4 --keep 1-2", 1, "nowhere/out.mp4: "},
+        {"cut in.mp4 /dev/full --keep 1-2 -y", 1, "/dev/full: "},
+        {"cut in.mp4 out.xyz --keep 1-2", 1, "out.xyz: "},
+        {"cut missing.mp4 out.mp4 --keep 1-2", 1, "missing.mp4: "},
+        {"cut empty.mp4 out.mp4 --keep 1-2", 1, "empty.mp4: "},
+        {"cut noise.mp4 out.mp4 --keep 1-2", 1, "noise.mp4: "},
+        {"cut dir.mp4 out.mp4 --keep 1-2", 1, "dir.mp4: "},
+        {"probe missing.mp4", 1, "missing.mp4: "},
+    };
+    const std::string before = Slurp(folder / "in.mp4");
+    const std::vector<std::string> files = FilesLeft();
+    for (const auto& row : rows)
+    {
+        const Outcome outcome = Run(row.args);
+        EXPECT_EQ(outcome.status, row.status) << row.args << ": " << outcome.err;
+        EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.args << ": " << outcome.err;
+        EXPECT_EQ(outcome.err.rfind("tessor: ", 0), 0u) << row.args << ": " << outcome.err;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << row.args << ": " << outcome.err;
+        EXPECT_EQ(outcome.out, "") << row.args;
+        EXPECT_EQ(FilesLeft(), files) << row.args;
+    }
+    EXPECT_EQ(Slurp(folder / "in.mp4"), before);
+    EXPECT_EQ(Slurp(folder / "there.mp4"), "precious");
+}
+
+TEST_F(Program, AFullDiskLeavesNothingBehind)
+{
+    // the limit of a file's size stands for the disk
+    const Outcome outcome = Run("cut $S/mpeg2.vob out.vob --keep 0.5-7", "ulimit -f 200;");
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_NE(outcome.err.find("out.vob: "), std::string::npos) << outcome.err;
+    EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
+}
+
+TEST_F(Program, AnInterruptionLeavesNothingBehind)
+{
+    const Outcome outcome = Run("cut $S/mpeg2.vob out.vob --keep 0.5-7 --verify", "timeout --preserve-status -s INT 0.15");
+    if (outcome.status == 0)
+        GTEST_SKIP() << "the cut was faster than the interruption";
+    EXPECT_EQ(outcome.status, 130) << outcome.err;
+    for (const std::string& name : FilesLeft())
+        EXPECT_EQ(name, "out.vob") << "only a complete file may be there, when the interruption hit its verification";
+}
+
+TEST_F(Program, TruncatedAndDamagedInputIsReadAsFarAsItGoes)
+{
+    const std::string whole = Slurp(samples / "h264.ts");
+    std::ofstream(folder / "short.ts", std::ios::binary) << whole.substr(0, whole.size() * 2 / 3 + 77);
+    std::string damaged = whole;
+    for (size_t i = whole.size() / 2; i < whole.size() / 2 + 3000; ++i)
+        damaged[i] = static_cast<char>(i * 7);
+    std::ofstream(folder / "damaged.ts", std::ios::binary) << damaged;
+    for (const char* name : {"short.ts", "damaged.ts"})
+    {
+        const Outcome outcome = Run("cut " + std::string(name) + " out.ts --keep 0.3-4 -y");
+        EXPECT_EQ(outcome.status, 0) << name << outcome.err;
+    }
+    const std::string mp4 = Slurp(samples / "h264.mp4");
+    std::ofstream(folder / "noindex.mp4", std::ios::binary) << mp4.substr(0, mp4.size() / 2);
+    const Outcome outcome = Run("cut noindex.mp4 out2.mp4 --keep 0.3-4");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("noindex.mp4: "), std::string::npos) << outcome.err;
+}
+
+TEST_F(Program, ProbeTellsWhatItFinds)
+{
+    const nlohmann::json json = nlohmann::json::parse(Run("probe $S/h264.mp4 --json").out);
+    EXPECT_EQ(json["schema_version"], 1);
+    const nlohmann::json& video = json["tracks"][0];
+    EXPECT_EQ(video["codec"], "h264");
+    EXPECT_EQ(video["header"]["visible_width"], 640);
+    EXPECT_EQ(video["groups"]["count"], 4);
+    EXPECT_EQ(video["groups"]["pictures"], 200);
+    EXPECT_EQ(video["cut_anywhere"], true);
+}
+
+TEST_F(Program, ThePlanWritesNothing)
+{
+    const Outcome outcome = Run("cut $S/h264.mp4 --keep 0-2,3-6 --plan --json");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    std::string actions;
+    for (const nlohmann::json& group : nlohmann::json::parse(outcome.out)["groups"])
+        actions += group["action"].get<std::string>() + " ";
+    EXPECT_EQ(actions, "copy re-encode copy drop ");
+    EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
+}
+
+TEST_F(Program, CompletionAndManualNameEveryOption)
+{
+    for (const char* args : {"completion bash", "completion zsh", "completion fish", "manual"})
+    {
+        const Outcome outcome = Run(args);
+        EXPECT_EQ(outcome.status, 0) << args;
+        for (const char* word : {"cut", "probe", "keep", "remove", "verify", "plan", "overwrite", "json"})
+            EXPECT_NE(outcome.out.find(word), std::string::npos) << args << ": " << word;
+    }
+}
