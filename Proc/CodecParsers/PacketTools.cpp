@@ -26,13 +26,13 @@ void CopyPosition(const IDataPacket& from, IDataPacket& to)
 
 } // namespace
 
-SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size)
+SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsFault fault)
 {
     const auto free = [](AVPacket* packet) { av_packet_free(&packet); };
     std::unique_ptr<AVPacket, decltype(free)> record(CreatePacket(size), free);
     if (!record)
         Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
-    if (av_packet_copy_props(record.get(), source.GetAVPacket()) < 0)
+    if (av_packet_copy_props(record.get(), source.GetAVPacket()) < 0 && fault == PropsFault::Throw)
         Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
     const SP<DataPacketFF> packet = DataPacketFF::Create(record.release(), MediaType::Video, source.GetPTS(),
                                                          source.GetDTS(), source.GetDuration());
