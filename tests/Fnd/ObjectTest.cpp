@@ -1,0 +1,119 @@
+#include "Fnd/Lockable.h"
+#include "Fnd/RefCount.h"
+#include "Fnd/TimerSimple.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace Tessor;
+
+namespace
+{
+
+struct IThing : public virtual IRefCountable
+{
+};
+
+struct IOther : public virtual IRefCountable
+{
+};
+
+/// Meets the count on two paths, as items and filters do.
+struct Thing final : public IThing, public IOther, public RefCountImpl
+{
+    explicit Thing(std::atomic<int>& alive) : alive(&alive) { ++alive; }
+    Thing(const Thing& other)
+        : IRefCountable(other), IThing(other), IOther(other), RefCountImpl(other), alive(other.alive)
+    {
+        ++*alive;
+    }
+    ~Thing() override { --*alive; }
+
+    std::atomic<int>* alive;
+};
+
+struct Locked final : public ILockable, public LockImpl
+{
+    void Lock() override { Lock_Impl(); }
+    bool TryLock() override { return TryLock_Impl(); }
+    void Unlock() override { Unlock_Impl(); }
+};
+
+bool OthersGetIt(Locked& locked)
+{
+    bool taken = false;
+    std::thread([&] { taken = locked.TryLock() && (locked.Unlock(), true); }).join();
+    return taken;
+}
+
+} // namespace
+
+TEST(RefCount, CountsHoldersAndDeletes)
+{
+    std::atomic<int> alive{0};
+    Thing* raw = new Thing(alive);
+    EXPECT_EQ(raw->GetRefCount(), 0);
+    SP<IThing> first(raw);
+    SP<const IOther> second(raw);
+    EXPECT_EQ(raw->GetRefCount(), 2);
+
+    // a copy is held by nobody yet
+    SP<Thing> copy(new Thing(*raw));
+    EXPECT_EQ(copy->GetRefCount(), 1);
+    EXPECT_EQ(raw->GetRefCount(), 2);
+
+    first.reset();
+    EXPECT_EQ(alive, 2);
+    second.reset();
+    EXPECT_EQ(alive, 1);
+    copy.reset();
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(RefCount, ThreadsShareAnObject)
+{
+    std::atomic<int> alive{0};
+    std::vector<std::thread> threads;
+    {
+        const SP<Thing> shared(new Thing(alive));
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back(
+                [held = SP<IThing>(shared)]() mutable
+                {
+                    for (int round = 0; round < 20000; ++round)
+                        SP<IThing> copy(held);
+                    held.reset();
+                });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(Lock, IsRecursiveAndKeepsOthersOut)
+{
+    Locked locked;
+    EXPECT_TRUE(OthersGetIt(locked));
+    {
+        AutoLock outer(&locked);
+        {
+            AutoLock inner(&locked);
+            EXPECT_FALSE(OthersGetIt(locked));
+        }
+        EXPECT_FALSE(OthersGetIt(locked));
+        EXPECT_TRUE(locked.TryLock());
+        locked.Unlock();
+    }
+    EXPECT_TRUE(OthersGetIt(locked));
+}
+
+TEST(Timer, AddsItsLifetime)
+{
+    long long total = 1000000;
+    for (int i = 0; i < 2; ++i)
+    {
+        Core::TimerSimple timer(total);
+        std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    }
+    EXPECT_GE(total, 1006000);
+}
