@@ -24,7 +24,7 @@ void CopyPosition(const IDataPacket& from, IDataPacket& to)
 
 } // namespace
 
-SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size)
+SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsFault fault)
 {
     AVPacket* record = CreatePacket(size);
     if (!record)
@@ -32,7 +32,7 @@ SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size)
     // From here on the packet owns the record, whatever throws.
     const SP<DataPacketFF> packet =
         DataPacketFF::Create(record, MediaType::Video, source.GetPTS(), source.GetDTS(), source.GetDuration());
-    if (av_packet_copy_props(record, source.GetAVPacket()) < 0)
+    if (av_packet_copy_props(record, source.GetAVPacket()) < 0 && fault == PropsFault::Throw)
         Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
     CopyPosition(source, *packet);
     if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
