@@ -91,6 +91,7 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
     avTime jumped = NoTime;
     while (!this->IsTerminated())
     {
+        const bool wasSaved = !savedData.empty();
         const SP<Item> item = TakeItem();
         if (!item)
             return nullptr;
@@ -107,8 +108,8 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
         if (eof)
             return nullptr;
         const avTime stretchEnd = controller->GetIntervalEndTime(pts);
-        if (stretchEnd == jumped)
-            continue;
+        if (wasSaved || stretchEnd == jumped)
+            continue; // behind saved items the source stands further on already
         jumped = stretchEnd;
         lock.unlock(); // the jump waits for this stream's helper
         controller->SeekToNextPosition(pts);
