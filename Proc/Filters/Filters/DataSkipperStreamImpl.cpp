@@ -46,7 +46,7 @@ void LogTimes(const SP<Item>& original, avTime pts, avTime duration)
 template <class IStreamThis>
 DataSkipperStreamImpl<IStreamThis>::DataSkipperStreamImpl(const SP<IStreamThis>& source,
                                                           const SP<FilterCutController>& controller)
-    : StreamImpl<IStreamThis, IStreamThis>(source, false), controller(controller)
+    : StreamImpl<IStreamThis, IStreamThis>(source, false), SkipperMediaType<IStreamThis>(source), controller(controller)
 {
 }
 

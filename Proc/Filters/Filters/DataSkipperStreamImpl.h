@@ -10,6 +10,27 @@
 namespace Tessor::Proc
 {
 
+/// The kind of a filter's packets, as its source tells it; streams of other items have no such question.
+template <class IStreamThis>
+class SkipperMediaType
+{
+protected:
+    explicit SkipperMediaType(const SP<IStreamThis>&) {}
+};
+
+template <>
+class SkipperMediaType<IStreamRaw> : public virtual IStreamRaw
+{
+public:
+    MediaType GetMediaType() const override { return type; }
+
+protected:
+    explicit SkipperMediaType(const SP<IStreamRaw>& source) : type(source->GetMediaType()) {}
+
+private:
+    const MediaType type;
+};
+
 /// Applies the cut to what a group's decoder delivers. Frames (IStreamVideo) get the even times of a constant frame
 /// rate, which an encoder wants, and a picture that repeats the one before is folded into it:
 ///
@@ -19,7 +40,9 @@ namespace Tessor::Proc
 ///
 /// Packets (IStreamRaw) are only cut. Used by one thread at a time.
 template <class IStreamThis>
-class TESSOR_API DataSkipperStreamImpl final : public StreamImpl<IStreamThis, IStreamThis>, public RefCountImpl
+class TESSOR_API DataSkipperStreamImpl final : public StreamImpl<IStreamThis, IStreamThis>,
+                                               public SkipperMediaType<IStreamThis>,
+                                               public RefCountImpl
 {
 public:
     using Item = typename IStreamThis::Item;
@@ -55,6 +78,10 @@ private:
     avTime startPts = NoTime; // where the even times start: the first frame's time in the result
 };
 
+template <>
+SP<IDataVideo> DataSkipperStreamImpl<IStreamVideo>::ProcessPacket(const SP<IDataVideo>&, const SP<IDataVideo>&);
+template <>
+SP<IDataPacket> DataSkipperStreamImpl<IStreamRaw>::ProcessPacket(const SP<IDataPacket>&, const SP<IDataPacket>&);
 extern template class DataSkipperStreamImpl<IStreamVideo>;
 extern template class DataSkipperStreamImpl<IStreamRaw>;
 

@@ -18,9 +18,6 @@ using Video = Conf::IFormatCodecVideo;
 namespace
 {
 
-// Of deleted time that the controller jumps over: shorter stretches are read through.
-constexpr avTime shortestJump = 5000000;
-
 // A length; times that are equal are no distance apart, known or not.
 avTime Distance(avTime start, avTime end)
 {
@@ -209,21 +206,12 @@ avTime FilterCutControllerStreamRawImpl::DropGOP(avTime gopStart, bool& sought, 
     }
     sought = true;
     // Without a jump the next group needs the key frame that waits for it.
-    if (caller == Caller::Reader && JumpFollows(gopStart))
+    if (caller == Caller::Reader && KeyframeSeek() && controller->JumpsFrom(gopStart))
         queue.Reset(gopStart);
     else
         queue.SoftReset();
     eof = controller->CheckPositionForEOF(gopStart);
     return KeyframeSeek() && !eof ? gopStart : NoTime;
-}
-
-bool FilterCutControllerStreamRawImpl::JumpFollows(avTime gopStart) const
-{
-    if (CanCutAnywhere())
-        return false;
-    const SettingsFilterCutController cut = controller->GetCut();
-    const auto interval = cut.GetOptInterval(static_cast<size_t>(cut.GetIntervalIndex(gopStart)));
-    return SubTime(interval.end, interval.start) >= shortestJump;
 }
 
 /// The lossless path: packets are only moved in time.

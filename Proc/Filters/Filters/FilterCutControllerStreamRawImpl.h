@@ -76,7 +76,6 @@ private:
     /// jump from, or NoTime. `sought`: the last thing done was a seek, and it has not yielded a kept group yet.
     avTime GetNextSeekPositionAfterGOP(bool& sought, Caller caller);
     avTime DropGOP(avTime gopStart, bool& sought, Caller caller);
-    bool JumpFollows(avTime gopStart) const;
     void PassGOP();
     SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet) const;
     void RecodeGOP();
