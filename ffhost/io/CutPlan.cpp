@@ -1,0 +1,34 @@
+#include "ffhost/io/CutPlan.h"
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+CutPlan::CutPlan(const Proc::SettingsFilterCutController& cut)
+{
+    Proc::SettingsFilterCutController sorted = cut;
+    sorted.UpdateOptimizedList();
+    for (const auto& interval : sorted.intervals)
+        if (interval.deleted)
+            stretches.push_back({interval.start, interval.end});
+    if (!stretches.empty() && sorted.intervals.front().deleted)
+        stretches.front().start = std::numeric_limits<avTime>::min() + 1;
+    if (!stretches.empty() && sorted.intervals.back().deleted)
+        stretches.back().end = std::numeric_limits<avTime>::max();
+}
+
+std::optional<CutPlan::Stretch> CutPlan::FindStretch(avTime time) const
+{
+    for (const Stretch& stretch : stretches)
+        if (time >= stretch.start && time < stretch.end)
+            return stretch;
+    return std::nullopt;
+}
+
+bool CutPlan::IsKeptStart(avTime time) const
+{
+    return std::any_of(stretches.begin(), stretches.end(), [=](const Stretch& s) { return s.end == time; });
+}
+
+} // namespace Tessor::Host

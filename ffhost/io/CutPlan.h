@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Proc/Settings/SettingsFilterCutController.h"
+
+#include <optional>
+#include <vector>
+
+namespace Tessor::Host
+{
+
+/// The deleted stretches of a cut, as reading needs them. The first and the last one reach as far as time does.
+class CutPlan
+{
+public:
+    CutPlan() = default;
+    explicit CutPlan(const Proc::SettingsFilterCutController& cut);
+
+    struct Stretch
+    {
+        avTime start, end;
+    };
+    /// The deleted stretch that holds `time`.
+    std::optional<Stretch> FindStretch(avTime time) const;
+    /// Whether deleted time ends exactly there.
+    bool IsKeptStart(avTime time) const;
+
+private:
+    std::vector<Stretch> stretches; // in order
+};
+
+} // namespace Tessor::Host

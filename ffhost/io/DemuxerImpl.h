@@ -1,0 +1,53 @@
+#pragma once
+
+#include "ffhost/io/Demuxer.h"
+#include "ffhost/io/PacketPump.h"
+#include "ffhost/io/TrackStream.h"
+
+#include <boost/thread/mutex.hpp>
+
+namespace Tessor::Host
+{
+
+class DemuxerImpl final : public Demuxer, public RefCountImpl
+{
+public:
+    explicit DemuxerImpl(const std::string& path);
+
+    const MediaInfo& GetInfo() const override { return info; }
+    SP<Proc::IStreamRaw> GetStream(int track) override;
+    void SelectSparse(int track) override;
+    std::vector<SP<Proc::IDataPacket>> TakeSparse(int track) override;
+    void SetCut(const Proc::SettingsFilterCutController& cut) override;
+    std::pair<long long, long long> GetProgress() const override;
+    long long GetDamagedCount() const override;
+
+    // What the track streams are made of.
+    SP<Proc::IDataPacket> Read(int track);
+    avTime GetPosition(int track);
+    void RequestSeek(int track, avTime target);
+    void DoSeek();
+
+private:
+    struct Reader
+    {
+        std::unique_ptr<TrackStream> stream;
+        avTime position = NoTime;  // end of what was read, NoTime before a first read
+        avTime requested = NoTime; // target of a RequestSeek that no DoSeek has followed
+        avTime target = NoTime;    // where the pending move goes for this track
+    };
+
+    const TrackInfo& FindTrack(int track) const;
+    Reader& FindReader(int track);
+    void Measure();
+    void Move();
+    bool FillQueue(int track);
+
+    mutable boost::mutex mutex;
+    PacketPump pump;
+    MediaInfo info; // fixed after the constructor
+    std::map<int, Reader> readers;
+    bool movePending = false; // a DoSeek came; the file is moved by the next read, so that seeks in a row cost nothing
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,96 @@
+#include "ffhost/io/DurationScan.h"
+
+#include "ffhost/io/TrackTimes.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr avTime FIRST_TAIL = 5000000;
+
+class TailReader
+{
+public:
+    TailReader(const std::string& path, const MediaInfo& info) : file(path), info(info)
+    {
+        ClockJumps* const clock = file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
+        for (const TrackInfo& track : info.tracks)
+        {
+            const bool dense = track.type == MediaType::Video || track.type == MediaType::Audio;
+            times.push_back(dense ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
+            if (!dense || track.attachedPicture)
+                continue;
+            file.Select(track.index);
+            anchor = anchor < 0 || (track.type == MediaType::Video && !anchorIsVideo) ? track.index : anchor;
+            anchorIsVideo = anchorIsVideo || track.type == MediaType::Video;
+        }
+    }
+
+    std::vector<avTime> Measure()
+    {
+        std::vector<avTime> ends(info.tracks.size(), NoTime);
+        if (anchor < 0)
+            return ends;
+        if (!file.IsElementary() && info.duration != NoTime)
+            for (avTime tail = FIRST_TAIL; tail < info.duration; tail *= 4)
+                if (file.Seek(anchor, info.origin + info.duration - tail) && ReadToEnd(ends, false))
+                    return ends;
+        file.Rewind();
+        ReadToEnd(ends, true);
+        return ends;
+    }
+
+private:
+    // True when every kind of track was met.
+    bool ReadToEnd(std::vector<avTime>& ends, bool fromStart)
+    {
+        for (auto& track : times)
+            if (track)
+                track->Reset(fromStart);
+        while (PacketPtr packet = file.Read())
+        {
+            const auto index = static_cast<size_t>(packet->stream_index);
+            times[index]->Push(std::move(packet));
+            Collect(index, ends);
+        }
+        for (size_t i = 0; i < times.size(); ++i)
+        {
+            if (!times[i])
+                continue;
+            times[i]->Finish();
+            Collect(i, ends);
+        }
+        return ends[static_cast<size_t>(anchor)] != NoTime;
+    }
+
+    void Collect(size_t index, std::vector<avTime>& ends)
+    {
+        while (const SP<Proc::DataPacketFF> packet = times[index]->Pull())
+            ends[index] = std::max(ends[index], AddTime(packet->GetPTS(), packet->GetDuration()));
+    }
+
+    SourceFile file;
+    const MediaInfo& info;
+    ClockJumps jumps;
+    std::vector<std::unique_ptr<TrackTimes>> times; // null for what is neither audio nor video
+    int anchor = -1;                                // the track to seek by
+    bool anchorIsVideo = false;
+};
+
+} // namespace
+
+std::vector<avTime> MeasureEnds(const std::string& path, const MediaInfo& info)
+{
+    return TailReader(path, info).Measure();
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,245 @@
+#include "ffhost/io/GroupStaging.h"
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr size_t MAX_LEAD_IN_PACKETS = 600;
+constexpr size_t MAX_LEAD_IN_BYTES = 64 << 20;
+constexpr size_t MAX_LOOK_AHEAD = 64;
+
+} // namespace
+
+void GroupStaging::Push(Packet packet)
+{
+    newestDts = packet->GetDTS();
+    staged.push_back(std::move(packet));
+    Process();
+}
+
+void GroupStaging::Finish()
+{
+    finished = true;
+    Process();
+}
+
+GroupStaging::Packet GroupStaging::Pop()
+{
+    Packet packet = std::move(ready.front());
+    ready.pop_front();
+    return packet;
+}
+
+void GroupStaging::Restart(avTime newTarget, bool atFileStart)
+{
+    ready.clear();
+    Jump(newTarget);
+    if (newTarget == NoTime)
+        target.reset();
+    skipping = held = false;
+    resumeAfter = deliveredTime = NoTime;
+    start = atFileStart ? Start::OfFile : Start::Entry;
+    end = NoTime;
+    // From the beginning on, what comes first will do when no key packet lies at or before the target.
+    found = atFileStart;
+}
+
+void GroupStaging::Jump(std::optional<avTime> newTarget)
+{
+    staged.clear();
+    group.clear();
+    groupBytes = searched = 0;
+    groupTooLarge = true;
+    finished = found = missed = false;
+    droppedBefore = newestDts = landedTime = NoTime;
+    resumeAfter = deliveredTime;
+    start = Start::Entry;
+    target = newTarget;
+    deferred = !newTarget;
+    skipping = held = true;
+}
+
+void GroupStaging::LandAt(avTime newTarget)
+{
+    target = newTarget;
+    deferred = false;
+    searched = 0;
+    Process();
+}
+
+void GroupStaging::Resume()
+{
+    held = false;
+    Process();
+}
+
+GroupStaging::Landing GroupStaging::GetLanding() const
+{
+    if (missed)
+        return Landing::Missed;
+    if (!target && !deferred)
+        return Landing::Done;
+    return found ? Landing::Found : Landing::Searching;
+}
+
+void GroupStaging::Process()
+{
+    if (deferred || missed || (target && !Land()) || held)
+        return;
+    while (!staged.empty())
+    {
+        if (staged.front()->IsKeyFrame())
+        {
+            if (!ProcessKey())
+                return;
+            continue;
+        }
+        const Packet packet = staged.front();
+        staged.pop_front();
+        if (droppedBefore == NoTime || packet->GetPTS() >= droppedBefore)
+            Deliver(packet);
+    }
+}
+
+// True when it is known where reading begins: what is staged then starts there.
+bool GroupStaging::Land()
+{
+    while (searched < staged.size())
+    {
+        const Proc::DataPacketFF& packet = *staged[searched];
+        const avTime dts = packet.GetDTS();
+        if (packet.IsKeyFrame() && packet.GetPTS() <= *target)
+            TakeKey(packet.GetPTS());
+        else
+            ++searched;
+        if (dts > *target)
+            return EndLanding();
+    }
+    return finished && EndLanding();
+}
+
+// The staged key packet that the search has come to is the best one so far.
+void GroupStaging::TakeKey(avTime time)
+{
+    const bool repeated = resumeAfter != NoTime && time <= resumeAfter;
+    const bool firstOfFile = start == Start::OfFile && landedTime == NoTime && searched == 0;
+    if (!firstOfFile)
+        start = repeated ? Start::Sequence : Start::Entry;
+    landedTime = time;
+    found = true;
+    staged.erase(staged.begin(), staged.begin() + static_cast<std::ptrdiff_t>(searched + repeated));
+    searched = repeated ? 0 : 1;
+}
+
+bool GroupStaging::EndLanding()
+{
+    missed = !found;
+    target.reset();
+    resumeAfter = NoTime;
+    skipping = false;
+    return found;
+}
+
+void GroupStaging::AcceptMissed()
+{
+    missed = false;
+    start = Start::OfFile;
+    Process();
+}
+
+bool GroupStaging::ProcessKey()
+{
+    if (video && !KnowsLeading())
+        return false;
+    const Packet key = staged.front();
+    droppedBefore = video && start == Start::Entry ? key->GetPTS() : NoTime;
+    SetKeyPosition(*key);
+    staged.pop_front();
+    Deliver(key);
+    start = Start::Sequence;
+    SkipFrom(*key);
+    return !target || Land();
+}
+
+// Leading pictures are decoded before the key picture's own time comes.
+bool GroupStaging::KnowsLeading() const
+{
+    if (finished || staged.size() > MAX_LOOK_AHEAD)
+        return true;
+    return std::any_of(staged.begin() + 1, staged.end(),
+                       [&](const Packet& packet)
+                       { return packet->IsKeyFrame() || packet->GetDTS() >= staged.front()->GetPTS(); });
+}
+
+avTime GroupStaging::FirstShown() const
+{
+    avTime first = staged.front()->GetPTS();
+    for (size_t i = 1; i < staged.size() && !staged[i]->IsKeyFrame(); ++i)
+        first = std::min(first, staged[i]->GetPTS());
+    return first;
+}
+
+void GroupStaging::SetKeyPosition(Proc::DataPacketFF& key)
+{
+    key.SetPosition(key.GetPTS());
+    if (!video || start == Start::Entry)
+        return;
+    const avTime first = FirstShown();
+    const bool open = start == Start::Sequence && first < key.GetPTS();
+    // Copied whole, the group would begin with pictures whose reference is cut away: it must count as cut itself.
+    key.SetPosition(open && cut && cut->IsKeptStart(first) ? first - 1 : first);
+    if (open && !groupTooLarge)
+        key.SetLeadIn(std::move(group));
+}
+
+void GroupStaging::Deliver(const Packet& packet)
+{
+    const bool key = packet->IsKeyFrame();
+    const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
+    end = end == NoTime || (key && start == Start::Entry) ? shownUntil : std::max(end, shownUntil);
+    if (!key)
+        packet->SetPosition(video || (finished && staged.empty()) ? end : packet->GetPTS());
+    deliveredTime = packet->GetPTS();
+    if (video)
+        Remember(packet, key);
+    ready.push_back(packet);
+}
+
+void GroupStaging::Remember(const Packet& packet, bool key)
+{
+    if (key)
+    {
+        group.clear();
+        groupBytes = 0;
+        groupTooLarge = false;
+    }
+    groupBytes += static_cast<size_t>(packet->GetSize());
+    groupTooLarge = groupTooLarge || group.size() >= MAX_LEAD_IN_PACKETS || groupBytes > MAX_LEAD_IN_BYTES;
+    if (groupTooLarge)
+    {
+        group.clear();
+        return;
+    }
+    const SP<Proc::IDataPacket> copy = packet->Clone();
+    static_cast<Proc::DataPacketFF&>(*copy).SetLeadIn({});
+    group.push_back(copy);
+}
+
+// What follows a key packet in deleted time is not wanted up to the last key packet before the stretch ends.
+void GroupStaging::SkipFrom(const Proc::DataPacketFF& packet)
+{
+    const auto stretch = cut && skips ? cut->FindStretch(packet.GetPosition()) : std::nullopt;
+    if (!stretch)
+        return;
+    target = stretch->end;
+    resumeAfter = packet.GetPTS();
+    skipOrigin = packet.GetPosition();
+    searched = 0;
+    found = skipping = true;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,323 @@
+#include "ffhost/io/PacketPump.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr avTime SECOND = 1000000;
+constexpr avTime SPARSE_LEAD = 10 * SECOND; // how long a subtitle may stand before the target and still be met
+constexpr avTime CLOCK_LEAD = 1 * SECOND;   // where a seek may land between the parts of a packet
+constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
+constexpr avTime WORTH_A_JUMP = 3 * SECOND;
+
+// Steps back from the target: 0, 1, 3, 10, 30, 100... seconds.
+avTime NextLead(avTime lead)
+{
+    if (lead < SECOND)
+        return SECOND;
+    avTime step = SECOND;
+    for (int i = 0; step <= lead; ++i)
+        step = i % 2 == 0 ? step * 3 : step / 3 * 10;
+    return step;
+}
+
+} // namespace
+
+void PacketPump::Describe(const MediaInfo* described)
+{
+    info = described;
+}
+
+void PacketPump::Select(int index)
+{
+    if (dense.count(index))
+        return;
+    const TrackInfo& track = info->tracks.at(static_cast<size_t>(index));
+    const int64_t start = file.Stream(index).start_time;
+    const AVRational base{track.timeBaseNum, track.timeBaseDen};
+    dense.emplace(index,
+                  DenseTrack{TrackTimes(track, info->origin, Clock()), GroupStaging(track.type), track.type,
+                             start == AV_NOPTS_VALUE
+                                 ? NoTime
+                                 : SubTime(av_rescale_q(start, base, AVRational{1, AV_TIME_BASE}), info->origin)});
+    hasVideo = hasVideo || track.type == MediaType::Video;
+    file.Select(index);
+    dense.at(index).staging.Restart(NoTime, file.IsAtStart());
+    ApplyCut();
+}
+
+void PacketPump::SelectSparse(int index)
+{
+    if (sparse.count(index))
+        return;
+    const TrackInfo& track = info->tracks.at(static_cast<size_t>(index));
+    sparse.emplace(
+        index, SparseTrack{TrackClock(AVRational{track.timeBaseNum, track.timeBaseDen}, info->origin, Clock()), {}});
+    file.Select(index);
+    if (track.attachedPicture)
+        AddSparse(sparse.at(index), index, PacketPtr(av_packet_clone(&file.Stream(index).attached_pic)));
+}
+
+void PacketPump::SetCut(const CutPlan& plan)
+{
+    cut = plan;
+    hasCut = true;
+    ApplyCut();
+}
+
+void PacketPump::ApplyCut()
+{
+    if (!hasCut)
+        return;
+    for (auto& [index, track] : dense)
+        track.staging.SetCut(&cut, IsPrimary(track));
+}
+
+bool PacketPump::ReadMore()
+{
+    TryJump();
+    if (ended)
+        return false;
+    if (!ReadPacket())
+        FinishAll();
+    for (auto& [index, track] : dense)
+        if (track.staging.GetLanding() == GroupStaging::Landing::Missed)
+            track.staging.AcceptMissed();
+    return !ended;
+}
+
+bool PacketPump::ReadPacket()
+{
+    PacketPtr packet = file.Read();
+    if (!packet)
+        return false;
+    const int index = packet->stream_index;
+    if (const auto found = dense.find(index); found != dense.end())
+    {
+        found->second.times.Push(std::move(packet));
+        Deliver(found->second);
+    }
+    else if (const auto other = sparse.find(index); other != sparse.end())
+    {
+        if (!info->tracks[static_cast<size_t>(index)].attachedPicture)
+            AddSparse(other->second, index, std::move(packet));
+    }
+    return true;
+}
+
+void PacketPump::FinishAll()
+{
+    if (ended)
+        return;
+    ended = true;
+    for (auto& [index, track] : dense)
+    {
+        track.times.Finish();
+        Deliver(track);
+        track.staging.Finish();
+    }
+}
+
+void PacketPump::Deliver(DenseTrack& track)
+{
+    while (SP<Proc::DataPacketFF> packet = track.times.Pull())
+        track.staging.Push(std::move(packet));
+}
+
+void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
+{
+    if (!packet)
+        return;
+    const avTime pts = track.clock.ToTime(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts);
+    const avTime dts = track.clock.ToTime(packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts);
+    const avTime duration = std::max<avTime>(0, track.clock.ToTime(packet->duration) - track.clock.ToTime(0));
+    const MediaType type = info->tracks[static_cast<size_t>(index)].type;
+    track.inbox.Add(Proc::DataPacketFF::Create(packet.release(), type, pts, dts, duration));
+}
+
+void PacketPump::MoveTo(avTime target)
+{
+    lastJump = NoTime;
+    for (avTime lead = BaseLead(); SeekBefore(target, lead); lead = NextLead(lead))
+    {
+        ResetTimes(false);
+        for (auto& [index, track] : dense)
+            track.staging.Restart(target, false);
+        if (Settle(target, lead))
+            return;
+    }
+    file.Rewind();
+    ResetTimes(true);
+    for (auto& [index, track] : dense)
+        track.staging.Restart(target, true);
+}
+
+// False when only the beginning of the file is far enough back.
+bool PacketPump::SeekBefore(avTime target, avTime lead)
+{
+    if (target - lead <= 0 || file.IsElementary() || jumps.shifts.size() > 1)
+        return false;
+    return file.Seek(Anchor(), AddTime(info->origin, target - lead));
+}
+
+// Reads on until every track has shown where it stands. False when one begins behind the target.
+bool PacketPump::Settle(avTime target, avTime lead)
+{
+    for (;;)
+    {
+        bool searching = false, far = false;
+        for (auto& [index, track] : dense)
+        {
+            const GroupStaging::Landing landing = track.staging.GetLanding();
+            const bool late = track.start != NoTime && track.start > target;
+            if (landing == GroupStaging::Landing::Missed)
+            {
+                if (!late && (track.type == MediaType::Video || lead < MAX_INTERLEAVING))
+                    return false;
+                track.staging.AcceptMissed();
+            }
+            searching = searching || landing == GroupStaging::Landing::Searching;
+            far = far ||
+                  (track.staging.GetNewestDts() != NoTime && track.staging.GetNewestDts() > target + MAX_INTERLEAVING);
+        }
+        if (!searching || far || ended)
+            return true;
+        if (!ReadPacket())
+            FinishAll();
+    }
+}
+
+void PacketPump::ResetTimes(bool atStart)
+{
+    ended = false;
+    for (auto& [index, track] : dense)
+        track.times.Reset(atStart);
+    for (auto& [index, track] : sparse)
+        track.clock.Reset(atStart);
+}
+
+void PacketPump::TryJump()
+{
+    const std::optional<avTime> target = hasCut && !ended ? FindJumpTarget() : std::nullopt;
+    if (!target)
+        return;
+    lastJump = *target;
+    const avTime place = std::min(*target, info->duration);
+    for (avTime lead = std::max(BaseLead(), SECOND); SeekBefore(place, lead); lead = NextLead(lead))
+    {
+        ResetTimes(false);
+        if (LandJump(*target, false))
+            return;
+    }
+    file.Rewind();
+    ResetTimes(true);
+    LandJump(*target, true);
+}
+
+// Worth it when all that leave something out do so for long, and the others have been read up to there.
+std::optional<avTime> PacketPump::FindJumpTarget() const
+{
+    std::optional<avTime> target;
+    avTime origin = NoTime;
+    for (const auto& [index, track] : dense)
+    {
+        if (!IsPrimary(track))
+            continue;
+        const std::optional<avTime> skip = track.staging.GetSkipTarget();
+        if (!skip || (target && skip != target) || skip == lastJump)
+            return std::nullopt;
+        const avTime left = SubTime(std::min(*skip, info->duration), track.staging.GetNewestDts());
+        if (track.staging.GetNewestDts() == NoTime || left < WORTH_A_JUMP + BaseLead())
+            return std::nullopt;
+        target = skip;
+        origin = std::max(origin, track.staging.GetSkipOrigin());
+    }
+    for (const auto& [index, track] : dense)
+        if (!IsPrimary(track) && track.staging.GetDeliveredTime() < origin)
+            return std::nullopt;
+    if (file.IsElementary() || jumps.shifts.size() > 1)
+        return std::nullopt;
+    return target;
+}
+
+// The tracks that decide land at the target; the others follow where these have landed, since the cut may be widened
+// to there.
+bool PacketPump::LandJump(avTime target, bool lastTry)
+{
+    for (auto& [index, track] : dense)
+        track.staging.Jump(IsPrimary(track) ? std::optional(target) : std::nullopt);
+    for (bool landed = false; !landed;)
+    {
+        landed = true;
+        for (auto& [index, track] : dense)
+        {
+            const GroupStaging::Landing landing = track.staging.GetLanding();
+            if (IsPrimary(track) && landing == GroupStaging::Landing::Missed && !lastTry)
+                return false;
+            landed = landed && (!IsPrimary(track) || landing == GroupStaging::Landing::Done ||
+                                landing == GroupStaging::Landing::Missed);
+        }
+        if (!landed && !ReadPacket())
+            FinishAll();
+        landed = landed || ended;
+    }
+    return LandOthers(lastTry);
+}
+
+bool PacketPump::LandOthers(bool lastTry)
+{
+    avTime landed = std::numeric_limits<avTime>::max();
+    for (auto& [index, track] : dense)
+        if (IsPrimary(track))
+            landed = std::min(landed, track.staging.GetLandedTime());
+    for (auto& [index, track] : dense)
+    {
+        if (IsPrimary(track))
+            continue;
+        track.staging.LandAt(std::max(landed, track.staging.GetDeliveredTime()));
+        if (track.staging.GetLanding() == GroupStaging::Landing::Missed && !lastTry)
+            return false;
+    }
+    for (auto& [index, track] : dense)
+        track.staging.Resume();
+    return true;
+}
+
+avTime PacketPump::BaseLead() const
+{
+    if (!sparse.empty())
+        return SPARSE_LEAD;
+    return file.Context().iformat->flags & AVFMT_TS_DISCONT ? CLOCK_LEAD : 0;
+}
+
+// The track whose entry points a seek goes by: the first video track, or the first one at all.
+int PacketPump::Anchor() const
+{
+    const auto video = std::find_if(dense.begin(), dense.end(),
+                                    [](const auto& entry) { return entry.second.type == MediaType::Video; });
+    return video != dense.end() ? video->first : dense.empty() ? 0 : dense.begin()->first;
+}
+
+ClockJumps* PacketPump::Clock()
+{
+    return file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
+}
+
+long long PacketPump::GetDamagedCount() const
+{
+    long long damaged = file.GetDamagedCount();
+    for (const auto& [index, track] : dense)
+        damaged += track.times.GetDamagedCount();
+    return damaged;
+}
+
+} // namespace Tessor::Host

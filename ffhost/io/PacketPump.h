@@ -1,0 +1,79 @@
+#pragma once
+
+#include "ffhost/io/CutPlan.h"
+#include "ffhost/io/GroupStaging.h"
+#include "ffhost/io/SourceFile.h"
+#include "ffhost/io/SparseInbox.h"
+#include "ffhost/io/TrackTimes.h"
+
+#include <map>
+
+namespace Tessor::Host
+{
+
+/// Moves the packets of a file to the tracks that want them, and the file to where reading should go on.
+class PacketPump
+{
+public:
+    explicit PacketPump(const std::string& path) : file(path) {}
+
+    /// Must be called once before all that follows.
+    void Describe(const MediaInfo* described);
+    void Select(int track);
+    void SelectSparse(int track);
+    void SetCut(const CutPlan& plan);
+
+    GroupStaging& GetStaging(int track) { return dense.at(track).staging; }
+    SparseInbox& GetInbox(int track) { return sparse.at(track).inbox; }
+    /// Reads on by a packet. False at the end of the file, where all tracks are finished.
+    bool ReadMore();
+    /// Moves all tracks so that they go on from their last key packet at or before the target.
+    void MoveTo(avTime target);
+
+    const SourceFile& GetFile() const { return file; }
+    long long GetDamagedCount() const;
+
+private:
+    struct DenseTrack
+    {
+        TrackTimes times;
+        GroupStaging staging;
+        MediaType type;
+        avTime start; // of the track as the container tells it, NoTime when unknown
+    };
+    struct SparseTrack
+    {
+        TrackClock clock;
+        SparseInbox inbox;
+    };
+
+    bool ReadPacket();
+    void FinishAll();
+    void Deliver(DenseTrack& track);
+    void AddSparse(SparseTrack& track, int index, PacketPtr packet);
+    void ResetTimes(bool atStart);
+    bool SeekBefore(avTime target, avTime lead);
+    bool Settle(avTime target, avTime lead);
+    void TryJump();
+    std::optional<avTime> FindJumpTarget() const;
+    bool LandJump(avTime target, bool lastTry);
+    bool LandOthers(bool lastTry);
+    bool IsPrimary(const DenseTrack& track) const { return !hasVideo || track.type == MediaType::Video; }
+    avTime BaseLead() const;
+    int Anchor() const;
+    ClockJumps* Clock();
+    void ApplyCut();
+
+    SourceFile file;
+    const MediaInfo* info = nullptr;
+    ClockJumps jumps;
+    std::map<int, DenseTrack> dense;
+    std::map<int, SparseTrack> sparse;
+    CutPlan cut;
+    bool hasCut = false;
+    bool hasVideo = false;    // among the dense tracks
+    bool ended = false;       // all tracks are finished
+    avTime lastJump = NoTime; // target of the last jump over deleted time: none is tried twice
+};
+
+} // namespace Tessor::Host

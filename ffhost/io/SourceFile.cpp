@@ -1,0 +1,187 @@
+#include "ffhost/io/SourceFile.h"
+
+#include "Fnd/Exception.h"
+#include "ffhost/Log.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+#include <array>
+#include <filesystem>
+#include <string_view>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr int64_t DEEP_PROBE_BYTES = 200000000;
+constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
+constexpr int MAX_RETRIES = 1000;
+
+std::string ErrorText(int code)
+{
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
+    av_strerror(code, text.data(), text.size());
+    return text.data();
+}
+
+bool IsUnknown(const AVCodecParameters& parameters)
+{
+    if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
+        return parameters.codec_id == AV_CODEC_ID_NONE || parameters.width <= 0;
+    if (parameters.codec_type == AVMEDIA_TYPE_AUDIO)
+        return parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0;
+    return false;
+}
+
+bool HasUnknownStream(const AVFormatContext& context)
+{
+    for (unsigned i = 0; i < context.nb_streams; ++i)
+        if (IsUnknown(*context.streams[i]->codecpar))
+            return true;
+    return false;
+}
+
+} // namespace
+
+void PacketDeleter::operator()(AVPacket* packet) const
+{
+    av_packet_free(&packet);
+}
+
+void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
+{
+    avformat_close_input(&context);
+}
+
+SourceFile::SourceFile(const std::string& path) : path(path)
+{
+    RouteFFmpegLog();
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (std::filesystem::is_directory(status))
+        Fail("Is a directory");
+    if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
+        Fail("The file is empty");
+    Open();
+    if (context->nb_streams == 0)
+        Fail("No streams found");
+    selected.assign(context->nb_streams, false);
+    ApplySelection();
+}
+
+void SourceFile::Open()
+{
+    // The protocol prefix keeps names with a colon from being taken for addresses.
+    AVFormatContext* opened = nullptr;
+    const int code = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr);
+    if (code < 0)
+        Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" : ErrorText(code));
+    context.reset(opened);
+    atStart = true;
+    FindStreams();
+}
+
+void SourceFile::FindStreams()
+{
+    const int code = avformat_find_stream_info(context.get(), nullptr);
+    const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
+    if (code >= 0 && !(noHeader && HasUnknownStream(*context)))
+        return;
+    context->probesize = DEEP_PROBE_BYTES;
+    context->max_analyze_duration = DEEP_PROBE_TIME;
+    avformat_find_stream_info(context.get(), nullptr);
+}
+
+PacketPtr SourceFile::Read()
+{
+    PacketPtr packet(av_packet_alloc());
+    if (!packet)
+        Fail("Out of memory");
+    atStart = false;
+    for (int retries = 0; retries < MAX_RETRIES;)
+    {
+        const int code = av_read_frame(context.get(), packet.get());
+        if (code == AVERROR(EAGAIN))
+        {
+            ++retries;
+            continue;
+        }
+        if (code < 0)
+        {
+            damaged += code != AVERROR_EOF;
+            return nullptr;
+        }
+        if (packet->stream_index < StreamCount() && IsSelected(packet->stream_index))
+        {
+            damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            return packet;
+        }
+        av_packet_unref(packet.get());
+    }
+    return nullptr;
+}
+
+bool SourceFile::Seek(int stream, avTime time)
+{
+    const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
+    if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
+        return false;
+    atStart = false;
+    return true;
+}
+
+void SourceFile::Rewind()
+{
+    if (atStart)
+        return;
+    context.reset();
+    Open();
+    // A file that was changed under us must not shift the numbers of its tracks.
+    if (context->nb_streams < selected.size())
+        Fail("The file has changed");
+    ApplySelection();
+}
+
+void SourceFile::Select(int stream)
+{
+    selected[static_cast<size_t>(stream)] = true;
+    ApplySelection();
+}
+
+AVStream& SourceFile::Stream(int index) const
+{
+    return *context->streams[index];
+}
+
+bool SourceFile::IsElementary() const
+{
+    // Without an Xing table an MP3 file is sought by its bit rate only.
+    return (context->iformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||
+           context->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE ||
+           std::string_view(context->iformat->name) == "mp3";
+}
+
+std::pair<long long, long long> SourceFile::GetProgress() const
+{
+    if (!context->pb)
+        return {0, 0};
+    return {std::max<int64_t>(0, avio_tell(context->pb)), std::max<int64_t>(0, avio_size(context->pb))};
+}
+
+void SourceFile::ApplySelection()
+{
+    for (unsigned i = 0; i < context->nb_streams; ++i)
+        context->streams[i]->discard = i < selected.size() && selected[i] ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+}
+
+void SourceFile::Fail(const std::string& cause) const
+{
+    Throw<Core::IOException>(TESSOR_HERE, path + ": " + cause);
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Fnd/Time.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct AVFormatContext;
+struct AVPacket;
+struct AVStream;
+
+namespace Tessor::Host
+{
+
+struct PacketDeleter
+{
+    void operator()(AVPacket* packet) const;
+};
+using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
+
+/// libavformat's reader of a file, which can be put back to its beginning as if nothing had been read.
+class SourceFile
+{
+public:
+    /// Throws Core::IOException "FILE: cause".
+    explicit SourceFile(const std::string& path);
+
+    /// The next packet of a selected stream in file order; null at the end, which a read error is too.
+    PacketPtr Read();
+    /// Moves to before `time` (microseconds of the file's own clock) by the entry points of `stream`.
+    bool Seek(int stream, avTime time);
+    void Rewind();
+    /// Nothing has been read since the beginning.
+    bool IsAtStart() const { return atStart; }
+
+    void Select(int stream);
+    bool IsSelected(int stream) const { return selected[static_cast<size_t>(stream)]; }
+
+    AVFormatContext& Context() const { return *context; }
+    int StreamCount() const { return static_cast<int>(selected.size()); }
+    AVStream& Stream(int index) const;
+    /// No index and no times of its own: places are only found by reading from the beginning.
+    bool IsElementary() const;
+    std::pair<long long, long long> GetProgress() const;
+    long long GetDamagedCount() const { return damaged; }
+
+private:
+    struct ContextDeleter
+    {
+        void operator()(AVFormatContext* context) const;
+    };
+
+    void Open();
+    void FindStreams();
+    void ApplySelection();
+    [[noreturn]] void Fail(const std::string& cause) const;
+
+    const std::string path;
+    std::unique_ptr<AVFormatContext, ContextDeleter> context;
+    std::vector<bool> selected; // by stream; what is not selected is never delivered
+    bool atStart = true;        // until the first packet is read or a seek succeeds
+    long long damaged = 0;      // read errors and packets marked corrupt
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,61 @@
+#include "ffhost/io/TrackClock.h"
+
+extern "C"
+{
+#include <libavutil/avutil.h>
+#include <libavutil/mathematics.h>
+}
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr avTime MAX_GAP = 10000000;
+constexpr avTime MAX_FALL = 100000; // jitter of careless multiplexers stays below
+
+bool GoesOn(avTime from, avTime to)
+{
+    return to - from <= MAX_GAP && to - from >= -MAX_FALL;
+}
+
+} // namespace
+
+avTime TrackClock::ToTime(int64_t ticks) const
+{
+    if (ticks == AV_NOPTS_VALUE)
+        return NoTime;
+    const avTime time = av_rescale_q(ticks, timeBase, AVRational{1, AV_TIME_BASE});
+    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[epoch] : 0);
+}
+
+bool TrackClock::Follow(int64_t ticks, avTime step)
+{
+    const avTime time = ToTime(ticks);
+    if (!jumps || time == NoTime)
+        return false;
+    const avTime before = last;
+    last = time;
+    if (before == NoTime || GoesOn(before, time))
+        return false;
+    while (++epoch < jumps->shifts.size())
+    {
+        last = ToTime(ticks);
+        if (GoesOn(before, last))
+            return false;
+    }
+    jumps->shifts.push_back(0);
+    jumps->shifts.back() = SubTime(AddTime(before, step), ToTime(ticks));
+    last = AddTime(before, step);
+    return true;
+}
+
+void TrackClock::Reset(bool atStart)
+{
+    last = NoTime;
+    if (atStart)
+        epoch = 0;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,81 @@
+#include "ffhost/io/TrackStream.h"
+
+#include "Fnd/Statistics.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/io/DemuxerImpl.h"
+
+namespace Tessor::Host
+{
+
+long TrackStream::AddRef() const
+{
+    return owner.AddRef();
+}
+
+long TrackStream::GetRefCount() const
+{
+    return owner.GetRefCount();
+}
+
+long TrackStream::Release() const
+{
+    return owner.Release();
+}
+
+void TrackStream::Initialize(const Core::Property&)
+{
+    Throw<Proc::FilterException>(TESSOR_HERE, "Method not implemented");
+}
+
+Core::Property TrackStream::GetSettings() const
+{
+    return {};
+}
+
+avTime TrackStream::GetDuration() const
+{
+    return owner.GetInfo().duration;
+}
+
+avTime TrackStream::GetPosition()
+{
+    return owner.GetPosition(track);
+}
+
+void TrackStream::RequestSeek(avTime target, SP<Proc::IStream>)
+{
+    terminated = false;
+    owner.RequestSeek(track, target);
+}
+
+void TrackStream::DoSeek()
+{
+    owner.DoSeek();
+}
+
+Core::Property TrackStream::GetStatistic() const
+{
+    return Core::GetRootItem();
+}
+
+void TrackStream::Accept(Proc::IStreamVisitor& visitor)
+{
+    Proc::Visitors::ProcessStandartVisitors(visitor, "TrackStream", FRAME_ALLOC_NONE, nullptr);
+}
+
+SP<Proc::IDataPacket> TrackStream::Read()
+{
+    return owner.Read(track);
+}
+
+MediaType TrackStream::GetMediaType() const
+{
+    return owner.GetInfo().tracks[static_cast<size_t>(track)].type;
+}
+
+SP<Conf::IFormatCodec> TrackStream::GetFormatCodec() const
+{
+    return owner.GetInfo().tracks[static_cast<size_t>(track)].format;
+}
+
+} // namespace Tessor::Host
