@@ -21,4 +21,8 @@ TESSOR_API SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t s
 /// A new packet of the head's bytes and then the packet's, otherwise like the packet. Throws as CreatePacketLike.
 TESSOR_API SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size);
 
+/// A packet with the codec's header in front. The packet itself when it begins with the start code 00 00 01 `code` of
+/// that header, is null, or there is no header (null or empty). Throws as CreatePacketLike.
+TESSOR_API SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& header, uint8_t code);
+
 } // namespace Tessor::Proc::CodecParsers
