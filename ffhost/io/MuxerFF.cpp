@@ -128,9 +128,18 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     else if (extradata)
         SetExtradata(*parameters, extradata->Data(), extradata->Size());
 
+    // Readers take the codec's delay, which the header names, off all times; the writer leaves it to us to add it.
+    const bool delayed = container.GetOrigin() == Container::Origin::Presentation && parameters->initial_padding > 0 &&
+                         parameters->sample_rate > 0;
+    const avTime delay =
+        delayed ? av_rescale(parameters->initial_padding, MICROSECONDS.den, parameters->sample_rate) : 0;
     const bool reorders = source.type == MediaType::Video && !source.attachedPicture;
-    return Track{source, parameters, framing, DtsRepair(reorders ? LOOK_AHEAD : 0),
-                 sparse || source.attachment || source.attachedPicture};
+    return Track{source,
+                 parameters,
+                 framing,
+                 DtsRepair(reorders ? LOOK_AHEAD : 0),
+                 sparse || source.attachment || source.attachedPicture,
+                 delay};
 }
 
 MuxerFF::ContextPtr MuxerFF::MakeContext() const
@@ -227,7 +236,7 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     }
     PacketPtr ticks = ToTicks(*framed, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
-        earliest = std::min(earliest, packet->GetPTS());
+        earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
     track.repair.Push(std::move(ticks));
     Settle(number);
     Drain();
@@ -239,9 +248,10 @@ PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
     PacketPtr result(av_packet_clone(packet.GetAVPacket()));
     if (!result)
         throw std::bad_alloc();
-    const avTime pts = packet.GetPTS(), duration = packet.GetDuration();
+    const avTime delay = tracks[static_cast<size_t>(number)].delay;
+    const avTime pts = AddTime(packet.GetPTS(), delay), duration = packet.GetDuration();
     result->pts = ToTick(pts, timeBase);
-    result->dts = ToTick(packet.GetDTS(), timeBase);
+    result->dts = ToTick(AddTime(packet.GetDTS(), delay), timeBase);
     // By the end, not by the length: rounding then doesn't add up.
     result->duration = duration == NoTime || duration <= 0 ? 0
                        : pts == NoTime                     ? ToTick(duration, timeBase)

@@ -47,6 +47,7 @@ private:
         std::optional<H264Framing> framing;                  // of H.264 tracks
         DtsRepair repair;
         bool sparse;
+        avTime delay = 0; // added to its times, on top of the common shift
         bool ended = false;
         long long damaged = 0; // packets that could not be framed, and were left out
     };

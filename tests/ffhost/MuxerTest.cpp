@@ -66,7 +66,7 @@ struct CopyCase
     const char* clip;
     const char* extension;
     const char* codecs;      // of the tracks that must arrive
-    avTime tick;             // the tolerance of times, microseconds
+    avTime tick;             // the tolerance of times, microseconds; 0 where the reader makes them up
     bool samePayload = true; // false where the container's framing differs from the source's
 };
 
@@ -103,15 +103,14 @@ TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
         avTime lastDts = NoTime;
         for (size_t k = 0; k < was.size(); ++k)
         {
-            if (c.tick)
-            {
-                EXPECT_NEAR(is[k] - was[k], *shift, c.tick) << "packet " << k;
-            }
             EXPECT_EQ(before.packets[k]->IsKeyFrame(), after.packets[k]->IsKeyFrame()) << "packet " << k;
             if (c.samePayload)
             {
                 EXPECT_EQ(Payload(*before.packets[k]), Payload(*after.packets[k])) << "packet " << k;
             }
+            if (!c.tick)
+                continue;
+            EXPECT_NEAR(is[k] - was[k], *shift, c.tick) << "packet " << k;
             const avTime dts = after.packets[k]->GetDTS(); // Matroska has none
             EXPECT_TRUE(dts == NoTime || lastDts < dts) << "packet " << k;
             lastDts = dts;
