@@ -11,11 +11,6 @@ extern "C"
 namespace Tessor::Host
 {
 
-void PacketDeleter::operator()(AVPacket* packet) const
-{
-    av_packet_free(&packet);
-}
-
 void DtsRepair::Push(PacketPtr packet)
 {
     const int64_t next = newestDts ? *newestDts + 1 : 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Export.h"
+#include "ffhost/io/PacketPtr.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,12 +13,6 @@ struct AVPacket;
 
 namespace Tessor::Host
 {
-
-struct PacketDeleter
-{
-    void operator()(AVPacket* packet) const;
-};
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 
 /// Brings the decoding times of one track into an order that containers take: strictly rising, never above the
 /// presentation time. Times are ticks of the container.

@@ -22,9 +22,9 @@ struct TrackInfo
 {
     int index = 0; ///< in the file
     MediaType type = MediaType::None;
-    bool attachedPicture = false; ///< a cover, no stream of pictures
-    bool attachment = false;      ///< a font or another file inside of the file; its bytes are the extradata
-    std::string codecName;        ///< FFmpeg's name of the codec
+    bool attachedPicture = false;  ///< a cover, no stream of pictures
+    bool attachment = false;       ///< a font or another file inside of the file; its bytes are the extradata
+    std::string codecName;         ///< FFmpeg's name of the codec
     SP<Conf::IFormatCodec> format; ///< our description, with extradata; null for tracks of no media type
     std::shared_ptr<const AVCodecParameters> parameters;
     int timeBaseNum = 1, timeBaseDen = 1000000; ///< seconds per tick of the container

@@ -48,11 +48,6 @@ bool HasUnknownStream(const AVFormatContext& context)
 
 } // namespace
 
-void PacketDeleter::operator()(AVPacket* packet) const
-{
-    av_packet_free(&packet);
-}
-
 void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
 {
     avformat_close_input(&context);

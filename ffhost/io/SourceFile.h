@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Time.h"
+#include "ffhost/io/PacketPtr.h"
 
 #include <memory>
 #include <string>
@@ -13,12 +14,6 @@ struct AVStream;
 
 namespace Tessor::Host
 {
-
-struct PacketDeleter
-{
-    void operator()(AVPacket* packet) const;
-};
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 
 /// libavformat's reader of a file, which can be put back to its beginning as if nothing had been read.
 class SourceFile
