@@ -20,7 +20,8 @@ void ExpectCaughtAs()
     {
         const std::exception& caught = dynamic_cast<const std::exception&>(e);
         EXPECT_EQ(Describe(caught), "the text");
-        EXPECT_NE(boost::get_error_info<TagCallStack>(e), nullptr);
+        ASSERT_NE(boost::get_error_info<TagCallStack>(e), nullptr);
+        EXPECT_FALSE(boost::get_error_info<TagCallStack>(e)->empty());
         ASSERT_NE(boost::get_error_info<boost::throw_file>(e), nullptr);
         EXPECT_NE(std::string(*boost::get_error_info<boost::throw_file>(e)).find("ExceptionTest"), std::string::npos);
         EXPECT_NE(std::string(*boost::get_error_info<boost::throw_function>(e)).find("ExpectCaughtAs"),
