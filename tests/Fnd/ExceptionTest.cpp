@@ -1,6 +1,7 @@
 #include "Fnd/Exception.h"
 
 #include <boost/exception_ptr.hpp>
+#include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
 using namespace Tessor;
