@@ -16,7 +16,8 @@ namespace Tessor::Proc::Details
 class ColorPainter
 {
 public:
-    /// Throws Exception with the format's name when its components are not bytes of RGB, grey or YUV.
+    /// YUV formats that have no range of their own take the full one when told so. Throws Exception with the format's
+    /// name when its components are not bytes of RGB, grey or YUV.
     ColorPainter(const Color& color, PixFmt format, bool fullRange);
 
     void Paint(int index, const PlaneTemplate<false>& plane) const;

@@ -1,6 +1,7 @@
 #include "Fnd/Exception.h"
 
 #include <boost/exception_ptr.hpp>
+#include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
 using namespace Tessor;
@@ -20,7 +21,8 @@ void ExpectCaughtAs()
     {
         const std::exception& caught = dynamic_cast<const std::exception&>(e);
         EXPECT_EQ(Describe(caught), "the text");
-        EXPECT_NE(boost::get_error_info<TagCallStack>(e), nullptr);
+        ASSERT_NE(boost::get_error_info<TagCallStack>(e), nullptr);
+        EXPECT_FALSE(boost::get_error_info<TagCallStack>(e)->empty());
         ASSERT_NE(boost::get_error_info<boost::throw_file>(e), nullptr);
         EXPECT_NE(std::string(*boost::get_error_info<boost::throw_file>(e)).find("ExceptionTest"), std::string::npos);
         EXPECT_NE(std::string(*boost::get_error_info<boost::throw_function>(e)).find("ExpectCaughtAs"),

@@ -2,8 +2,11 @@
 #include "Fnd/RefCount.h"
 #include "Fnd/TimerSimple.h"
 
+#include <atomic>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <thread>
+#include <vector>
 
 using namespace Tessor;
 

@@ -1,6 +1,7 @@
 #include "Fnd/Property/Property.h"
 #include "Fnd/Statistics.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace Tessor;

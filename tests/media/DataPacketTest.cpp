@@ -1,0 +1,129 @@
+#include "Fnd/Exception.h"
+#include "media/BlobFF.h"
+#include "media/DataPacketFF.h"
+
+extern "C"
+{
+#include <libavcodec/defs.h>
+#include <libavcodec/packet.h>
+}
+
+#include <gtest/gtest.h>
+#include <numeric>
+
+using namespace Tessor;
+using namespace Tessor::Proc;
+
+namespace
+{
+
+SP<DataPacketFF> MakePacket(avTime pts, avTime dts)
+{
+    return DataPacketFF::Create(CreatePacket(16), MediaType::Video, pts, dts, 40);
+}
+
+} // namespace
+
+TEST(DataPacket, PositionIsExplicitElsePtsElseDts)
+{
+    const struct
+    {
+        avTime pts, dts, explicitPosition, newPts, before, after;
+    } rows[] = {
+        {100, 50, NoTime, 200, 100, 200},       {100, NoTime, NoTime, NoTime, 100, NoTime},
+        {100, 50, NoTime, NoTime, 100, 50},     {NoTime, 50, NoTime, 200, 50, 200},
+        {NoTime, NoTime, NoTime, 7, NoTime, 7}, {100, 50, 120, 90, 120, 110},
+        {100, 50, 120, NoTime, 120, 120},       {NoTime, 50, 120, 200, 120, 120},
+        {NoTime, NoTime, 120, 1, 120, 120},     {-5, -6, -7, 5, -7, 3},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<DataPacketFF> packet = MakePacket(row.pts, row.dts);
+        packet->SetPosition(row.explicitPosition);
+        EXPECT_EQ(packet->GetPosition(), row.before);
+        const SP<IDataPacket> clone = packet->Clone();
+        packet->SetPTS(row.newPts);
+        EXPECT_EQ(packet->GetPosition(), row.after);
+        EXPECT_EQ(clone->GetPosition(), row.before);
+        packet->SetPosition(NoTime);
+        EXPECT_EQ(packet->GetPosition(), row.newPts != NoTime ? row.newPts : row.dts);
+    }
+}
+
+TEST(DataPacket, ClonesShareBytesAndSideDataButNotTimesAndFlags)
+{
+    const SP<DataPacketFF> packet = MakePacket(100, 50);
+    packet->SetLeadIn({MakePacket(0, 0), MakePacket(1, 1)});
+    uint8_t* const side = av_packet_new_side_data(packet->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, 10);
+    std::fill_n(side, 10, uint8_t{9});
+    packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
+
+    const SP<IDataPacket> clone = packet->Clone();
+    EXPECT_EQ(clone->GetData(), packet->GetData());
+    EXPECT_EQ(clone->GetSize(), 16);
+    EXPECT_TRUE(clone->IsKeyFrame());
+    EXPECT_EQ(dynamic_cast<DataPacketFF&>(*clone).GetMediaType(), MediaType::Video);
+    EXPECT_EQ(dynamic_cast<DataPacketFF&>(*clone).GetLeadIn(), packet->GetLeadIn());
+
+    clone->SetPTS(1);
+    clone->SetDTS(2);
+    clone->SetDuration(3);
+    clone->GetAVPacket()->flags = 0;
+    EXPECT_EQ(packet->GetPTS(), 100);
+    EXPECT_EQ(packet->GetDTS(), 50);
+    EXPECT_EQ(packet->GetDuration(), 40);
+    EXPECT_TRUE(packet->IsKeyFrame());
+    EXPECT_FALSE(clone->IsKeyFrame());
+
+    size_t size = 0;
+    const uint8_t* const copied = av_packet_get_side_data(clone->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, &size);
+    ASSERT_EQ(size, 10u);
+    EXPECT_EQ(copied[9], 9);
+}
+
+TEST(DataPacket, BlobOutlivesTheItem)
+{
+    SP<DataPacketFF> packet = MakePacket(0, 0);
+    std::fill_n(packet->Data(), packet->Size(), uint8_t{3});
+    const SP<const IBlob> blob = packet->GetBlob();
+    packet.reset();
+    ASSERT_EQ(blob->Size(), 16u);
+    EXPECT_EQ(blob->Data()[15], 3);
+}
+
+TEST(DataPacket, CopiesAPayloadThatTheRecordDoesNotOwn)
+{
+    AVPacket* const borrowed = av_packet_alloc();
+    {
+        std::vector<uint8_t> memory(5, 8);
+        borrowed->data = memory.data();
+        borrowed->size = 5;
+        const SP<DataPacketFF> packet = DataPacketFF::Create(borrowed, MediaType::Audio, 0, 0, 0);
+        memory.assign(5, 0);
+        EXPECT_EQ(packet->GetData()[4], 8);
+    }
+}
+
+TEST(DataPacket, RefusesWhatItCannotDo)
+{
+    EXPECT_THROW(DataPacketFF::Create(nullptr, MediaType::Video, 0, 0, 0), std::invalid_argument);
+    const SP<DataPacketFF> packet = MakePacket(0, 0);
+    EXPECT_THROW(packet->TrimStart(1), Exception);
+    EXPECT_THROW(packet->TrimEnd(1), Exception);
+    EXPECT_EQ(CreatePacket(std::numeric_limits<size_t>::max()), nullptr);
+    EXPECT_EQ(CreatePacket(std::numeric_limits<int>::max()), nullptr);
+}
+
+TEST(Blob, HasItsOwnPaddedBytes)
+{
+    std::vector<unsigned char> bytes = {1, 2, 3};
+    const SP<BlobFF> blob = BlobFF::Create(bytes.data(), bytes.size());
+    bytes.assign(3, 0);
+    std::vector<uint8_t> expected(3 + AV_INPUT_BUFFER_PADDING_SIZE);
+    std::iota(expected.begin(), expected.begin() + 3, uint8_t{1});
+    EXPECT_EQ(std::vector<uint8_t>(blob->Data(), blob->Data() + expected.size()), expected);
+    EXPECT_EQ(blob->Size(), 3u);
+    EXPECT_EQ(BlobFF::Create(nullptr, 0)->Size(), 0u);
+    EXPECT_EQ(*BlobFF::Create(size_t{4})->Data(), 0);
+    EXPECT_THROW(BlobFF::Create(std::numeric_limits<size_t>::max()), std::length_error);
+}

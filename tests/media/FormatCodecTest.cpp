@@ -1,0 +1,99 @@
+#include "media/BlobFF.h"
+#include "media/IFormatCodecAudio.h"
+#include "media/IFormatCodecSubtitle.h"
+#include "media/IFormatCodecVideo.h"
+
+#include <gtest/gtest.h>
+
+using namespace Tessor;
+using namespace Tessor::Conf;
+
+TEST(FormatCodec, ClonesHaveTheirOwnTreeAndShareExtradata)
+{
+    const SP<IFormatCodecVideo> format = IFormatCodecVideo::Create();
+    EXPECT_EQ(format->GetCodecID(), IFormatCodec::CODEC_ID_NONE);
+    format->GetProperties()[IFormatCodec::TAG_CODEC_ID] = IFormatCodecVideo::CODEC_ID_H264;
+    format->SetExtradata(Proc::BlobFF::Create(size_t{8}));
+    const SP<IFormatCodecVideo> clone = format->Clone();
+    const SP<IFormatCodec> neutral = SP<const IFormatCodec>(format)->Clone();
+    ASSERT_NE(dynamic_cast<IFormatCodecVideo*>(neutral.get()), nullptr);
+    clone->GetProperties()[IFormatCodec::TAG_CODEC_ID] = IFormatCodecVideo::CODEC_ID_VP8;
+    EXPECT_EQ(format->GetCodecID(), "h264");
+    EXPECT_EQ(neutral->GetCodecID(), "h264");
+    EXPECT_EQ(clone->GetExtradata(), format->GetExtradata());
+    clone->SetExtradata(nullptr);
+    EXPECT_NE(format->GetExtradata(), nullptr);
+    EXPECT_EQ(clone->GetRefCount(), 1);
+}
+
+TEST(FormatCodec, VideoGeometryComesBack)
+{
+    const struct
+    {
+        unsigned width, height, num, den;
+        FrameInfo expected;
+    } rows[] = {
+        {720, 576, 16, 15, FrameInfo(720, 576, 16, 15)},
+        {720, 576, 32, 30, FrameInfo(720, 576, 16, 15)},
+        {720, 576, 0, 1, FrameInfo(720, 576, 1, 1)},
+        {720, 576, 1, 0, FrameInfo(720, 576)},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<IFormatCodecVideo> format = IFormatCodecVideo::Create();
+        EXPECT_EQ(format->GetFrameInfo(), FrameInfo(0, 0));
+        EXPECT_EQ(format->GetPixelFormat(), PixFmt::None);
+        format->InitByPixelAspect(row.width, row.height, row.num, row.den);
+        format->SetPixelFormat(PixFmt::NV12);
+        EXPECT_EQ(format->GetFrameInfo(), row.expected);
+        EXPECT_EQ(format->GetPixelFormat(), PixFmt::NV12);
+    }
+}
+
+TEST(FormatCodec, FrameRateIsReducedAndCanBeUnset)
+{
+    const SP<IFormatCodecVideo> format = IFormatCodecVideo::Create();
+    for (const auto& [num, den] : {std::pair(0u, 1u), {25u, 0u}})
+    {
+        format->SetFrameRate(60000, 2002);
+        EXPECT_EQ(format->GetProperties()[IFormatCodecVideo::TAG_FPS].GetRatio(), Core::Property::Ratio(30000, 1001));
+        format->SetFrameRate(num, den);
+        EXPECT_FALSE(format->GetProperties().ChildExists(IFormatCodecVideo::TAG_FPS));
+    }
+}
+
+TEST(FormatCodec, MergeReachesTheTypedValues)
+{
+    const SP<IFormatCodecVideo> format = IFormatCodecVideo::Create();
+    format->InitByPixelAspect(720, 576, 16, 15);
+    Core::Property changes("any name");
+    changes[IFormatCodecVideo::TAG_WIDTH] = 640;
+    changes[IFormatCodec::TAG_CODEC_OPTIONS_ENCODE]["preset"] = "fast";
+    changes[IFormatCodecVideo::TAG_ASPECT] = Core::Property::Ratio(-4, 3);
+    format->Merge(changes);
+    EXPECT_EQ(format->GetFrameInfo(), FrameInfo(640, 576));
+    EXPECT_EQ(format->GetProperties()[IFormatCodec::TAG_CODEC_OPTIONS_ENCODE]["preset"].GetString(), "fast");
+}
+
+TEST(FormatCodec, AudioSampleInfoComesBack)
+{
+    const SP<IFormatCodecAudio> format = IFormatCodecAudio::Create();
+    EXPECT_EQ(format->GetSampleInfo(), SampleInfo());
+    for (int sampleFormat = -1; sampleFormat < 10; ++sampleFormat)
+    {
+        const SampleInfo info(static_cast<SampleFormats>(sampleFormat), 44100, ChannelLayout::L5_1);
+        format->SetSampleInfo(info);
+        EXPECT_EQ(format->Clone()->GetSampleInfo(), info);
+    }
+    format->SetSampleFormat(SampleFormats::S32P);
+    format->SetChannelLayout(ChannelLayout::Mono);
+    EXPECT_EQ(format->GetSampleInfo(), SampleInfo(SampleFormats::S32P, 44100, ChannelLayout::Mono));
+}
+
+TEST(FormatCodec, SubtitleHeader)
+{
+    const SP<IFormatCodecSubtitle> format = IFormatCodecSubtitle::Create();
+    EXPECT_EQ(format->GetSubtitleHeader(), "");
+    format->GetProperties()[IFormatCodecSubtitle::TAG_SUBTITLE_HEADER] = "[Script Info]";
+    EXPECT_EQ(format->Clone()->GetSubtitleHeader(), "[Script Info]");
+}

@@ -1,0 +1,89 @@
+#include "media/SampleInfo.h"
+
+extern "C"
+{
+#include <libavutil/channel_layout.h>
+#include <libavutil/samplefmt.h>
+}
+
+#include <gtest/gtest.h>
+
+using namespace Tessor::Conf;
+
+TEST(SampleInfo, FormatsAreFFmpegs)
+{
+    for (int i = 0; i < 10; ++i)
+    {
+        const auto native = static_cast<AVSampleFormat>(i);
+        const SampleFormatDescription& ours = SampleFormatDescription::Find(static_cast<SampleFormats>(i));
+        EXPECT_EQ(ours.bits, av_get_bytes_per_sample(native) * 8);
+        EXPECT_EQ(ours.planar, av_sample_fmt_is_planar(native) != 0);
+        EXPECT_EQ(static_cast<int>(ours.planarCounterpart),
+                  ours.planar ? av_get_packed_sample_fmt(native) : av_get_planar_sample_fmt(native));
+    }
+    for (const int unknown : {-1, 10, 1000, -7})
+        EXPECT_EQ(SampleFormatDescription::Find(static_cast<SampleFormats>(unknown)).bits, 0);
+}
+
+TEST(SampleInfo, MergesToTheBetterOfTwo)
+{
+    using F = SampleFormats;
+    using L = ChannelLayout;
+    const SampleInfo unset(F::None, -1, L::None);
+    const struct
+    {
+        SampleInfo a, b, expected;
+    } rows[] = {
+        {{F::S16, 44100, L::Stereo}, unset, {F::S16, 44100, L::Stereo}},
+        {unset, {F::S16, 44100, L::Stereo}, {F::S16, 44100, L::Stereo}},
+        {unset, {F::U8, 44100, L::Stereo}, {F::U8, 44100, L::Stereo}},
+        {{F::None, 0, L::None}, unset, {F::None, 0, L::None}},
+        {{F::S16, 44100, L::L5_1}, {F::Float, 48000, L::Stereo}, {F::Float, 48000, L::L5_1}},
+        {{F::S16, 48000, L::Stereo}, {F::S16P, 44100, L::Stereo}, {F::S16, 48000, L::Stereo}},
+        {{F::S16P, 48000, L::Mono}, {F::S16, 44100, L::Stereo}, {F::S16P, 48000, L::Stereo}},
+        {{F::S32P, 8000, L::Quad}, {F::S16, 8000, L::L7_1}, {F::S32P, 8000, L::L7_1}},
+        {{F::S32, 8000, L::Mono}, {F::FloatP, 8000, L::Mono}, {F::FloatP, 8000, L::Mono}},
+        {{F::Double, 8000, L::Mono}, {F::FloatP, 8000, L::Mono}, {F::Double, 8000, L::Mono}},
+        {{F::U8, 8000, L::Mono}, {F::S16P, 8000, L::Mono}, {F::S16P, 8000, L::Mono}},
+        {{F::U8, 8000, L::Mono}, {F::U8P, 8000, L::Mono}, {F::S16, 8000, L::Mono}},
+        {{F::U8P, 8000, L::Mono}, {F::U8, 8000, L::Mono}, {F::S16P, 8000, L::Mono}},
+    };
+    for (const auto& row : rows)
+    {
+        SampleInfo merged = row.a;
+        merged.MergeWith(row.b);
+        EXPECT_EQ(merged, row.expected) << &row - rows;
+    }
+}
+
+TEST(ChannelLayout, MatchesFFmpegsMasks)
+{
+    for (int i = 0; i <= 8; ++i)
+    {
+        const auto layout = static_cast<ChannelLayout>(i);
+        const uint64_t mask = ToFFChannelMask(layout);
+        EXPECT_EQ(GetChannelCount(layout), i);
+        EXPECT_EQ(__builtin_popcountll(mask), i);
+        EXPECT_EQ(FromFFChannelMask(mask, i), layout);
+        EXPECT_EQ(FromFFChannelMask(0, i), layout);
+    }
+    AVChannelLayout named{};
+    for (const auto& [name, layout] : {std::pair("mono", ChannelLayout::Mono),
+                                       {"stereo", ChannelLayout::Stereo},
+                                       {"2.1", ChannelLayout::L2_1},
+                                       {"quad", ChannelLayout::Quad},
+                                       {"5.0", ChannelLayout::L5_0},
+                                       {"5.1", ChannelLayout::L5_1},
+                                       {"6.1(back)", ChannelLayout::L6_1},
+                                       {"7.1", ChannelLayout::L7_1}})
+    {
+        ASSERT_EQ(av_channel_layout_from_string(&named, name), 0);
+        EXPECT_EQ(ToFFChannelMask(layout), named.u.mask) << name;
+    }
+    // an unknown layout takes the one of its channel count
+    EXPECT_EQ(FromFFChannelMask(AV_CH_LAYOUT_5POINT1, 6), ChannelLayout::L5_1);
+    EXPECT_EQ(FromFFChannelMask(AV_CH_LAYOUT_4POINT0, 4), ChannelLayout::Quad);
+    EXPECT_EQ(FromFFChannelMask(0, 17), ChannelLayout::None);
+    EXPECT_EQ(GetChannelCount(static_cast<ChannelLayout>(77)), 0);
+    EXPECT_EQ(ToFFChannelMask(static_cast<ChannelLayout>(-1)), 0u);
+}
