@@ -24,8 +24,7 @@ public:
     /// An encoder, or null. A null resource lets the implementation allocate its own. Throws EncoderException,
     /// CodecFactoryException or Core::NotEnoughResource.
     virtual SP<IEncoder> CreateEncoder(const SP<IStreamVideo>& source, const Core::Property& format,
-                                       const std::string& implName,
-                                       const SP<Core::IComputingResource>& resource) = 0;
+                                       const std::string& implName, const SP<Core::IComputingResource>& resource) = 0;
 };
 
 } // namespace Tessor::Proc

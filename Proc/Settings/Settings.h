@@ -27,4 +27,11 @@ protected:
     Settings& operator=(const Settings&) = default;
 };
 
+/// The settings as their own class. Throws std::bad_cast for settings of another one.
+template <class S>
+const S& SettingsCast(const Settings& settings)
+{
+    return dynamic_cast<const S&>(settings);
+}
+
 } // namespace Tessor::Proc

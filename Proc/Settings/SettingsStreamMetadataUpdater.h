@@ -19,7 +19,7 @@ public:
     SettingsStreamMetadataUpdater* Clone() const override { return new SettingsStreamMetadataUpdater(*this); }
     bool IsEqualTo(const Settings& other) const override
     {
-        return metadata == dynamic_cast<const SettingsStreamMetadataUpdater&>(other).metadata;
+        return metadata == SettingsCast<SettingsStreamMetadataUpdater>(other).metadata;
     }
 
     Core::Property metadata{CLASS_ID};

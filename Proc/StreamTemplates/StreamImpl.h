@@ -7,12 +7,12 @@
 #include <algorithm>
 #include <atomic>
 #include <boost/exception_ptr.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <boost/thread/thread.hpp>
+#include <condition_variable>
 #include <glog/logging.h>
 #include <memory>
+#include <mutex>
 #include <stdexcept>
 
 namespace Tessor::Proc
@@ -24,15 +24,15 @@ namespace Tessor::Proc
 /// AcceptInternal(visitor)
 ///     One call of Visitors::ProcessStandartVisitors with the filter's name. The base walks on to the parent.
 /// ReadInternal()
-///     The next item of the filter's kind, null at the end of the stream. Called under readMutex, on the reader's
-///     thread (in background mode on the base's own thread, without readMutex). May call anything of the parent and
-///     GetPosition of this. A failure is an exception: the filter must leave itself usable, for the next Read calls
-///     ReadInternal again. After the end it may be called again and must go on returning null. Termination is the
-///     filter's own business: Read does not look at it.
+///     The next item of the filter's kind, null at the end of the stream. Called under readMutex on the reader's
+///     thread; may call anything of the parent, and GetPosition of this. A failure is an exception: the filter must
+///     leave itself usable, for the next Read calls ReadInternal again. So it does after the end, and must go on
+///     getting null. Termination is the filter's own business: Read does not look at it. In background mode it runs
+///     on the base's own thread without readMutex, may not call GetPosition of this, and null is final until a seek.
 /// RequestSeekInternal(target, partner)
 ///     Phase one: drop the filter's own state, map the time if the filter changes times, and call
-///     parentStream->RequestSeek(target, partner). Called under readMutex with no background thread running, and
-///     nothing buffered in the base. The target is at most the duration.
+///     parentStream->RequestSeek(target, partner). Called under readMutex with no background thread running and
+///     nothing buffered in the base. The target is at most the duration, where that is known.
 /// DoSeekInternal()
 ///     Phase two: parentStream->DoSeek(). Called with no lock.
 ///
@@ -40,13 +40,14 @@ namespace Tessor::Proc
 /// GetDuration, GetSeekResult and ReleaseInternalData are allowed; the last one calls the base's form too.
 ///
 /// Threads: one thread reads and seeks. Terminate and IsTerminated may come from any thread at any time. Lock order:
-/// readMutex before nextDataMutex; the background thread takes nextDataMutex alone.
+/// readMutex before nextDataMutex; the background thread takes nextDataMutex alone. A failure in background mode is
+/// thrown by the next Read and, for it is never forgotten, by all later ones.
 ///
 ///     class FilterX final : public StreamImpl<IStreamVideo, IStreamVideo>, public RefCountImpl
 ///     {
 ///     public:
-///         static SP<IStreamVideo> Create(const SP<IStreamVideo>& parent) { return SP<IStreamVideo>(new FilterX(parent)); }
-///         ~FilterX() override { StopThread(); }
+///         static SP<IStreamVideo> Create(const SP<IStreamVideo>& parent) { return SP<IStreamVideo>(new
+///         FilterX(parent)); } ~FilterX() override { StopThread(); }
 ///         // Initialize, GetSettings, GetFormatCodec, GetStatistic
 ///     private:
 ///         void AcceptInternal(IStreamVisitor& visitor) override;
@@ -91,27 +92,39 @@ protected:
 private:
     SP<Item> ReadDirectly();
     SP<Item> ReadFromThread();
+    void StartThread();
+    /// Waits until the thread has filled nextData or will not fill it any more. `lock` holds nextDataMutex.
+    void AwaitData(std::unique_lock<std::mutex>& lock);
+    /// Fills nextData where that takes no more than reading; not at the end of the stream.
+    void LookAhead();
+    void MovePositionBehind(const SP<Item>& item);
+
     void Read_thread();
     /// One turn of the thread; false when it has to end.
     bool ReadAhead();
     SP<Item> ReadOrStoreException();
+    void StoreException();
 
     const bool useReadThread;
-    boost::recursive_mutex readMutex;         // serialises the public reads and seeks
-    boost::mutex nextDataMutex;               // guards nextData and threadException against the thread
-    boost::condition_variable spaceAvailable; // the thread waits here for nextData to become empty
-    boost::condition_variable dataAvailable;  // Read waits here for nextData to fill
-    std::unique_ptr<boost::thread> readThread; // exists from the first Read in background mode to the next seek
-    boost::exception_ptr threadException;     // what ended the thread; survives seeks
+    boost::recursive_mutex readMutex; // serialises the public reads and seeks
+    // Plain ones, that know nothing of thread interruption: an interruption comes with a notification.
+    std::mutex nextDataMutex;                  // guards nextData and threadException against the thread
+    std::condition_variable spaceAvailable;    // the thread waits here for nextData to become empty
+    std::condition_variable dataAvailable;     // Read waits here for nextData to fill
+    std::unique_ptr<boost::thread> readThread; // from the first Read in background mode to the next seek
+    boost::exception_ptr threadException;      // what ended the thread; survives seeks
     mutable std::string codecID = Conf::IFormatCodec::CODEC_ID_NONE; // asked for until it is known
-    std::atomic<avTime> position{NoTime};     // written under readMutex, read without
-    SP<Item> nextData;                        // the item of look-ahead: from GetPosition or from the thread
+    std::atomic<avTime> position{NoTime}; // NoTime from a seek on until an item is known; written under readMutex
+    SP<Item> nextData;                    // the item of look-ahead: from GetPosition or from the thread
 
 protected:
     const SP<IStreamParent> parentStream; // never null
 
 private:
-    std::atomic<bool> terminated{false};
+    std::atomic<bool> terminated{false}; // from Terminate to the next seek
+    // Both under nextDataMutex, and reset when a thread starts.
+    bool threadFailed = false; // ReadInternal threw: the end that follows may not be taken for a regular one
+    bool threadEnded = false;  // the thread will fill nextData no more
 };
 
 template <class IStreamParent, class IStreamThis>
@@ -139,8 +152,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadDirectly() -> SP<Item>
         item.swap(nextData);
     else
         item = ReadInternal();
-    if (item)
-        position.store(AddTime(item->GetPTS(), item->GetDuration()), std::memory_order_relaxed);
+    MovePositionBehind(item);
     return item;
 }
 
@@ -149,23 +161,44 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadFromThread() -> SP<Item>
 {
     const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
     if (!readThread)
-    {
-        readThread = std::make_unique<boost::thread>([this] { Read_thread(); });
-        spaceAvailable.notify_all();
-    }
+        StartThread();
     SP<Item> item;
     {
-        boost::unique_lock<boost::mutex> dataLock(nextDataMutex);
-        while (!nextData && !IsTerminated())
-            dataAvailable.wait(dataLock);
+        std::unique_lock<std::mutex> dataLock(nextDataMutex);
+        AwaitData(dataLock);
         item.swap(nextData);
+        spaceAvailable.notify_all(); // also before a failure: the next Read would wait for a sleeping thread
         if (threadException)
             boost::rethrow_exception(threadException);
-        spaceAvailable.notify_all();
     }
+    MovePositionBehind(item);
+    return item;
+}
+
+template <class IStreamParent, class IStreamThis>
+void StreamImpl<IStreamParent, IStreamThis>::StartThread()
+{
+    // The thread's own StopThread must find the thread object.
+    const std::lock_guard<std::mutex> lock(nextDataMutex);
+    threadFailed = threadEnded = false;
+    readThread = std::make_unique<boost::thread>([this] { Read_thread(); });
+    spaceAvailable.notify_all();
+}
+
+template <class IStreamParent, class IStreamThis>
+void StreamImpl<IStreamParent, IStreamThis>::AwaitData(std::unique_lock<std::mutex>& lock)
+{
+    // Termination comes before the record of a failure; a reader that left in between would see a regular end.
+    const auto ends = [this] { return threadEnded || (IsTerminated() && (!threadFailed || threadException)); };
+    while (!nextData && !ends())
+        dataAvailable.wait(lock);
+}
+
+template <class IStreamParent, class IStreamThis>
+void StreamImpl<IStreamParent, IStreamThis>::MovePositionBehind(const SP<Item>& item)
+{
     if (item)
         position.store(AddTime(item->GetPTS(), item->GetDuration()), std::memory_order_relaxed);
-    return item;
 }
 
 template <class IStreamParent, class IStreamThis>
@@ -180,8 +213,13 @@ void StreamImpl<IStreamParent, IStreamThis>::Read_thread()
     catch (const boost::thread_interrupted&)
     {
     }
+    catch (...)
+    {
+        StoreException(); // the parent's Terminate failed
+    }
     // whoever still waits must see that nothing comes any more
-    const boost::lock_guard<boost::mutex> lock(nextDataMutex);
+    const std::lock_guard<std::mutex> lock(nextDataMutex);
+    threadEnded = true;
     dataAvailable.notify_all();
 }
 
@@ -195,7 +233,7 @@ bool StreamImpl<IStreamParent, IStreamThis>::ReadAhead()
     if (!item)
         Terminate();
 
-    boost::unique_lock<boost::mutex> lock(nextDataMutex);
+    std::unique_lock<std::mutex> lock(nextDataMutex);
     boost::this_thread::interruption_point();
     while (nextData)
     {
@@ -220,25 +258,40 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadOrStoreException() -> SP<Item>
     }
     catch (...)
     {
+        {
+            const std::lock_guard<std::mutex> lock(nextDataMutex);
+            threadFailed = true;
+        }
         Terminate();
-        const boost::exception_ptr caught = boost::current_exception();
-        LOG(ERROR) << "Background reading thread: " << boost::diagnostic_information(caught, true);
-        const boost::lock_guard<boost::mutex> lock(nextDataMutex);
-        threadException = caught;
+        StoreException();
         return nullptr;
     }
 }
 
 template <class IStreamParent, class IStreamThis>
+void StreamImpl<IStreamParent, IStreamThis>::StoreException()
+{
+    const boost::exception_ptr caught = boost::current_exception();
+    LOG(ERROR) << "Background reading thread: " << boost::diagnostic_information(caught, true);
+    const std::lock_guard<std::mutex> lock(nextDataMutex);
+    threadException = caught;
+}
+
+template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::StopThread()
 {
-    if (!useReadThread || !readThread)
+    if (!useReadThread)
         return;
     {
-        const boost::lock_guard<boost::mutex> lock(nextDataMutex);
+        // Under the mutex, so that the thread either sees the interruption before it waits or is woken from waiting.
+        const std::lock_guard<std::mutex> lock(nextDataMutex);
+        if (!readThread)
+            return;
         readThread->interrupt();
         spaceAvailable.notify_all();
     }
+    // Not to be cut short by an interruption of the caller: the derived class may be about to go away.
+    const boost::this_thread::disable_interruption noInterruption;
     readThread->join();
     readThread.reset();
 }
@@ -250,11 +303,24 @@ avTime StreamImpl<IStreamParent, IStreamThis>::GetPosition()
     if (known != NoTime)
         return known;
     const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
-    if (!nextData)
-        nextData = ReadInternal();
+    LookAhead();
+    const std::lock_guard<std::mutex> dataLock(nextDataMutex);
     if (nextData)
         position.store(nextData->GetPTS(), std::memory_order_relaxed);
     return position.load(std::memory_order_relaxed);
+}
+
+template <class IStreamParent, class IStreamThis>
+void StreamImpl<IStreamParent, IStreamThis>::LookAhead()
+{
+    if (readThread)
+    {
+        // Two threads may never be inside ReadInternal: this one waits for what the other one reads.
+        std::unique_lock<std::mutex> dataLock(nextDataMutex);
+        AwaitData(dataLock);
+    }
+    else if (!nextData)
+        nextData = ReadInternal();
 }
 
 template <class IStreamParent, class IStreamThis>

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Proc/Settings/Settings.h"
+
+#include <string>
+
+namespace Tessor::Proc
+{
+
+// What all filters do alike: the record of statistics and the refusals of Initialize. SettingsCast lies with Settings.
+
+/// The filter's record behind what its parent reports: `time` in microseconds, `count` items delivered.
+inline Core::Property AddStatistics(Core::Property upstream, const std::string& tag, long long time,
+                                    unsigned long count)
+{
+    upstream.Add(Core::MakeStatistics(tag, time, count));
+    return upstream;
+}
+
+/// For the property forms of filters with typed settings.
+[[noreturn]] inline void ThrowMethodNotImplemented(const boost::source_location& where)
+{
+    Throw<FilterException>(where, "Method not implemented");
+}
+
+/// Throws FilterException when a filter's tree is not named after its class.
+inline void CheckClassName(const boost::source_location& where, const Core::Property& settings,
+                           const std::string& classId)
+{
+    if (settings.GetName() != classId)
+        Throw<FilterException>(where, "Filter was initialized with incorrect class (" + settings.GetName() + ")!");
+}
+
+} // namespace Tessor::Proc

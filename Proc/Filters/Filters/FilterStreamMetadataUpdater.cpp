@@ -1,0 +1,92 @@
+#include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
+
+#include "Fnd/Statistics.h"
+#include "Proc/StreamTemplates/Visitors.h"
+
+namespace Tessor::Proc
+{
+
+template <class IStreamParent, class IStreamThis>
+SP<IStreamThis> FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::Create(const SP<IStreamParent>& parent,
+                                                                                const Settings& settings)
+{
+    return SP<IStreamThis>(new FilterStreamMetadataUpdater(parent, settings));
+}
+
+template <class IStreamParent, class IStreamThis>
+FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::FilterStreamMetadataUpdater(const SP<IStreamParent>& parent,
+                                                                                     const Settings& settings)
+    : StreamImpl<IStreamParent, IStreamThis>(parent, false),
+      settings(SettingsCast<SettingsStreamMetadataUpdater>(settings))
+{
+}
+
+template <class IStreamParent, class IStreamThis>
+FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::~FilterStreamMetadataUpdater()
+{
+    this->StopThread();
+}
+
+template <class IStreamParent, class IStreamThis>
+void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::Initialize(const Core::Property& metadata)
+{
+    settings.metadata = metadata;
+}
+
+template <class IStreamParent, class IStreamThis>
+void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::Initialize(const Settings& newSettings)
+{
+    Initialize(SettingsCast<SettingsStreamMetadataUpdater>(newSettings).metadata);
+}
+
+template <class IStreamParent, class IStreamThis>
+Core::Property FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetSettings() const
+{
+    return settings.metadata;
+}
+
+template <class IStreamParent, class IStreamThis>
+Core::Property FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetStatistic() const
+{
+    return Core::GetRootItem();
+}
+
+template <class IStreamParent, class IStreamThis>
+auto FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetFormatCodec() const -> SP<Format>
+{
+    const SP<Format> format = parentStream->GetFormatCodec();
+    if (!format)
+        return format;
+    const SP<Format> updated = format->Clone();
+    updated->Merge(settings.metadata);
+    return updated;
+}
+
+template <class IStreamParent, class IStreamThis>
+void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::AcceptInternal(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "FilterStreamMetadataUpdater", FRAME_ALLOC_NONE, nullptr);
+}
+
+template <class IStreamParent, class IStreamThis>
+auto FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::ReadInternal() -> SP<Item>
+{
+    return parentStream->Read();
+}
+
+template <class IStreamParent, class IStreamThis>
+void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::RequestSeekInternal(avTime target, SP<IStream> partner)
+{
+    parentStream->RequestSeek(target, partner);
+}
+
+template <class IStreamParent, class IStreamThis>
+void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::DoSeekInternal()
+{
+    parentStream->DoSeek();
+}
+
+template class FilterStreamMetadataUpdater<IStreamAudio, IStreamAudioEx>;
+template class FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>;
+
+} // namespace Tessor::Proc

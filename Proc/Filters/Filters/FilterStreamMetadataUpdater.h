@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Proc/Settings/SettingsStreamMetadataUpdater.h"
+#include "Proc/StreamTemplates/IStreamAudioEx.h"
+#include "Proc/StreamTemplates/IStreamVideoEx.h"
+#include "Proc/StreamTemplates/StreamImpl.h"
+
+namespace Tessor::Proc
+{
+
+/// Hands items through and applies metadata to the format as seen behind it. It hides the statistics of all that lies
+/// upstream.
+template <class IStreamParent, class IStreamThis>
+class TESSOR_API FilterStreamMetadataUpdater final : public StreamImpl<IStreamParent, IStreamThis>, public RefCountImpl
+{
+public:
+    using typename StreamImpl<IStreamParent, IStreamThis>::Item;
+    using Format = typename IStreamThis::Format;
+
+    /// Takes SettingsStreamMetadataUpdater; others throw std::bad_cast.
+    static SP<IStreamThis> Create(const SP<IStreamParent>& parent, const Settings& settings);
+    ~FilterStreamMetadataUpdater() override;
+
+private:
+    using StreamImpl<IStreamParent, IStreamThis>::parentStream;
+
+    FilterStreamMetadataUpdater(const SP<IStreamParent>& parent, const Settings& settings);
+
+    /// The tree is the metadata itself, whatever its name.
+    void Initialize(const Core::Property& metadata) override;
+    void Initialize(const Settings& settings) override;
+    Core::Property GetSettings() const override;
+    Core::Property GetStatistic() const override;
+    /// A new object at every call; the parent's stays as it is.
+    SP<Format> GetFormatCodec() const override;
+
+    void AcceptInternal(IStreamVisitor& visitor) override;
+    SP<Item> ReadInternal() override;
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    void DoSeekInternal() override;
+
+    SettingsStreamMetadataUpdater settings; // replaced by Initialize
+};
+
+extern template class FilterStreamMetadataUpdater<IStreamAudio, IStreamAudioEx>;
+extern template class FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>;
+
+} // namespace Tessor::Proc

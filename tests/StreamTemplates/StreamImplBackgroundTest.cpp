@@ -1,0 +1,260 @@
+#include "tests/StreamTemplates/Probe.h"
+
+#include <boost/thread/thread.hpp>
+#include <glog/logging.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+namespace Tessor::Test
+{
+namespace
+{
+
+using Proc::IStreamVideo;
+
+TEST(StreamImplBackground, ReadsOneItemAheadAndNoMore)
+{
+    const SP<HoldableSource<IStreamVideo>> source =
+        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create(Regular(9)));
+    const SP<Probe> probe = Probe::Create(source, true);
+    EXPECT_EQ(probe->reads, 0) << "there is no thread before the first read";
+    source->gate.Hold();
+    for (int item = 0; item < 3; ++item)
+    {
+        // the reader takes this one, the next goes to the cell, and the thread keeps a third in hand
+        source->gate.Let(item == 0 ? 3 : 1);
+        EXPECT_EQ(probe->Read()->GetPTS(), item * 40 * ms);
+    }
+    while (probe->reads < 5)
+        std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(probe->reads, 5);
+    source->gate.Release();
+}
+
+TEST(StreamImplBackground, TheEndIsTerminationAndFinal)
+{
+    const SP<ScriptedVideo> source = ScriptedVideo::Create("0 40");
+    const SP<Probe> probe = Probe::Create(source, true);
+    EXPECT_EQ(ReadAll(probe), "0 40 E");
+    EXPECT_TRUE(probe->IsTerminated() && source->IsTerminated());
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(ReadAll(probe), "E");
+    EXPECT_EQ(probe->reads, 3);
+    EXPECT_EQ(probe->GetPosition(), 80 * ms);
+    probe->ReleaseInternalData();
+    EXPECT_EQ(ReadAll(probe), "E") << "still terminated";
+    Seek(probe, 40 * ms);
+    EXPECT_EQ(ReadAll(probe), "40 E");
+}
+
+class ErrorLines final : public google::LogSink
+{
+public:
+    ErrorLines() { google::AddLogSink(this); }
+    ~ErrorLines() override { google::RemoveLogSink(this); }
+    void send(google::LogSeverity severity, const char*, const char*, int, const struct tm*, const char* message,
+              size_t size) override
+    {
+        if (severity == google::GLOG_ERROR)
+            text.append(message, size);
+    }
+    std::string text;
+};
+
+TEST(StreamImplBackground, AFailureIsLoggedAndNeverForgotten)
+{
+    const ErrorLines errors;
+    const SP<ScriptedVideo> source = ScriptedVideo::Create("! 40 80");
+    const SP<Probe> probe = Probe::Create(source, true);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(ReadSome(probe, 2), "! !");
+    EXPECT_TRUE(probe->IsTerminated() && source->IsTerminated());
+    EXPECT_EQ(errors.text.rfind("Background reading thread: ", 0), 0u) << errors.text;
+    EXPECT_NE(errors.text.find("scripted failure"), std::string::npos) << errors.text;
+    Seek(probe, 40 * ms);
+    EXPECT_FALSE(probe->IsTerminated());
+    EXPECT_EQ(ReadSome(probe, 1), "!");
+    EXPECT_EQ(probe->GetPosition(), 80 * ms) << "the new thread goes on reading";
+    EXPECT_EQ(ReadSome(probe, 2), "! !");
+}
+
+TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)
+{
+    // The thread stands between its failure and the record of it.
+    const SP<SlowToTerminate> source = SlowToTerminate::Create(ScriptedVideo::Create("!"));
+    const SP<Probe> probe = Probe::Create(source, true);
+    source->gate.Hold();
+    std::thread opener(
+        [&]
+        {
+            source->gate.AwaitHeld();
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            source->gate.Release();
+        });
+    EXPECT_EQ(ReadSome(probe, 1), "!");
+    opener.join();
+}
+
+TEST(StreamImplBackground, AFailureOfTheParentsTerminationIsReported)
+{
+    struct CantTerminate final : PassThrough<IStreamVideo>
+    {
+        using PassThrough::PassThrough;
+        void Terminate() override { Throw<std::logic_error>(TESSOR_HERE, "not now"); }
+    };
+    const SP<Probe> probe = Probe::Create(SP<IStreamVideo>(new CantTerminate(ScriptedVideo::Create("!"))), true);
+    EXPECT_EQ(ReadSome(probe, 1), "!(not now)");
+}
+
+TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
+{
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0 40"), true);
+    probe->beforeRead = [] { throw boost::thread_interrupted(); };
+    EXPECT_EQ(ReadAll(probe), "E");
+    EXPECT_FALSE(probe->IsTerminated());
+    EXPECT_EQ(probe->GetPosition(), NoTime);
+    probe->StopThread();
+    probe->beforeRead = [] {};
+    EXPECT_EQ(ReadAll(probe), "0 40 E");
+}
+
+TEST(StreamImplBackground, AReaderWakesWhenTheStreamIsTerminated)
+{
+    const SP<HoldableSource<IStreamVideo>> source =
+        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create("0 40 80"));
+    const SP<Probe> probe = Probe::Create(source, true);
+    source->gate.Hold();
+    std::thread terminator(
+        [&]
+        {
+            source->gate.AwaitHeld();
+            probe->Terminate();
+            source->gate.Release();
+        });
+    const std::string read = ReadAll(probe);
+    terminator.join();
+    EXPECT_TRUE(read == "0 E" || read == "E") << read;
+}
+
+TEST(StreamImplBackground, TheThreadCantJoinItself)
+{
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0"), true);
+    probe->beforeRead = [&] { probe->StopThread(); };
+    EXPECT_THROW(probe->Read(), boost::thread_resource_error);
+    EXPECT_THROW(probe->Read(), boost::thread_resource_error);
+}
+
+TEST(StreamImplBackground, AnInterruptedCallerStillWaitsForTheThread)
+{
+    const SP<HoldableSource<IStreamVideo>> source =
+        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create("0 40 80"));
+    const SP<Probe> probe = Probe::Create(source, true);
+    EXPECT_EQ(ReadSome(probe, 1), "0");
+    source->gate.Hold();
+    boost::thread caller([&] { Seek(probe, 40 * ms); });
+    caller.interrupt();
+    source->gate.Release();
+    caller.join();
+    EXPECT_EQ(ReadAll(probe), "40 80 E");
+}
+
+TEST(StreamImplBackground, EndsPromptlyWhereverItsThreadIs)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; ++round)
+    {
+        const SP<Probe> probe = Probe::Create(ScriptedVideo::Create(Regular(6)), true);
+        const int reads = static_cast<int>(random() % 8);
+        ReadSome(probe, reads);
+        if (random() % 2)
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 200));
+    }
+}
+
+/// A reader, whose walk is random, against a thread that terminates at random times.
+class RandomWalk
+{
+public:
+    explicit RandomWalk(unsigned seed) : random(seed) {}
+
+    void Run()
+    {
+        std::atomic<bool> stop{false};
+        std::thread terminator(
+            [this, &stop, delay = random() % 300]
+            {
+                while (!stop)
+                {
+                    std::this_thread::sleep_for(std::chrono::microseconds(delay));
+                    probe->Terminate();
+                }
+            });
+        for (int step = 0; step < 60; ++step)
+            Step();
+        stop = true;
+        terminator.join();
+        EXPECT_FALSE(probe->readTwice);
+    }
+
+private:
+    static constexpr int count = 20;
+
+    void Step()
+    {
+        switch (random() % 8)
+        {
+        case 0:
+            expected = static_cast<int>(random() % (count + 1));
+            Seek(probe, expected * 40 * ms);
+            break;
+        case 1:
+            // What the look-ahead held is lost.
+            probe->ReleaseInternalData();
+            expected = -1;
+            break;
+        case 2:
+            CheckPosition(probe->GetPosition());
+            break;
+        default:
+            CheckItem(probe->Read());
+        }
+    }
+
+    void CheckPosition(avTime position) const
+    {
+        if (expected >= 0 && position != NoTime)
+        {
+            EXPECT_EQ(position, expected * 40 * ms);
+        }
+    }
+
+    void CheckItem(const SP<Proc::IDataVideo>& item)
+    {
+        if (!item)
+            return;
+        if (expected >= 0)
+        {
+            EXPECT_EQ(item->GetPTS(), expected * 40 * ms);
+        }
+        expected = static_cast<int>(item->GetPTS() / (40 * ms)) + 1;
+    }
+
+    std::mt19937 random;
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create(Regular(count)), true);
+    int expected = 0; // index of the next item, -1 when it is unknown
+};
+
+TEST(StreamImplBackground, KeepsItsOrderUnderRandomSchedules)
+{
+    for (unsigned seed = 1; seed <= 60; ++seed)
+    {
+        SCOPED_TRACE(seed);
+        RandomWalk(seed).Run();
+    }
+}
+
+} // namespace
+} // namespace Tessor::Test

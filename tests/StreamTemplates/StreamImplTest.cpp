@@ -1,0 +1,223 @@
+#include "tests/StreamTemplates/Probe.h"
+
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace Tessor::Test
+{
+namespace
+{
+
+using Proc::IStreamVideo;
+
+/// What holds in both modes.
+class StreamImplTest : public testing::TestWithParam<bool>
+{
+protected:
+    SP<Probe> Make(const std::string& script)
+    {
+        source = ScriptedVideo::Create(script);
+        return Probe::Create(source, GetParam());
+    }
+
+    SP<ScriptedVideo> source;
+};
+
+INSTANTIATE_TEST_SUITE_P(, StreamImplTest, testing::Bool(),
+                         [](const auto& mode) { return mode.param ? "Background" : "Synchronous"; });
+
+TEST_P(StreamImplTest, RefusesANullParent)
+{
+    try
+    {
+        Probe::Create(nullptr, GetParam());
+        FAIL();
+    }
+    catch (const std::invalid_argument& e)
+    {
+        EXPECT_STREQ(e.what(), "parentStream is NULL.");
+        EXPECT_TRUE(boost::get_error_info<TagCallStack>(e));
+    }
+}
+
+TEST_P(StreamImplTest, DeliversItsParentsItems)
+{
+    const SP<Probe> probe = Make("0 40 80:10 100");
+    EXPECT_EQ(ReadAll(probe), "0 40 80:10 100 E");
+    EXPECT_EQ(ReadAll(probe), "E");
+    Seek(probe, 80 * ms);
+    EXPECT_EQ(ReadAll(probe, Show::Values), "80:10=2 100=3 E");
+}
+
+TEST_P(StreamImplTest, PositionIsTheStartOfTheFirstItemThenTheEndOfTheLast)
+{
+    const SP<Probe> probe = Make("20:30 50:50");
+    EXPECT_EQ(probe->GetPosition(), 20 * ms);
+    EXPECT_EQ(probe->reads, 1);
+    EXPECT_EQ(probe->GetPosition(), 20 * ms);
+    EXPECT_EQ(ReadSome(probe, 1, Show::Values), "20:30=0");
+    EXPECT_EQ(probe->GetPosition(), 50 * ms);
+    EXPECT_EQ(ReadAll(probe), "50:50 E");
+    EXPECT_EQ(probe->GetPosition(), 100 * ms) << "the end does not move it";
+    Seek(probe, 60 * ms);
+    EXPECT_EQ(probe->GetPosition(), 50 * ms);
+    Seek(probe, 100 * ms);
+    EXPECT_EQ(probe->GetPosition(), NoTime);
+}
+
+TEST_P(StreamImplTest, AnItemLearntByAskingThePositionIsNotLost)
+{
+    const SP<Probe> probe = Make("0 40 80");
+    Seek(probe, 40 * ms);
+    EXPECT_EQ(probe->GetPosition(), 40 * ms);
+    EXPECT_EQ(ReadAll(probe), "40 80 E");
+}
+
+TEST_P(StreamImplTest, ItemsWithoutATimeLeaveThePositionUnknown)
+{
+    const SP<Probe> probe = Make("? ? 80 120:?");
+    EXPECT_EQ(probe->GetPosition(), NoTime);
+    EXPECT_EQ(ReadSome(probe, 1), "?");
+    EXPECT_EQ(probe->GetPosition(), NoTime);
+    EXPECT_EQ(ReadSome(probe, 1), "?");
+    EXPECT_EQ(probe->GetPosition(), 80 * ms);
+    EXPECT_EQ(ReadAll(probe), "80 120:? E");
+    EXPECT_FALSE(probe->readTwice);
+}
+
+TEST_P(StreamImplTest, SeeksStopAtTheDuration)
+{
+    struct Row
+    {
+        avTime duration, target;
+        const char* log;
+    };
+    for (const Row& row :
+         {Row{80 * ms, 40 * ms, "RequestSeek(40) DoSeek"}, Row{80 * ms, 80 * ms, "RequestSeek(80) DoSeek"},
+          Row{80 * ms, 500 * ms, "RequestSeek(80) DoSeek"}, Row{80 * ms, -40 * ms, "RequestSeek(-40) DoSeek"},
+          Row{NoTime, 500 * ms, "RequestSeek(500) DoSeek"}, Row{NoTime, -1 * ms, "RequestSeek(-1) DoSeek"}})
+    {
+        const SP<Probe> probe = Make("0 40");
+        source->SetDuration(row.duration);
+        Seek(probe, row.target);
+        EXPECT_EQ(source->TakeLog(), row.log);
+    }
+    const SP<Probe> probe = Make("0 40");
+    probe->RequestSeek(0, source);
+    EXPECT_EQ(source->TakeLog(), "RequestSeek(0,partner)") << "the partner travels on";
+    EXPECT_TRUE(probe->GetSeekResult());
+}
+
+TEST_P(StreamImplTest, TerminationReachesTheSourceAndASeekRevives)
+{
+    const SP<Probe> probe = Make("0 40");
+    const SP<Probe> consumer = Probe::Create(probe, GetParam());
+    consumer->Terminate();
+    EXPECT_EQ(source->TakeLog(), "Terminate");
+    EXPECT_TRUE(consumer->IsTerminated() && probe->IsTerminated() && source->IsTerminated());
+    Seek(consumer, 0);
+    EXPECT_FALSE(consumer->IsTerminated() || probe->IsTerminated() || source->IsTerminated());
+    EXPECT_EQ(ReadAll(consumer), "0 40 E");
+}
+
+TEST_P(StreamImplTest, ReleasingDropsTheLookAheadAndKeepsThePosition)
+{
+    const SP<Probe> probe = Make("0 40 80");
+    EXPECT_EQ(probe->GetPosition(), 0);
+    probe->ReleaseInternalData();
+    EXPECT_EQ(source->TakeLog(), "ReleaseInternalData");
+    EXPECT_EQ(probe->GetPosition(), 0);
+    EXPECT_EQ(ReadAll(probe), "40 80 E");
+}
+
+TEST_P(StreamImplTest, AsksForTheCodecUntilItIsKnown)
+{
+    const SP<Probe> probe = Make("0");
+    const auto set = [this](const char* codec)
+    { source->GetFormatCodec()->GetProperties().SetChild(Conf::IFormatCodec::TAG_CODEC_ID, codec); };
+    EXPECT_EQ(probe->GetCodecID(), Conf::IFormatCodec::CODEC_ID_NONE);
+    set("h264");
+    EXPECT_EQ(probe->GetCodecID(), "h264");
+    set("vp8");
+    EXPECT_EQ(probe->GetCodecID(), "h264");
+}
+
+TEST_P(StreamImplTest, VisitorsWalkFromTheConsumerToTheSource)
+{
+    const SP<IStreamVideo> chain = Probe::Create(Make("0"), GetParam());
+    Proc::Visitors::InfoCollector names;
+    chain->Accept(names);
+    EXPECT_EQ(names.GetElements(), (std::vector<std::string>{"PassThrough", "PassThrough", "Scripted"}));
+    Proc::Visitors::FrameTypeCollector types;
+    chain->Accept(types);
+    EXPECT_EQ(types.GetTypes(), (std::vector{FRAME_ALLOC_NONE, FRAME_ALLOC_NONE, FRAME_ALLOC_CPU}));
+    Proc::Visitors::DecoderCollector decoders;
+    chain->Accept(decoders);
+    EXPECT_TRUE(decoders.GetDecoders().empty());
+}
+
+TEST(StreamImplVisitors, OfAWrongKindStopTheWalk)
+{
+    struct Fake final : Proc::IStreamVisitor
+    {
+        explicit Fake(int type) : type(type) {}
+        int GetType() const override { return type; }
+        const int type;
+    };
+    const SP<IStreamVideo> chain = Probe::Create(ScriptedVideo::Create("0"), false);
+    for (int type : {0, 1, 2})
+    {
+        Fake visitor(type);
+        EXPECT_THROW(chain->Accept(visitor), std::bad_cast) << type;
+    }
+    Fake visitor(3);
+    try
+    {
+        chain->Accept(visitor);
+        FAIL();
+    }
+    catch (const std::logic_error& e)
+    {
+        EXPECT_STREQ(e.what(), "Unknown visitor type");
+    }
+}
+
+TEST(StreamImplSynchronous, AFailureLeavesTheStreamUsable)
+{
+    const SP<ScriptedVideo> source = ScriptedVideo::Create("0 ! 40 ! 80");
+    const SP<Probe> probe = Probe::Create(source, false);
+    EXPECT_EQ(ReadSome(probe, 2), "0 !");
+    EXPECT_EQ(probe->GetPosition(), 40 * ms) << "a failed read does not move the position";
+    EXPECT_EQ(ReadAll(probe), "40 ! 80 E");
+    Seek(probe, 0);
+    EXPECT_EQ(ReadAll(probe), "0 ! 40 ! 80 E");
+
+    const SP<Probe> failsFirst = Probe::Create(ScriptedVideo::Create("! 0"), false);
+    EXPECT_THROW(failsFirst->GetPosition(), Proc::FilterException);
+    EXPECT_EQ(failsFirst->GetPosition(), 0);
+    EXPECT_EQ(ReadAll(failsFirst), "0 E");
+}
+
+TEST(StreamImplSynchronous, ReadsOnAfterTheEndAndAfterTermination)
+{
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0 40"), false);
+    probe->Terminate();
+    EXPECT_EQ(ReadAll(probe), "0 40 E");
+    EXPECT_TRUE(probe->IsTerminated());
+    EXPECT_EQ(probe->reads, 3);
+    EXPECT_EQ(ReadAll(probe), "E");
+    EXPECT_EQ(probe->reads, 4) << "the end is asked for anew";
+}
+
+TEST(StreamImplSynchronous, AFilterMayAskItsOwnPositionWhileItReads)
+{
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0 40 80"), false);
+    EXPECT_EQ(ReadSome(probe, 1), "0");
+    avTime seen = NoTime;
+    probe->beforeRead = [&] { seen = probe->GetPosition(); };
+    EXPECT_EQ(ReadSome(probe, 1), "40");
+    EXPECT_EQ(seen, 40 * ms);
+}
+
+} // namespace
+} // namespace Tessor::Test
