@@ -1,5 +1,10 @@
 #include "ffhost/io/GroupStaging.h"
 
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
 #include <algorithm>
 
 namespace Tessor::Host
@@ -11,6 +16,12 @@ namespace
 constexpr size_t MAX_LEAD_IN_PACKETS = 600;
 constexpr size_t MAX_LEAD_IN_BYTES = 64 << 20;
 constexpr size_t MAX_LOOK_AHEAD = 64;
+
+// TrackTimes takes the key flag from the last packet alone, and leaves this one.
+bool IsLast(const Proc::DataPacketFF& packet)
+{
+    return (packet.GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0;
+}
 
 } // namespace
 
@@ -202,7 +213,7 @@ void GroupStaging::Deliver(const Packet& packet)
     const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
     end = end == NoTime || (key && start == Start::Entry) ? shownUntil : std::max(end, shownUntil);
     if (!key)
-        packet->SetPosition(video || (finished && staged.empty()) ? end : packet->GetPTS());
+        packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();
     if (video)
         Remember(packet, key);

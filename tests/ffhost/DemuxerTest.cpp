@@ -1,0 +1,336 @@
+#include "ffhost/io/Demuxer.h"
+#include "media/DataPacketFF.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+using namespace Tessor;
+using namespace Tessor::Host;
+using Packets = std::vector<SP<Proc::IDataPacket>>;
+namespace fs = std::filesystem;
+
+namespace
+{
+
+/// The folder of real clips lies beside the checkout, or beside the folder of a working tree.
+fs::path FindMedia()
+{
+    const fs::path beside = fs::path(TESSOR_SOURCE_DIR) / ".." / "shared" / "media";
+    return fs::is_directory(beside) ? beside : fs::path(TESSOR_SOURCE_DIR) / ".." / ".." / "shared" / "media";
+}
+
+const fs::path MEDIA = FindMedia();
+
+std::vector<std::string> Clips()
+{
+    std::vector<std::string> names;
+    if (fs::is_directory(MEDIA))
+        for (const auto& entry : fs::directory_iterator(MEDIA))
+            if (entry.path().extension() != ".tsv")
+                names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names.empty() ? std::vector<std::string>{""} : names;
+}
+
+/// A clip with all its audio and video tracks selected.
+struct Opened
+{
+    explicit Opened(const std::string& name) : demuxer(Demuxer::Open((MEDIA / name).string()))
+    {
+        for (const TrackInfo& track : demuxer->GetInfo().tracks)
+        {
+            if ((track.type != MediaType::Video && track.type != MediaType::Audio) || track.attachedPicture)
+                continue;
+            tracks.push_back(track.index);
+            streams.push_back(demuxer->GetStream(track.index));
+        }
+    }
+
+    void Seek(avTime target)
+    {
+        for (const auto& stream : streams)
+            stream->RequestSeek(target, nullptr);
+        for (const auto& stream : streams)
+            stream->DoSeek();
+    }
+
+    std::vector<Packets> ReadAll()
+    {
+        std::vector<Packets> all;
+        for (const auto& stream : streams)
+        {
+            all.emplace_back();
+            while (const auto packet = stream->Read())
+                all.back().push_back(packet);
+        }
+        return all;
+    }
+
+    SP<Demuxer> demuxer;
+    std::vector<int> tracks;
+    std::vector<SP<Proc::IStreamRaw>> streams;
+};
+
+bool SameBytes(const Proc::IDataPacket& a, const Proc::IDataPacket& b)
+{
+    return a.GetSize() == b.GetSize() && std::equal(a.GetData(), a.GetData() + a.GetSize(), b.GetData());
+}
+
+std::string Text(const Packets& packets, size_t from = 0)
+{
+    std::string text;
+    for (size_t i = from; i < packets.size() && i < from + 12; ++i)
+    {
+        const auto& p = *packets[i];
+        text += (p.IsKeyFrame() ? "K" : "") + T2S(p.GetPTS()) + "/" + T2S(p.GetDTS()) + "@" + T2S(p.GetPosition()) +
+                "+" + std::to_string(p.GetDuration()) + " ";
+    }
+    return text;
+}
+
+class Clip : public testing::TestWithParam<std::string>
+{
+protected:
+    void SetUp() override
+    {
+        if (GetParam().empty())
+            GTEST_SKIP() << "no clips";
+    }
+};
+
+std::string TestName(const testing::TestParamInfo<std::string>& info)
+{
+    std::string name = info.param.empty() ? "none" : info.param;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+    return name;
+}
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Media, Clip, testing::ValuesIn(Clips()), TestName);
+
+TEST_P(Clip, LinearRead)
+{
+    Opened clip(GetParam());
+    const auto all = clip.ReadAll();
+    const MediaInfo& info = clip.demuxer->GetInfo();
+    EXPECT_GT(info.duration, 0);
+    for (size_t t = 0; t < all.size(); ++t)
+    {
+        const Packets& packets = all[t];
+        SCOPED_TRACE("track " + std::to_string(clip.tracks[t]) + " " + Text(packets));
+        ASSERT_FALSE(packets.empty());
+        EXPECT_TRUE(packets.size() == 1 || !packets.back()->IsKeyFrame());
+        avTime lastDts = NoTime, lastPosition = NoTime, end = NoTime;
+        std::set<avTime> times;
+        int early = 0;
+        for (const auto& packet : packets)
+        {
+            ASSERT_NE(packet->GetPTS(), NoTime);
+            ASSERT_NE(packet->GetDTS(), NoTime);
+            EXPECT_GT(packet->GetDuration(), 0);
+            EXPECT_GT(packet->GetDTS(), lastDts);
+            early += packet->GetPTS() < packet->GetDTS();
+            EXPECT_TRUE(times.insert(packet->GetPTS()).second) << T2S(packet->GetPTS());
+            lastDts = packet->GetDTS();
+            end = std::max(end, packet->GetPTS() + packet->GetDuration());
+            if (packet->IsKeyFrame())
+            {
+                EXPECT_GE(packet->GetPosition(), lastPosition);
+                EXPECT_LE(packet->GetPosition(), packet->GetPTS());
+                lastPosition = packet->GetPosition();
+            }
+        }
+        EXPECT_EQ(early, 0);
+        EXPECT_EQ(packets.back()->GetPosition(), packets.size() > 1 ? end : packets.back()->GetPTS());
+        EXPECT_LE(end, info.duration);
+    }
+}
+
+// Nothing is lost or changed against a plain read by libavformat.
+TEST_P(Clip, DeliversEveryPacket)
+{
+    Opened clip(GetParam());
+    const auto all = clip.ReadAll();
+    AVFormatContext* context = nullptr;
+    ASSERT_EQ(avformat_open_input(&context, (MEDIA / GetParam()).c_str(), nullptr, nullptr), 0);
+    ASSERT_GE(avformat_find_stream_info(context, nullptr), 0);
+    std::map<int, size_t> next;
+    AVPacket* packet = av_packet_alloc();
+    size_t different = 0;
+    while (av_read_frame(context, packet) == 0)
+    {
+        const auto place = std::find(clip.tracks.begin(), clip.tracks.end(), packet->stream_index);
+        if (place != clip.tracks.end())
+        {
+            const Packets& ours = all[static_cast<size_t>(place - clip.tracks.begin())];
+            const size_t i = next[packet->stream_index]++;
+            different += i >= ours.size() || ours[i]->GetSize() != packet->size ||
+                         !std::equal(packet->data, packet->data + packet->size, ours[i]->GetData());
+        }
+        av_packet_unref(packet);
+    }
+    av_packet_free(&packet);
+    avformat_close_input(&context);
+    EXPECT_EQ(different, 0u);
+    for (size_t t = 0; t < all.size(); ++t)
+        EXPECT_EQ(all[t].size(), next[clip.tracks[t]]);
+}
+
+namespace
+{
+
+/// Index of the last key packet at or before the target, 0 when there is none.
+size_t LandingOf(const Packets& linear, avTime target)
+{
+    size_t landing = 0;
+    for (size_t i = 0; i < linear.size(); ++i)
+        if (linear[i]->IsKeyFrame() && linear[i]->GetPTS() <= target)
+            landing = i;
+    return landing;
+}
+
+/// What a fresh read gives from there on, without the leading pictures of the first group.
+Packets ExpectedFrom(const Packets& linear, size_t landing)
+{
+    Packets expected;
+    bool first = true;
+    for (size_t i = landing; i < linear.size(); ++i)
+    {
+        first = first && (i == landing || !linear[i]->IsKeyFrame());
+        if (landing == 0 || !first || linear[i]->GetPTS() >= linear[landing]->GetPTS())
+            expected.push_back(linear[i]);
+    }
+    return expected;
+}
+
+void ExpectSame(const Packets& expected, const Packets& got)
+{
+    SCOPED_TRACE("expected " + Text(expected) + "\n     got " + Text(got));
+    ASSERT_EQ(expected.size(), got.size());
+    for (size_t i = 0; i < got.size(); ++i)
+    {
+        ASSERT_EQ(got[i]->GetPTS(), expected[i]->GetPTS()) << i;
+        ASSERT_TRUE(SameBytes(*got[i], *expected[i])) << i;
+        ASSERT_EQ(got[i]->IsKeyFrame(), expected[i]->IsKeyFrame()) << i;
+        ASSERT_TRUE(i == 0 || got[i]->GetDTS() > got[i - 1]->GetDTS()) << i;
+        ASSERT_GE(got[i]->GetPTS(), got[i]->GetDTS()) << i;
+    }
+}
+
+/// Blocks of plain samples are cut where reading begins.
+bool HasFixedPackets(const TrackInfo& track)
+{
+    return track.codecName.rfind("pcm_", 0) != 0;
+}
+
+} // namespace
+
+TEST_P(Clip, SeeksLandExactly)
+{
+    Opened clip(GetParam());
+    const auto linear = clip.ReadAll();
+    const MediaInfo& info = clip.demuxer->GetInfo();
+    std::mt19937 random(7);
+    std::vector<avTime> targets{0, info.duration, info.duration + 5000000, -1000};
+    for (int i = 0; i < 12; ++i)
+        targets.push_back(std::uniform_int_distribution<avTime>(0, info.duration)(random));
+    for (const auto& packet : linear[0])
+        if (packet->IsKeyFrame() && targets.size() < 50 &&
+            info.tracks[static_cast<size_t>(clip.tracks[0])].type == MediaType::Video)
+            targets.insert(targets.end(), {packet->GetPTS(), packet->GetPTS() - 1});
+    for (const avTime target : targets)
+    {
+        SCOPED_TRACE("target " + T2S(target));
+        clip.Seek(target / 2);
+        clip.Seek(target);
+        const avTime clamped = std::min(target, info.duration);
+        const size_t landing = LandingOf(linear[0], clamped);
+        if (HasFixedPackets(info.tracks[static_cast<size_t>(clip.tracks[0])]))
+        {
+            const avTime position = clip.streams[0]->GetPosition();
+            EXPECT_EQ(position, landing == 0 ? linear[0][0]->GetPosition() : linear[0][landing]->GetPTS());
+        }
+        const auto got = clip.ReadAll();
+        for (size_t t = 0; t < got.size(); ++t)
+            if (HasFixedPackets(info.tracks[static_cast<size_t>(clip.tracks[t])]))
+                ExpectSame(ExpectedFrom(linear[t], LandingOf(linear[t], clamped)), got[t]);
+        if (HasFailure())
+            return;
+    }
+}
+
+// What lies outside of the deleted stretches is all there, and what is inside of long ones is mostly not read.
+TEST_P(Clip, CutReadsWhatIsKept)
+{
+    const auto linear = Opened(GetParam()).ReadAll();
+    Opened clip(GetParam());
+    const avTime duration = clip.demuxer->GetInfo().duration;
+    for (const auto& [from, to] : {std::pair{0.1, 0.9}, {0.0, 0.8}, {0.3, 1.0}, {0.4, 0.45}})
+    {
+        const avTime start = static_cast<avTime>(from * static_cast<double>(duration));
+        const avTime end = to == 1.0 ? MAX_DURATION : static_cast<avTime>(to * static_cast<double>(duration));
+        Proc::SettingsFilterCutController cut;
+        cut.AddInterval(0, MAX_DURATION, NoTime, false);
+        cut.AddInterval(start, end, NoTime, true);
+        cut.UpdateOptimizedList();
+        clip.demuxer->SetCut(cut);
+        clip.Seek(0);
+        const auto got = clip.ReadAll();
+        for (size_t t = 0; t < got.size(); ++t)
+        {
+            SCOPED_TRACE("track " + std::to_string(t) + " " + T2S(start) + "-" + T2S(end) + " " + Text(got[t]));
+            std::map<avTime, SP<Proc::IDataPacket>> byTime;
+            for (const auto& packet : got[t])
+                ASSERT_TRUE(byTime.emplace(packet->GetPTS(), packet).second) << "twice " << T2S(packet->GetPTS());
+            if (!HasFixedPackets(clip.demuxer->GetInfo().tracks[static_cast<size_t>(clip.tracks[t])]))
+                continue;
+            size_t lost = 0;
+            for (const auto& packet : linear[t])
+                if (packet->GetPTS() < start || packet->GetPTS() >= end)
+                    lost += !byTime.count(packet->GetPTS()) || !SameBytes(*byTime[packet->GetPTS()], *packet);
+            EXPECT_EQ(lost, 0u);
+            // The group before the stretch must end at the key packet behind its start.
+            for (const auto& packet : linear[t])
+                if (packet->IsKeyFrame() && packet->GetPosition() >= start)
+                {
+                    EXPECT_TRUE(byTime.count(packet->GetPTS())) << T2S(packet->GetPTS());
+                    break;
+                }
+        }
+    }
+}
+
+TEST(Demuxer, Errors)
+{
+    const fs::path folder = fs::temp_directory_path() / ("tessor-demuxer-" + std::to_string(getpid()));
+    fs::create_directories(folder);
+    std::ofstream(folder / "empty.mp4");
+    std::ofstream(folder / "text.txt") << "no media at all, only a few words";
+    std::ofstream(folder / "box.mp4") << std::string("\0\0\0\x18"
+                                                     "ftypisom\0\0\2\0isomiso2",
+                                                     24);
+    for (const char* name : {"", "missing.mp4", "empty.mp4", "text.txt", "box.mp4"})
+    {
+        const std::string path = (folder / name).string();
+        try
+        {
+            Demuxer::Open(path);
+            ADD_FAILURE() << path;
+        }
+        catch (const Core::IOException& e)
+        {
+            EXPECT_EQ(Describe(e).rfind(path + ": ", 0), 0u) << Describe(e);
+            EXPECT_GT(Describe(e).size(), path.size() + 5);
+        }
+    }
+    fs::remove_all(folder);
+}
