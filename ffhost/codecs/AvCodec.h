@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Fnd/Property/Property.h"
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
+
+#include <memory>
+#include <string>
+
+/// What decoders and encoders over libavcodec share.
+namespace Tessor::Host
+{
+
+struct CodecContextDeleter
+{
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
+
+struct FrameDeleter
+{
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
+
+/// The codec of a format's tree, AV_CODEC_ID_NONE when it is unknown.
+AVCodecID FindCodecID(const Core::Property& format);
+
+/// The child's number, or `unset`.
+long long GetNumber(const Core::Property& tree, const std::string& tag, long long unset);
+/// The child's text, or an empty one.
+std::string GetText(const Core::Property& tree, const std::string& tag);
+
+/// Colours, sample aspect and frame rate of a format's tree, where they are set.
+void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context);
+
+/// The text of a failure of libavcodec.
+std::string AvError(int code);
+
+/// Threads for one codec: all cores, as far as more are of use.
+int GetThreadCount();
+
+} // namespace Tessor::Host

@@ -1,0 +1,310 @@
+#include "ffhost/codecs/Decoder.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Fnd/TimerSimple.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/FormatTags.h"
+#include "media/DataPacketFF.h"
+
+extern "C"
+{
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <cstring>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+using Conf::IFormatCodecVideo;
+
+namespace
+{
+
+constexpr AVRational MICROSECONDS = {1, 1000000};
+constexpr int MAX_PLANES = 4;
+constexpr int ROW_PADDING = 16;
+constexpr int ROW_ALIGNMENT = 64;
+
+/// When neither packets nor neighbours tell.
+constexpr avTime DEFAULT_DURATION = 40000;
+
+SP<IFormatCodecVideo> CloneVideoFormat(const SP<IStreamRaw>& source)
+{
+    const SP<Conf::IFormatCodec> format = source->GetFormatCodec();
+    const auto* video = dynamic_cast<const IFormatCodecVideo*>(format.get());
+    if (!video)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The stream to decode is no video");
+    return video->Clone();
+}
+
+/// Rows of each plane: their bytes of pixels, their stride with padding, and how many there are.
+struct PlaneLayout
+{
+    int rowBytes[MAX_PLANES] = {};
+    int strides[MAX_PLANES] = {};
+    int heights[MAX_PLANES] = {};
+    size_t size = 0;
+
+    explicit PlaneLayout(const AVFrame& frame)
+    {
+        const AVPixelFormat format = static_cast<AVPixelFormat>(frame.format);
+        const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+        for (int i = 0; i < av_pix_fmt_count_planes(format); ++i)
+        {
+            rowBytes[i] = av_image_get_linesize(format, frame.width, i);
+            strides[i] = FFALIGN(rowBytes[i] + ROW_PADDING, ROW_ALIGNMENT);
+            heights[i] = i == 1 || i == 2 ? AV_CEIL_RSHIFT(frame.height, description->log2_chroma_h) : frame.height;
+            size += static_cast<size_t>(strides[i]) * static_cast<size_t>(heights[i]);
+        }
+    }
+};
+
+/// A frame with a picture of its own, in padded rows, the number in the padding of the first one.
+FramePtr CopyPadded(const AVFrame& source, uint64_t number)
+{
+    const PlaneLayout layout(source);
+    FramePtr copy(av_frame_alloc());
+    // Behind the last row some readers look ahead by a vector.
+    AVBufferRef* buffer = copy ? av_buffer_allocz(layout.size + ROW_ALIGNMENT) : nullptr;
+    if (!buffer)
+        Throw<Exception>(TESSOR_HERE, "Can't allocate a frame");
+    copy->buf[0] = buffer;
+    copy->format = source.format;
+    copy->width = source.width;
+    copy->height = source.height;
+    uint8_t* at = buffer->data;
+    for (int i = 0; i < MAX_PLANES && layout.rowBytes[i]; ++i)
+    {
+        copy->data[i] = at;
+        copy->linesize[i] = layout.strides[i];
+        av_image_copy_plane(at, layout.strides[i], source.data[i], source.linesize[i], layout.rowBytes[i],
+                            layout.heights[i]);
+        at += static_cast<ptrdiff_t>(layout.strides[i]) * layout.heights[i];
+    }
+    std::memcpy(copy->data[0] + layout.rowBytes[0], &number, sizeof(number));
+    if (av_frame_copy_props(copy.get(), &source) < 0)
+        Throw<Exception>(TESSOR_HERE, "Can't copy a frame");
+    return copy;
+}
+
+} // namespace
+
+SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source)
+{
+    return SP<IStreamVideo>(new Decoder(source));
+}
+
+Decoder::Decoder(const SP<IStreamRaw>& source)
+    : StreamImpl(source, false), format(CloneVideoFormat(source)), scratch(av_frame_alloc())
+{
+    if (!scratch)
+        Throw<Exception>(TESSOR_HERE, "Can't allocate a frame");
+    if (!avcodec_find_decoder(FindCodecID(format->GetProperties())))
+        Throw<CodecFactoryException>(TESSOR_HERE, "No decoder for " + format->GetCodecID());
+}
+
+Decoder::~Decoder()
+{
+    StopThread();
+}
+
+void Decoder::Open()
+{
+    const Core::Property& tree = format->GetProperties();
+    const AVCodec* codec = avcodec_find_decoder(FindCodecID(tree));
+    context.reset(avcodec_alloc_context3(codec));
+    if (!context)
+        throw std::bad_alloc();
+    const Conf::FrameInfo info = format->GetFrameInfo();
+    context->width = info.width;
+    context->height = info.height;
+    context->pix_fmt = static_cast<AVPixelFormat>(format->GetPixelFormat());
+    ApplyPictureProperties(tree, *context);
+    context->pkt_timebase = MICROSECONDS;
+    context->has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
+    context->thread_count = GetThreadCount();
+    // A group that starts at a recovery point shows from its first picture on.
+    context->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    context->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
+    // No guessing of the reorder depth: a group is short, and a wrong guess costs pictures.
+    if (codec->id == AV_CODEC_ID_H264)
+        context->strict_std_compliance = FF_COMPLIANCE_STRICT;
+    if (const SP<const IBlob> extradata = format->GetExtradata(); extradata && extradata->Size())
+    {
+        context->extradata = static_cast<uint8_t*>(av_mallocz(extradata->Size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (!context->extradata)
+            throw std::bad_alloc();
+        std::memcpy(context->extradata, extradata->Data(), extradata->Size());
+        context->extradata_size = static_cast<int>(extradata->Size());
+    }
+    const int result = avcodec_open2(context.get(), codec, nullptr);
+    if (result >= 0)
+        return;
+    context.reset();
+    Throw<FilterException>(TESSOR_HERE, std::string("Can't open the decoder ") + codec->name + ": " + AvError(result));
+}
+
+void Decoder::Reset()
+{
+    if (context && !fresh)
+        avcodec_flush_buffers(context.get());
+    ready.clear();
+    leadInTimes.clear();
+    fresh = true;
+    drained = false;
+    lastStart = lastEnd = NoTime;
+}
+
+SP<IDataVideo> Decoder::ReadInternal()
+{
+    // Two: the end of a frame is the start of the one behind it.
+    FillReady(2);
+    if (ready.empty())
+        return nullptr;
+    SP<DataVideoFF> frame = ready.front();
+    ready.pop_front();
+    if (!ready.empty())
+        frame->SetDuration(ready.front()->GetPTS() - frame->GetPTS());
+    return frame;
+}
+
+void Decoder::FillReady(size_t count)
+{
+    const Core::TimerSimple timer(decodeTime);
+    if (!context)
+        Open();
+    while (ready.size() < count && !drained)
+    {
+        SendNextPacket();
+        TakeFrames();
+    }
+}
+
+void Decoder::SendNextPacket()
+{
+    const SP<IDataPacket> packet = parentStream->Read();
+    if (packet && fresh)
+        SendLeadIn(*packet);
+    fresh = false;
+    drained = !packet;
+    if (packet)
+        leadInTimes.erase(packet->GetPTS());
+    Send(packet ? packet->GetAVPacket() : nullptr);
+}
+
+void Decoder::SendLeadIn(const IDataPacket& packet)
+{
+    const auto* first = dynamic_cast<const DataPacketFF*>(&packet);
+    if (!first)
+        return;
+    for (const SP<IDataPacket>& before : first->GetLeadIn())
+    {
+        leadInTimes.insert(before->GetPTS());
+        Send(before->GetAVPacket());
+        TakeFrames();
+    }
+}
+
+void Decoder::Send(const AVPacket* packet)
+{
+    // Without bytes it would count as the end.
+    if (packet && packet->size == 0)
+        return;
+    // The decoder is emptied after every packet, so that it never asks to come back later.
+    const int result = avcodec_send_packet(context.get(), packet);
+    if (result < 0 && result != AVERROR_EOF)
+        ++damagedCount;
+}
+
+void Decoder::TakeFrames()
+{
+    for (;;)
+    {
+        const int result = avcodec_receive_frame(context.get(), scratch.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return;
+        if (result < 0)
+        {
+            ++damagedCount;
+            // While draining a failure belongs to one picture: others follow.
+            if (!drained)
+                return;
+            continue;
+        }
+        Deliver(*scratch);
+        av_frame_unref(scratch.get());
+    }
+}
+
+void Decoder::Deliver(const AVFrame& decoded)
+{
+    const avTime time = decoded.pts != AV_NOPTS_VALUE ? decoded.pts : decoded.best_effort_timestamp;
+    if (time != NoTime && leadInTimes.count(time))
+        return;
+    ++decodedCount;
+    if ((decoded.flags & AV_FRAME_FLAG_CORRUPT) || decoded.decode_error_flags)
+        ++damagedCount;
+    const SP<DataVideoFF> frame = DataVideoFF::Create(CopyPadded(decoded, ++pictureNumber).release());
+    frame->SetPTS(FindPlace(time));
+    frame->SetDuration(GetFrameDuration(decoded));
+    lastStart = frame->GetPTS();
+    lastEnd = lastStart + frame->GetDuration();
+    ready.push_back(frame);
+}
+
+avTime Decoder::FindPlace(avTime time) const
+{
+    if (time == NoTime)
+        return lastEnd == NoTime ? 0 : lastEnd;
+    // Out of order in a damaged stream: right behind the one before, so that those that follow keep their places.
+    return lastStart == NoTime ? time : std::max(time, lastStart + 1);
+}
+
+avTime Decoder::GetFrameDuration(const AVFrame& decoded) const
+{
+    if (decoded.pkt_duration > 0)
+        return decoded.pkt_duration;
+    const AVRational rate = context->framerate;
+    return rate.num > 0 && rate.den > 0 ? std::max<avTime>(av_rescale_q(1, av_inv_q(rate), MICROSECONDS), 1)
+                                        : DEFAULT_DURATION;
+}
+
+void Decoder::RequestSeekInternal(avTime target, SP<IStream>)
+{
+    Reset();
+    // The source asks this decoder for its result once the seek is done.
+    parentStream->RequestSeek(target, SP<IStream>(this));
+}
+
+void Decoder::DoSeekInternal()
+{
+    parentStream->DoSeek();
+}
+
+void Decoder::ReleaseInternalData()
+{
+    StreamImpl::ReleaseInternalData();
+    Reset();
+    context.reset();
+}
+
+void Decoder::AcceptInternal(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "Decoder", FRAME_ALLOC_CPU, this);
+}
+
+Core::Property Decoder::GetStatistic() const
+{
+    Core::Property statistic = parentStream->GetStatistic();
+    Core::Property record = Core::MakeStatistics("virtual Core::Property Tessor::Host::Decoder::GetStatistic() const",
+                                                 decodeTime, decodedCount);
+    record.SetChildT<long long>("Damaged", static_cast<long long>(damagedCount));
+    statistic.Add(record);
+    return statistic;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Proc/StreamTemplates/IStreamRaw.h"
+#include "Proc/StreamTemplates/IStreamVideoDecoder.h"
+#include "Proc/StreamTemplates/StreamImpl.h"
+#include "ffhost/codecs/AvCodec.h"
+#include "media/DataVideoFF.h"
+
+#include <deque>
+#include <set>
+
+namespace Tessor::Host
+{
+
+/// A video decoder over libavcodec. One frame for each picture, in the order of presentation, with PTS and a duration
+/// above 0; frames abut exactly, each reaching to the next one. After a seek of the source decoding starts afresh; at
+/// its end the decoder is drained, so that no reordered picture is lost. Damaged pictures are delivered and counted,
+/// packets that can't be decoded are counted and left out.
+///
+/// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
+/// leading pictures of an open group are then whole.
+///
+/// A still picture is delivered once for each time it was shown, and so that it stays a frame of the result for
+/// consumers that fold repeats: those compare whole rows, padding included. Every picture therefore lies in a buffer of
+/// its own with at least 16 bytes of padding behind the pixels of a row, all zero but the first row of the first plane,
+/// which carries the picture's running number there.
+///
+/// The format is the source's, extradata included, so that an encoder behind can match what the source was made with.
+///
+/// Threads: as StreamImpl says.
+class Decoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVideoDecoder>, public RefCountImpl
+{
+public:
+    /// Throws CodecFactoryException for a codec without a decoder and for sources that are no video.
+    static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source);
+    ~Decoder() override;
+
+private:
+    explicit Decoder(const SP<Proc::IStreamRaw>& source);
+
+    void Initialize(const Core::Property&) override {}
+    Core::Property GetSettings() const override { return Core::Property(); }
+    Core::Property GetStatistic() const override;
+    SP<Conf::IFormatCodecVideo> GetFormatCodec() const override { return format; }
+    void ReleaseInternalData() override;
+
+    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
+    SP<Proc::IDataVideo> ReadInternal() override;
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    void DoSeekInternal() override;
+
+    void Open();
+    void Reset();
+    /// Sends packets and takes frames until at least `count` are ready or the source has ended.
+    void FillReady(size_t count);
+    void SendNextPacket();
+    void SendLeadIn(const Proc::IDataPacket& packet);
+    /// Null drains.
+    void Send(const AVPacket* packet);
+    void TakeFrames();
+    void Deliver(const AVFrame& decoded);
+    avTime FindPlace(avTime time) const;
+    avTime GetFrameDuration(const AVFrame& decoded) const;
+
+    const SP<Conf::IFormatCodecVideo> format;
+    CodecContextPtr context;                 // null until the first read and after a release
+    FramePtr scratch;                        // what the decoder fills
+    std::deque<SP<Proc::DataVideoFF>> ready; // decoded, not yet delivered
+    std::set<avTime> leadInTimes;            // of pictures that are decoded for the sake of others only
+    bool fresh = true;                       // nothing was sent since the last reset
+    bool drained = false;                    // the source has ended and the decoder has been emptied
+    avTime lastStart = NoTime;               // of the picture decoded last
+    avTime lastEnd = NoTime;                 // where one without a time starts
+    uint64_t pictureNumber = 0;              // of the picture delivered last; goes into its padding
+    unsigned long decodedCount = 0;          // statistics
+    unsigned long damagedCount = 0;          // statistics
+    long long decodeTime = 0;                // statistics, microseconds
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,201 @@
+#include "ffhost/codecs/Encoder.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Fnd/TimerSimple.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "host/ComputingResourceManager.h"
+#include "media/BlobFF.h"
+#include "media/DataPacketFF.h"
+#include "media/DataVideoFF.h"
+
+extern "C"
+{
+#include <libavutil/imgutils.h>
+}
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+using Conf::IFormatCodec;
+using Conf::IFormatCodecVideo;
+
+namespace
+{
+
+/// Times that are kept behind the packet handed out last: more than any encoder delays.
+constexpr int64_t KEPT_TIMES = 64;
+
+const std::string ENCODER_NAME = "EncoderName";
+
+/// A record over planes of a frame that is not FFmpeg's.
+FramePtr CopyRecord(const IDataVideo& frame)
+{
+    FramePtr record(av_frame_alloc());
+    if (!record)
+        throw std::bad_alloc();
+    record->format = static_cast<int>(frame.GetPixFmt());
+    record->width = frame.GetWidth();
+    record->height = frame.GetHeight();
+    record->interlaced_frame = frame.IsInterlaced();
+    if (av_frame_get_buffer(record.get(), 0) < 0)
+        throw std::bad_alloc();
+    for (int i = 0; i < GetPlanesCount(frame); ++i)
+    {
+        const auto plane = frame.GetPlane(i);
+        av_image_copy_plane(record->data[i], record->linesize[i], plane.GetOffsetPtr(0, 0),
+                            static_cast<int>(plane.GetStride()), static_cast<int>(plane.GetRowBytes()),
+                            static_cast<int>(plane.GetHeight()));
+    }
+    return record;
+}
+
+} // namespace
+
+SP<IEncoder> Encoder::Create(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
+                             const SP<Core::IComputingResource>& resource)
+{
+    return SP<IEncoder>(new Encoder(source, recodeFormat, resource));
+}
+
+Encoder::Encoder(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
+                 const SP<Core::IComputingResource>& resource)
+    : StreamImpl(source, false), sourceFormat(source->GetFormatCodec()), setup(*sourceFormat, recodeFormat),
+      context(setup.Open()),
+      frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(context->framerate), context->time_base), 1)),
+      format(sourceFormat->Clone()), resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource())
+{
+    format->Merge(recodeFormat);
+    format->GetProperties().SetChildT<std::string>(ENCODER_NAME, setup.GetEncoderName());
+    format->SetExtradata(context->extradata_size > 0
+                             ? BlobFF::Create(context->extradata, static_cast<size_t>(context->extradata_size))
+                             : nullptr);
+}
+
+Encoder::~Encoder()
+{
+    StopThread();
+}
+
+SP<IDataPacket> Encoder::ReadInternal()
+{
+    const Core::TimerSimple timer(encodeTime);
+    if (!context)
+        context = setup.Open();
+    AVPacket* packet = av_packet_alloc();
+    const std::unique_ptr<AVPacket*, void (*)(AVPacket**)> guard(&packet, av_packet_free);
+    if (!packet)
+        throw std::bad_alloc();
+    int result = 0;
+    while ((result = avcodec_receive_packet(context.get(), packet)) == AVERROR(EAGAIN))
+        SendNextFrame();
+    if (result == AVERROR_EOF)
+        return nullptr;
+    Check(result);
+    ++packetCount;
+    return ToItem(std::exchange(packet, nullptr));
+}
+
+void Encoder::SendNextFrame()
+{
+    const SP<IDataVideo> frame = parentStream->Read();
+    if (!frame)
+        return Check(avcodec_send_frame(context.get(), nullptr));
+    const FramePtr record = ToRecord(*frame);
+    record->pts = frameCount * frameTicks;
+    // The decoder's decisions are not the encoder's.
+    record->pict_type = AV_PICTURE_TYPE_NONE;
+    record->key_frame = 0;
+    record->quality = context->global_quality;
+    times[frameCount++] = {frame->GetPTS(), frame->GetDuration()};
+    Check(avcodec_send_frame(context.get(), record.get()));
+}
+
+FramePtr Encoder::ToRecord(const IDataVideo& frame) const
+{
+    if (frame.GetWidth() != context->width || frame.GetHeight() != context->height ||
+        static_cast<int>(frame.GetPixFmt()) != context->pix_fmt)
+        Throw<EncoderException>(TESSOR_HERE, setup.GetEncoderName() + ": the size or format of the pictures changes");
+    const auto* known = dynamic_cast<const DataVideoFF*>(&frame);
+    FramePtr record = known ? FramePtr(av_frame_clone(known->GetAVFrame())) : CopyRecord(frame);
+    if (!record)
+        throw std::bad_alloc();
+    if (context->flags & AV_CODEC_FLAG_INTERLACED_DCT)
+    {
+        record->interlaced_frame = 1;
+        record->top_field_first = context->field_order == AV_FIELD_TT || context->field_order == AV_FIELD_BT;
+    }
+    return record;
+}
+
+SP<IDataPacket> Encoder::ToItem(AVPacket* packet)
+{
+    const int64_t number = packet->pts / frameTicks;
+    const auto own = times.find(number);
+    const Times result = own != times.end() ? own->second : Times{GetTime(number), NoTime};
+    // Times before the first frame are negative: away from zero.
+    const int64_t place = packet->dts >= 0 ? packet->dts / frameTicks : -((frameTicks - 1 - packet->dts) / frameTicks);
+    const avTime dts = packet->dts == AV_NOPTS_VALUE ? NoTime : GetTime(place);
+    times.erase(times.begin(), times.lower_bound(number - KEPT_TIMES));
+    return DataPacketFF::Create(packet, MediaType::Video, result.pts, std::min(dts, result.pts), result.duration);
+}
+
+avTime Encoder::GetTime(int64_t number) const
+{
+    if (times.empty())
+        return NoTime;
+    const auto found = times.find(number);
+    if (found != times.end())
+        return found->second.pts;
+    const auto& [nearest, known] = number < times.begin()->first ? *times.begin() : *times.rbegin();
+    return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(context->framerate), {1, 1000000}));
+}
+
+void Encoder::Check(int result) const
+{
+    if (result < 0)
+        Throw<EncoderException>(TESSOR_HERE, setup.GetEncoderName() + ": " + AvError(result));
+}
+
+/// An encoder that has seen frames starts afresh: few of libavcodec's can be flushed.
+void Encoder::Reset()
+{
+    if (frameCount)
+        context.reset();
+    times.clear();
+    frameCount = 0;
+}
+
+void Encoder::RequestSeekInternal(avTime target, SP<IStream> partner)
+{
+    Reset();
+    parentStream->RequestSeek(target, partner);
+}
+
+void Encoder::DoSeekInternal()
+{
+    parentStream->DoSeek();
+}
+
+void Encoder::ReleaseInternalData()
+{
+    StreamImpl::ReleaseInternalData();
+    Reset();
+    context.reset();
+}
+
+void Encoder::AcceptInternal(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "Encoder", FRAME_ALLOC_CPU, nullptr);
+}
+
+Core::Property Encoder::GetStatistic() const
+{
+    Core::Property statistic = parentStream->GetStatistic();
+    statistic.Add(Core::MakeStatistics("virtual Core::Property Tessor::Host::Encoder::GetStatistic() const", encodeTime,
+                                       packetCount));
+    return statistic;
+}
+
+} // namespace Tessor::Host

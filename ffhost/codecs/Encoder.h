@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Proc/StreamTemplates/IStreamVideo.h"
+#include "Proc/StreamTemplates/StreamImpl.h"
+#include "ffhost/codecs/AvCodec.h"
+#include "ffhost/codecs/EncoderSetup.h"
+#include "host/IEncoder.h"
+
+#include <map>
+
+namespace Tessor::Host
+{
+
+/// A video encoder over libavcodec: exactly one packet for each frame of the source, a key packet first. Its format
+/// stands from the start, with the header in the extradata and the encoder's name under "EncoderName".
+///
+/// Frames are numbered and encoded at the constant rate of the format; a packet's PTS is exactly that of its frame. A
+/// DTS is the PTS of the frame with the packet's place in decoding order, less the encoder's delay.
+///
+/// Throws EncoderException when a frame can't be encoded. Threads: as StreamImpl says.
+class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, Proc::IEncoder>, public RefCountImpl
+{
+public:
+    /// Throws EncoderException when opening fails, CodecFactoryException for what this encoder can't match.
+    static SP<Proc::IEncoder> Create(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
+                                     const SP<Core::IComputingResource>& resource);
+    ~Encoder() override;
+
+private:
+    Encoder(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
+            const SP<Core::IComputingResource>& resource);
+
+    void Initialize(const Core::Property&) override {}
+    Core::Property GetSettings() const override { return Core::Property(); }
+    Core::Property GetStatistic() const override;
+    void ReleaseInternalData() override;
+    MediaType GetMediaType() const override { return MediaType::Video; }
+    SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
+    SP<Core::IComputingResource> GetComputingResource() const override { return resource; }
+
+    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
+    SP<Proc::IDataPacket> ReadInternal() override;
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    void DoSeekInternal() override;
+
+    void Reset();
+    /// The next frame of the source, or the end, for the encoder.
+    void SendNextFrame();
+    FramePtr ToRecord(const Proc::IDataVideo& frame) const;
+    SP<Proc::IDataPacket> ToItem(AVPacket* packet);
+    /// The time of frame `number`, which may lie before the first or behind the last that was sent.
+    avTime GetTime(int64_t number) const;
+    void Check(int result) const;
+
+    struct Times
+    {
+        avTime pts, duration;
+    };
+
+    const SP<Conf::IFormatCodecVideo> sourceFormat; // what the setup refers to
+    const EncoderSetup setup;
+    CodecContextPtr context;                  // null from a release to the next read
+    const int64_t frameTicks;                 // of the encoder, a frame
+    const SP<Conf::IFormatCodecVideo> format; // of the packets
+    const SP<Core::IComputingResource> resource;
+    std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped behind the delay
+    int64_t frameCount = 0;         // frames sent since the last reset
+    unsigned long packetCount = 0;  // statistics
+    long long encodeTime = 0;       // statistics, microseconds
+};
+
+} // namespace Tessor::Host

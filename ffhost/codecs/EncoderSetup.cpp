@@ -1,0 +1,312 @@
+#include "ffhost/codecs/EncoderSetup.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/CodecParsers/MPEG4CodecParser.h"
+#include "ffhost/FormatTags.h"
+
+extern "C"
+{
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <map>
+#include <sstream>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+using Conf::IFormatCodec;
+using Conf::IFormatCodecVideo;
+
+namespace
+{
+
+/// Longer than groups are; the MPEG encoders take no more.
+constexpr int GROUP_SIZE = 600;
+
+/// The coarsest quantiser of H.264 at which a seam can't be seen (40 dB and more on real clips).
+constexpr int COARSEST_QP = 18;
+
+/// The encoders, by their names: libavcodec's first choice of a codec may need hardware.
+const std::map<AVCodecID, const char*> ENCODERS = {
+    {AV_CODEC_ID_H264, "libx264"},
+    {AV_CODEC_ID_MPEG1VIDEO, "mpeg1video"},
+    {AV_CODEC_ID_MPEG2VIDEO, "mpeg2video"},
+    {AV_CODEC_ID_MPEG4, "mpeg4"},
+    {AV_CODEC_ID_H263, "h263"},
+    {AV_CODEC_ID_WMV2, "wmv2"},
+    {AV_CODEC_ID_VP8, "libvpx"},
+    {AV_CODEC_ID_VP9, "libvpx-vp9"},
+    {AV_CODEC_ID_THEORA, "libtheora"},
+};
+
+const std::map<std::string, int> MPEG2_PROFILES = {
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_422, FF_PROFILE_MPEG2_422},
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_HIGH, FF_PROFILE_MPEG2_HIGH},
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SS, FF_PROFILE_MPEG2_SS},
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SNR_SCALABLE, FF_PROFILE_MPEG2_SNR_SCALABLE},
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_MAIN, FF_PROFILE_MPEG2_MAIN},
+    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SIMPLE, FF_PROFILE_MPEG2_SIMPLE},
+};
+
+/// The high half of profile_and_level_indication.
+const std::map<std::string, int> MPEG4_PROFILES = {
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE, 0},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_SCALABLE, 1},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_CORE, 2},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_MAIN, 3},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_N_BIT, 4},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SCALABLE_TEXTURE, 5},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_FACE_ANIMATION, 6},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_BASIC_ANIMATED_TEXTURE, 7},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_HYBRID, 8},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_REAL_TIME, 9},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_CORE_SCALABLE, 10},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_CODING, 11},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_CORE, 12},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_SCALABLE_TEXTURE, 13},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_STUDIO, 14},
+    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_SIMPLE, 15},
+};
+
+int FindProfile(const std::map<std::string, int>& profiles, const std::string& name)
+{
+    const auto found = profiles.find(name);
+    return found != profiles.end() ? found->second : FF_PROFILE_UNKNOWN;
+}
+
+Core::Property GetNode(const Core::Property& tree, const std::string& tag)
+{
+    return tree.ChildExists(tag) && tree[tag].GetType() == Core::Property::TypeNode ? tree[tag] : Core::Property(tag);
+}
+
+/// A list of encoder's options "a=b:c" with its quantiser limited.
+std::string CapQuantiser(const std::string& list)
+{
+    std::istringstream input(list);
+    std::string result;
+    for (std::string item; std::getline(input, item, ':');)
+    {
+        if (item.compare(0, 3, "qp=") == 0)
+            item = "qp=" + std::to_string(std::clamp(std::atoi(item.c_str() + 3), 0, COARSEST_QP));
+        result += (result.empty() ? "" : ":") + item;
+    }
+    return result;
+}
+
+void SetOption(AVCodecContext& context, const char* option, const std::string& value)
+{
+    if (av_opt_set(&context, option, value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
+        Throw<EncoderException>(TESSOR_HERE,
+                                std::string(context.codec->name) + " does not take " + option + "=" + value);
+}
+
+bool IsInterlaced(long long order)
+{
+    return order == AV_FIELD_TT || order == AV_FIELD_BB || order == AV_FIELD_TB || order == AV_FIELD_BT;
+}
+
+} // namespace
+
+const AVCodec* EncoderSetup::Find(AVCodecID id)
+{
+    const auto found = ENCODERS.find(id);
+    return found != ENCODERS.end() ? avcodec_find_encoder_by_name(found->second) : nullptr;
+}
+
+EncoderSetup::EncoderSetup(const IFormatCodecVideo& source, const Core::Property& recode)
+    : source(source), recode(recode), options(GetNode(recode, IFormatCodec::TAG_CODEC_OPTIONS_ENCODE)),
+      codec(Find(FindCodecID(recode))), name(codec ? codec->name : "")
+{
+}
+
+CodecContextPtr EncoderSetup::Open() const
+{
+    CheckSource();
+    CodecContextPtr context = Prepare();
+    const int result = avcodec_open2(context.get(), codec, nullptr);
+    if (result < 0)
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + AvError(result));
+    return context;
+}
+
+void EncoderSetup::CheckSource() const
+{
+    const std::string refusal = GetText(recode, FormatTags::REFUSE_RECODE);
+    if (!refusal.empty())
+        Throw<CodecFactoryException>(TESSOR_HERE, refusal);
+    const AVCodecID id = FindCodecID(recode);
+    if (!codec)
+    {
+        const auto wanted = ENCODERS.find(id);
+        Throw<CodecFactoryException>(TESSOR_HERE, wanted == ENCODERS.end()
+                                                      ? std::string("No encoder for ") + avcodec_get_name(id)
+                                                      : std::string("The encoder ") + wanted->second + " is missing");
+    }
+    if (GetText(options, IFormatCodec::TAG_PROFILE) == IFormatCodecVideo::TAG_X264_PROFILE_EXTENDED)
+        Throw<CodecFactoryException>(TESSOR_HERE, name + " knows no extended profile");
+
+    const AVPixelFormat format = static_cast<AVPixelFormat>(source.GetPixelFormat());
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+    const AVPixelFormat* known = codec->pix_fmts;
+    while (known && *known != AV_PIX_FMT_NONE && *known != format)
+        ++known;
+    if (!description || (description->flags & AV_PIX_FMT_FLAG_ALPHA) || (known && *known == AV_PIX_FMT_NONE))
+        Throw<CodecFactoryException>(TESSOR_HERE, name + " can't encode pixels of the format " +
+                                                      (description ? description->name : "none"));
+}
+
+CodecContextPtr EncoderSetup::Prepare() const
+{
+    CodecContextPtr context(avcodec_alloc_context3(codec));
+    if (!context)
+        throw std::bad_alloc();
+    const Conf::FrameInfo info = source.GetFrameInfo();
+    context->width = info.width;
+    context->height = info.height;
+    context->pix_fmt = static_cast<AVPixelFormat>(source.GetPixelFormat());
+    ApplyPictureProperties(source.GetProperties(), *context);
+    SetFrameRate(*context);
+    SetFields(*context);
+    context->bit_rate = std::max<int64_t>(GetNumber(recode, IFormatCodec::TAG_BITRATE, 0), 0);
+    context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_CLOSED_GOP | AV_CODEC_FLAG_BITEXACT;
+    context->gop_size = GROUP_SIZE;
+    // One more than a P frame's reordering is not needed, so two are never too many where the source reorders.
+    context->max_b_frames = GetNumber(recode, FormatTags::REORDER_DEPTH, 0) > 0 ? 2 : 0;
+    context->thread_count = GetThreadCount();
+    SetCodecOptions(*context);
+    return context;
+}
+
+/// Frames are numbered, so that a tick is a frame; codecs that know certain rates only get the nearest.
+void EncoderSetup::SetFrameRate(AVCodecContext& context) const
+{
+    const Core::Property& tree = recode.ChildExists(IFormatCodecVideo::TAG_FPS) ? recode : source.GetProperties();
+    AVRational rate = {25, 1};
+    if (tree.ChildExists(IFormatCodecVideo::TAG_FPS) && tree[IFormatCodecVideo::TAG_FPS].GetRatio() > 0)
+    {
+        const Core::Property::Ratio wanted = tree[IFormatCodecVideo::TAG_FPS].GetRatio();
+        // 16 bits hold what the headers can.
+        av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), 65535);
+    }
+    if (codec->supported_framerates)
+        rate = codec->supported_framerates[av_find_nearest_q_idx(rate, codec->supported_framerates)];
+    context.framerate = rate;
+    context.time_base = av_inv_q(rate);
+}
+
+void EncoderSetup::SetFields(AVCodecContext& context) const
+{
+    const long long order = GetNumber(recode, FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN);
+    context.field_order = IsInterlaced(order) ? static_cast<AVFieldOrder>(order) : AV_FIELD_PROGRESSIVE;
+    if (!IsInterlaced(order))
+        return;
+    if (codec->id == AV_CODEC_ID_H264 || codec->id == AV_CODEC_ID_MPEG2VIDEO)
+        context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+}
+
+void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
+{
+    switch (codec->id)
+    {
+    case AV_CODEC_ID_H264:
+        return SetupH264(context);
+    case AV_CODEC_ID_MPEG2VIDEO:
+        return SetupMPEG2(context);
+    case AV_CODEC_ID_MPEG4:
+        return SetupMPEG4(context);
+    case AV_CODEC_ID_VP8:
+    case AV_CODEC_ID_VP9:
+        return SetupVPx(context);
+    case AV_CODEC_ID_THEORA:
+        return SetConstantQuantiser(context, 10);
+    case AV_CODEC_ID_MPEG1VIDEO:
+        SetOption(context, "sc_threshold", "1000000000");
+        return SetConstantQuantiser(context, 2);
+    default:
+        // H.263 and WMV2 know no B pictures.
+        context.max_b_frames = 0;
+        return SetConstantQuantiser(context, 2);
+    }
+}
+
+void EncoderSetup::SetupH264(AVCodecContext& context) const
+{
+    context.bit_rate = 0;
+    context.level = static_cast<int>(GetNumber(recode, FormatTags::LEVEL, FF_LEVEL_UNKNOWN));
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(context.pix_fmt);
+    const std::string profile = GetText(options, IFormatCodec::TAG_PROFILE);
+    // Beyond 4:2:0 in 8 bits the pixels decide, and the encoder does.
+    const bool common = description->comp[0].depth == 8 && description->log2_chroma_w && description->log2_chroma_h;
+    if (!profile.empty() && common)
+        SetOption(context, "profile", profile);
+    if (profile == IFormatCodecVideo::TAG_X264_PROFILE_BASELINE)
+        context.max_b_frames = 0;
+    SetOption(context, "preset", "faster");
+    SetOption(context, "sc_threshold", "0");
+    SetOption(context, "b-pyramid", "none");
+    SetOption(context, "qp", std::to_string(COARSEST_QP));
+    const std::string special = GetText(options, IFormatCodecVideo::TAG_FF_SPECIAL_OPTS);
+    const size_t separator = special.find(';');
+    if (separator != std::string::npos)
+        SetOption(context, special.substr(0, separator).c_str(), CapQuantiser(special.substr(separator + 1)));
+}
+
+void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
+{
+    context.profile = FindProfile(MPEG2_PROFILES, GetText(options, IFormatCodec::TAG_PROFILE));
+    context.level = context.profile == FF_PROFILE_UNKNOWN
+                        ? FF_LEVEL_UNKNOWN
+                        : static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, 8));
+    // Changes of scene would start groups of their own.
+    SetOption(context, "sc_threshold", "1000000000");
+    SetConstantQuantiser(context, 2);
+}
+
+/// The pictures have to be readable with the source's header, which gives the bits of a picture's time.
+void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
+{
+    context.profile = FindProfile(MPEG4_PROFILES, GetText(options, IFormatCodec::TAG_PROFILE));
+    context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, FF_LEVEL_UNKNOWN));
+    SetOption(context, "sc_threshold", "1000000000");
+    SetConstantQuantiser(context, 2);
+    const SP<const IBlob> extradata = source.GetExtradata();
+    if (!extradata)
+        return;
+    CodecParsers::MPEG4_Config config;
+    try
+    {
+        CodecParsers::DecodeMPEG4Config(extradata->Data(), extradata->Size(), config);
+    }
+    catch (const Exception&)
+    {
+        return; // a header that can't be read sets no conditions
+    }
+    // A tick of one: the encoder would reduce a longer one, and write another resolution.
+    if (config.vop_time_increment_resolution)
+        context.time_base = {1, config.vop_time_increment_resolution};
+}
+
+void EncoderSetup::SetupVPx(AVCodecContext& context) const
+{
+    context.max_b_frames = 0;
+    const bool vp9 = codec->id == AV_CODEC_ID_VP9;
+    // VP9 takes 0 as constant quality; VP8 needs room for it.
+    const AVRational rate = context.framerate;
+    context.bit_rate = vp9 ? 0 : av_rescale(static_cast<int64_t>(context.width) * context.height, rate.num, rate.den);
+    SetOption(context, "crf", vp9 ? "16" : "4");
+    SetOption(context, "lag-in-frames", "0");
+    SetOption(context, "auto-alt-ref", "0");
+    SetOption(context, "deadline", "good");
+    SetOption(context, "cpu-used", "4");
+}
+
+void EncoderSetup::SetConstantQuantiser(AVCodecContext& context, int quantiser) const
+{
+    context.flags |= AV_CODEC_FLAG_QSCALE;
+    context.global_quality = quantiser * FF_QP2LAMBDA;
+}
+
+} // namespace Tessor::Host
