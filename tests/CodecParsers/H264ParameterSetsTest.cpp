@@ -172,8 +172,7 @@ TEST(ParameterSets, EqualToComparesWhatDecodingNeeds)
 
 TEST(Levels, TableKeepsItsOrder)
 {
-    // Limits never fall from level to level, but for the decoded picture buffer's unit in bits; 13 is 80 lower than
-    // published. Levels in between do not exist.
+    // Limits never fall from level to level, and there are no others; level 13 is 80 lower than published.
     const uint8_t levels[] = {10, 9, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51, 52, 60, 61, 62};
     LevelLimits last;
     for (const uint8_t level : levels)
