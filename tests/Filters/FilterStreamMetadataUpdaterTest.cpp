@@ -1,7 +1,6 @@
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
 
 #include "Proc/Filters/Filters/FilterHelpers.h"
-#include "Proc/Settings/SettingsFilterCutController.h"
 #include "tests/support/Conformance.h"
 #include "tests/support/ReadAll.h"
 
