@@ -75,13 +75,13 @@ CutTimeline::CutTimeline(const std::deque<Interval>& intervals)
 {
     const std::vector<Interval> flat = Flatten(intervals);
     segments.reserve(flat.size());
-    // A kept first interval keeps its times, also those before the list.
-    avTime result = flat.front().deleted ? 0 : flat.front().start;
+    // A kept first interval keeps its times, also those before the list; behind a deleted one the result starts at 0.
+    avTime removed = flat.front().deleted ? flat.front().start : 0;
     for (const Interval& interval : flat)
     {
-        segments.push_back({interval, result});
-        if (!interval.deleted)
-            result = AddTime(result, SubTime(interval.end, interval.start));
+        segments.push_back({interval, SubTime(interval.start, removed)});
+        if (interval.deleted)
+            removed = AddTime(removed, SubTime(interval.end, interval.start));
     }
 }
 
@@ -98,7 +98,7 @@ avTime CutTimeline::Source2Result(avTime t) const
         return NoTime;
     const Segment& holder = segments[GetIndex(t)];
     return holder.interval.deleted ? holder.resultStart
-                                   : AddTime(holder.resultStart, SubTime(t, holder.interval.start));
+                                   : SubTime(t, SubTime(holder.interval.start, holder.resultStart));
 }
 
 avTime CutTimeline::Result2Source(avTime t) const
@@ -118,7 +118,7 @@ avTime CutTimeline::Result2Source(avTime t) const
             return segments.front().interval.start; // nothing is kept at all
         return holder->interval.start;
     }
-    return std::min(holder->interval.end, AddTime(holder->interval.start, SubTime(t, holder->resultStart)));
+    return std::min(holder->interval.end, AddTime(t, SubTime(holder->interval.start, holder->resultStart)));
 }
 
 } // namespace Tessor::Proc

@@ -96,7 +96,9 @@ void ExpectSame(const SettingsFilterCutController& settings, const Bitmap& twin)
         const Interval holder = settings.GetOptInterval(static_cast<size_t>(settings.GetIntervalIndex(t * ms)));
         ASSERT_EQ(holder.end, settings.GetIntervalEndTime(t * ms));
         if (t >= twin.low && t < twin.high)
+        {
             ASSERT_TRUE(holder.start <= t * ms && t * ms < holder.end) << t;
+        }
     }
 }
 

@@ -11,7 +11,7 @@ namespace Tessor::Test
 {
 
 /// Intervals of ms.
-using Ranges = std::vector<std::pair<int, int>>;
+using Ranges = std::vector<std::pair<int64_t, int64_t>>;
 
 /// Settings that keep these and delete everything else.
 inline Proc::SettingsFilterCutController Keep(const Ranges& ranges)

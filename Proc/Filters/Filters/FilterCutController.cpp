@@ -106,9 +106,9 @@ SP<Stream> FilterCutController::Add(const SP<Stream>& stream, const More&... mor
         Throw<FilterException>(TESSOR_HERE, "Raw streams are not built yet");
     else
     {
-    const SP<Cut> cut(new Cut(stream, SP<FilterCutController>(this), more...));
-    streams.push_back({stream, cut.get()});
-    return cut;
+        const SP<Cut> cut(new Cut(stream, SP<FilterCutController>(this), more...));
+        streams.push_back({stream, cut.get()});
+        return cut;
     }
 }
 
@@ -222,7 +222,8 @@ SP<T> FilterCutController::CutDataTemplate(const SP<T>& item) const
     const Lock lock(settingsMutex);
     const avTime resultStart = timeline.Source2Result(start);
     const avTime resultEnd = timeline.Source2Result(end);
-    if (resultStart == resultEnd)
+    // an unknown duration leaves the start alone to decide
+    if (resultStart == resultEnd || (end == NoTime && IsPointDeleted(start)))
         return nullptr;
     SP<T> clone = item->Clone(0);
     if (SubTime(resultEnd, resultStart) != item->GetDuration())
@@ -323,7 +324,7 @@ void FilterCutController::SeekToNextPosition(avTime position)
         return;
     const CutTimeline::Interval interval = GetInterval(position);
     SaveBeforeSeek(interval);
-    if (AnyVoteForSeek())
+    if (AnyVoteForSeek(interval.end))
         SeekInputStreams(interval.end, true);
 }
 
@@ -354,14 +355,16 @@ void FilterCutController::SaveBeforeSeek(const CutTimeline::Interval& interval)
     waitForAll();
 }
 
-bool FilterCutController::AnyVoteForSeek() const
+/// A decoded stream asks for the jump when it stands in deleted time. Behind the end of the stretch it doesn't: another
+/// stream has jumped there while the caller waited for the lock, and a second jump would bring it all back.
+bool FilterCutController::AnyVoteForSeek(avTime end) const
 {
     return std::any_of(streams.begin(), streams.end(),
-                       [this](const StreamLink& link)
+                       [&](const StreamLink& link)
                        {
                            const avTime position = link.cut->GetSourcePosition();
-                           const bool standsInKeptTime = position != NoTime && !IsPointDeleted(position);
-                           return !standsInKeptTime || link.cut->IsRawStream();
+                           return link.cut->IsRawStream() || position == NoTime ||
+                                  (position < end && IsPointDeleted(position));
                        });
 }
 

@@ -88,7 +88,7 @@ private:
     avTime FindGOPStart() const;
     void SeekSources(avTime position);
     void SaveBeforeSeek(const CutTimeline::Interval& interval);
-    bool AnyVoteForSeek() const;
+    bool AnyVoteForSeek(avTime end) const;
 
     std::vector<StreamLink> streams;              // written under both locks, read under either
     mutable boost::recursive_mutex settingsMutex; // guards settings, timeline, gopPoints and gopsDetected
