@@ -1,6 +1,7 @@
 #include "Proc/CodecParsers/PacketTools.h"
 
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/StartCode.h"
 
 extern "C"
 {
@@ -8,6 +9,7 @@ extern "C"
 }
 
 #include <cstring>
+#include <memory>
 
 namespace Tessor::Proc::CodecParsers
 {
@@ -24,16 +26,16 @@ void CopyPosition(const IDataPacket& from, IDataPacket& to)
 
 } // namespace
 
-SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size)
+SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsFault fault)
 {
-    AVPacket* record = CreatePacket(size);
+    const auto free = [](AVPacket* packet) { av_packet_free(&packet); };
+    std::unique_ptr<AVPacket, decltype(free)> record(CreatePacket(size), free);
     if (!record)
         Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
-    // From here on the packet owns the record, whatever throws.
-    const SP<DataPacketFF> packet =
-        DataPacketFF::Create(record, MediaType::Video, source.GetPTS(), source.GetDTS(), source.GetDuration());
-    if (av_packet_copy_props(record, source.GetAVPacket()) < 0)
+    if (av_packet_copy_props(record.get(), source.GetAVPacket()) < 0 && fault == PropsFault::Throw)
         Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
+    const SP<DataPacketFF> packet = DataPacketFF::Create(record.release(), MediaType::Video, source.GetPTS(),
+                                                         source.GetDTS(), source.GetDuration());
     CopyPosition(source, *packet);
     if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
         packet->SetLeadIn(from->GetLeadIn());
@@ -50,6 +52,15 @@ SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* he
     if (payload > 0)
         std::memcpy(result->Data() + size, packet->GetData(), payload);
     return result;
+}
+
+SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& header, uint8_t code)
+{
+    if (!packet || !header || header->Size() == 0)
+        return packet;
+    if (BeginsWithStartCode(packet->GetData(), static_cast<size_t>(packet->GetSize()), code))
+        return packet;
+    return PrependToPacket(packet, header->Data(), header->Size());
 }
 
 } // namespace Tessor::Proc::CodecParsers

@@ -1,23 +1,29 @@
 #include "Proc/CodecParsers/StartCode.h"
 
+#include <cstring>
+
 namespace Tessor::Proc::CodecParsers
 {
 
-size_t FindStartCode(const uint8_t* data, size_t size, size_t from)
+// The third byte is sought and the zeros checked behind it: zeros fill pictures and headers, while 01 and 03 are rare.
+// The C library's memchr takes 16 to 32 bytes a step on every machine, so that nothing is written by hand here.
+size_t FindZeroZero(const uint8_t* data, size_t size, uint8_t third, size_t from)
 {
-    // The third byte of a prefix decides how far the next one can be: most bytes let the scan step by three.
-    for (size_t last = from + 2; last < size;)
+    for (size_t at = from; size >= 3 && at <= size - 3; ++at)
     {
-        if (data[last] > 1)
-            last += 3;
-        else if (data[last] == 0)
-            ++last;
-        else if (data[last - 1] == 0 && data[last - 2] == 0)
-            return last - 2;
-        else
-            last += 3;
+        const void* hit = std::memchr(data + at + 2, third, size - at - 2);
+        if (!hit)
+            break;
+        at = static_cast<size_t>(static_cast<const uint8_t*>(hit) - data) - 2;
+        if (data[at] == 0 && data[at + 1] == 0)
+            return at;
     }
     return size;
+}
+
+size_t FindStartCode(const uint8_t* data, size_t size, size_t from)
+{
+    return FindZeroZero(data, size, 1, from);
 }
 
 size_t FindStartCodeOf(const uint8_t* data, size_t size, uint8_t code)

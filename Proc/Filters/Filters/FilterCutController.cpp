@@ -59,12 +59,13 @@ void FilterCutController::KeepInterval(avTime start, avTime end)
     timeline = CutTimeline(settings.intervals);
 }
 
-void FilterCutController::KeepWhole(avTime start, avTime end)
+avTime FilterCutController::KeepWhole(avTime start, avTime end)
 {
     const Lock lock(settingsMutex);
     SettingsFilterCutController wider = settings;
     wider.AddInterval(start, end, NoTime, false);
     Initialize(wider);
+    return SubTime(timeline.Source2Result(end), timeline.Source2Result(start));
 }
 
 // ---- streams
@@ -319,13 +320,19 @@ void FilterCutController::SeekToNextPosition(avTime position)
 {
     const Lock seekLock(seekMutex);
     // The settings are free while the helpers work: they look intervals up and may widen them.
-    const CutTimeline::Interval interval = GetInterval(position);
-    // An item without a time says nothing about where to go, and nothing is to be jumped in kept time.
-    if (position == NoTime || !interval.deleted || SubTime(interval.end, interval.start) < SHORTEST_JUMP)
+    if (!JumpsFrom(position))
         return;
+    const CutTimeline::Interval interval = GetInterval(position);
     SaveBeforeSeek(interval);
     if (AnyVoteForSeek(interval.end))
         SeekInputStreams(interval.end, true);
+}
+
+bool FilterCutController::JumpsFrom(avTime position) const
+{
+    const CutTimeline::Interval interval = GetInterval(position);
+    // An item without a time says nothing about where to go, and nothing is to be jumped in kept time.
+    return position != NoTime && interval.deleted && SubTime(interval.end, interval.start) >= SHORTEST_JUMP;
 }
 
 void FilterCutController::SaveBeforeSeek(const CutTimeline::Interval& interval)

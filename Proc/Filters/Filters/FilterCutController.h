@@ -50,6 +50,8 @@ public:
     bool IsPointDeleted(avTime t) const;
     /// Jumps over the deleted interval at the position when it is at least 5 s long.
     void SeekToNextPosition(avTime position);
+    /// Whether SeekToNextPosition jumps from there.
+    bool JumpsFrom(avTime position) const;
     /// Seeks all sources; true when a stream that starts on key frames only told where it landed, which then counts as
     /// kept from there on.
     bool SeekInputStreams(avTime position, bool seekAgain);
@@ -59,8 +61,9 @@ public:
     void DetectNewGOPS();
     void AddGOPPoint(avTime t);
     void EraseStream(IStream* source);
-    /// Keeps [start, end) as well, for a group that can't be cut, and makes GOP detection run again.
-    void KeepWhole(avTime start, avTime end);
+    /// Keeps [start, end) as well, for a group that can't be cut, and makes GOP detection run again. Returns the length
+    /// that the group now has in the result.
+    avTime KeepWhole(avTime start, avTime end);
 
 private:
     struct StreamLink
