@@ -14,7 +14,8 @@ class TESSOR_API DataBitInput
 public:
     explicit DataBitInput(const SP<IDataInput>& input);
 
-    /// The next `count` bits, at most 32.
+    /// The next `count` bits, at most 32; more throws std::invalid_argument. Where the data ends within them, what is
+    /// left is read up.
     uint32_t ReadBits(unsigned count);
     /// Bits not yet read.
     size_t BitsLeft() const;

@@ -2,6 +2,8 @@
 
 #include "Fnd/Exception.h"
 
+#include <algorithm>
+
 namespace Tessor::Core
 {
 
@@ -11,15 +13,21 @@ void DataBitOutput::WriteBits(uint32_t value, unsigned count)
         Throw<std::invalid_argument>(TESSOR_HERE, "More than 32 bits at once");
     while (count > 0)
     {
-        --count;
-        pending = static_cast<uint8_t>(pending << 1 | (value >> count & 1));
-        if (++pendingBits == 8)
-        {
-            output->Write(&pending, 1);
-            pending = 0;
-            pendingBits = 0;
-        }
+        const unsigned taken = std::min(count, 8 - pendingBits);
+        count -= taken;
+        const unsigned bits = value >> count & ((1u << taken) - 1);
+        pending = static_cast<uint8_t>(pending << taken | bits);
+        pendingBits += taken;
+        if (pendingBits == 8)
+            WritePending();
     }
+}
+
+void DataBitOutput::WritePending()
+{
+    output->Write(&pending, 1);
+    pending = 0;
+    pendingBits = 0;
 }
 
 void DataBitOutput::WriteData(const uint8_t* data, size_t size)

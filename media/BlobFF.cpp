@@ -1,6 +1,9 @@
 #include "media/BlobFF.h"
 
+#include "Fnd/Exception.h"
+
 #include <algorithm>
+#include <limits>
 
 extern "C"
 {
@@ -14,6 +17,8 @@ BlobFF::BlobFF(size_t size) : size(size), bytes(size + AV_INPUT_BUFFER_PADDING_S
 
 SP<BlobFF> BlobFF::Create(size_t size)
 {
+    if (size > std::numeric_limits<size_t>::max() - AV_INPUT_BUFFER_PADDING_SIZE)
+        Throw<std::length_error>(TESSOR_HERE, "Blob of " + std::to_string(size) + " bytes");
     return SP<BlobFF>(new BlobFF(size));
 }
 

@@ -27,7 +27,8 @@ TESSOR_API int GetChannelCount(ChannelLayout layout);
 /// FFmpeg's channel mask of a layout; 0 for None.
 TESSOR_API uint64_t ToFFChannelMask(ChannelLayout layout);
 
-/// The layout of an FFmpeg mask; an unknown mask takes the default layout of its channel count, None when there is none.
+/// The layout of an FFmpeg mask; an unknown mask takes the default layout of its channel count, None when there is
+/// none.
 TESSOR_API ChannelLayout FromFFChannelMask(uint64_t mask, int channels);
 
 } // namespace Tessor::Conf

@@ -18,10 +18,7 @@ public:
     };
 
     constexpr Color(unsigned char r, unsigned char g, unsigned char b, unsigned char a) : r(r), g(g), b(b), a(a) {}
-    static constexpr Color Black(Opacity opacity)
-    {
-        return Color(0, 0, 0, opacity == Opacity::Opaque ? 255 : 0);
-    }
+    static constexpr Color Black(Opacity opacity) { return Color(0, 0, 0, opacity == Opacity::Opaque ? 255 : 0); }
 
     unsigned char r, g, b, a;
 };

@@ -2,18 +2,20 @@
 
 #include "media/IDataAudio.h"
 
+#include <memory>
+
 struct AVBufferRef;
 
 namespace Tessor::Proc
 {
 
 /// A block of samples in one contiguous buffer. The line size is a function of sample count and format alone; padding
-/// is zero.
+/// is zero. Clones of mode 0 share the buffer until one of them is trimmed, silenced or asked for a writable view.
 class TESSOR_API DataAudioFF final : public IDataAudio, public RefCountImpl
 {
 public:
-    /// A block with room for `count` samples a channel, all zero, with the duration of that many samples. Throws
-    /// std::invalid_argument for a negative count and formats without bits or channels.
+    /// A block with room for `count` samples a channel, all zero, with the duration of that many samples (NoTime
+    /// without a rate). Throws std::invalid_argument for a negative count and formats without bits or channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
     ~DataAudioFF() override;
 
@@ -21,8 +23,8 @@ public:
     void SetDuration(avTime newDuration) override { duration = newDuration; }
     avTime GetPTS() const override { return pts; }
     void SetPTS(avTime newPts) override { pts = newPts; }
-    /// Removes whole samples, repacks the block, and moves duration and PTS by the stated amount. Throws when the
-    /// amount is negative or more than the block.
+    /// Removes whole samples, repacks the block, and moves duration and PTS by the stated amount. Throws Exception when
+    /// the amount is negative or more than the block (its duration, or its samples where that is unknown).
     void TrimStart(avTime amount) override;
     size_t GetMemorySize() const override;
     void TrimEnd(avTime amount) override;
@@ -31,24 +33,36 @@ public:
     int GetSampleCount() const override { return sampleCount; }
     Conf::SampleInfo GetSampleInfo() const override { return info; }
     SP<IDataAudio> Clone(int mode) const override;
+    /// A writable view: a buffer that clones share is copied first. Valid until the next trim, clone or silence.
     AudioRef GetAudioRef() override;
     void FillSilence() override;
 
-    /// Removes the part from `start` on, of that length, both counted from the block's start.
+    /// Removes the part from `start` on, of that length, both counted from the block's start: what follows moves up,
+    /// the PTS stays. Throws Exception when the part does not lie within the block.
     void RemovePart(avTime start, avTime length);
 
 private:
-    DataAudioFF(const Conf::SampleInfo& info, int count);
+    struct Unref
+    {
+        void operator()(AVBufferRef* buffer) const;
+    };
+    using Buffer = std::unique_ptr<AVBufferRef, Unref>;
+
+    DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer);
+    static Buffer Allocate(const Conf::SampleInfo& info, int count);
+    int GetSampleIndex(avTime offset) const;
     void KeepSamples(int headCount, int tailStart);
+    void MakeUnique();
 
     const Conf::SampleInfo info;
-    int sampleCount;
-    AVBufferRef* buffer; // the samples; shared between clones of mode 0 and copied before it is changed
+    int sampleCount; // per channel; shrinks with trims
+    Buffer buffer;   // the samples; shared between clones of mode 0 and replaced before it is changed
     avTime pts = NoTime;
     avTime duration = NoTime;
 };
 
-/// Bytes of one plane of that many samples (of all channels when interleaved), padding included.
+/// Bytes of one plane of that many samples (of all channels when interleaved), rounded up to 32 so that every plane is
+/// aligned for vector code.
 TESSOR_API size_t GetAudioLinesize(const Conf::SampleInfo& info, int sampleCount);
 
 } // namespace Tessor::Proc

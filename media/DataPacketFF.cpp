@@ -30,11 +30,14 @@ SP<DataPacketFF> DataPacketFF::Create(AVPacket* packet, MediaType type, long lon
 {
     if (!packet)
         Throw<std::invalid_argument>(TESSOR_HERE, "packet is NULL.");
+    SP<DataPacketFF> result(new DataPacketFF(packet, type));
+    if (av_packet_make_refcounted(packet) < 0)
+        Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
     packet->pts = pts;
     packet->dts = dts;
     packet->duration = duration;
     packet->time_base = AVRational{1, 1000000};
-    return SP<DataPacketFF>(new DataPacketFF(packet, type));
+    return result;
 }
 
 DataPacketFF::DataPacketFF(AVPacket* packet, MediaType type) : packet(packet), type(type) {}
@@ -62,8 +65,9 @@ avTime DataPacketFF::GetPTS() const
 
 void DataPacketFF::SetPTS(avTime pts)
 {
-    if (position)
-        position = packet->pts == NoTime || pts == NoTime ? *position : AddTime(*position, SubTime(pts, packet->pts));
+    // a position keeps its distance from the PTS, as far as there is one
+    if (packet->pts != NoTime && pts != NoTime)
+        position = AddTime(position, SubTime(pts, packet->pts));
     packet->pts = pts;
 }
 
@@ -94,8 +98,8 @@ void DataPacketFF::SetDTS(avTime dts)
 
 avTime DataPacketFF::GetPosition() const
 {
-    if (position)
-        return *position;
+    if (position != NoTime)
+        return position;
     return packet->pts != NoTime ? packet->pts : packet->dts;
 }
 

@@ -3,7 +3,6 @@
 #include "media/IDataPacket.h"
 #include "media/MediaType.h"
 
-#include <optional>
 #include <vector>
 
 namespace Tessor::Proc
@@ -12,11 +11,13 @@ namespace Tessor::Proc
 /// A new AVPacket with a payload of that size, or null. The caller owns it.
 TESSOR_API AVPacket* CreatePacket(size_t size);
 
-/// A packet over FFmpeg's record, which is also its own blob.
+/// A packet over FFmpeg's record, which is also its own blob. Clones share the payload, which is not to be written
+/// then.
 class TESSOR_API DataPacketFF final : public IDataPacket, public IBlob, public RefCountImpl
 {
 public:
-    /// Takes the record over; the times are in microseconds.
+    /// Takes the record over, also when it throws; the times are in microseconds. A payload that the record does not
+    /// own is copied. Throws std::invalid_argument for null.
     static SP<DataPacketFF> Create(AVPacket* packet, MediaType type, long long pts, long long dts, long long duration);
     ~DataPacketFF() override;
 
@@ -24,6 +25,7 @@ public:
     void SetDuration(avTime duration) override;
     avTime GetPTS() const override;
     void SetPTS(avTime pts) override;
+    /// Packets are kept or dropped whole: both trims throw Exception.
     void TrimStart(avTime amount) override;
     size_t GetMemorySize() const override;
     void TrimEnd(avTime amount) override;
@@ -56,8 +58,8 @@ private:
 
     AVPacket* const packet;
     const MediaType type;
-    std::optional<avTime> position; // set when the order in the stream is not that of PTS or DTS
-    LeadIn leadIn;                  // set by a source on the key packet of an open group
+    avTime position = NoTime; // known when the order in the stream is not that of PTS or DTS
+    LeadIn leadIn;            // set by a source on the key packet of an open group
 };
 
 } // namespace Tessor::Proc

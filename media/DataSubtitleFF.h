@@ -11,13 +11,15 @@ namespace Tessor::Proc
 class TESSOR_API DataSubtitleFF final : public IDataSubtitle, public RefCountImpl
 {
 public:
+    /// Copies the record: texts, and of bitmaps the indices with tight rows and a palette of 256 entries. A rectangle
+    /// without size, indices or palette keeps none of them.
     static SP<DataSubtitleFF> Create(const AVSubtitle& subtitle, avTime pts, avTime duration);
 
     avTime GetDuration() const override { return duration; }
     void SetDuration(avTime newDuration) override { duration = newDuration; }
     avTime GetPTS() const override { return pts; }
     void SetPTS(avTime newPts) override { pts = newPts; }
-    /// Times only. Throws when the amount is negative or reaches the duration, or a time is unknown.
+    /// Times only. Throws Exception when the amount is negative or reaches the duration, or a time is unknown.
     void TrimStart(avTime amount) override;
     size_t GetMemorySize() const override;
     void TrimEnd(avTime amount) override;

@@ -13,10 +13,12 @@ namespace Tessor::Proc
 class TESSOR_API DataVideoFF final : public IDataVideo, public RefCountImpl
 {
 public:
-    /// A frame over a buffer that holds all planes tightly, one behind the other. Takes the reference over; a null
-    /// buffer makes a new one. Throws std::invalid_argument when the buffer is too small for the format and size.
+    /// A frame over a buffer that holds all planes tightly, one behind the other. Takes the reference over, also when
+    /// it throws; null makes a new picture with aligned rows, all zero. Throws std::invalid_argument when the buffer is
+    /// too small for the format and size, or there is no such format or size.
     static SP<DataVideoFF> Create(PixFmt format, const Conf::FrameInfo& info, AVBufferRef* buffer);
-    /// Takes a decoded record over; its times are set by the caller.
+    /// Takes a decoded record over, also when it throws; the item's times are unset. Rows may run bottom-up. Throws
+    /// std::invalid_argument for a record without a counted picture in main memory.
     static SP<DataVideoFF> Create(AVFrame* frame);
     ~DataVideoFF() override;
 
@@ -24,7 +26,8 @@ public:
     void SetDuration(avTime newDuration) override { duration = newDuration; }
     avTime GetPTS() const override { return pts; }
     void SetPTS(avTime newPts) override { pts = newPts; }
-    /// A frame is cut in time. Throws when the amount is negative or reaches the duration, or a time is unknown.
+    /// A frame is cut in time. Throws Exception when the amount is negative or reaches the duration, or a time is
+    /// unknown.
     void TrimStart(avTime amount) override;
     size_t GetMemorySize() const override;
     void TrimEnd(avTime amount) override;
@@ -34,10 +37,13 @@ public:
     int GetHeight() const override;
     PixFmt GetPixFmt() const override;
     bool IsInterlaced() const override;
+    /// Clones of mode 0 share what is written here: write to a MakeWritableCopy.
     Details::PlaneTemplate<false> GetPlane(int index) override;
     Details::PlaneTemplate<true> GetPlane(int index) const override;
     SP<IDataVideo> MakeWritableCopy() const override;
     SP<IDataVideo> Clone(int mode) const override;
+    /// Every 8-bit format of RGB, grey or YUV components, packed or planar. YUV is BT.601, of limited range unless
+    /// format or record say otherwise; grey is full range. A picture that clones share is replaced first.
     void Fill(const Color& color) override;
 
     /// The record, for hosts.
@@ -45,9 +51,9 @@ public:
 
 private:
     explicit DataVideoFF(AVFrame* frame) : frame(frame) {}
-    void CheckTrim(avTime amount) const;
+    SP<DataVideoFF> Wrap(AVFrame* copy) const;
 
-    AVFrame* const frame;
+    AVFrame* const frame; // owned; its own time fields are not used here
     avTime pts = NoTime;
     avTime duration = NoTime;
 };

@@ -10,10 +10,9 @@ SP<IFormatCodecAudio> IFormatCodecAudio::Create()
 
 SampleInfo FormatCodecAudio::GetSampleInfo() const
 {
-    return SampleInfo(
-        static_cast<SampleFormats>(GetInt64(TAG_SAMPLE_FORMAT, static_cast<int>(SampleFormats::None))),
-        static_cast<int>(GetInt64(TAG_SAMPLE_RATE, 0)),
-        static_cast<ChannelLayout>(GetInt64(TAG_CHANNEL_LAYOUT, static_cast<int>(ChannelLayout::None))));
+    return SampleInfo(static_cast<SampleFormats>(GetInt64(TAG_SAMPLE_FORMAT, static_cast<int>(SampleFormats::None))),
+                      static_cast<int>(GetInt64(TAG_SAMPLE_RATE, 0)),
+                      static_cast<ChannelLayout>(GetInt64(TAG_CHANNEL_LAYOUT, static_cast<int>(ChannelLayout::None))));
 }
 
 void FormatCodecAudio::SetSampleInfo(const SampleInfo& info)

@@ -1,5 +1,7 @@
 #include "media/FormatCodecVideo.h"
 
+#include <algorithm>
+
 namespace Tessor::Conf
 {
 
@@ -12,8 +14,9 @@ FrameInfo FormatCodecVideo::GetFrameInfo() const
 {
     const Core::Property::Ratio aspect =
         properties.ChildExists(TAG_ASPECT) ? properties[TAG_ASPECT].GetRatio() : Core::Property::Ratio(1);
+    const auto positive = [](long long value) { return static_cast<unsigned>(std::max(value, 0LL)); };
     return FrameInfo(static_cast<int>(GetInt64(TAG_WIDTH, 0)), static_cast<int>(GetInt64(TAG_HEIGHT, 0)),
-                     static_cast<unsigned>(aspect.numerator()), static_cast<unsigned>(aspect.denominator()));
+                     positive(aspect.numerator()), positive(aspect.denominator()));
 }
 
 PixFmt FormatCodecVideo::GetPixelFormat() const
@@ -28,7 +31,7 @@ void FormatCodecVideo::SetPixelFormat(PixFmt format)
 
 void FormatCodecVideo::SetFrameRate(unsigned num, unsigned den)
 {
-    if (den == 0)
+    if (num == 0 || den == 0)
         properties.RemoveChild(TAG_FPS);
     else
         properties.SetChildT(TAG_FPS, Core::Property::Ratio(num, den));

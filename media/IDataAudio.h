@@ -17,7 +17,9 @@ public:
     virtual Conf::SampleInfo GetSampleInfo() const = 0;
     /// 0: new times over the shared samples; 1 and 2: a deep copy.
     virtual SP<IDataAudio> Clone(int mode) const = 0;
+    /// A view through which the samples may be written; no clone sees the change.
     virtual AudioRef GetAudioRef() = 0;
+    /// Zeros, or 128 where samples are unsigned.
     virtual void FillSilence() = 0;
 };
 

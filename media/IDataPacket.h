@@ -25,7 +25,7 @@ public:
     virtual SP<const IBlob> GetBlob() const = 0;
     /// The FFmpeg record, whose fields a filter may edit. Its times are the packet's, in microseconds.
     virtual AVPacket* GetAVPacket() const = 0;
-    /// Sets an explicit position; SetPTS moves it along.
+    /// Sets an explicit position, which SetPTS moves along; NoTime unsets it.
     virtual void SetPosition(avTime position) = 0;
     /// Start of the payload.
     virtual const uint8_t* GetData() const = 0;

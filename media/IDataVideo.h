@@ -25,11 +25,12 @@ public:
     virtual SP<IDataVideo> MakeWritableCopy() const = 0;
     /// 0: new times over the shared picture; 1 and 2: a deep copy that depends on nobody's buffers.
     virtual SP<IDataVideo> Clone(int mode) const = 0;
-    /// Paints the whole frame. Throws Exception for formats that it can't paint.
+    /// Paints the whole frame; no clone sees the change. Throws Exception with the format's name for formats that it
+    /// can't paint.
     virtual void Fill(const Color& color) = 0;
 };
 
-/// Planes of the frame's pixel format, as it is stored (a packed format has 1, NV12 has 2).
+/// Planes of the frame's pixel format, as it is stored (a packed format has 1, NV12 has 2, a palette counts as one).
 TESSOR_API int GetPlanesCount(const IDataVideo& frame);
 
 /// True for a frame that lives in an OpenGL texture.

@@ -15,10 +15,10 @@ class TESSOR_API IFormatCodec : public virtual IRefCountable
 {
 public:
     inline static const std::string TAG_CODEC_ID = "CodecID";
-    inline static const std::string TAG_BITRATE = "Bitrate";                            ///< int64, bits per second
-    inline static const std::string TAG_PROFILE = "Profile";                            ///< string
-    inline static const std::string TAG_ORIGINAL_DURATION = "OriginalDuration";         ///< int64, microseconds
-    inline static const std::string TAG_CODEC_OPTIONS_ENCODE = "CodecOptionsEncode";    ///< node
+    inline static const std::string TAG_BITRATE = "Bitrate";                         ///< int64, bits per second
+    inline static const std::string TAG_PROFILE = "Profile";                         ///< string
+    inline static const std::string TAG_ORIGINAL_DURATION = "OriginalDuration";      ///< int64, microseconds
+    inline static const std::string TAG_CODEC_OPTIONS_ENCODE = "CodecOptionsEncode"; ///< node
     inline static const std::string CODEC_ID_NONE = "none";
 
     SP<IFormatCodec> Clone() const { return SP<IFormatCodec>(CloneInternal()); }

@@ -73,7 +73,7 @@ public:
     virtual FrameInfo GetFrameInfo() const = 0;
     virtual PixFmt GetPixelFormat() const = 0;
     virtual void SetPixelFormat(PixFmt format) = 0;
-    /// Frames per second as num over den; a den of 0 unsets it.
+    /// Frames per second as num over den; 0 for either unsets it.
     virtual void SetFrameRate(unsigned num, unsigned den) = 0;
     /// Sets size and sample aspect.
     virtual void InitByPixelAspect(unsigned width, unsigned height, unsigned aspectNum, unsigned aspectDen) = 0;

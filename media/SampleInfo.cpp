@@ -12,9 +12,9 @@ using F = SampleFormats;
 
 constexpr SampleFormatDescription no_format{F::None, 0, false, F::None};
 constexpr SampleFormatDescription formats[] = {
-    {F::U8, 8, false, F::U8P},         {F::S16, 16, false, F::S16P},     {F::S32, 32, false, F::S32P},
+    {F::U8, 8, false, F::U8P},         {F::S16, 16, false, F::S16P},       {F::S32, 32, false, F::S32P},
     {F::Float, 32, false, F::FloatP},  {F::Double, 64, false, F::DoubleP}, {F::U8P, 8, true, F::U8},
-    {F::S16P, 16, true, F::S16},       {F::S32P, 32, true, F::S32},      {F::FloatP, 32, true, F::Float},
+    {F::S16P, 16, true, F::S16},       {F::S32P, 32, true, F::S32},        {F::FloatP, 32, true, F::Float},
     {F::DoubleP, 64, true, F::Double},
 };
 constexpr int kinds = 5; // u8, s16, s32, float, double in rising order, interleaved and then planar

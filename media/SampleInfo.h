@@ -40,7 +40,8 @@ enum class MergeStrategy
     Default = 0,
 };
 
-/// Sample rate, format and channels of an audio stream. Every value can be unset: rate 0 or -1, format None, layout None.
+/// Sample rate, format and channels of an audio stream. Every value can be unset: rate 0 or -1, format None, layout
+/// None.
 class TESSOR_API SampleInfo
 {
 public:

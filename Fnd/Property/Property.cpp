@@ -7,6 +7,7 @@ namespace Tessor::Core
 
 Property::Property(const std::string& name) : name(name), value(Children()) {}
 Property::Property(const std::string& name, long long value) : name(name), value(value) {}
+Property::Property(const std::string& name, long value) : name(name), value(static_cast<long long>(value)) {}
 Property::Property(const std::string& name, int value) : name(name), value(static_cast<long long>(value)) {}
 Property::Property(const std::string& name, double value) : name(name), value(value) {}
 Property::Property(const std::string& name, bool value) : name(name), value(value) {}
@@ -14,16 +15,29 @@ Property::Property(const std::string& name, const std::string& value) : name(nam
 Property::Property(const std::string& name, const char* value) : name(name), value(std::string(value)) {}
 Property::Property(const std::string& name, const Ratio& value) : name(name), value(value) {}
 
+Property& Property::operator=(Property&& other) noexcept
+{
+    // moved out first: assigning over the tree would destroy a part of it before it is read
+    Property moved(std::move(other));
+    name.swap(moved.name);
+    value.swap(moved.value);
+    return *this;
+}
+
 Property& Property::operator=(long long newValue)
 {
     value = newValue;
     return *this;
 }
 
+Property& Property::operator=(long newValue)
+{
+    return *this = static_cast<long long>(newValue);
+}
+
 Property& Property::operator=(int newValue)
 {
-    value = static_cast<long long>(newValue);
-    return *this;
+    return *this = static_cast<long long>(newValue);
 }
 
 Property& Property::operator=(double newValue)
@@ -92,6 +106,7 @@ Property::Ratio Property::GetRatio() const
 
 Property& Property::operator[](const std::string& key)
 {
+    RequireNode("operator[]");
     const auto found = FindChild(key);
     if (found != end())
         return *found;
@@ -101,6 +116,7 @@ Property& Property::operator[](const std::string& key)
 
 const Property& Property::operator[](const std::string& key) const
 {
+    RequireNode("operator[]");
     const auto found = FindChild(key);
     if (found == end())
         Throw<PropertyException>(TESSOR_HERE, "Property \"" + name + "\" has no child \"" + key + "\"");
@@ -114,11 +130,13 @@ bool Property::ChildExists(const std::string& key) const
 
 Property::Children::iterator Property::FindChild(const std::string& key)
 {
+    RequireNode("FindChild");
     return std::find_if(begin(), end(), [&](const Property& child) { return child.name == key; });
 }
 
 Property::Children::const_iterator Property::FindChild(const std::string& key) const
 {
+    RequireNode("FindChild");
     return std::find_if(begin(), end(), [&](const Property& child) { return child.name == key; });
 }
 
@@ -152,8 +170,8 @@ size_t Property::size() const
 void Property::SetChild(const std::string& key, const Property& child)
 {
     RequireNode("SetChild");
-    Property& place = (*this)[key];
-    place.value = child.value;
+    Property copy(child);
+    (*this)[key].value = std::move(copy.value);
 }
 
 void Property::Add(const Property& child)
@@ -173,15 +191,15 @@ void Property::RemoveChild(const std::string& key)
     std::erase_if(std::get<Children>(value), [&](const Property& child) { return child.name == key; });
 }
 
-void Property::Merge(const Property& other)
+void Property::MergeFrom(Property&& other)
 {
     if (GetType() != TypeNode || other.GetType() != TypeNode)
     {
-        value = other.value;
+        value = std::move(other.value);
         return;
     }
-    for (const Property& child : other)
-        (*this)[child.name].Merge(child);
+    for (Property& child : other)
+        (*this)[child.name].MergeFrom(std::move(child));
 }
 
 void Property::RequireNode(const char* method) const

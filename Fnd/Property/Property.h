@@ -40,15 +40,23 @@ public:
     /// An empty node.
     explicit Property(const std::string& name);
     Property(const std::string& name, long long value);
+    Property(const std::string& name, long value);
     Property(const std::string& name, int value);
     Property(const std::string& name, double value);
     Property(const std::string& name, bool value);
     Property(const std::string& name, const std::string& value);
     Property(const std::string& name, const char* value);
     Property(const std::string& name, const Ratio& value);
+    Property(const Property& other) = default;
+    Property(Property&& other) = default;
+    ~Property() = default;
 
+    /// The whole node with its name. The other may be a part of this tree.
+    Property& operator=(const Property& other) { return *this = Property(other); }
+    Property& operator=(Property&& other) noexcept;
     /// These replace value and type and keep the name.
     Property& operator=(long long value);
+    Property& operator=(long value);
     Property& operator=(int value);
     Property& operator=(double value);
     Property& operator=(bool value);
@@ -60,6 +68,7 @@ public:
     void SetName(const std::string& newName) { name = newName; }
     Type GetType() const { return static_cast<Type>(value.index()); }
 
+    /// The value; there is no conversion between types.
     bool GetBool() const;
     long long GetInt64() const;
     double GetDouble() const;
@@ -79,7 +88,7 @@ public:
     Children::const_iterator end() const;
     size_t size() const;
 
-    /// Sets or appends a child of that name with the other's value.
+    /// Sets or appends a child of that name with the other's value. The other may be a part of this tree.
     void SetChild(const std::string& key, const Property& child);
     void SetChild(const std::string& key, const char* text) { SetChildT<std::string>(key, text); }
     void Add(const Property& child);
@@ -105,12 +114,14 @@ public:
         return std::get<Children>(value).back();
     }
 
-    /// Child by child: recursive where both sides are nodes, otherwise the other's value replaces this one's.
-    void Merge(const Property& other);
+    /// Child by child: recursive where both sides are nodes, otherwise the other's value replaces this one's. The name
+    /// stays.
+    void Merge(const Property& other) { MergeFrom(Property(other)); }
 
     bool operator==(const Property& other) const { return name == other.name && value == other.value; }
 
 private:
+    void MergeFrom(Property&& other);
     void RequireNode(const char* method) const;
     [[noreturn]] void ThrowNotApplicable(const char* method) const;
     template <class T>

@@ -16,11 +16,25 @@ namespace Tessor::Proc
 ///     source   |--kept--|///deleted///|--kept--|
 ///     result   |--kept--|--kept--|
 ///
-/// Times before or after the list count to its first or last interval.
+/// Times before or after the list count to its first or last interval; times of a kept first interval stay as they are,
+/// and behind a deleted first one the result starts at 0. Gaps of a list count as kept, as does everything when the
+/// list is empty.
+///
+/// The lookups answer for the optimised list, whether or not the list has been brought into that form yet. Each call
+/// compiles the list: who asks often holds a CutTimeline.
 class TESSOR_API SettingsFilterCutController final : public Settings
 {
 public:
     inline static const std::string CLASS_ID = "SettingsFilterCutController";
+
+    /// The tree: a node of interval nodes with four values each, and the stream index.
+    inline static const std::string KEY_INTERVALS = "intervals";
+    inline static const std::string KEY_INTERVAL = "interval";
+    inline static const std::string KEY_START = "start";
+    inline static const std::string KEY_END = "end";
+    inline static const std::string KEY_SHIFT = "shift";
+    inline static const std::string KEY_DELETED = "deleted";
+    inline static const std::string KEY_STREAM_INDEX = "streamIndex";
 
     struct Interval
     {
@@ -40,20 +54,22 @@ public:
     bool IsEqualTo(const Settings& other) const override;
     bool operator==(const SettingsFilterCutController& other) const;
 
-    /// Lays an interval over the list; it wins over what it covers. An empty interval changes nothing.
+    /// Lays an interval over the list, which is optimised then; it wins over what it covers. An empty interval changes
+    /// nothing.
     void AddInterval(avTime start, avTime end, avTime shift, bool deleted);
     /// Brings the list in time order, with no overlap and like neighbours merged.
     void UpdateOptimizedList();
 
     /// Index of the interval that holds `t`.
     int32_t GetIntervalIndex(avTime t) const;
+    /// Throws std::out_of_range.
     Interval GetOptInterval(size_t index) const;
     avTime GetIntervalEndTime(avTime t) const;
     bool IsPointDeleted(avTime t) const;
     /// The time left after removing all deleted time before `t`; NoTime for NoTime.
     avTime Source2Result(avTime t) const;
     /// The source time, in a kept interval, of a result time: at a seam the start of the next kept interval, at or past
-    /// the end the end of the last one; NoTime for NoTime.
+    /// the end the end of the last one, the start of the list when nothing is kept; NoTime for NoTime.
     avTime Result2Source(avTime t) const;
 
     std::deque<Interval> intervals;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Settings/SettingsFilterCutController.h"
+#include "Proc/Settings/CutTimeline.h"
 #include "Proc/StreamTemplates/IStreamController.h"
 #include "Proc/StreamTemplates/IStreamCutInterval.h"
 #include "host/ICodecFactory.h"
@@ -14,16 +14,19 @@ namespace Tessor::Proc
 /// Removes time intervals from parallel streams. One controller serves all streams of a file: a compressed video
 /// stream may only start on a key frame, and that moves the cut for all of them.
 ///
-/// Threads: the cut streams may be read from different threads. Locks: seekMutex before settingsMutex; a cut stream
-/// releases its own mutex before it calls SeekToNextPosition.
+/// Threads: the cut streams may be read from different threads, if their sources stand a seek while they are read.
+/// Locks: seekMutex before settingsMutex; a cut stream releases its own mutex before it calls SeekToNextPosition or
+/// DetectNewGOPS.
 class TESSOR_API FilterCutController final : public IStreamController, public RefCountImpl
 {
 public:
     /// Throws FilterException "Wrong settings!" for settings of another class.
     static SP<FilterCutController> Create(const Settings& settings, SP<ICodecFactory> codecFactory);
 
+    /// These replace the intervals; GOP detection runs again. Both throw std::invalid_argument for another class.
     void Initialize(const Core::Property& settings) override;
     void Initialize(const Settings& settings) override;
+    /// Throws FilterException for a stream that is here already, or whose duration is not that of the others.
     SP<IStreamRaw> AddStream(const SP<IStreamRaw>& stream) override;
     SP<IStreamAudio> AddStream(const SP<IStreamAudio>& stream) override;
     SP<IStreamVideo> AddStream(const SP<IStreamVideo>& stream) override;
@@ -44,8 +47,11 @@ public:
     avTime Source2Result(avTime t) const;
     avTime Result2Source(avTime t) const;
     avTime GetIntervalEndTime(avTime t) const;
-    /// Jumps over the interval at the position when it is at least 5 s long.
+    bool IsPointDeleted(avTime t) const;
+    /// Jumps over the deleted interval at the position when it is at least 5 s long.
     void SeekToNextPosition(avTime position);
+    /// Whether SeekToNextPosition jumps from there.
+    bool JumpsFrom(avTime position) const;
     /// Seeks all sources; true when a stream that starts on key frames only told where it landed, which then counts as
     /// kept from there on.
     bool SeekInputStreams(avTime position, bool seekAgain);
@@ -55,8 +61,43 @@ public:
     void DetectNewGOPS();
     void AddGOPPoint(avTime t);
     void EraseStream(IStream* source);
-    /// Keeps [start, end) as well, for a group that can't be cut, and makes GOP detection run again.
-    void KeepWhole(avTime start, avTime end);
+    /// Keeps [start, end) as well, for a group that can't be cut, and makes GOP detection run again. Returns the length
+    /// that the group now has in the result.
+    avTime KeepWhole(avTime start, avTime end);
+
+private:
+    struct StreamLink
+    {
+        SP<IStream> source;
+        IStreamCutInterval* cut; // plain, for the cut stream holds the controller; it erases the link when it goes
+    };
+    using Lock = boost::lock_guard<boost::recursive_mutex>;
+
+    FilterCutController() = default;
+
+    template <class Cut, class Stream, class... More>
+    SP<Stream> Add(const SP<Stream>& stream, const More&... more);
+    void CheckNewStream(const IStream* stream) const;
+    template <class T>
+    void RemoveDeleted(T& clone, avTime start, avTime end) const;
+    void SetIntervals(const SettingsFilterCutController& newSettings);
+    void KeepInterval(avTime start, avTime end);
+    CutTimeline::Interval GetInterval(avTime t) const;
+    bool IsGOPPoint(avTime t) const;
+    bool HasRawStream() const;
+    avTime FindGOPStart() const;
+    void SeekSources(avTime position);
+    void SaveBeforeSeek(const CutTimeline::Interval& interval);
+    bool AnyVoteForSeek(avTime end) const;
+
+    std::vector<StreamLink> streams;              // written under both locks, read under either
+    mutable boost::recursive_mutex settingsMutex; // guards settings, timeline, gopPoints and gopsDetected
+    boost::recursive_mutex seekMutex;             // one seek of the sources at a time
+    SettingsFilterCutController settings;         // its list is always optimised
+    std::vector<avTime> gopPoints;                // known to be starts of groups: no seek has to find out
+    SP<ICodecFactory> codecFactory;               // from Create; null when no compressed streams are cut
+    bool gopsDetected = false;                    // false until DetectNewGOPS has run for the present intervals
+    CutTimeline timeline{settings.intervals};     // the lookups of settings, renewed with it
 };
 
 } // namespace Tessor::Proc

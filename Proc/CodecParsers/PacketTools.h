@@ -1,0 +1,28 @@
+#pragma once
+
+#include "media/DataPacketFF.h"
+
+namespace Tessor::Proc::CodecParsers
+{
+
+/// What becomes of a packet whose side data can't be copied, for want of memory: it may go on without.
+enum class PropsFault
+{
+    Throw,
+    Ignore,
+};
+
+/// A new video packet with an unwritten payload of that size and everything else of the source: times, explicit
+/// position, flags, side data, lead-in. Throws Exception "Can't allocate new AVPacket" and "Can't copy packet
+/// properties".
+TESSOR_API SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size,
+                                             PropsFault fault = PropsFault::Throw);
+
+/// A new packet of the head's bytes and then the packet's, otherwise like the packet. Throws as CreatePacketLike.
+TESSOR_API SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size);
+
+/// A packet with the codec's header in front. The packet itself when it begins with the start code 00 00 01 `code` of
+/// that header, is null, or there is no header (null or empty). Throws as CreatePacketLike.
+TESSOR_API SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& header, uint8_t code);
+
+} // namespace Tessor::Proc::CodecParsers

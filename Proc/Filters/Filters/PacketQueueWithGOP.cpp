@@ -1,0 +1,91 @@
+#include "Proc/Filters/Filters/PacketQueueWithGOP.h"
+
+#include <glog/logging.h>
+
+namespace Tessor::Proc
+{
+
+void PacketQueueWithGOP::Reset(avTime limit)
+{
+    const Lock lock(Mutex());
+    startLimit = limit;
+    nextGOPPacket.reset();
+    lastPosition = NoTime;
+    SoftReset();
+}
+
+void PacketQueueWithGOP::SoftReset()
+{
+    const Lock lock(Mutex());
+    PacketQueue::Reset();
+}
+
+avTime PacketQueueWithGOP::Position()
+{
+    const Lock lock(Mutex());
+    if (Size() == 0)
+        PutBufferToQueue();
+    return PacketQueue::Position();
+}
+
+bool PacketQueueWithGOP::ReadGOP(const SP<IStreamRaw>& source)
+{
+    const Lock lock(Mutex());
+    PutBufferToQueue();
+    while (!IsFull())
+    {
+        const SP<IDataPacket> packet = source->Read();
+        if (!packet || EndsGOP(packet))
+            break;
+        Push(packet);
+    }
+    VLOG(31) << "GOP: " << Size() << " packets";
+    return Size() >= 1;
+}
+
+bool PacketQueueWithGOP::EndsGOP(const SP<IDataPacket>& packet)
+{
+    const avTime position = packet->GetPosition();
+    if (position == NoTime)
+        return false;
+    lastPosition = position;
+    if (!packet->IsKeyFrame() || Size() == 0)
+        return false;
+    if (position >= startLimit)
+    {
+        nextGOPPacket = packet;
+        return true;
+    }
+    SoftReset(); // all that is queued lies before the wanted part
+    VLOG(31) << "GOP reset\n";
+    return false;
+}
+
+void PacketQueueWithGOP::PutBufferToQueue()
+{
+    const Lock lock(Mutex());
+    if (!nextGOPPacket)
+        return;
+    lastPosition = nextGOPPacket->GetPosition();
+    if (lastPosition >= startLimit)
+        Push(nextGOPPacket);
+    else
+        lastPosition = NoTime;
+    nextGOPPacket.reset();
+}
+
+avTime PacketQueueWithGOP::GetEnd() const
+{
+    const Lock lock(Mutex());
+    const avTime next = nextGOPPacket ? nextGOPPacket->GetPosition() : NoTime;
+    return next != NoTime ? next : lastPosition;
+}
+
+void PacketQueueWithGOP::LiftLimit(avTime target)
+{
+    const Lock lock(Mutex());
+    if (target < startLimit)
+        startLimit = NoTime;
+}
+
+} // namespace Tessor::Proc

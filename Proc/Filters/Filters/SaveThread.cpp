@@ -1,0 +1,53 @@
+#include "Proc/Filters/Filters/SaveThread.h"
+
+#include <boost/exception/diagnostic_information.hpp>
+#include <glog/logging.h>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+void Join(boost::thread& thread)
+{
+    // The helper ends by itself soon. A caller that an interruption drove away would leave it behind.
+    const boost::this_thread::disable_interruption uninterrupted;
+    if (thread.joinable())
+        thread.join();
+}
+
+} // namespace
+
+void SaveThread::Start(std::function<void()> save)
+{
+    if (thread.joinable())
+        former.push_back(std::move(thread));
+    thread = boost::thread(
+        [save = std::move(save)]
+        {
+            try
+            {
+                save();
+            }
+            catch (...)
+            {
+                VLOG(11) << boost::current_exception_diagnostic_information(true);
+            }
+        });
+}
+
+void SaveThread::Wait()
+{
+    Join(thread);
+}
+
+void SaveThread::WaitForAll()
+{
+    Join(thread);
+    for (boost::thread& old : former)
+        Join(old);
+    former.clear();
+}
+
+} // namespace Tessor::Proc
