@@ -2,16 +2,14 @@
 
 #include "effects/IEffectFactory.h"
 #include "host/FilterInterfaces.h"
-#include "host/IASSLibrary.h"
 #include "host/IAlgorithmFactory.h"
+#include "host/IFilterFactory.h"
 
 #include <functional>
 #include <string>
 
 namespace Tessor::Proc
 {
-
-class IFilterFactory;
 
 /// Takes in the factories of filters and controllers. Typed operations, one a filter, take plain functions under the
 /// name of an implementation; wide ones, one a kind of stream, take factories under the CLASS_ID of their settings and

@@ -63,7 +63,7 @@ protected:
     void DoSeekInternal() override { this->parentStream->DoSeek(); }
 };
 
-/// Throws "scripted failure" in place of the n-th read, counted from 1 over the stream's whole life.
+/// Throws "scripted failure" in place of the n-th read, counted from 1 and from now on; 0 for never.
 template <class Kind>
 class FaultySource final : public PassThrough<Kind>
 {
@@ -73,17 +73,19 @@ public:
         return SP<FaultySource>(new FaultySource(parent, failingRead));
     }
 
+    void FailIn(int reads) { readsLeft = reads; }
+
 private:
     FaultySource(const SP<Kind>& parent, int failingRead) : PassThrough<Kind>(parent), readsLeft(failingRead) {}
 
     SP<typename Kind::Item> ReadInternal() override
     {
-        if (--readsLeft == 0)
+        if (readsLeft > 0 && --readsLeft == 0)
             Throw<Proc::FilterException>(TESSOR_HERE, "scripted failure");
         return PassThrough<Kind>::ReadInternal();
     }
 
-    int readsLeft; // until the failure, negative behind it
+    int readsLeft; // until the failure, 0 for none
 };
 
 /// Stops threads at a place until a test lets them go on. Open at first. Waiting here can't be interrupted.
