@@ -52,12 +52,12 @@ TEST_P(ReadGOP, SplitsAtKeyFrames)
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, ReadGOP,
-    testing::Values(GOPRow{"0K 40 80K 120 160", NoTime, "0K 40 -> 80 | 80K 120 -> 160"},
-                    GOPRow{"0 40 80K 120", NoTime, "0 40 -> 80 | 80K -> 120"},
+    testing::Values(GOPRow{"0K 40 80K 120 160", NoTime, "0K 40 -> 80 | 80K 120 160 -> 160"},
+                    GOPRow{"0 40 80K 120", NoTime, "0 40 -> 80 | 80K 120 -> 120"},
                     GOPRow{"?:40 ?K:40 ?:40", NoTime, "? ?K ? -> ?"},
                     GOPRow{"0K ?K:40 80K", NoTime, "0K ?K -> 80 | 80K -> 80"},
                     GOPRow{"0K 40p200 80K", NoTime, "0K 40 -> 80 | 80K -> 80"},
-                    GOPRow{"2000K 6000K 8000 12000K 13000", 10000, "6000K 8000 -> 12000 | 12000K -> 13000"},
+                    GOPRow{"2000K 6000K 8000 12000K 13000", 10000, "6000K 8000 -> 12000 | 12000K 13000 -> 13000"},
                     GOPRow{"2000K 3000 4000 ", 10000, "2000K 3000 4000 -> 4000"}, GOPRow{"", NoTime, ""}));
 
 TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)

@@ -1,0 +1,253 @@
+#include "Proc/Filters/Filters/FilterCutControllerStreamRawImpl.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "tests/Filters/CutTestTools.h"
+#include "tests/Filters/FakeCodecs.h"
+#include "tests/support/Decorators.h"
+#include "tests/support/ReadAll.h"
+#include "tests/support/ScriptedStream.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+using namespace Test;
+
+/// A cut stream over a scripted one, in a codec that no encoder is found for.
+struct Rig
+{
+    Rig(const Ranges& kept, const std::string& script, MediaType type = MediaType::Video,
+        const std::string& codec = "h265")
+        : source(ScriptedRaw::Create(script, type, codec)), controller(Cutter(kept, FakeCodecs::Create())),
+          cut(controller->AddStream(SP<IStreamRaw>(source)))
+    {
+    }
+
+    std::string PrintKept() const
+    {
+        std::string text;
+        for (const auto& interval : controller->GetCut().intervals)
+            if (!interval.deleted)
+                text += (text.empty() ? "" : " ") + PrintMs(interval.start) + "-" + PrintMs(interval.end);
+        return text;
+    }
+
+    const SP<ScriptedRaw> source;
+    const SP<FilterCutController> controller;
+    const SP<IStreamRaw> cut;
+};
+
+struct RawRow
+{
+    const char* what;
+    Ranges kept;
+    std::string script;
+    std::string result;
+    std::string widened; // the kept intervals afterwards
+    std::string log;     // of the source
+    MediaType type = MediaType::Video;
+};
+
+class RawCut : public testing::TestWithParam<RawRow>
+{
+};
+
+TEST_P(RawCut, DeliversWhatIsKept)
+{
+    const RawRow& row = GetParam();
+    const Rig rig(row.kept, row.script, row.type);
+    EXPECT_EQ(ReadAll(rig.cut), row.result);
+    EXPECT_EQ(rig.PrintKept(), row.widened);
+    EXPECT_EQ(rig.source->TakeLog(), row.log);
+}
+
+const std::string gops = "0K 40 80 120K 160 200 240K 280 320 360Kp360";
+const std::string seconds = Regular(20, 1000, 2); // a key frame every 2 s
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, RawCut,
+    testing::Values(
+        RawRow{"no cuts", {{0, 2592000000}}, gops, "0K 40 80 120K 160 200 240K 280 320 360K E", "0-2592000000", ""},
+        RawRow{"whole groups", {{0, 120}, {240, 1000}}, gops, "0K 40 80 120K 160 200 E", "0-120 240-1000", ""},
+        RawRow{"a group in front", {{120, 1000}}, gops, "0K 40 80 120K 160 200 E", "120-1000", ""},
+        RawRow{
+            "widened at the end", {{0, 160}, {240, 1000}}, gops, "0K 40 80 120K 160 200 240K 280 320 E", "0-1000", ""},
+        RawRow{"widened at the start", {{0, 120}, {320, 1000}}, gops, "0K 40 80 120K 160 200 E", "0-120 240-1000", ""},
+        RawRow{"B pictures keep their DTS",
+               {{0, 120}, {240, 1000}},
+               "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 240Kd160 320d200 280d240 360Kd280",
+               "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 E",
+               "0-120 240-1000",
+               ""},
+        RawRow{"no key frames", {{40, 80}}, "0 40 80 120 160", "0 40 80 120 E", "0-160", ""},
+        RawRow{"no times", {{0, 80}}, "?K:40 ?:40 ?K:40", "E", "0-80", ""},
+        RawRow{"a jump",
+               {{0, 2000}, {12000, 16000}},
+               seconds,
+               "0K 1000 2000K 3000 4000K 5000 E",
+               "0-2000 12000-16000",
+               "RequestSeek(12000) DoSeek"},
+        RawRow{"a jump into a group",
+               {{0, 2000}, {13500, 16000}},
+               seconds,
+               "0K 1000 2000K 3000 4000K 5000 E",
+               "0-2000 12000-16000",
+               "RequestSeek(13500) DoSeek RequestSeek(12000) DoSeek"},
+        RawRow{"too short to jump", {{0, 2000}, {6000, 8000}}, seconds, "0K 1000 2000K 3000 E", "0-2000 6000-8000", ""},
+        RawRow{"audio",
+               {{0, 50}, {150, 1000}},
+               Regular(8),
+               "0K 40K:40 60K 100K 140K E",
+               "0-50 150-1000",
+               "",
+               MediaType::Audio},
+        RawRow{"audio does not jump",
+               {{0, 1000}, {9000, 10000}},
+               seconds,
+               "0K 1000K E",
+               "0-1000 9000-10000",
+               "",
+               MediaType::Audio}),
+    [](const auto& info)
+    {
+        std::string name = info.param.what;
+        std::replace(name.begin(), name.end(), ' ', '_');
+        return name;
+    });
+
+TEST(RawCutStream, TellsItsKind)
+{
+    struct Row
+    {
+        MediaType type;
+        bool cutAnywhere;
+    };
+    for (const Row& row : {Row{MediaType::Video, false}, Row{MediaType::Audio, true}, Row{MediaType::Subtitle, true}})
+    {
+        const Rig rig({{0, 100}}, "0K 40 80", row.type);
+        const SP<Conf::IFormatCodec> format = rig.cut->GetFormatCodec();
+        EXPECT_EQ(format->GetProperties()[Video::TAG_CUT_ANYWHERE].GetBool(), row.cutAnywhere);
+        EXPECT_EQ(format == rig.source->GetFormatCodec(), row.type != MediaType::Video);
+        auto* const interval = dynamic_cast<IStreamCutInterval*>(rig.cut.get());
+        ASSERT_TRUE(interval);
+        EXPECT_TRUE(interval->IsRawStream());
+        EXPECT_EQ(interval->KeyframeSeek(), !row.cutAnywhere);
+    }
+}
+
+TEST(RawCutStream, PutsMPEGHeadersInFrontOfKeyFrames)
+{
+    for (const auto& [codec, headed] :
+         {std::pair(Video::CODEC_ID_MPEG4, true), {Video::CODEC_ID_MPEG2VIDEO, true}, {Video::CODEC_ID_H265, false}})
+    {
+        const Rig rig({{0, 80}}, "0K 40 80K 120", MediaType::Video, codec);
+        rig.source->GetFormatCodec()->SetExtradata(MakeBlob({1, 2, 3}));
+        Seek(rig.cut, 0); // back from where the search ended
+        EXPECT_EQ(rig.cut->Read()->GetSize(), headed ? 7 : 4) << codec;
+        EXPECT_EQ(rig.cut->Read()->GetSize(), 4) << codec;
+    }
+}
+
+TEST(RawCutStream, SeeksInTimesOfTheResult)
+{
+    Rig rig({{2000, 4000}, {10000, 14000}}, seconds);
+    EXPECT_EQ(rig.cut->GetDuration(), 6000 * ms);
+    Seek(rig.cut, 2500 * ms);
+    EXPECT_EQ(rig.source->TakeLog(), "RequestSeek(2000) DoSeek RequestSeek(10000) DoSeek RequestSeek(10500) DoSeek");
+    EXPECT_EQ(ReadAll(rig.cut), "2000K 3000 4000K 5000 E");
+    EXPECT_EQ(ReadAll(rig.cut), "E") << "the end stays the end";
+    Seek(rig.cut, 0);
+    EXPECT_EQ(ReadAll(rig.cut), "0K 1000 2000K 3000 4000K 5000 E") << "the limit of the jump is lifted";
+}
+
+TEST(RawCutStream, DeliversFinishedPacketsAfterASeek)
+{
+    Rig rig({{0, 4000}, {8000, 10000}}, seconds);
+    EXPECT_EQ(ReadSome(rig.cut, 1), "0K:1000");
+    Seek(rig.cut, 0);
+    EXPECT_EQ(ReadAll(rig.cut), "1000 0K 1000 2000K 3000 4000K 5000 E");
+}
+
+TEST(RawCutStream, DrainsWhenTheCutsVanish)
+{
+    Rig rig({{0, 2000}}, seconds);
+    EXPECT_EQ(ReadSome(rig.cut, 1), "0K:1000");
+    rig.controller->Initialize(Keep({{0, 2592000000}}));
+    EXPECT_EQ(ReadSome(rig.cut, 4), "1000 2000K 3000 4000K");
+}
+
+TEST(RawCutStream, GoesOnBehindAFailure)
+{
+    Rig rig({{0, 120}, {240, 1000}}, "0K 40 ! 80 120K 160 200 240K 280 320 360K");
+    EXPECT_EQ(ReadAll(rig.cut), "! 0K 40 80 120K 160 200 E");
+}
+
+TEST(RawCutStream, ReportsItself)
+{
+    Rig rig({{0, 120}}, gops);
+    ReadAll(rig.cut);
+    const Core::Property statistic = rig.cut->GetStatistic();
+    const Core::Property record = *(statistic.end() - 1);
+    EXPECT_EQ(record.GetName(), Core::StatisticsTag("FilterCutControllerStreamRawImpl"));
+    EXPECT_EQ(record["count"].GetInt64(), 3);
+    EXPECT_EQ(record["time"].GetInt64(), 0);
+    EXPECT_EQ(record["Recode time"].GetDouble(), 0);
+    EXPECT_EQ(record["Recoded pakets"].GetInt64(), 0);
+    Visitors::InfoCollector names;
+    rig.cut->Accept(names);
+    EXPECT_EQ(names.GetElements(), (std::vector<std::string>{"FilterCutControllerStreamRawImpl", "Scripted"}));
+}
+
+/// Two streams of one file, each read by a thread of its own over several jumps.
+TEST(RawCutStream, StreamsJumpTogether)
+{
+    const Ranges kept = {{0, 2000}, {12000, 16000}, {25000, 27000}, {36000, 40000}};
+    const auto video = ScriptedRaw::Create(Regular(40, 1000, 2), MediaType::Video, "h265");
+    const auto audio = ScriptedRaw::Create(Regular(160, 250), MediaType::Audio, "aac");
+    const auto controller = Cutter(kept, FakeCodecs::Create());
+    // the scripted source has no lock of its own
+    class Locked final : public PassThrough<IStreamRaw>
+    {
+    public:
+        explicit Locked(const SP<IStreamRaw>& parent) : PassThrough(parent) {}
+
+    private:
+        void DoSeekInternal() override
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            PassThrough::DoSeekInternal();
+        }
+        void RequestSeekInternal(avTime target, SP<IStream> partner) override
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            PassThrough::RequestSeekInternal(target, partner);
+        }
+        SP<IDataPacket> ReadInternal() override
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            return PassThrough::ReadInternal();
+        }
+        std::mutex mutex;
+    };
+    const SP<IStreamRaw> cutVideo = controller->AddStream(SP<IStreamRaw>(new Locked(video)));
+    const SP<IStreamRaw> cutAudio = controller->AddStream(SP<IStreamRaw>(new Locked(audio)));
+
+    std::string readVideo;
+    std::string readAudio;
+    std::thread videoThread([&] { readVideo = ReadAll(cutVideo); });
+    std::thread audioThread([&] { readAudio = ReadAll(cutAudio); });
+    videoThread.join();
+    audioThread.join();
+    // 25 s and 27 s lie inside of groups, which are kept whole
+    EXPECT_EQ(readVideo, "0K 1000 2000K 3000 4000K 5000 6000K 7000 8000K 9000 10000K 11000 12000K 13000 E");
+    EXPECT_EQ(readAudio.substr(0, 3), "0K ");
+    EXPECT_EQ(readAudio.back(), 'E');
+}
+
+} // namespace
+
+} // namespace Tessor::Proc
