@@ -21,7 +21,8 @@ namespace Tessor::Host
 /// of what has been delivered (the running maximum of PTS plus duration). The last packet of a track never carries
 /// the key flag, so that the last group ends at its end.
 ///
-/// A seek lands on the last key frame at or before the target, exactly. Leading pictures of a group that is entered by
+/// A seek lands on the last key frame at or before the target, exactly; one to 0 or before gives the file from its
+/// first packet on, priming and all. Leading pictures of a group that is entered by
 /// a seek or a jump are left out: they need what came before. A key packet of an open group in sequence carries the
 /// group before it as its lead-in (DataPacketFF).
 ///

@@ -17,17 +17,23 @@ namespace
 
 constexpr avTime FIRST_TAIL = 5000000;
 
+bool IsDense(const TrackInfo& track)
+{
+    return (track.type == MediaType::Video || track.type == MediaType::Audio) && !track.attachedPicture;
+}
+
 class TailReader
 {
 public:
     TailReader(const std::string& path, const MediaInfo& info) : file(path), info(info)
     {
         ClockJumps* const clock = file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
+        const bool onlySparse = std::none_of(info.tracks.begin(), info.tracks.end(), IsDense);
         for (const TrackInfo& track : info.tracks)
         {
-            const bool dense = track.type == MediaType::Video || track.type == MediaType::Audio;
-            times.push_back(dense ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
-            if (!dense || track.attachedPicture)
+            const bool measured = IsDense(track) || (onlySparse && track.type == MediaType::Subtitle);
+            times.push_back(measured ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
+            if (!measured)
                 continue;
             file.Select(track.index);
             anchor = anchor < 0 || (track.type == MediaType::Video && !anchorIsVideo) ? track.index : anchor;
@@ -50,7 +56,7 @@ public:
     }
 
 private:
-    // True when every kind of track was met.
+    // True when the track that was sought by was met.
     bool ReadToEnd(std::vector<avTime>& ends, bool fromStart)
     {
         for (auto& track : times)

@@ -158,7 +158,7 @@ void PacketPump::MoveTo(avTime target)
     file.Rewind();
     ResetTimes(true);
     for (auto& [index, track] : dense)
-        track.staging.Restart(target, true);
+        track.staging.Restart(target > 0 ? target : NoTime, true);
 }
 
 // False when only the beginning of the file is far enough back.
@@ -249,27 +249,24 @@ std::optional<avTime> PacketPump::FindJumpTarget() const
     return target;
 }
 
+int PacketPump::CountPrimary(GroupStaging::Landing landing) const
+{
+    return static_cast<int>(
+        std::count_if(dense.begin(), dense.end(), [&](const auto& entry)
+                      { return IsPrimary(entry.second) && entry.second.staging.GetLanding() == landing; }));
+}
+
 // The tracks that decide land at the target; the others follow where these have landed, since the cut may be widened
 // to there.
 bool PacketPump::LandJump(avTime target, bool lastTry)
 {
     for (auto& [index, track] : dense)
         track.staging.Jump(IsPrimary(track) ? std::optional(target) : std::nullopt);
-    for (bool landed = false; !landed;)
-    {
-        landed = true;
-        for (auto& [index, track] : dense)
-        {
-            const GroupStaging::Landing landing = track.staging.GetLanding();
-            if (IsPrimary(track) && landing == GroupStaging::Landing::Missed && !lastTry)
-                return false;
-            landed = landed && (!IsPrimary(track) || landing == GroupStaging::Landing::Done ||
-                                landing == GroupStaging::Landing::Missed);
-        }
-        if (!landed && !ReadPacket())
+    while (CountPrimary(GroupStaging::Landing::Searching) + CountPrimary(GroupStaging::Landing::Found) > 0)
+        if (!ReadPacket())
             FinishAll();
-        landed = landed || ended;
-    }
+    if (CountPrimary(GroupStaging::Landing::Missed) > 0 && !lastTry)
+        return false;
     return LandOthers(lastTry);
 }
 

@@ -56,6 +56,7 @@ private:
     bool Settle(avTime target, avTime lead);
     void TryJump();
     std::optional<avTime> FindJumpTarget() const;
+    int CountPrimary(GroupStaging::Landing landing) const;
     bool LandJump(avTime target, bool lastTry);
     bool LandOthers(bool lastTry);
     bool IsPrimary(const DenseTrack& track) const { return !hasVideo || track.type == MediaType::Video; }

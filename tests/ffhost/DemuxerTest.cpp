@@ -192,6 +192,8 @@ namespace
 size_t LandingOf(const Packets& linear, avTime target)
 {
     size_t landing = 0;
+    if (target <= 0)
+        return landing; // the file as it is
     for (size_t i = 0; i < linear.size(); ++i)
         if (linear[i]->IsKeyFrame() && linear[i]->GetPTS() <= target)
             landing = i;
@@ -237,6 +239,8 @@ bool HasFixedPackets(const TrackInfo& track)
 TEST_P(Clip, SeeksLandExactly)
 {
     Opened clip(GetParam());
+    if (clip.streams.empty())
+        GTEST_SKIP() << "neither audio nor video";
     const auto linear = clip.ReadAll();
     const MediaInfo& info = clip.demuxer->GetInfo();
     std::mt19937 random(7);
@@ -277,6 +281,7 @@ TEST_P(Clip, CutReadsWhatIsKept)
     for (const auto& [from, to] : {std::pair{0.1, 0.9}, {0.0, 0.8}, {0.3, 1.0}, {0.4, 0.45}})
     {
         const avTime start = static_cast<avTime>(from * static_cast<double>(duration));
+        const avTime deleted = start == 0 ? NoTime : start; // what lies before 0 counts to the first interval
         const avTime end = to == 1.0 ? MAX_DURATION : static_cast<avTime>(to * static_cast<double>(duration));
         Proc::SettingsFilterCutController cut;
         cut.AddInterval(0, MAX_DURATION, NoTime, false);
@@ -295,12 +300,12 @@ TEST_P(Clip, CutReadsWhatIsKept)
                 continue;
             size_t lost = 0;
             for (const auto& packet : linear[t])
-                if (packet->GetPTS() < start || packet->GetPTS() >= end)
+                if (packet->GetPTS() < deleted || packet->GetPTS() >= end)
                     lost += !byTime.count(packet->GetPTS()) || !SameBytes(*byTime[packet->GetPTS()], *packet);
             EXPECT_EQ(lost, 0u);
             // The group before the stretch must end at the key packet behind its start.
             for (const auto& packet : linear[t])
-                if (packet->IsKeyFrame() && packet->GetPosition() >= start)
+                if (packet->IsKeyFrame() && packet->GetPosition() >= deleted)
                 {
                     EXPECT_TRUE(byTime.count(packet->GetPTS())) << T2S(packet->GetPTS());
                     break;
