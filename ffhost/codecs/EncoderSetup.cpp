@@ -221,13 +221,14 @@ void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
     case AV_CODEC_ID_VP9:
         return SetupVPx(context);
     case AV_CODEC_ID_THEORA:
-        return SetConstantQuantiser(context, 10);
+        return SetConstantQuantiser(context, 8);
     case AV_CODEC_ID_MPEG1VIDEO:
         SetOption(context, "sc_threshold", "1000000000");
         return SetConstantQuantiser(context, 2);
     default:
-        // H.263 and WMV2 know no B pictures.
+        // H.263 and WMV2 know no B pictures, so that every group is closed; asking for it is a fault there.
         context.max_b_frames = 0;
+        context.flags &= ~AV_CODEC_FLAG_CLOSED_GOP;
         return SetConstantQuantiser(context, 2);
     }
 }
@@ -296,7 +297,7 @@ void EncoderSetup::SetupVPx(AVCodecContext& context) const
     // VP9 takes 0 as constant quality; VP8 needs room for it.
     const AVRational rate = context.framerate;
     context.bit_rate = vp9 ? 0 : av_rescale(static_cast<int64_t>(context.width) * context.height, rate.num, rate.den);
-    SetOption(context, "crf", vp9 ? "16" : "4");
+    SetOption(context, "crf", vp9 ? "20" : "10");
     SetOption(context, "lag-in-frames", "0");
     SetOption(context, "auto-alt-ref", "0");
     SetOption(context, "deadline", "good");
