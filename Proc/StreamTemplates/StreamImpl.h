@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <boost/exception_ptr.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <condition_variable>

@@ -1,12 +1,24 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 
+#include "Proc/Filters/Filters/FilterCutController.h"
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
 #include "host/ImplNames.h"
 
+using namespace Tessor;
 using namespace Tessor::Proc;
 
 namespace
 {
+
+SP<IStreamController> CreateCutController(const Settings& settings, SP<ICodecFactory> codecFactory)
+{
+    return FilterCutController::Create(settings, codecFactory);
+}
+
+void RegisterTyped(IFilterFactoryRegistrator& registrator)
+{
+    registrator.RegisterCutController(ImplNames::TESSOR, CreateCutController);
+}
 
 void RegisterAudioFilters(IFilterFactoryRegistrator& registrator)
 {
@@ -24,6 +36,7 @@ void RegisterVideoFilters(IFilterFactoryRegistrator& registrator)
 
 void FilterRegistrator(IFilterFactoryRegistrator* registrator)
 {
+    RegisterTyped(*registrator);
     RegisterAudioFilters(*registrator);
     RegisterVideoFilters(*registrator);
 }
