@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
 #include <random>
 
 namespace Tessor::Proc

@@ -3,7 +3,7 @@
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "tests/support/Script.h"
 
-#include <initializer_list>
+#include <cstdint>
 #include <utility>
 #include <vector>
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <glog/logging.h>
 #include <set>
+#include <stdexcept>
 
 namespace Tessor::Proc
 {

@@ -4,6 +4,7 @@
 #include "Proc/Filters/Filters/SaveThread.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
 
+#include <atomic>
 #include <deque>
 
 namespace Tessor::Proc
