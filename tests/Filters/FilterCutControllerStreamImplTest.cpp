@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
         StreamRow{"items that can't be trimmed",
                   {{0, 1500}, {8500, 10000}},
                   "0=0 1000=1x 2000=2 8000=8x 9000=9",
-                  "0:1000=0 2000=9 E",
+                  "0:1000=0 2000:1000=9 E",
                   "RequestSeek(8500) DoSeek"},
         StreamRow{"items of no duration, of no time",
                   {{0, 9000}},

@@ -3,6 +3,7 @@
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "media/DataAudioFF.h"
 #include "tests/Filters/CutTestTools.h"
+#include "tests/Filters/FakeCodecs.h"
 #include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
@@ -212,6 +213,85 @@ TEST(FilterCutController, JumpsOverLongDeletedStretchesOnly)
         controller->SeekToNextPosition(row.position);
         EXPECT_EQ(log->Take(), "") << row.what;
     }
+}
+
+// ---- with a compressed stream that starts on key frames only
+
+struct KeyFrameRig
+{
+    KeyFrameRig(const Ranges& kept, const std::string& script)
+        : source(ScriptedRaw::Create(script, MediaType::Video, "h265")), controller(Cutter(kept, FakeCodecs::Create())),
+          cut(controller->AddStream(SP<IStreamRaw>(source)))
+    {
+        source->SetLog(log, "r");
+    }
+
+    const std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
+    const SP<ScriptedRaw> source;
+    const SP<FilterCutController> controller;
+    const SP<IStreamRaw> cut;
+};
+
+TEST(FilterCutController, MovesStartsToKeyFramesOnce)
+{
+    const struct
+    {
+        const char* what;
+        Ranges kept;
+        Ranges widened;
+        const char* log;
+    } rows[] = {
+        {"a start at 0 and one at a key frame", {{0, 10}, {80, 90}}, {{0, 10}, {80, 90}}, "r.RequestSeek(80) r.DoSeek"},
+        {"inside of a group", {{100, 130}}, {{80, 130}}, "r.RequestSeek(100) r.DoSeek"},
+        {"into the interval before",
+         {{60, 90}, {100, 130}},
+         {{0, 130}},
+         "r.RequestSeek(60) r.DoSeek r.RequestSeek(100) r.DoSeek"},
+        {"behind the end", {{0, 10}, {200, 300}}, {{0, 10}, {200, 300}}, ""},
+    };
+    for (const auto& row : rows)
+    {
+        const KeyFrameRig rig(row.kept, "0K 20 40 60 80K 100 120 140");
+        rig.controller->DetectNewGOPS();
+        EXPECT_EQ(rig.controller->GetCut(), Keep(row.widened)) << row.what;
+        EXPECT_EQ(rig.log->Take(), row.log) << row.what;
+        rig.controller->DetectNewGOPS();
+        EXPECT_EQ(rig.log->Take(), "") << row.what;
+        // new settings ask again, but for starts of groups that are known
+        rig.controller->Initialize(rig.controller->GetCut());
+        rig.controller->DetectNewGOPS();
+        EXPECT_EQ(rig.log->Take(), "") << row.what;
+    }
+}
+
+TEST(FilterCutController, TriesAStartThatNoSeekReachesOnlyOnce)
+{
+    // the first packet lies behind the start: the seek lands on it every time
+    const KeyFrameRig rig({{50, 60}, {100, 110}}, "80K 100K 120");
+    rig.controller->DetectNewGOPS();
+    EXPECT_EQ(rig.log->Take(), "r.RequestSeek(50) r.DoSeek r.RequestSeek(100) r.DoSeek");
+    EXPECT_EQ(rig.controller->GetCut(), Keep({{50, 60}, {100, 110}}));
+}
+
+TEST(FilterCutController, KnownGroupsNeedNoSeek)
+{
+    for (const int known : {0, 100})
+    {
+        const KeyFrameRig rig({{100, 130}}, "0K 20 40 60 80K 100 120 140");
+        rig.controller->AddGOPPoint(known * ms);
+        rig.controller->DetectNewGOPS();
+        EXPECT_EQ(rig.controller->GetCut(), Keep({{known == 0 ? 80 : 100, 130}})) << known;
+    }
+}
+
+TEST(FilterCutController, ACompressedStreamAlwaysVotesForTheJump)
+{
+    const KeyFrameRig rig({{0, 1000}, {7500, 9000}}, Regular(10, 1000, 3));
+    Seek(rig.source, 8000 * ms);
+    rig.log->Take();
+    rig.controller->SeekToNextPosition(2000 * ms);
+    EXPECT_EQ(rig.log->Take(), "r.RequestSeek(7500) r.DoSeek r.RequestSeek(6000) r.DoSeek");
+    EXPECT_EQ(rig.controller->GetCut(), Keep({{0, 1000}, {6000, 9000}}));
 }
 
 } // namespace

@@ -102,14 +102,9 @@ SP<Stream> FilterCutController::Add(const SP<Stream>& stream, const More&... mor
     const Lock seekLock(seekMutex);
     const Lock lock(settingsMutex);
     CheckNewStream(stream.get());
-    if constexpr (std::is_abstract_v<Cut>) // INTERIM
-        Throw<FilterException>(TESSOR_HERE, "Raw streams are not built yet");
-    else
-    {
-        const SP<Cut> cut(new Cut(stream, SP<FilterCutController>(this), more...));
-        streams.push_back({stream, cut.get()});
-        return cut;
-    }
+    const SP<Cut> cut(new Cut(stream, SP<FilterCutController>(this), more...));
+    streams.push_back({stream, cut.get()});
+    return cut;
 }
 
 void FilterCutController::CheckNewStream(const IStream* stream) const

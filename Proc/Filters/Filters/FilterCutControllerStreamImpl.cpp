@@ -57,8 +57,11 @@ Core::Property FilterCutControllerStreamImpl<IStreamThis>::GetStatistic() const
 template <class IStreamThis>
 void FilterCutControllerStreamImpl<IStreamThis>::ReleaseInternalData()
 {
-    const Lock lock(mutex);
-    std::deque<SP<Item>>().swap(savedData);
+    {
+        const Lock lock(mutex);
+        std::deque<SP<Item>>().swap(savedData);
+    }
+    // Outside of the lock, for the base takes readMutex, under which a read takes the lock.
     StreamImpl<IStreamThis, IStreamThis>::ReleaseInternalData();
 }
 
