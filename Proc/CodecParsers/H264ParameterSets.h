@@ -25,6 +25,8 @@ struct HRD_parameters_decoded
     uint8_t cpb_removal_delay_length_minus1 = 0;
     uint8_t dpb_output_delay_length_minus1 = 0;
     uint8_t time_offset_length = 0;
+
+    bool operator==(const HRD_parameters_decoded&) const = default;
 };
 
 /// vui_parameters(), E.1.1.
@@ -64,6 +66,8 @@ struct VUI_decoded
     uint32_t log2_max_mv_length_vertical = 0;
     uint32_t max_num_reorder_frames = 0;
     uint32_t max_dec_frame_buffering = 0;
+
+    bool operator==(const VUI_decoded&) const = default;
 };
 
 /// seq_parameter_set_data(), 7.3.2.1.1, with its VUI.
@@ -107,6 +111,8 @@ struct TESSOR_API SPS_decoded
     uint8_t vui_parameters_present_flag = 0;
     VUI_decoded vui_parameters;
 
+    /// Every field.
+    bool operator==(const SPS_decoded&) const = default;
     /// True when slices of one stream can be decoded by the other's set: profile, identifier, size, field coding,
     /// direct inference and cropping agree.
     bool EqualTo(const SPS_decoded& other) const;
@@ -151,6 +157,8 @@ struct TESSOR_API PPS_decoded
     uint8_t constrained_intra_pred_flag = 0;
     uint8_t redundant_pic_cnt_present_flag = 0;
 
+    /// Every field.
+    bool operator==(const PPS_decoded&) const = default;
     /// True when both identifiers and the entropy coding agree.
     bool EqualTo(const PPS_decoded& other) const;
 };

@@ -11,7 +11,7 @@ extern "C"
 #include <libavcodec/packet.h>
 }
 
-#include <cstring>
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
@@ -22,6 +22,19 @@ namespace Tessor::Test
 {
 
 using Bytes = std::vector<uint8_t>;
+
+/// Visits fields, each followed by its bits.
+template <class F>
+void Fields(F&)
+{
+}
+
+template <class F, class T, class... Rest>
+void Fields(F& f, T& field, unsigned bits, Rest&&... rest)
+{
+    f(field, bits);
+    Fields(f, rest...);
+}
 
 /// A header as its syntax: `visit(fields, f)` calls f(field, bits) for every bit of it in order.
 ///
@@ -89,7 +102,7 @@ inline SP<Proc::DataPacketFF> MakePacket(const Bytes& payload, avTime pts = NoTi
                                          avTime duration = 0)
 {
     AVPacket* record = Proc::CreatePacket(payload.size());
-    std::memcpy(record->data, payload.data(), payload.size());
+    std::copy(payload.begin(), payload.end(), record->data);
     return Proc::DataPacketFF::Create(record, MediaType::Video, pts, dts, duration);
 }
 

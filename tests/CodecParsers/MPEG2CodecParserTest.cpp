@@ -12,16 +12,10 @@ namespace
 // ISO/IEC 13818-2, 6.2.2.1
 const auto sequenceHeader = [](MPEG2_Config& c, auto f)
 {
-    f(c.horizontal_size_value, 12);
-    f(c.vertical_size_value, 12);
-    f(c.aspect_ratio_information, 4);
-    f(c.frame_rate_code, 4);
-    f(c.bit_rate_value, 18);
     uint8_t marker = 1;
-    f(marker, 1);
-    f(c.vbv_buffer_size_value, 10);
-    f(c.constrained_parameters_flag, 1);
-    f(c.load_intra_quantiser_matrix, 1);
+    Fields(f, c.horizontal_size_value, 12, c.vertical_size_value, 12, c.aspect_ratio_information, 4);
+    Fields(f, c.frame_rate_code, 4, c.bit_rate_value, 18, marker, 1, c.vbv_buffer_size_value, 10);
+    Fields(f, c.constrained_parameters_flag, 1, c.load_intra_quantiser_matrix, 1);
     if (c.load_intra_quantiser_matrix)
         for (uint8_t& value : c.intra_quantiser_matrix)
             f(value, 8);
@@ -34,22 +28,11 @@ const auto sequenceHeader = [](MPEG2_Config& c, auto f)
 // 6.2.2.3
 const auto sequenceExtension = [](MPEG2_Config& c, auto f)
 {
-    uint8_t id = 1;
-    f(id, 4);
-    f(c.profile_and_level_escape, 1);
-    f(c.profile, 3);
-    f(c.level, 4);
-    f(c.progressive_sequence, 1);
-    f(c.chroma_format, 2);
-    f(c.horizontal_size_extension, 2);
-    f(c.vertical_size_extension, 2);
-    f(c.bit_rate_extension, 12);
-    uint8_t marker = 1;
-    f(marker, 1);
-    f(c.vbv_buffer_size_extension, 8);
-    f(c.low_delay, 1);
-    f(c.frame_rate_extension_n, 2);
-    f(c.frame_rate_extension_d, 5);
+    uint8_t id = 1, marker = 1;
+    Fields(f, id, 4, c.profile_and_level_escape, 1, c.profile, 3, c.level, 4, c.progressive_sequence, 1);
+    Fields(f, c.chroma_format, 2, c.horizontal_size_extension, 2, c.vertical_size_extension, 2);
+    Fields(f, c.bit_rate_extension, 12, marker, 1, c.vbv_buffer_size_extension, 8, c.low_delay, 1);
+    Fields(f, c.frame_rate_extension_n, 2, c.frame_rate_extension_d, 5);
 };
 
 const Bytes headerCode{0, 0, 1, 0xB3};

@@ -10,31 +10,20 @@ namespace
 {
 
 // ISO/IEC 14496-2, 6.2.2
-const auto sequence = [](MPEG4_Config& c, auto f)
-{
-    f(c.profile, 4);
-    f(c.level, 4);
-};
+const auto sequence = [](MPEG4_Config& c, auto f) { Fields(f, c.profile, 4, c.level, 4); };
 
 const auto visualObject = [](MPEG4_Config& c, auto f)
 {
     uint8_t identifier = 1, zero = 0;
-    f(identifier, 1);
-    f(c.visual_object_verid, 4);
-    f(c.visual_object_priority, 3);
-    f(c.visual_object_type, 4);
-    if (c.visual_object_type == 1 || c.visual_object_type == 2)
-    {
+    Fields(f, identifier, 1, c.visual_object_verid, 4, c.visual_object_priority, 3, c.visual_object_type, 4);
+    const bool hasSignal = c.visual_object_type == 1 || c.visual_object_type == 2;
+    if (hasSignal)
         f(c.video_signal_type, 1);
-        if (c.video_signal_type)
-        {
-            f(c.video_format, 3);
-            f(c.video_range, 1);
-            f(c.colour_description, 1);
-            if (c.colour_description)
-                for (uint8_t* field : {&c.colour_primaries, &c.transfer_characteristics, &c.matrix_coefficients})
-                    f(*field, 8);
-        }
+    if (hasSignal && c.video_signal_type)
+    {
+        Fields(f, c.video_format, 3, c.video_range, 1, c.colour_description, 1);
+        if (c.colour_description)
+            Fields(f, c.colour_primaries, 8, c.transfer_characteristics, 8, c.matrix_coefficients, 8);
     }
     f(zero, 1); // next_start_code() begins so
 };
@@ -47,78 +36,64 @@ unsigned TimeIncrementBits(unsigned resolution)
     return bits;
 }
 
-// 6.2.3
+// 6.2.3, to the clock
+const auto layerHead = [](MPEG4_Config& c, auto f)
+{
+    uint8_t marker = 1;
+    Fields(f, c.random_accessible_vol, 1, c.video_object_type_indication, 8, c.is_object_layer_identifier, 1);
+    if (c.is_object_layer_identifier)
+        Fields(f, c.video_object_layer_verid, 4, c.video_object_layer_priority, 3);
+    f(c.aspect_ratio_info, 4);
+    if (c.aspect_ratio_info == 15)
+        Fields(f, c.par_width, 8, c.par_height, 8);
+    f(c.vol_control_parameters, 1);
+    if (c.vol_control_parameters)
+        Fields(f, c.chroma_format, 2, c.low_delay, 1, c.vbv_parameters, 1);
+    if (c.vol_control_parameters && c.vbv_parameters)
+    {
+        Fields(f, c.first_half_bit_rate, 15, marker, 1, c.latter_half_bit_rate, 15, marker, 1);
+        Fields(f, c.first_half_vbv_buffer_size, 15, marker, 1, c.latter_half_vbv_buffer_size, 3);
+        Fields(f, c.first_half_vbv_occupancy, 11, marker, 1, c.latter_half_vbv_occupancy, 15, marker, 1);
+    }
+};
+
+bool IsVersion1(const MPEG4_Config& c)
+{
+    return (c.is_object_layer_identifier ? c.video_object_layer_verid : c.visual_object_verid) == 1;
+}
+
 const auto layer = [](MPEG4_Config& c, auto f)
 {
     uint8_t marker = 1, none = 0;
-    f(c.random_accessible_vol, 1);
-    f(c.video_object_type_indication, 8);
-    f(c.is_object_layer_identifier, 1);
-    if (c.is_object_layer_identifier)
-    {
-        f(c.video_object_layer_verid, 4);
-        f(c.video_object_layer_priority, 3);
-    }
-    const bool version1 = (c.is_object_layer_identifier ? c.video_object_layer_verid : c.visual_object_verid) == 1;
-    f(c.aspect_ratio_info, 4);
-    if (c.aspect_ratio_info == 15)
-    {
-        f(c.par_width, 8);
-        f(c.par_height, 8);
-    }
-    f(c.vol_control_parameters, 1);
-    if (c.vol_control_parameters)
-    {
-        f(c.chroma_format, 2);
-        f(c.low_delay, 1);
-        f(c.vbv_parameters, 1);
-        if (c.vbv_parameters)
-        {
-            f(c.first_half_bit_rate, 15), f(marker = 1, 1);
-            f(c.latter_half_bit_rate, 15), f(marker = 1, 1);
-            f(c.first_half_vbv_buffer_size, 15), f(marker = 1, 1);
-            f(c.latter_half_vbv_buffer_size, 3);
-            f(c.first_half_vbv_occupancy, 11), f(marker = 1, 1);
-            f(c.latter_half_vbv_occupancy, 15), f(marker = 1, 1);
-        }
-    }
+    layerHead(c, f);
+    const bool version1 = IsVersion1(c);
     f(c.video_object_layer_shape, 2);
-    if (c.video_object_layer_shape == 3 && !version1)
+    const int shape = c.video_object_layer_shape;
+    if (shape == 3 && !version1)
         f(c.video_object_layer_shape_extension, 4);
-    f(marker = 1, 1), f(c.vop_time_increment_resolution, 16), f(marker = 1, 1);
-    f(c.fixed_vop_rate, 1);
+    Fields(f, marker, 1, c.vop_time_increment_resolution, 16, marker, 1, c.fixed_vop_rate, 1);
     if (c.fixed_vop_rate)
         f(c.fixed_vop_time_increment, TimeIncrementBits(c.vop_time_increment_resolution));
-    if (c.video_object_layer_shape == 2)
+    if (shape == 2)
         return;
-    if (c.video_object_layer_shape == 0)
-    {
-        f(marker = 1, 1), f(c.video_object_layer_width, 13), f(marker = 1, 1);
-        f(c.video_object_layer_height, 13), f(marker = 1, 1);
-    }
-    f(c.interlaced, 1);
-    f(c.obmc_disable, 1);
-    f(c.sprite_enable, version1 ? 1 : 2);
-    if (!version1 && c.video_object_layer_shape != 0)
+    if (shape == 0)
+        Fields(f, marker, 1, c.video_object_layer_width, 13, marker, 1, c.video_object_layer_height, 13, marker, 1);
+    Fields(f, c.interlaced, 1, c.obmc_disable, 1, c.sprite_enable, version1 ? 1 : 2);
+    if (!version1 && shape != 0)
         f(c.sadct_disable, 1);
     f(c.not_8_bit, 1);
     if (c.not_8_bit)
-    {
-        f(c.quant_precision, 4);
-        f(c.bits_per_pixel, 4);
-    }
-    if (c.video_object_layer_shape == 3)
-        f(none = 0, 3);
+        Fields(f, c.quant_precision, 4, c.bits_per_pixel, 4);
+    if (shape == 3)
+        f(none, 3);
     f(c.quant_type, 1);
     if (!version1)
         f(c.quarter_sample, 1);
-    f(c.complexity_estimation_disable, 1);
-    f(c.resync_marker_disable, 1);
-    f(c.data_partitioned, 1);
+    Fields(f, c.complexity_estimation_disable, 1, c.resync_marker_disable, 1, c.data_partitioned, 1);
     if (c.data_partitioned)
         f(c.reversible_vlc, 1);
     if (!version1)
-        f(none = 0, 2); // newpred_enable, reduced_resolution_vop_enable
+        f(none, 2); // newpred_enable, reduced_resolution_vop_enable
     f(c.scalability, 1);
 };
 

@@ -7,7 +7,6 @@
 
 extern "C"
 {
-#include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 }
 
@@ -78,33 +77,6 @@ Config Decode(void (*decode)(const uint8_t*, size_t, Config&), const AVCodecPara
     return config;
 }
 
-// The type of a picture as libavcodec's parser has it.
-class PictureTypes
-{
-public:
-    PictureTypes() : parser(av_parser_init(AV_CODEC_ID_MPEG2VIDEO)), context(avcodec_alloc_context3(nullptr))
-    {
-        parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-    }
-    ~PictureTypes()
-    {
-        av_parser_close(parser);
-        avcodec_free_context(&context);
-    }
-
-    int operator()(const IDataPacket& packet)
-    {
-        uint8_t* out = nullptr;
-        int size = 0;
-        av_parser_parse2(parser, context, &out, &size, packet.GetData(), packet.GetSize(), 0, 0, 0);
-        return parser->pict_type;
-    }
-
-private:
-    AVCodecParserContext* parser;
-    AVCodecContext* context;
-};
-
 class RealMpeg2 : public testing::TestWithParam<const char*>
 {
 };
@@ -126,17 +98,6 @@ TEST_P(RealMpeg2, Header)
     EXPECT_EQ(config.level, clip.GetParameters().level);
     EXPECT_EQ(config.chroma_format, 1); // 4:2:0
     EXPECT_NEAR(config.frameRate, av_q2d(clip.GetStream().r_frame_rate) + 1, 0.001);
-}
-
-TEST_P(RealMpeg2, PictureTypes)
-{
-    SKIP_WITHOUT(ClipPath(GetParam()));
-    Clip clip(ClipPath(GetParam()));
-    PictureTypes types;
-    int count = 0;
-    for (SP<DataPacketFF> packet = clip.Read(); packet; packet = clip.Read(), ++count)
-        EXPECT_EQ(GetMPEG1_2FrameType(packet), types(*packet)) << count;
-    EXPECT_GE(count, 30);
 }
 
 // Times of references that were taken away come back as they were.

@@ -21,25 +21,13 @@ const auto identification = [](Theora_Config& c, auto f)
     c.frameWidth = macroblocksX * 16;
     c.frameHeight = macroblocksY * 16;
     if (!old)
-    {
-        f(c.pictureWidth, 24);
-        f(c.pictureHeight, 24);
-        f(c.offsetX, 8);
-        f(c.offsetY, 8);
-    }
-    f(c.frameRateNum, 32);
-    f(c.frameRateDen, 32);
-    f(c.pixelAspectNum, 24);
-    f(c.pixelAspectDen, 24);
+        Fields(f, c.pictureWidth, 24, c.pictureHeight, 24, c.offsetX, 8, c.offsetY, 8);
+    Fields(f, c.frameRateNum, 32, c.frameRateDen, 32, c.pixelAspectNum, 24, c.pixelAspectDen, 24);
     if (old)
         f(c.keyframeGranuleShift, 5);
-    f(c.colourSpace, 8);
-    f(c.nominalBitrate, 24);
-    f(c.quality, 6);
-    if (old)
-        return;
-    f(c.keyframeGranuleShift, 5);
-    f(c.pixelFormat, 2);
+    Fields(f, c.colourSpace, 8, c.nominalBitrate, 24, c.quality, 6);
+    if (!old)
+        Fields(f, c.keyframeGranuleShift, 5, c.pixelFormat, 2);
 };
 
 Bytes Packet(uint8_t type, const Bytes& body)
@@ -56,12 +44,8 @@ std::string TheoraFault(const Bytes& data)
 
 const auto wmv2 = [](WMV2_Config& c, auto f)
 {
-    f(c.frameRate, 5);
-    f(c.bitRate, 11);
-    for (uint8_t* flag :
-         {&c.mspel_bit, &c.loop_filter, &c.abt_flag, &c.j_type_bit, &c.top_left_mv_flag, &c.per_mb_rl_bit})
-        f(*flag, 1);
-    f(c.code, 3);
+    Fields(f, c.frameRate, 5, c.bitRate, 11, c.mspel_bit, 1, c.loop_filter, 1, c.abt_flag, 1, c.j_type_bit, 1);
+    Fields(f, c.top_left_mv_flag, 1, c.per_mb_rl_bit, 1, c.code, 3);
 };
 
 } // namespace

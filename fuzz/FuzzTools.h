@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Fnd/Exception.h"
+#include "media/BlobFF.h"
+#include "media/DataPacketFF.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+/// What the fuzz targets share.
+namespace Tessor::Fuzz
+{
+
+/// A broken promise ends the run.
+inline void Require(bool promise)
+{
+    if (!promise)
+        std::abort();
+}
+
+/// Makes a call that may refuse its input: only with the exceptions that parsers may throw.
+template <class Call>
+bool Accepts(Call&& call)
+{
+    try
+    {
+        call();
+        return true;
+    }
+    catch (const Exception&)
+    {
+        return false;
+    }
+    catch (const std::logic_error&)
+    {
+        return false;
+    }
+}
+
+inline SP<Proc::IBlob> Blob(const uint8_t* data, size_t size)
+{
+    return Proc::BlobFF::Create(data, size);
+}
+
+inline SP<Proc::IDataPacket> Packet(const uint8_t* data, size_t size, bool key)
+{
+    AVPacket* record = Proc::CreatePacket(size);
+    Require(record);
+    std::copy_n(data, size, record->data);
+    record->flags = key ? AV_PKT_FLAG_KEY : 0;
+    return Proc::DataPacketFF::Create(record, MediaType::Video, 0, 0, 1);
+}
+
+inline bool SameBytes(const Proc::IDataPacket& a, const Proc::IDataPacket& b)
+{
+    return std::equal(a.GetData(), a.GetData() + a.GetSize(), b.GetData(), b.GetData() + b.GetSize());
+}
+
+} // namespace Tessor::Fuzz
