@@ -5,6 +5,7 @@
 #include "Proc/StreamTemplates/IStreamCutInterval.h"
 #include "host/ICodecFactory.h"
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <vector>
 
