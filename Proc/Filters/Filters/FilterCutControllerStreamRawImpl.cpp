@@ -67,7 +67,10 @@ SP<Conf::IFormatCodec> FilterCutControllerStreamRawImpl::GetFormatCodec() const
 
 void FilterCutControllerStreamRawImpl::UpdateFormatCodec(Conf::IFormatCodec& format) const
 {
-    format.GetProperties().SetChildT(Video::TAG_CUT_ANYWHERE, CanCutAnywhere());
+    // The source's own object is written once: others may be reading it later.
+    const Core::Property& known = std::as_const(format).GetProperties();
+    if (!known.ChildExists(Video::TAG_CUT_ANYWHERE) || known[Video::TAG_CUT_ANYWHERE].GetBool() != CanCutAnywhere())
+        format.GetProperties().SetChildT(Video::TAG_CUT_ANYWHERE, CanCutAnywhere());
     if (ability.joinedHeader)
         format.SetExtradata(ability.joinedHeader);
 }

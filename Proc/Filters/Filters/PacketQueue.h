@@ -4,6 +4,7 @@
 #include "media/IDataPacket.h"
 #include "media/MediaType.h"
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <list>
 

@@ -25,6 +25,7 @@ public:
     /// As in the base; in an empty queue the waiting key frame counts and is moved in.
     virtual avTime Position();
 
+    using PacketQueue::Position;
     using PacketQueue::Reset;
 
     /// Reads up to the next key frame, the end of the source or the bounds of the queue. True when there is a packet.
