@@ -274,7 +274,7 @@ TEST_P(Clip, SeeksLandExactly)
     }
 }
 
-// What lies outside of the deleted stretches is all there, and what is inside of long ones is mostly not read.
+// What lies outside of the deleted stretches is all there, each packet once.
 TEST_P(Clip, CutReadsWhatIsKept)
 {
     const auto linear = Opened(GetParam()).ReadAll();
