@@ -1,6 +1,7 @@
 #include "ffhost/io/CutPlan.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace Tessor::Host
 {

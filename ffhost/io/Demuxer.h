@@ -41,6 +41,7 @@ public:
     /// Selects a sparse track (subtitles), whose packets are met while others are read.
     virtual void SelectSparse(int track) = 0;
     /// The packets of a sparse track met since the last call, each only once however often the file was sought.
+    /// Where no stream was taken there is nobody else to read: it then reads the whole file.
     virtual std::vector<SP<Proc::IDataPacket>> TakeSparse(int track) = 0;
 
     /// Tells what will not be used, so that reading may leave out whole groups inside of a deleted stretch. Cost then

@@ -5,12 +5,8 @@
 #include "ffhost/io/MediaInfoBuilder.h"
 #include "media/BlobFF.h"
 
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-}
-
 #include <algorithm>
+#include <limits>
 
 namespace Tessor::Host
 {
@@ -29,13 +25,21 @@ DemuxerImpl::DemuxerImpl(const std::string& path) : pump(path), info(BuildMediaI
 
 void DemuxerImpl::Measure()
 {
-    const std::vector<avTime> ends = MeasureEnds(info.path, info);
-    const avTime last = ends.empty() ? NoTime : *std::max_element(ends.begin(), ends.end());
+    const std::vector<TrackMeasure> measures = MeasureTracks(info.path, info);
+    avTime last = NoTime;
+    for (const TrackMeasure& measure : measures)
+        last = std::max(last, measure.end);
     info.duration = std::max<avTime>(0, last != NoTime ? last : info.duration);
     for (size_t i = 0; i < info.tracks.size(); ++i)
-        if (info.tracks[i].format)
-            info.tracks[i].format->GetProperties().SetChildT<long long>(Conf::IFormatCodec::TAG_ORIGINAL_DURATION,
-                                                                        ends[i] != NoTime ? ends[i] : info.duration);
+    {
+        const SP<Conf::IFormatCodec>& format = info.tracks[i].format;
+        if (!format)
+            continue;
+        format->GetProperties().SetChildT<long long>(Conf::IFormatCodec::TAG_ORIGINAL_DURATION,
+                                                     measures[i].end != NoTime ? measures[i].end : info.duration);
+        if (!measures[i].adts.empty())
+            format->SetExtradata(Proc::BlobFF::Create(measures[i].adts.data(), measures[i].adts.size()));
+    }
 }
 
 const TrackInfo& DemuxerImpl::FindTrack(int track) const
@@ -72,6 +76,9 @@ void DemuxerImpl::SelectSparse(int track)
 std::vector<SP<Proc::IDataPacket>> DemuxerImpl::TakeSparse(int track)
 {
     const boost::mutex::scoped_lock lock(mutex);
+    while (readers.empty() && pump.ReadMore())
+    {
+    }
     return pump.GetInbox(track).Take();
 }
 

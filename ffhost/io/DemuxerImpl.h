@@ -38,7 +38,6 @@ private:
     };
 
     const TrackInfo& FindTrack(int track) const;
-    Reader& FindReader(int track);
     void Measure();
     void Move();
     bool FillQueue(int track);

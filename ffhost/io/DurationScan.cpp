@@ -16,10 +16,17 @@ namespace
 {
 
 constexpr avTime FIRST_TAIL = 5000000;
+constexpr int ADTS_HEADER_BYTES = 7;
 
 bool IsDense(const TrackInfo& track)
 {
     return (track.type == MediaType::Video || track.type == MediaType::Audio) && !track.attachedPicture;
+}
+
+bool BeginsWithAdts(const TrackInfo& track, const Proc::IDataPacket& packet)
+{
+    return track.parameters->codec_id == AV_CODEC_ID_AAC && track.parameters->extradata_size == 0 &&
+           packet.GetSize() >= ADTS_HEADER_BYTES && packet.GetData()[0] == 0xff && (packet.GetData()[1] & 0xf6) == 0xf0;
 }
 
 class TailReader
@@ -41,9 +48,9 @@ public:
         }
     }
 
-    std::vector<avTime> Measure()
+    std::vector<TrackMeasure> Measure()
     {
-        std::vector<avTime> ends(info.tracks.size(), NoTime);
+        std::vector<TrackMeasure> ends(info.tracks.size());
         if (anchor < 0)
             return ends;
         if (!file.IsElementary() && info.duration != NoTime)
@@ -57,7 +64,7 @@ public:
 
 private:
     // True when the track that was sought by was met.
-    bool ReadToEnd(std::vector<avTime>& ends, bool fromStart)
+    bool ReadToEnd(std::vector<TrackMeasure>& ends, bool fromStart)
     {
         for (auto& track : times)
             if (track)
@@ -75,13 +82,17 @@ private:
             times[i]->Finish();
             Collect(i, ends);
         }
-        return ends[static_cast<size_t>(anchor)] != NoTime;
+        return ends[static_cast<size_t>(anchor)].end != NoTime;
     }
 
-    void Collect(size_t index, std::vector<avTime>& ends)
+    void Collect(size_t index, std::vector<TrackMeasure>& ends)
     {
         while (const SP<Proc::DataPacketFF> packet = times[index]->Pull())
-            ends[index] = std::max(ends[index], AddTime(packet->GetPTS(), packet->GetDuration()));
+        {
+            ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
+            if (ends[index].adts.empty() && BeginsWithAdts(info.tracks[index], *packet))
+                ends[index].adts.assign(packet->GetData(), packet->GetData() + ADTS_HEADER_BYTES);
+        }
     }
 
     SourceFile file;
@@ -94,7 +105,7 @@ private:
 
 } // namespace
 
-std::vector<avTime> MeasureEnds(const std::string& path, const MediaInfo& info)
+std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info)
 {
     return TailReader(path, info).Measure();
 }

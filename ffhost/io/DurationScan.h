@@ -7,9 +7,15 @@
 namespace Tessor::Host
 {
 
-/// The end of every audio and video track (of the subtitles where there is neither), counted from the origin, measured from its last packets: only the tail of
-/// the file is read where that can be, all of it where it has no times of its own. NoTime for tracks that have ended
-/// before the tail, and for all others. Reads through a context of its own.
-std::vector<avTime> MeasureEnds(const std::string& path, const MediaInfo& info);
+/// What only the packets of a track tell.
+struct TrackMeasure
+{
+    avTime end = NoTime;       ///< counted from the origin; NoTime for a track that has ended before the tail
+    std::vector<uint8_t> adts; ///< the fixed and variable header of an ADTS frame (ISO/IEC 14496-3), or empty
+};
+
+/// Measures every audio and video track (the subtitles where there is neither) from its last packets: only the tail of
+/// the file is read where that can be, all of it where it has no times of its own. Reads through a context of its own.
+std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info);
 
 } // namespace Tessor::Host

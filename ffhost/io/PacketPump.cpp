@@ -6,6 +6,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <limits>
 
 namespace Tessor::Host
 {
@@ -251,9 +252,9 @@ std::optional<avTime> PacketPump::FindJumpTarget() const
 
 int PacketPump::CountPrimary(GroupStaging::Landing landing) const
 {
-    return static_cast<int>(
-        std::count_if(dense.begin(), dense.end(), [&](const auto& entry)
-                      { return IsPrimary(entry.second) && entry.second.staging.GetLanding() == landing; }));
+    return static_cast<int>(std::count_if(
+        dense.begin(), dense.end(),
+        [&](const auto& entry) { return IsPrimary(entry.second) && entry.second.staging.GetLanding() == landing; }));
 }
 
 // The tracks that decide land at the target; the others follow where these have landed, since the cut may be widened

@@ -6,6 +6,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <limits>
 
 namespace Tessor::Host
 {

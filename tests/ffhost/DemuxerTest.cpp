@@ -5,6 +5,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <set>
+#include <unistd.h>
 
 extern "C"
 {
@@ -272,7 +274,7 @@ TEST_P(Clip, SeeksLandExactly)
     }
 }
 
-// What lies outside of the deleted stretches is all there, and what is inside of long ones is mostly not read.
+// What lies outside of the deleted stretches is all there, each packet once.
 TEST_P(Clip, CutReadsWhatIsKept)
 {
     const auto linear = Opened(GetParam()).ReadAll();
@@ -310,6 +312,59 @@ TEST_P(Clip, CutReadsWhatIsKept)
                     EXPECT_TRUE(byTime.count(packet->GetPTS())) << T2S(packet->GetPTS());
                     break;
                 }
+        }
+    }
+}
+
+// Groups tile: each begins with its first leading picture where the group before came too, and carries that as lead-in.
+TEST(Demuxer, OpenGroups)
+{
+    const char* const names[] = {"h264-opengop-bpyramid-synth.mp4", "mpeg2-576i-ac3-synth.vob",
+                                 "h264-1080i-opengop-avchd-ac3.mts", "hevc-hev1-cra-aac.mp4"};
+    for (const std::string name : names)
+    {
+        SCOPED_TRACE(name);
+        if (!fs::exists(MEDIA / name))
+            GTEST_SKIP() << "no clips";
+        const Packets linear = Opened(name).ReadAll()[0];
+        size_t open = 0, group = 0;
+        for (size_t i = 1; i < linear.size(); ++i)
+        {
+            if (!linear[i]->IsKeyFrame())
+                continue;
+            avTime first = linear[i]->GetPTS();
+            for (size_t j = i + 1; j < linear.size() && !linear[j]->IsKeyFrame(); ++j)
+                first = std::min(first, linear[j]->GetPTS());
+            EXPECT_EQ(linear[i]->GetPosition(), first);
+            const auto& leadIn = static_cast<const Proc::DataPacketFF&>(*linear[i]).GetLeadIn();
+            EXPECT_EQ(leadIn.size(), first < linear[i]->GetPTS() ? i - group : 0);
+            for (const auto& packet : leadIn)
+                EXPECT_TRUE(static_cast<const Proc::DataPacketFF&>(*packet).GetLeadIn().empty());
+            open += !leadIn.empty();
+            group = i;
+        }
+        EXPECT_GT(open, 0u);
+    }
+}
+
+TEST(Demuxer, SparseTracksAreMetOnce)
+{
+    for (const std::string name : {"h264-subs-ass-ac3.mkv", "h264-subs-pgs-ac3.mkv", "srt-styled.srt"})
+    {
+        SCOPED_TRACE(name);
+        if (!fs::exists(MEDIA / name))
+            GTEST_SKIP() << "no clips";
+        Opened clip(name);
+        for (const TrackInfo& track : clip.demuxer->GetInfo().tracks)
+        {
+            if (track.type != MediaType::Subtitle)
+                continue;
+            clip.demuxer->SelectSparse(track.index);
+            clip.ReadAll();
+            EXPECT_FALSE(clip.demuxer->TakeSparse(track.index).empty());
+            clip.Seek(0);
+            clip.ReadAll();
+            EXPECT_TRUE(clip.demuxer->TakeSparse(track.index).empty());
         }
     }
 }
