@@ -13,7 +13,7 @@ struct AVPacket;
 namespace Tessor::Host
 {
 
-struct PacketDeleter
+struct TESSOR_API PacketDeleter
 {
     void operator()(AVPacket* packet) const;
 };
