@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Fnd/Export.h"
+
 #include <memory>
 
 struct AVPacket;
@@ -7,7 +9,7 @@ struct AVPacket;
 namespace Tessor::Host
 {
 
-struct PacketDeleter
+struct TESSOR_API PacketDeleter
 {
     void operator()(AVPacket* packet) const;
 };

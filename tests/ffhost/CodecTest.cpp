@@ -297,4 +297,108 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
+/// What a consumer that folds repeats does: whole rows, padding included.
+std::string WholeRows(const IDataVideo& frame)
+{
+    std::string rows;
+    for (int i = 0; i < GetPlanesCount(frame); ++i)
+    {
+        const auto plane = frame.GetPlane(i);
+        rows.append(reinterpret_cast<const char*>(plane.GetOffsetPtr(0, 0)),
+                    static_cast<size_t>(plane.GetStride()) * plane.GetHeight());
+    }
+    return rows;
+}
+
+TEST(DecoderTest, StillPicturesDifferAndSeeksStartAfresh)
+{
+    const SP<IFormatCodecVideo> format = MakeFormat("h264", PixFmt::YUV420P, 0);
+    Frames still = MakePictures(PixFmt::YUV420P);
+    for (size_t i = 1; i < still.size(); ++i)
+    {
+        const SP<IDataVideo> same = still[0]->Clone(0);
+        same->SetPTS(still[i]->GetPTS());
+        same->SetDuration(still[i]->GetDuration());
+        still[i] = same;
+    }
+    const SP<IEncoder> encoder = Encode(format, still, format->GetProperties());
+    const Packets packets = ReadAll<IStreamRaw>(encoder);
+    const SP<PacketList> source(new PacketList(encoder->GetFormatCodec(), packets));
+    const SP<IStreamVideo> decoder = CodecFactory::Create()->CreateDecoder(source, "");
+    const Frames first = ReadAll(decoder);
+    ASSERT_EQ(first.size(), still.size());
+    for (size_t i = 0; i < first.size(); ++i)
+    {
+        const auto plane = first[i]->GetPlane(0);
+        EXPECT_GE(plane.GetStride() - static_cast<ptrdiff_t>(plane.GetRowBytes()), 16);
+        EXPECT_TRUE(i == 0 || WholeRows(*first[i - 1]) != WholeRows(*first[i]));
+    }
+
+    decoder->RequestSeek(0, nullptr);
+    EXPECT_EQ(source->TakePartner(), SP<IStream>(decoder));
+    decoder->DoSeek();
+    EXPECT_EQ(ReadAll(decoder).size(), still.size());
+}
+
+TEST(DecoderTest, LeadInIsDecodedAndDropped)
+{
+    // A group of P pictures only decodes behind the key picture that it leans on.
+    const SP<IFormatCodecVideo> format = MakeFormat("mpeg4", PixFmt::YUV420P, 0);
+    const Frames frames = MakePictures(PixFmt::YUV420P);
+    const SP<IEncoder> encoder = Encode(format, frames, format->GetProperties());
+    const Packets packets = ReadAll<IStreamRaw>(encoder);
+    const Packets lead(packets.begin(), packets.begin() + 10), own(packets.begin() + 10, packets.end());
+    dynamic_cast<DataPacketFF&>(*own[0]).SetLeadIn(lead);
+    const Frames decoded = ReadAll(Decode(encoder->GetFormatCodec(), own));
+    ASSERT_EQ(decoded.size(), own.size());
+    EXPECT_EQ(decoded[0]->GetPTS(), frames[10]->GetPTS());
+    EXPECT_GE(LowestPsnr(decoded, Frames(frames.begin() + 10, frames.end())), 36);
+}
+
+TEST(DecoderTest, DamagedPacketsAreCountedNotFatal)
+{
+    const SP<IFormatCodecVideo> format = MakeFormat("h264", PixFmt::YUV420P, 0);
+    const SP<IEncoder> encoder = Encode(format, MakePictures(PixFmt::YUV420P), format->GetProperties());
+    Packets packets = ReadAll<IStreamRaw>(encoder);
+    for (size_t i = 5; i < 8; ++i)
+    {
+        packets[i] = packets[i]->Clone();
+        AVPacket* record = packets[i]->GetAVPacket();
+        ASSERT_EQ(av_packet_make_writable(record), 0);
+        std::memset(record->data, 0x5A, static_cast<size_t>(record->size));
+    }
+    const SP<IStreamVideo> decoder = Decode(encoder->GetFormatCodec(), packets);
+    EXPECT_GE(ReadAll(decoder).size(), packets.size() - 3);
+    EXPECT_GE(decoder->GetStatistic().begin()->operator[]("Damaged").GetInt64(), 3);
+}
+
+TEST(EncoderTest, RefusesWhatCannotStandBesideTheSource)
+{
+    const auto failure = [](const std::string& codec, PixFmt pixels, const std::string& profile,
+                            const std::string& refusal) -> std::string
+    {
+        const SP<IFormatCodecVideo> format = MakeFormat(codec, pixels, 0);
+        Core::Property options(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE);
+        options.SetChildT<std::string>(IFormatCodec::TAG_PROFILE, profile);
+        format->GetProperties().SetChild(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE, options);
+        format->GetProperties().SetChildT<std::string>(FormatTags::REFUSE_RECODE, refusal);
+        try
+        {
+            Encode(format, {}, format->GetProperties());
+        }
+        catch (const CodecFactoryException& e)
+        {
+            return Describe(e);
+        }
+        return "";
+    };
+    EXPECT_EQ(failure("h264", PixFmt::YUV420P, "main", ""), "");
+    EXPECT_EQ(failure("h264", PixFmt::YUV420P, "main", "identifier 1 is taken"), "identifier 1 is taken");
+    EXPECT_EQ(failure("h264", PixFmt::YUV420P, IFormatCodecVideo::TAG_X264_PROFILE_EXTENDED, ""),
+              "libx264 knows no extended profile");
+    EXPECT_EQ(failure("vp8", PixFmt::YUVA420P, "", ""), "libvpx can't encode pixels of the format yuva420p");
+    EXPECT_EQ(failure("mpeg4", PixFmt::YUV444P, "", ""), "mpeg4 can't encode pixels of the format yuv444p");
+    EXPECT_EQ(failure("h265", PixFmt::YUV420P, "", ""), "No encoder for hevc");
+}
+
 } // namespace Tessor::Host::Tests
