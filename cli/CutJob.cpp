@@ -203,7 +203,8 @@ void CutJob::CollectStatistics()
 {
     for (Output& output : outputs)
     {
-        if (!output.track->stream)
+        // other kinds are never encoded: what the cut counts there are packets that were cut one by one
+        if (!output.track->stream || session.GetInfo().tracks[output.track->index].type != MediaType::Video)
             continue;
         const Core::Property statistics = output.track->stream->GetStatistic();
         for (const Core::Property& record : statistics)
@@ -212,6 +213,10 @@ void CutJob::CollectStatistics()
                 output.report.recodedPackets = record["Recoded pakets"].GetInt64();
         }
         output.report.copiedPackets -= output.report.recodedPackets;
+        if (output.report.recodedPackets == 0)
+            continue;
+        output.report.encoder = session.GetEncoderUse().encoder;
+        output.report.recodeSeconds = Seconds(session.GetEncoderUse().time);
     }
 }
 

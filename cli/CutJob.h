@@ -20,7 +20,7 @@ struct TrackReport
     std::string kind, codec;
     long long copiedPackets = 0;
     long long recodedPackets = 0;
-    double recodeSeconds = 0; ///< media time that was re-encoded
+    double recodeSeconds = 0; ///< of work on what was re-encoded, decoding included
     std::string encoder;      ///< empty when nothing was re-encoded
     bool cutAnywhere = true;
 };

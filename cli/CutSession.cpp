@@ -15,8 +15,9 @@ namespace Tessor::Cli
 namespace
 {
 
-/// Times on the command line are rarely exact to the microsecond: a picture this near is meant.
-constexpr avTime snap_tolerance = 500;
+/// A picture this little in front of a bound is meant by it: neither times on the command line nor those of containers
+/// are exact to the microsecond.
+constexpr avTime snap_tolerance = 100;
 
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
 {
@@ -51,8 +52,9 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
     SelectTracks();
     requested = ReadRequest(request);
     ranges = Merged(SnapToPictures(requested));
-    controller =
-        Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), Host::CodecFactory::Create());
+    // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
+    codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
+    controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
     JoinToController();
     AlignToGroups();
     Apply(ranges);
@@ -186,6 +188,7 @@ void CutSession::AlignToGroups()
 void CutSession::Apply(const std::vector<Range>& list)
 {
     const Proc::SettingsFilterCutController settings = MakeSettings(list, GetInfo().duration);
+    *cut = settings;
     controller->Initialize(settings);
     demuxer->SetCut(settings);
 }

@@ -2,8 +2,10 @@
 
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "cli/Times.h"
+#include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Demuxer.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,7 @@ public:
     /// The ranges asked for, in source time.
     const std::vector<Range>& GetRequested() const { return requested; }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
+    Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
     void SelectTracks();
@@ -56,8 +59,12 @@ private:
     void Apply(const std::vector<Range>& ranges);
 
     SP<Host::Demuxer> demuxer;
-    SP<Proc::FilterCutController> controller; // null until the request is read
-    std::vector<CutTrack> tracks;             // video first
+    SP<Host::CodecFactory> codecs; // null until the request is read, like the controller
+    SP<Proc::FilterCutController> controller;
+    // what the decoders ask; shared with them, for streams may outlive the session
+    const std::shared_ptr<Proc::SettingsFilterCutController> cut =
+        std::make_shared<Proc::SettingsFilterCutController>();
+    std::vector<CutTrack> tracks; // video first
     std::vector<Range> requested;
     std::vector<Range> ranges; // what is asked of the controller: the request, brought to pictures and groups
     std::vector<std::string> warnings;

@@ -96,19 +96,17 @@ avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
 
 avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance)
 {
-    avTime nearest = NoTime;
+    avTime snapped = time;
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
                       const avTime pts = packet.GetPTS();
-                      if (pts == NoTime)
-                          return true;
-                      if (nearest == NoTime || std::llabs(pts - time) < std::llabs(nearest - time))
-                          nearest = pts;
+                      if (pts != NoTime && pts < time && pts >= time - tolerance)
+                          snapped = pts;
                       // behind the time in decoding order, and not for its reordering alone
-                      return packet.GetDTS() == NoTime || packet.GetDTS() <= time + tolerance;
+                      return packet.GetDTS() == NoTime || packet.GetDTS() <= time;
                   });
-    return nearest != NoTime && std::llabs(nearest - time) <= tolerance ? nearest : time;
+    return snapped;
 }
 
 } // namespace Tessor::Cli

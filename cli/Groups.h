@@ -34,8 +34,8 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 /// The first seam between two groups at or behind the time, NoTime when none follows. Moves the stream.
 avTime FindSeam(Proc::IStreamRaw& stream, avTime time);
 
-/// The time of the picture that lies nearest to a time, when it is nearer than the tolerance; otherwise the time
-/// itself. Moves the stream.
+/// The time of the picture that lies in front of a time by no more than the tolerance; otherwise the time itself. Moves
+/// the stream.
 avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance);
 
 } // namespace Tessor::Cli

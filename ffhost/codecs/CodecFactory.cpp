@@ -5,6 +5,8 @@
 #include "ffhost/codecs/Encoder.h"
 #include "host/ImplNames.h"
 
+#include <mutex>
+
 namespace Tessor::Host
 {
 
@@ -18,13 +20,17 @@ bool IsOurs(const std::string& implName)
     return implName.empty() || implName == ImplNames::DEFAULT || implName == ImplNames::FFMPEG;
 }
 
-class CodecFactoryFF final : public ICodecFactory, public RefCountImpl
+class CodecFactoryFF final : public CodecFactory, public RefCountImpl
 {
+public:
+    explicit CodecFactoryFF(const PictureFilter& wanted) : wanted(wanted) {}
+
+private:
     SP<IStreamVideo> CreateDecoder(const SP<IStreamRaw>& source, const std::string& implName) override
     {
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of a decoder");
-        return Decoder::Create(source);
+        return Decoder::Create(source, wanted);
     }
 
     std::vector<std::string> ListEncoders(const std::string& codecId, bool forVideo, bool) const override
@@ -42,15 +48,34 @@ class CodecFactoryFF final : public ICodecFactory, public RefCountImpl
     {
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of an encoder");
-        return Encoder::Create(source, format, resource);
+        return Encoder::Create(source, format, resource,
+                               [self = SP<CodecFactoryFF>(this)](const std::string& name, long long time)
+                               { self->NoteUse(name, time); });
     }
+
+    EncoderUse GetEncoderUse() const override
+    {
+        const std::lock_guard<std::mutex> lock(useMutex);
+        return use;
+    }
+
+    void NoteUse(const std::string& name, long long time)
+    {
+        const std::lock_guard<std::mutex> lock(useMutex);
+        use.encoder = name;
+        use.time += time;
+    }
+
+    const PictureFilter wanted;
+    mutable std::mutex useMutex; // groups of several tracks may be encoded at a time
+    EncoderUse use;              // of all encoders that have ended
 };
 
 } // namespace
 
-SP<ICodecFactory> CodecFactory::Create()
+SP<CodecFactory> CodecFactory::Create(const PictureFilter& wanted)
 {
-    return SP<ICodecFactory>(new CodecFactoryFF);
+    return SP<CodecFactory>(new CodecFactoryFF(wanted));
 }
 
 } // namespace Tessor::Host

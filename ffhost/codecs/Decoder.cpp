@@ -93,13 +93,13 @@ FramePtr CopyPadded(const AVFrame& source, uint64_t number)
 
 } // namespace
 
-SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source)
+SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const CodecFactory::PictureFilter& wanted)
 {
-    return SP<IStreamVideo>(new Decoder(source));
+    return SP<IStreamVideo>(new Decoder(source, wanted));
 }
 
-Decoder::Decoder(const SP<IStreamRaw>& source)
-    : StreamImpl(source, false), format(CloneVideoFormat(source)), scratch(av_frame_alloc())
+Decoder::Decoder(const SP<IStreamRaw>& source, const CodecFactory::PictureFilter& wanted)
+    : StreamImpl(source, false), format(CloneVideoFormat(source)), wanted(wanted), scratch(av_frame_alloc())
 {
     if (!scratch)
         Throw<Exception>(TESSOR_HERE, "Can't allocate a frame");
@@ -161,11 +161,19 @@ void Decoder::Reset()
 
 SP<IDataVideo> Decoder::ReadInternal()
 {
+    while (const SP<DataVideoFF> frame = TakeReady())
+        if (!wanted || wanted(frame->GetPTS()))
+            return frame;
+    return nullptr;
+}
+
+SP<DataVideoFF> Decoder::TakeReady()
+{
     // Two: the end of a frame is the start of the one behind it.
     FillReady(2);
     if (ready.empty())
         return nullptr;
-    SP<DataVideoFF> frame = ready.front();
+    const SP<DataVideoFF> frame = ready.front();
     ready.pop_front();
     if (!ready.empty())
         frame->SetDuration(ready.front()->GetPTS() - frame->GetPTS());

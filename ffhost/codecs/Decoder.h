@@ -4,6 +4,7 @@
 #include "Proc/StreamTemplates/IStreamVideoDecoder.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "ffhost/codecs/AvCodec.h"
+#include "ffhost/codecs/CodecFactory.h"
 #include "media/DataVideoFF.h"
 
 #include <deque>
@@ -32,11 +33,12 @@ class Decoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVid
 {
 public:
     /// Throws CodecFactoryException for a codec without a decoder and for sources that are no video.
-    static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source);
+    static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source,
+                                         const CodecFactory::PictureFilter& wanted = {});
     ~Decoder() override;
 
 private:
-    explicit Decoder(const SP<Proc::IStreamRaw>& source);
+    Decoder(const SP<Proc::IStreamRaw>& source, const CodecFactory::PictureFilter& wanted);
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
@@ -51,6 +53,8 @@ private:
 
     void Open();
     void Reset();
+    /// The next picture, wanted or not; null at the end.
+    SP<Proc::DataVideoFF> TakeReady();
     /// Sends packets and takes frames until at least `count` are ready or the source has ended.
     void FillReady(size_t count);
     void SendNextPacket();
@@ -63,18 +67,19 @@ private:
     avTime GetFrameDuration(const AVFrame& decoded) const;
 
     const SP<Conf::IFormatCodecVideo> format;
-    CodecContextPtr context;                 // null until the first read and after a release
-    FramePtr scratch;                        // what the decoder fills
-    std::deque<SP<Proc::DataVideoFF>> ready; // decoded, not yet delivered
-    std::set<avTime> leadInTimes;            // of pictures that are decoded for the sake of others only
-    bool fresh = true;                       // nothing was sent since the last reset
-    bool drained = false;                    // the source has ended and the decoder has been emptied
-    avTime lastStart = NoTime;               // of the picture decoded last
-    avTime lastEnd = NoTime;                 // where one without a time starts
-    uint64_t pictureNumber = 0;              // of the picture delivered last; goes into its padding
-    unsigned long decodedCount = 0;          // statistics
-    unsigned long damagedCount = 0;          // statistics
-    long long decodeTime = 0;                // statistics, microseconds
+    const CodecFactory::PictureFilter wanted; // null: all pictures
+    CodecContextPtr context;                  // null until the first read and after a release
+    FramePtr scratch;                         // what the decoder fills
+    std::deque<SP<Proc::DataVideoFF>> ready;  // decoded, not yet delivered
+    std::set<avTime> leadInTimes;             // of pictures that are decoded for the sake of others only
+    bool fresh = true;                        // nothing was sent since the last reset
+    bool drained = false;                     // the source has ended and the decoder has been emptied
+    avTime lastStart = NoTime;                // of the picture decoded last
+    avTime lastEnd = NoTime;                  // where one without a time starts
+    uint64_t pictureNumber = 0;               // of the picture delivered last; goes into its padding
+    unsigned long decodedCount = 0;           // statistics
+    unsigned long damagedCount = 0;           // statistics
+    long long decodeTime = 0;                 // statistics, microseconds
 };
 
 } // namespace Tessor::Host

@@ -54,17 +54,18 @@ FramePtr CopyRecord(const IDataVideo& frame)
 } // namespace
 
 SP<IEncoder> Encoder::Create(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
-                             const SP<Core::IComputingResource>& resource)
+                             const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
 {
-    return SP<IEncoder>(new Encoder(source, recodeFormat, resource));
+    return SP<IEncoder>(new Encoder(source, recodeFormat, resource, onEnd));
 }
 
 Encoder::Encoder(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
-                 const SP<Core::IComputingResource>& resource)
+                 const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
     : StreamImpl(source, false), sourceFormat(source->GetFormatCodec()), setup(*sourceFormat, recodeFormat),
       context(setup.Open()),
       frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(context->framerate), context->time_base), 1)),
-      format(sourceFormat->Clone()), resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource())
+      format(sourceFormat->Clone()), resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource()),
+      onEnd(onEnd)
 {
     format->Merge(recodeFormat);
     format->GetProperties().SetChildT<std::string>(ENCODER_NAME, setup.GetEncoderName());
@@ -76,6 +77,8 @@ Encoder::Encoder(const SP<IStreamVideo>& source, const Core::Property& recodeFor
 Encoder::~Encoder()
 {
     StopThread();
+    if (onEnd && packetCount > 0)
+        onEnd(setup.GetEncoderName(), encodeTime);
 }
 
 SP<IDataPacket> Encoder::ReadInternal()

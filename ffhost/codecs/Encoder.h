@@ -6,6 +6,7 @@
 #include "ffhost/codecs/EncoderSetup.h"
 #include "host/IEncoder.h"
 
+#include <functional>
 #include <map>
 
 namespace Tessor::Host
@@ -21,14 +22,17 @@ namespace Tessor::Host
 class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, Proc::IEncoder>, public RefCountImpl
 {
 public:
+    /// Told at the end of an encoder that has delivered packets: its name and the microseconds that it worked.
+    using UseCallback = std::function<void(const std::string& name, long long time)>;
+
     /// Throws EncoderException when opening fails, CodecFactoryException for what this encoder can't match.
     static SP<Proc::IEncoder> Create(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
-                                     const SP<Core::IComputingResource>& resource);
+                                     const SP<Core::IComputingResource>& resource, const UseCallback& onEnd = {});
     ~Encoder() override;
 
 private:
     Encoder(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
-            const SP<Core::IComputingResource>& resource);
+            const SP<Core::IComputingResource>& resource, const UseCallback& onEnd);
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
@@ -63,6 +67,7 @@ private:
     const int64_t frameTicks;                 // of the encoder, a frame
     const SP<Conf::IFormatCodecVideo> format; // of the packets
     const SP<Core::IComputingResource> resource;
+    const UseCallback onEnd;
     std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped behind the delay
     int64_t frameCount = 0;         // frames sent since the last reset
     unsigned long packetCount = 0;  // statistics
