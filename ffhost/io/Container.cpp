@@ -145,7 +145,8 @@ bool Container::CarriesTag(const std::string& key, bool ofTrack) const
     if (ofTrack)
     {
         const bool language = IsMov() || Is({"mpegts", "asf"});
-        return (name == "language" && language) || (IsMov() && (name == "handler_name" || name == "vendor_id"));
+        // The bookkeeping of QuickTime is no loss elsewhere.
+        return (name == "language" && language) || name == "handler_name" || name == "vendor_id";
     }
     static const std::set<std::string> common = {"title", "artist",    "album", "comment", "date",
                                                  "genre", "copyright", "track", "encoder"};

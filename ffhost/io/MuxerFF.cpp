@@ -36,8 +36,8 @@ std::string AvError(int code)
 /// What describes the source's file or stream as it was written, not what is in it.
 bool IsStale(const std::string& key)
 {
-    static const std::set<std::string> stale = {"major_brand", "minor_version",    "compatible_brands", "DURATION",
-                                                "BPS",         "NUMBER_OF_FRAMES", "NUMBER_OF_BYTES"};
+    static const std::set<std::string> stale = {"major_brand", "minor_version", "compatible_brands", "encoder",
+                                                "DURATION",    "BPS",           "NUMBER_OF_FRAMES",  "NUMBER_OF_BYTES"};
     const std::string stem = key.substr(0, key.find("-eng"));
     return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
 }

@@ -99,7 +99,7 @@ TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
         ASSERT_EQ(before.packets.size(), after.packets.size());
         const std::vector<avTime> was = SortedTimes(before), is = SortedTimes(after);
         if (!shift)
-            shift = is[0] - was[0];
+            shift = SubTime(is[0], was[0]);
         avTime lastDts = NoTime;
         for (size_t k = 0; k < was.size(); ++k)
         {
@@ -110,7 +110,7 @@ TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
             }
             if (!c.tick)
                 continue;
-            EXPECT_NEAR(is[k] - was[k], *shift, c.tick) << "packet " << k;
+            EXPECT_NEAR(SubTime(is[k], was[k]), *shift, c.tick) << "packet " << k;
             const avTime dts = after.packets[k]->GetDTS(); // Matroska has none
             EXPECT_TRUE(dts == NoTime || lastDts < dts) << "packet " << k;
             lastDts = dts;

@@ -28,7 +28,11 @@ public:
     avTime GetDuration() const override { return NoTime; }
     avTime GetPosition() override { return NoTime; }
     void RequestSeek(avTime, SP<Proc::IStream> requester) override { partner = requester; }
-    void DoSeek() override { next = 0; }
+    void DoSeek() override
+    {
+        next = 0;
+        partner.reset(); // who asks usually holds this stream
+    }
     bool GetSeekResult() override { return true; }
     Core::Property GetStatistic() const override { return Core::GetRootItem(); }
     void Terminate() override {}
