@@ -55,7 +55,8 @@ protected:
         const std::string command = "cd '" + folder.string() + "' && S='" + samples.string() + "' && " + prefix + " '" +
                                     TESSOR_PROGRAM + "' " + args + " >out.txt 2>err.txt </dev/null";
         const int status = std::system(command.c_str());
-        Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(folder / "out.txt"), Slurp(folder / "err.txt")};
+        Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(folder / "out.txt"),
+                        Slurp(folder / "err.txt")};
         fs::remove(folder / "out.txt");
         fs::remove(folder / "err.txt");
         return outcome;
@@ -77,11 +78,13 @@ protected:
 
 TEST_F(Program, CutsAndVerifiesEveryKindOfStream)
 {
-    for (const char* clip : {"h264.mp4", "h264.mkv", "h264.ts", "h264-cavlc.mov", "h263.3gp", "mpeg1.mpg", "mpeg2.vob", "mpeg2.ts",
-                             "mpeg4.avi", "mpeg4.mp4", "wmv2.wmv", "vp8.webm", "vp9.webm", "theora.ogv", "hevc.mp4"})
+    for (const char* clip :
+         {"h264.mp4", "h264.mkv", "h264.ts", "h264-cavlc.mov", "h263.3gp", "mpeg1.mpg", "mpeg2.vob", "mpeg2.ts",
+          "mpeg4.avi", "mpeg4.mp4", "wmv2.wmv", "vp8.webm", "vp9.webm", "theora.ogv", "hevc.mp4"})
     {
         const std::string out = "out" + fs::path(clip).extension().string();
-        const Outcome cut = Run("cut $S/" + std::string(clip) + " " + out + " --keep 0.52-2.2,3.08-6.4 --verify --json");
+        const Outcome cut =
+            Run("cut $S/" + std::string(clip) + " " + out + " --keep 0.52-2.2,3.08-6.4 --verify --json");
         ASSERT_EQ(cut.status, 0) << clip << ": " << cut.err << cut.out;
         const nlohmann::json report = nlohmann::json::parse(cut.out);
         const nlohmann::json& video = report["tracks"][0];
@@ -90,7 +93,9 @@ TEST_F(Program, CutsAndVerifiesEveryKindOfStream)
         EXPECT_EQ(video["recoded_packets"].get<int>() > 0, exact) << clip;
         // 42 + 83 pictures at 25 frames a second; NTSC for the one with another rate
         if (exact && std::string(clip) != "h264-cavlc.mov")
+        {
             EXPECT_EQ(report["verify"]["output_pictures"], 125) << clip << cut.out;
+        }
         EXPECT_EQ(report["verify"]["good"], true) << clip;
         EXPECT_EQ(FilesLeft(), std::vector<std::string>{out}) << clip;
         fs::remove(folder / out);
@@ -99,8 +104,9 @@ TEST_F(Program, CutsAndVerifiesEveryKindOfStream)
 
 TEST_F(Program, OneContainerIntoAnother)
 {
-    for (const char* pair : {"h264.mp4 a.mkv", "h264.mp4 a.ts", "h264.mp4 a.m2ts", "h264.ts a.mp4", "h264.ts a.mkv", "h264.mkv a.mov",
-                             "mpeg2.vob a.ts", "mpeg2.ts a.vob", "mpeg4.mp4 a.avi", "mpeg4.avi a.mp4", "vp9.webm a.mkv", "wmv2.wmv a.avi"})
+    for (const char* pair :
+         {"h264.mp4 a.mkv", "h264.mp4 a.ts", "h264.mp4 a.m2ts", "h264.ts a.mp4", "h264.ts a.mkv", "h264.mkv a.mov",
+          "mpeg2.vob a.ts", "mpeg2.ts a.vob", "mpeg4.mp4 a.avi", "mpeg4.avi a.mp4", "vp9.webm a.mkv", "wmv2.wmv a.avi"})
     {
         const std::string out = std::string(pair).substr(std::string(pair).find(' ') + 1);
         const Outcome cut = Run("cut $S/" + std::string(pair) + " --keep 1.2-2.4,3-5.52 --verify");
@@ -175,7 +181,8 @@ TEST_F(Program, AFullDiskLeavesNothingBehind)
 
 TEST_F(Program, AnInterruptionLeavesNothingBehind)
 {
-    const Outcome outcome = Run("cut $S/mpeg2.vob out.vob --keep 0.5-7 --verify", "timeout --preserve-status -s INT 0.15");
+    const Outcome outcome =
+        Run("cut $S/mpeg2.vob out.vob --keep 0.5-7 --verify", "timeout --preserve-status -s INT 0.15");
     if (outcome.status == 0)
         GTEST_SKIP() << "the cut was faster than the interruption";
     EXPECT_EQ(outcome.status, 130) << outcome.err;

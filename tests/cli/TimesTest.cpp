@@ -56,8 +56,10 @@ TEST(Times, FormsThatAreUnderstood)
 
 TEST(Times, WhatIsNotUnderstoodIsRefused)
 {
-    for (const char* text : {"", "-", "x", "1,5", "1.", ".5", "1.5.2", "1:60", "1:61:00", "1:2:3:4", "1:", ":1", "1h", "f",
-                             "-5f", "1.5f", "5 s", "0x10", "1e3", "nan", "99999999999999999999", "2592001"})
+    for (const char* text : {"",       "-",       "x",       "1,5",  "1.",  ".5",  "1.5.2",
+                             "1:60",   "1:61:00", "1:2:3:4", "1:",   ":1",  "1h",  "f",
+                             "-5f",    "1.5f",    "5 s",     "0x10", "1e3", "nan", "99999999999999999999",
+                             "2592001"})
         EXPECT_THROW(ParseTime(text, Context()), UserError) << text;
 }
 
