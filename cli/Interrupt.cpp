@@ -12,9 +12,13 @@ namespace
 
 volatile std::sig_atomic_t interrupted = 0;
 
-void Note(int)
+void Note(int signal)
 {
-    interrupted = 1;
+    // whoever insists is obeyed at once; two may come together, to the program and to its group
+    constexpr int patience = 2;
+    interrupted = interrupted + 1;
+    if (interrupted >= patience)
+        std::signal(signal, SIG_DFL);
 }
 
 } // namespace
@@ -23,8 +27,6 @@ void CatchInterrupts()
 {
     struct sigaction action = {};
     action.sa_handler = Note;
-    // a second Ctrl-C ends the program at once
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     // a closed pipe or a full file size limit is an error of the write

@@ -165,7 +165,7 @@ void PacketPump::MoveTo(avTime target)
 // False when only the beginning of the file is far enough back.
 bool PacketPump::SeekBefore(avTime target, avTime lead)
 {
-    if (target - lead <= 0 || file.IsElementary() || jumps.shifts.size() > 1)
+    if (target <= lead || file.IsElementary() || jumps.shifts.size() > 1)
         return false;
     return file.Seek(Anchor(), AddTime(info->origin, target - lead));
 }
