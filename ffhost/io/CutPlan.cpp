@@ -27,9 +27,4 @@ std::optional<CutPlan::Stretch> CutPlan::FindStretch(avTime time) const
     return std::nullopt;
 }
 
-bool CutPlan::IsKeptStart(avTime time) const
-{
-    return std::any_of(stretches.begin(), stretches.end(), [=](const Stretch& s) { return s.end == time; });
-}
-
 } // namespace Tessor::Host

@@ -21,8 +21,6 @@ public:
     };
     /// The deleted stretch that holds `time`.
     std::optional<Stretch> FindStretch(avTime time) const;
-    /// Whether deleted time ends exactly there.
-    bool IsKeptStart(avTime time) const;
 
 private:
     std::vector<Stretch> stretches; // in order

@@ -201,17 +201,26 @@ void GroupStaging::SetKeyPosition(Proc::DataPacketFF& key)
         return;
     const avTime first = FirstShown();
     const bool open = start == Start::Sequence && first < key.GetPTS();
-    // Copied whole, the group would begin with pictures whose reference is cut away: it must count as cut itself.
-    key.SetPosition(open && cut && cut->IsKeptStart(first) ? first - 1 : first);
+    key.SetPosition(open ? StartOfOpenGroup(first) : first);
     if (open && !groupTooLarge)
         key.SetLeadIn(std::move(group));
+}
+
+// Copied whole, a group would begin with pictures whose reference, the last picture of the group before, is cut away:
+// it must count as cut itself, and so begins in deleted time.
+avTime GroupStaging::StartOfOpenGroup(avTime first) const
+{
+    const auto lost = cut && newestShown != NoTime ? cut->FindStretch(newestShown) : std::nullopt;
+    return lost && lost->end <= first ? lost->end - 1 : first;
 }
 
 void GroupStaging::Deliver(const Packet& packet)
 {
     const bool key = packet->IsKeyFrame();
     const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
-    end = end == NoTime || (key && start == Start::Entry) ? shownUntil : std::max(end, shownUntil);
+    const bool anew = end == NoTime || (key && start == Start::Entry);
+    end = anew ? shownUntil : std::max(end, shownUntil);
+    newestShown = anew ? packet->GetPTS() : std::max(newestShown, packet->GetPTS());
     if (!key)
         packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();

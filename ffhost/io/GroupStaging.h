@@ -85,6 +85,7 @@ private:
     bool KnowsLeading() const;
     avTime FirstShown() const;
     void SetKeyPosition(Proc::DataPacketFF& key);
+    avTime StartOfOpenGroup(avTime first) const;
     void Deliver(const Packet& packet);
     void Remember(const Packet& packet, bool key);
     void SkipFrom(const Proc::DataPacketFF& packet);
@@ -112,6 +113,7 @@ private:
     Start start = Start::OfFile;   // how the next key packet's group begins
     avTime droppedBefore = NoTime; // leading pictures are dropped that are shown before; until the next key packet
     avTime end = NoTime;           // of all that was delivered since the last entry
+    avTime newestShown = NoTime;   // the latest start of a picture among that
     avTime newestDts = NoTime;
     avTime deliveredTime = NoTime;
     Proc::DataPacketFF::LeadIn group; // the group being delivered, for the next one's lead-in; empty when too large
