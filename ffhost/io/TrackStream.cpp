@@ -7,6 +7,17 @@
 namespace Tessor::Host
 {
 
+namespace
+{
+
+// Not inlined: g++ 12 takes the owner's deletion for one of this stream and warns of it.
+[[gnu::noinline]] long ReleaseOwner(const IRefCountable& owner)
+{
+    return owner.Release();
+}
+
+} // namespace
+
 long TrackStream::AddRef() const
 {
     return owner.AddRef();
@@ -19,7 +30,7 @@ long TrackStream::GetRefCount() const
 
 long TrackStream::Release() const
 {
-    return owner.Release();
+    return ReleaseOwner(owner);
 }
 
 void TrackStream::Initialize(const Core::Property&)
