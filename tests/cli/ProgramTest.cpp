@@ -227,7 +227,8 @@ TEST_F(Program, ThePlanWritesNothing)
     const Outcome outcome = Run("cut $S/h264.mp4 --keep 0-2,3-6 --plan --json");
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     std::string actions;
-    for (const nlohmann::json& group : nlohmann::json::parse(outcome.out)["groups"])
+    const nlohmann::json plan = nlohmann::json::parse(outcome.out);
+    for (const nlohmann::json& group : plan["groups"])
         actions += group["action"].get<std::string>() + " ";
     EXPECT_EQ(actions, "copy re-encode copy drop ");
     EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
