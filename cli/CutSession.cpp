@@ -19,6 +19,27 @@ namespace
 /// are exact to the microsecond.
 constexpr avTime snap_tolerance = 100;
 
+/// The longest way to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
+constexpr avTime longest_snap = 100000;
+
+/// Ticks of a millisecond round; those that are much coarser count frames.
+constexpr avTime coarsest_rounding = 2000;
+
+/// Frames that are no whole number of ticks have rounded times.
+bool AreTimesRounded(const Host::TrackInfo& track)
+{
+    const int64_t period = static_cast<int64_t>(track.frameRateDen) * track.timeBaseDen;
+    const int64_t tick = static_cast<int64_t>(track.frameRateNum) * track.timeBaseNum;
+    return tick <= 0 || period % tick != 0;
+}
+
+SnapLimits MakeSnapLimits(const Host::TrackInfo& track)
+{
+    const avTime tick = track.timeBaseDen > 0 ? 1000000LL * track.timeBaseNum / track.timeBaseDen : 0;
+    const avTime rounding = AreTimesRounded(track) ? std::min(tick, coarsest_rounding) : 0;
+    return {std::max(snap_tolerance, rounding / 2), longest_snap, rounding};
+}
+
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
 {
     Proc::SettingsFilterCutController settings;
@@ -52,6 +73,8 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
     SelectTracks();
     requested = ReadRequest(request);
     ranges = Merged(SnapToPictures(requested));
+    if (ranges.empty())
+        throw UserError(ExitCode::Failed, "no picture of " + GetInfo().path + " begins in what is to be kept");
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
@@ -142,13 +165,16 @@ std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
     CutTrack* video = GetVideo();
     if (!video)
         return list;
+    const SnapLimits limits = MakeSnapLimits(GetInfo().tracks[video->index]);
     for (Range& range : list)
     {
         if (range.start > 0)
-            range.start = SnapToPicture(*video->source, range.start, snap_tolerance);
+            range.start = SnapToPicture(*video->source, range.start, limits);
         if (range.end < GetInfo().duration)
-            range.end = SnapToPicture(*video->source, range.end, snap_tolerance);
+            range.end = std::min(SnapToPicture(*video->source, range.end, limits), GetInfo().duration);
     }
+    // a piece that no picture begins in
+    std::erase_if(list, [](const Range& range) { return range.start >= range.end; });
     return list;
 }
 

@@ -115,7 +115,8 @@ public:
         return {
             {"IN", "", "the file to cut", &request.input, {}, true, true},
             {"OUT", "", "the file to write; its name tells the container", &output, {}, true},
-            {"--keep", "A-B[,C-D]", "ranges to keep; may be given several times", &request.keep},
+            {"--keep", "A-B[,C-D]", "ranges to keep, from picture to picture; may be given several times",
+             &request.keep},
             {"--remove", "A-B[,C-D]", "ranges to remove", &request.remove},
             {"--plan", "",
              "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing",

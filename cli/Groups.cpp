@@ -94,19 +94,32 @@ avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
     return seam;
 }
 
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance)
+avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, const SnapLimits& limits)
 {
-    avTime snapped = time;
+    avTime snapped = NoTime, end = NoTime;
+    bool key = false, within = false;
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
                       const avTime pts = packet.GetPTS();
-                      if (pts != NoTime && pts < time && pts >= time - tolerance)
+                      end = std::max(end, AddTime(pts, packet.GetDuration()));
+                      within |= pts != NoTime && pts < time;
+                      if (pts != NoTime && pts >= time - limits.tolerance && (snapped == NoTime || pts < snapped))
+                      {
                           snapped = pts;
-                      // behind the time in decoding order, and not for its reordering alone
-                      return packet.GetDTS() == NoTime || packet.GetDTS() <= time;
+                          key = packet.IsKeyFrame();
+                      }
+                      // no picture is decoded behind the time that it is shown at
+                      return packet.GetDTS() == NoTime || packet.GetDTS() <= (snapped == NoTime ? end : snapped);
                   });
-    return snapped;
+    // in front of the first picture there is nothing to cut through
+    if (!within)
+        return time;
+    if (snapped == NoTime && end > time)
+        snapped = end;
+    if (snapped == NoTime || snapped - time > limits.longest)
+        return time;
+    return key ? snapped : snapped - limits.rounding;
 }
 
 } // namespace Tessor::Cli

@@ -34,8 +34,18 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 /// The first seam between two groups at or behind the time, NoTime when none follows. Moves the stream.
 avTime FindSeam(Proc::IStreamRaw& stream, avTime time);
 
-/// The time of the picture that lies in front of a time by no more than the tolerance; otherwise the time itself. Moves
-/// the stream.
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance);
+/// How a time is moved to a picture, all in microseconds.
+struct SnapLimits
+{
+    avTime tolerance = 0; ///< a picture this little in front of the time is meant by it
+    avTime longest = 0;   ///< a time is moved forward by no more
+    avTime rounding = 0;  ///< how much too late the container's ticks may tell a picture's time
+};
+
+/// The start of the first picture at or behind a time, or the end of the last one; the time itself where that is too
+/// far away. Behind it all pictures are whole, so that those of two pieces abut as evenly as they did in the source.
+/// Times that ticks have rounded are moved in front of all that they may stand for, but for key pictures, whose groups
+/// are kept as they are. Moves the stream.
+avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, const SnapLimits& limits);
 
 } // namespace Tessor::Cli

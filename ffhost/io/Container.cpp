@@ -56,6 +56,12 @@ const std::set<AVCodecID> PROGRAM_CODECS = {
 /// Ticks finer than packets' own microseconds are of no use.
 constexpr int FINEST = 1000000;
 
+/// Ticks a second with which a time off the source's own grid is still told to a millisecond.
+constexpr int FINE_ENOUGH = 500;
+
+/// Frames a second below which cuts may fall between them.
+constexpr int SLOWEST = 10;
+
 } // namespace
 
 Container Container::Guess(const std::string& path)
@@ -125,6 +131,21 @@ AVRational Container::ChooseTimeBase(const TrackInfo& source) const
     if (source.timeBaseNum <= 0 || source.timeBaseDen <= 0 || source.timeBaseDen > FINEST)
         return {1, FINEST};
     return {source.timeBaseNum, source.timeBaseDen};
+}
+
+int Container::ChooseVideoTimescale(const TrackInfo& source) const
+{
+    if (!IsMov() || source.timeBaseNum != 1 || source.timeBaseDen > FINEST)
+        return 0;
+    if (source.timeBaseDen >= FINE_ENOUGH)
+        return source.timeBaseDen;
+    // Ticks that count frames will do as long as the first frame lies on one.
+    const bool frames =
+        source.frameRateDen > 0 && source.frameRateNum == source.timeBaseDen * int64_t{source.frameRateDen};
+    const avTime first = source.start;
+    const bool even = first != NoTime &&
+                      first == av_rescale(av_rescale(first, source.timeBaseDen, FINEST), FINEST, source.timeBaseDen);
+    return frames && even && source.timeBaseDen >= SLOWEST ? source.timeBaseDen : 0;
 }
 
 bool Container::CarriesChapters() const

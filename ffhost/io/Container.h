@@ -38,6 +38,8 @@ public:
     unsigned ChooseTag(AVCodecID codec, unsigned sourceTag) const;
     /// The ticks to ask for, so that the source's times come out exactly. The muxer may choose others.
     AVRational ChooseTimeBase(const TrackInfo& source) const;
+    /// The source's ticks a second where the container's video can count in them, otherwise 0: the muxer's own choice.
+    int ChooseVideoTimescale(const TrackInfo& source) const;
 
     bool CarriesChapters() const;
     bool CarriesRotation() const;

@@ -29,6 +29,7 @@ struct TrackInfo
     std::shared_ptr<const AVCodecParameters> parameters;
     int timeBaseNum = 1, timeBaseDen = 1000000; ///< seconds per tick of the container
     int frameRateNum = 0, frameRateDen = 1;     ///< 0 when unknown
+    avTime start = NoTime;                      ///< its first item, counted from the file's origin; NoTime when unknown
     int disposition = 0;                        ///< AV_DISPOSITION_*
     std::vector<int32_t> displayMatrix;         ///< nine values, or empty
     Tags tags;                                  ///< language, title, ...

@@ -78,7 +78,7 @@ std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters&
     return copy;
 }
 
-TrackInfo BuildTrack(const AVStream& stream)
+TrackInfo BuildTrack(const AVStream& stream, avTime origin)
 {
     TrackInfo track;
     track.index = stream.index;
@@ -95,6 +95,8 @@ TrackInfo BuildTrack(const AVStream& stream)
         track.frameRateNum = rate.num;
         track.frameRateDen = rate.den;
     }
+    if (stream.start_time != AV_NOPTS_VALUE)
+        track.start = SubTime(av_rescale_q(stream.start_time, stream.time_base, AVRational{1, AV_TIME_BASE}), origin);
     track.disposition = stream.disposition;
     track.displayMatrix = DisplayMatrix(stream);
     track.tags = CopyTags(stream.metadata);
@@ -123,7 +125,7 @@ MediaInfo BuildMediaInfo(const SourceFile& file, const std::string& path)
         info.chapters.push_back({time(chapter.start), time(chapter.end), CopyTags(chapter.metadata)});
     }
     for (int i = 0; i < file.StreamCount(); ++i)
-        info.tracks.push_back(BuildTrack(file.Stream(i)));
+        info.tracks.push_back(BuildTrack(file.Stream(i), info.origin));
     return info;
 }
 

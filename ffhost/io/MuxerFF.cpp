@@ -200,6 +200,8 @@ void MuxerFF::Open()
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     AVDictionary* options = container.MakeOptions();
+    if (const int timescale = GetVideoTimescale())
+        av_dict_set_int(&options, "video_track_timescale", timescale, 0);
     const int result = avformat_init_output(context.get(), &options);
     av_dict_free(&options);
     Check(std::min(result, 0));
@@ -211,6 +213,16 @@ void MuxerFF::Open()
         if (track.source.attachment)
             EndTrack(static_cast<int>(i));
     }
+}
+
+/// One for all tracks of video: several that differ leave it to the muxer.
+int MuxerFF::GetVideoTimescale() const
+{
+    std::set<int> timescales;
+    for (const Track& track : tracks)
+        if (track.source.type == MediaType::Video && !track.source.attachedPicture)
+            timescales.insert(container.ChooseVideoTimescale(track.source));
+    return timescales.size() == 1 ? *timescales.begin() : 0;
 }
 
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)

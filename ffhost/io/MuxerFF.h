@@ -57,6 +57,7 @@ private:
     void AddStream(AVFormatContext& target, const Track& track) const;
     /// Whether libavformat takes a header with the tracks so far and one more.
     bool TryHeader(const Track& candidate) const;
+    int GetVideoTimescale() const;
 
     PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
     void Settle(int track);

@@ -1,4 +1,5 @@
 #include "Fnd/Exception.h"
+#include "ffhost/io/Container.h"
 #include "ffhost/io/DtsRepair.h"
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/Muxer.h"
@@ -153,6 +154,33 @@ std::vector<int64_t> NaiveRepair(const std::vector<std::pair<int64_t, int64_t>>&
     for (size_t i = result.size(); i-- > 1;)
         result[i - 1] = std::min(result[i - 1], result[i] - 1);
     return result;
+}
+
+TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
+{
+    const struct
+    {
+        const char* name;
+        int ticks, rate;
+        avTime start;
+        int expected;
+    } rows[] = {
+        {"a.mov", 600, 30, NoTime, 600}, {"a.mkv", 600, 30, NoTime, 0}, // not a choice there
+        {"a.mp4", 25, 25, 80000, 25},                                   // a tick is a frame
+        {"a.mp4", 25, 25, 21333, 0},                                    // which would move against the sound
+        {"a.mp4", 25, 25, NoTime, 0},                                   //
+        {"a.mp4", 100, 25, 0, 0},                                       // too coarse for times in between
+        {"a.mp4", 5, 5, 0, 0},                                          // so slow that cuts fall between frames
+        {"a.mp4", 2000000000, 30, 0, 0},                                // finer than any time
+    };
+    for (const auto& row : rows)
+    {
+        TrackInfo track;
+        track.timeBaseDen = row.ticks;
+        track.frameRateNum = row.rate;
+        track.start = row.start;
+        EXPECT_EQ(Container::Guess(row.name).ChooseVideoTimescale(track), row.expected) << row.name << row.ticks;
+    }
 }
 
 TEST(DtsRepairTest, AgreesWithTheNaiveTwinAndNeverBreaksItsPromise)
