@@ -294,7 +294,8 @@ void MuxerFF::Drain()
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)
-        shift = std::max<avTime>(-av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
+        shift = std::max<avTime>(
+            container.GetLead() - av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
     else if (container.GetOrigin() == Container::Origin::Presentation)
         shift = -earliest;
     WriteHeader();
@@ -334,10 +335,28 @@ void MuxerFF::WriteOut(PacketPtr packet)
     const int64_t ticks = av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
+    if (container.CountsPackets())
+        FillStart(*packet);
     // A subtitle that begins before everything else.
     if (container.GetOrigin() == Container::Origin::Presentation)
         packet->pts = std::max<int64_t>(packet->pts, 0);
     Check(std::min(av_write_frame(context.get(), packet.get()), 0));
+}
+
+/// libavformat fills the gaps between pictures, but not the one before the first.
+void MuxerFF::FillStart(const AVPacket& first)
+{
+    Track& track = tracks[static_cast<size_t>(first.stream_index)];
+    const bool fill = !track.written && track.source.type == MediaType::Video && first.dts > 0;
+    track.written = true;
+    if (!fill)
+        return;
+    const PacketPtr empty(av_packet_alloc());
+    if (!empty)
+        throw std::bad_alloc();
+    empty->stream_index = first.stream_index;
+    empty->pts = empty->dts = 0;
+    Check(std::min(av_write_frame(context.get(), empty.get()), 0));
 }
 
 void MuxerFF::Finish()

@@ -49,6 +49,7 @@ private:
         bool sparse;
         avTime delay = 0; // added to its times, on top of the common shift
         bool ended = false;
+        bool written = false;  // a packet has been handed to the container
         long long damaged = 0; // packets that could not be framed, and were left out
     };
 
@@ -65,6 +66,7 @@ private:
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
+    void FillStart(const AVPacket& first);
     void Check(int result) const;
 
     const std::string path;
