@@ -95,7 +95,9 @@ bool MuxerFF::CanCarry(const TrackInfo& track) const
 {
     if (!track.parameters || !container.KnowsCodec(track.parameters->codec_id))
         return false;
-    return TryHeader(MakeTrack(track, nullptr, false));
+    ContextPtr trial = MakeContext();
+    AddStream(*trial, MakeTrack(track, nullptr, false));
+    return !TryHeader(std::move(trial)).empty();
 }
 
 int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse)
@@ -175,27 +177,32 @@ void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
     std::memcpy(matrix, source.displayMatrix.data(), size);
 }
 
-bool MuxerFF::TryHeader(const Track& candidate) const
+std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
 {
-    const ContextPtr trial = MakeContext();
-    AddStream(*trial, candidate);
     if (avio_open_dyn_buf(&trial->pb) < 0)
         throw std::bad_alloc();
     AVDictionary* options = container.MakeOptions();
-    const bool taken = avformat_write_header(trial.get(), &options) >= 0;
+    std::vector<AVRational> timeBases;
+    if (avformat_write_header(trial.get(), &options) >= 0)
+        for (unsigned i = 0; i < trial->nb_streams; ++i)
+            timeBases.push_back(trial->streams[i]->time_base);
     av_dict_free(&options);
     // Freeing the muxer may still write, so the buffer goes last.
     AVIOContext* buffer = trial->pb;
-    const_cast<ContextPtr&>(trial).reset();
+    trial.reset();
     uint8_t* bytes = nullptr;
     avio_close_dyn_buf(buffer, &bytes);
     av_free(bytes);
-    return taken;
+    return timeBases;
 }
 
 void MuxerFF::Open()
 {
+    // Some muxers choose their ticks as late as with the header, which waits for the first packets.
+    const std::vector<AVRational> timeBases = TryHeader(MakeContext());
     context = MakeContext();
+    for (size_t i = 0; i < timeBases.size(); ++i)
+        context->streams[i]->time_base = timeBases[i];
     file = std::make_unique<OutputFile>(path);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;

@@ -56,8 +56,8 @@ private:
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
     ContextPtr MakeContext() const;
     void AddStream(AVFormatContext& target, const Track& track) const;
-    /// Whether libavformat takes a header with the tracks so far and one more.
-    bool TryHeader(const Track& candidate) const;
+    /// The ticks that libavformat's muxer chose for each track; empty when it does not take the header.
+    std::vector<AVRational> TryHeader(ContextPtr trial) const;
 
     PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
     void Settle(int track);
