@@ -148,6 +148,11 @@ std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
             range.start = SnapToPicture(*video->source, range.start, snap_tolerance);
         if (range.end < GetInfo().duration)
             range.end = SnapToPicture(*video->source, range.end, snap_tolerance);
+        // a group of which only the sound of its last picture is kept has no picture to begin with, and the pictures
+        // that open the next group would lean on nothing
+        if (range.start > 0)
+            if (const avTime seam = SkipToSeam(*video->source, range.start); seam < range.end)
+                range.start = seam;
     }
     return list;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 namespace Tessor::Cli
 {
@@ -92,6 +93,24 @@ avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
                       return seam == NoTime;
                   });
     return seam;
+}
+
+avTime SkipToSeam(Proc::IStreamRaw& stream, avTime time)
+{
+    avTime first = NoTime;
+    std::set<avTime> seams;
+    ForEachPacket(stream, time,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      const avTime pts = packet.GetPTS();
+                      if (packet.IsKeyFrame())
+                          seams.insert(packet.GetPosition());
+                      if (pts != NoTime && pts >= time && (first == NoTime || pts < first))
+                          first = pts;
+                      // nothing behind can be shown earlier
+                      return first == NoTime || packet.GetDTS() == NoTime || packet.GetDTS() <= first;
+                  });
+    return seams.count(first) ? first : time;
 }
 
 avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance)

@@ -34,6 +34,9 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 /// The first seam between two groups at or behind the time, NoTime when none follows. Moves the stream.
 avTime FindSeam(Proc::IStreamRaw& stream, avTime time);
 
+/// The seam behind a time when no picture is shown between the two, otherwise the time itself. Moves the stream.
+avTime SkipToSeam(Proc::IStreamRaw& stream, avTime time);
+
 /// The time of the picture that lies in front of a time by no more than the tolerance; otherwise the time itself. Moves
 /// the stream.
 avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance);
