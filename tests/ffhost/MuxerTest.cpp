@@ -181,4 +181,34 @@ TEST(MuxerTest, FillsTheGapBeforeTheFirstPicture)
         EXPECT_NEAR(copy.packets[i]->GetPTS(), video.packets[i + dropped]->GetPTS(), 1) << "packet " << i;
 }
 
+// Sound with a gap: what follows must not be taken to abut.
+TEST(MuxerTest, SoundBehindAGapKeepsItsTimeInATransportStream)
+{
+    const std::string clip = FindClip("mpeg2-mp2.m2ts");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    RawFile::Track sound = ReadRawFile(clip).tracks.at(1);
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "gap.ts");
+    muxer->AddTrack(sound.info, nullptr, false);
+    muxer->Open();
+    const avTime gap = 15000;
+    for (size_t i = 0; i < sound.packets.size(); ++i)
+    {
+        if (i > sound.packets.size() / 2)
+        {
+            sound.packets[i]->SetPTS(sound.packets[i]->GetPTS() + gap);
+            sound.packets[i]->SetDTS(sound.packets[i]->GetPTS());
+        }
+        muxer->Write(0, sound.packets[i]);
+    }
+    muxer->Finish();
+
+    const RawFile::Track copy = ReadRawFile(folder / "gap.ts").tracks.at(0);
+    ASSERT_EQ(copy.packets.size(), sound.packets.size());
+    const avTime shift = copy.packets[0]->GetPTS() - sound.packets[0]->GetPTS();
+    for (size_t i = 0; i < copy.packets.size(); ++i)
+        EXPECT_NEAR(copy.packets[i]->GetPTS() - sound.packets[i]->GetPTS(), shift, 50) << "packet " << i;
+}
+
 } // namespace Tessor::Host::Tests
