@@ -53,6 +53,10 @@ const std::set<AVCodecID> PROGRAM_CODECS = {
     AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE,
 };
 
+/// How long before its decoding a program stream's first packet arrives: libavformat's preload. Its clock starts so
+/// much below the first decoding time, and has no values below zero.
+constexpr avTime PROGRAM_PRELOAD = 500000;
+
 /// Ticks finer than packets' own microseconds are of no use.
 constexpr int FINEST = 1000000;
 
@@ -89,6 +93,9 @@ AVDictionary* Container::MakeOptions() const
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
         av_dict_set_int(&options, "max_delay", 700000, 0);
+    // Sound packets that share a PES packet share its time: one behind a seam would be taken to abut.
+    if (Is({"mpegts"}))
+        av_dict_set(&options, "pes_payload_size", "0", 0);
     av_dict_set(&options, "fflags", "+bitexact", 0);
     // The muxer has its own shift.
     av_dict_set(&options, "avoid_negative_ts", "disabled", 0);
@@ -97,9 +104,20 @@ AVDictionary* Container::MakeOptions() const
 
 Container::Origin Container::GetOrigin() const
 {
-    if (IsMov())
+    // In Ogg the first packets of a sound that ends a page at a later time lie below zero.
+    if (IsMov() || Is({"ogg", "ogv", "oga", "spx"}))
         return Origin::Free;
     return IsMatroska() ? Origin::Presentation : Origin::Decoding;
+}
+
+avTime Container::GetLead() const
+{
+    return Is({"mpeg", "vob", "svcd", "dvd"}) ? PROGRAM_PRELOAD : 0;
+}
+
+bool Container::CountsPackets() const
+{
+    return Is({"avi"});
 }
 
 bool Container::WantsAnnexB() const

@@ -30,6 +30,10 @@ public:
     /// Private and generic options of the muxer; the caller frees them.
     AVDictionary* MakeOptions() const;
     Origin GetOrigin() const;
+    /// How far above zero the first decoding time must lie.
+    avTime GetLead() const;
+    /// Packets are counted, not timed: a gap has to be filled with empty ones.
+    bool CountsPackets() const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.
     bool WantsAnnexB() const;
     /// Whether the container names the codec in a way that readers understand.

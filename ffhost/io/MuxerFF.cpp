@@ -95,7 +95,9 @@ bool MuxerFF::CanCarry(const TrackInfo& track) const
 {
     if (!track.parameters || !container.KnowsCodec(track.parameters->codec_id))
         return false;
-    return TryHeader(MakeTrack(track, nullptr, false));
+    ContextPtr trial = MakeContext();
+    AddStream(*trial, MakeTrack(track, nullptr, false));
+    return !TryHeader(std::move(trial)).empty();
 }
 
 int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse)
@@ -175,27 +177,32 @@ void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
     std::memcpy(matrix, source.displayMatrix.data(), size);
 }
 
-bool MuxerFF::TryHeader(const Track& candidate) const
+std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
 {
-    const ContextPtr trial = MakeContext();
-    AddStream(*trial, candidate);
     if (avio_open_dyn_buf(&trial->pb) < 0)
         throw std::bad_alloc();
     AVDictionary* options = container.MakeOptions();
-    const bool taken = avformat_write_header(trial.get(), &options) >= 0;
+    std::vector<AVRational> timeBases;
+    if (avformat_write_header(trial.get(), &options) >= 0)
+        for (unsigned i = 0; i < trial->nb_streams; ++i)
+            timeBases.push_back(trial->streams[i]->time_base);
     av_dict_free(&options);
     // Freeing the muxer may still write, so the buffer goes last.
     AVIOContext* buffer = trial->pb;
-    const_cast<ContextPtr&>(trial).reset();
+    trial.reset();
     uint8_t* bytes = nullptr;
     avio_close_dyn_buf(buffer, &bytes);
     av_free(bytes);
-    return taken;
+    return timeBases;
 }
 
 void MuxerFF::Open()
 {
+    // Some muxers choose their ticks as late as with the header, which waits for the first packets.
+    const std::vector<AVRational> timeBases = TryHeader(MakeContext());
     context = MakeContext();
+    for (size_t i = 0; i < timeBases.size(); ++i)
+        context->streams[i]->time_base = timeBases[i];
     file = std::make_unique<OutputFile>(path);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
@@ -306,7 +313,8 @@ void MuxerFF::Drain()
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)
-        shift = std::max<avTime>(-av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
+        shift = std::max<avTime>(
+            container.GetLead() - av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
     else if (container.GetOrigin() == Container::Origin::Presentation)
         shift = -earliest;
     WriteHeader();
@@ -346,10 +354,28 @@ void MuxerFF::WriteOut(PacketPtr packet)
     const int64_t ticks = av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
+    if (container.CountsPackets())
+        FillStart(*packet);
     // A subtitle that begins before everything else.
     if (container.GetOrigin() == Container::Origin::Presentation)
         packet->pts = std::max<int64_t>(packet->pts, 0);
     Check(std::min(av_write_frame(context.get(), packet.get()), 0));
+}
+
+/// libavformat fills the gaps between pictures, but not the one before the first.
+void MuxerFF::FillStart(const AVPacket& first)
+{
+    Track& track = tracks[static_cast<size_t>(first.stream_index)];
+    const bool fill = !track.written && track.source.type == MediaType::Video && first.dts > 0;
+    track.written = true;
+    if (!fill)
+        return;
+    const PacketPtr empty(av_packet_alloc());
+    if (!empty)
+        throw std::bad_alloc();
+    empty->stream_index = first.stream_index;
+    empty->pts = empty->dts = 0;
+    Check(std::min(av_write_frame(context.get(), empty.get()), 0));
 }
 
 void MuxerFF::Finish()

@@ -49,14 +49,15 @@ private:
         bool sparse;
         avTime delay = 0; // added to its times, on top of the common shift
         bool ended = false;
+        bool written = false;  // a packet has been handed to the container
         long long damaged = 0; // packets that could not be framed, and were left out
     };
 
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
     ContextPtr MakeContext() const;
     void AddStream(AVFormatContext& target, const Track& track) const;
-    /// Whether libavformat takes a header with the tracks so far and one more.
-    bool TryHeader(const Track& candidate) const;
+    /// The ticks that libavformat's muxer chose for each track; empty when it does not take the header.
+    std::vector<AVRational> TryHeader(ContextPtr trial) const;
     int GetVideoTimescale() const;
 
     PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
@@ -66,6 +67,7 @@ private:
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
+    void FillStart(const AVPacket& first);
     void Check(int result) const;
 
     const std::string path;

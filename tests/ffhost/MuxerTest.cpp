@@ -140,6 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
         CopyCase{"hevc-hvc1-main10-hdr10-aac.mp4", "mkv", "hevc aac", 1001},
         CopyCase{"hevc-annexb-aac.ts", "ts", "hevc aac", 50, false}, CopyCase{"h263-amr.3gp", "3gp", "h263 amr_nb", 1},
         CopyCase{"mpeg4sp-85s-aac.mov", "mp4", "mpeg4 aac", 1}, CopyCase{"mpeg4sp-mp3.avi", "avi", "mpeg4 mp3", 42000},
+        CopyCase{"mpeg1-es-nasa.mpg", "mpg", "mpeg1video", 0},
         CopyCase{"mpeg2-576i-ac3-synth.vob", "vob", "mpeg2video ac3", 0},
         CopyCase{"mpeg2-576i-ac3-synth.vob", "ts", "mpeg2video ac3", 0},
         CopyCase{"mpeg2-mp2.m2ts", "m2ts", "mpeg2video mp2", 50},
@@ -157,5 +158,57 @@ INSTANTIATE_TEST_SUITE_P(
             name.begin(), name.end(), [](unsigned char ch) { return !std::isalnum(ch); }, '_');
         return name;
     });
+
+// A container that counts its packets: the pictures in front of the first one that is left must be counted too.
+TEST(MuxerTest, FillsTheGapBeforeTheFirstPicture)
+{
+    const std::string clip = FindClip("mpeg4sp-mp3.avi");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    const RawFile::Track video = ReadRawFile(clip).tracks.at(0);
+    const size_t dropped = 10;
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "gap.avi");
+    muxer->AddTrack(video.info, nullptr, false);
+    muxer->Open();
+    for (size_t i = dropped; i < video.packets.size(); ++i)
+        muxer->Write(0, video.packets[i]);
+    muxer->Finish();
+
+    const RawFile::Track copy = ReadRawFile(folder / "gap.avi").tracks.at(0);
+    ASSERT_EQ(copy.packets.size(), video.packets.size() - dropped);
+    for (size_t i = 0; i < copy.packets.size(); ++i)
+        EXPECT_NEAR(copy.packets[i]->GetPTS(), video.packets[i + dropped]->GetPTS(), 1) << "packet " << i;
+}
+
+// Sound with a gap: what follows must not be taken to abut.
+TEST(MuxerTest, SoundBehindAGapKeepsItsTimeInATransportStream)
+{
+    const std::string clip = FindClip("mpeg2-mp2.m2ts");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    RawFile::Track sound = ReadRawFile(clip).tracks.at(1);
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "gap.ts");
+    muxer->AddTrack(sound.info, nullptr, false);
+    muxer->Open();
+    const avTime gap = 15000;
+    for (size_t i = 0; i < sound.packets.size(); ++i)
+    {
+        if (i > sound.packets.size() / 2)
+        {
+            sound.packets[i]->SetPTS(sound.packets[i]->GetPTS() + gap);
+            sound.packets[i]->SetDTS(sound.packets[i]->GetPTS());
+        }
+        muxer->Write(0, sound.packets[i]);
+    }
+    muxer->Finish();
+
+    const RawFile::Track copy = ReadRawFile(folder / "gap.ts").tracks.at(0);
+    ASSERT_EQ(copy.packets.size(), sound.packets.size());
+    const avTime shift = copy.packets[0]->GetPTS() - sound.packets[0]->GetPTS();
+    for (size_t i = 0; i < copy.packets.size(); ++i)
+        EXPECT_NEAR(copy.packets[i]->GetPTS() - sound.packets[i]->GetPTS(), shift, 50) << "packet " << i;
+}
 
 } // namespace Tessor::Host::Tests
