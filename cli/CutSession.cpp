@@ -19,6 +19,9 @@ namespace
 /// are exact to the microsecond.
 constexpr avTime snap_tolerance = 100;
 
+/// Longer than this a piece is not left without a picture at its start.
+constexpr avTime longest_bare_start = 100000;
+
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
 {
     Proc::SettingsFilterCutController settings;
@@ -145,11 +148,25 @@ std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
     for (Range& range : list)
     {
         if (range.start > 0)
-            range.start = SnapToPicture(*video->source, range.start, snap_tolerance);
-        if (range.end < GetInfo().duration)
-            range.end = SnapToPicture(*video->source, range.end, snap_tolerance);
+            range.start = SnapStart(*video->source, range);
+        if (range.end >= GetInfo().duration)
+            continue;
+        const avTime standing = FindPictures(*video->source, range.end).standing;
+        if (standing != NoTime && standing >= range.end - snap_tolerance)
+            range.end = standing;
     }
     return list;
+}
+
+avTime CutSession::SnapStart(Proc::IStreamRaw& video, const Range& range) const
+{
+    const PicturesAround around = FindPictures(video, range.start);
+    if (around.standing == NoTime)
+        return range.start;
+    const avTime next = around.next == NoTime ? GetInfo().duration : around.next;
+    // the picture that stands at the start is no part of the piece: it began before
+    const bool bare = next >= range.end - snap_tolerance || next > range.start + longest_bare_start;
+    return bare || around.standing >= range.start - snap_tolerance ? around.standing : range.start;
 }
 
 void CutSession::JoinToController()
@@ -158,6 +175,9 @@ void CutSession::JoinToController()
     {
         if (!track.source)
             continue;
+        // whether the track can be re-encoded is told by its beginning
+        track.source->RequestSeek(0, nullptr);
+        track.source->DoSeek();
         track.stream = controller->AddStream(track.source);
         const Core::Property& tree = track.stream->GetFormatCodec()->GetProperties();
         const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;
@@ -168,21 +188,30 @@ void CutSession::JoinToController()
 void CutSession::AlignToGroups()
 {
     for (CutTrack& track : tracks)
+        if (!track.cutAnywhere)
+            ranges = WidenToGroups(*track.source);
+}
+
+std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
+{
+    std::vector<Range> wide;
+    avTime nextEntry = NoTime; // of the group behind the last range
+    for (Range range : ranges)
     {
-        if (track.cutAnywhere)
-            continue;
-        for (Range& range : ranges)
-        {
-            if (range.start > 0)
-                range.start = std::min(range.start, FindEntry(*track.source, range.start));
-            if (range.end < GetInfo().duration)
-            {
-                const avTime seam = FindSeam(*track.source, range.end);
-                range.end = seam == NoTime ? GetInfo().duration : seam;
-            }
-        }
-        ranges = Merged(ranges);
+        if (range.start > 0)
+            range.start = std::min(range.start, FindEntry(stream, range.start));
+        Seam seam;
+        if (range.end < GetInfo().duration)
+            seam = FindSeam(stream, range.end);
+        range.end = seam.position == NoTime ? GetInfo().duration : seam.position;
+        // between a seam and the key picture behind it there is nothing to gain
+        if (!wide.empty() && range.start <= nextEntry)
+            wide.back().end = std::max(wide.back().end, range.end);
+        else
+            wide.push_back(range);
+        nextEntry = seam.entry == NoTime ? MAX_DURATION : seam.entry;
     }
+    return wide;
 }
 
 void CutSession::Apply(const std::vector<Range>& list)

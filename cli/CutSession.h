@@ -30,7 +30,8 @@ struct CutTrack
 };
 
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
-/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost.
+/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost. A piece
+/// that would show nothing at its start, since the picture before stands for long, begins where that picture does.
 class CutSession
 {
 public:
@@ -54,8 +55,10 @@ private:
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
     std::vector<Range> SnapToPictures(std::vector<Range> ranges);
+    avTime SnapStart(Proc::IStreamRaw& video, const Range& range) const;
     void JoinToController();
     void AlignToGroups();
+    std::vector<Range> WidenToGroups(Proc::IStreamRaw& stream) const;
     void Apply(const std::vector<Range>& ranges);
 
     SP<Host::Demuxer> demuxer;

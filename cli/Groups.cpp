@@ -78,35 +78,37 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
     return packet ? packet->GetPTS() : NoTime;
 }
 
-avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
+Seam FindSeam(Proc::IStreamRaw& stream, avTime time)
 {
-    avTime seam = NoTime;
+    Seam seam;
     bool entered = false;
     // the group that ends at the seam has to be read as well: a group that is entered tells its key picture only
     ForEachPacket(stream, time - 1,
                   [&](const Proc::IDataPacket& packet)
                   {
                       if (entered && packet.IsKeyFrame() && packet.GetPosition() >= time)
-                          seam = packet.GetPosition();
+                          seam = {packet.GetPosition(), packet.GetPTS()};
                       entered = true;
-                      return seam == NoTime;
+                      return seam.position == NoTime;
                   });
     return seam;
 }
 
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance)
+PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time)
 {
-    avTime snapped = time;
+    PicturesAround found;
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
                       const avTime pts = packet.GetPTS();
-                      if (pts != NoTime && pts < time && pts >= time - tolerance)
-                          snapped = pts;
-                      // behind the time in decoding order, and not for its reordering alone
-                      return packet.GetDTS() == NoTime || packet.GetDTS() <= time;
+                      if (pts != NoTime && pts <= time)
+                          found.standing = std::max(found.standing, pts);
+                      else if (pts != NoTime)
+                          found.next = found.next == NoTime ? pts : std::min(found.next, pts);
+                      // nothing is shown before it is decoded
+                      return found.next == NoTime || packet.GetDTS() == NoTime || packet.GetDTS() < found.next;
                   });
-    return snapped;
+    return found;
 }
 
 } // namespace Tessor::Cli

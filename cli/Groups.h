@@ -31,11 +31,24 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream);
 /// stream.
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 
-/// The first seam between two groups at or behind the time, NoTime when none follows. Moves the stream.
-avTime FindSeam(Proc::IStreamRaw& stream, avTime time);
+/// Where one group ends and the next one begins.
+struct Seam
+{
+    avTime position = NoTime; ///< what the next one shows begins here; NoTime: there is none
+    avTime entry = NoTime;    ///< presentation time of its key picture
+};
 
-/// The time of the picture that lies in front of a time by no more than the tolerance; otherwise the time itself. Moves
-/// the stream.
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, avTime tolerance);
+/// The first seam at or behind the time. Moves the stream.
+Seam FindSeam(Proc::IStreamRaw& stream, avTime time);
+
+/// The pictures around a time, NoTime where there is none.
+struct PicturesAround
+{
+    avTime standing = NoTime; ///< where the one begins that is shown at the time
+    avTime next = NoTime;     ///< and the first one behind it
+};
+
+/// Moves the stream.
+PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time);
 
 } // namespace Tessor::Cli

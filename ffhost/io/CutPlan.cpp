@@ -32,4 +32,11 @@ bool CutPlan::IsKeptStart(avTime time) const
     return std::any_of(stretches.begin(), stretches.end(), [=](const Stretch& s) { return s.end == time; });
 }
 
+bool CutPlan::IsPartlyKept(avTime start, avTime end) const
+{
+    return std::any_of(stretches.begin(), stretches.end(),
+                       [=](const Stretch& s)
+                       { return s.start < end && s.end > start && !(s.start <= start && s.end >= end); });
+}
+
 } // namespace Tessor::Host
