@@ -171,6 +171,7 @@ bool GroupStaging::ProcessKey()
     const Packet key = staged.front();
     droppedBefore = video && start == Start::Entry ? key->GetPTS() : NoTime;
     SetKeyPosition(*key);
+    key->SetEntered(video && start == Start::Entry);
     staged.pop_front();
     Deliver(key);
     start = Start::Sequence;
