@@ -175,9 +175,13 @@ void CutSession::JoinToController()
     {
         if (!track.source)
             continue;
-        // whether the track can be re-encoded is told by its beginning
-        track.source->RequestSeek(0, nullptr);
-        track.source->DoSeek();
+        // Whether a video track can be re-encoded is told by its beginning. Others are not read here, and a seek that
+        // waits for that would hold back the next one of the video.
+        if (track.source->GetMediaType() == MediaType::Video)
+        {
+            track.source->RequestSeek(0, nullptr);
+            track.source->DoSeek();
+        }
         track.stream = controller->AddStream(track.source);
         const Core::Property& tree = track.stream->GetFormatCodec()->GetProperties();
         const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <bit>
 #include <glog/logging.h>
+#include <utility>
 
 namespace Tessor::Host
 {
@@ -132,11 +133,15 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
             return packet;
         const Bytes head = RemoveEmulationByte(slice->first, std::min(slice->second, MAX_HEADER_BYTES));
         const Slice read = Parse(head, *slice->first);
-        known = known || read.idr;
+        const auto* own = dynamic_cast<const DataPacketFF*>(packet.get());
+        const bool enters = !read.idr && own && own->IsEntered();
+        const bool first = !std::exchange(started, true);
+        known = known || read.idr || (first && enters);
         if (!known)
             return packet;
-        const auto* own = dynamic_cast<const DataPacketFF*>(packet.get());
-        if (!read.idr && own && own->IsEntered())
+        if (enters && first)
+            Begin(read);
+        else if (enters)
             Enter(read);
         Slice wanted = read;
         Follow(wanted);
@@ -248,6 +253,13 @@ void H264EntryRepair::ParseMarking(H264SliceReader& reader, Slice& slice) const
             Refuse("long-term references");
         slice.unmarked.push_back(reader.Ue());
     }
+}
+
+// Decoders begin with nothing, and at frame_num 0.
+void H264EntryRepair::Begin(const Slice& slice)
+{
+    entered = true;
+    highestOrder = lastOrder = slice.orderLsb;
 }
 
 // Between the pictures of before and those that follow room is left for what decoders put into gaps.

@@ -58,6 +58,7 @@ private:
     Slice Parse(const Bytes& rbsp, uint8_t header) const;
     void SkipToMarking(H264SliceReader& reader, uint32_t type) const;
     void ParseMarking(H264SliceReader& reader, Slice& slice) const;
+    void Begin(const Slice& slice);
     void Enter(const Slice& slice);
     void Follow(Slice& slice);
     void FollowOrder(const Slice& slice);
@@ -72,12 +73,14 @@ private:
     size_t lengthSize = 0; // of the units in packets, 0: start codes
     bool supported = false;
 
-    bool known = false;                // what follows is valid: an IDR picture came, and nothing unreadable since
-    bool entered = false;              // a seam lies behind the last IDR picture
-    uint32_t lastFrameNum = 0;         // of the picture before
-    int64_t lastOrder = 0;             // picture order count of the reference picture before
-    int64_t highestOrder = 0;          // of all pictures so far
-    uint32_t shift = 0;                // added to picture order counts since the last seam
+    bool started = false;      // a picture came
+    bool known = false;        // what follows is valid: an IDR picture came, or an entered one at the very start, and
+                               // nothing unreadable since
+    bool entered = false;      // a seam lies behind the last IDR picture
+    uint32_t lastFrameNum = 0; // of the picture before
+    int64_t lastOrder = 0;     // picture order count of the reference picture before
+    int64_t highestOrder = 0;  // of all pictures so far
+    uint32_t shift = 0;        // added to picture order counts since the last seam
     std::vector<Reference> references; // short-term ones as a decoder holds them, the oldest first
 };
 

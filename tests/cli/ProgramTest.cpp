@@ -125,6 +125,7 @@ TEST_F(Program, OpenGroupsAreCutAtKeyFrames)
     fs::create_symlink(clip, folder / "in.mp4");
     const std::pair<const char*, const char*> rows[] = {
         {"1.96-9.96", "[[0.0, 9.96]]"},
+        {"6.1-12", "[[6.0, 12.0]]"},
         {"0-1.96,3.96-12", "[[0.0, 12.0]]"}, // what a seam parts from its key picture is not worth a cut
         // seams where picture order counts step back and references are gone
         {"4.5-5,8.1-9", "[[4.0, 5.96], [8.0, 9.96]]"},
