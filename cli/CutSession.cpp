@@ -1,6 +1,5 @@
 #include "cli/CutSession.h"
 
-#include "cli/Groups.h"
 #include "cli/UserError.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "media/IFormatCodecVideo.h"
@@ -19,25 +18,21 @@ namespace
 /// are exact to the microsecond.
 constexpr avTime snap_tolerance = 100;
 
-/// The longest way to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
+/// The longest way forward to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
 constexpr avTime longest_snap = 100000;
 
 /// Ticks of a millisecond round; those that are much coarser count frames.
 constexpr avTime coarsest_rounding = 2000;
 
-/// Frames that are no whole number of ticks have rounded times.
-bool AreTimesRounded(const Host::TrackInfo& track)
+/// How much too late the container's ticks may tell a picture's time: frames that are no whole number of ticks have
+/// rounded times.
+avTime GetRounding(const Host::TrackInfo& track)
 {
     const int64_t period = static_cast<int64_t>(track.frameRateDen) * track.timeBaseDen;
     const int64_t tick = static_cast<int64_t>(track.frameRateNum) * track.timeBaseNum;
-    return tick <= 0 || period % tick != 0;
-}
-
-SnapLimits MakeSnapLimits(const Host::TrackInfo& track)
-{
-    const avTime tick = track.timeBaseDen > 0 ? 1000000LL * track.timeBaseNum / track.timeBaseDen : 0;
-    const avTime rounding = AreTimesRounded(track) ? std::min(tick, coarsest_rounding) : 0;
-    return {std::max(snap_tolerance, rounding / 2), longest_snap, rounding};
+    if (tick <= 0 || period % tick == 0 || track.timeBaseDen <= 0)
+        return 0;
+    return std::min(1000000LL * track.timeBaseNum / track.timeBaseDen, static_cast<long long>(coarsest_rounding));
 }
 
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
@@ -73,8 +68,6 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
     SelectTracks();
     requested = ReadRequest(request);
     ranges = Merged(SnapToPictures(requested));
-    if (ranges.empty())
-        throw UserError(ExitCode::Failed, "no picture of " + GetInfo().path + " begins in what is to be kept");
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
@@ -162,20 +155,51 @@ std::vector<Range> CutSession::ReadRequest(const CutRequest& request)
 
 std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
 {
-    CutTrack* video = GetVideo();
-    if (!video)
+    if (!GetVideo())
         return list;
-    const SnapLimits limits = MakeSnapLimits(GetInfo().tracks[video->index]);
     for (Range& range : list)
     {
         if (range.start > 0)
-            range.start = SnapToPicture(*video->source, range.start, limits);
+            range.start = SnapStart(range);
         if (range.end < GetInfo().duration)
-            range.end = std::min(SnapToPicture(*video->source, range.end, limits), GetInfo().duration);
+            range.end = SnapEnd(range.end);
     }
-    // a piece that no picture begins in
-    std::erase_if(list, [](const Range& range) { return range.start >= range.end; });
     return list;
+}
+
+avTime CutSession::SnapStart(const Range& range)
+{
+    const PicturesAround around = FindPictures(*GetVideo()->source, range.start);
+    const avTime standing = around.standing.start, next = around.next.start;
+    // in front of the first picture and behind the last one there is nothing to cut through
+    if (standing == NoTime || (next == NoTime && around.end <= range.start))
+        return range.start;
+    if (standing >= range.start - snap_tolerance)
+        return BoundAt(around.standing);
+    // the picture that stands at the start began before the piece; where it stands for long the piece begins with it
+    const bool near = next != NoTime && next <= range.start + longest_snap && next < range.end - snap_tolerance;
+    return BoundAt(near ? around.next : around.standing);
+}
+
+avTime CutSession::SnapEnd(avTime end)
+{
+    const PicturesAround around = FindPictures(*GetVideo()->source, end);
+    if (around.standing.start != NoTime && around.standing.start >= end - snap_tolerance)
+        return BoundAt(around.standing);
+    if (around.standing.start == NoTime)
+        return end;
+    if (around.next.start != NoTime)
+        return around.next.start <= end + longest_snap ? BoundAt(around.next) : end;
+    // the last picture is kept to its end
+    const bool within = around.end > end && around.end <= end + longest_snap;
+    return within ? std::min(around.end, GetInfo().duration) : end;
+}
+
+/// Times that ticks have rounded are moved in front of all that they may stand for, but for key pictures, whose groups
+/// are kept as they are.
+avTime CutSession::BoundAt(const Picture& picture)
+{
+    return picture.key ? picture.start : picture.start - GetRounding(GetInfo().tracks[GetVideo()->index]);
 }
 
 void CutSession::JoinToController()
@@ -184,6 +208,13 @@ void CutSession::JoinToController()
     {
         if (!track.source)
             continue;
+        // Whether a video track can be re-encoded is told by its beginning. Others are not read here, and a seek that
+        // waits for that would hold back the next one of the video.
+        if (track.source->GetMediaType() == MediaType::Video)
+        {
+            track.source->RequestSeek(0, nullptr);
+            track.source->DoSeek();
+        }
         track.stream = controller->AddStream(track.source);
         const Core::Property& tree = track.stream->GetFormatCodec()->GetProperties();
         const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;
@@ -194,21 +225,30 @@ void CutSession::JoinToController()
 void CutSession::AlignToGroups()
 {
     for (CutTrack& track : tracks)
+        if (!track.cutAnywhere)
+            ranges = WidenToGroups(*track.source);
+}
+
+std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
+{
+    std::vector<Range> wide;
+    avTime nextEntry = NoTime; // of the group behind the last range
+    for (Range range : ranges)
     {
-        if (track.cutAnywhere)
-            continue;
-        for (Range& range : ranges)
-        {
-            if (range.start > 0)
-                range.start = std::min(range.start, FindEntry(*track.source, range.start));
-            if (range.end < GetInfo().duration)
-            {
-                const avTime seam = FindSeam(*track.source, range.end);
-                range.end = seam == NoTime ? GetInfo().duration : seam;
-            }
-        }
-        ranges = Merged(ranges);
+        if (range.start > 0)
+            range.start = std::min(range.start, FindEntry(stream, range.start));
+        Seam seam;
+        if (range.end < GetInfo().duration)
+            seam = FindSeam(stream, range.end);
+        range.end = seam.position == NoTime ? GetInfo().duration : seam.position;
+        // between a seam and the key picture behind it there is nothing to gain
+        if (!wide.empty() && range.start <= nextEntry)
+            wide.back().end = std::max(wide.back().end, range.end);
+        else
+            wide.push_back(range);
+        nextEntry = seam.entry == NoTime ? MAX_DURATION : seam.entry;
     }
+    return wide;
 }
 
 void CutSession::Apply(const std::vector<Range>& list)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Proc/Filters/Filters/FilterCutController.h"
+#include "cli/Groups.h"
 #include "cli/Times.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Demuxer.h"
@@ -30,7 +31,8 @@ struct CutTrack
 };
 
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
-/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost.
+/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost. A piece
+/// that would show nothing at its start, since the picture before stands for long, begins where that picture does.
 class CutSession
 {
 public:
@@ -54,8 +56,12 @@ private:
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
     std::vector<Range> SnapToPictures(std::vector<Range> ranges);
+    avTime SnapStart(const Range& range);
+    avTime SnapEnd(avTime end);
+    avTime BoundAt(const Picture& picture);
     void JoinToController();
     void AlignToGroups();
+    std::vector<Range> WidenToGroups(Proc::IStreamRaw& stream) const;
     void Apply(const std::vector<Range>& ranges);
 
     SP<Host::Demuxer> demuxer;

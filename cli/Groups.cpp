@@ -78,48 +78,39 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
     return packet ? packet->GetPTS() : NoTime;
 }
 
-avTime FindSeam(Proc::IStreamRaw& stream, avTime time)
+Seam FindSeam(Proc::IStreamRaw& stream, avTime time)
 {
-    avTime seam = NoTime;
+    Seam seam;
     bool entered = false;
     // the group that ends at the seam has to be read as well: a group that is entered tells its key picture only
     ForEachPacket(stream, time - 1,
                   [&](const Proc::IDataPacket& packet)
                   {
                       if (entered && packet.IsKeyFrame() && packet.GetPosition() >= time)
-                          seam = packet.GetPosition();
+                          seam = {packet.GetPosition(), packet.GetPTS()};
                       entered = true;
-                      return seam == NoTime;
+                      return seam.position == NoTime;
                   });
     return seam;
 }
 
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, const SnapLimits& limits)
+PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time)
 {
-    avTime snapped = NoTime, end = NoTime;
-    bool key = false, within = false;
+    PicturesAround found;
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
-                      const avTime pts = packet.GetPTS();
-                      end = std::max(end, AddTime(pts, packet.GetDuration()));
-                      within |= pts != NoTime && pts < time;
-                      if (pts != NoTime && pts >= time - limits.tolerance && (snapped == NoTime || pts < snapped))
-                      {
-                          snapped = pts;
-                          key = packet.IsKeyFrame();
-                      }
-                      // no picture is decoded behind the time that it is shown at
-                      return packet.GetDTS() == NoTime || packet.GetDTS() <= (snapped == NoTime ? end : snapped);
+                      const Picture picture{packet.GetPTS(), packet.IsKeyFrame()};
+                      if (picture.start != NoTime && picture.start <= time && picture.start > found.standing.start)
+                          found.standing = picture;
+                      if (picture.start > time && (found.next.start == NoTime || picture.start < found.next.start))
+                          found.next = picture;
+                      found.end = std::max(found.end, AddTime(picture.start, packet.GetDuration()));
+                      // nothing is shown before it is decoded
+                      return found.next.start == NoTime || packet.GetDTS() == NoTime ||
+                             packet.GetDTS() < found.next.start;
                   });
-    // in front of the first picture there is nothing to cut through
-    if (!within)
-        return time;
-    if (snapped == NoTime && end > time)
-        snapped = end;
-    if (snapped == NoTime || snapped - time > limits.longest)
-        return time;
-    return key ? snapped : snapped - limits.rounding;
+    return found;
 }
 
 } // namespace Tessor::Cli

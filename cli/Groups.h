@@ -31,21 +31,32 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream);
 /// stream.
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 
-/// The first seam between two groups at or behind the time, NoTime when none follows. Moves the stream.
-avTime FindSeam(Proc::IStreamRaw& stream, avTime time);
-
-/// How a time is moved to a picture, all in microseconds.
-struct SnapLimits
+/// Where one group ends and the next one begins.
+struct Seam
 {
-    avTime tolerance = 0; ///< a picture this little in front of the time is meant by it
-    avTime longest = 0;   ///< a time is moved forward by no more
-    avTime rounding = 0;  ///< how much too late the container's ticks may tell a picture's time
+    avTime position = NoTime; ///< what the next one shows begins here; NoTime: there is none
+    avTime entry = NoTime;    ///< presentation time of its key picture
 };
 
-/// The start of the first picture at or behind a time, or the end of the last one; the time itself where that is too
-/// far away. Behind it all pictures are whole, so that those of two pieces abut as evenly as they did in the source.
-/// Times that ticks have rounded are moved in front of all that they may stand for, but for key pictures, whose groups
-/// are kept as they are. Moves the stream.
-avTime SnapToPicture(Proc::IStreamRaw& stream, avTime time, const SnapLimits& limits);
+/// The first seam at or behind the time. Moves the stream.
+Seam FindSeam(Proc::IStreamRaw& stream, avTime time);
+
+/// A picture of a video track.
+struct Picture
+{
+    avTime start = NoTime; ///< NoTime: there is none
+    bool key = false;
+};
+
+/// The pictures around a time.
+struct PicturesAround
+{
+    Picture standing;    ///< the last one that begins at or before the time
+    Picture next;        ///< the first one behind it
+    avTime end = NoTime; ///< of all that is shown up to the next one
+};
+
+/// Moves the stream.
+PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time);
 
 } // namespace Tessor::Cli

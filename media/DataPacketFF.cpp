@@ -121,6 +121,7 @@ SP<IDataPacket> DataPacketFF::Clone() const
     SP<DataPacketFF> clone(new DataPacketFF(copy, type));
     clone->position = position;
     clone->leadIn = leadIn;
+    clone->entered = entered;
     return clone;
 }
 

@@ -53,12 +53,18 @@ public:
     const LeadIn& GetLeadIn() const { return leadIn; }
     void SetLeadIn(LeadIn packets) { leadIn = std::move(packets); }
 
+    /// Of a key packet: what comes before it in the file was left out, and with it what its group leans on. Clones keep
+    /// it.
+    bool IsEntered() const { return entered; }
+    void SetEntered(bool enter) { entered = enter; }
+
 private:
     DataPacketFF(AVPacket* packet, MediaType type);
 
     AVPacket* const packet;
     const MediaType type;
     avTime position = NoTime; // known when the order in the stream is not that of PTS or DTS
+    bool entered = false;     // set by a source where reading goes on behind a gap
     LeadIn leadIn;            // set by a source on the key packet of an open group
 };
 

@@ -38,7 +38,10 @@ SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsF
                                                          source.GetDTS(), source.GetDuration());
     CopyPosition(source, *packet);
     if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
+    {
         packet->SetLeadIn(from->GetLeadIn());
+        packet->SetEntered(from->IsEntered());
+    }
     return packet;
 }
 

@@ -27,4 +27,16 @@ std::optional<CutPlan::Stretch> CutPlan::FindStretch(avTime time) const
     return std::nullopt;
 }
 
+bool CutPlan::IsKeptStart(avTime time) const
+{
+    return std::any_of(stretches.begin(), stretches.end(), [=](const Stretch& s) { return s.end == time; });
+}
+
+bool CutPlan::IsPartlyKept(avTime start, avTime end) const
+{
+    return std::any_of(stretches.begin(), stretches.end(),
+                       [=](const Stretch& s)
+                       { return s.start < end && s.end > start && !(s.start <= start && s.end >= end); });
+}
+
 } // namespace Tessor::Host

@@ -21,6 +21,10 @@ public:
     };
     /// The deleted stretch that holds `time`.
     std::optional<Stretch> FindStretch(avTime time) const;
+    /// Whether deleted time ends exactly there.
+    bool IsKeptStart(avTime time) const;
+    /// Whether some of [start, end) is deleted, and some is not.
+    bool IsPartlyKept(avTime start, avTime end) const;
 
 private:
     std::vector<Stretch> stretches; // in order

@@ -66,7 +66,7 @@ void GroupStaging::Jump(std::optional<avTime> newTarget)
     groupBytes = searched = 0;
     groupTooLarge = true;
     finished = found = missed = false;
-    droppedBefore = newestDts = landedTime = NoTime;
+    droppedBefore = newestDts = landedTime = groupStart = NoTime;
     resumeAfter = deliveredTime;
     start = Start::Entry;
     target = newTarget;
@@ -166,14 +166,52 @@ bool GroupStaging::ProcessKey()
 {
     if (video && !KnowsLeading())
         return false;
+    if (video && cut && start == Start::Sequence)
+        EnterKey(*staged.front());
     const Packet key = staged.front();
     droppedBefore = video && start == Start::Entry ? key->GetPTS() : NoTime;
     SetKeyPosition(*key);
+    key->SetEntered(video && start == Start::Entry);
     staged.pop_front();
     Deliver(key);
     start = Start::Sequence;
+    groupStart = key->GetPosition();
     SkipFrom(*key);
     return !target || Land();
+}
+
+// A group in sequence is entered all the same where the cut leaves nothing for its leading pictures to lean on.
+void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
+{
+    const avTime first = FirstShown();
+    if (first >= key.GetPTS())
+        return;
+    const bool encodedBefore = groupStart != NoTime && cut->IsPartlyKept(groupStart, first);
+    if (encodedBefore)
+        CloseGroup();
+    if (encodedBefore || cut->IsKeptStart(key.GetPTS()))
+        start = Start::Entry;
+}
+
+// The leading pictures of the staged group go to the end of the group before.
+void GroupStaging::CloseGroup()
+{
+    const avTime shown = staged.front()->GetPTS();
+    size_t count = 1;
+    for (size_t i = 1; i < staged.size() && !staged[i]->IsKeyFrame(); ++i)
+        count = staged[i]->GetPTS() < shown ? i + 1 : count;
+    const avTime seam = end;
+    for (size_t i = 0; i < count; ++i)
+    {
+        const Packet packet = static_cast<Proc::DataPacketFF*>(staged[i]->Clone().get());
+        AVPacket& record = *packet->GetAVPacket();
+        record.flags &= ~AV_PKT_FLAG_KEY;
+        if (packet->GetPTS() >= shown)
+            record.flags |= AV_PKT_FLAG_DISCARD;
+        packet->SetLeadIn({});
+        packet->SetPosition(seam);
+        ready.push_back(packet);
+    }
 }
 
 // Leading pictures are decoded before the key picture's own time comes.

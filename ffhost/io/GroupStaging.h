@@ -17,6 +17,13 @@ namespace Tessor::Host
 ///     showing    K0  p  p  b  b  K1  p  p  ...
 ///     position   0         |  that of the first b when K0's group came before, else that of K1
 ///
+/// A group that a cut runs through is encoded again, and what leans on its pictures has to be so too: leading pictures
+/// behind it move into it, with what they need of their own group for decoding alone (AV_PKT_FLAG_DISCARD); the
+/// next group then starts at its key picture, like one that is entered. So does one whose key picture a kept stretch
+/// starts with.
+///
+///     decoding   K0  p  p  K1  b  b  p     out   K0  p  p (K1) b  b | K1  p
+///
 /// Packets go in fully timed; look-ahead ends where a DTS says that nothing earlier can be shown any more.
 class GroupStaging
 {
@@ -84,6 +91,8 @@ private:
     bool ProcessKey();
     bool KnowsLeading() const;
     avTime FirstShown() const;
+    void EnterKey(const Proc::DataPacketFF& key);
+    void CloseGroup();
     void SetKeyPosition(Proc::DataPacketFF& key);
     avTime StartOfOpenGroup(avTime first) const;
     void Deliver(const Packet& packet);
@@ -112,6 +121,7 @@ private:
 
     Start start = Start::OfFile;   // how the next key packet's group begins
     avTime droppedBefore = NoTime; // leading pictures are dropped that are shown before; until the next key packet
+    avTime groupStart = NoTime;    // position of the key packet delivered last
     avTime end = NoTime;           // of all that was delivered since the last entry
     avTime newestShown = NoTime;   // the latest start of a picture among that
     avTime newestDts = NoTime;

@@ -118,9 +118,11 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
     SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
+    std::optional<H264EntryRepair> entries;
     std::optional<H264Framing> framing;
     if (parameters->codec_id == AV_CODEC_ID_H264)
     {
+        entries.emplace(extradata);
         framing.emplace(extradata, container.WantsAnnexB());
         extradata = framing->GetExtradata();
     }
@@ -138,6 +140,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     const bool reorders = source.type == MediaType::Video && !source.attachedPicture;
     return Track{source,
                  parameters,
+                 entries,
                  framing,
                  DtsRepair(reorders ? LOOK_AHEAD : 0),
                  sparse || source.attachment || source.attachedPicture,
@@ -244,6 +247,8 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     }
     try
     {
+        if (track.entries)
+            framed = track.entries->Repair(framed);
         if (track.framing)
             framed = track.framing->Convert(framed);
     }

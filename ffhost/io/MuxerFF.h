@@ -2,6 +2,7 @@
 
 #include "ffhost/io/Container.h"
 #include "ffhost/io/DtsRepair.h"
+#include "ffhost/io/H264EntryRepair.h"
 #include "ffhost/io/H264Framing.h"
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/Muxer.h"
@@ -44,6 +45,7 @@ private:
     {
         TrackInfo source;
         std::shared_ptr<const AVCodecParameters> parameters; // what the container is told
+        std::optional<H264EntryRepair> entries;              // of H.264 tracks
         std::optional<H264Framing> framing;                  // of H.264 tracks
         DtsRepair repair;
         bool sparse;

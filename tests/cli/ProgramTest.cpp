@@ -101,6 +101,46 @@ TEST_F(Program, CutsAndVerifiesEveryKindOfStream)
     }
 }
 
+// Pictures that stand for seconds, and pieces that begin in the middle of one.
+TEST_F(Program, APieceIsNeverWithoutAPicture)
+{
+    const fs::path clip = fs::path(TESSOR_SOURCE_DIR) / "../shared/media/h264-vfr-screen.mp4";
+    if (!fs::exists(clip))
+        GTEST_SKIP() << "no clips";
+    fs::create_symlink(clip, folder / "in.mp4");
+    const Outcome cut = Run("cut in.mp4 out.mp4 --keep 0.96-1.098,7.3-8.7 --json --verify");
+    ASSERT_EQ(cut.status, 0) << cut.err << cut.out;
+    const nlohmann::json report = nlohmann::json::parse(cut.out);
+    EXPECT_EQ(report["intervals"], nlohmann::json::parse("[[0.0, 1.098], [7.155503, 8.7]]"));
+    EXPECT_EQ(report["verify"]["output_pictures"], 2);
+}
+
+// Open groups rule re-encoding out, wherever the request was looked up before that was asked.
+TEST_F(Program, OpenGroupsAreCutAtKeyFrames)
+{
+    const fs::path clip = fs::path(TESSOR_SOURCE_DIR) / "../shared/media/h264-opengop-bpyramid-synth.mp4";
+    if (!fs::exists(clip))
+        GTEST_SKIP() << "no clips";
+    fs::create_symlink(clip, folder / "in.mp4");
+    const std::pair<const char*, const char*> rows[] = {
+        {"1.96-9.96", "[[0.0, 9.96]]"},
+        {"6.1-12", "[[6.0, 12.0]]"},
+        {"0-1.96,3.96-12", "[[0.0, 12.0]]"}, // what a seam parts from its key picture is not worth a cut
+        // seams where picture order counts step back and references are gone
+        {"4.5-5,8.1-9", "[[4.0, 5.96], [8.0, 9.96]]"},
+        {"1.32-1.36,4.44-4.48,8.76-8.8", "[[0.0, 1.96], [4.0, 5.96], [8.0, 9.96]]"},
+        {"0-1,4.5-12", "[[0.0, 1.96], [4.0, 12.0]]"},
+    };
+    for (const auto& [keep, intervals] : rows)
+    {
+        const Outcome cut = Run(std::string("cut in.mp4 out.mp4 -y --json --verify --keep ") + keep);
+        ASSERT_EQ(cut.status, 0) << keep << cut.err << cut.out;
+        const nlohmann::json report = nlohmann::json::parse(cut.out);
+        EXPECT_EQ(report["intervals"], nlohmann::json::parse(intervals)) << keep;
+        EXPECT_EQ(report["tracks"][0]["recoded_packets"], 0) << keep;
+    }
+}
+
 TEST_F(Program, OneContainerIntoAnother)
 {
     for (const char* pair :

@@ -85,6 +85,11 @@ bool SameBytes(const Proc::IDataPacket& a, const Proc::IDataPacket& b)
     return a.GetSize() == b.GetSize() && std::equal(a.GetData(), a.GetData() + a.GetSize(), b.GetData());
 }
 
+bool IsForDecoding(const Proc::IDataPacket& packet)
+{
+    return (packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
+}
+
 std::string Text(const Packets& packets, size_t from = 0)
 {
     std::string text;
@@ -297,7 +302,11 @@ TEST_P(Clip, CutReadsWhatIsKept)
             SCOPED_TRACE("track " + std::to_string(t) + " " + T2S(start) + "-" + T2S(end) + " " + Text(got[t]));
             std::map<avTime, SP<Proc::IDataPacket>> byTime;
             for (const auto& packet : got[t])
-                ASSERT_TRUE(byTime.emplace(packet->GetPTS(), packet).second) << "twice " << T2S(packet->GetPTS());
+            {
+                const auto [place, first] = byTime.emplace(packet->GetPTS(), packet);
+                ASSERT_TRUE(first || IsForDecoding(*place->second)) << "twice " << T2S(packet->GetPTS());
+                place->second = packet;
+            }
             if (!HasFixedPackets(clip.demuxer->GetInfo().tracks[static_cast<size_t>(clip.tracks[t])]))
                 continue;
             size_t lost = 0;
@@ -344,6 +353,41 @@ TEST(Demuxer, OpenGroups)
             group = i;
         }
         EXPECT_GT(open, 0u);
+    }
+}
+
+// Key pictures at 0, 2 and 4 s, each shown behind one picture that leans on the group before.
+TEST(Demuxer, LeadingPicturesBesideACut)
+{
+    if (!fs::exists(MEDIA / "h264-opengop-bpyramid-synth.mp4"))
+        GTEST_SKIP() << "no clips";
+    Opened clip("h264-opengop-bpyramid-synth.mp4");
+    struct Row
+    {
+        avTime deletedFrom, deletedTo;
+        bool encoded, dropped; // what becomes of the leading picture of the group at 2 s
+    };
+    for (const Row& row : {Row{1000000, 1200000, true, false},   // the group before is encoded, and it with that
+                           Row{-1, 2000000, false, true},        // the group before is gone
+                           Row{1000000, 2000000, true, false},   // both: it is deleted, but the group before tells
+                           Row{5000000, 5200000, false, false}}) // far away
+    {
+        SCOPED_TRACE(T2S(row.deletedFrom));
+        Proc::SettingsFilterCutController cut;
+        cut.AddInterval(0, MAX_DURATION, NoTime, false);
+        cut.AddInterval(std::max<avTime>(row.deletedFrom, 0), row.deletedTo, NoTime, true);
+        cut.UpdateOptimizedList();
+        clip.demuxer->SetCut(cut);
+        clip.Seek(0);
+        const Packets all = clip.ReadAll()[0];
+        const auto key = std::find_if(all.begin(), all.end(),
+                                      [](const auto& p) { return p->IsKeyFrame() && p->GetPTS() == 2000000; });
+        const auto leading = std::find_if(all.begin(), all.end(), [](const auto& p) { return p->GetPTS() == 1960000; });
+        ASSERT_NE(key, all.end());
+        EXPECT_EQ((*key)->GetPosition(), row.encoded || row.dropped ? 2000000 : 1960000);
+        EXPECT_EQ(leading == all.end(), row.dropped);
+        EXPECT_EQ(leading < key, row.encoded);
+        EXPECT_EQ(std::count_if(all.begin(), key, [](const auto& p) { return IsForDecoding(*p); }), row.encoded);
     }
 }
 
