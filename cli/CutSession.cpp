@@ -32,7 +32,8 @@ avTime GetRounding(const Host::TrackInfo& track)
     const int64_t tick = static_cast<int64_t>(track.frameRateNum) * track.timeBaseNum;
     if (tick <= 0 || period % tick == 0 || track.timeBaseDen <= 0)
         return 0;
-    return std::min(1000000LL * track.timeBaseNum / track.timeBaseDen, static_cast<long long>(coarsest_rounding));
+    const avTime length = 1000000LL * track.timeBaseNum / track.timeBaseDen;
+    return length <= snap_tolerance ? 0 : std::min(length, coarsest_rounding);
 }
 
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
@@ -232,11 +233,15 @@ void CutSession::AlignToGroups()
 std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
 {
     std::vector<Range> wide;
+    const avTime firstEntry = FindEntry(stream, 0);
     avTime nextEntry = NoTime; // of the group behind the last range
     for (Range range : ranges)
     {
         if (range.start > 0)
             range.start = std::min(range.start, FindEntry(stream, range.start));
+        // with its first group the file is kept from its beginning, sound that comes before included
+        if (range.start <= firstEntry)
+            range.start = 0;
         Seam seam;
         if (range.end < GetInfo().duration)
             seam = FindSeam(stream, range.end);

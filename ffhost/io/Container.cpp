@@ -93,9 +93,6 @@ AVDictionary* Container::MakeOptions() const
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
         av_dict_set_int(&options, "max_delay", 700000, 0);
-    // Sound packets that share a PES packet share its time: one behind a seam would be taken to abut.
-    if (Is({"mpegts"}))
-        av_dict_set(&options, "pes_payload_size", "0", 0);
     av_dict_set(&options, "fflags", "+bitexact", 0);
     // The muxer has its own shift.
     av_dict_set(&options, "avoid_negative_ts", "disabled", 0);
@@ -164,6 +161,11 @@ int Container::ChooseVideoTimescale(const TrackInfo& source) const
     const bool even = first != NoTime &&
                       first == av_rescale(av_rescale(first, source.timeBaseDen, FINEST), FINEST, source.timeBaseDen);
     return frames && even && source.timeBaseDen >= SLOWEST ? source.timeBaseDen : 0;
+}
+
+bool Container::SharesTimes() const
+{
+    return Is({"mpegts"});
 }
 
 bool Container::CarriesChapters() const

@@ -45,6 +45,9 @@ public:
     /// The source's ticks a second where the container's video can count in them, otherwise 0: the muxer's own choice.
     int ChooseVideoTimescale(const TrackInfo& source) const;
 
+    /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
+    bool SharesTimes() const;
+
     bool CarriesChapters() const;
     bool CarriesRotation() const;
     bool CarriesTag(const std::string& key, bool ofTrack) const;

@@ -361,10 +361,25 @@ void MuxerFF::WriteOut(PacketPtr packet)
     packet->dts += ticks;
     if (container.CountsPackets())
         FillStart(*packet);
+    if (container.SharesTimes())
+        KeepApart(*packet);
     // A subtitle that begins before everything else.
     if (container.GetOrigin() == Container::Origin::Presentation)
         packet->pts = std::max<int64_t>(packet->pts, 0);
     Check(std::min(av_write_frame(context.get(), packet.get()), 0));
+}
+
+/// Packets that do not abut go into groups of their own: what libavformat has gathered goes out first.
+void MuxerFF::KeepApart(const AVPacket& packet)
+{
+    Track& track = tracks[static_cast<size_t>(packet.stream_index)];
+    if (track.source.type != MediaType::Audio)
+        return;
+    // rounding of two times
+    constexpr int64_t tolerance = 2;
+    if (track.end && std::abs(packet.pts - *track.end) > tolerance)
+        Check(std::min(av_write_frame(context.get(), nullptr), 0));
+    track.end = packet.pts + packet.duration;
 }
 
 /// libavformat fills the gaps between pictures, but not the one before the first.

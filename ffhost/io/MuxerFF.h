@@ -51,8 +51,9 @@ private:
         bool sparse;
         avTime delay = 0; // added to its times, on top of the common shift
         bool ended = false;
-        bool written = false;  // a packet has been handed to the container
-        long long damaged = 0; // packets that could not be framed, and were left out
+        bool written = false;            // a packet has been handed to the container
+        std::optional<int64_t> end = {}; // of the last packet of sound, in ticks, where packets share times
+        long long damaged = 0;           // packets that could not be framed, and were left out
     };
 
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
@@ -70,6 +71,7 @@ private:
     void AddChapters();
     void WriteOut(PacketPtr packet);
     void FillStart(const AVPacket& first);
+    void KeepApart(const AVPacket& packet);
     void Check(int result) const;
 
     const std::string path;

@@ -31,7 +31,8 @@ TEST(CutSessionTest, APieceWithoutPicturesOfItsFirstGroupBeginsAtTheSeam)
     EXPECT_NEAR(startOf("0.525333-3"), seam, 1);
     EXPECT_NEAR(startOf("0.500000-3"), seam, 1);
     EXPECT_NEAR(startOf("0.470000-3"), 485333, 1) << "a picture of the group before is left";
-    EXPECT_NEAR(startOf("0.470000-0.480000"), 445333, 1) << "no picture begins in the piece: it has the one that stands";
+    EXPECT_NEAR(startOf("0.470000-0.480000"), 445333, 1)
+        << "no picture begins in the piece: it has the one that stands";
 }
 
 } // namespace Tessor::Cli::Tests

@@ -111,7 +111,7 @@ TEST_F(Program, APieceIsNeverWithoutAPicture)
     const Outcome cut = Run("cut in.mp4 out.mp4 --keep 0.96-1.098,7.3-8.7 --json --verify");
     ASSERT_EQ(cut.status, 0) << cut.err << cut.out;
     const nlohmann::json report = nlohmann::json::parse(cut.out);
-    EXPECT_EQ(report["intervals"], nlohmann::json::parse("[[0.0, 1.098], [7.155503, 8.7]]"));
+    EXPECT_EQ(report["intervals"], nlohmann::json::parse("[[0.0, 1.115208], [7.155503, 8.725503]]"));
     EXPECT_EQ(report["verify"]["output_pictures"], 2);
 }
 
