@@ -217,7 +217,8 @@ void CutSession::JoinToController()
             track.source->DoSeek();
         }
         track.stream = controller->AddStream(track.source);
-        const Core::Property& tree = track.stream->GetFormatCodec()->GetProperties();
+        const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
+        const Core::Property& tree = format->GetProperties();
         const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;
         track.cutAnywhere = !tree.ChildExists(tag) || tree[tag].GetBool();
     }
