@@ -100,6 +100,8 @@ void OutputFile::CreateContext()
     if (context)
     {
         context->seekable = lseek(fd, 0, SEEK_CUR) >= 0 ? AVIO_SEEKABLE_NORMAL : 0;
+        // libavformat would write packet by packet
+        context->min_packet_size = BUFFER_SIZE;
         return;
     }
     av_free(buffer);
@@ -116,11 +118,25 @@ int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
     {
         const ssize_t count = write(file.fd, data + done, static_cast<size_t>(size - done));
         if (count >= 0)
+        {
             done += static_cast<int>(count);
+            file.StartWriteback(count);
+        }
         else if (errno != EINTR)
             file.error = errno;
     }
     return file.error ? AVERROR(file.error) : size;
+}
+
+// The disk works while packets are read: the flush at the end then has little left to wait for.
+void OutputFile::StartWriteback(int64_t written)
+{
+    constexpr int64_t portion = 8 << 20;
+    unsynced += written;
+    if (unsynced < portion)
+        return;
+    unsynced = 0;
+    sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
 }
 
 int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)

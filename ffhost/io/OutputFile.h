@@ -44,12 +44,14 @@ private:
     void CreateContext();
     void Close();
     void SyncFolder() const;
+    void StartWriteback(int64_t written);
 
     const std::string target; // as the user wrote it, for messages
     std::string place;        // the target with links resolved
     std::string partPath;     // the hidden name; empty once renamed, and for a target that is written to directly
     int fd = -1;
-    int error = 0; // errno of the first write or seek that failed
+    int64_t unsynced = 0; // bytes since the disk was last told to begin
+    int error = 0;        // errno of the first write or seek that failed
     AVIOContext* context = nullptr;
 };
 
