@@ -118,7 +118,7 @@ CutReport CutJob::Run(Progress& progress)
     for (Output& output : outputs)
         report.tracks.push_back(output.report);
     for (const std::string& loss : muxer->GetLosses())
-        warnings.push_back(loss);
+        warnings.push_back("not carried over: " + loss);
     if (const long long damaged = session.GetDemuxer().GetDamagedCount())
         warnings.push_back(fmt::format("{} damaged packets in {}", damaged, session.GetInfo().path));
     report.warnings = warnings;
