@@ -67,8 +67,7 @@ std::vector<Range> Merged(std::vector<Range> ranges)
 CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(request.input))
 {
     SelectTracks();
-    requested = ReadRequest(request);
-    ranges = Merged(SnapToPictures(requested));
+    ranges = Merged(SnapToPictures(ReadRequest(request)));
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);

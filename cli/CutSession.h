@@ -46,8 +46,6 @@ public:
     CutTrack* GetVideo();
     /// The intervals as they stand now; during the cut they may only widen.
     Proc::SettingsFilterCutController GetCut() const { return controller->GetCut(); }
-    /// The ranges asked for, in source time.
-    const std::vector<Range>& GetRequested() const { return requested; }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
@@ -71,8 +69,7 @@ private:
     const std::shared_ptr<Proc::SettingsFilterCutController> cut =
         std::make_shared<Proc::SettingsFilterCutController>();
     std::vector<CutTrack> tracks; // video first
-    std::vector<Range> requested;
-    std::vector<Range> ranges; // what is asked of the controller: the request, brought to pictures and groups
+    std::vector<Range> ranges;    // what is asked of the controller: the request, brought to pictures and groups
     std::vector<std::string> warnings;
 };
 
