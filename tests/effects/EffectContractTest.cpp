@@ -1,0 +1,85 @@
+#include "Proc/Settings/SettingsField.h"
+#include "effects/MultiEffect.h"
+
+#include <gtest/gtest.h>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+enum class Shape
+{
+    Round,
+    Square,
+};
+
+class SettingsSample final : public SettingsOf<SettingsSample>
+{
+public:
+    inline static const std::string CLASS_ID = "SettingsSample";
+    static const std::vector<SettingsField<SettingsSample>>& GetFields()
+    {
+        static const std::vector<SettingsField<SettingsSample>> fields = {
+            {"gain", &SettingsSample::gain, "gain, 1 for unity", {0.0, 4.0}},
+            {"count", &SettingsSample::count, "items"},
+            {"on", &SettingsSample::on, "whether"},
+            {"rate", &SettingsSample::rate, "a second"},
+            {"shape", &SettingsSample::shape, "of all", std::vector<std::string>{"round", "square"}},
+        };
+        return fields;
+    }
+
+    double gain = 1.0;
+    int count = 3;
+    bool on = false;
+    Core::Property::Ratio rate{25, 1};
+    Shape shape = Shape::Round;
+};
+
+TEST(SettingsOf, TreesGoThereAndBack)
+{
+    SettingsSample settings;
+    settings.gain = 2.5;
+    settings.count = -7;
+    settings.on = true;
+    settings.rate = {30000, 1001};
+    settings.shape = Shape::Square;
+    SettingsSample other;
+    EXPECT_FALSE(settings.IsEqualTo(other));
+    other.FromProperty(settings.ToProperty());
+    EXPECT_TRUE(settings.IsEqualTo(other));
+    EXPECT_EQ(other.shape, Shape::Square);
+    EXPECT_EQ(other.Describe()[0].value.GetDouble(), 1.0) << "what is described are the defaults";
+}
+
+TEST(SettingsOf, WrongValuesChangeNothing)
+{
+    const Core::Property wrong[] = {
+        Core::Property("gain", 4.5),     Core::Property("gain", std::numeric_limits<double>::quiet_NaN()),
+        Core::Property("gain", 1),       Core::Property("count", 3000000000LL),
+        Core::Property("shape", "oval"), Core::Property("colour", "red"),
+    };
+    for (const Core::Property& value : wrong)
+    {
+        SettingsSample settings;
+        Core::Property tree(SettingsSample::CLASS_ID);
+        tree.Add(Core::Property("on", true));
+        tree.Add(value);
+        EXPECT_THROW(settings.FromProperty(tree), SettingsException) << value.GetName();
+        EXPECT_TRUE(settings.IsEqualTo(SettingsSample())) << value.GetName();
+    }
+    EXPECT_THROW(SettingsSample().IsEqualTo(SettingsMultiEffect()), std::bad_cast);
+}
+
+TEST(TimeToProgress, LinearDividesAsDoubles)
+{
+    const TimeToProgress range{1000000, 3000000};
+    EXPECT_EQ(range.GetDuration(), 2000000);
+    EXPECT_EQ(range.GetProgress(1500000), 0.25);
+}
+
+} // namespace
+
+} // namespace Tessor::Proc
