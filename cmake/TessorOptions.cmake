@@ -24,3 +24,13 @@ function(tessor_target_options target)
         target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
 endfunction()
+
+# A source that stands for each instruction set: loops that the compiler vectorises, in every build. No precompiled
+# header: its flags are others.
+function(tessor_kernels stem)
+    set_source_files_properties(${stem}Baseline.cpp ${stem}Avx2.cpp PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+                                COMPILE_OPTIONS "-O3")
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        set_source_files_properties(${stem}Avx2.cpp PROPERTIES COMPILE_OPTIONS "-O3;-mavx2")
+    endif()
+endfunction()

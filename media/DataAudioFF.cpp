@@ -103,6 +103,11 @@ SP<IDataAudio> DataAudioFF::Clone(int mode) const
 AudioRef DataAudioFF::GetAudioRef()
 {
     MakeUnique();
+    return GetConstAudioRef();
+}
+
+AudioRef DataAudioFF::GetConstAudioRef() const
+{
     return AudioRef{sampleCount, info, buffer->data, GetAudioLinesize(info, sampleCount)};
 }
 

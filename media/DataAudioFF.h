@@ -35,6 +35,7 @@ public:
     SP<IDataAudio> Clone(int mode) const override;
     /// A writable view: a buffer that clones share is copied first. Valid until the next trim, clone or silence.
     AudioRef GetAudioRef() override;
+    AudioRef GetConstAudioRef() const override;
     void FillSilence() override;
 
     /// Removes the part from `start` on, of that length, both counted from the block's start: what follows moves up,

@@ -19,6 +19,8 @@ public:
     virtual SP<IDataAudio> Clone(int mode) const = 0;
     /// A view through which the samples may be written; no clone sees the change.
     virtual AudioRef GetAudioRef() = 0;
+    /// A view for reading only; the samples may be shared.
+    virtual AudioRef GetConstAudioRef() const = 0;
     /// Zeros, or 128 where samples are unsigned.
     virtual void FillSilence() = 0;
 };

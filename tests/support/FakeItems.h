@@ -97,6 +97,7 @@ public:
     Conf::SampleInfo GetSampleInfo() const override { return info; }
     SP<Proc::IDataAudio> Clone(int) const override { return SP<Proc::IDataAudio>(new FakeAudio(*this)); }
     Proc::AudioRef GetAudioRef() override;
+    Proc::AudioRef GetConstAudioRef() const override { return const_cast<FakeAudio*>(this)->GetAudioRef(); }
     void FillSilence() override { samples.assign(samples.size(), 0); }
 
 private:

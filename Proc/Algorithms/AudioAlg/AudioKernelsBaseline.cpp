@@ -1,0 +1,2 @@
+#define TESSOR_KERNELS GetAudioKernelsBaseline
+#include "Proc/Algorithms/AudioAlg/AudioKernels.inc"

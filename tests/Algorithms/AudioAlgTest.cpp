@@ -1,0 +1,308 @@
+#include "Proc/Algorithms/AudioAlg/AudioAlg.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/Algorithms/AudioAlg/AudioKernels.h"
+#include "media/AudioTime.h"
+#include "media/DataAudioFF.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+using Conf::ChannelLayout;
+using Conf::SampleFormats;
+
+Conf::SampleInfo Info(SampleFormats format, ChannelLayout layout = ChannelLayout::Mono)
+{
+    return {format, 48000, layout};
+}
+
+template <class T>
+SP<DataAudioFF> Block(SampleFormats format, const std::vector<T>& samples)
+{
+    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(Info(format), static_cast<int>(samples.size()));
+    std::memcpy(block->GetAudioRef().data, samples.data(), samples.size() * sizeof(T));
+    block->SetPTS(0);
+    return block;
+}
+
+// The slow twins: the tables of the sample types, one sample at a time.
+
+unsigned char Twin(const std::vector<std::pair<unsigned char, double>>& inputs)
+{
+    uint32_t sum = 0;
+    for (const auto& [s, volume] : inputs)
+    {
+        const auto gain = static_cast<int16_t>(static_cast<int64_t>(volume * 256.0 + 0.5));
+        sum += (((s + 0xFFFF80u) * static_cast<uint32_t>(gain) + 128u) >> 8) + 128u;
+    }
+    const auto low = static_cast<int16_t>(sum);
+    return low >= 0 && low <= 255 ? static_cast<unsigned char>(low) : low > 0 ? 255 : 0;
+}
+
+template <class T>
+T TwinInteger(const std::vector<std::pair<T, double>>& inputs)
+{
+    int64_t sum = 0;
+    for (const auto& [s, volume] : inputs)
+        sum += (s * static_cast<int64_t>(volume * 256.0 + 0.5) + 128) >> 8;
+    return static_cast<T>(std::clamp<int64_t>(sum, std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
+}
+short Twin(const std::vector<std::pair<short, double>>& inputs)
+{
+    return TwinInteger(inputs);
+}
+int Twin(const std::vector<std::pair<int, double>>& inputs)
+{
+    return TwinInteger(inputs);
+}
+
+float Twin(const std::vector<std::pair<float, double>>& inputs)
+{
+    double sum = 0;
+    for (const auto& [s, volume] : inputs)
+        sum += static_cast<double>(s) * volume;
+    return std::clamp(static_cast<float>(sum), -1.0f, 1.0f);
+}
+
+double Twin(const std::vector<std::pair<double, double>>& inputs)
+{
+    double sum = 0;
+    for (const auto& [s, volume] : inputs)
+        sum += s * volume;
+    return std::clamp(sum, -1.0, 1.0);
+}
+
+template <class T>
+T Random(std::mt19937& dice)
+{
+    if constexpr (std::is_floating_point_v<T>)
+        return std::uniform_real_distribution<T>(-1.3, 1.3)(dice);
+    else
+        return static_cast<T>(std::uniform_int_distribution<long long>(std::numeric_limits<T>::min(),
+                                                                       std::numeric_limits<T>::max())(dice));
+}
+
+int64_t FixedGain(double volume)
+{
+    return static_cast<int64_t>(volume * 256.0 + 0.5);
+}
+
+/// Every length that leaves a rest behind vectors and blocks, random gains, against the twin; in place too.
+template <class T, class Gain>
+void HoldAgainstTwin(const SampleKernels<T, Gain>& kernels)
+{
+    std::mt19937 dice(5);
+    for (const size_t count : {0, 1, 7, 33, 511, 512, 513, 1500})
+    {
+        std::vector<std::vector<T>> data(1 + count % 5, std::vector<T>(count));
+        std::vector<Audio2Mix> inputs;
+        for (std::vector<T>& samples : data)
+        {
+            for (T& s : samples)
+                s = Random<T>(dice);
+            const double volume = std::uniform_real_distribution<double>(-3.0, 3.0)(dice);
+            Audio2Mix input{{static_cast<int>(count), {}, reinterpret_cast<uint8_t*>(samples.data()), 0}, volume};
+            if constexpr (std::is_integral_v<T>)
+                input.fixedVolume = FixedGain(volume);
+            else
+                std::memcpy(&input.fixedVolume, &volume, sizeof(volume));
+            inputs.push_back(input);
+        }
+        std::vector<T> mixed(count);
+        kernels.mix(mixed.data(), inputs.data(), inputs.size(), count);
+        std::vector<T> scaled = data[0];
+        const double volume = inputs[0].volume;
+        kernels.scale(scaled.data(), scaled.data(), count,
+                      static_cast<Gain>(std::is_integral_v<T> ? static_cast<double>(FixedGain(volume)) : volume));
+        for (size_t i = 0; i < count; ++i)
+        {
+            std::vector<std::pair<T, double>> column;
+            for (size_t n = 0; n < data.size(); ++n)
+                column.emplace_back(data[n][i], inputs[n].volume);
+            ASSERT_EQ(mixed[i], Twin(column)) << "of " << count << " at " << i;
+            ASSERT_EQ(scaled[i], Twin(std::vector{column[0]})) << "of " << count << " at " << i;
+        }
+    }
+}
+
+void HoldAllAgainstTwins(const AudioKernels& kernels)
+{
+    HoldAgainstTwin(kernels.u8);
+    HoldAgainstTwin(kernels.s16);
+    HoldAgainstTwin(kernels.s32);
+    HoldAgainstTwin(kernels.f32);
+    HoldAgainstTwin(kernels.f64);
+}
+
+TEST(AudioKernels, EqualTheTablesInEveryInstructionSet)
+{
+    HoldAllAgainstTwins(GetAudioKernelsBaseline());
+    if (HasAvx2())
+        HoldAllAgainstTwins(GetAudioKernelsAvx2());
+}
+
+/// The first sample of a mix of blocks that hold one value each.
+template <class T>
+double MixOf(SampleFormats format, const std::vector<std::pair<T, double>>& inputs)
+{
+    std::vector<SP<DataAudioFF>> blocks;
+    std::vector<Audio2Mix> list;
+    for (const auto& [sample, volume] : inputs)
+    {
+        blocks.push_back(Block<T>(format, std::vector<T>(3, sample)));
+        list.push_back({blocks.back()->GetAudioRef(), volume});
+    }
+    const SP<DataAudioFF> mixed = DataAudioFF::CreateBySampleCount(Info(format), 3);
+    MixAudio(mixed->GetAudioRef(), list);
+    return static_cast<double>(reinterpret_cast<const T*>(mixed->GetAudioRef().data)[2]);
+}
+
+TEST(AudioAlg, MixesWithWeights)
+{
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{-321, 1.0}}), -321);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{30000, 1.0}, {30000, 1.0}}), 32767);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{32767, 0.001}}), 0);
+    // gains are truncated toward zero, negative ones too: -128 + 0.5 gives -127
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16P, {{1000, -0.5}}), -496);
+    EXPECT_EQ(MixOf<unsigned char>(SampleFormats::U8, {{77, 1.0}}), 77);
+    EXPECT_EQ(MixOf<unsigned char>(SampleFormats::U8P, {{128, 1.0}, {128, 1.0}}), 255) << "each brings its own bias";
+    EXPECT_EQ(MixOf<int>(SampleFormats::S32P, {{2147483647, 4.0}}), 2147483647);
+    EXPECT_EQ(MixOf<double>(SampleFormats::DoubleP, {{0.75, 1.0}, {0.5, -0.5}}), 0.5);
+}
+
+TEST(AudioAlg, GainsBeyondReasonAreDefined)
+{
+    for (const double volume : {1e300, -1e300, std::nan(""), std::numeric_limits<double>::infinity()})
+    {
+        const SP<DataAudioFF> block = Block<short>(SampleFormats::S16, {1, -1, 32767});
+        VolumizeAudio(block->GetAudioRef(), block->GetAudioRef(), volume);
+        MixAudio(block->GetAudioRef(), {{block->GetAudioRef(), volume}});
+    }
+}
+
+TEST(AudioAlg, LevelIsThePositivePeakOfThePlanesSeen)
+{
+    const AudioLevelInfo low = EstimateLevel(Block<short>(SampleFormats::S16, {-32768})->GetAudioRef());
+    EXPECT_EQ(low.peak, 0);
+    EXPECT_DOUBLE_EQ(low.rms, 1.000030518509476);
+
+    const AudioLevelInfo quiet = EstimateLevel(Block<unsigned char>(SampleFormats::U8, {128, 128})->GetAudioRef());
+    EXPECT_EQ(quiet.peak, 0);
+    EXPECT_EQ(quiet.rms, 0);
+    EXPECT_EQ(EstimatePeak(Block<unsigned char>(SampleFormats::U8, {0, 255})->GetAudioRef()), 0.9921875);
+
+    // interleaved stereo: as many values as there are samples, not twice as many
+    const SP<DataAudioFF> stereo =
+        DataAudioFF::CreateBySampleCount(Info(SampleFormats::Float, ChannelLayout::Stereo), 2);
+    const float samples[] = {0.25f, 0.5f, 1.0f, 1.0f};
+    std::memcpy(stereo->GetAudioRef().data, samples, sizeof(samples));
+    EXPECT_EQ(EstimateLevel(stereo->GetAudioRef()).peak, 0.5);
+
+    std::mt19937 dice(3);
+    for (int count = 0; count < 70; ++count)
+    {
+        std::vector<float> noise(static_cast<size_t>(count));
+        for (float& s : noise)
+            s = Random<float>(dice);
+        if (count > 20)
+            noise[static_cast<size_t>(count) - 3] = std::nanf("");
+        const SP<DataAudioFF> block = Block<float>(SampleFormats::FloatP, noise);
+        EXPECT_EQ(EstimatePeak(block->GetAudioRef()), EstimateLevel(block->GetAudioRef()).peak) << count;
+    }
+}
+
+TEST(AudioAlg, UnknownFormatsAreNamed)
+{
+    AudioRef none;
+    EXPECT_THROW(EstimateLevel(none), Exception);
+    EXPECT_THROW(ClipAudio(none, none), Exception);
+    MixAudio(none, {});
+    try
+    {
+        VolumizeAudio(none, none, 1.0);
+        FAIL();
+    }
+    catch (const Exception& e)
+    {
+        EXPECT_EQ(Describe(e), "VolumizeAudio doesn't support this sample format");
+    }
+}
+
+TEST(AudioAlg, ClipsFloatsAndCopiesIntegers)
+{
+    const SP<DataAudioFF> loud = Block<float>(SampleFormats::Float, {-2.0f, 0.5f, 2.0f});
+    ClipAudio(loud->GetAudioRef(), loud->GetAudioRef());
+    std::vector<double> clipped;
+    for (int i = 0; i < 3; ++i)
+        GetAudioSamples(loud->GetAudioRef(), i, clipped);
+    EXPECT_EQ(clipped, (std::vector<double>{-1.0, 0.5, 1.0}));
+}
+
+std::vector<int> Ramp(int from, int count)
+{
+    std::vector<int> ramp;
+    for (int i = 0; i < count; ++i)
+        ramp.push_back(from + i * 1001);
+    return ramp;
+}
+
+TEST(AudioAlg, FindsWhereBlocksOverlap)
+{
+    struct Row
+    {
+        int firstCount, secondStart, secondCount; // in samples
+        long long overlap;
+        const char* what;
+    };
+    // blocks of 48 samples a millisecond
+    const Row rows[] = {
+        {480, 384, 480, 96, "96 samples in common"},
+        {480, 528, 480, 0, "a gap"},
+        {480, 480, 480, 0, "they touch: five samples are looked for, and not found"},
+        {48, 0, 480, 48, "the first lies within the second"},
+        {480, 479, 480, 0, "one sample: nothing to look for"},
+    };
+    for (const Row& row : rows)
+    {
+        const SP<DataAudioFF> first = Block<int>(SampleFormats::S32, Ramp(1, row.firstCount));
+        const SP<DataAudioFF> second =
+            Block<int>(SampleFormats::S32, Ramp(1 + row.secondStart * 1001, row.secondCount));
+        second->SetPTS(SampleCount2Duration(static_cast<unsigned long long>(row.secondStart), 48000));
+        EXPECT_EQ(FindIntersection(first, second), row.overlap) << row.what;
+    }
+    const SP<DataAudioFF> shortBlock = Block<int>(SampleFormats::S32, Ramp(1, 2));
+    shortBlock->SetDuration(100000);
+    EXPECT_EQ(FindIntersection(shortBlock, Block<int>(SampleFormats::S32, Ramp(1, 4800))), 0) << "pattern too long";
+}
+
+TEST(AudioAlg, ReversesSamplesAndKeepsChannelsInOrder)
+{
+    for (const SampleFormats format : {SampleFormats::S16, SampleFormats::S16P})
+    {
+        const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(Info(format, ChannelLayout::Stereo), 5);
+        const AudioRef audio = block->GetAudioRef();
+        const bool planar = format == SampleFormats::S16P;
+        const auto at = [&](int i, int c) -> short&
+        { return reinterpret_cast<short*>(audio.data + (planar ? c * audio.linesize : 0))[planar ? i : i * 2 + c]; };
+        for (int i = 0; i < 5; ++i)
+            for (int c = 0; c < 2; ++c)
+                at(i, c) = static_cast<short>(10 * i + c);
+        ReverseAudio(block);
+        for (int i = 0; i < 5; ++i)
+            for (int c = 0; c < 2; ++c)
+                EXPECT_EQ(at(i, c), 10 * (4 - i) + c);
+    }
+}
+
+} // namespace
+
+} // namespace Tessor::Proc
