@@ -314,14 +314,23 @@ bool FilterCutController::SeekInputStreams(avTime position, bool seekAgain)
 
 void FilterCutController::SeekToNextPosition(avTime position)
 {
+    SeekToNextPosition(position, jumps);
+}
+
+void FilterCutController::SeekToNextPosition(avTime position, uint64_t jumpsSeen)
+{
     const Lock seekLock(seekMutex);
+    if (jumps != jumpsSeen)
+        return;
     // The settings are free while the helpers work: they look intervals up and may widen them.
     if (!JumpsFrom(position))
         return;
     const CutTimeline::Interval interval = GetInterval(position);
     SaveBeforeSeek(interval);
-    if (AnyVoteForSeek(interval.end))
-        SeekInputStreams(interval.end, true);
+    if (!AnyVoteForSeek(interval.end))
+        return;
+    SeekInputStreams(interval.end, true);
+    ++jumps;
 }
 
 bool FilterCutController::JumpsFrom(avTime position) const

@@ -5,6 +5,7 @@
 #include "Proc/StreamTemplates/IStreamCutInterval.h"
 #include "host/ICodecFactory.h"
 
+#include <atomic>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <vector>
@@ -51,6 +52,10 @@ public:
     bool IsPointDeleted(avTime t) const;
     /// Jumps over the deleted interval at the position when it is at least 5 s long.
     void SeekToNextPosition(avTime position);
+    /// The same, unless a jump has been completed since GetJumpCount gave that count: then what the caller has read
+    /// comes from before it, and a second jump would bring back what others have read since.
+    void SeekToNextPosition(avTime position, uint64_t jumpsSeen);
+    uint64_t GetJumpCount() const { return jumps; }
     /// Whether SeekToNextPosition jumps from there.
     bool JumpsFrom(avTime position) const;
     /// Seeks all sources; true when a stream that starts on key frames only told where it landed, which then counts as
@@ -94,6 +99,7 @@ private:
     std::vector<StreamLink> streams;              // written under both locks, read under either
     mutable boost::recursive_mutex settingsMutex; // guards settings, timeline, gopPoints and gopsDetected
     boost::recursive_mutex seekMutex;             // one seek of the sources at a time
+    std::atomic<uint64_t> jumps{0};               // completed ones; written under seekMutex
     SettingsFilterCutController settings;         // its list is always optimised
     std::vector<avTime> gopPoints;                // known to be starts of groups: no seek has to find out
     SP<ICodecFactory> codecFactory;               // from Create; null when no compressed streams are cut

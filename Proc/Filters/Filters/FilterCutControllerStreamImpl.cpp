@@ -95,6 +95,7 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
     while (!this->IsTerminated())
     {
         const bool wasSaved = !savedData.empty();
+        const uint64_t jumpsSeen = controller->GetJumpCount();
         const SP<Item> item = TakeItem();
         if (!item)
             return nullptr;
@@ -115,7 +116,7 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
             continue; // behind saved items the source stands further on already
         jumped = stretchEnd;
         lock.unlock(); // the jump waits for this stream's helper
-        controller->SeekToNextPosition(pts);
+        controller->SeekToNextPosition(pts, jumpsSeen);
         lock.lock();
     }
     return nullptr;

@@ -107,6 +107,7 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
     while (!IsTerminated())
     {
         avTime next;
+        const uint64_t jumpsSeen = controller->GetJumpCount();
         {
             const Lock lock(mutex);
             if (const SP<IDataPacket> packet = TakeOutput())
@@ -117,7 +118,7 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
         }
         // The jump waits for this stream's own helper thread, which needs the mutex.
         if (next != NoTime)
-            controller->SeekToNextPosition(next);
+            controller->SeekToNextPosition(next, jumpsSeen);
     }
     return nullptr;
 }
