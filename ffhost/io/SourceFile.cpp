@@ -11,6 +11,7 @@ extern "C"
 #include <array>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 namespace Tessor::Host
 {
@@ -77,7 +78,6 @@ void SourceFile::Open()
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" : ErrorText(code));
     context.reset(opened);
-    atStart = true;
     FindStreams();
 }
 
@@ -97,6 +97,8 @@ PacketPtr SourceFile::Read()
     PacketPtr packet(av_packet_alloc());
     if (!packet)
         Fail("Out of memory");
+    if (std::exchange(rewinding, false))
+        Reopen();
     atStart = false;
     for (int retries = 0; retries < MAX_RETRIES;)
     {
@@ -126,14 +128,19 @@ bool SourceFile::Seek(int stream, avTime time)
     const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
     if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
         return false;
-    atStart = false;
+    atStart = rewinding = false;
     return true;
 }
 
 void SourceFile::Rewind()
 {
-    if (atStart)
-        return;
+    rewinding = rewinding || !atStart;
+    atStart = true;
+    damaged = 0;
+}
+
+void SourceFile::Reopen()
+{
     context.reset();
     Open();
     // A file that was changed under us must not shift the numbers of its tracks.
@@ -145,6 +152,12 @@ void SourceFile::Rewind()
 void SourceFile::Select(int stream)
 {
     selected[static_cast<size_t>(stream)] = true;
+    ApplySelection();
+}
+
+void SourceFile::SelectNone()
+{
+    selected.assign(selected.size(), false);
     ApplySelection();
 }
 
