@@ -53,6 +53,7 @@ private:
     void Open();
     void Reopen();
     void FindStreams();
+    bool TakeOverStreams(const AVFormatContext& before);
     void ApplySelection();
     [[noreturn]] void Fail(const std::string& cause) const;
 
