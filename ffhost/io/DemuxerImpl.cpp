@@ -25,7 +25,7 @@ DemuxerImpl::DemuxerImpl(const std::string& path) : pump(path), info(BuildMediaI
 
 void DemuxerImpl::Measure()
 {
-    const std::vector<TrackMeasure> measures = MeasureTracks(info.path, info);
+    const std::vector<TrackMeasure> measures = MeasureTracks(pump.GetFile(), info);
     avTime last = NoTime;
     for (const TrackMeasure& measure : measures)
         last = std::max(last, measure.end);

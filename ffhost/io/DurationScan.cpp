@@ -32,7 +32,7 @@ bool BeginsWithAdts(const TrackInfo& track, const Proc::IDataPacket& packet)
 class TailReader
 {
 public:
-    TailReader(const std::string& path, const MediaInfo& info) : file(path), info(info)
+    TailReader(SourceFile& file, const MediaInfo& info) : file(file), info(info)
     {
         ClockJumps* const clock = file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
         const bool onlySparse = std::none_of(info.tracks.begin(), info.tracks.end(), IsDense);
@@ -95,7 +95,7 @@ private:
         }
     }
 
-    SourceFile file;
+    SourceFile& file;
     const MediaInfo& info;
     ClockJumps jumps;
     std::vector<std::unique_ptr<TrackTimes>> times; // null for what is neither audio nor video
@@ -105,9 +105,12 @@ private:
 
 } // namespace
 
-std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info)
+std::vector<TrackMeasure> MeasureTracks(SourceFile& file, const MediaInfo& info)
 {
-    return TailReader(path, info).Measure();
+    std::vector<TrackMeasure> measures = TailReader(file, info).Measure();
+    file.SelectNone();
+    file.Rewind();
+    return measures;
 }
 
 } // namespace Tessor::Host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/io/MediaInfo.h"
+#include "ffhost/io/SourceFile.h"
 
 #include <vector>
 
@@ -15,7 +16,8 @@ struct TrackMeasure
 };
 
 /// Measures every audio and video track (the subtitles where there is neither) from its last packets: only the tail of
-/// the file is read where that can be, all of it where it has no times of its own. Reads through a context of its own.
-std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info);
+/// the file is read where that can be, all of it where it has no times of its own. Afterwards the file is rewound and
+/// nothing is selected.
+std::vector<TrackMeasure> MeasureTracks(SourceFile& file, const MediaInfo& info);
 
 } // namespace Tessor::Host

@@ -128,7 +128,6 @@ int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
     return file.error ? AVERROR(file.error) : size;
 }
 
-// The disk works while packets are read: the flush at the end then has little left to wait for.
 void OutputFile::StartWriteback(int64_t written)
 {
     constexpr int64_t portion = 8 << 20;
@@ -136,7 +135,9 @@ void OutputFile::StartWriteback(int64_t written)
     if (unsynced < portion)
         return;
     unsynced = 0;
-    sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (!writeback)
+        writeback = std::make_unique<Writeback>(fd);
+    writeback->Start();
 }
 
 int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)
@@ -166,6 +167,7 @@ void OutputFile::Commit()
 {
     avio_flush(context);
     Check();
+    writeback.reset();
     // Devices and pipes can't be synchronised, which is no failure of theirs.
     if (fsync(fd) != 0 && errno != EINVAL && errno != ENOTSUP)
         Fail(std::strerror(errno));
@@ -196,6 +198,7 @@ void OutputFile::Close()
     if (context)
         av_freep(&context->buffer);
     avio_context_free(&context);
+    writeback.reset();
     if (fd >= 0)
         close(fd);
     fd = -1;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Fnd/Export.h"
+#include "ffhost/io/Writeback.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 struct AVIOContext;
@@ -50,8 +52,9 @@ private:
     std::string place;        // the target with links resolved
     std::string partPath;     // the hidden name; empty once renamed, and for a target that is written to directly
     int fd = -1;
-    int64_t unsynced = 0; // bytes since the disk was last told to begin
-    int error = 0;        // errno of the first write or seek that failed
+    std::unique_ptr<Writeback> writeback; // from the first portion on
+    int64_t unsynced = 0;                 // bytes since the disk was last told to begin
+    int error = 0;                        // errno of the first write or seek that failed
     AVIOContext* context = nullptr;
 };
 

@@ -30,6 +30,8 @@ public:
     /// Moves all tracks so that they go on from their last key packet at or before the target.
     void MoveTo(avTime target);
 
+    /// Not to be moved once a track is selected.
+    SourceFile& GetFile() { return file; }
     const SourceFile& GetFile() const { return file; }
     long long GetDamagedCount() const;
 

@@ -11,6 +11,7 @@ extern "C"
 #include <array>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 namespace Tessor::Host
 {
@@ -21,6 +22,7 @@ namespace
 constexpr int64_t DEEP_PROBE_BYTES = 200000000;
 constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
 constexpr int MAX_RETRIES = 1000;
+constexpr std::string_view WHOLE_TIMES = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
 
 std::string ErrorText(int code)
 {
@@ -63,6 +65,7 @@ SourceFile::SourceFile(const std::string& path) : path(path)
     if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
         Fail("The file is empty");
     Open();
+    FindStreams();
     if (context->nb_streams == 0)
         Fail("No streams found");
     selected.assign(context->nb_streams, false);
@@ -77,8 +80,6 @@ void SourceFile::Open()
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" : ErrorText(code));
     context.reset(opened);
-    atStart = true;
-    FindStreams();
 }
 
 void SourceFile::FindStreams()
@@ -92,11 +93,36 @@ void SourceFile::FindStreams()
     avformat_find_stream_info(context.get(), nullptr);
 }
 
+// What the packets tell about the streams is known from the first time. Where the container gives every packet all of
+// its times, libavformat needs nothing of it to read: looking again would only decode pictures for nothing.
+bool SourceFile::TakeOverStreams(const AVFormatContext& before)
+{
+    if (std::string_view(context->iformat->name) != WHOLE_TIMES || context->nb_streams != before.nb_streams)
+        return false;
+    for (unsigned i = 0; i < before.nb_streams; ++i)
+        if (context->streams[i]->codecpar->codec_id != before.streams[i]->codecpar->codec_id)
+            return false;
+    for (unsigned i = 0; i < before.nb_streams; ++i)
+    {
+        const AVStream& from = *before.streams[i];
+        AVStream& to = *context->streams[i];
+        if (avcodec_parameters_copy(to.codecpar, from.codecpar) < 0)
+            Fail("Out of memory");
+        to.start_time = from.start_time;
+        to.avg_frame_rate = from.avg_frame_rate;
+        to.r_frame_rate = from.r_frame_rate;
+        to.sample_aspect_ratio = from.sample_aspect_ratio;
+    }
+    return true;
+}
+
 PacketPtr SourceFile::Read()
 {
     PacketPtr packet(av_packet_alloc());
     if (!packet)
         Fail("Out of memory");
+    if (std::exchange(rewinding, false))
+        Reopen();
     atStart = false;
     for (int retries = 0; retries < MAX_RETRIES;)
     {
@@ -126,16 +152,23 @@ bool SourceFile::Seek(int stream, avTime time)
     const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
     if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
         return false;
-    atStart = false;
+    atStart = rewinding = false;
     return true;
 }
 
 void SourceFile::Rewind()
 {
-    if (atStart)
-        return;
-    context.reset();
+    rewinding = rewinding || !atStart;
+    atStart = true;
+    damaged = 0;
+}
+
+void SourceFile::Reopen()
+{
+    const std::unique_ptr<AVFormatContext, ContextDeleter> before = std::move(context);
     Open();
+    if (!TakeOverStreams(*before))
+        FindStreams();
     // A file that was changed under us must not shift the numbers of its tracks.
     if (context->nb_streams < selected.size())
         Fail("The file has changed");
@@ -145,6 +178,12 @@ void SourceFile::Rewind()
 void SourceFile::Select(int stream)
 {
     selected[static_cast<size_t>(stream)] = true;
+    ApplySelection();
+}
+
+void SourceFile::SelectNone()
+{
+    selected.assign(selected.size(), false);
     ApplySelection();
 }
 

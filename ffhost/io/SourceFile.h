@@ -26,11 +26,13 @@ public:
     PacketPtr Read();
     /// Moves to before `time` (microseconds of the file's own clock) by the entry points of `stream`.
     bool Seek(int stream, avTime time);
+    /// Opens the file anew, but not before the next packet is read: a seek makes that needless.
     void Rewind();
     /// Nothing has been read since the beginning.
     bool IsAtStart() const { return atStart; }
 
     void Select(int stream);
+    void SelectNone();
     bool IsSelected(int stream) const { return selected[static_cast<size_t>(stream)]; }
 
     AVFormatContext& Context() const { return *context; }
@@ -39,6 +41,7 @@ public:
     /// No index and no times of its own: places are only found by reading from the beginning.
     bool IsElementary() const;
     std::pair<long long, long long> GetProgress() const;
+    /// Since the beginning.
     long long GetDamagedCount() const { return damaged; }
 
 private:
@@ -48,7 +51,9 @@ private:
     };
 
     void Open();
+    void Reopen();
     void FindStreams();
+    bool TakeOverStreams(const AVFormatContext& before);
     void ApplySelection();
     [[noreturn]] void Fail(const std::string& cause) const;
 
@@ -56,6 +61,7 @@ private:
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
     std::vector<bool> selected; // by stream; what is not selected is never delivered
     bool atStart = true;        // until the first packet is read or a seek succeeds
+    bool rewinding = false;     // the file is at its start only when it has been opened anew
     long long damaged = 0;      // read errors and packets marked corrupt
 };
 

@@ -85,6 +85,26 @@ TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
     EXPECT_EQ(folder.List().size(), 2u);
 }
 
+// Long enough for the disk to be driven while the file grows.
+TEST(OutputFileTest, LongFilesAreWholeAndCanBeDropped)
+{
+    const ScratchFolder folder;
+    const std::string target = folder / "film.mp4";
+    std::string text(20 << 20, 'x');
+    for (size_t i = 0; i < text.size(); i += 4096)
+        text[i] = static_cast<char>(i >> 12);
+    for (const bool commit : {false, true})
+    {
+        OutputFile file(target);
+        WriteText(file, text);
+        avio_flush(file.GetContext());
+        if (commit)
+            file.Commit();
+    }
+    EXPECT_TRUE(TextOf(target) == text);
+    EXPECT_EQ(folder.List().size(), 1u);
+}
+
 TEST(OutputFileTest, FailuresNameTheFileAndTheCause)
 {
     const ScratchFolder folder;
