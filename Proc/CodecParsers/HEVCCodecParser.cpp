@@ -77,12 +77,36 @@ void WriteHvccHead(const HEVC_VPS& vps, const HEVC_SPS& sps, Core::DataBitOutput
     output.WriteBits(3, 2); // length size less 1
 }
 
-/// One array of an hvcC. Its first bit, array_completeness, stays clear: packets may carry parameter sets as well.
-void WriteHvccArray(HEVC_NALU_Types type, const std::vector<Nalu>& units, Core::DataBitOutput& output)
+/// The units that go into one array of an hvcC.
+struct HvccArray
+{
+    HEVC_NALU_Types type;
+    std::vector<Nalu> units;
+};
+
+/// The arrays of an hvcC, in its order, that an Annex B header fills.
+std::vector<HvccArray> FindHvccArrays(std::span<const uint8_t> header)
+{
+    std::vector<Nalu> units;
+    FindAnnexBNalus(header.data(), header.size(), units);
+    std::vector<HvccArray> arrays;
+    for (const auto type : {HEVC_NALU_VPS, HEVC_NALU_SPS, HEVC_NALU_PPS, HEVC_NALU_SEI_PREFIX, HEVC_NALU_SEI_SUFFIX})
+    {
+        HvccArray array{type, {}};
+        std::copy_if(units.begin(), units.end(), std::back_inserter(array.units),
+                     [type](const Nalu& unit) { return TypeOf(unit) == type; });
+        if (!array.units.empty())
+            arrays.push_back(std::move(array));
+    }
+    return arrays;
+}
+
+/// The first bit, array_completeness, stays clear: packets may carry parameter sets as well.
+void WriteHvccArray(const HvccArray& array, Core::DataBitOutput& output)
 {
     output.WriteBits(0, 2);
-    output.WriteBits(type, 6);
-    WriteSizedUnits(units, 16, output);
+    output.WriteBits(array.type, 6);
+    WriteSizedUnits(array.units, 16, output);
 }
 
 } // namespace
@@ -181,26 +205,13 @@ SP<const IBlob> HEVC_Extradata_AnnexBtoHvcC(const SP<const IBlob>& extradata)
     HEVC_SPS sps;
     HEVCDecodeVPS(header.data(), header.size(), vps);
     HEVCDecodeSPS(header.data(), header.size(), sps);
-    std::pair<HEVC_NALU_Types, std::vector<Nalu>> arrays[] = {{HEVC_NALU_VPS, {}},
-                                                              {HEVC_NALU_SPS, {}},
-                                                              {HEVC_NALU_PPS, {}},
-                                                              {HEVC_NALU_SEI_PREFIX, {}},
-                                                              {HEVC_NALU_SEI_SUFFIX, {}}};
-    std::vector<Nalu> units;
-    FindAnnexBNalus(header.data(), header.size(), units);
-    for (auto& [type, list] : arrays)
-        std::copy_if(units.begin(), units.end(), std::back_inserter(list),
-                     [type = type](const Nalu& unit) { return TypeOf(unit) == type; });
-
+    const std::vector<HvccArray> arrays = FindHvccArrays(header);
     const auto record = Core::DataOutputString::Create();
     Core::DataBitOutput output(record);
     WriteHvccHead(vps, sps, output);
-    const auto filled =
-        std::count_if(std::begin(arrays), std::end(arrays), [](const auto& a) { return !a.second.empty(); });
-    output.WriteBits(static_cast<uint32_t>(filled), 8);
-    for (const auto& [type, list] : arrays)
-        if (!list.empty())
-            WriteHvccArray(type, list, output);
+    output.WriteBits(static_cast<uint32_t>(arrays.size()), 8);
+    for (const HvccArray& array : arrays)
+        WriteHvccArray(array, output);
     output.Flush();
     return CreateBlobOf(record->GetString());
 }
