@@ -1,5 +1,4 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "fuzz/FuzzTools.h"
 #include "media/IFormatCodecVideo.h"
 
@@ -36,7 +35,6 @@ void Convert(const uint8_t* data, size_t size)
     const SP<const IBlob> header = Blob(data, size);
     Accepts([&] { GetAvccNALULengthSize(data, size); });
     Accepts([&] { Require(GetFirstEmptyPSId(header) == 1); });
-    Accepts([&] { HEVC_Extradata_hvcCtoAnnexB(header); });
     Accepts(
         [&]
         {

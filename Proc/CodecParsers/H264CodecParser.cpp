@@ -1,9 +1,10 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 
-#include "Fnd/DataInputMemory.h"
+#include "Fnd/DataOutputString.h"
 #include "Proc/CodecParsers/H264ParameterSetSyntax.h"
 #include "Proc/CodecParsers/NaluTools.h"
 #include "Proc/CodecParsers/PacketTools.h"
+#include "Proc/CodecParsers/RBSPInput.h"
 #include "Proc/CodecParsers/StartCode.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@ namespace Tessor::Proc::CodecParsers
 namespace
 {
 
+constexpr unsigned NalHeaderBits = 8;
 constexpr size_t AvccSize = 7; ///< bytes of an avcC without any parameter set
 
 /// Type of a unit that is not empty.
@@ -35,24 +37,6 @@ bool IsSlice(const Nalu& unit)
     const uint32_t type = TypeOf(unit);
     return type == H264_NALU_SLICE || type == H264_NALU_PARTITION_A || type == H264_NALU_IDR;
 }
-
-/// Reads the bits of a unit's RBSP behind the NAL header.
-class RBSPInput
-{
-public:
-    explicit RBSPInput(const Nalu& unit)
-        : bytes(RemoveEmulationByte(unit.first, unit.second)),
-          bits(Core::DataInputMemory::Create(bytes.data(), bytes.size()))
-    {
-        bits.ReadBits(8);
-    }
-
-private:
-    const std::vector<uint8_t> bytes;
-
-public:
-    Core::DataBitInput bits; // over the bytes
-};
 
 /// Walks over an avcC from `at`, appending one run of sized parameter sets; returns where it ends.
 size_t FindAvccRun(std::span<const uint8_t> header, size_t at, size_t countMask, std::vector<Nalu>& out)
@@ -87,14 +71,6 @@ std::vector<Nalu> FindHeaderNalus(const uint8_t* data, size_t size)
     return units;
 }
 
-std::vector<Nalu> FindAnnexBPacketNalus(const IDataPacket& packet)
-{
-    std::vector<Nalu> units;
-    const auto bytes = PacketBytes(packet);
-    FindAnnexBNalus(bytes.data(), bytes.size(), units);
-    return units;
-}
-
 const Nalu* FirstOfType(const std::vector<Nalu>& units, uint32_t type)
 {
     const auto found = std::find_if(units.begin(), units.end(),
@@ -111,25 +87,6 @@ Nalu GetFirstNaluOfType(const uint8_t* data, size_t size, uint32_t type)
     return *found;
 }
 
-/// Writes one run of an avcC: a byte with the count and its marker bits, then each unit behind its 16-bit size.
-void AppendAvccRun(const std::vector<Nalu>& units, uint8_t marker, std::vector<uint8_t>& out)
-{
-    out.push_back(static_cast<uint8_t>(units.size() | marker));
-    for (const auto& [data, size] : units)
-    {
-        out.push_back(static_cast<uint8_t>(size >> 8));
-        out.push_back(static_cast<uint8_t>(size));
-        out.insert(out.end(), data, data + size);
-    }
-}
-
-SP<const IBlob> CreateBlobOf(const std::vector<uint8_t>& bytes)
-{
-    const SP<BlobFF> blob = CreateBlob(bytes.size());
-    std::copy(bytes.begin(), bytes.end(), blob->Data());
-    return blob;
-}
-
 std::vector<Nalu> UnitsOfType(const std::vector<Nalu>& units, uint32_t type)
 {
     std::vector<Nalu> result;
@@ -142,10 +99,14 @@ std::vector<Nalu> UnitsOfType(const std::vector<Nalu>& units, uint32_t type)
 SP<const IBlob> CreateAvcc(const std::array<uint8_t, 5>& head, const std::vector<Nalu>& sps,
                            const std::vector<Nalu>& pps)
 {
-    std::vector<uint8_t> record(head.begin(), head.end());
-    AppendAvccRun(sps, 0xE0, record);
-    AppendAvccRun(pps, 0, record);
-    return CreateBlobOf(record);
+    const auto record = Core::DataOutputString::Create();
+    Core::DataBitOutput output(record);
+    output.WriteData(head.data(), head.size());
+    output.WriteBits(7, 3); // reserved
+    WriteSizedUnits(sps, 5, output);
+    WriteSizedUnits(pps, 8, output);
+    output.Flush();
+    return CreateBlobOf(record->GetString());
 }
 
 SP<const IBlob> JoinAvcc(std::span<const uint8_t> first, std::span<const uint8_t> second)
@@ -248,14 +209,14 @@ SP<const IBlob> H264_Extradata_AnnexBtoMp4(const SP<const IBlob>& extradata)
 
 void DecodeSPS(const uint8_t* data, size_t size, SPS_decoded& out)
 {
-    RBSPInput rbsp(GetFirstNaluOfType(data, size, H264_NALU_SPS));
+    RBSPInput rbsp(GetFirstNaluOfType(data, size, H264_NALU_SPS), NalHeaderBits);
     out = {};
     ReadSPS(rbsp.bits, out);
 }
 
 void DecodePPS(const uint8_t* data, size_t size, PPS_decoded& out)
 {
-    RBSPInput rbsp(GetFirstNaluOfType(data, size, H264_NALU_PPS));
+    RBSPInput rbsp(GetFirstNaluOfType(data, size, H264_NALU_PPS), NalHeaderBits);
     out = {};
     ReadPPS(rbsp.bits, out);
 }
@@ -267,7 +228,7 @@ std::pair<NALUTypes, H264_Slice_Type> GetH264Type(const SP<const IDataPacket>& p
     if (!slice.first)
         return {H264_NALU_UNKNOWN, H264_SLICE_UNKNOWN};
     Core::DataBitInput bits(Core::DataInputMemory::Create(slice.first, slice.second));
-    bits.ReadBits(8);
+    bits.ReadBits(NalHeaderBits);
     read_ue(bits); // first_mb_in_slice
     const uint32_t type = read_ue(bits);
     return {static_cast<NALUTypes>(TypeOf(slice)), static_cast<H264_Slice_Type>(type >= 5 ? type - 5 : type)};
@@ -283,10 +244,7 @@ SP<IDataPacket> InsertH264Extradata(const SP<IDataPacket>& packet, const SP<cons
 {
     if (!extradata || IsAvcCHeader(extradata->Data(), extradata->Size()) || !packet || !packet->IsKeyFrame())
         return packet;
-    const std::vector<Nalu> units = FindAnnexBPacketNalus(*packet);
-    if (std::any_of(units.begin(), units.end(), IsParameterSet))
-        return packet;
-    return PrependToPacket(packet, extradata->Data(), extradata->Size());
+    return InsertParameterSets(packet, *extradata, IsParameterSet);
 }
 
 SP<const IBlob> H264_AddPSsToHeader(const SP<const IBlob>& first, const SP<const IBlob>& second)
@@ -307,7 +265,7 @@ SP<IDataPacket> H264_ReplacePSs(const SP<IDataPacket>& packet, const uint8_t* he
         return packet;
     std::vector<Nalu> units = FindHeaderNalus(header, headerSize);
     std::erase_if(units, [](const Nalu& unit) { return !IsParameterSet(unit); });
-    for (const Nalu& unit : FindAnnexBPacketNalus(*packet))
+    for (const Nalu& unit : FindPacketNalus(*packet))
         if (unit.second > 0 && !IsParameterSet(unit))
             units.push_back(unit);
     const SP<DataPacketFF> result = CreatePacketLike(*packet, AnnexBSize(units));
@@ -322,7 +280,7 @@ uint32_t GetFirstEmptyPSId(const SP<const IBlob>& header)
     {
         if (!IsParameterSet(unit))
             continue;
-        RBSPInput rbsp(unit);
+        RBSPInput rbsp(unit, NalHeaderBits);
         if (TypeOf(unit) == H264_NALU_SPS)
             rbsp.bits.ReadBits(24); // profile, constraints, level
         read_ue(rbsp.bits);

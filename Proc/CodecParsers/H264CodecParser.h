@@ -62,7 +62,7 @@ TESSOR_API void FindAvccHeaderNalus(const uint8_t* data, size_t size, std::vecto
 TESSOR_API SP<const IBlob> H264_Extradata_Mp4toAnnexB(const SP<const IBlob>& extradata);
 
 /// The header as an avcC of length size 4, or the blob itself when it is one already. Throws Exception without SPS or
-/// PPS.
+/// PPS, and for sets that an avcC can't count or measure.
 TESSOR_API SP<const IBlob> H264_Extradata_AnnexBtoMp4(const SP<const IBlob>& extradata);
 
 /// Decodes the first SPS of a header of either form. Throws Exception without one; a Core::IOException of the bit

@@ -1,6 +1,6 @@
 #include "Proc/CodecParsers/H264ParameterSetSyntax.h"
 
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
+#include "Proc/CodecParsers/SyntaxFields.h"
 
 #include <algorithm>
 #include <bit>
@@ -23,37 +23,6 @@ constexpr std::array<uint32_t, 64> Default_8x8_Inter{9,  13, 13, 15, 13, 15, 17,
                                                      21, 21, 21, 21, 21, 22, 22, 22, 22, 22, 22, 22, 24, 24, 24, 24,
                                                      24, 24, 24, 24, 25, 25, 25, 25, 25, 25, 25, 27, 27, 27, 27, 27,
                                                      27, 28, 28, 28, 28, 28, 30, 30, 30, 30, 32, 32, 32, 33, 33, 35};
-
-/// Reads fields one after the other, in the width that each is kept in.
-class Fields
-{
-public:
-    explicit Fields(Core::DataBitInput& input) : input(input) {}
-
-    template <class... F>
-    void U(unsigned bits, F&... fields)
-    {
-        ((fields = static_cast<F>(input.ReadBits(bits))), ...);
-    }
-    template <class... F>
-    void UE(F&... fields)
-    {
-        ((fields = static_cast<F>(read_ue(input))), ...);
-    }
-    template <class... F>
-    void SE(F&... fields)
-    {
-        ((fields = static_cast<F>(read_se(input))), ...);
-    }
-    /// Flags of one bit each.
-    template <class... F>
-    void Flags(F&... fields)
-    {
-        U(1, fields...);
-    }
-
-    Core::DataBitInput& input;
-};
 
 /// Grows an array by `count` entries that `read` delivers. The count comes from the stream: nothing is reserved by it.
 template <class T, class Read>
@@ -126,7 +95,7 @@ void FillFlat(SPS_decoded& sps)
         list.fill(16);
 }
 
-void ReadChromaBlock(Fields& in, SPS_decoded& sps)
+void ReadChromaBlock(SyntaxFields& in, SPS_decoded& sps)
 {
     in.UE(sps.chroma_format_idc);
     if (sps.chroma_format_idc == 3)
@@ -135,7 +104,7 @@ void ReadChromaBlock(Fields& in, SPS_decoded& sps)
     in.Flags(sps.qpprime_y_zero_transform_bypass_flag, sps.seq_scaling_matrix_present_flag);
 }
 
-void ReadPicOrderCount(Fields& in, SPS_decoded& sps)
+void ReadPicOrderCount(SyntaxFields& in, SPS_decoded& sps)
 {
     in.UE(sps.pic_order_cnt_type);
     if (sps.pic_order_cnt_type == 0)
@@ -152,7 +121,7 @@ void ReadPicOrderCount(Fields& in, SPS_decoded& sps)
     }
 }
 
-void ReadFrameLayout(Fields& in, SPS_decoded& sps)
+void ReadFrameLayout(SyntaxFields& in, SPS_decoded& sps)
 {
     in.UE(sps.pic_width_in_mbs_minus1, sps.pic_height_in_map_units_minus1);
     in.Flags(sps.frame_mbs_only_flag);
@@ -164,7 +133,7 @@ void ReadFrameLayout(Fields& in, SPS_decoded& sps)
               sps.frame_crop_bottom_offset);
 }
 
-void Decode_HRD_parameters(Fields& in, HRD_parameters_decoded& hrd)
+void Decode_HRD_parameters(SyntaxFields& in, HRD_parameters_decoded& hrd)
 {
     in.UE(hrd.cpb_cnt_minus1);
     in.U(4, hrd.bit_rate_scale, hrd.cpb_size_scale);
@@ -178,7 +147,7 @@ void Decode_HRD_parameters(Fields& in, HRD_parameters_decoded& hrd)
          hrd.dpb_output_delay_length_minus1, hrd.time_offset_length);
 }
 
-void ReadVideoSignal(Fields& in, VUI_decoded& vui)
+void ReadVideoSignal(SyntaxFields& in, VUI_decoded& vui)
 {
     in.Flags(vui.aspect_ratio_info_present_flag);
     if (vui.aspect_ratio_info_present_flag)
@@ -199,7 +168,7 @@ void ReadVideoSignal(Fields& in, VUI_decoded& vui)
         in.U(8, vui.colour_primaries, vui.transfer_characteristics, vui.matrix_coefficients);
 }
 
-void ReadTimingAndHRD(Fields& in, VUI_decoded& vui)
+void ReadTimingAndHRD(SyntaxFields& in, VUI_decoded& vui)
 {
     in.Flags(vui.timing_info_present_flag);
     if (vui.timing_info_present_flag)
@@ -217,7 +186,7 @@ void ReadTimingAndHRD(Fields& in, VUI_decoded& vui)
         in.Flags(vui.low_delay_hrd_flag);
 }
 
-void ReadVUI(Fields& in, VUI_decoded& vui)
+void ReadVUI(SyntaxFields& in, VUI_decoded& vui)
 {
     ReadVideoSignal(in, vui);
     in.Flags(vui.chroma_loc_info_present_flag);
@@ -232,7 +201,7 @@ void ReadVUI(Fields& in, VUI_decoded& vui)
           vui.log2_max_mv_length_vertical, vui.max_num_reorder_frames, vui.max_dec_frame_buffering);
 }
 
-void ReadSliceGroups(Fields& in, PPS_decoded& pps)
+void ReadSliceGroups(SyntaxFields& in, PPS_decoded& pps)
 {
     const uint64_t groups = uint64_t{pps.num_slice_groups_minus1} + 1;
     const auto readUE = [&in] { return read_ue(in.input); };
@@ -271,7 +240,7 @@ void ReadSliceGroups(Fields& in, PPS_decoded& pps)
 
 void ReadSPS(Core::DataBitInput& input, SPS_decoded& sps)
 {
-    Fields in(input);
+    SyntaxFields in(input);
     in.U(8, sps.profile_idc);
     in.Flags(sps.constraint_set0_flag, sps.constraint_set1_flag, sps.constraint_set2_flag, sps.constraint_set3_flag);
     input.ReadBits(4); // two more constraint flags and reserved bits
@@ -295,7 +264,7 @@ void ReadSPS(Core::DataBitInput& input, SPS_decoded& sps)
 
 void ReadPPS(Core::DataBitInput& input, PPS_decoded& pps)
 {
-    Fields in(input);
+    SyntaxFields in(input);
     in.UE(pps.pic_parameter_set_id, pps.seq_parameter_set_id);
     in.Flags(pps.entropy_coding_mode_flag, pps.bottom_field_pic_order_in_frame_present_flag);
     in.UE(pps.num_slice_groups_minus1);

@@ -1,5 +1,9 @@
 #include "Proc/CodecParsers/NaluTools.h"
 
+#include "Proc/CodecParsers/PacketTools.h"
+
+#include <algorithm>
+
 namespace Tessor::Proc::CodecParsers
 {
 
@@ -12,6 +16,45 @@ SP<BlobFF> CreateBlob(size_t size)
     catch (const std::bad_alloc&)
     {
         Throw<Exception>(TESSOR_HERE, "Can't create BlobFF");
+    }
+}
+
+SP<const IBlob> CreateBlobOf(const std::string& bytes)
+{
+    const SP<BlobFF> blob = CreateBlob(bytes.size());
+    std::copy(bytes.begin(), bytes.end(), blob->Data());
+    return blob;
+}
+
+std::vector<Nalu> FindPacketNalus(const IDataPacket& packet)
+{
+    std::vector<Nalu> units;
+    const auto bytes = PacketBytes(packet);
+    FindAnnexBNalus(bytes.data(), bytes.size(), units);
+    return units;
+}
+
+SP<IDataPacket> InsertParameterSets(const SP<IDataPacket>& packet, const IBlob& extradata,
+                                    bool (*isParameterSet)(const Nalu&))
+{
+    const std::vector<Nalu> units = FindPacketNalus(*packet);
+    if (std::any_of(units.begin(), units.end(), isParameterSet))
+        return packet;
+    return PrependToPacket(packet, extradata.Data(), extradata.Size());
+}
+
+void WriteSizedUnits(const std::vector<Nalu>& units, unsigned countBits, Core::DataBitOutput& output)
+{
+    constexpr unsigned sizeBits = 16;
+    if (units.size() >> countBits != 0)
+        Throw<Exception>(TESSOR_HERE, "Too many NALUs for the header");
+    output.WriteBits(static_cast<uint32_t>(units.size()), countBits);
+    for (const auto& [data, size] : units)
+    {
+        if (size >> sizeBits != 0)
+            Throw<Exception>(TESSOR_HERE, "NALU is too big for the header");
+        output.WriteBits(static_cast<uint32_t>(size), sizeBits);
+        output.WriteData(data, size);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/DataBitOutput.h"
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "media/BlobFF.h"
@@ -25,6 +26,20 @@ inline std::span<const uint8_t> PacketBytes(const IDataPacket& packet)
 
 /// A blob of that size. Throws Exception "Can't create BlobFF" when memory is missing.
 SP<BlobFF> CreateBlob(size_t size);
+
+/// A blob of those bytes. Throws as CreateBlob.
+SP<const IBlob> CreateBlobOf(const std::string& bytes);
+
+/// The units of a packet in Annex B form.
+std::vector<Nalu> FindPacketNalus(const IDataPacket& packet);
+
+/// A packet (Annex B) with the extradata in front; the packet itself when a unit of it is a parameter set.
+SP<IDataPacket> InsertParameterSets(const SP<IDataPacket>& packet, const IBlob& extradata,
+                                    bool (*isParameterSet)(const Nalu&));
+
+/// Writes a run of units as avcC and hvcC have it: their count in that many bits, then each behind its 16-bit size.
+/// Throws Exception when a number does not fit.
+void WriteSizedUnits(const std::vector<Nalu>& units, unsigned countBits, Core::DataBitOutput& output);
 
 /// Bytes that the units take behind 4-byte start codes.
 size_t AnnexBSize(const std::vector<Nalu>& units);

@@ -99,6 +99,20 @@ TEST(H264Header, Conversions)
     EXPECT_EQ(toMp4(StartCode + "67 42 00 1e"), NoSets);
     EXPECT_EQ(toMp4("00 00 01 67 42 00 00 00 01 68 ce"),
               "At least 4 bytes requires from first sps to form the avcc header");
+    // Nothing is cut to fit into the record.
+    const auto repeat = [](const std::string& hex, int count)
+    {
+        std::string text;
+        for (int i = 0; i < count; ++i)
+            text += hex + " ";
+        return text;
+    };
+    const std::string tooMany = "Too many NALUs for the header", tooBig = "NALU is too big for the header";
+    EXPECT_EQ(toAnnexB(toMp4(repeat(StartCode + "67 42 00 1e", 31) + repeat(StartCode + "68 ce", 255))).size(),
+              31 * 24 + 255 * 18 - 1u);
+    EXPECT_EQ(toMp4(repeat(AnnexBA, 32)), tooMany);
+    EXPECT_EQ(toMp4(AnnexBA + " " + repeat(StartCode + "68 ce", 255)), tooMany);
+    EXPECT_EQ(toMp4(AnnexBA + repeat(" aa", 65534)), tooBig);
     for (const std::string& hex : {AvccA, AnnexBA})
     {
         const SP<const IBlob> blob = MakeBlob(hex);

@@ -1,7 +1,6 @@
-#include "Fnd/DataInputMemory.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "media/IFormatCodecVideo.h"
-#include "tests/CodecParsers/ParameterSetWriter.h"
+#include "tests/CodecParsers/H264ParameterSetWriter.h"
 
 using namespace Tessor;
 using namespace Tessor::Proc::CodecParsers;
@@ -9,61 +8,6 @@ using namespace Tessor::Test;
 
 namespace
 {
-
-Bytes WithStartCode(const Bytes& unit)
-{
-    return NALU_START_CODE_4_BYTE + unit;
-}
-
-// The unit with an emulation prevention byte where the standard asks for one.
-Bytes Escape(const Bytes& rbsp)
-{
-    Bytes unit;
-    for (const uint8_t byte : rbsp)
-    {
-        const size_t size = unit.size();
-        if (size >= 2 && unit[size - 1] == 0 && unit[size - 2] == 0 && byte <= 3)
-            unit.push_back(3);
-        unit.push_back(byte);
-    }
-    return unit;
-}
-
-// Decodes every proper beginning of a unit, each in memory of its own size. It has to fail with the bit reader exactly
-// when bits are missing. A header of one byte is not found at all.
-template <class Record>
-void CheckTruncations(const Bytes& unit, size_t syntaxBits, void (*decode)(const uint8_t*, size_t, Record&))
-{
-    for (size_t size = 2; size < unit.size(); ++size)
-    {
-        const Bytes part(unit.begin(), unit.begin() + static_cast<std::ptrdiff_t>(size));
-        const bool complete = RemoveEmulationByte(part.data(), part.size()).size() * 8 >= syntaxBits;
-        const Bytes header = WithStartCode(part);
-        Record record;
-        const bool failed = !Failure([&] { decode(header.data(), header.size(), record); }).empty();
-        ASSERT_NE(failed, complete) << size << " of " << ToHex(unit);
-    }
-}
-
-template <class Record, class Draw>
-void CheckRandomSets(unsigned seed, int rounds, Draw draw, void (*decode)(const uint8_t*, size_t, Record&))
-{
-    std::mt19937 random(seed);
-    Record decoded; // kept over the rounds: each one has to reset it
-    for (int round = 0; round < rounds; ++round)
-    {
-        ParameterSetWriter writer(random);
-        Record expected;
-        draw(writer, expected);
-        const size_t syntaxBits = writer.Bits();
-        const Bytes unit = Escape(writer.Finish());
-        const Bytes header = WithStartCode(unit);
-        decode(header.data(), header.size(), decoded);
-        ASSERT_TRUE(decoded == expected) << "round " << round << ": " << ToHex(unit);
-        if (round % 40 == 0)
-            CheckTruncations(unit, syntaxBits, decode);
-    }
-}
 
 SPS_decoded Picture(uint32_t widthMbs, uint32_t heightMapUnits)
 {

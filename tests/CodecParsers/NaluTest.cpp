@@ -1,6 +1,5 @@
 #include "Fnd/DataInputMemory.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "media/IFormatCodecVideo.h"
 #include "tests/CodecParsers/NaluTestTools.h"
 
@@ -18,7 +17,6 @@ namespace
 {
 
 const std::string H264 = Conf::IFormatCodecVideo::CODEC_ID_H264;
-const std::string HEVC = Conf::IFormatCodecVideo::CODEC_ID_H265;
 
 // avcC with the SPS 67 42 00 1e and the PPS 68 ce, and the same in Annex B.
 const char* const Avcc = "01 42 00 1e ff e1 00 04 67 42 00 1e 01 00 02 68 ce";
@@ -345,23 +343,4 @@ TEST(PacketConversion, OutOfMemory)
     EXPECT_EQ(insert, "Can't copy packet properties");
     EXPECT_EQ(convert, "");
     EXPECT_EQ(convertBig, "Can't allocate new AVPacket");
-}
-
-TEST(Hvcc, ToAnnexB)
-{
-    const std::string fixed = "01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0f";
-    const std::string arrays = " 02 a0 00 01 00 02 40 01 a1 00 02 00 02 42 01 00 03 42 02 03";
-    const Bytes whole = Hex(fixed + arrays);
-    const std::string annexB = "00 00 00 01 40 01 00 00 00 01 42 01 00 00 00 01 42 02 03";
-    EXPECT_EQ(ToHex(*HEVC_Extradata_hvcCtoAnnexB(MakeBlob(fixed + arrays))), annexB);
-    for (size_t size = 1; size < whole.size(); ++size)
-    {
-        const SP<IBlob> part = BlobFF::Create(whole.data(), size);
-        EXPECT_EQ(Failure([&] { HEVC_Extradata_hvcCtoAnnexB(part); }), "hvcC header is too small") << size;
-    }
-    const SP<const IBlob> already = MakeBlob(annexB);
-    EXPECT_EQ(HEVC_Extradata_hvcCtoAnnexB(already), already);
-    EXPECT_EQ(HEVC_Extradata_hvcCtoAnnexB(nullptr), nullptr);
-    const SP<IDataPacket> key = MakeVideoPacket("01 26", true);
-    EXPECT_EQ(ToHex(*Mp4toAnnexB(key, 1, MakeBlob(fixed + arrays), HEVC)), annexB + " 00 00 00 01 26");
 }

@@ -4,14 +4,9 @@
 #include "Proc/CodecParsers/TheoraCodecParser.h"
 #include "Proc/CodecParsers/WMV2CodecParser.h"
 #include "tests/CodecParsers/HeaderTools.h"
-
-extern "C"
-{
-#include <libavformat/avformat.h>
-}
+#include "tests/CodecParsers/RealClip.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 using namespace Tessor;
 using namespace Tessor::Proc;
@@ -20,54 +15,6 @@ using namespace Tessor::Test;
 
 namespace
 {
-
-// The video of a clip as libavformat sees it; times in microseconds.
-class Clip
-{
-public:
-    explicit Clip(const std::string& path)
-    {
-        EXPECT_EQ(avformat_open_input(&context, path.c_str(), nullptr, nullptr), 0);
-        EXPECT_GE(avformat_find_stream_info(context, nullptr), 0);
-        stream = context->streams[av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)];
-    }
-    ~Clip() { avformat_close_input(&context); }
-
-    const AVStream& GetStream() const { return *stream; }
-    const AVCodecParameters& GetParameters() const { return *stream->codecpar; }
-
-    SP<DataPacketFF> Read()
-    {
-        AVPacket* record = av_packet_alloc();
-        while (av_read_frame(context, record) >= 0)
-        {
-            if (record->stream_index == stream->index)
-            {
-                av_packet_rescale_ts(record, stream->time_base, {1, 1000000});
-                return DataPacketFF::Create(record, MediaType::Video, record->pts, record->dts, record->duration);
-            }
-            av_packet_unref(record);
-        }
-        av_packet_free(&record);
-        return nullptr;
-    }
-
-private:
-    AVFormatContext* context = nullptr;
-    AVStream* stream = nullptr;
-};
-
-#define SKIP_WITHOUT(path)                                                                                             \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        if (!std::filesystem::exists(path))                                                                            \
-            GTEST_SKIP() << path << " is missing";                                                                     \
-    } while (false)
-
-std::string ClipPath(const std::string& name)
-{
-    return TESSOR_SOURCE_DIR "/../shared/media/" + name;
-}
 
 template <class Config>
 Config Decode(void (*decode)(const uint8_t*, size_t, Config&), const AVCodecParameters& parameters)
@@ -89,8 +36,8 @@ class RealMpeg4 : public testing::TestWithParam<const char*>
 
 TEST_P(RealMpeg2, Header)
 {
-    SKIP_WITHOUT(ClipPath(GetParam()));
-    const Clip clip(ClipPath(GetParam()));
+    TESSOR_SKIP_WITHOUT(GetParam());
+    const RealClip clip(GetParam());
     const auto config = Decode(DecodeMPEG2Config, clip.GetParameters());
     EXPECT_EQ(config.horizontal_size_value, clip.GetParameters().width);
     EXPECT_EQ(config.vertical_size_value, clip.GetParameters().height);
@@ -103,8 +50,8 @@ TEST_P(RealMpeg2, Header)
 // Times of references that were taken away come back as they were.
 TEST_P(RealMpeg2, RestoresTimes)
 {
-    SKIP_WITHOUT(ClipPath(GetParam()));
-    Clip clip(ClipPath(GetParam()));
+    TESSOR_SKIP_WITHOUT(GetParam());
+    RealClip clip(GetParam());
     MPEG1_2PTSRestorer restorer;
     std::vector<avTime> original, restored;
     const auto push = [&](const SP<DataPacketFF>& packet)
@@ -133,8 +80,8 @@ INSTANTIATE_TEST_SUITE_P(Clips, RealMpeg2, testing::Values("mpeg2-576i-ac3-synth
 
 TEST_P(RealMpeg4, HeaderAndKeyPacket)
 {
-    SKIP_WITHOUT(ClipPath(GetParam()));
-    Clip clip(ClipPath(GetParam()));
+    TESSOR_SKIP_WITHOUT(GetParam());
+    RealClip clip(GetParam());
     const AVCodecParameters& parameters = clip.GetParameters();
     const auto config = Decode(DecodeMPEG4Config, parameters);
     EXPECT_EQ(config.video_object_layer_width, parameters.width);
@@ -143,7 +90,7 @@ TEST_P(RealMpeg4, HeaderAndKeyPacket)
     EXPECT_EQ(config.level, parameters.level);
 
     // The clips repeat the header in their key packets: taken away it comes back, and only once.
-    const SP<const IBlob> extradata = BlobFF::Create(parameters.extradata, parameters.extradata_size);
+    const SP<const IBlob> extradata = clip.GetExtradata();
     const SP<IDataPacket> packet = clip.Read();
     const Bytes payload = Payload(*packet), header = Payload(*extradata),
                 own = Payload(*MPEG4_GetPacketHeaders(packet));
@@ -157,9 +104,8 @@ INSTANTIATE_TEST_SUITE_P(Clips, RealMpeg4, testing::Values("mpeg4sp-85s-aac.mov"
 
 TEST(RealTheora, Header)
 {
-    const std::string path = ClipPath("theora-vorbis.ogv");
-    SKIP_WITHOUT(path);
-    const Clip clip(path);
+    TESSOR_SKIP_WITHOUT("theora-vorbis.ogv");
+    const RealClip clip("theora-vorbis.ogv");
     const auto config = Decode(DecodeTheoraConfig, clip.GetParameters());
     EXPECT_EQ(config.version, 0x30201u);
     EXPECT_EQ(static_cast<int>(config.pictureWidth), clip.GetParameters().width);
@@ -174,9 +120,8 @@ TEST(RealTheora, Header)
 
 TEST(RealWmv2, Header)
 {
-    const std::string path = ClipPath("wmv2-wmav2-letterbox.wmv");
-    SKIP_WITHOUT(path);
-    const Clip clip(path);
+    TESSOR_SKIP_WITHOUT("wmv2-wmav2-letterbox.wmv");
+    const RealClip clip("wmv2-wmav2-letterbox.wmv");
     const auto config = Decode(DecodeWMV2Config, clip.GetParameters());
     EXPECT_EQ(config.frameRate, clip.GetStream().r_frame_rate.num);
     EXPECT_EQ(config.bitRate, 750); // what the clip was encoded at

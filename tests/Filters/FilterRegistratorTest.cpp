@@ -18,9 +18,9 @@ TEST(FilterRegistrator, RegistersInOrder)
 {
     RecordingRegistrator registry;
     FilterRegistrator(&registry);
-    EXPECT_EQ(registry.order,
-              (std::vector<std::string>{"CutController/Tessor", "audio SettingsStreamMetadataUpdater/Tessor",
-                                        "video SettingsStreamMetadataUpdater/Tessor"}));
+    EXPECT_EQ(registry.order, (std::vector<std::string>{"CutController/Tessor", "LosslessDetect/Tessor",
+                                                        "audio SettingsStreamMetadataUpdater/Tessor",
+                                                        "video SettingsStreamMetadataUpdater/Tessor"}));
 }
 
 TEST(FilterRegistrator, WhatWasRegisteredBuildsFilters)

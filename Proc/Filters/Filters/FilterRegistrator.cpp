@@ -1,6 +1,7 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 
 #include "Proc/Filters/Filters/FilterCutController.h"
+#include "Proc/Filters/Filters/FilterLosslessDetect.h"
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
 #include "host/ImplNames.h"
 
@@ -15,9 +16,15 @@ SP<IStreamController> CreateCutController(const Settings& settings, SP<ICodecFac
     return FilterCutController::Create(settings, codecFactory);
 }
 
+SP<IStreamRaw> CreateLosslessDetect(const SP<IStreamRaw>& parent, const Settings& settings)
+{
+    return FilterLosslessDetect::Create(parent, settings);
+}
+
 void RegisterTyped(IFilterFactoryRegistrator& registrator)
 {
     registrator.RegisterCutController(ImplNames::TESSOR, CreateCutController);
+    registrator.RegisterLosslessDetect(ImplNames::TESSOR, CreateLosslessDetect);
 }
 
 void RegisterAudioFilters(IFilterFactoryRegistrator& registrator)

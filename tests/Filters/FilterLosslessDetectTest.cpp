@@ -1,0 +1,192 @@
+#include "Proc/Filters/Filters/FilterLosslessDetect.h"
+
+#include "Proc/StreamTemplates/Visitors.h"
+#include "media/BlobFF.h"
+#include "media/IFormatCodecVideo.h"
+#include "tests/support/Conformance.h"
+#include "tests/support/ReadAll.h"
+
+#include <gtest/gtest.h>
+
+namespace Tessor::Test
+{
+namespace
+{
+
+using namespace Proc;
+using Bytes = std::vector<uint8_t>;
+
+constexpr uint32_t Times = 1, Order = 2, BadPts = 4, CRA = 8, All = 15;
+
+// The start of an hvcC with 2-byte lengths, and an Annex B header.
+const Bytes Hvcc = []
+{
+    Bytes header(23);
+    header[0] = 1;
+    header[21] = 1;
+    return header;
+}();
+const Bytes AnnexB{0, 0, 0, 1, 0x40, 1};
+
+// Packets of HEVC, by the value that a script gives them.
+enum Payload
+{
+    IDRPacket = 101,
+    CRAPacket,
+    CRAInMp4,
+    TornMp4,
+};
+
+SettingsLosslessDetect Detect(uint32_t detectors, uint64_t maxSequence = 2, uint64_t minPackets = 0)
+{
+    SettingsLosslessDetect settings;
+    settings.detectors = detectors;
+    settings.maxSequentialBadPts = maxSequence;
+    settings.minPacketsPerBadPts = minPackets;
+    return settings;
+}
+
+SP<ScriptedRaw> MakeSource(const std::string& script, const std::string& codec, const Bytes& extradata)
+{
+    const SP<ScriptedRaw> source = ScriptedRaw::Create(script, MediaType::Video, codec);
+    source->SetPayload(IDRPacket, {0, 0, 1, 0x26, 1, 0xAF});
+    source->SetPayload(CRAPacket, {0, 0, 1, 0x46, 1, 0x50, 0, 0, 1, 0x2A, 1, 0xAF});
+    source->SetPayload(CRAInMp4, {0, 3, 0x46, 1, 0x50, 0, 2, 0x2A, 1});
+    source->SetPayload(TornMp4, {0, 9, 0x2A, 1});
+    if (!extradata.empty())
+        source->GetFormatCodec()->SetExtradata(BlobFF::Create(extradata.data(), extradata.size()));
+    return source;
+}
+
+// Both verdicts: "yes", or the number of the packet with which it fell, or "share" when no single one did.
+std::string Verdicts(const FilterLosslessDetect& filter)
+{
+    const auto text = [](bool possible, uint64_t end) {
+        return end > 0 ? std::to_string(end) : possible ? "yes" : "share";
+    };
+    EXPECT_FALSE(filter.GetLosslessEnd() > 0 && filter.LosslessPossible());
+    EXPECT_EQ(filter.GetLosslessCutEnd() == 0, filter.LosslessCutPossible());
+    return text(filter.LosslessPossible(), filter.GetLosslessEnd()) + "/" +
+           text(filter.LosslessCutPossible(), filter.GetLosslessCutEnd());
+}
+
+TEST(FilterLosslessDetect, Conforms)
+{
+    CheckConformance<IStreamRaw>("0K 40 80 120K 160", [](const SP<IStreamRaw>& source)
+                                 { return FilterLosslessDetect::Create(source, Detect(All)); });
+}
+
+TEST(FilterLosslessDetect, Times)
+{
+    const struct
+    {
+        const char* script;
+        uint32_t detectors;
+        const char* verdicts;
+    } rows[] = {
+        {"E", All, "yes/yes"},
+        {"0Kd0 80d40 40d41", Times, "3/yes"},
+        {"0Kd0 80d40 40d40", Times, "yes/yes"},
+        {"0Kd0 40d50", All & ~Times, "yes/yes"},
+        {"0K 40", Times, "yes/yes"},
+        {"?:40d90", Times, "yes/yes"},
+        {"80Kd0 120d40 160d40", Order, "3/yes"},
+        {"80Kd0 120d40 160d20 200d10", Order, "3/yes"}, // the first one counts
+        {"80K 120d0 160d40", Order, "yes/yes"},
+        {"80Kd0 120 160d40", Order, "2/yes"}, // unknown behind known
+        {"80Kd0 120d0", All & ~Order, "yes/yes"},
+        {"?:40d0 ?:40d40 80d80 ?:40d120 ?:40d160", BadPts, "yes/yes"},
+        {"?:40d0 80d40 ?:40d80 ?:40d120 ?:40d160", BadPts, "5/yes"},
+        {"?:40 ?:40 ?:40", 0, "yes/yes"},
+    };
+    for (const auto& row : rows)
+    {
+        const auto filter = FilterLosslessDetect::Create(ScriptedRaw::Create(row.script), Detect(row.detectors));
+        ReadAll(filter);
+        EXPECT_EQ(Verdicts(*filter), row.verdicts) << row.script;
+    }
+}
+
+// Ten unknown times in a hundred packets. The share is judged when it is asked for: more packets mend it.
+TEST(FilterLosslessDetect, ShareOfUnknownTimes)
+{
+    std::string script;
+    for (int i = 0; i < 110; ++i)
+        script += (i < 100 && i % 10 == 5 ? "?:40" : std::to_string(40 * i) + ":40") + " ";
+    for (const auto& [minimum, verdicts] : {std::pair(10, "yes/yes"), std::pair(11, "share/yes")})
+    {
+        const auto filter = FilterLosslessDetect::Create(ScriptedRaw::Create(script), Detect(BadPts, 2, minimum));
+        for (int i = 0; i < 100; ++i)
+            filter->Read();
+        EXPECT_EQ(Verdicts(*filter), verdicts);
+        ReadAll(filter);
+        EXPECT_EQ(Verdicts(*filter), "yes/yes");
+    }
+}
+
+TEST(FilterLosslessDetect, CRA)
+{
+    const struct
+    {
+        const char* script;
+        const char* codec;
+        Bytes extradata;
+        uint32_t detectors;
+        const char* verdicts;
+    } rows[] = {
+        {"0K=101 40 80K=102 120K=102", "h265", AnnexB, CRA, "yes/3"},
+        {"0K=101 40 80K=101", "h265", AnnexB, CRA, "yes/yes"},
+        {"0K=102", "h265", AnnexB, All & ~CRA, "yes/yes"},
+        {"0K=102", "h265", {}, CRA, "yes/yes"}, // no header: the framing is unknown
+        {"0K=102", "h264", AnnexB, CRA, "yes/yes"},
+        {"0K=103", "h265", Hvcc, CRA, "yes/1"},
+        {"0Kd0=101 40d50=102", "h265", AnnexB, All, "2/2"},         // all detectors see the packet
+        {"0Kd0=101 40d50 80d80=102", "h265", AnnexB, All, "2/yes"}, // none sees a later one
+    };
+    for (const auto& row : rows)
+    {
+        const auto filter =
+            FilterLosslessDetect::Create(MakeSource(row.script, row.codec, row.extradata), Detect(row.detectors));
+        ReadAll(filter);
+        EXPECT_EQ(Verdicts(*filter), row.verdicts) << row.script << ' ' << row.codec;
+    }
+}
+
+TEST(FilterLosslessDetect, MalformedPacketsFailTheRead)
+{
+    const auto filter = FilterLosslessDetect::Create(MakeSource("0K=104 40=103", "h265", Hvcc), Detect(CRA));
+    EXPECT_THROW(filter->Read(), std::logic_error);
+    EXPECT_TRUE(filter->Read());
+    EXPECT_EQ(Verdicts(*filter), "yes/2");
+    EXPECT_THROW(FilterLosslessDetect::Create(MakeSource("0K", "h265", {1, 1, 1, 1}), Detect(CRA)), Exception);
+}
+
+// A verdict outlives seeks and new settings, and packets come through as they are.
+TEST(FilterLosslessDetect, HandsThroughAndKeepsItsVerdict)
+{
+    const SP<ScriptedRaw> source = MakeSource("0Kd0 40d40 80d40 120d80", "h264", {});
+    const auto filter = FilterLosslessDetect::Create(source, Detect(Order));
+    const SP<IStreamRaw> stream = filter;
+    EXPECT_EQ(stream->GetMediaType(), MediaType::Video);
+    EXPECT_EQ(stream->GetFormatCodec(), source->GetFormatCodec());
+    EXPECT_EQ(ReadAll(stream), ReadAll(MakeSource("0Kd0 40d40 80d40 120d80", "h264", {})));
+    EXPECT_EQ(Verdicts(*filter), "3/yes");
+    filter->Initialize(Detect(0));
+    stream->RequestSeek(0, nullptr);
+    stream->DoSeek();
+    EXPECT_EQ(ReadAll(stream), ReadAll(MakeSource("0Kd0 40d40 80d40 120d80", "h264", {})));
+    EXPECT_EQ(Verdicts(*filter), "3/yes");
+
+    EXPECT_EQ(
+        *(stream->GetStatistic().begin() + 1),
+        Core::MakeStatistics("virtual Core::Property Tessor::Proc::FilterLosslessDetect::GetStatistic() const", 0, 8));
+    Visitors::InfoCollector names;
+    stream->Accept(names);
+    EXPECT_EQ(names.GetElements(), (std::vector<std::string>{"FilterLosslessDetect", "Scripted"}));
+    EXPECT_THROW(stream->Initialize(Core::Property("x")), FilterException);
+    stream->Terminate();
+    EXPECT_FALSE(stream->Read());
+}
+
+} // namespace
+} // namespace Tessor::Test
