@@ -11,7 +11,7 @@ namespace Tessor::Proc
 class TESSOR_API IResize : public virtual IOneInputEffectVideo
 {
 public:
-    inline static const std::string CLASS_ID = "IResize";
+    inline static const std::string CLASS_ID = "SettingsResizer"; ///< that of its settings
 };
 
 } // namespace Tessor::Proc

@@ -42,6 +42,11 @@ static_assert(Same(PixFmt::YUVA420P, AV_PIX_FMT_YUVA420P));
 
 } // namespace
 
+PixFmt PixFmtDescription::FindByName(const std::string& name)
+{
+    return static_cast<PixFmt>(av_get_pix_fmt(name.c_str()));
+}
+
 PixFmtDescription PixFmtDescription::Find(PixFmt format)
 {
     const AVPixelFormat native = static_cast<AVPixelFormat>(format);

@@ -39,6 +39,9 @@ public:
     /// Throws std::invalid_argument for a value that is no pixel format.
     static PixFmtDescription Find(PixFmt format);
 
+    /// The format of FFmpeg's name, None for a name that is none.
+    static PixFmt FindByName(const std::string& name);
+
     PixFmt GetPixFmt() const { return format; }
     /// FFmpeg's name of the format, such as "yuv420p".
     const std::string& GetName() const { return name; }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Proc/Settings/SettingsField.h"
+
+#include <cstdint>
+
+namespace Tessor::Proc
+{
+
+/// Of the deinterlacer, which makes one progressive frame of every interlaced one.
+class TESSOR_API SettingsDeinterlace final : public SettingsOf<SettingsDeinterlace>
+{
+public:
+    enum class Method : int64_t
+    {
+        Bwdif, ///< motion adaptive, with a filter of three fields: the best edges
+        Yadif, ///< motion adaptive
+    };
+
+    inline static const std::string CLASS_ID = "SettingsDeinterlace";
+    static const std::vector<SettingsField<SettingsDeinterlace>>& GetFields();
+
+    Method method = Method::Bwdif;
+};
+
+} // namespace Tessor::Proc
