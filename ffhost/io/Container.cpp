@@ -102,7 +102,7 @@ AVDictionary* Container::MakeOptions() const
 Container::Origin Container::GetOrigin() const
 {
     // In Ogg the first packets of a sound that ends a page at a later time lie below zero.
-    if (IsMov() || Is({"ogg", "ogv", "oga", "spx"}))
+    if (IsMov() || IsOgg())
         return Origin::Free;
     return IsMatroska() ? Origin::Presentation : Origin::Decoding;
 }
@@ -141,7 +141,7 @@ AVRational Container::ChooseTimeBase(const TrackInfo& source) const
 {
     const bool frameRate = source.type == MediaType::Video && source.frameRateNum > 0 && source.frameRateDen > 0;
     // These count frames, not time.
-    if (frameRate && Is({"avi", "ogg", "ogv"}))
+    if (frameRate && (Is({"avi"}) || IsOgg()))
         return {source.frameRateDen, source.frameRateNum};
     if (source.timeBaseNum <= 0 || source.timeBaseDen <= 0 || source.timeBaseDen > FINEST)
         return {1, FINEST};
@@ -168,9 +168,19 @@ bool Container::SharesTimes() const
     return Is({"mpegts"});
 }
 
+bool Container::TellsEnds() const
+{
+    return IsOgg();
+}
+
+bool Container::CountsPictures() const
+{
+    return IsOgg();
+}
+
 bool Container::CarriesChapters() const
 {
-    return IsMov() || IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "asf", "mp3", "ffmetadata", "nut"});
+    return IsMov() || IsMatroska() || IsOgg() || Is({"asf", "mp3", "ffmetadata", "nut"});
 }
 
 bool Container::CarriesRotation() const
@@ -180,7 +190,7 @@ bool Container::CarriesRotation() const
 
 bool Container::CarriesTag(const std::string& key, bool ofTrack) const
 {
-    if (IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "nut"}))
+    if (IsMatroska() || IsOgg() || Is({"nut"}))
         return true;
     const std::string name = Lower(key);
     if (ofTrack)
@@ -213,6 +223,11 @@ bool Container::IsMov() const
 bool Container::IsMatroska() const
 {
     return Is({"matroska", "webm"});
+}
+
+bool Container::IsOgg() const
+{
+    return Is({"ogg", "ogv", "oga", "opus", "spx"});
 }
 
 } // namespace Tessor::Host

@@ -47,6 +47,10 @@ public:
 
     /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
     bool SharesTimes() const;
+    /// Only the ends of groups of packets are timed.
+    bool TellsEnds() const;
+    /// Pictures are counted, and libavformat fills no gaps between them.
+    bool CountsPictures() const;
 
     bool CarriesChapters() const;
     bool CarriesRotation() const;
@@ -56,6 +60,7 @@ private:
     bool Is(std::initializer_list<const char*> names) const;
     bool IsMov() const;
     bool IsMatroska() const;
+    bool IsOgg() const;
 
     const AVOutputFormat* format = nullptr;
     bool bluRay = false; // 192-byte packets

@@ -52,7 +52,8 @@ private:
         avTime delay = 0; // added to its times, on top of the common shift
         bool ended = false;
         bool written = false;            // a packet has been handed to the container
-        std::optional<int64_t> end = {}; // of the last packet of sound, in ticks, where packets share times
+        std::optional<int64_t> end = {}; // of the last packet, in ticks, where packets share times or are counted
+        PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come
         long long damaged = 0;           // packets that could not be framed, and were left out
     };
 
@@ -70,8 +71,14 @@ private:
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
+    PacketPtr TakeEnded(PacketPtr next);
     void FillStart(const AVPacket& first);
+    void FillGap(const AVPacket& packet);
     void KeepApart(const AVPacket& packet);
+    void HandEmpty(int track, int64_t time);
+    void Hand(AVPacket& packet);
+    void Flush();
+    Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
     void Check(int result) const;
 
     const std::string path;
