@@ -1,5 +1,7 @@
 #include "ffhost/io/Container.h"
 
+#include "ffhost/io/ProgramStream.h"
+
 extern "C"
 {
 #include <libavcodec/avcodec.h>
@@ -53,9 +55,27 @@ const std::set<AVCodecID> PROGRAM_CODECS = {
     AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE,
 };
 
-/// How long before its decoding a program stream's first packet arrives: libavformat's preload. Its clock starts so
-/// much below the first decoding time, and has no values below zero.
-constexpr avTime PROGRAM_PRELOAD = 500000;
+/// What AVI's readers find by its tag alone: packets without times of their own, and without a configuration.
+const std::set<AVCodecID> AVI_CODECS = {
+    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_MPEG4,     AV_CODEC_ID_MSMPEG4V1,
+    AV_CODEC_ID_MSMPEG4V2,  AV_CODEC_ID_MSMPEG4V3,  AV_CODEC_ID_H263,      AV_CODEC_ID_H264,
+    AV_CODEC_ID_WMV1,       AV_CODEC_ID_WMV2,       AV_CODEC_ID_WMV3,      AV_CODEC_ID_VC1,
+    AV_CODEC_ID_VP8,        AV_CODEC_ID_MJPEG,      AV_CODEC_ID_DVVIDEO,   AV_CODEC_ID_HUFFYUV,
+    AV_CODEC_ID_FFVHUFF,    AV_CODEC_ID_FFV1,       AV_CODEC_ID_UTVIDEO,   AV_CODEC_ID_RAWVIDEO,
+    AV_CODEC_ID_CINEPAK,    AV_CODEC_ID_INDEO3,     AV_CODEC_ID_MSVIDEO1,  AV_CODEC_ID_PNG,
+    AV_CODEC_ID_MP2,        AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,       AV_CODEC_ID_DTS,
+    AV_CODEC_ID_PCM_U8,     AV_CODEC_ID_PCM_S16LE,  AV_CODEC_ID_PCM_S24LE, AV_CODEC_ID_PCM_S32LE,
+    AV_CODEC_ID_PCM_ALAW,   AV_CODEC_ID_PCM_MULAW,  AV_CODEC_ID_ADPCM_MS,  AV_CODEC_ID_ADPCM_IMA_WAV,
+    AV_CODEC_ID_WMAV1,      AV_CODEC_ID_WMAV2,
+};
+
+/// H.264 is not among them: readers of ASF find no pictures in it that their decoders take.
+const std::set<AVCodecID> ASF_CODECS = {
+    AV_CODEC_ID_WMV1,      AV_CODEC_ID_WMV2,        AV_CODEC_ID_WMV3,      AV_CODEC_ID_VC1,       AV_CODEC_ID_MSMPEG4V2,
+    AV_CODEC_ID_MSMPEG4V3, AV_CODEC_ID_MPEG4,       AV_CODEC_ID_MJPEG,     AV_CODEC_ID_WMAV1,     AV_CODEC_ID_WMAV2,
+    AV_CODEC_ID_WMAPRO,    AV_CODEC_ID_WMALOSSLESS, AV_CODEC_ID_WMAVOICE,  AV_CODEC_ID_MP2,       AV_CODEC_ID_MP3,
+    AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
+};
 
 /// Ticks finer than packets' own microseconds are of no use.
 constexpr int FINEST = 1000000;
@@ -109,7 +129,12 @@ Container::Origin Container::GetOrigin() const
 
 avTime Container::GetLead() const
 {
-    return Is({"mpeg", "vob", "svcd", "dvd"}) ? PROGRAM_PRELOAD : 0;
+    return Is({"mpeg", "vob", "svcd", "dvd"}) ? ProgramStream::GetLead() : 0;
+}
+
+bool Container::IsProgramStream() const
+{
+    return Is({"vob"});
 }
 
 bool Container::CountsPackets() const
@@ -128,6 +153,10 @@ bool Container::KnowsCodec(AVCodecID codec) const
         return TRANSPORT_CODECS.count(codec) != 0;
     if (Is({"mpeg", "vob", "svcd", "dvd"}))
         return PROGRAM_CODECS.count(codec) != 0;
+    if (Is({"avi"}))
+        return AVI_CODECS.count(codec) != 0;
+    if (Is({"asf", "asf_stream"}))
+        return ASF_CODECS.count(codec) != 0;
     // Where libavformat doesn't know, the trial of a header decides.
     return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || IsMatroska();
 }

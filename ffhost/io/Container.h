@@ -32,6 +32,8 @@ public:
     Origin GetOrigin() const;
     /// How far above zero the first decoding time must lie.
     avTime GetLead() const;
+    /// Written by our own ProgramStream; the libavformat muxer is only asked what it takes.
+    bool IsProgramStream() const;
     /// Packets are counted, not timed: a gap has to be filled with empty ones.
     bool CountsPackets() const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.

@@ -117,6 +117,9 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                                                                { avcodec_parameters_free(&p); });
     if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
         throw std::bad_alloc();
+    // Left at the source's, libavformat would take packets of any size for blocks of this one.
+    if (parameters->codec_id == AV_CODEC_ID_MP3 || parameters->codec_id == AV_CODEC_ID_AC3)
+        parameters->block_align = 0;
     parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
@@ -147,6 +150,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  framing,
                  DtsRepair(reorders ? LOOK_AHEAD : 0),
                  sparse || source.attachment || source.attachedPicture,
+                 {},
                  delay};
 }
 
@@ -218,11 +222,18 @@ void MuxerFF::Open()
     const int result = avformat_init_output(context.get(), &options);
     av_dict_free(&options);
     Check(std::min(result, 0));
+    if (container.IsProgramStream())
+        program.emplace(*file->GetContext());
     for (size_t i = 0; i < tracks.size(); ++i)
     {
         Track& track = tracks[i];
+        if (program)
+            program->AddTrack(*track.parameters);
+        const AVStream& stream = *context->streams[i];
+        if (container.CountsPackets() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
+            track.counter.emplace(*stream.codecpar, stream.time_base);
         interleaver.AddTrack(
-            {context->streams[i]->time_base, track.source.type == MediaType::Video ? 0 : 1, track.sparse});
+            {GetTicks(static_cast<int>(i)), track.source.type == MediaType::Video ? 0 : 1, track.sparse});
         if (track.source.attachment)
             EndTrack(static_cast<int>(i));
     }
@@ -269,9 +280,15 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     Drain();
 }
 
+/// Those of a track's packets until they are handed to the container.
+AVRational MuxerFF::GetTicks(int number) const
+{
+    return tracks[static_cast<size_t>(number)].counter ? MICROSECONDS : context->streams[number]->time_base;
+}
+
 PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
 {
-    const AVRational timeBase = context->streams[number]->time_base;
+    const AVRational timeBase = GetTicks(number);
     PacketPtr result(av_packet_clone(packet.GetAVPacket()));
     if (!result)
         throw std::bad_alloc();
@@ -321,8 +338,12 @@ void MuxerFF::Drain()
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)
-        shift = std::max<avTime>(
-            container.GetLead() - av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
+    {
+        // in whole ticks, which the rounding up of WriteOut finds again
+        const int64_t lead = av_rescale_q_rnd(container.GetLead(), MICROSECONDS, first.time_base, AV_ROUND_UP);
+        const int64_t ticks = std::max<int64_t>(lead - first.dts, 0);
+        shift = av_rescale_q_rnd(ticks, first.time_base, MICROSECONDS, AV_ROUND_DOWN);
+    }
     else if (container.GetOrigin() == Container::Origin::Presentation)
         shift = -earliest;
     WriteHeader();
@@ -374,7 +395,11 @@ void MuxerFF::WriteOut(PacketPtr packet)
         packet->pts = std::max<int64_t>(packet->pts, 0);
     if (container.TellsEnds() && sound)
         packet = TakeEnded(std::move(packet));
-    if (packet)
+    if (!packet)
+        return;
+    if (std::optional<SoundCounter>& counter = TrackOf(*packet).counter)
+        counter->Place(std::move(packet), [this](AVPacket& counted) { Hand(counted); });
+    else
         Hand(*packet);
 }
 
@@ -437,7 +462,9 @@ void MuxerFF::HandEmpty(int number, int64_t time)
 
 void MuxerFF::Hand(AVPacket& packet)
 {
-    Check(std::min(av_write_frame(context.get(), &packet), 0));
+    if (program)
+        program->Write(packet);
+    Check(program ? 0 : std::min(av_write_frame(context.get(), &packet), 0));
 }
 
 void MuxerFF::Flush()
@@ -454,6 +481,8 @@ void MuxerFF::Finish()
     for (const Track& track : tracks)
         if (track.waiting)
             Hand(*track.waiting);
+    if (program)
+        program->Finish();
     Check(std::min(av_write_trailer(context.get()), 0));
     file->Commit();
 }
