@@ -181,6 +181,64 @@ TEST(MuxerTest, FillsTheGapBeforeTheFirstPicture)
         EXPECT_NEAR(copy.packets[i]->GetPTS(), video.packets[i + dropped]->GetPTS(), 1) << "packet " << i;
 }
 
+// Small pictures: every one has times of its own all the same.
+TEST(MuxerTest, EveryPictureOfAProgramStreamIsTimed)
+{
+    const std::string clip = FindClip("mpeg1-es-nasa.mpg");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    RawFile::Track video = ReadRawFile(clip).tracks.at(0);
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "small.mpg");
+    muxer->AddTrack(video.info, nullptr, false);
+    muxer->Open();
+    for (size_t i = 0; i < video.packets.size(); ++i)
+    {
+        video.packets[i]->SetPTS(static_cast<avTime>(i + 1) * 33367);
+        video.packets[i]->SetDTS(static_cast<avTime>(i) * 33367);
+        muxer->Write(0, video.packets[i]);
+    }
+    muxer->Finish();
+
+    const RawFile::Track copy = ReadRawFile(folder / "small.mpg").tracks.at(0);
+    ASSERT_EQ(copy.packets.size(), video.packets.size());
+    const avTime shift = copy.packets[0]->GetPTS() - video.packets[0]->GetPTS();
+    for (size_t i = 0; i < copy.packets.size(); ++i)
+        EXPECT_NEAR(copy.packets[i]->GetPTS() - video.packets[i]->GetPTS(), shift, 12) << "packet " << i;
+}
+
+// libavformat would write these, but nobody could play them.
+TEST(MuxerTest, RefusesWhatReadersCannotPlay)
+{
+    const struct
+    {
+        const char* clip;
+        size_t track;
+        const char* extension;
+        bool carried;
+    } cases[] = {
+        {"h264-high-closedgop-bframes-aac.mp4", 0, "wmv", false},
+        {"h264-high-closedgop-bframes-aac.mp4", 0, "avi", true},
+        {"h264-high-closedgop-bframes-aac.mp4", 1, "avi", false},
+        {"h264-high-closedgop-bframes-aac.mp4", 1, "vob", false},
+        {"hevc-hev1-cra-aac.mp4", 0, "vob", false},
+        {"theora-vorbis.ogv", 1, "avi", false},
+        {"wmv2-wmav2-letterbox.wmv", 0, "avi", true},
+        {"pcm-s24le.wav", 0, "ts", false},
+        {"pcm-s24le.wav", 0, "avi", true},
+    };
+    for (const auto& c : cases)
+    {
+        const std::string clip = FindClip(c.clip);
+        if (clip.empty())
+            GTEST_SKIP() << "no clip";
+        const ScratchFolder folder;
+        const RawFile source = ReadRawFile(clip);
+        const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / (std::string("x.") + c.extension));
+        EXPECT_EQ(muxer->CanCarry(source.tracks.at(c.track).info), c.carried) << c.clip << " " << c.extension;
+    }
+}
+
 struct GapCase
 {
     const char* clip;
