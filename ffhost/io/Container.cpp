@@ -1,5 +1,7 @@
 #include "ffhost/io/Container.h"
 
+#include "ffhost/io/ProgramStream.h"
+
 extern "C"
 {
 #include <libavcodec/avcodec.h>
@@ -53,9 +55,27 @@ const std::set<AVCodecID> PROGRAM_CODECS = {
     AV_CODEC_ID_PCM_DVD,    AV_CODEC_ID_DVD_SUBTITLE,
 };
 
-/// How long before its decoding a program stream's first packet arrives: libavformat's preload. Its clock starts so
-/// much below the first decoding time, and has no values below zero.
-constexpr avTime PROGRAM_PRELOAD = 500000;
+/// What AVI's readers find by its tag alone: packets without times of their own, and without a configuration.
+const std::set<AVCodecID> AVI_CODECS = {
+    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_MPEG4,     AV_CODEC_ID_MSMPEG4V1,
+    AV_CODEC_ID_MSMPEG4V2,  AV_CODEC_ID_MSMPEG4V3,  AV_CODEC_ID_H263,      AV_CODEC_ID_H264,
+    AV_CODEC_ID_WMV1,       AV_CODEC_ID_WMV2,       AV_CODEC_ID_WMV3,      AV_CODEC_ID_VC1,
+    AV_CODEC_ID_VP8,        AV_CODEC_ID_MJPEG,      AV_CODEC_ID_DVVIDEO,   AV_CODEC_ID_HUFFYUV,
+    AV_CODEC_ID_FFVHUFF,    AV_CODEC_ID_FFV1,       AV_CODEC_ID_UTVIDEO,   AV_CODEC_ID_RAWVIDEO,
+    AV_CODEC_ID_CINEPAK,    AV_CODEC_ID_INDEO3,     AV_CODEC_ID_MSVIDEO1,  AV_CODEC_ID_PNG,
+    AV_CODEC_ID_MP2,        AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,       AV_CODEC_ID_DTS,
+    AV_CODEC_ID_PCM_U8,     AV_CODEC_ID_PCM_S16LE,  AV_CODEC_ID_PCM_S24LE, AV_CODEC_ID_PCM_S32LE,
+    AV_CODEC_ID_PCM_ALAW,   AV_CODEC_ID_PCM_MULAW,  AV_CODEC_ID_ADPCM_MS,  AV_CODEC_ID_ADPCM_IMA_WAV,
+    AV_CODEC_ID_WMAV1,      AV_CODEC_ID_WMAV2,
+};
+
+/// H.264 is not among them: readers of ASF find no pictures in it that their decoders take.
+const std::set<AVCodecID> ASF_CODECS = {
+    AV_CODEC_ID_WMV1,      AV_CODEC_ID_WMV2,        AV_CODEC_ID_WMV3,      AV_CODEC_ID_VC1,       AV_CODEC_ID_MSMPEG4V2,
+    AV_CODEC_ID_MSMPEG4V3, AV_CODEC_ID_MPEG4,       AV_CODEC_ID_MJPEG,     AV_CODEC_ID_WMAV1,     AV_CODEC_ID_WMAV2,
+    AV_CODEC_ID_WMAPRO,    AV_CODEC_ID_WMALOSSLESS, AV_CODEC_ID_WMAVOICE,  AV_CODEC_ID_MP2,       AV_CODEC_ID_MP3,
+    AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
+};
 
 /// Ticks finer than packets' own microseconds are of no use.
 constexpr int FINEST = 1000000;
@@ -102,14 +122,19 @@ AVDictionary* Container::MakeOptions() const
 Container::Origin Container::GetOrigin() const
 {
     // In Ogg the first packets of a sound that ends a page at a later time lie below zero.
-    if (IsMov() || Is({"ogg", "ogv", "oga", "spx"}))
+    if (IsMov() || IsOgg())
         return Origin::Free;
     return IsMatroska() ? Origin::Presentation : Origin::Decoding;
 }
 
 avTime Container::GetLead() const
 {
-    return Is({"mpeg", "vob", "svcd", "dvd"}) ? PROGRAM_PRELOAD : 0;
+    return Is({"mpeg", "vob", "svcd", "dvd"}) ? ProgramStream::GetLead() : 0;
+}
+
+bool Container::IsProgramStream() const
+{
+    return Is({"vob"});
 }
 
 bool Container::CountsPackets() const
@@ -128,6 +153,10 @@ bool Container::KnowsCodec(AVCodecID codec) const
         return TRANSPORT_CODECS.count(codec) != 0;
     if (Is({"mpeg", "vob", "svcd", "dvd"}))
         return PROGRAM_CODECS.count(codec) != 0;
+    if (Is({"avi"}))
+        return AVI_CODECS.count(codec) != 0;
+    if (Is({"asf", "asf_stream"}))
+        return ASF_CODECS.count(codec) != 0;
     // Where libavformat doesn't know, the trial of a header decides.
     return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || IsMatroska();
 }
@@ -141,7 +170,7 @@ AVRational Container::ChooseTimeBase(const TrackInfo& source) const
 {
     const bool frameRate = source.type == MediaType::Video && source.frameRateNum > 0 && source.frameRateDen > 0;
     // These count frames, not time.
-    if (frameRate && Is({"avi", "ogg", "ogv"}))
+    if (frameRate && (Is({"avi"}) || IsOgg()))
         return {source.frameRateDen, source.frameRateNum};
     if (source.timeBaseNum <= 0 || source.timeBaseDen <= 0 || source.timeBaseDen > FINEST)
         return {1, FINEST};
@@ -168,9 +197,19 @@ bool Container::SharesTimes() const
     return Is({"mpegts"});
 }
 
+bool Container::TellsEnds() const
+{
+    return IsOgg();
+}
+
+bool Container::CountsPictures() const
+{
+    return IsOgg();
+}
+
 bool Container::CarriesChapters() const
 {
-    return IsMov() || IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "asf", "mp3", "ffmetadata", "nut"});
+    return IsMov() || IsMatroska() || IsOgg() || Is({"asf", "mp3", "ffmetadata", "nut"});
 }
 
 bool Container::CarriesRotation() const
@@ -180,7 +219,7 @@ bool Container::CarriesRotation() const
 
 bool Container::CarriesTag(const std::string& key, bool ofTrack) const
 {
-    if (IsMatroska() || Is({"ogg", "ogv", "oga", "opus", "spx", "nut"}))
+    if (IsMatroska() || IsOgg() || Is({"nut"}))
         return true;
     const std::string name = Lower(key);
     if (ofTrack)
@@ -213,6 +252,11 @@ bool Container::IsMov() const
 bool Container::IsMatroska() const
 {
     return Is({"matroska", "webm"});
+}
+
+bool Container::IsOgg() const
+{
+    return Is({"ogg", "ogv", "oga", "opus", "spx"});
 }
 
 } // namespace Tessor::Host

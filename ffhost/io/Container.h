@@ -32,6 +32,8 @@ public:
     Origin GetOrigin() const;
     /// How far above zero the first decoding time must lie.
     avTime GetLead() const;
+    /// Written by our own ProgramStream; the libavformat muxer is only asked what it takes.
+    bool IsProgramStream() const;
     /// Packets are counted, not timed: a gap has to be filled with empty ones.
     bool CountsPackets() const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.
@@ -47,6 +49,10 @@ public:
 
     /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
     bool SharesTimes() const;
+    /// Only the ends of groups of packets are timed.
+    bool TellsEnds() const;
+    /// Pictures are counted, and libavformat fills no gaps between them.
+    bool CountsPictures() const;
 
     bool CarriesChapters() const;
     bool CarriesRotation() const;
@@ -56,6 +62,7 @@ private:
     bool Is(std::initializer_list<const char*> names) const;
     bool IsMov() const;
     bool IsMatroska() const;
+    bool IsOgg() const;
 
     const AVOutputFormat* format = nullptr;
     bool bluRay = false; // 192-byte packets

@@ -25,6 +25,9 @@ constexpr AVRational MICROSECONDS = {1, 1000000};
 /// Packets that the repair of decoding times sees at once: more than any reordering spans.
 constexpr size_t LOOK_AHEAD = 16;
 
+/// By how many ticks two times may differ that were rounded apart from each other.
+constexpr int64_t ROUNDING = 2;
+
 std::string AvError(int code)
 {
     if (AVUNERROR(code) > 0 && AVUNERROR(code) < 4096)
@@ -114,6 +117,9 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                                                                { avcodec_parameters_free(&p); });
     if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
         throw std::bad_alloc();
+    // Left at the source's, libavformat would take packets of any size for blocks of this one.
+    if (parameters->codec_id == AV_CODEC_ID_MP3 || parameters->codec_id == AV_CODEC_ID_AC3)
+        parameters->block_align = 0;
     parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
@@ -144,6 +150,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  framing,
                  DtsRepair(reorders ? LOOK_AHEAD : 0),
                  sparse || source.attachment || source.attachedPicture,
+                 {},
                  delay};
 }
 
@@ -215,11 +222,18 @@ void MuxerFF::Open()
     const int result = avformat_init_output(context.get(), &options);
     av_dict_free(&options);
     Check(std::min(result, 0));
+    if (container.IsProgramStream())
+        program.emplace(*file->GetContext());
     for (size_t i = 0; i < tracks.size(); ++i)
     {
         Track& track = tracks[i];
+        if (program)
+            program->AddTrack(*track.parameters);
+        const AVStream& stream = *context->streams[i];
+        if (container.CountsPackets() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
+            track.counter.emplace(*stream.codecpar, stream.time_base);
         interleaver.AddTrack(
-            {context->streams[i]->time_base, track.source.type == MediaType::Video ? 0 : 1, track.sparse});
+            {GetTicks(static_cast<int>(i)), track.source.type == MediaType::Video ? 0 : 1, track.sparse});
         if (track.source.attachment)
             EndTrack(static_cast<int>(i));
     }
@@ -266,9 +280,15 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     Drain();
 }
 
+/// Those of a track's packets until they are handed to the container.
+AVRational MuxerFF::GetTicks(int number) const
+{
+    return tracks[static_cast<size_t>(number)].counter ? MICROSECONDS : context->streams[number]->time_base;
+}
+
 PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
 {
-    const AVRational timeBase = context->streams[number]->time_base;
+    const AVRational timeBase = GetTicks(number);
     PacketPtr result(av_packet_clone(packet.GetAVPacket()));
     if (!result)
         throw std::bad_alloc();
@@ -318,8 +338,12 @@ void MuxerFF::Drain()
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)
-        shift = std::max<avTime>(
-            container.GetLead() - av_rescale_q_rnd(first.dts, first.time_base, MICROSECONDS, AV_ROUND_DOWN), 0);
+    {
+        // in whole ticks, which the rounding up of WriteOut finds again
+        const int64_t lead = av_rescale_q_rnd(container.GetLead(), MICROSECONDS, first.time_base, AV_ROUND_UP);
+        const int64_t ticks = std::max<int64_t>(lead - first.dts, 0);
+        shift = av_rescale_q_rnd(ticks, first.time_base, MICROSECONDS, AV_ROUND_DOWN);
+    }
     else if (container.GetOrigin() == Container::Origin::Presentation)
         shift = -earliest;
     WriteHeader();
@@ -359,43 +383,93 @@ void MuxerFF::WriteOut(PacketPtr packet)
     const int64_t ticks = av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
+    const bool sound = TrackOf(*packet).source.type == MediaType::Audio;
     if (container.CountsPackets())
         FillStart(*packet);
-    if (container.SharesTimes())
+    if (container.CountsPictures() && !sound)
+        FillGap(*packet);
+    if (container.SharesTimes() && sound)
         KeepApart(*packet);
     // A subtitle that begins before everything else.
     if (container.GetOrigin() == Container::Origin::Presentation)
         packet->pts = std::max<int64_t>(packet->pts, 0);
-    Check(std::min(av_write_frame(context.get(), packet.get()), 0));
+    if (container.TellsEnds() && sound)
+        packet = TakeEnded(std::move(packet));
+    if (!packet)
+        return;
+    if (std::optional<SoundCounter>& counter = TrackOf(*packet).counter)
+        counter->Place(std::move(packet), [this](AVPacket& counted) { Hand(counted); });
+    else
+        Hand(*packet);
+}
+
+/// Where only the ends of pages are timed, a packet's end is the next one's beginning. One for which that is not so by
+/// its samples gets a page of its own, so that no other is moved by it.
+PacketPtr MuxerFF::TakeEnded(PacketPtr next)
+{
+    std::swap(TrackOf(*next).waiting, next);
+    if (!next)
+        return nullptr;
+    const int64_t end = TrackOf(*next).waiting->pts;
+    if (std::abs(next->pts + next->duration - end) <= ROUNDING)
+        return next;
+    next->duration = end - next->pts;
+    Flush();
+    Hand(*next);
+    Flush();
+    return nullptr;
 }
 
 /// Packets that do not abut go into groups of their own: what libavformat has gathered goes out first.
 void MuxerFF::KeepApart(const AVPacket& packet)
 {
-    Track& track = tracks[static_cast<size_t>(packet.stream_index)];
-    if (track.source.type != MediaType::Audio)
-        return;
-    // rounding of two times
-    constexpr int64_t tolerance = 2;
-    if (track.end && std::abs(packet.pts - *track.end) > tolerance)
-        Check(std::min(av_write_frame(context.get(), nullptr), 0));
+    Track& track = TrackOf(packet);
+    if (track.end && std::abs(packet.pts - *track.end) > ROUNDING)
+        Flush();
     track.end = packet.pts + packet.duration;
 }
 
 /// libavformat fills the gaps between pictures, but not the one before the first.
 void MuxerFF::FillStart(const AVPacket& first)
 {
-    Track& track = tracks[static_cast<size_t>(first.stream_index)];
+    Track& track = TrackOf(first);
     const bool fill = !track.written && track.source.type == MediaType::Video && first.dts > 0;
     track.written = true;
-    if (!fill)
-        return;
+    if (fill)
+        HandEmpty(first.stream_index, 0);
+}
+
+/// Readers that count pictures show the one before again for an empty packet.
+void MuxerFF::FillGap(const AVPacket& packet)
+{
+    Track& track = TrackOf(packet);
+    if (track.end)
+        for (int64_t time = *track.end; time < packet.pts; ++time)
+            HandEmpty(packet.stream_index, time);
+    track.end = packet.pts + 1;
+}
+
+void MuxerFF::HandEmpty(int number, int64_t time)
+{
     const PacketPtr empty(av_packet_alloc());
     if (!empty)
         throw std::bad_alloc();
-    empty->stream_index = first.stream_index;
-    empty->pts = empty->dts = 0;
-    Check(std::min(av_write_frame(context.get(), empty.get()), 0));
+    empty->stream_index = number;
+    empty->pts = empty->dts = time;
+    empty->duration = 1;
+    Hand(*empty);
+}
+
+void MuxerFF::Hand(AVPacket& packet)
+{
+    if (program)
+        program->Write(packet);
+    Check(program ? 0 : std::min(av_write_frame(context.get(), &packet), 0));
+}
+
+void MuxerFF::Flush()
+{
+    Check(std::min(av_write_frame(context.get(), nullptr), 0));
 }
 
 void MuxerFF::Finish()
@@ -404,6 +478,11 @@ void MuxerFF::Finish()
         EndTrack(static_cast<int>(i));
     if (!started)
         WriteHeader();
+    for (const Track& track : tracks)
+        if (track.waiting)
+            Hand(*track.waiting);
+    if (program)
+        program->Finish();
     Check(std::min(av_write_trailer(context.get()), 0));
     file->Commit();
 }

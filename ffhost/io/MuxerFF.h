@@ -7,6 +7,8 @@
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/Muxer.h"
 #include "ffhost/io/OutputFile.h"
+#include "ffhost/io/ProgramStream.h"
+#include "ffhost/io/SoundCounter.h"
 
 #include <deque>
 #include <optional>
@@ -14,8 +16,8 @@
 namespace Tessor::Host
 {
 
-/// The muxer over libavformat. A packet's way: framing, ticks of the container, repair of decoding times, interleaving,
-/// the common shift, the container.
+/// The muxer over libavformat, and over our own for program streams. A packet's way: framing, ticks of the container,
+/// repair of decoding times, interleaving, the common shift, the container.
 ///
 /// The header is written when the first packet of every track is known, for the shift moves the chapters too.
 class MuxerFF final : public Muxer
@@ -49,10 +51,12 @@ private:
         std::optional<H264Framing> framing;                  // of H.264 tracks
         DtsRepair repair;
         bool sparse;
-        avTime delay = 0; // added to its times, on top of the common shift
+        std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
+        avTime delay = 0;                         // added to its times, on top of the common shift
         bool ended = false;
         bool written = false;            // a packet has been handed to the container
-        std::optional<int64_t> end = {}; // of the last packet of sound, in ticks, where packets share times
+        std::optional<int64_t> end = {}; // of the last packet, in ticks, where packets share times or are counted
+        PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come
         long long damaged = 0;           // packets that could not be framed, and were left out
     };
 
@@ -63,6 +67,7 @@ private:
     std::vector<AVRational> TryHeader(ContextPtr trial) const;
     int GetVideoTimescale() const;
 
+    AVRational GetTicks(int number) const;
     PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
     void Settle(int track);
     void Drain();
@@ -70,8 +75,14 @@ private:
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
+    PacketPtr TakeEnded(PacketPtr next);
     void FillStart(const AVPacket& first);
+    void FillGap(const AVPacket& packet);
     void KeepApart(const AVPacket& packet);
+    void HandEmpty(int track, int64_t time);
+    void Hand(AVPacket& packet);
+    void Flush();
+    Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
     void Check(int result) const;
 
     const std::string path;
@@ -79,12 +90,13 @@ private:
     Tags tags;
     std::vector<ChapterInfo> chapters;
     std::deque<Track> tracks;
-    std::unique_ptr<OutputFile> file; // from Open on
-    ContextPtr context;               // from Open on
-    Interleaver interleaver;          // knows the tracks from Open on
-    avTime earliest = 0;              // lowest presentation time below 0 until the start, sparse tracks apart
-    avTime shift = 0;                 // added to all times; settled at the start
-    bool started = false;             // the header is written
+    std::unique_ptr<OutputFile> file;     // from Open on
+    ContextPtr context;                   // from Open on
+    std::optional<ProgramStream> program; // from Open on, where it is ours to write
+    Interleaver interleaver;              // knows the tracks from Open on
+    avTime earliest = 0;                  // lowest presentation time below 0 until the start, sparse tracks apart
+    avTime shift = 0;                     // added to all times; settled at the start
+    bool started = false;                 // the header is written
 };
 
 } // namespace Tessor::Host

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Fnd/Export.h"
+#include "ffhost/io/PacketPtr.h"
+
+extern "C"
+{
+#include <libavutil/rational.h>
+}
+
+#include <cstdint>
+#include <functional>
+
+struct AVCodecParameters;
+
+namespace Tessor::Host
+{
+
+/// Keeps the sound of a container that counts it, and tells no times, at its place. Linear samples are cut or filled
+/// up with silence to the sample; whole packets are left out or put in, so that the sound is never off by more than
+/// half of one, however many pieces it is made of. Where nobody knows what silence looks like the packet is repeated.
+class TESSOR_API SoundCounter
+{
+public:
+    /// Whether `parameters`' sound is counted in these ticks: a sample each, or a packet each.
+    static bool Counts(const AVCodecParameters& parameters, AVRational timeBase);
+
+    SoundCounter(const AVCodecParameters& parameters, AVRational timeBase);
+
+    using Sink = std::function<void(AVPacket&)>;
+    /// Hands `packet`, timed in microseconds, and what it takes in front of it to `sink`, timed by what was counted.
+    void Place(PacketPtr packet, const Sink& sink);
+
+private:
+    bool IsLinear() const { return sampleSize > 0; }
+    void Skip(AVPacket& packet, int64_t ticks) const;
+    PacketPtr MakeFiller(const AVPacket& packet, int64_t ticks) const;
+    void Hand(AVPacket& packet, const Sink& sink);
+
+    const int codec;
+    const AVRational timeBase;
+    const int sampleSize; // bytes of a sample of all channels, 0 where packets are counted
+    int64_t base = 0;     // ticks that are missing for good
+    int64_t written = 0;  // ticks handed out
+};
+
+} // namespace Tessor::Host
