@@ -117,6 +117,12 @@ bool Container::CountsPackets() const
     return Is({"avi"});
 }
 
+bool Container::TakesBlocksForConstant(AVCodecID codec) const
+{
+    static const std::set<AVCodecID> varying = {AV_CODEC_ID_AAC, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3, AV_CODEC_ID_AC3};
+    return CountsPackets() && varying.count(codec) != 0;
+}
+
 bool Container::WantsAnnexB() const
 {
     return !IsMov() && !IsMatroska() && !Is({"flv", "asf"});

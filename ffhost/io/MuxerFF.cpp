@@ -115,6 +115,8 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
         throw std::bad_alloc();
     parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
+    if (container.TakesBlocksForConstant(parameters->codec_id))
+        parameters->block_align = 0;
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
     SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;

@@ -211,4 +211,20 @@ TEST(MuxerTest, SoundBehindAGapKeepsItsTimeInATransportStream)
         EXPECT_NEAR(copy.packets[i]->GetPTS() - sound.packets[i]->GetPTS(), shift, 50) << "packet " << i;
 }
 
+// A reader puts the length of a block into the track's parameters; sound must survive a second copy of the file.
+TEST(MuxerTest, ACopyOfACopyKeepsTheTimesOfSoundInAvi)
+{
+    const std::string clip = FindClip("h264-baseline-cavlc-aac.mp4");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    CopyInto(ReadRawFile(clip), folder / "first.avi");
+    const RawFile first = ReadRawFile(folder / "first.avi");
+    CopyInto(first, folder / "second.avi");
+    const RawFile second = ReadRawFile(folder / "second.avi");
+    ASSERT_EQ(second.tracks.size(), 2u);
+    EXPECT_GT(first.tracks[1].packets.size(), 100u);
+    EXPECT_EQ(SortedTimes(second.tracks[1]), SortedTimes(first.tracks[1]));
+}
+
 } // namespace Tessor::Host::Tests
