@@ -28,7 +28,7 @@ public:
 
     const AVOutputFormat* GetFormat() const { return format; }
     /// Private and generic options of the muxer; the caller frees them.
-    AVDictionary* MakeOptions() const;
+    AVDictionary* MakeOptions(const AVFormatContext& context) const;
     Origin GetOrigin() const;
     /// How far above zero the first decoding time must lie.
     avTime GetLead() const;

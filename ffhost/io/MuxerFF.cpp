@@ -186,7 +186,7 @@ std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
 {
     if (avio_open_dyn_buf(&trial->pb) < 0)
         throw std::bad_alloc();
-    AVDictionary* options = container.MakeOptions();
+    AVDictionary* options = container.MakeOptions(*trial);
     std::vector<AVRational> timeBases;
     if (avformat_write_header(trial.get(), &options) >= 0)
         for (unsigned i = 0; i < trial->nb_streams; ++i)
@@ -211,7 +211,7 @@ void MuxerFF::Open()
     file = std::make_unique<OutputFile>(path);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
-    AVDictionary* options = container.MakeOptions();
+    AVDictionary* options = container.MakeOptions(*context);
     if (const int timescale = GetVideoTimescale())
         av_dict_set_int(&options, "video_track_timescale", timescale, 0);
     const int result = avformat_init_output(context.get(), &options);

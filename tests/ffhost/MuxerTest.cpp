@@ -227,4 +227,18 @@ TEST(MuxerTest, ACopyOfACopyKeepsTheTimesOfSoundInAvi)
     EXPECT_EQ(SortedTimes(second.tracks[1]), SortedTimes(first.tracks[1]));
 }
 
+TEST(MuxerTest, ReadersKnowAnySoundOfAShortPieceNamedAsBluRay)
+{
+    const std::string clip = FindClip("mpeg2-mp2.m2ts");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    RawFile source = ReadRawFile(clip);
+    source.order.resize(8);
+    CopyInto(source, folder / "short.m2ts");
+    const RawFile copy = ReadRawFile(folder / "short.m2ts");
+    ASSERT_EQ(copy.tracks.size(), 2u);
+    EXPECT_EQ(copy.tracks[1].info.type, MediaType::Audio);
+}
+
 } // namespace Tessor::Host::Tests
