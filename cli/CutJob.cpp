@@ -68,6 +68,9 @@ void CutJob::AddTracks()
             continue;
         }
         const SP<Conf::IFormatCodec> format = track.stream ? track.stream->GetFormatCodec() : info.format;
+        // parameter sets that no packet uses would keep the result from being cut again
+        if (track.untouched)
+            format->SetExtradata(track.header);
         outputs.push_back(
             {&track, muxer->AddTrack(info, format, !track.stream), NoTime, !track.stream, {}, MakeReport(track)});
     }
@@ -86,6 +89,7 @@ TrackReport CutJob::MakeReport(const CutTrack& track) const
     report.kind = KindName(info);
     report.codec = info.codecName;
     report.cutAnywhere = track.cutAnywhere;
+    report.obstacle = track.obstacle;
     return report;
 }
 
@@ -108,8 +112,8 @@ CutReport CutJob::Run(Progress& progress)
 {
     const auto start = std::chrono::steady_clock::now();
     Pump(progress);
-    muxer->Finish();
     CollectStatistics();
+    muxer->Finish();
 
     CutReport report;
     const avTime duration = session.GetInfo().duration;
@@ -215,6 +219,8 @@ void CutJob::CollectStatistics()
         output.report.copiedPackets -= output.report.recodedPackets;
         if (output.report.recodedPackets == 0)
             continue;
+        if (output.track->untouched)
+            throw UserError(ExitCode::Failed, "groups were re-encoded that had to stay whole");
         output.report.encoder = session.GetEncoderUse().encoder;
         output.report.recodeSeconds = Seconds(session.GetEncoderUse().time);
     }

@@ -23,6 +23,7 @@ struct TrackReport
     double recodeSeconds = 0; ///< of work on what was re-encoded, decoding included
     std::string encoder;      ///< empty when nothing was re-encoded
     bool cutAnywhere = true;
+    std::string obstacle; ///< why cuts fall to key frames
 };
 
 struct CutReport

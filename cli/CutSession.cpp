@@ -215,11 +215,15 @@ void CutSession::JoinToController()
             track.source->RequestSeek(0, nullptr);
             track.source->DoSeek();
         }
+        // the search for an encoder joins its parameter sets to the format's
+        track.header = track.source->GetFormatCodec()->GetExtradata();
         track.stream = controller->AddStream(track.source);
         const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
         const Core::Property& tree = format->GetProperties();
         const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;
         track.cutAnywhere = !tree.ChildExists(tag) || tree[tag].GetBool();
+        if (!track.cutAnywhere)
+            track.obstacle = FindCutObstacle(*track.source);
     }
 }
 
@@ -228,6 +232,19 @@ void CutSession::AlignToGroups()
     for (CutTrack& track : tracks)
         if (!track.cutAnywhere)
             ranges = WidenToGroups(*track.source);
+    for (CutTrack& track : tracks)
+        if (track.source && track.source->GetMediaType() == MediaType::Video)
+            track.untouched = TakesWholeGroups(*track.source);
+}
+
+/// False where it is not certain.
+bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
+{
+    const avTime first = FindEntry(stream, 0);
+    const auto parts = [&](avTime bound)
+    { return bound > first && bound < GetInfo().duration && FindSeam(stream, bound).position != bound; };
+    return std::none_of(ranges.begin(), ranges.end(),
+                        [&](const Range& range) { return parts(range.start) || parts(range.end); });
 }
 
 std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const

@@ -28,6 +28,9 @@ struct CutTrack
     SP<Proc::IStreamRaw> source;
     SP<Proc::IStreamRaw> stream; ///< the cut one; null for sparse tracks, which are mapped by the intervals
     bool cutAnywhere = true;     ///< cuts are exact; otherwise they fall to key frames
+    std::string obstacle = {};   ///< why cuts fall to key frames; empty where they are exact
+    bool untouched = false;      ///< a video track of which the cut takes whole groups only: nothing is re-encoded
+    SP<const Proc::IBlob> header = {}; ///< the source's own, without what a re-encoder adds to it; may be null
 };
 
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
@@ -59,6 +62,7 @@ private:
     avTime BoundAt(const Picture& picture);
     void JoinToController();
     void AlignToGroups();
+    bool TakesWholeGroups(Proc::IStreamRaw& stream) const;
     std::vector<Range> WidenToGroups(Proc::IStreamRaw& stream) const;
     void Apply(const std::vector<Range>& ranges);
 

@@ -32,14 +32,17 @@ Json RangesToJson(const std::vector<Range>& ranges)
 
 Json TrackToJson(const TrackReport& track)
 {
-    return {{"index", track.index},
-            {"kind", track.kind},
-            {"codec", track.codec},
-            {"copied_packets", track.copiedPackets},
-            {"recoded_packets", track.recodedPackets},
-            {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
-            {"recode_seconds", track.recodeSeconds},
-            {"cut_anywhere", track.cutAnywhere}};
+    Json json = {{"index", track.index},
+                 {"kind", track.kind},
+                 {"codec", track.codec},
+                 {"copied_packets", track.copiedPackets},
+                 {"recoded_packets", track.recodedPackets},
+                 {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
+                 {"recode_seconds", track.recodeSeconds},
+                 {"cut_anywhere", track.cutAnywhere}};
+    if (!track.cutAnywhere)
+        json["cut_at_key_frames_because"] = track.obstacle;
+    return json;
 }
 
 Json VerdictToJson(const VerifyReport& report)
@@ -89,7 +92,7 @@ void PrintTracks(const CutReport& report)
             fmt::print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
                        100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(packets),
                        track.recodeSeconds);
-        fmt::print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames");
+        fmt::print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames: " + track.obstacle);
     }
 }
 
@@ -143,17 +146,23 @@ private:
         CutSession session(request);
         const std::vector<GroupPlan> plan = MakePlan(session);
         const std::vector<Range> kept = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
+        const CutTrack* video = session.GetVideo();
+        const std::string obstacle = video ? video->obstacle : "";
         if (common.json)
         {
-            const Json json = {{"schema_version", schema_version},
-                               {"input", request.input},
-                               {"intervals", RangesToJson(kept)},
-                               {"groups", PlanToJson(plan)}};
+            Json json = {{"schema_version", schema_version},
+                         {"input", request.input},
+                         {"intervals", RangesToJson(kept)},
+                         {"groups", PlanToJson(plan)}};
+            if (!obstacle.empty())
+                json["cut_at_key_frames_because"] = obstacle;
             std::cout << json.dump(2) << "\n";
         }
         else if (!common.quiet)
         {
             PrintRanges(kept);
+            if (!obstacle.empty())
+                fmt::print("  cuts fall to key frames: {}\n", obstacle);
             for (const GroupPlan& row : plan)
                 fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
                            row.group.pictures, ActionName(row.action), row.reason);

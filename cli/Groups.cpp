@@ -1,9 +1,11 @@
 #include "cli/Groups.h"
 
 #include "cli/Interrupt.h"
+#include "ffhost/FormatTags.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace Tessor::Cli
 {
@@ -76,6 +78,28 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
     Seek(stream, time);
     const SP<Proc::IDataPacket> packet = stream.Read();
     return packet ? packet->GetPTS() : NoTime;
+}
+
+std::string FindCutObstacle(Proc::IStreamRaw& stream)
+{
+    const SP<Conf::IFormatCodec> format = stream.GetFormatCodec();
+    const Core::Property& tree = std::as_const(*format).GetProperties();
+    const std::string& refusal = Host::FormatTags::REFUSE_RECODE;
+    if (tree.ChildExists(refusal) && !tree[refusal].GetString().empty())
+        return tree[refusal].GetString();
+    bool open = false;
+    int keys = 0;
+    avTime key = NoTime;
+    // as far as the search for an encoder reads
+    ForEachPacket(stream, 0,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      open |= key != NoTime && packet.GetPTS() < key;
+                      key = packet.IsKeyFrame() ? packet.GetPTS() : key;
+                      keys += packet.IsKeyFrame();
+                      return !open && keys < 3;
+                  });
+    return open ? "open groups of pictures" : "no encoder writes packets that fit the stream";
 }
 
 Seam FindSeam(Proc::IStreamRaw& stream, avTime time)

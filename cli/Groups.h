@@ -2,6 +2,7 @@
 
 #include "Proc/StreamTemplates/IStreamRaw.h"
 
+#include <string>
 #include <vector>
 
 namespace Tessor::Cli
@@ -30,6 +31,9 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream);
 /// The last entry point (time of a key picture) at or before the time; the first one when there is none. Moves the
 /// stream.
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
+
+/// Why a video stream that can't be cut anywhere can't: its groups can't be re-encoded. Moves the stream.
+std::string FindCutObstacle(Proc::IStreamRaw& stream);
 
 /// Where one group ends and the next one begins.
 struct Seam

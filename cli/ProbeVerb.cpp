@@ -77,16 +77,6 @@ bool CanCutAnywhere(const SP<Proc::IStreamRaw>& stream)
     return cut->GetFormatCodec()->GetProperties()[Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE].GetBool();
 }
 
-std::string WhyNot(const Conf::IFormatCodec& format, const std::vector<Group>& groups)
-{
-    const std::string& refusal = Host::FormatTags::REFUSE_RECODE;
-    if (format.GetProperties().ChildExists(refusal) && !format.GetProperties()[refusal].GetString().empty())
-        return format.GetProperties()[refusal].GetString();
-    if (std::any_of(groups.begin(), groups.end(), [](const Group& group) { return group.IsOpen(); }))
-        return "open groups of pictures";
-    return "no encoder writes packets that fit the stream";
-}
-
 Json GroupsToJson(const std::vector<Group>& groups)
 {
     long long pictures = 0, longest = 0, open = 0;
@@ -178,7 +168,7 @@ private:
         const std::vector<Group> groups = ScanGroups(*stream);
         json["cut_anywhere"] = anywhere;
         if (!anywhere)
-            json["cut_at_key_frames_because"] = WhyNot(*track.format, groups);
+            json["cut_at_key_frames_because"] = FindCutObstacle(*stream);
         json["groups"] = GroupsToJson(groups);
     }
 

@@ -247,7 +247,10 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
         context.max_b_frames = 0;
     SetOption(context, "preset", "faster");
     SetOption(context, "sc_threshold", "0");
-    SetOption(context, "b-pyramid", "none");
+    // The header tells readers how deep pictures are reordered, and those of Matroska derive decoding times from that:
+    // a group that opens the file must not promise less than what follows it needs.
+    const bool deep = context.max_b_frames > 1 && GetNumber(recode, FormatTags::REORDER_DEPTH, 0) > 1;
+    SetOption(context, "b-pyramid", deep ? "normal" : "none");
     SetOption(context, "qp", std::to_string(COARSEST_QP));
     const std::string special = GetText(options, IFormatCodecVideo::TAG_FF_SPECIAL_OPTS);
     const size_t separator = special.find(';');

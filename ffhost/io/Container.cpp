@@ -49,6 +49,13 @@ const std::set<AVCodecID> TRANSPORT_CODECS = {
     AV_CODEC_ID_PCM_BLURAY,
 };
 
+/// Those that Blu-ray knows. In its form of a transport stream libavformat names others as private data, and readers
+/// have to guess, which takes more than a short piece has.
+const std::set<AVCodecID> BLU_RAY_CODECS = {
+    AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VC1,    AV_CODEC_ID_PCM_BLURAY,
+    AV_CODEC_ID_AC3,        AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_HDMV_PGS_SUBTITLE,
+};
+
 const std::set<AVCodecID> PROGRAM_CODECS = {
     AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,   AV_CODEC_ID_H264, AV_CODEC_ID_MP2,
     AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,          AV_CODEC_ID_DTS,  AV_CODEC_ID_PCM_S16BE,
@@ -102,11 +109,14 @@ Container Container::Guess(const std::string& path)
     return container;
 }
 
-AVDictionary* Container::MakeOptions() const
+AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
 {
     AVDictionary* options = nullptr;
-    if (bluRay)
-        av_dict_set(&options, "mpegts_m2ts_mode", "1", 0);
+    const auto known = [](const AVStream* stream) { return BLU_RAY_CODECS.count(stream->codecpar->codec_id) != 0; };
+    const bool all = std::all_of(context.streams, context.streams + context.nb_streams, known);
+    // libavformat would go by the name
+    if (Is({"mpegts"}))
+        av_dict_set_int(&options, "mpegts_m2ts_mode", bluRay && all, 0);
     // Edit lists count in these ticks; the default of a millisecond would move tracks against each other.
     if (IsMov())
         av_dict_set(&options, "movie_timescale", "90000", 0);
@@ -140,6 +150,12 @@ bool Container::IsProgramStream() const
 bool Container::CountsPackets() const
 {
     return Is({"avi"});
+}
+
+bool Container::TakesBlocksForConstant(AVCodecID codec) const
+{
+    static const std::set<AVCodecID> varying = {AV_CODEC_ID_AAC, AV_CODEC_ID_MP2, AV_CODEC_ID_MP3, AV_CODEC_ID_AC3};
+    return CountsPackets() && varying.count(codec) != 0;
 }
 
 bool Container::WantsAnnexB() const

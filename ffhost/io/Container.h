@@ -28,7 +28,7 @@ public:
 
     const AVOutputFormat* GetFormat() const { return format; }
     /// Private and generic options of the muxer; the caller frees them.
-    AVDictionary* MakeOptions() const;
+    AVDictionary* MakeOptions(const AVFormatContext& context) const;
     Origin GetOrigin() const;
     /// How far above zero the first decoding time must lie.
     avTime GetLead() const;
@@ -36,6 +36,8 @@ public:
     bool IsProgramStream() const;
     /// Packets are counted, not timed: a gap has to be filled with empty ones.
     bool CountsPackets() const;
+    /// The length of a block, which readers put into a copied header, would be taken for that of every packet.
+    bool TakesBlocksForConstant(AVCodecID codec) const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.
     bool WantsAnnexB() const;
     /// Whether the container names the codec in a way that readers understand.

@@ -196,7 +196,7 @@ std::string FindRecodeObstacle(const uint8_t* extradata, size_t size)
         return {};
     }
     if (sets.sps.size() > 1)
-        return "the header has several SPS";
+        return "the header has several SPS, as an earlier cut with re-encoding leaves it";
     if (sets.pps.size() > 1)
         return "the header has several PPS";
     for (const auto* ids : {&sets.sps, &sets.pps})

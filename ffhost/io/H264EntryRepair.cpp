@@ -111,7 +111,7 @@ H264EntryRepair::H264EntryRepair(const SP<const IBlob>& extradata)
 
 bool H264EntryRepair::IsSupported() const
 {
-    return sps.frame_mbs_only_flag && sps.pic_order_cnt_type == 0 && !sps.separate_colour_plane_flag &&
+    return sps.pic_order_cnt_type == 0 && !sps.separate_colour_plane_flag &&
            sps.log2_max_frame_num_minus4 <= MAX_LOG2_MINUS4 &&
            sps.log2_max_pic_order_cnt_lsb_minus4 <= MAX_LOG2_MINUS4 && sps.max_num_ref_frames <= MAX_REFERENCES &&
            pps.num_slice_groups_minus1 == 0 && !pps.redundant_pic_cnt_present_flag &&
@@ -181,6 +181,8 @@ H264EntryRepair::Slice H264EntryRepair::Parse(const Bytes& rbsp, uint8_t header)
     if (reader.Ue() != pps.pic_parameter_set_id)
         Refuse("other parameter sets");
     slice.frameNum = reader.Bits(sps.log2_max_frame_num_minus4 + 4);
+    if (!sps.frame_mbs_only_flag && reader.Bits(1))
+        Refuse("a single field");
     if (slice.idr)
         reader.Ue(); // idr_pic_id
     slice.orderAt = reader.Tell();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/Export.h"
 #include "Proc/CodecParsers/H264ParameterSets.h"
 #include "media/IBlob.h"
 #include "media/IDataPacket.h"
@@ -22,10 +23,11 @@ class H264SliceReader;
 ///   unmarks the oldest picture of before the seam takes its place. What decoders hold, those that they put into gaps
 ///   of frame_num included, is followed picture by picture.
 ///
-/// Slice data stays as it is. Left alone are field coding, other types of picture order count, slice groups, long-term
-/// references, and what lies between a packet that can't be read, or has other parameter sets, and the next IDR
-/// picture.
-class H264EntryRepair
+/// Slice data stays as it is. Left alone are other types of picture order count, slice groups, and what lies between a
+/// packet that can't be read, is a single field, has long-term references or other parameter sets, and the next IDR
+/// picture: decoders report missing references there, and show what they can. Interlaced pictures that are coded as
+/// whole frames are repaired like others.
+class TESSOR_API H264EntryRepair
 {
 public:
     /// The track's header, in the framing of its packets.

@@ -117,10 +117,9 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                                                                { avcodec_parameters_free(&p); });
     if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
         throw std::bad_alloc();
-    // Left at the source's, libavformat would take packets of any size for blocks of this one.
-    if (parameters->codec_id == AV_CODEC_ID_MP3 || parameters->codec_id == AV_CODEC_ID_AC3)
-        parameters->block_align = 0;
     parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
+    if (container.TakesBlocksForConstant(parameters->codec_id))
+        parameters->block_align = 0;
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
     SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
@@ -191,7 +190,7 @@ std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
 {
     if (avio_open_dyn_buf(&trial->pb) < 0)
         throw std::bad_alloc();
-    AVDictionary* options = container.MakeOptions();
+    AVDictionary* options = container.MakeOptions(*trial);
     std::vector<AVRational> timeBases;
     if (avformat_write_header(trial.get(), &options) >= 0)
         for (unsigned i = 0; i < trial->nb_streams; ++i)
@@ -216,7 +215,7 @@ void MuxerFF::Open()
     file = std::make_unique<OutputFile>(path);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
-    AVDictionary* options = container.MakeOptions();
+    AVDictionary* options = container.MakeOptions(*context);
     if (const int timescale = GetVideoTimescale())
         av_dict_set_int(&options, "video_track_timescale", timescale, 0);
     const int result = avformat_init_output(context.get(), &options);

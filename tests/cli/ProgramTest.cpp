@@ -141,6 +141,40 @@ TEST_F(Program, OpenGroupsAreCutAtKeyFrames)
     }
 }
 
+// What takes whole groups carries the source's header only, so that it can be cut exactly once more. A header that was
+// joined can't be joined again, and who asks is told.
+TEST_F(Program, ResultsCanBeCutAgain)
+{
+    const auto run = [&](const std::string& args)
+    {
+        const Outcome cut = Run("cut " + args + " --verify --json");
+        EXPECT_EQ(cut.status, 0) << args << cut.err << cut.out;
+        return cut.status == 0 ? nlohmann::json::parse(cut.out)["tracks"][0] : nlohmann::json();
+    };
+    for (const char* extension : {"mp4", "mkv", "ts"})
+    {
+        const std::string clip = std::string("h264.") + extension, once = "once." + std::string(extension);
+        const nlohmann::json probe = nlohmann::json::parse(Run("probe --json $S/" + clip).out);
+        const nlohmann::json& groups = probe["tracks"][0]["groups"]["list"];
+        ASSERT_GT(groups.size(), 3u) << clip;
+        const auto range = [](const nlohmann::json& from, const nlohmann::json& to)
+        { return " --keep " + from.dump() + "-" + to.dump() + " "; };
+        EXPECT_EQ(run("$S/" + clip + " " + once + range(groups[1]["start"], groups.back()["start"]))["recoded_packets"],
+                  0);
+        const nlohmann::json twice = run(once + " twice.mkv --keep 0.52-1.2");
+        EXPECT_EQ(twice["cut_anywhere"], true) << clip;
+        EXPECT_GT(twice["recoded_packets"], 0) << clip;
+        const nlohmann::json thrice = run("twice.mkv thrice.mkv --keep 0.2-0.4");
+        EXPECT_EQ(thrice["cut_anywhere"], false) << clip;
+        EXPECT_NE(thrice["cut_at_key_frames_because"].get<std::string>().find("several SPS"), std::string::npos)
+            << clip;
+        const Outcome plan = Run("cut twice.mkv --plan --keep 0.2-0.4");
+        EXPECT_NE(plan.out.find("cuts fall to key frames: the header has several SPS"), std::string::npos) << plan.out;
+        for (const std::string& name : FilesLeft())
+            fs::remove(folder / name);
+    }
+}
+
 TEST_F(Program, OneContainerIntoAnother)
 {
     for (const char* pair :

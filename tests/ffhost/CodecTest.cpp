@@ -1,4 +1,5 @@
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/H264CodecParser.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "host/ImplNames.h"
@@ -154,6 +155,14 @@ TEST_P(EncodeTest, OnePacketAFrameThatDecodesToIt)
 
     const Frames frames = MakePictures(c.pixels);
     const SP<IEncoder> encoder = Encode(format, frames, tree);
+    if (c.codec == std::string("h264"))
+    {
+        // readers of a file that begins with these pictures expect all of it to be reordered as deep as they tell
+        Proc::CodecParsers::SPS_decoded sps;
+        const SP<const Proc::IBlob> header = encoder->GetFormatCodec()->GetExtradata();
+        Proc::CodecParsers::DecodeSPS(header->Data(), header->Size(), sps);
+        EXPECT_EQ(sps.vui_parameters.max_num_reorder_frames, static_cast<uint32_t>(c.reorder));
+    }
     for (int pass = 0; pass < 2; ++pass) // the second after a seek
     {
         encoder->RequestSeek(0, nullptr);

@@ -287,4 +287,34 @@ INSTANTIATE_TEST_SUITE_P(Clips, MuxerGapTest,
                                          GapCase{"theora-vorbis.ogv", 1, "ogg", 15000, 25},
                                          GapCase{"theora-vorbis.ogv", 0, "ogv", 100100, 25}));
 
+// A reader puts the length of a block into the track's parameters; sound must survive a second copy of the file.
+TEST(MuxerTest, ACopyOfACopyKeepsTheTimesOfSoundInAvi)
+{
+    const std::string clip = FindClip("h264-letterbox-sintel-mp3.mp4");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    CopyInto(ReadRawFile(clip), folder / "first.avi");
+    const RawFile first = ReadRawFile(folder / "first.avi");
+    CopyInto(first, folder / "second.avi");
+    const RawFile second = ReadRawFile(folder / "second.avi");
+    ASSERT_EQ(second.tracks.size(), 2u);
+    EXPECT_GT(first.tracks[1].packets.size(), 100u);
+    EXPECT_EQ(SortedTimes(second.tracks[1]), SortedTimes(first.tracks[1]));
+}
+
+TEST(MuxerTest, ReadersKnowAnySoundOfAShortPieceNamedAsBluRay)
+{
+    const std::string clip = FindClip("mpeg2-mp2.m2ts");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const ScratchFolder folder;
+    RawFile source = ReadRawFile(clip);
+    source.order.resize(8);
+    CopyInto(source, folder / "short.m2ts");
+    const RawFile copy = ReadRawFile(folder / "short.m2ts");
+    ASSERT_EQ(copy.tracks.size(), 2u);
+    EXPECT_EQ(copy.tracks[1].info.type, MediaType::Audio);
+}
+
 } // namespace Tessor::Host::Tests
