@@ -20,9 +20,9 @@ namespace Tessor::Proc::CodecParsers
 namespace
 {
 
-constexpr size_t headerSize = 7;          // of an ADTS header without anything behind it
-constexpr size_t errorCheckSize = 2;      // adts_error_check
-constexpr uint32_t syncWord = 0xFFF;      //
+constexpr size_t headerSize = 7;     // of an ADTS header without anything behind it
+constexpr size_t errorCheckSize = 2; // adts_error_check
+constexpr uint32_t syncWord = 0xFFF;
 constexpr size_t maxFrameLength = 0x1FFF; // what 13 bits hold
 
 constexpr uint8_t writtenOutRate = 15;     // the index that 24 bits of Hz follow
