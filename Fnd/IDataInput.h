@@ -8,6 +8,9 @@
 namespace Tessor::Core
 {
 
+/// A size of data, or a place within it.
+using ioSize = uint64_t;
+
 /// A source of bytes.
 class TESSOR_API IDataInput : public virtual IRefCountable
 {

@@ -24,18 +24,21 @@ void CopyPosition(const IDataPacket& from, IDataPacket& to)
         to.SetPosition(from.GetPosition());
 }
 
-} // namespace
+using RecordPtr = std::unique_ptr<AVPacket, void (*)(AVPacket*)>;
 
-SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsFault fault)
+/// Owns a new record. Throws where there is none.
+RecordPtr Own(AVPacket* record)
 {
-    const auto free = [](AVPacket* packet) { av_packet_free(&packet); };
-    std::unique_ptr<AVPacket, decltype(free)> record(CreatePacket(size), free);
     if (!record)
         Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
-    if (av_packet_copy_props(record.get(), source.GetAVPacket()) < 0 && fault == PropsFault::Throw)
-        Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
-    const SP<DataPacketFF> packet = DataPacketFF::Create(record.release(), MediaType::Video, source.GetPTS(),
-                                                         source.GetDTS(), source.GetDuration());
+    return {record, [](AVPacket* packet) { av_packet_free(&packet); }};
+}
+
+/// A packet over the record with what the source holds outside of its own record.
+SP<DataPacketFF> WrapLike(const IDataPacket& source, RecordPtr record, MediaType type)
+{
+    const SP<DataPacketFF> packet =
+        DataPacketFF::Create(record.release(), type, source.GetPTS(), source.GetDTS(), source.GetDuration());
     CopyPosition(source, *packet);
     if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
     {
@@ -45,16 +48,34 @@ SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsF
     return packet;
 }
 
-SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size)
+} // namespace
+
+SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size, PropsFault fault, MediaType type)
+{
+    RecordPtr record = Own(CreatePacket(size));
+    if (av_packet_copy_props(record.get(), source.GetAVPacket()) < 0 && fault == PropsFault::Throw)
+        Throw<Exception>(TESSOR_HERE, "Can't copy packet properties");
+    return WrapLike(source, std::move(record), type);
+}
+
+SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* head, size_t size, MediaType type)
 {
     const auto payload = static_cast<size_t>(packet->GetSize());
-    const SP<DataPacketFF> result = CreatePacketLike(*packet, size + payload);
+    const SP<DataPacketFF> result = CreatePacketLike(*packet, size + payload, PropsFault::Throw, type);
     // Empty parts may have no memory at all.
     if (size > 0)
         std::memcpy(result->Data(), head, size);
     if (payload > 0)
         std::memcpy(result->Data() + size, packet->GetData(), payload);
     return result;
+}
+
+SP<IDataPacket> DropPacketHead(const SP<IDataPacket>& packet, size_t size, MediaType type)
+{
+    RecordPtr record = Own(av_packet_clone(packet->GetAVPacket()));
+    record->data += size;
+    record->size -= static_cast<int>(size);
+    return WrapLike(*packet, std::move(record), type);
 }
 
 SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& header, uint8_t code)

@@ -15,16 +15,17 @@ extern "C"
 namespace Tessor::Test
 {
 
-/// The video track of a real clip as libavformat sees it; times in microseconds.
+/// The video track of a real clip, or its first audio track, as libavformat sees it; times in microseconds.
 class RealClip
 {
 public:
-    explicit RealClip(const std::string& name)
+    explicit RealClip(const std::string& name, MediaType type = MediaType::Video) : type(type)
     {
         av_log_set_level(AV_LOG_QUIET);
         EXPECT_EQ(avformat_open_input(&context, ClipPath(name).c_str(), nullptr, nullptr), 0);
         EXPECT_GE(avformat_find_stream_info(context, nullptr), 0);
-        stream = context->streams[av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)];
+        const AVMediaType kind = type == MediaType::Audio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+        stream = context->streams[av_find_best_stream(context, kind, -1, -1, nullptr, 0)];
     }
     ~RealClip() { avformat_close_input(&context); }
     RealClip(const RealClip&) = delete;
@@ -46,7 +47,7 @@ public:
             if (record->stream_index == stream->index)
             {
                 av_packet_rescale_ts(record, stream->time_base, {1, 1000000});
-                return Proc::DataPacketFF::Create(record, MediaType::Video, record->pts, record->dts, record->duration);
+                return Proc::DataPacketFF::Create(record, type, record->pts, record->dts, record->duration);
             }
             av_packet_unref(record);
         }
@@ -55,6 +56,7 @@ public:
     }
 
 private:
+    const MediaType type;
     AVFormatContext* context = nullptr;
     AVStream* stream = nullptr;
 };

@@ -1,4 +1,5 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
+#include "Proc/Settings/SettingsFilterBitStream.h"
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "host/ImplNames.h"
 #include "tests/Filters/RecordingRegistrator.h"
@@ -20,7 +21,8 @@ TEST(FilterRegistrator, RegistersInOrder)
     FilterRegistrator(&registry);
     EXPECT_EQ(registry.order, (std::vector<std::string>{"CutController/Tessor", "LosslessDetect/Tessor",
                                                         "audio SettingsStreamMetadataUpdater/Tessor",
-                                                        "video SettingsStreamMetadataUpdater/Tessor"}));
+                                                        "video SettingsStreamMetadataUpdater/Tessor",
+                                                        "raw SettingsFilterBitStream/Tessor"}));
 }
 
 TEST(FilterRegistrator, WhatWasRegisteredBuildsFilters)

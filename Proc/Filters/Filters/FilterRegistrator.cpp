@@ -1,5 +1,6 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 
+#include "Proc/Filters/Filters/FilterBitStream.h"
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
@@ -39,6 +40,11 @@ void RegisterVideoFilters(IFilterFactoryRegistrator& registrator)
                                       FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>::Create);
 }
 
+void RegisterRawFilters(IFilterFactoryRegistrator& registrator)
+{
+    registrator.RegisterFilterRawEx(SettingsFilterBitStream::CLASS_ID, ImplNames::TESSOR, FilterBitStream::Create);
+}
+
 } // namespace
 
 void FilterRegistrator(IFilterFactoryRegistrator* registrator)
@@ -46,4 +52,5 @@ void FilterRegistrator(IFilterFactoryRegistrator* registrator)
     RegisterTyped(*registrator);
     RegisterAudioFilters(*registrator);
     RegisterVideoFilters(*registrator);
+    RegisterRawFilters(*registrator);
 }
