@@ -1,5 +1,6 @@
 #include "ffhost/io/DurationScan.h"
 
+#include "ffhost/io/ClockSurvey.h"
 #include "ffhost/io/TrackTimes.h"
 
 extern "C"
@@ -48,21 +49,31 @@ public:
         }
     }
 
-    std::vector<TrackMeasure> Measure()
+    FileMeasure Measure()
     {
-        std::vector<TrackMeasure> ends(info.tracks.size());
-        if (anchor < 0)
-            return ends;
-        if (!file.IsElementary() && info.duration != NoTime)
-            for (avTime tail = FIRST_TAIL; tail < info.duration; tail *= 4)
-                if (file.Seek(anchor, info.origin + info.duration - tail) && ReadToEnd(ends, false))
-                    return ends;
-        file.Rewind();
-        ReadToEnd(ends, true);
-        return ends;
+        FileMeasure measure{std::vector<TrackMeasure>(info.tracks.size()), {}};
+        if (anchor >= 0 && !ReadTail(measure.tracks))
+        {
+            file.Rewind();
+            ReadToEnd(measure.tracks, true);
+            if (jumps.shifts.size() > 1)
+                jumps.entries = std::move(entries);
+            measure.jumps = std::move(jumps);
+        }
+        return measure;
     }
 
 private:
+    bool ReadTail(std::vector<TrackMeasure>& ends)
+    {
+        if (file.IsElementary() || info.duration == NoTime || HasClockJump(file, anchor))
+            return false;
+        for (avTime tail = FIRST_TAIL; tail < info.duration; tail *= 4)
+            if (file.Seek(anchor, info.origin + info.duration - tail) && ReadToEnd(ends, false))
+                return true;
+        return false;
+    }
+
     // True when the track that was sought by was met.
     bool ReadToEnd(std::vector<TrackMeasure>& ends, bool fromStart)
     {
@@ -90,6 +101,8 @@ private:
         while (const SP<Proc::DataPacketFF> packet = times[index]->Pull())
         {
             ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
+            if (static_cast<int>(index) == anchor && packet->IsKeyFrame() && packet->GetAVPacket()->pos >= 0)
+                entries.push_back({packet->GetDTS(), packet->GetAVPacket()->pos});
             if (ends[index].adts.empty() && BeginsWithAdts(info.tracks[index], *packet))
                 ends[index].adts.assign(packet->GetData(), packet->GetData() + ADTS_HEADER_BYTES);
         }
@@ -98,6 +111,7 @@ private:
     SourceFile file;
     const MediaInfo& info;
     ClockJumps jumps;
+    std::vector<ClockJumps::Entry> entries;         // of the anchor
     std::vector<std::unique_ptr<TrackTimes>> times; // null for what is neither audio nor video
     int anchor = -1;                                // the track to seek by
     bool anchorIsVideo = false;
@@ -105,7 +119,7 @@ private:
 
 } // namespace
 
-std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info)
+FileMeasure MeasureFile(const std::string& path, const MediaInfo& info)
 {
     return TailReader(path, info).Measure();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/io/MediaInfo.h"
+#include "ffhost/io/TrackClock.h"
 
 #include <vector>
 
@@ -14,8 +15,15 @@ struct TrackMeasure
     std::vector<uint8_t> adts; ///< the fixed and variable header of an ADTS frame (ISO/IEC 14496-3), or empty
 };
 
+struct FileMeasure
+{
+    std::vector<TrackMeasure> tracks;
+    ClockJumps jumps; ///< all of the file
+};
+
 /// Measures every audio and video track (the subtitles where there is neither) from its last packets: only the tail of
-/// the file is read where that can be, all of it where it has no times of its own. Reads through a context of its own.
-std::vector<TrackMeasure> MeasureTracks(const std::string& path, const MediaInfo& info);
+/// the file is read where that can be, all of it where it has no times of its own or where its clock jumps. Reads
+/// through a context of its own.
+FileMeasure MeasureFile(const std::string& path, const MediaInfo& info);
 
 } // namespace Tessor::Host
