@@ -39,11 +39,14 @@ public:
         const bool onlySparse = std::none_of(info.tracks.begin(), info.tracks.end(), IsDense);
         for (const TrackInfo& track : info.tracks)
         {
-            const bool measured = IsDense(track) || (onlySparse && track.type == MediaType::Subtitle);
-            times.push_back(measured ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
-            if (!measured)
+            // gaps between subtitles are as long as jumps of a clock, where they have no durations anyway
+            const bool subtitle = track.type == MediaType::Subtitle && (!clock || onlySparse);
+            const bool followed = IsDense(track) || (subtitle && onlySparse);
+            times.push_back(followed ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
+            if (followed || subtitle)
+                file.Select(track.index);
+            if (!followed)
                 continue;
-            file.Select(track.index);
             anchor = anchor < 0 || (track.type == MediaType::Video && !anchorIsVideo) ? track.index : anchor;
             anchorIsVideo = anchorIsVideo || track.type == MediaType::Video;
         }
@@ -83,6 +86,11 @@ private:
         while (PacketPtr packet = file.Read())
         {
             const auto index = static_cast<size_t>(packet->stream_index);
+            if (!times[index])
+            {
+                ends[index].end = std::max(ends[index].end, EndOf(*packet, info.tracks[index]));
+                continue;
+            }
             times[index]->Push(std::move(packet));
             Collect(index, ends);
         }
@@ -94,6 +102,13 @@ private:
             Collect(i, ends);
         }
         return ends[static_cast<size_t>(anchor)].end != NoTime;
+    }
+
+    avTime EndOf(const AVPacket& packet, const TrackInfo& track) const
+    {
+        const TrackClock clock(AVRational{track.timeBaseNum, track.timeBaseDen}, info.origin, nullptr);
+        const avTime length = clock.ToTime(std::max<int64_t>(packet.duration, 0)) - clock.ToTime(0);
+        return AddTime(clock.ToTime(packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts), length);
     }
 
     void Collect(size_t index, std::vector<TrackMeasure>& ends)
@@ -112,7 +127,7 @@ private:
     const MediaInfo& info;
     ClockJumps jumps;
     std::vector<ClockJumps::Entry> entries;         // of the anchor
-    std::vector<std::unique_ptr<TrackTimes>> times; // null for what is neither audio nor video
+    std::vector<std::unique_ptr<TrackTimes>> times; // null for what need not be followed
     int anchor = -1;                                // the track to seek by
     bool anchorIsVideo = false;
 };

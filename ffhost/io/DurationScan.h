@@ -21,7 +21,7 @@ struct FileMeasure
     ClockJumps jumps; ///< all of the file
 };
 
-/// Measures every audio and video track (the subtitles where there is neither) from its last packets: only the tail of
+/// Measures every audio, video and subtitle track from its last packets: only the tail of
 /// the file is read where that can be, all of it where it has no times of its own or where its clock jumps. Reads
 /// through a context of its own.
 FileMeasure MeasureFile(const std::string& path, const MediaInfo& info);
