@@ -117,6 +117,11 @@ bool Container::CountsPackets() const
     return Is({"avi"});
 }
 
+bool Container::CountsSamples() const
+{
+    return IsMov() || Is({"avi", "wav", "w64", "aiff", "au"});
+}
+
 bool Container::WantsAnnexB() const
 {
     return !IsMov() && !IsMatroska() && !Is({"flv", "asf"});

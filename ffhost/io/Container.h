@@ -34,6 +34,8 @@ public:
     avTime GetLead() const;
     /// Packets are counted, not timed: a gap has to be filled with empty ones.
     bool CountsPackets() const;
+    /// Plain sound has no times but those that its samples make up.
+    bool CountsSamples() const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.
     bool WantsAnnexB() const;
     /// Whether the container names the codec in a way that readers understand.

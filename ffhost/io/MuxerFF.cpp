@@ -142,6 +142,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  parameters,
                  entries,
                  framing,
+                 container.CountsSamples() ? SampleAligner::Create(*parameters) : std::nullopt,
                  DtsRepair(reorders ? LOOK_AHEAD : 0),
                  sparse || source.attachment || source.attachedPicture,
                  delay};
@@ -258,9 +259,16 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
         ++track.damaged;
         return;
     }
-    PacketPtr ticks = ToTicks(*framed, number);
-    if (!started && !track.sparse && packet->GetPTS() != NoTime)
-        earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
+    for (const SP<IDataPacket>& piece : track.samples ? track.samples->Align(framed) : std::vector{framed})
+        Queue(number, *piece);
+}
+
+void MuxerFF::Queue(int number, const IDataPacket& packet)
+{
+    Track& track = tracks.at(static_cast<size_t>(number));
+    PacketPtr ticks = ToTicks(packet, number);
+    if (!started && !track.sparse && packet.GetPTS() != NoTime)
+        earliest = std::min(earliest, AddTime(packet.GetPTS(), track.delay));
     track.repair.Push(std::move(ticks));
     Settle(number);
     Drain();

@@ -7,6 +7,7 @@
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/Muxer.h"
 #include "ffhost/io/OutputFile.h"
+#include "ffhost/io/SampleAligner.h"
 
 #include <deque>
 #include <optional>
@@ -47,6 +48,7 @@ private:
         std::shared_ptr<const AVCodecParameters> parameters; // what the container is told
         std::optional<H264EntryRepair> entries;              // of H.264 tracks
         std::optional<H264Framing> framing;                  // of H.264 tracks
+        std::optional<SampleAligner> samples;                // of plain sound, where the container counts its samples
         DtsRepair repair;
         bool sparse;
         avTime delay = 0; // added to its times, on top of the common shift
@@ -63,6 +65,7 @@ private:
     std::vector<AVRational> TryHeader(ContextPtr trial) const;
     int GetVideoTimescale() const;
 
+    void Queue(int number, const Proc::IDataPacket& packet);
     PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
     void Settle(int track);
     void Drain();
