@@ -187,7 +187,8 @@ void CutJob::WriteSparse()
 {
     for (Output& output : outputs)
     {
-        if (output.track->stream)
+        // an attachment has no packets
+        if (output.track->stream || session.GetInfo().tracks[output.track->index].attachment)
             continue;
         for (const SP<Proc::IDataPacket>& packet : session.GetDemuxer().TakeSparse(output.track->index))
         {

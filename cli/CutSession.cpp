@@ -36,6 +36,18 @@ avTime GetRounding(const Host::TrackInfo& track)
     return length <= snap_tolerance ? 0 : std::min(length, coarsest_rounding);
 }
 
+/// How far before a picture's time players show it that count in frames from the file's start: the video may begin
+/// between two of those. Pictures that these show later need nothing.
+avTime GetSlack(const Host::TrackInfo& track)
+{
+    if (track.frameRateNum <= 0 || track.frameRateDen <= 0 || track.start == NoTime || track.start < 0)
+        return 0;
+    const avTime frame = 1000000LL * track.frameRateDen / track.frameRateNum;
+    const avTime late = frame > 0 ? track.start % frame : 0;
+    // halfway ticks round one picture up and the next one down
+    return late + std::max(GetRounding(track), snap_tolerance) < frame / 2 ? late : 0;
+}
+
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
 {
     Proc::SettingsFilterCutController settings;
@@ -157,49 +169,54 @@ std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
 {
     if (!GetVideo())
         return list;
+    std::vector<std::pair<avTime*, Bound>> bounds;
     for (Range& range : list)
     {
         if (range.start > 0)
-            range.start = SnapStart(range);
+            bounds.emplace_back(&range.start, SnapStart(range));
         if (range.end < GetInfo().duration)
-            range.end = SnapEnd(range.end);
+            bounds.emplace_back(&range.end, SnapEnd(range.end));
     }
+    const Host::TrackInfo& track = GetInfo().tracks[GetVideo()->index];
+    // All bounds give way alike, so that pictures keep their distance at the seams; key pictures can't, as their groups
+    // are kept as they are.
+    const bool keys = std::any_of(bounds.begin(), bounds.end(), [](const auto& b) { return b.second.picture.key; });
+    const avTime before = GetRounding(track) + (keys ? 0 : GetSlack(track));
+    for (const auto& [place, bound] : bounds)
+        *place = bound.picture.start == NoTime || bound.picture.key ? bound.time : bound.time - before;
     return list;
 }
 
-avTime CutSession::SnapStart(const Range& range)
+CutSession::Bound CutSession::SnapStart(const Range& range)
 {
     const PicturesAround around = FindPictures(*GetVideo()->source, range.start);
     const avTime standing = around.standing.start, next = around.next.start;
+    // the first picture gives way as any other, having no group before it
+    const Host::TrackInfo& track = GetInfo().tracks[GetVideo()->index];
+    if (standing == NoTime && next != NoTime && next - GetSlack(track) - GetRounding(track) <= range.start)
+        return {next, {next, false}};
     // in front of the first picture and behind the last one there is nothing to cut through
     if (standing == NoTime || (next == NoTime && around.end <= range.start))
-        return range.start;
+        return {range.start, {}};
     if (standing >= range.start - snap_tolerance)
-        return BoundAt(around.standing);
+        return {standing, around.standing};
     // the picture that stands at the start began before the piece; where it stands for long the piece begins with it
     const bool near = next != NoTime && next <= range.start + longest_snap && next < range.end - snap_tolerance;
-    return BoundAt(near ? around.next : around.standing);
+    return near ? Bound{next, around.next} : Bound{standing, around.standing};
 }
 
-avTime CutSession::SnapEnd(avTime end)
+CutSession::Bound CutSession::SnapEnd(avTime end)
 {
     const PicturesAround around = FindPictures(*GetVideo()->source, end);
     if (around.standing.start != NoTime && around.standing.start >= end - snap_tolerance)
-        return BoundAt(around.standing);
+        return {around.standing.start, around.standing};
     if (around.standing.start == NoTime)
-        return end;
+        return {end, {}};
     if (around.next.start != NoTime)
-        return around.next.start <= end + longest_snap ? BoundAt(around.next) : end;
+        return around.next.start <= end + longest_snap ? Bound{around.next.start, around.next} : Bound{end, {}};
     // the last picture is kept to its end
     const bool within = around.end > end && around.end <= end + longest_snap;
-    return within ? std::min(around.end, GetInfo().duration) : end;
-}
-
-/// Times that ticks have rounded are moved in front of all that they may stand for, but for key pictures, whose groups
-/// are kept as they are.
-avTime CutSession::BoundAt(const Picture& picture)
-{
-    return picture.key ? picture.start : picture.start - GetRounding(GetInfo().tracks[GetVideo()->index]);
+    return {within ? std::min(around.end, GetInfo().duration) : end, {}};
 }
 
 void CutSession::JoinToController()

@@ -53,13 +53,19 @@ public:
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
+    /// Where a piece begins or ends, and the picture whose time that is, if any.
+    struct Bound
+    {
+        avTime time;
+        Picture picture;
+    };
+
     void SelectTracks();
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
     std::vector<Range> SnapToPictures(std::vector<Range> ranges);
-    avTime SnapStart(const Range& range);
-    avTime SnapEnd(avTime end);
-    avTime BoundAt(const Picture& picture);
+    Bound SnapStart(const Range& range);
+    Bound SnapEnd(avTime end);
     void JoinToController();
     void AlignToGroups();
     bool TakesWholeGroups(Proc::IStreamRaw& stream) const;

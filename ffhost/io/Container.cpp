@@ -158,6 +158,11 @@ bool Container::TakesBlocksForConstant(AVCodecID codec) const
     return CountsPackets() && varying.count(codec) != 0;
 }
 
+bool Container::CountsSound() const
+{
+    return IsMov() || Is({"avi", "wav", "w64", "aiff", "au"});
+}
+
 bool Container::WantsAnnexB() const
 {
     return !IsMov() && !IsMatroska() && !Is({"flv", "asf"});

@@ -38,6 +38,8 @@ public:
     bool CountsPackets() const;
     /// The length of a block, which readers put into a copied header, would be taken for that of every packet.
     bool TakesBlocksForConstant(AVCodecID codec) const;
+    /// Sound has no times but those that its samples or packets make up.
+    bool CountsSound() const;
     /// Start codes, with parameter sets in front of every picture that decoding may start at.
     bool WantsAnnexB() const;
     /// Whether the container names the codec in a way that readers understand.

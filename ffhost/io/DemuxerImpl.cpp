@@ -25,7 +25,9 @@ DemuxerImpl::DemuxerImpl(const std::string& path) : pump(path), info(BuildMediaI
 
 void DemuxerImpl::Measure()
 {
-    const std::vector<TrackMeasure> measures = MeasureTracks(pump.GetFile(), info);
+    const FileMeasure file = MeasureFile(pump.GetFile(), info);
+    pump.SetJumps(file.jumps);
+    const std::vector<TrackMeasure>& measures = file.tracks;
     avTime last = NoTime;
     for (const TrackMeasure& measure : measures)
         last = std::max(last, measure.end);

@@ -2,6 +2,7 @@
 
 #include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/SourceFile.h"
+#include "ffhost/io/TrackClock.h"
 
 #include <vector>
 
@@ -15,9 +16,15 @@ struct TrackMeasure
     std::vector<uint8_t> adts; ///< the fixed and variable header of an ADTS frame (ISO/IEC 14496-3), or empty
 };
 
-/// Measures every audio and video track (the subtitles where there is neither) from its last packets: only the tail of
-/// the file is read where that can be, all of it where it has no times of its own. Afterwards the file is rewound and
+struct FileMeasure
+{
+    std::vector<TrackMeasure> tracks;
+    ClockJumps jumps; ///< all of the file
+};
+
+/// Measures every audio, video and subtitle track from its last packets: only the tail of the file is read where that
+/// can be, all of it where it has no times of its own or where its clock jumps. Afterwards the file is rewound and
 /// nothing is selected.
-std::vector<TrackMeasure> MeasureTracks(SourceFile& file, const MediaInfo& info);
+FileMeasure MeasureFile(SourceFile& file, const MediaInfo& info);
 
 } // namespace Tessor::Host

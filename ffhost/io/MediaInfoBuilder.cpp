@@ -50,6 +50,10 @@ bool IsSane(AVRational rate)
 AVRational FrameRate(const AVStream& stream)
 {
     const AVRational base = stream.r_frame_rate, mean = stream.avg_frame_rate;
+    // high-speed recordings say so twice
+    const bool clock = av_cmp_q(base, av_inv_q(stream.time_base)) == 0;
+    if (base.num > 0 && base.den > 0 && av_cmp_q(base, mean) == 0 && !clock && av_q2d(base) <= 1000)
+        return base;
     if (!IsSane(base))
         return IsSane(mean) ? mean : AVRational{0, 1};
     const bool fields = IsSane(mean) && av_q2d(base) > 1.9 * av_q2d(mean);

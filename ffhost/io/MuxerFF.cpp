@@ -229,8 +229,8 @@ void MuxerFF::Open()
         if (program)
             program->AddTrack(*track.parameters);
         const AVStream& stream = *context->streams[i];
-        if (container.CountsPackets() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
-            track.counter.emplace(*stream.codecpar, stream.time_base);
+        if (container.CountsSound() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
+            track.counter.emplace(*stream.codecpar, stream.time_base, !container.CountsPackets());
         interleaver.AddTrack(
             {GetTicks(static_cast<int>(i)), track.source.type == MediaType::Video ? 0 : 1, track.sparse});
         if (track.source.attachment)

@@ -138,6 +138,7 @@ void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
 {
     if (!packet)
         return;
+    track.clock.JoinNear(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, NewestDts());
     const avTime pts = track.clock.ToTime(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts);
     const avTime dts = track.clock.ToTime(packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts);
     const avTime duration = std::max<avTime>(0, track.clock.ToTime(packet->duration) - track.clock.ToTime(0));
@@ -145,12 +146,19 @@ void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
     track.inbox.Add(Proc::DataPacketFF::Create(packet.release(), type, pts, dts, duration));
 }
 
+avTime PacketPump::NewestDts() const
+{
+    avTime newest = NoTime;
+    for (const auto& [index, track] : dense)
+        newest = std::max(newest, track.staging.GetNewestDts());
+    return newest;
+}
+
 void PacketPump::MoveTo(avTime target)
 {
     lastJump = NoTime;
     for (avTime lead = BaseLead(); SeekBefore(target, lead); lead = NextLead(lead))
     {
-        ResetTimes(false);
         for (auto& [index, track] : dense)
             track.staging.Restart(target, false);
         if (Settle(target, lead))
@@ -165,9 +173,30 @@ void PacketPump::MoveTo(avTime target)
 // False when only the beginning of the file is far enough back.
 bool PacketPump::SeekBefore(avTime target, avTime lead)
 {
-    if (target <= lead || file.IsElementary() || jumps.shifts.size() > 1)
+    if (target <= lead || !CanSeek())
         return false;
-    return file.Seek(Anchor(), AddTime(info->origin, target - lead));
+    if (jumps.shifts.size() > 1)
+        return SeekToEntry(target - lead);
+    if (!file.Seek(Anchor(), AddTime(info->origin, target - lead)))
+        return false;
+    ResetTimes(false);
+    return true;
+}
+
+bool PacketPump::SeekToEntry(avTime time)
+{
+    const auto next = std::upper_bound(jumps.entries.begin(), jumps.entries.end(), time,
+                                       [](avTime t, const ClockJumps::Entry& entry) { return t < entry.time; });
+    if (next == jumps.entries.begin() || !file.SeekToByte((next - 1)->position))
+        return false;
+    ResetTimes(false, (next - 1)->time);
+    return true;
+}
+
+// Times that jump lead nowhere, unless the whole file is known.
+bool PacketPump::CanSeek() const
+{
+    return !file.IsElementary() && (jumps.shifts.size() == 1 || !jumps.entries.empty());
 }
 
 // Reads on until every track has shown where it stands. False when one begins behind the target.
@@ -197,13 +226,13 @@ bool PacketPump::Settle(avTime target, avTime lead)
     }
 }
 
-void PacketPump::ResetTimes(bool atStart)
+void PacketPump::ResetTimes(bool atStart, avTime near)
 {
     ended = false;
     for (auto& [index, track] : dense)
-        track.times.Reset(atStart);
+        track.times.Reset(atStart, near);
     for (auto& [index, track] : sparse)
-        track.clock.Reset(atStart);
+        track.clock.Reset(atStart, near);
 }
 
 void PacketPump::TryJump()
@@ -214,11 +243,8 @@ void PacketPump::TryJump()
     lastJump = *target;
     const avTime place = std::min(*target, info->duration);
     for (avTime lead = std::max(BaseLead(), SECOND); SeekBefore(place, lead); lead = NextLead(lead))
-    {
-        ResetTimes(false);
         if (LandJump(*target, false))
             return;
-    }
     file.Rewind();
     ResetTimes(true);
     LandJump(*target, true);
@@ -245,9 +271,7 @@ std::optional<avTime> PacketPump::FindJumpTarget() const
     for (const auto& [index, track] : dense)
         if (!IsPrimary(track) && track.staging.GetDeliveredTime() < origin)
             return std::nullopt;
-    if (file.IsElementary() || jumps.shifts.size() > 1)
-        return std::nullopt;
-    return target;
+    return CanSeek() ? target : std::nullopt;
 }
 
 int PacketPump::CountPrimary(GroupStaging::Landing landing) const

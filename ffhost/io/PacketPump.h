@@ -19,6 +19,8 @@ public:
 
     /// Must be called once before all that follows.
     void Describe(const MediaInfo* described);
+    /// Where the clock is known to jump, before anything is selected.
+    void SetJumps(ClockJumps known) { jumps = std::move(known); }
     void Select(int track);
     void SelectSparse(int track);
     void SetCut(const CutPlan& plan);
@@ -53,8 +55,11 @@ private:
     void FinishAll();
     void Deliver(DenseTrack& track);
     void AddSparse(SparseTrack& track, int index, PacketPtr packet);
-    void ResetTimes(bool atStart);
+    void ResetTimes(bool atStart, avTime near = NoTime);
+    bool CanSeek() const;
     bool SeekBefore(avTime target, avTime lead);
+    bool SeekToEntry(avTime time);
+    avTime NewestDts() const;
     bool Settle(avTime target, avTime lead);
     void TryJump();
     std::optional<avTime> FindJumpTarget() const;

@@ -8,6 +8,7 @@ extern "C"
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace Tessor::Host
 {
@@ -68,13 +69,15 @@ bool SoundCounter::Counts(const AVCodecParameters& parameters, AVRational timeBa
            av_cmp_q(timeBase, AVRational{samples, parameters.sample_rate}) == 0;
 }
 
-SoundCounter::SoundCounter(const AVCodecParameters& parameters, AVRational timeBase)
-    : codec(parameters.codec_id), timeBase(timeBase), sampleSize(SampleSize(parameters))
+SoundCounter::SoundCounter(const AVCodecParameters& parameters, AVRational timeBase, bool startsAnywhere)
+    : codec(parameters.codec_id), timeBase(timeBase), sampleSize(SampleSize(parameters)), awaitsStart(startsAnywhere)
 {
 }
 
 void SoundCounter::Place(PacketPtr packet, const Sink& sink)
 {
+    if (std::exchange(awaitsStart, false))
+        base = start = av_rescale_q(packet->pts, MICROSECONDS, timeBase);
     const int64_t tick = std::max<int64_t>(1, av_rescale_q(1, timeBase, MICROSECONDS));
     const int64_t early = packet->pts - av_rescale_q(base + written, timeBase, MICROSECONDS);
     int64_t missing = 0;
@@ -124,7 +127,7 @@ PacketPtr SoundCounter::MakeFiller(const AVPacket& packet, int64_t ticks) const
 void SoundCounter::Hand(AVPacket& packet, const Sink& sink)
 {
     packet.time_base = timeBase;
-    packet.pts = packet.dts = written;
+    packet.pts = packet.dts = start + written;
     packet.duration = IsLinear() ? packet.size / sampleSize : 1;
     written += packet.duration;
     sink(packet);

@@ -25,7 +25,8 @@ public:
     /// Whether `parameters`' sound is counted in these ticks: a sample each, or a packet each.
     static bool Counts(const AVCodecParameters& parameters, AVRational timeBase);
 
-    SoundCounter(const AVCodecParameters& parameters, AVRational timeBase);
+    /// `startsAnywhere`: the container tells when the first packet is due; otherwise that is 0.
+    SoundCounter(const AVCodecParameters& parameters, AVRational timeBase, bool startsAnywhere);
 
     using Sink = std::function<void(AVPacket&)>;
     /// Hands `packet`, timed in microseconds, and what it takes in front of it to `sink`, timed by what was counted.
@@ -40,7 +41,9 @@ private:
     const int codec;
     const AVRational timeBase;
     const int sampleSize; // bytes of a sample of all channels, 0 where packets are counted
-    int64_t base = 0;     // ticks that are missing for good
+    bool awaitsStart;     // the first packet is to come, and its time is the start
+    int64_t start = 0;    // ticks to the first packet, where the container tells
+    int64_t base = 0;     // ticks that are missing for good, the start among them
     int64_t written = 0;  // ticks handed out
 };
 

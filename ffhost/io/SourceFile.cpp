@@ -156,6 +156,14 @@ bool SourceFile::Seek(int stream, avTime time)
     return true;
 }
 
+bool SourceFile::SeekToByte(long long position)
+{
+    if (av_seek_frame(context.get(), -1, position, AVSEEK_FLAG_BYTE) < 0)
+        return false;
+    atStart = false;
+    return true;
+}
+
 void SourceFile::Rewind()
 {
     rewinding = rewinding || !atStart;

@@ -16,7 +16,7 @@ namespace Tessor::Host
 {
 
 /// libavformat's reader of a file, which can be put back to its beginning as if nothing had been read.
-class SourceFile
+class TESSOR_API SourceFile
 {
 public:
     /// Throws Core::IOException "FILE: cause".
@@ -26,6 +26,8 @@ public:
     PacketPtr Read();
     /// Moves to before `time` (microseconds of the file's own clock) by the entry points of `stream`.
     bool Seek(int stream, avTime time);
+    /// Moves to a place in the file, wherever between packets that may be.
+    bool SeekToByte(long long position);
     /// Opens the file anew, but not before the next packet is read: a seek makes that needless.
     void Rewind();
     /// Nothing has been read since the beginning.

@@ -6,6 +6,9 @@ extern "C"
 #include <libavutil/mathematics.h>
 }
 
+#include <cstdlib>
+#include <utility>
+
 namespace Tessor::Host
 {
 
@@ -15,23 +18,38 @@ namespace
 constexpr avTime MAX_GAP = 10000000;
 constexpr avTime MAX_FALL = 100000; // jitter of careless multiplexers stays below
 
-bool GoesOn(avTime from, avTime to)
+} // namespace
+
+bool TrackClock::GoesOn(avTime from, avTime to)
 {
     return to - from <= MAX_GAP && to - from >= -MAX_FALL;
 }
-
-} // namespace
 
 avTime TrackClock::ToTime(int64_t ticks) const
 {
     if (ticks == AV_NOPTS_VALUE)
         return NoTime;
+    return ToTime(ticks, epoch);
+}
+
+avTime TrackClock::ToTime(int64_t ticks, size_t behind) const
+{
     const avTime time = av_rescale_q(ticks, timeBase, AVRational{1, AV_TIME_BASE});
-    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[epoch] : 0);
+    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[behind] : 0);
+}
+
+void TrackClock::JoinNear(int64_t ticks, avTime near)
+{
+    if (!jumps || ticks == AV_NOPTS_VALUE || near == NoTime)
+        return;
+    for (size_t i = 0; i < jumps->shifts.size(); ++i)
+        if (std::abs(ToTime(ticks, i) - near) < std::abs(ToTime(ticks, epoch) - near))
+            epoch = i;
 }
 
 bool TrackClock::Follow(int64_t ticks, avTime step)
 {
+    JoinNear(ticks, std::exchange(place, NoTime));
     const avTime time = ToTime(ticks);
     if (!jumps || time == NoTime)
         return false;
@@ -51,9 +69,10 @@ bool TrackClock::Follow(int64_t ticks, avTime step)
     return true;
 }
 
-void TrackClock::Reset(bool atStart)
+void TrackClock::Reset(bool atStart, avTime near)
 {
     last = NoTime;
+    place = near;
     if (atStart)
         epoch = 0;
 }

@@ -15,7 +15,15 @@ namespace Tessor::Host
 /// The places where the clock of a file starts anew, shared by its tracks so that they stay in step.
 struct ClockJumps
 {
+    /// A place that reading may begin at.
+    struct Entry
+    {
+        avTime time;
+        long long position;
+    };
+
     std::vector<avTime> shifts{0}; // what is added to a time behind the n-th jump
+    std::vector<Entry> entries;    // where there are jumps and the file has been read: all of them, in order
 };
 
 /// Turns the ticks of a track into times from the file's origin, which go on where the file's clock jumps.
@@ -27,20 +35,32 @@ public:
     {
     }
 
+    /// Whether two decoding times that follow each other are of one clock.
+    static bool GoesOn(avTime from, avTime to);
+    /// Whether the two times of a packet can't be of one clock. Never where the clock does not jump.
+    bool JumpsBetween(int64_t dts, int64_t pts) const { return jumps && !GoesOn(ToTime(dts), ToTime(pts)); }
+
     /// NoTime for no value.
     avTime ToTime(int64_t ticks) const;
     /// Must be called with each packet's decoding time, in order; `step` is the time that a packet takes. True when the
     /// clock jumped and this track met it first.
     bool Follow(int64_t ticks, avTime step);
-    /// The file was moved. `atStart`: to its beginning.
-    void Reset(bool atStart);
+    /// Goes behind the jump that brings the time nearest to `near`: for tracks that can't be followed, since their gaps
+    /// are as long as jumps.
+    void JoinNear(int64_t ticks, avTime near);
+    /// The file was moved. `atStart`: to its beginning; otherwise, where that is known, `near` is the decoding time
+    /// there.
+    void Reset(bool atStart, avTime near = NoTime);
 
 private:
+    avTime ToTime(int64_t ticks, size_t behind) const;
+
     AVRational timeBase;
     avTime origin;
     ClockJumps* jumps;
-    size_t epoch = 0;     // how many jumps this track is behind
-    avTime last = NoTime; // the time of the packet before
+    size_t epoch = 0;      // how many jumps this track is behind
+    avTime last = NoTime;  // the time of the packet before
+    avTime place = NoTime; // until the first packet behind a move: where the file was moved to
 };
 
 } // namespace Tessor::Host

@@ -78,12 +78,13 @@ SP<Proc::DataPacketFF> TrackTimes::Pull()
     return packet;
 }
 
-void TrackTimes::Reset(bool atStart)
+void TrackTimes::Reset(bool atStart, avTime near)
 {
-    clock.Reset(atStart);
+    clock.Reset(atStart, near);
     if (order)
         order->Reset();
     fromStart = atStart;
+    delay = 0;
     nextDts = lastDts = NoTime;
     withoutDts.clear();
     held = {};
@@ -94,12 +95,17 @@ void TrackTimes::Reset(bool atStart)
 // False for a packet that cannot be placed in time.
 bool TrackTimes::Convert(TimedPacket& timed)
 {
-    const AVPacket& packet = *timed.packet;
-    damaged += clock.Follow(packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts,
-                            std::max<avTime>(1, clock.ToTime(packet.duration) - clock.ToTime(0)));
+    AVPacket& packet = *timed.packet;
+    // where the clock jumps, libavformat goes on with the decoding times of before for as long as pictures are
+    // reordered
+    if (packet.pts != AV_NOPTS_VALUE && packet.dts != AV_NOPTS_VALUE && clock.JumpsBetween(packet.dts, packet.pts))
+        packet.dts = AV_NOPTS_VALUE;
+    const avTime step = std::max<avTime>(1, clock.ToTime(packet.duration) - clock.ToTime(0));
+    damaged += packet.dts != AV_NOPTS_VALUE ? clock.Follow(packet.dts, step) : clock.Follow(packet.pts, step + delay);
     timed.pts = clock.ToTime(packet.pts);
     timed.dts = clock.ToTime(packet.dts);
     timed.duration = ToDuration(timed);
+    delay = timed.pts != NoTime && timed.dts != NoTime ? timed.pts - timed.dts : delay;
     if (timed.pts == NoTime && timed.dts == NoTime)
     {
         // Decoding begins so early that the first picture is shown at 0.

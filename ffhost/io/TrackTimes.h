@@ -22,8 +22,8 @@ public:
     void Finish();
     /// The next finished packet, null when there is none yet.
     SP<Proc::DataPacketFF> Pull();
-    /// The file was moved. `atStart`: to its beginning.
-    void Reset(bool atStart);
+    /// As TrackClock's.
+    void Reset(bool atStart, avTime near = NoTime);
 
     /// Clock jumps that this track met first, and packets that could not be placed in time.
     long long GetDamagedCount() const { return damaged; }
@@ -44,6 +44,7 @@ private:
     avTime usual;                        // duration of a packet where the container tells none; 0 when unknown
     std::unique_ptr<DisplayOrder> order; // made at the first picture without a PTS
 
+    avTime delay = 0;                   // from decoding to presentation, of the newest packet that tells both
     avTime nextDts = NoTime;            // when the next packet would be decoded, where nothing tells
     bool fromStart = true;              // the first packet read is the first one of the file
     std::deque<TimedPacket> withoutDts; // from the start or a move, until a packet with a DTS comes

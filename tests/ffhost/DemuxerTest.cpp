@@ -413,6 +413,17 @@ TEST(Demuxer, SparseTracksAreMetOnce)
     }
 }
 
+// A file lasts as long as anything in it, be it a caption's end that no sound or picture reaches.
+TEST(Demuxer, SubtitlesCountToTheDuration)
+{
+    for (const std::string name : {"h264-subs-vobsub-ac3.mkv", "h264-subs-pgs-ac3.mkv"})
+    {
+        if (!fs::exists(MEDIA / name))
+            GTEST_SKIP() << "no clips";
+        EXPECT_EQ(Demuxer::Open((MEDIA / name).string())->GetInfo().duration, 1240000) << name;
+    }
+}
+
 TEST(Demuxer, Errors)
 {
     const fs::path folder = fs::temp_directory_path() / ("tessor-demuxer-" + std::to_string(getpid()));

@@ -20,6 +20,7 @@ struct CountCase
     int bytes;   // a packet
     AVRational tick;
     int64_t within; // microseconds
+    bool startsAnywhere = false;
 };
 
 class SoundCounterTest : public testing::TestWithParam<CountCase>
@@ -38,11 +39,12 @@ TEST_P(SoundCounterTest, StaysInPlaceOverManySeams)
     parameters->sample_rate = rate;
     av_channel_layout_default(&parameters->ch_layout, 2);
     ASSERT_TRUE(SoundCounter::Counts(*parameters, c.tick));
-    SoundCounter counter(*parameters, c.tick);
+    SoundCounter counter(*parameters, c.tick, c.startsAnywhere);
 
     std::mt19937 dice(7);
     const int64_t length = 1000000LL * c.samples / rate;
-    int64_t start = 90000, counted = 0;
+    int64_t start = 90000;
+    int64_t counted = c.startsAnywhere ? av_rescale_q(start, {1, 1000000}, c.tick) : 0;
     for (int piece = 0; piece < 200; ++piece)
     {
         const int64_t packets = 1 + static_cast<int64_t>(dice() % 30);
@@ -74,6 +76,7 @@ TEST_P(SoundCounterTest, StaysInPlaceOverManySeams)
 INSTANTIATE_TEST_SUITE_P(Codecs, SoundCounterTest,
                          testing::Values(CountCase{AV_CODEC_ID_MP3, 1152, 384, {1152, 48000}, 13100},
                                          CountCase{AV_CODEC_ID_AC3, 1536, 768, {1536, 48000}, 17100},
-                                         CountCase{AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, 48000}, 1100}));
+                                         CountCase{AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, 48000}, 1100},
+                                         CountCase{AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, 48000}, 1100, true}));
 
 } // namespace Tessor::Host::Tests
