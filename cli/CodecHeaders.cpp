@@ -1,11 +1,15 @@
 #include "cli/CodecHeaders.h"
 
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/CodecParsers/TheoraCodecParser.h"
 #include "Proc/CodecParsers/WMV2CodecParser.h"
+#include "media/BlobFF.h"
+#include "media/IFormatCodecAudio.h"
 #include "media/IFormatCodecVideo.h"
 
 #include <functional>
@@ -44,6 +48,42 @@ Json H264(const uint8_t* data, size_t size)
             {"weighted_pred_flag", pps.weighted_pred_flag},
             {"pic_init_qp_minus26", pps.pic_init_qp_minus26},
             {"chroma_qp_index_offset", pps.chroma_qp_index_offset}};
+}
+
+Json HEVC(const uint8_t* data, size_t size)
+{
+    const SP<const Proc::IBlob> units = Parsers::HEVC_Extradata_hvcCtoAnnexB(Proc::BlobFF::Create(data, size));
+    Parsers::HEVC_VPS vps;
+    Parsers::HEVC_SPS sps;
+    Parsers::HEVCDecodeVPS(units->Data(), units->Size(), vps);
+    Parsers::HEVCDecodeSPS(units->Data(), units->Size(), sps);
+    const auto [width, height] = sps.GetVisibleSize();
+    return {{"nalu_length_size", Parsers::GetHvccNALULengthSize(data, size)},
+            {"vps_video_parameter_set_id", vps.vps_video_parameter_set_id},
+            {"vps_max_sub_layers_minus1", vps.vps_max_sub_layers_minus1},
+            {"general_profile_idc", sps.profile_tier_level.general_profile_idc},
+            {"general_tier_flag", sps.profile_tier_level.general_tier_flag},
+            {"general_level_idc", sps.profile_tier_level.general_level_idc},
+            {"sps_seq_parameter_set_id", sps.sps_seq_parameter_set_id},
+            {"chroma_format_idc", sps.chroma_format_idc},
+            {"bit_depth_luma", sps.bit_depth_luma_minus8 + 8},
+            {"bit_depth_chroma", sps.bit_depth_chroma_minus8 + 8},
+            {"visible_width", width},
+            {"visible_height", height},
+            {"reorder_window", sps.ComputeReorderWindow()}};
+}
+
+Json AAC(const uint8_t* data, size_t size)
+{
+    const bool adts = Parsers::HasADTSHeader(data, size);
+    const Parsers::AudioSpecificConfig config = adts ? Parsers::ADTStoASC(Parsers::DataToADTSHeader(data, size))
+                                                     : Parsers::DataToAudioSpecificConfig(data, size);
+    return {{"adts", adts},
+            {"audio_object_type", config.objectType},
+            {"sampling_frequency_index", config.frequencyIndex},
+            {"sampling_frequency", config.sampleRate},
+            {"channel_configuration", config.channelConfiguration},
+            {"program_config_element_bytes", config.pce ? config.pce->Size() : 0}};
 }
 
 Json MPEG2(const uint8_t* data, size_t size)
@@ -114,10 +154,12 @@ Json WMV2(const uint8_t* data, size_t size)
 
 nlohmann::ordered_json DescribeHeader(const Conf::IFormatCodec& format)
 {
+    using Audio = Conf::IFormatCodecAudio;
     using Video = Conf::IFormatCodecVideo;
     static const std::map<std::string, std::function<Json(const uint8_t*, size_t)>> parsers = {
-        {Video::CODEC_ID_H264, H264},   {Video::CODEC_ID_MPEG1VIDEO, MPEG2}, {Video::CODEC_ID_MPEG2VIDEO, MPEG2},
-        {Video::CODEC_ID_MPEG4, MPEG4}, {Video::CODEC_ID_THEORA, Theora},    {Video::CODEC_ID_WMV2, WMV2},
+        {Audio::CODEC_ID_AAC, AAC},          {Video::CODEC_ID_H264, H264},        {Video::CODEC_ID_H265, HEVC},
+        {Video::CODEC_ID_MPEG1VIDEO, MPEG2}, {Video::CODEC_ID_MPEG2VIDEO, MPEG2}, {Video::CODEC_ID_MPEG4, MPEG4},
+        {Video::CODEC_ID_THEORA, Theora},    {Video::CODEC_ID_WMV2, WMV2},
     };
     const auto parser = parsers.find(format.GetCodecID());
     const SP<const Proc::IBlob> header = format.GetExtradata();

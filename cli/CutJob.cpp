@@ -1,41 +1,13 @@
 #include "cli/CutJob.h"
 
-#include "cli/Interrupt.h"
+#include "cli/SparseTrack.h"
 #include "cli/UserError.h"
-#include "ffhost/FormatTags.h"
-#include "media/IFormatCodecVideo.h"
 
 #include <algorithm>
 #include <chrono>
-#include <fmt/format.h>
 
 namespace Tessor::Cli
 {
-
-namespace
-{
-
-const char* KindName(const Host::TrackInfo& info)
-{
-    switch (info.type)
-    {
-    case MediaType::Video:
-        return info.attachedPicture ? "cover" : "video";
-    case MediaType::Audio:
-        return "audio";
-    case MediaType::Subtitle:
-        return "subtitle";
-    default:
-        return "attachment";
-    }
-}
-
-avTime TimeOf(const Proc::IDataPacket& packet)
-{
-    return packet.GetDTS() != NoTime ? packet.GetDTS() : packet.GetPTS();
-}
-
-} // namespace
 
 std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
 {
@@ -48,55 +20,37 @@ std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, a
     return ranges;
 }
 
-CutJob::CutJob(CutSession& session, const std::string& output)
-    : session(session), muxer(Host::Muxer::Create(output)), warnings(session.GetWarnings())
+CutJob::CutJob(CutSession& session, const std::string& output) : session(session), copier(session.GetDemuxer(), output)
 {
     AddTracks();
-    CarryMetadata();
-    muxer->Open();
+    copier.Open(MapChapters());
 }
 
 void CutJob::AddTracks()
 {
-    for (CutTrack& track : session.GetTracks())
+    bool any = false;
+    for (const CutTrack& track : session.GetTracks())
     {
-        const Host::TrackInfo& info = session.GetInfo().tracks[track.index];
-        if (!muxer->CanCarry(info))
+        if (!track.stream)
         {
-            warnings.push_back(fmt::format("track {} ({}, {}) is left out: the output's container can't carry it",
-                                           track.index, KindName(info), info.codecName));
+            copier.AddSparse(track.index, [this, sparse = SparseTrack()](const SP<Proc::IDataPacket>& packet) mutable
+                             { return sparse.Push(packet, session.GetCut()); });
             continue;
         }
-        const SP<Conf::IFormatCodec> format = track.stream ? track.stream->GetFormatCodec() : info.format;
+        const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
         // parameter sets that no packet uses would keep the result from being cut again
         if (track.untouched)
             format->SetExtradata(track.header);
-        outputs.push_back(
-            {&track, muxer->AddTrack(info, format, !track.stream), NoTime, !track.stream, {}, MakeReport(track)});
+        any = copier.AddStream(track.index, track.stream, format) || any;
     }
-    const bool any =
-        std::any_of(outputs.begin(), outputs.end(), [](const Output& o) { return o.track->stream != nullptr; });
     if (!any)
-        throw UserError(ExitCode::Failed,
-                        session.GetInfo().path + ": the output's container can carry none of the tracks");
+        throw UserError(ExitCode::Failed, session.GetInfo().path +
+                                              ": the output's container can carry neither its picture nor its sound");
 }
 
-TrackReport CutJob::MakeReport(const CutTrack& track) const
-{
-    const Host::TrackInfo& info = session.GetInfo().tracks[track.index];
-    TrackReport report;
-    report.index = track.index;
-    report.kind = KindName(info);
-    report.codec = info.codecName;
-    report.cutAnywhere = track.cutAnywhere;
-    report.obstacle = track.obstacle;
-    return report;
-}
-
-void CutJob::CarryMetadata()
+std::vector<Host::ChapterInfo> CutJob::MapChapters() const
 {
     const Proc::SettingsFilterCutController cut = session.GetCut();
-    muxer->SetTags(session.GetInfo().tags);
     std::vector<Host::ChapterInfo> chapters;
     for (Host::ChapterInfo chapter : session.GetInfo().chapters)
     {
@@ -105,126 +59,55 @@ void CutJob::CarryMetadata()
         if (chapter.start < chapter.end)
             chapters.push_back(chapter);
     }
-    muxer->SetChapters(chapters);
+    return chapters;
 }
 
 CutReport CutJob::Run(Progress& progress)
 {
     const auto start = std::chrono::steady_clock::now();
-    Pump(progress);
-    CollectStatistics();
-    muxer->Finish();
+    const avTime duration = session.GetInfo().duration;
+    copier.Copy(progress, session.GetCut().Source2Result(duration));
 
     CutReport report;
-    const avTime duration = session.GetInfo().duration;
+    for (const CopiedTrack& copied : copier.GetTracks())
+        report.tracks.push_back(MakeReport(copied));
+    copier.Finish();
     report.intervals = GetKeptRanges(session.GetCut(), duration);
     report.resultDuration = session.GetCut().Source2Result(duration);
-    for (Output& output : outputs)
-        report.tracks.push_back(output.report);
-    for (const std::string& loss : muxer->GetLosses())
-        warnings.push_back("not carried over: " + loss);
-    if (const long long damaged = session.GetDemuxer().GetDamagedCount())
-        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, session.GetInfo().path));
-    report.warnings = warnings;
+    report.warnings = session.GetWarnings();
+    report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
     report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }
 
-void CutJob::Pump(Progress& progress)
+TrackReport CutJob::MakeReport(const CopiedTrack& copied)
 {
-    for (Output& output : outputs)
-    {
-        if (output.track->stream)
-            output.track->stream->RequestSeek(0, nullptr);
-    }
-    for (Output& output : outputs)
-    {
-        if (output.track->stream)
-            output.track->stream->DoSeek();
-    }
-    const double whole = Seconds(std::max<avTime>(session.GetCut().Source2Result(session.GetInfo().duration), 1));
-    avTime reached = 0;
-    while (Output* output = Earliest())
-    {
-        ThrowIfInterrupted();
-        WriteNext(*output);
-        WriteSparse();
-        if (output->lastTime != NoTime)
-            reached = std::max(reached, output->lastTime);
-        progress.Tell(Seconds(reached) / whole, Seconds(reached));
-    }
-    WriteSparse();
-    progress.Finish(whole);
+    const auto track = std::find_if(session.GetTracks().begin(), session.GetTracks().end(),
+                                    [&](const CutTrack& candidate) { return candidate.index == copied.index; });
+    TrackReport report;
+    static_cast<CopiedTrack&>(report) = copied;
+    report.cutAnywhere = track->cutAnywhere;
+    report.obstacle = track->obstacle;
+    // other kinds are never encoded: what the cut counts there are packets that were cut one by one
+    if (track->stream && track->stream->GetMediaType() == MediaType::Video)
+        AddStatistics(report, *track);
+    return report;
 }
 
-CutJob::Output* CutJob::Earliest()
+void CutJob::AddStatistics(TrackReport& report, const CutTrack& track) const
 {
-    Output* earliest = nullptr;
-    for (Output& output : outputs)
+    const Core::Property statistics = track.stream->GetStatistic();
+    for (const Core::Property& record : statistics)
     {
-        // NoTime is below every time: a track that has delivered nothing yet comes first
-        if (!output.ended && (!earliest || output.lastTime < earliest->lastTime))
-            earliest = &output;
+        if (record.ChildExists("Recoded pakets"))
+            report.recodedPackets = record["Recoded pakets"].GetInt64();
     }
-    return earliest;
-}
-
-void CutJob::WriteNext(Output& output)
-{
-    const SP<Proc::IDataPacket> packet = output.track->stream->Read();
-    if (!packet)
-    {
-        output.ended = true;
-        muxer->EndTrack(output.number);
+    if (report.recodedPackets == 0)
         return;
-    }
-    ++output.report.copiedPackets;
-    output.lastTime = std::max(output.lastTime, TimeOf(*packet));
-    muxer->Write(output.number, packet);
-}
-
-void CutJob::WriteSparse()
-{
-    for (Output& output : outputs)
-    {
-        // an attachment has no packets
-        if (output.track->stream || session.GetInfo().tracks[output.track->index].attachment)
-            continue;
-        for (const SP<Proc::IDataPacket>& packet : session.GetDemuxer().TakeSparse(output.track->index))
-        {
-            const bool cover = session.GetInfo().tracks[output.track->index].attachedPicture;
-            const auto placed =
-                cover ? std::vector<SP<Proc::IDataPacket>>{packet} : output.sparse.Push(packet, session.GetCut());
-            for (const SP<Proc::IDataPacket>& piece : placed)
-            {
-                ++output.report.copiedPackets;
-                muxer->Write(output.number, piece);
-            }
-        }
-    }
-}
-
-void CutJob::CollectStatistics()
-{
-    for (Output& output : outputs)
-    {
-        // other kinds are never encoded: what the cut counts there are packets that were cut one by one
-        if (!output.track->stream || session.GetInfo().tracks[output.track->index].type != MediaType::Video)
-            continue;
-        const Core::Property statistics = output.track->stream->GetStatistic();
-        for (const Core::Property& record : statistics)
-        {
-            if (record.ChildExists("Recoded pakets"))
-                output.report.recodedPackets = record["Recoded pakets"].GetInt64();
-        }
-        output.report.copiedPackets -= output.report.recodedPackets;
-        if (output.report.recodedPackets == 0)
-            continue;
-        if (output.track->untouched)
-            throw UserError(ExitCode::Failed, "groups were re-encoded that had to stay whole");
-        output.report.encoder = session.GetEncoderUse().encoder;
-        output.report.recodeSeconds = Seconds(session.GetEncoderUse().time);
-    }
+    if (track.untouched)
+        throw UserError(ExitCode::Failed, "groups were re-encoded that had to stay whole");
+    report.encoder = session.GetEncoderUse().encoder;
+    report.recodeSeconds = Seconds(session.GetEncoderUse().time);
 }
 
 } // namespace Tessor::Cli

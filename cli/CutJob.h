@@ -2,11 +2,8 @@
 
 #include "cli/CutSession.h"
 #include "cli/Progress.h"
-#include "cli/SparseTrack.h"
-#include "ffhost/io/Muxer.h"
+#include "cli/TrackCopier.h"
 
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,16 +11,15 @@ namespace Tessor::Cli
 {
 
 /// What a cut did to a track.
-struct TrackReport
+struct TrackReport : CopiedTrack
 {
-    int index = 0;
-    std::string kind, codec;
-    long long copiedPackets = 0;
-    long long recodedPackets = 0;
-    double recodeSeconds = 0; ///< of work on what was re-encoded, decoding included
-    std::string encoder;      ///< empty when nothing was re-encoded
+    long long recodedPackets = 0; ///< of all its packets
+    double recodeSeconds = 0;     ///< of work on what was re-encoded, decoding included
+    std::string encoder;          ///< empty when nothing was re-encoded
     bool cutAnywhere = true;
     std::string obstacle; ///< why cuts fall to key frames
+
+    long long GetCopiedPackets() const { return packets - recodedPackets; }
 };
 
 struct CutReport
@@ -46,29 +42,13 @@ public:
     CutReport Run(Progress& progress);
 
 private:
-    struct Output
-    {
-        CutTrack* track;
-        int number;               // under which the muxer knows it
-        avTime lastTime = NoTime; // decoding time of the last packet written
-        bool ended = false;
-        SparseTrack sparse; // for tracks that are not streams
-        TrackReport report;
-    };
-
     void AddTracks();
-    TrackReport MakeReport(const CutTrack& track) const;
-    void CarryMetadata();
-    void Pump(Progress& progress);
-    Output* Earliest();
-    void WriteNext(Output& output);
-    void WriteSparse();
-    void CollectStatistics();
+    std::vector<Host::ChapterInfo> MapChapters() const;
+    TrackReport MakeReport(const CopiedTrack& copied);
+    void AddStatistics(TrackReport& report, const CutTrack& track) const;
 
     CutSession& session;
-    std::unique_ptr<Host::Muxer> muxer;
-    std::vector<Output> outputs;
-    std::vector<std::string> warnings;
+    TrackCopier copier;
 };
 
 } // namespace Tessor::Cli

@@ -1,5 +1,6 @@
 #include "cli/CutSession.h"
 
+#include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "media/IFormatCodecVideo.h"
@@ -78,7 +79,7 @@ std::vector<Range> Merged(std::vector<Range> ranges)
 
 CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(request.input))
 {
-    SelectTracks();
+    JoinTracks();
     ranges = Merged(SnapToPictures(ReadRequest(request)));
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
@@ -96,28 +97,10 @@ CutTrack* CutSession::GetVideo()
     return found == tracks.end() ? nullptr : &*found;
 }
 
-void CutSession::SelectTracks()
+void CutSession::JoinTracks()
 {
-    for (const Host::TrackInfo& track : GetInfo().tracks)
-    {
-        const bool dense = (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
-        if (dense)
-            tracks.push_back({track.index, demuxer->GetStream(track.index), nullptr});
-        else if (track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
-            tracks.push_back({track.index, nullptr, nullptr});
-        else
-            warnings.push_back(fmt::format("track {} ({}) is left out: it is neither picture, sound nor subtitles",
-                                           track.index, track.codecName));
-        if (!dense && !tracks.empty() && tracks.back().index == track.index && !track.attachment)
-            demuxer->SelectSparse(track.index);
-    }
-    std::stable_sort(tracks.begin(), tracks.end(),
-                     [&](const CutTrack& a, const CutTrack& b)
-                     {
-                         const auto rank = [&](const CutTrack& t)
-                         { return t.source && GetInfo().tracks[t.index].type == MediaType::Video ? 0 : 1; };
-                         return rank(a) < rank(b);
-                     });
+    for (const SelectedTrack& track : SelectTracks(*demuxer, warnings))
+        tracks.push_back({track.index, track.stream, nullptr});
     if (std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source != nullptr; }))
         throw UserError(ExitCode::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
 }

@@ -60,7 +60,7 @@ private:
         Picture picture;
     };
 
-    void SelectTracks();
+    void JoinTracks();
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
     std::vector<Range> SnapToPictures(std::vector<Range> ranges);

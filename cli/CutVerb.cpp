@@ -35,7 +35,7 @@ Json TrackToJson(const TrackReport& track)
     Json json = {{"index", track.index},
                  {"kind", track.kind},
                  {"codec", track.codec},
-                 {"copied_packets", track.copiedPackets},
+                 {"copied_packets", track.GetCopiedPackets()},
                  {"recoded_packets", track.recodedPackets},
                  {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
                  {"recode_seconds", track.recodeSeconds},
@@ -86,11 +86,11 @@ void PrintTracks(const CutReport& report)
 {
     for (const TrackReport& track : report.tracks)
     {
-        const long long packets = track.copiedPackets + track.recodedPackets;
-        fmt::print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec, track.copiedPackets);
+        fmt::print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec,
+                   track.GetCopiedPackets());
         if (track.recodedPackets > 0)
             fmt::print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
-                       100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(packets),
+                       100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(track.packets),
                        track.recodeSeconds);
         fmt::print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames: " + track.obstacle);
     }
@@ -167,7 +167,7 @@ private:
                 fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
                            row.group.pictures, ActionName(row.action), row.reason);
         }
-        Warn(session.GetWarnings(), common);
+        PrintWarnings(session.GetWarnings(), common);
         return ExitCode::Done;
     }
 
@@ -184,7 +184,7 @@ private:
             PrintJson(report, verdict, session, common);
         else if (!common.quiet)
             PrintText(report, verdict, session, common);
-        Warn(report.warnings, common);
+        PrintWarnings(report.warnings, common);
         if (verdict && !verdict->IsGood())
             throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
         return ExitCode::Done;
@@ -230,14 +230,6 @@ private:
                 json.push_back({{"track", track.index}, {"filters", PropertyToJson(track.stream->GetStatistic())}});
         }
         return json;
-    }
-
-    static void Warn(const std::vector<std::string>& warnings, const CommonOptions& common)
-    {
-        if (common.json || common.quiet)
-            return;
-        for (const std::string& warning : warnings)
-            fmt::print(stderr, "tessor: warning: {}\n", warning);
     }
 
     CutRequest request;

@@ -1,7 +1,9 @@
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "cli/CodecHeaders.h"
 #include "cli/Groups.h"
+#include "cli/Lossless.h"
 #include "cli/Times.h"
+#include "cli/TrackSelection.h"
 #include "cli/Verb.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/codecs/CodecFactory.h"
@@ -23,22 +25,6 @@ namespace
 using Json = nlohmann::ordered_json;
 
 constexpr int schema_version = 1;
-
-const char* KindName(MediaType type)
-{
-    switch (type)
-    {
-    case MediaType::Video:
-        return "video";
-    case MediaType::Audio:
-        return "audio";
-    case MediaType::Subtitle:
-        return "subtitle";
-    case MediaType::None:
-        break;
-    }
-    return "other";
-}
 
 Json TagsToJson(const Host::Tags& tags)
 {
@@ -136,15 +122,16 @@ private:
                 {{"start", Seconds(chapter.start)}, {"end", Seconds(chapter.end)}, {"tags", TagsToJson(chapter.tags)}});
         for (const Host::TrackInfo& track : info.tracks)
             json["tracks"].push_back(DescribeTrack(demuxer, track));
+        // last: it has all tracks delivered, where the scans before read one
+        for (const LosslessFinding& finding : DetectLossless(demuxer))
+            json["tracks"][static_cast<size_t>(finding.track)]["lossless"] = LosslessToJson(finding);
         return json;
     }
 
     static Json DescribeTrack(Host::Demuxer& demuxer, const Host::TrackInfo& track)
     {
         Json json = {{"index", track.index},
-                     {"kind", track.attachment        ? "attachment"
-                              : track.attachedPicture ? "cover"
-                                                      : KindName(track.type)},
+                     {"kind", KindName(track)},
                      {"codec", track.codecName},
                      {"tags", TagsToJson(track.tags)}};
         if (!track.format)
@@ -196,6 +183,8 @@ private:
         fmt::print("\n");
         if (track.contains("header"))
             fmt::print("    header: {}\n", track["header"].dump());
+        if (track.contains("lossless"))
+            fmt::print("    {}\n", DescribeLossless(track["lossless"]));
         if (!track.contains("groups"))
             return;
         const Json& groups = track["groups"];

@@ -1,5 +1,7 @@
 #include "cli/Verb.h"
 
+#include <fmt/format.h>
+
 namespace Tessor::Cli
 {
 
@@ -7,7 +9,9 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs()
 {
     std::vector<std::unique_ptr<Verb>> verbs;
     verbs.push_back(MakeCutVerb());
+    verbs.push_back(MakeRepackVerb());
     verbs.push_back(MakeProbeVerb());
+    verbs.push_back(MakeDetectVerb());
     return verbs;
 }
 
@@ -24,6 +28,14 @@ OptionTable GetCommonOptions(CommonOptions& common)
         {"-v,--verbose", "", "print the statistics of every filter", &common.verbose},
         {"--log-file", "FILE", "write a log with all traces to FILE", &common.logFile, {}, true},
     };
+}
+
+void PrintWarnings(const std::vector<std::string>& warnings, const CommonOptions& common)
+{
+    if (common.json || common.quiet)
+        return;
+    for (const std::string& warning : warnings)
+        fmt::print(stderr, "tessor: warning: {}\n", warning);
 }
 
 } // namespace Tessor::Cli

@@ -35,11 +35,16 @@ public:
 
 std::unique_ptr<Verb> MakeCutVerb();
 std::unique_ptr<Verb> MakeProbeVerb();
+std::unique_ptr<Verb> MakeRepackVerb();
+std::unique_ptr<Verb> MakeDetectVerb();
 
 /// All verbs, in the order in which help lists them.
 std::vector<std::unique_ptr<Verb>> MakeVerbs();
 
 /// The table of what every verb takes.
 OptionTable GetCommonOptions(CommonOptions& common);
+
+/// Warnings of a verb on standard error; nothing where they are part of a document or nobody wants to know.
+void PrintWarnings(const std::vector<std::string>& warnings, const CommonOptions& common);
 
 } // namespace Tessor::Cli

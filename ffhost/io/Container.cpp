@@ -163,9 +163,15 @@ bool Container::CountsSound() const
     return IsMov() || Is({"avi", "wav", "w64", "aiff", "au"});
 }
 
-bool Container::WantsAnnexB() const
+Proc::SettingsFilterBitStream::StreamFormat Container::ChooseFraming(AVCodecID codec) const
 {
-    return !IsMov() && !IsMatroska() && !Is({"flv", "asf"});
+    using Framing = Proc::SettingsFilterBitStream;
+    const bool ownsHeaders = IsMov() || IsMatroska() || Is({"flv", "asf"});
+    if (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC)
+        return ownsHeaders ? Framing::STREAM_FORMAT_MP4 : Framing::STREAM_FORMAT_ANNEX_B;
+    if (codec == AV_CODEC_ID_AAC && (ownsHeaders || Is({"nut"})))
+        return Framing::STREAM_FORMAT_RAW_AAC;
+    return Framing::STREAM_FORMAT_UNCHANGED;
 }
 
 bool Container::KnowsCodec(AVCodecID codec) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Export.h"
+#include "Proc/Settings/SettingsFilterBitStream.h"
 #include "ffhost/io/MediaInfo.h"
 
 extern "C"
@@ -40,8 +41,8 @@ public:
     bool TakesBlocksForConstant(AVCodecID codec) const;
     /// Sound has no times but those that its samples or packets make up.
     bool CountsSound() const;
-    /// Start codes, with parameter sets in front of every picture that decoding may start at.
-    bool WantsAnnexB() const;
+    /// How packets of the codec are framed here. Writers of ADTS make it from raw frames themselves.
+    Proc::SettingsFilterBitStream::StreamFormat ChooseFraming(AVCodecID codec) const;
     /// Whether the container names the codec in a way that readers understand.
     bool KnowsCodec(AVCodecID codec) const;
     /// The source's tag where it means the same codec here, otherwise 0: the muxer's own choice.

@@ -49,6 +49,10 @@ public:
     /// before it ends where it should; then the last key packet at or before the stretch's end comes next.
     virtual void SetCut(const Proc::SettingsFilterCutController& cut) = 0;
 
+    /// Whether key packets of open groups carry the group before them (on at first). Without that, nobody but the
+    /// reader holds a packet, and its payload is the reader's to change.
+    virtual void KeepLeadIns(bool keep) = 0;
+
     /// Bytes of the file read so far and in all, for progress; 0 when unknown.
     virtual std::pair<long long, long long> GetProgress() const = 0;
     /// Packets that were damaged or could not be placed in time.

@@ -1,9 +1,9 @@
 #include "ffhost/io/DemuxerImpl.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/io/AdtsSurvey.h"
 #include "ffhost/io/DurationScan.h"
 #include "ffhost/io/MediaInfoBuilder.h"
-#include "media/BlobFF.h"
 
 #include <algorithm>
 #include <limits>
@@ -19,6 +19,7 @@ SP<Demuxer> Demuxer::Open(const std::string& path)
 DemuxerImpl::DemuxerImpl(const std::string& path) : pump(path), info(BuildMediaInfo(pump.GetFile(), path))
 {
     pump.Describe(&info);
+    FindAdtsHeaders(pump.GetFile(), info);
     Measure();
     CompleteBitRates(info, pump.GetFile().GetProgress().second);
 }
@@ -39,8 +40,6 @@ void DemuxerImpl::Measure()
             continue;
         format->GetProperties().SetChildT<long long>(Conf::IFormatCodec::TAG_ORIGINAL_DURATION,
                                                      measures[i].end != NoTime ? measures[i].end : info.duration);
-        if (!measures[i].adts.empty())
-            format->SetExtradata(Proc::BlobFF::Create(measures[i].adts.data(), measures[i].adts.size()));
     }
 }
 
@@ -88,6 +87,12 @@ void DemuxerImpl::SetCut(const Proc::SettingsFilterCutController& cut)
 {
     const boost::mutex::scoped_lock lock(mutex);
     pump.SetCut(CutPlan(cut));
+}
+
+void DemuxerImpl::KeepLeadIns(bool keep)
+{
+    const boost::mutex::scoped_lock lock(mutex);
+    pump.KeepLeadIns(keep);
 }
 
 std::pair<long long, long long> DemuxerImpl::GetProgress() const

@@ -19,6 +19,7 @@ public:
     void SelectSparse(int track) override;
     std::vector<SP<Proc::IDataPacket>> TakeSparse(int track) override;
     void SetCut(const Proc::SettingsFilterCutController& cut) override;
+    void KeepLeadIns(bool keep) override;
     std::pair<long long, long long> GetProgress() const override;
     long long GetDamagedCount() const override;
 

@@ -17,17 +17,10 @@ namespace
 {
 
 constexpr avTime FIRST_TAIL = 5000000;
-constexpr int ADTS_HEADER_BYTES = 7;
 
 bool IsDense(const TrackInfo& track)
 {
     return (track.type == MediaType::Video || track.type == MediaType::Audio) && !track.attachedPicture;
-}
-
-bool BeginsWithAdts(const TrackInfo& track, const Proc::IDataPacket& packet)
-{
-    return track.parameters->codec_id == AV_CODEC_ID_AAC && track.parameters->extradata_size == 0 &&
-           packet.GetSize() >= ADTS_HEADER_BYTES && packet.GetData()[0] == 0xff && (packet.GetData()[1] & 0xf6) == 0xf0;
 }
 
 class TailReader
@@ -118,8 +111,6 @@ private:
             ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
             if (static_cast<int>(index) == anchor && packet->IsKeyFrame() && packet->GetAVPacket()->pos >= 0)
                 entries.push_back({packet->GetDTS(), packet->GetAVPacket()->pos});
-            if (ends[index].adts.empty() && BeginsWithAdts(info.tracks[index], *packet))
-                ends[index].adts.assign(packet->GetData(), packet->GetData() + ADTS_HEADER_BYTES);
         }
     }
 

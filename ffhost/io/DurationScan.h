@@ -12,8 +12,7 @@ namespace Tessor::Host
 /// What only the packets of a track tell.
 struct TrackMeasure
 {
-    avTime end = NoTime;       ///< counted from the origin; NoTime for a track that has ended before the tail
-    std::vector<uint8_t> adts; ///< the fixed and variable header of an ADTS frame (ISO/IEC 14496-3), or empty
+    avTime end = NoTime; ///< counted from the origin; NoTime for a track that has ended before the tail
 };
 
 struct FileMeasure

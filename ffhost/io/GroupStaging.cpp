@@ -262,7 +262,7 @@ void GroupStaging::Deliver(const Packet& packet)
     if (!key)
         packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();
-    if (video)
+    if (video && keepsLeadIns)
         Remember(packet, key);
     ready.push_back(packet);
 }

@@ -38,6 +38,7 @@ public:
         cut = plan;
         skips = leaveOut;
     }
+    void KeepLeadIns(bool keep) { keepsLeadIns = keep; }
     void Push(Packet packet);
     /// No more packets will come.
     void Finish();
@@ -126,6 +127,7 @@ private:
     avTime newestShown = NoTime;   // the latest start of a picture among that
     avTime newestDts = NoTime;
     avTime deliveredTime = NoTime;
+    bool keepsLeadIns = true;
     Proc::DataPacketFF::LeadIn group; // the group being delivered, for the next one's lead-in; empty when too large
     size_t groupBytes = 0;
     bool groupTooLarge = false;

@@ -17,6 +17,9 @@ namespace Tessor::Host
 
 using Tags = std::vector<std::pair<std::string, std::string>>;
 
+/// AVPacketSideDataType and bytes: mastering display, content light levels, Dolby Vision, loudness, ...
+using SideData = std::vector<std::pair<int, std::vector<uint8_t>>>;
+
 /// A track of a file as its container describes it.
 struct TrackInfo
 {
@@ -32,6 +35,7 @@ struct TrackInfo
     avTime start = NoTime;                      ///< its first item, counted from the file's origin; NoTime when unknown
     int disposition = 0;                        ///< AV_DISPOSITION_*
     std::vector<int32_t> displayMatrix;         ///< nine values, or empty
+    SideData sideData;                          ///< what else the container says of the whole track
     Tags tags;                                  ///< language, title, ...
 };
 

@@ -73,6 +73,18 @@ std::vector<int32_t> DisplayMatrix(const AVStream& stream)
     return matrix;
 }
 
+SideData CopySideData(const AVStream& stream)
+{
+    SideData sideData;
+    for (int i = 0; i < stream.nb_side_data; ++i)
+    {
+        const AVPacketSideData& entry = stream.side_data[i];
+        if (entry.type != AV_PKT_DATA_DISPLAYMATRIX && entry.data)
+            sideData.emplace_back(entry.type, std::vector<uint8_t>(entry.data, entry.data + entry.size));
+    }
+    return sideData;
+}
+
 std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters& parameters)
 {
     std::shared_ptr<AVCodecParameters> copy(avcodec_parameters_alloc(),
@@ -103,6 +115,7 @@ TrackInfo BuildTrack(const AVStream& stream, avTime origin)
         track.start = SubTime(av_rescale_q(stream.start_time, stream.time_base, AVRational{1, AV_TIME_BASE}), origin);
     track.disposition = stream.disposition;
     track.displayMatrix = DisplayMatrix(stream);
+    track.sideData = CopySideData(stream);
     track.tags = CopyTags(stream.metadata);
     track.format = BuildFormat(stream, track);
     return track;

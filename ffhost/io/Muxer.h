@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/RefCount.h"
+#include "Proc/Settings/SettingsFilterBitStream.h"
 #include "ffhost/io/MediaInfo.h"
 #include "media/IDataPacket.h"
 
@@ -15,9 +16,9 @@ namespace Tessor::Host
 /// not finished is removed. Throws Core::IOException "FILE: cause".
 ///
 /// Packets come in decoding order a track, times in microseconds. The muxer interleaves the tracks in time order (video
-/// first on ties), keeps decoding times strictly rising and not behind the presentation, shifts all tracks by one
-/// amount where the container knows no negative times, and brings H.264 into the framing that the container wants:
-/// length prefixes or start codes, the latter with parameter sets in front of every picture that decoding may start at.
+/// first on ties), keeps decoding times strictly rising and not behind the presentation, and shifts all tracks by one
+/// amount where the container knows no negative times. Packets come in the framing of the container: FramedTrack gives
+/// them that.
 class TESSOR_API Muxer
 {
 public:
@@ -27,6 +28,8 @@ public:
 
     /// Whether the container can carry the track at all.
     virtual bool CanCarry(const TrackInfo& track) const = 0;
+    /// The framing that packets of the track have to come in.
+    virtual Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const = 0;
 
     /// A track like the source's, with the format that the packets really have. `format` may be null: the source's.
     /// Returns the number to write under. `sparse`: the interleaving does not wait for it.

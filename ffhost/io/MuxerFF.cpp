@@ -1,6 +1,7 @@
 #include "ffhost/io/MuxerFF.h"
 
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/AACCodecParser.h"
 
 extern "C"
 {
@@ -9,7 +10,6 @@ extern "C"
 
 #include <cerrno>
 #include <cstring>
-#include <glog/logging.h>
 #include <set>
 
 namespace Tessor::Host
@@ -65,9 +65,17 @@ void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t siz
     parameters.extradata_size = static_cast<int>(size);
 }
 
+void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
+{
+    uint8_t* copy = av_stream_new_side_data(&stream, type, size);
+    if (!copy)
+        throw std::bad_alloc();
+    std::memcpy(copy, data, size);
+}
+
 bool IsAdtsHeader(const IBlob& blob)
 {
-    return blob.Size() >= 2 && blob.Data()[0] == 0xFF && (blob.Data()[1] & 0xF6) == 0xF0;
+    return CodecParsers::HasADTSHeader(blob.Data(), blob.Size());
 }
 
 int64_t ToTick(avTime time, AVRational timeBase)
@@ -103,6 +111,17 @@ bool MuxerFF::CanCarry(const TrackInfo& track) const
     return !TryHeader(std::move(trial)).empty();
 }
 
+SettingsFilterBitStream::StreamFormat MuxerFF::GetFraming(const TrackInfo& track) const
+{
+    using Framing = SettingsFilterBitStream;
+    const auto framing = container.ChooseFraming(track.parameters ? track.parameters->codec_id : AV_CODEC_ID_NONE);
+    // A PCE often stands in the source's first frame only. libavformat makes it part of the first one written.
+    const SP<const IBlob> header = track.format ? track.format->GetExtradata() : nullptr;
+    const bool configured = header && track.parameters->codec_id == AV_CODEC_ID_AAC && IsAdtsHeader(*header) &&
+                            CodecParsers::DataToADTSHeader(header->Data(), header->Size()).pce;
+    return framing == Framing::STREAM_FORMAT_UNCHANGED && configured ? Framing::STREAM_FORMAT_RAW_AAC : framing;
+}
+
 int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse)
 {
     if (!source.parameters)
@@ -122,15 +141,10 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
         parameters->block_align = 0;
 
     const SP<Conf::IFormatCodec>& described = format ? format : source.format;
-    SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
+    const SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
     std::optional<H264EntryRepair> entries;
-    std::optional<H264Framing> framing;
     if (parameters->codec_id == AV_CODEC_ID_H264)
-    {
         entries.emplace(extradata);
-        framing.emplace(extradata, container.WantsAnnexB());
-        extradata = framing->GetExtradata();
-    }
     // The header of an ADTS frame is no configuration: libavformat finds that in the packets.
     if (extradata && parameters->codec_id == AV_CODEC_ID_AAC && IsAdtsHeader(*extradata))
         SetExtradata(*parameters, nullptr, 0);
@@ -146,7 +160,6 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     return Track{source,
                  parameters,
                  entries,
-                 framing,
                  DtsRepair(reorders ? LOOK_AHEAD : 0),
                  sparse || source.attachment || source.attachedPicture,
                  {},
@@ -177,13 +190,10 @@ void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
     if (source.frameRateNum > 0 && source.frameRateDen > 0)
         stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
     CopyTags(source.tags, &stream->metadata);
-    if (source.displayMatrix.size() != 9)
-        return;
-    constexpr size_t size = 9 * sizeof(int32_t);
-    uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, size);
-    if (!matrix)
-        throw std::bad_alloc();
-    std::memcpy(matrix, source.displayMatrix.data(), size);
+    for (const auto& [type, bytes] : source.sideData)
+        AddSideData(*stream, static_cast<AVPacketSideDataType>(type), bytes.data(), bytes.size());
+    if (source.displayMatrix.size() == 9)
+        AddSideData(*stream, AV_PKT_DATA_DISPLAYMATRIX, source.displayMatrix.data(), 9 * sizeof(int32_t));
 }
 
 std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
@@ -251,27 +261,7 @@ int MuxerFF::GetVideoTimescale() const
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
 {
     Track& track = tracks.at(static_cast<size_t>(number));
-    SP<IDataPacket> framed = packet;
-    // The source's mark of a key frame that ends its track.
-    if (packet->GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED)
-    {
-        framed = packet->Clone();
-        framed->GetAVPacket()->flags = (packet->GetAVPacket()->flags & ~AV_PKT_FLAG_TRUSTED) | AV_PKT_FLAG_KEY;
-    }
-    try
-    {
-        if (track.entries)
-            framed = track.entries->Repair(framed);
-        if (track.framing)
-            framed = track.framing->Convert(framed);
-    }
-    catch (const std::logic_error& e)
-    {
-        LOG(WARNING) << "Dropping bad packet. " << e.what();
-        ++track.damaged;
-        return;
-    }
-    PacketPtr ticks = ToTicks(*framed, number);
+    PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
     track.repair.Push(std::move(ticks));
@@ -513,8 +503,6 @@ std::vector<std::string> MuxerFF::GetLosses() const
         const std::vector<int32_t>& matrix = track.source.displayMatrix;
         if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
             losses.push_back("rotation" + of);
-        if (track.damaged)
-            losses.push_back(std::to_string(track.damaged) + " damaged packets" + of);
     }
     return losses;
 }

@@ -3,7 +3,6 @@
 #include "ffhost/io/Container.h"
 #include "ffhost/io/DtsRepair.h"
 #include "ffhost/io/H264EntryRepair.h"
-#include "ffhost/io/H264Framing.h"
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/Muxer.h"
 #include "ffhost/io/OutputFile.h"
@@ -16,8 +15,8 @@
 namespace Tessor::Host
 {
 
-/// The muxer over libavformat, and over our own for program streams. A packet's way: framing, ticks of the container,
-/// repair of decoding times, interleaving, the common shift, the container.
+/// The muxer over libavformat, and over our own for program streams. A packet's way: repair of entries, ticks of the
+/// container, repair of decoding times, interleaving, the common shift, the container.
 ///
 /// The header is written when the first packet of every track is known, for the shift moves the chapters too.
 class MuxerFF final : public Muxer
@@ -27,6 +26,7 @@ public:
     ~MuxerFF() override;
 
     bool CanCarry(const TrackInfo& track) const override;
+    Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
     int AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) override;
     void SetTags(const Tags& newTags) override { tags = newTags; }
     void SetChapters(const std::vector<ChapterInfo>& newChapters) override { chapters = newChapters; }
@@ -48,7 +48,6 @@ private:
         TrackInfo source;
         std::shared_ptr<const AVCodecParameters> parameters; // what the container is told
         std::optional<H264EntryRepair> entries;              // of H.264 tracks
-        std::optional<H264Framing> framing;                  // of H.264 tracks
         DtsRepair repair;
         bool sparse;
         std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
@@ -57,7 +56,6 @@ private:
         bool written = false;            // a packet has been handed to the container
         std::optional<int64_t> end = {}; // of the last packet, in ticks, where packets share times or are counted
         PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come
-        long long damaged = 0;           // packets that could not be framed, and were left out
     };
 
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;

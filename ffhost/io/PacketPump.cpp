@@ -52,6 +52,7 @@ void PacketPump::Select(int index)
                                  : SubTime(av_rescale_q(start, base, AVRational{1, AV_TIME_BASE}), info->origin)});
     hasVideo = hasVideo || track.type == MediaType::Video;
     file.Select(index);
+    dense.at(index).staging.KeepLeadIns(keepsLeadIns);
     dense.at(index).staging.Restart(NoTime, file.IsAtStart());
     ApplyCut();
 }
@@ -73,6 +74,13 @@ void PacketPump::SetCut(const CutPlan& plan)
     cut = plan;
     hasCut = true;
     ApplyCut();
+}
+
+void PacketPump::KeepLeadIns(bool keep)
+{
+    keepsLeadIns = keep;
+    for (auto& [index, track] : dense)
+        track.staging.KeepLeadIns(keep);
 }
 
 void PacketPump::ApplyCut()

@@ -24,6 +24,7 @@ public:
     void Select(int track);
     void SelectSparse(int track);
     void SetCut(const CutPlan& plan);
+    void KeepLeadIns(bool keep);
 
     GroupStaging& GetStaging(int track) { return dense.at(track).staging; }
     SparseInbox& GetInbox(int track) { return sparse.at(track).inbox; }
@@ -79,6 +80,7 @@ private:
     std::map<int, SparseTrack> sparse;
     CutPlan cut;
     bool hasCut = false;
+    bool keepsLeadIns = true;
     bool hasVideo = false;    // among the dense tracks
     bool ended = false;       // all tracks are finished
     avTime lastJump = NoTime; // target of the last jump over deleted time: none is tried twice

@@ -1,0 +1,102 @@
+#include "cli/Lossless.h"
+#include "cli/Verb.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <iostream>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr int schema_version = 1;
+
+/// What a detector found: a document, lines for people, and the answer for scripts.
+struct Detected
+{
+    Json json = Json::object();
+    std::vector<std::string> lines;
+    bool positive = true;
+};
+
+Detected FindLossless(const std::string& input)
+{
+    Detected detected;
+    detected.json["tracks"] = Json::array();
+    for (const LosslessFinding& finding : DetectLossless(*Host::Demuxer::Open(input)))
+    {
+        Json row = {
+            {"index", finding.track}, {"kind", finding.kind}, {"codec", finding.codec}, {"packets", finding.packets}};
+        row.update(LosslessToJson(finding));
+        detected.json["tracks"].push_back(row);
+        detected.lines.push_back(fmt::format("track {}, {} ({}), {} packets: {}", finding.track, finding.kind,
+                                             finding.codec, finding.packets, DescribeLossless(row)));
+        detected.positive = detected.positive && finding.IsLossless();
+    }
+    detected.json["lossless"] = detected.positive;
+    return detected;
+}
+
+struct Kind
+{
+    const char* name;
+    const char* help;
+    Detected (*detect)(const std::string& input);
+};
+
+constexpr Kind kinds[] = {
+    {"lossless", "whether all tracks can be copied and cut at key frames; status 1 when not", FindLossless},
+};
+
+class DetectVerb final : public Verb
+{
+public:
+    std::string GetName() const override { return "detect"; }
+    std::string GetSummary() const override { return "find something out about a file"; }
+    OptionTable GetOptions() override
+    {
+        std::string help;
+        std::vector<std::string> names;
+        for (const Kind& row : kinds)
+        {
+            help += fmt::format("{}{}: {}", help.empty() ? "" : "; ", row.name, row.help);
+            names.emplace_back(row.name);
+        }
+        return {{"KIND", "", help, &kind, names, false, true}, {"IN", "", "the file", &input, {}, true, true}};
+    }
+
+    ExitCode Run(const CommonOptions& common) override
+    {
+        const Kind& chosen =
+            *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
+        const Detected detected = chosen.detect(input);
+        if (common.json)
+        {
+            Json json = {{"schema_version", schema_version}, {"input", input}, {"kind", kind}};
+            json.update(detected.json);
+            std::cout << json.dump(2) << "\n";
+        }
+        else if (!common.quiet)
+        {
+            for (const std::string& line : detected.lines)
+                fmt::print("{}\n", line);
+        }
+        return detected.positive ? ExitCode::Done : ExitCode::Failed;
+    }
+
+private:
+    std::string kind, input;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> MakeDetectVerb()
+{
+    return std::make_unique<DetectVerb>();
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "ffhost/io/Demuxer.h"
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// What Proc::FilterLosslessDetect finds out about a track of picture or sound.
+struct LosslessFinding
+{
+    int track = 0; ///< in the file
+    std::string kind, codec;
+    long long packets = 0;
+    bool copying = true;      ///< packets can be copied as they are
+    bool cutting = true;      ///< and cut at key frames
+    long long copyingEnd = 0; ///< number of the packet, from 1, that ended the possibility; 0: no single one did
+    long long cuttingEnd = 0; ///< the same for cutting
+
+    bool IsLossless() const { return copying && cutting; }
+};
+
+/// Reads a file once from start to end.
+std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer);
+
+/// "copy", "cut", and for those that are false the packet that showed it.
+nlohmann::ordered_json LosslessToJson(const LosslessFinding& finding);
+
+/// LosslessToJson's document in words.
+std::string DescribeLossless(const nlohmann::ordered_json& json);
+
+} // namespace Tessor::Cli

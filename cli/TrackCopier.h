@@ -1,0 +1,77 @@
+#pragma once
+
+#include "cli/Progress.h"
+#include "ffhost/io/Demuxer.h"
+#include "ffhost/io/FramedTrack.h"
+#include "ffhost/io/Muxer.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// A track in a report.
+struct CopiedTrack
+{
+    int index = 0; ///< in the source
+    std::string kind, codec;
+    long long packets = 0; ///< written
+};
+
+/// Pulls tracks of a file, whatever was done to them on the way, and writes them to another one with all that the
+/// source says of them. What the container can't carry is named in a warning.
+///
+/// Tracks are added first, then the file is opened, then copied. Names of failures as the muxer's.
+class TrackCopier
+{
+public:
+    TrackCopier(Host::Demuxer& source, const std::string& output);
+
+    /// Adds a track of packets that come from `stream` in `format`. False when it is left out.
+    bool AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format);
+
+    /// What is written of a packet of a sparse track.
+    using Placement = std::function<std::vector<SP<Proc::IDataPacket>>(const SP<Proc::IDataPacket>& packet)>;
+    /// Adds a track whose packets are met while others are read. Without a placement they are written as they are.
+    bool AddSparse(int track, Placement placement = nullptr);
+
+    /// Throws UserError when no track was added.
+    void Open(const std::vector<Host::ChapterInfo>& chapters);
+    /// `duration` of what will be written, for the progress.
+    void Copy(Progress& progress, avTime duration);
+    /// Completes the file, and the warnings.
+    void Finish();
+
+    /// In the order in which they were added.
+    std::vector<CopiedTrack> GetTracks() const;
+    const std::vector<std::string>& GetWarnings() const { return warnings; }
+
+private:
+    struct Track
+    {
+        CopiedTrack report;
+        int number;                             // under which the muxer knows it
+        std::optional<Host::FramedTrack> dense; // none: sparse
+        Placement placement;                    // of sparse packets
+        avTime lastTime = NoTime;               // decoding time of the last packet written
+        bool ended = false;
+    };
+
+    const Host::TrackInfo& InfoOf(int track) const { return source.GetInfo().tracks.at(static_cast<size_t>(track)); }
+    bool CanCarry(const Host::TrackInfo& info);
+    void LeaveOut(const Host::TrackInfo& info, const std::string& cause);
+    Track* Earliest();
+    void WriteNext(Track& track);
+    void WriteSparse();
+
+    Host::Demuxer& source;
+    const std::unique_ptr<Host::Muxer> muxer;
+    std::vector<Track> tracks;
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Cli

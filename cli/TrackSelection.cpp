@@ -1,0 +1,62 @@
+#include "cli/TrackSelection.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+bool IsDense(const Host::TrackInfo& track)
+{
+    return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
+}
+
+} // namespace
+
+std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+{
+    const std::vector<Host::TrackInfo>& infos = demuxer.GetInfo().tracks;
+    std::vector<SelectedTrack> tracks;
+    for (const Host::TrackInfo& track : infos)
+    {
+        if (IsDense(track))
+            tracks.push_back({track.index, demuxer.GetStream(track.index)});
+        else if (track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
+            tracks.push_back({track.index, nullptr});
+        else
+            warnings.push_back(fmt::format("track {} ({}) is left out: it is neither picture, sound nor subtitles",
+                                           track.index, track.codecName));
+        const bool sparse = !tracks.empty() && tracks.back().index == track.index && !tracks.back().stream;
+        if (sparse && !track.attachment)
+            demuxer.SelectSparse(track.index);
+    }
+    std::stable_partition(tracks.begin(), tracks.end(),
+                          [&](const SelectedTrack& track)
+                          { return track.stream && infos[track.index].type == MediaType::Video; });
+    return tracks;
+}
+
+const char* KindName(const Host::TrackInfo& track)
+{
+    if (track.attachment)
+        return "attachment";
+    if (track.attachedPicture)
+        return "cover";
+    switch (track.type)
+    {
+    case MediaType::Video:
+        return "video";
+    case MediaType::Audio:
+        return "audio";
+    case MediaType::Subtitle:
+        return "subtitle";
+    case MediaType::None:
+        break;
+    }
+    return "other";
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "ffhost/io/Demuxer.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// A track that takes part.
+struct SelectedTrack
+{
+    int index = 0; ///< in the file
+    /// Null for sparse tracks: subtitles and covers, whose packets are met while others are read, and attachments.
+    SP<Proc::IStreamRaw> stream;
+};
+
+/// Selects all tracks that are picture, sound, subtitles or attachments, video first; others are named in a warning.
+std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+
+/// What a track is, in a word for reports.
+const char* KindName(const Host::TrackInfo& track);
+
+} // namespace Tessor::Cli
