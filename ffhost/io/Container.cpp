@@ -84,6 +84,13 @@ const std::set<AVCodecID> ASF_CODECS = {
     AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
 };
 
+bool HasUnofficialData(const AVStream* stream)
+{
+    return av_stream_get_side_data(stream, AV_PKT_DATA_DOVI_CONF, nullptr) ||
+           av_stream_get_side_data(stream, AV_PKT_DATA_SPHERICAL, nullptr) ||
+           av_stream_get_side_data(stream, AV_PKT_DATA_STEREO3D, nullptr);
+}
+
 /// Ticks finer than packets' own microseconds are of no use.
 constexpr int FINEST = 1000000;
 
@@ -124,6 +131,9 @@ AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
     if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
         av_dict_set_int(&options, "max_delay", 700000, 0);
     av_dict_set(&options, "fflags", "+bitexact", 0);
+    // What is said of Dolby Vision and of spherical pictures counts as unofficial.
+    if (std::any_of(context.streams, context.streams + context.nb_streams, HasUnofficialData))
+        av_dict_set_int(&options, "strict", FF_COMPLIANCE_UNOFFICIAL, 0);
     // The muxer has its own shift.
     av_dict_set(&options, "avoid_negative_ts", "disabled", 0);
     return options;
@@ -232,6 +242,11 @@ bool Container::TellsEnds() const
 bool Container::CountsPictures() const
 {
     return IsOgg();
+}
+
+bool Container::CarriesEditLists() const
+{
+    return IsMov();
 }
 
 bool Container::CarriesChapters() const

@@ -59,6 +59,8 @@ public:
     /// Pictures are counted, and libavformat fills no gaps between them.
     bool CountsPictures() const;
 
+    /// Packets that are decoded and not shown.
+    bool CarriesEditLists() const;
     bool CarriesChapters() const;
     bool CarriesRotation() const;
     bool CarriesTag(const std::string& key, bool ofTrack) const;

@@ -6,6 +6,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/PacketTools.h"
+#include "Proc/CodecParsers/StartCode.h"
 
 #include <algorithm>
 #include <bit>
@@ -41,6 +42,11 @@ void CopyBits(Core::DataBitInput& input, Core::DataBitOutput& output, size_t cou
         const auto part = static_cast<unsigned>(std::min<size_t>(count, 32));
         output.WriteBits(input.ReadBits(part), part);
     }
+}
+
+bool IsSlice(uint8_t header)
+{
+    return (header & 31) == H264_NALU_SLICE || (header & 31) == H264_NALU_IDR;
 }
 
 [[noreturn]] void Refuse(const char* why)
@@ -124,15 +130,11 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
         return packet;
     try
     {
-        const Nalus units = Split(*packet);
-        const auto slice =
-            std::find_if(units.begin(), units.end(),
-                         [](const auto& unit)
-                         { return (*unit.first & 31) == H264_NALU_SLICE || (*unit.first & 31) == H264_NALU_IDR; });
-        if (slice == units.end())
+        const auto [slice, size] = FindSlice(*packet);
+        if (!slice)
             return packet;
-        const Bytes head = RemoveEmulationByte(slice->first, std::min(slice->second, MAX_HEADER_BYTES));
-        const Slice read = Parse(head, *slice->first);
+        const Bytes head = RemoveEmulationByte(slice, std::min(size, MAX_HEADER_BYTES));
+        const Slice read = Parse(head, *slice);
         const auto* own = dynamic_cast<const DataPacketFF*>(packet.get());
         const bool enters = !read.idr && own && own->IsEntered();
         const bool first = !std::exchange(started, true);
@@ -146,7 +148,7 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
         Slice wanted = read;
         Follow(wanted);
         const bool same = wanted.orderLsb == read.orderLsb && wanted.unmarked == read.unmarked;
-        return same || !entered ? packet : Rebuild(*packet, units, wanted);
+        return same || !entered ? packet : Rebuild(*packet, Split(*packet), wanted);
     }
     catch (const std::exception& e)
     {
@@ -154,6 +156,24 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
         known = false;
         return packet;
     }
+}
+
+// Slices are most of a packet, which is not searched for the end of the first one.
+H264EntryRepair::Nalu H264EntryRepair::FindSlice(const IDataPacket& packet) const
+{
+    if (lengthSize != 0)
+    {
+        const Nalus units = Split(packet);
+        const auto slice =
+            std::find_if(units.begin(), units.end(), [](const Nalu& unit) { return IsSlice(*unit.first); });
+        return slice == units.end() ? Nalu() : *slice;
+    }
+    const uint8_t* data = packet.GetData();
+    const auto size = static_cast<size_t>(packet.GetSize());
+    for (size_t at = FindStartCode(data, size) + 3; at < size; at = FindStartCode(data, size, at) + 3)
+        if (IsSlice(data[at]))
+            return {data + at, size - at};
+    return {};
 }
 
 H264EntryRepair::Nalus H264EntryRepair::Split(const IDataPacket& packet) const
@@ -394,7 +414,7 @@ SP<IDataPacket> H264EntryRepair::Rebuild(const IDataPacket& packet, const Nalus&
     for (const auto& [data, size] : units)
     {
         Bytes unit(data, data + size);
-        if ((*data & 31) == H264_NALU_SLICE || (*data & 31) == H264_NALU_IDR)
+        if (IsSlice(*data))
         {
             const Bytes rbsp = RemoveEmulationByte(data, size);
             const Slice old = Parse(rbsp, *data);

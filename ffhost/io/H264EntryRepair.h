@@ -53,9 +53,12 @@ private:
         bool stale; // from before the seam, or put into a gap
     };
     using Bytes = std::vector<uint8_t>;
-    using Nalus = std::vector<std::pair<const uint8_t*, size_t>>;
+    using Nalu = std::pair<const uint8_t*, size_t>;
+    using Nalus = std::vector<Nalu>;
 
     bool IsSupported() const;
+    /// The first slice, with what follows it in the packet where that makes no difference; null when there is none.
+    Nalu FindSlice(const Proc::IDataPacket& packet) const;
     Nalus Split(const Proc::IDataPacket& packet) const;
     Slice Parse(const Bytes& rbsp, uint8_t header) const;
     void SkipToMarking(H264SliceReader& reader, uint32_t type) const;

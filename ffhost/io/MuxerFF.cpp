@@ -261,6 +261,7 @@ int MuxerFF::GetVideoTimescale() const
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
 {
     Track& track = tracks.at(static_cast<size_t>(number));
+    track.hidden += (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
@@ -503,6 +504,8 @@ std::vector<std::string> MuxerFF::GetLosses() const
         const std::vector<int32_t>& matrix = track.source.displayMatrix;
         if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
             losses.push_back("rotation" + of);
+        if (track.hidden && !container.CarriesEditLists())
+            losses.push_back("the edit list that hides " + std::to_string(track.hidden) + " packets" + of);
     }
     return losses;
 }

@@ -53,6 +53,7 @@ private:
         std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
         avTime delay = 0;                         // added to its times, on top of the common shift
         bool ended = false;
+        long long hidden = 0;            // packets that were not meant to be shown
         bool written = false;            // a packet has been handed to the container
         std::optional<int64_t> end = {}; // of the last packet, in ticks, where packets share times or are counted
         PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come

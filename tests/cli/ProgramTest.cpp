@@ -188,6 +188,66 @@ TEST_F(Program, OneContainerIntoAnother)
     }
 }
 
+// Everything of the source arrives, and a way there and back gives its packets again.
+TEST_F(Program, RepacksThereAndBack)
+{
+    const struct
+    {
+        const char* clip;
+        const char* there;
+        const char* back;
+        int tracks;
+    } rows[] = {{"h264.mp4", "a.mkv", "b.mp4", 2},
+                {"h264.mp4", "a.ts", "b.mp4", 2},
+                {"hevc.mp4", "a.ts", "b.mkv", -1},
+                {"mpeg4.mp4", "a.mkv", "b.mp4", 2},
+                {"h264.mp4", "a.264", "b.mp4", 1}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.clip) + " " + row.there);
+        const Outcome there = Run("repack $S/" + std::string(row.clip) + " " + row.there + " -y --json");
+        ASSERT_EQ(there.status, 0) << there.err;
+        const Outcome back = Run(std::string("repack ") + row.there + " " + row.back + " -y --json");
+        ASSERT_EQ(back.status, 0) << back.err;
+        const nlohmann::json first = nlohmann::json::parse(there.out), second = nlohmann::json::parse(back.out);
+        EXPECT_EQ(first["tracks"].size(), second["tracks"].size());
+        if (row.tracks >= 0)
+        {
+            EXPECT_EQ(first["tracks"].size(), static_cast<size_t>(row.tracks));
+        }
+        for (size_t i = 0; i < second["tracks"].size(); ++i)
+            EXPECT_EQ(first["tracks"][i]["copied_packets"], second["tracks"][i]["copied_packets"]);
+        EXPECT_EQ(first["warnings"].size(), row.tracks == 1 ? 1u : 0u) << first["warnings"];
+        EXPECT_EQ(Run(std::string("repack ") + row.back + " " + row.back + " -y").status, 2); // onto itself
+        EXPECT_EQ(Run(std::string("repack ") + row.there + " " + row.back).status, 3);
+        // cutting at key frames works on what came back: its packets are as good as the source's
+        EXPECT_EQ(Run(std::string("cut ") + row.back + " c.mp4 -y --verify --keep 0-4").status, 0);
+    }
+}
+
+TEST_F(Program, DetectLosslessAnswersScripts)
+{
+    const fs::path media = fs::path(TESSOR_SOURCE_DIR) / "../shared/media";
+    if (!fs::exists(media))
+        GTEST_SKIP() << "no clips";
+    fs::create_symlink(media, folder / "m");
+    EXPECT_EQ(Run("detect lossless m/hevc-annexb-aac.ts").status, 0);
+    const Outcome open = Run("detect lossless m/hevc-hev1-cra-aac.mp4 --json");
+    EXPECT_EQ(open.status, 1) << open.err;
+    const nlohmann::json report = nlohmann::json::parse(open.out);
+    EXPECT_EQ(report["lossless"], false);
+    EXPECT_EQ(report["tracks"][0]["copy"], true);
+    EXPECT_EQ(report["tracks"][0]["cut_ended_at_packet"], 28);
+    EXPECT_EQ(report["tracks"][1]["cut"], true);
+    EXPECT_EQ(Run("detect colour m/hevc-annexb-aac.ts").status, 2);
+    EXPECT_EQ(Run("detect lossless m/none.mp4").status, 1);
+
+    const nlohmann::json probe = nlohmann::json::parse(Run("probe m/hevc-hev1-cra-aac.mp4 --json").out);
+    EXPECT_EQ(probe["tracks"][0]["lossless"]["cut"], false);
+    EXPECT_EQ(probe["tracks"][0]["header"]["visible_width"], 1280);
+    EXPECT_EQ(probe["tracks"][1]["header"]["sampling_frequency"], 44100);
+}
+
 TEST_F(Program, ExitStatusAndOneClearLine)
 {
     std::ofstream(folder / "empty.mp4");

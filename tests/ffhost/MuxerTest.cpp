@@ -1,6 +1,8 @@
 #include "ffhost/io/Muxer.h"
 #include "Fnd/Exception.h"
+#include "ffhost/io/FramedTrack.h"
 #include "tests/ffhost/RawFile.h"
+#include "tests/ffhost/Streams.h"
 
 #include <gtest/gtest.h>
 
@@ -27,12 +29,17 @@ std::vector<int> CopyInto(const RawFile& source, const std::string& target)
 {
     const std::unique_ptr<Muxer> muxer = Muxer::Create(target);
     std::map<int, int> numbers;
+    std::map<int, FramedTrack> framed;
     std::vector<int> carried;
     for (const RawFile::Track& track : source.tracks)
     {
         if (track.info.type == MediaType::None || track.packets.empty() || !muxer->CanCarry(track.info))
             continue;
-        numbers[track.info.index] = muxer->AddTrack(track.info, nullptr, track.info.type == MediaType::Subtitle);
+        const SP<Proc::IStreamRaw> packets(new PacketList(track.info.format, track.packets));
+        const FramedTrack& ready =
+            framed.emplace(track.info.index, FramedTrack(packets, track.info.format, *muxer, track.info)).first->second;
+        numbers[track.info.index] =
+            muxer->AddTrack(track.info, ready.GetFormatCodec(), track.info.type == MediaType::Subtitle);
         carried.push_back(track.info.index);
     }
     if (carried.empty())
@@ -40,7 +47,7 @@ std::vector<int> CopyInto(const RawFile& source, const std::string& target)
     muxer->Open();
     for (const auto& [index, packet] : source.order)
         if (numbers.count(index))
-            muxer->Write(numbers[index], packet);
+            muxer->Write(numbers[index], framed.at(index).Read());
     muxer->Finish();
     return carried;
 }

@@ -43,7 +43,8 @@ SP<Conf::IFormatCodec> ToFormat(const AVCodecParameters& parameters)
     }
     else
         format = Conf::IFormatCodecAudio::Create();
-    const std::string codec = avcodec_get_name(parameters.codec_id);
+    const bool hevc = parameters.codec_id == AV_CODEC_ID_HEVC;
+    const std::string codec = hevc ? Conf::IFormatCodecVideo::CODEC_ID_H265 : avcodec_get_name(parameters.codec_id);
     format->GetProperties().SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID, codec);
     if (parameters.extradata_size > 0)
         format->SetExtradata(

@@ -1,0 +1,220 @@
+#include "ffhost/io/FramedTrack.h"
+#include "Fnd/Exception.h"
+#include "ffhost/io/Demuxer.h"
+#include "tests/ffhost/RawFile.h"
+#include "tests/ffhost/Streams.h"
+
+#include <gtest/gtest.h>
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+#include <libavutil/mastering_display_metadata.h>
+}
+
+namespace Tessor::Host::Tests
+{
+
+using Proc::IDataPacket;
+using Framing = Proc::SettingsFilterBitStream;
+
+namespace
+{
+
+std::string Begin(const IDataPacket& packet, int count)
+{
+    return std::string(reinterpret_cast<const char*>(packet.GetData()),
+                       static_cast<size_t>(std::min(count, packet.GetSize())));
+}
+
+/// Packets of a track, read by our demuxer.
+std::vector<SP<IDataPacket>> ReadTrack(Demuxer& demuxer, int track)
+{
+    std::vector<SP<IDataPacket>> packets;
+    const SP<Proc::IStreamRaw> stream = demuxer.GetStream(track);
+    while (SP<IDataPacket> packet = stream->Read())
+        packets.push_back(packet);
+    return packets;
+}
+
+std::vector<SP<IDataPacket>> ReadAll(FramedTrack& track)
+{
+    std::vector<SP<IDataPacket>> packets;
+    while (SP<IDataPacket> packet = track.Read())
+        packets.push_back(packet);
+    return packets;
+}
+
+class FailingStream final : public ListStream<Proc::IStreamRaw>
+{
+public:
+    using ListStream::ListStream;
+    MediaType GetMediaType() const override { return MediaType::Video; }
+    SP<IDataPacket> Read() override { Throw<Core::IOException>(TESSOR_HERE, "the disk is gone"); }
+};
+
+const char* const avcClip = "h264-high-closedgop-bframes-aac.mp4";
+
+} // namespace
+
+TEST(FramedTrackTest, EveryContainerNamesItsFraming)
+{
+    const struct
+    {
+        const char* clip;
+        int track;
+        const char* extension;
+        Framing::StreamFormat framing;
+    } cases[] = {
+        {avcClip, 0, "ts", Framing::STREAM_FORMAT_ANNEX_B},
+        {avcClip, 0, "264", Framing::STREAM_FORMAT_ANNEX_B},
+        {avcClip, 0, "avi", Framing::STREAM_FORMAT_ANNEX_B},
+        {avcClip, 0, "mkv", Framing::STREAM_FORMAT_MP4},
+        {avcClip, 0, "flv", Framing::STREAM_FORMAT_MP4},
+        {"hevc-annexb-aac.ts", 0, "mov", Framing::STREAM_FORMAT_MP4},
+        {"hevc-hev1-cra-aac.mp4", 0, "265", Framing::STREAM_FORMAT_ANNEX_B},
+        {"hevc-annexb-aac.ts", 1, "mp4", Framing::STREAM_FORMAT_RAW_AAC},
+        {"hevc-annexb-aac.ts", 1, "ts", Framing::STREAM_FORMAT_UNCHANGED},
+        // the PCE of the first frame has to come in front again wherever the output begins
+        {"aac-pce-51-synth.aac", 0, "ts", Framing::STREAM_FORMAT_RAW_AAC},
+        {"mpeg2-mp2.m2ts", 0, "mkv", Framing::STREAM_FORMAT_UNCHANGED},
+    };
+    for (const auto& c : cases)
+    {
+        const std::string clip = FindClip(c.clip);
+        if (clip.empty())
+            GTEST_SKIP() << "no clip";
+        const SP<Demuxer> demuxer = Demuxer::Open(clip);
+        const auto muxer = Muxer::Create(std::string("x.") + c.extension);
+        EXPECT_EQ(muxer->GetFraming(demuxer->GetInfo().tracks[static_cast<size_t>(c.track)]), c.framing)
+            << c.clip << " " << c.extension;
+    }
+}
+
+// A packet that can't be converted is left out; the stream goes on behind it.
+TEST(FramedTrackTest, DamagedPacketsAreNoEnd)
+{
+    const struct
+    {
+        const char* clip;
+        int track;
+        const char* extension;
+        int size; // that is left of the damaged packet
+    } cases[] = {{avcClip, 0, "ts", 9}, {"hevc-hev1-cra-aac.mp4", 0, "ts", 9}, {"hevc-annexb-aac.ts", 1, "mp4", 5}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.clip);
+        const std::string clip = FindClip(c.clip);
+        if (clip.empty())
+            GTEST_SKIP() << "no clip";
+        const SP<Demuxer> demuxer = Demuxer::Open(clip);
+        const TrackInfo& info = demuxer->GetInfo().tracks[static_cast<size_t>(c.track)];
+        const std::vector<SP<IDataPacket>> packets = ReadTrack(*demuxer, c.track);
+        for (const size_t damaged : {packets.size() / 2, packets.size() / 2 + 1, packets.size() - 2})
+            av_shrink_packet(packets[damaged]->GetAVPacket(), c.size);
+        FramedTrack track(SP<Proc::IStreamRaw>(new PacketList(info.format, packets)), info.format,
+                          *Muxer::Create(std::string("x.") + c.extension), info);
+        EXPECT_EQ(ReadAll(track).size() + 3, packets.size());
+        EXPECT_EQ(track.GetDamagedCount(), 3);
+        EXPECT_EQ(track.Read(), nullptr);
+    }
+}
+
+TEST(FramedTrackTest, FailuresOfTheSourceAreNotTakenForDamage)
+{
+    const std::string clip = FindClip(avcClip);
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const SP<Demuxer> demuxer = Demuxer::Open(clip);
+    const TrackInfo& info = demuxer->GetInfo().tracks[0];
+    FramedTrack track(SP<Proc::IStreamRaw>(new FailingStream(info.format, {})), info.format, *Muxer::Create("x.ts"),
+                      info);
+    EXPECT_THROW(track.Read(), Core::IOException);
+    EXPECT_EQ(track.GetDamagedCount(), 0);
+}
+
+// The last packet of a track, whose key flag the demuxer hides, included. The others are converted where they lie
+// unless a lead-in holds them.
+TEST(FramedTrackTest, OnlyKeyPacketsAreBuiltAnewWithParameterSets)
+{
+    const std::string clip = FindClip(avcClip);
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    for (const bool leadIns : {false, true})
+    {
+        const SP<Demuxer> demuxer = Demuxer::Open(clip);
+        demuxer->KeepLeadIns(leadIns);
+        const TrackInfo& info = demuxer->GetInfo().tracks[0];
+        std::vector<SP<IDataPacket>> packets = ReadTrack(*demuxer, 0);
+        packets.resize(61); // 30 in a group
+        packets.back()->GetAVPacket()->flags = AV_PKT_FLAG_TRUSTED;
+        std::vector<const uint8_t*> places;
+        for (const SP<IDataPacket>& packet : packets)
+            places.push_back(packet->GetData());
+        FramedTrack track(SP<Proc::IStreamRaw>(new PacketList(info.format, packets)), info.format,
+                          *Muxer::Create("x.ts"), info);
+        const std::vector<SP<IDataPacket>> framed = ReadAll(track);
+        ASSERT_EQ(framed.size(), packets.size());
+        for (size_t i = 0; i < framed.size(); ++i)
+        {
+            const bool key = i % 30 == 0;
+            EXPECT_EQ(framed[i]->IsKeyFrame(), key) << i;
+            EXPECT_EQ(Begin(*framed[i], 5) == std::string("\0\0\0\1\x67", 5), key) << i;
+            EXPECT_EQ(framed[i]->GetData() == places[i], !key && !leadIns) << i;
+        }
+    }
+}
+
+// What a container says of a whole track: HDR.
+TEST(FramedTrackTest, SideDataOfTheTrackIsCarried)
+{
+    const std::string clip = FindClip("hevc-hvc1-main10-hdr10-aac.mp4");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    AVMasteringDisplayMetadata display{};
+    for (auto& primary : display.display_primaries)
+        primary[0] = primary[1] = {17000, 50000};
+    display.white_point[0] = display.white_point[1] = {15635, 50000};
+    display.min_luminance = {1, 10000};
+    display.max_luminance = {1000, 1};
+    display.has_primaries = display.has_luminance = 1;
+    const AVContentLightMetadata light{1000, 400};
+    const auto bytes = [](const auto& value)
+    {
+        const auto* data = reinterpret_cast<const uint8_t*>(&value);
+        return std::vector<uint8_t>(data, data + sizeof(value));
+    };
+    for (const char* name : {"hdr.mp4", "hdr.mkv"})
+    {
+        const ScratchFolder folder;
+        const SP<Demuxer> demuxer = Demuxer::Open(clip);
+        TrackInfo info = demuxer->GetInfo().tracks[0];
+        info.sideData = {{AV_PKT_DATA_MASTERING_DISPLAY_METADATA, bytes(display)},
+                         {AV_PKT_DATA_CONTENT_LIGHT_LEVEL, bytes(light)}};
+        const auto muxer = Muxer::Create(folder / name);
+        const int number = muxer->AddTrack(info, nullptr, false);
+        muxer->Open();
+        for (const SP<IDataPacket>& packet : ReadTrack(*demuxer, 0))
+            muxer->Write(number, packet);
+        muxer->Finish();
+
+        const SP<Demuxer> copy = Demuxer::Open(folder / name);
+        const TrackInfo& arrived = copy->GetInfo().tracks[0];
+        const auto find = [&](int type)
+        {
+            for (const auto& [key, data] : arrived.sideData)
+                if (key == type)
+                    return data;
+            return std::vector<uint8_t>();
+        };
+        EXPECT_EQ(find(AV_PKT_DATA_CONTENT_LIGHT_LEVEL), bytes(light)) << name;
+        const std::vector<uint8_t> mastering = find(AV_PKT_DATA_MASTERING_DISPLAY_METADATA);
+        ASSERT_EQ(mastering.size(), sizeof(display)) << name;
+        const auto& read = *reinterpret_cast<const AVMasteringDisplayMetadata*>(mastering.data());
+        EXPECT_NEAR(av_q2d(read.max_luminance), 1000, 1e-3) << name;
+        EXPECT_NEAR(av_q2d(read.display_primaries[1][0]), 0.34, 1e-4) << name;
+        EXPECT_EQ(arrived.parameters->color_trc, AVCOL_TRC_SMPTE2084) << name;
+    }
+}
+
+} // namespace Tessor::Host::Tests
