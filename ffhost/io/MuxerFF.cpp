@@ -504,7 +504,8 @@ std::vector<std::string> MuxerFF::GetLosses() const
         const std::vector<int32_t>& matrix = track.source.displayMatrix;
         if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
             losses.push_back("rotation" + of);
-        if (track.hidden && !container.CarriesEditLists())
+        // hidden sound is a decoder's run-in, which players hardly let be heard
+        if (track.hidden && track.source.type == MediaType::Video && !container.CarriesEditLists())
             losses.push_back("the edit list that hides " + std::to_string(track.hidden) + " packets" + of);
     }
     return losses;

@@ -217,7 +217,7 @@ TEST_F(Program, RepacksThereAndBack)
         }
         for (size_t i = 0; i < second["tracks"].size(); ++i)
             EXPECT_EQ(first["tracks"][i]["copied_packets"], second["tracks"][i]["copied_packets"]);
-        EXPECT_EQ(first["warnings"].size(), row.tracks == 1 ? 1u : 0u) << first["warnings"];
+        EXPECT_EQ(first["warnings"].empty(), row.tracks != 1) << first["warnings"];
         EXPECT_EQ(Run(std::string("repack ") + row.back + " " + row.back + " -y").status, 2); // onto itself
         EXPECT_EQ(Run(std::string("repack ") + row.there + " " + row.back).status, 3);
         // cutting at key frames works on what came back: its packets are as good as the source's
