@@ -18,9 +18,13 @@ TEST(FilterRegistrator, RegistersInOrder)
 {
     RecordingRegistrator registry;
     FilterRegistrator(&registry);
-    EXPECT_EQ(registry.order, (std::vector<std::string>{"CutController/Tessor", "LosslessDetect/Tessor",
-                                                        "audio SettingsStreamMetadataUpdater/Tessor",
-                                                        "video SettingsStreamMetadataUpdater/Tessor"}));
+    EXPECT_EQ(registry.order,
+              (std::vector<std::string>{
+                  "Resize/Tessor", "FrameRate/Tessor", "CutController/Tessor", "ApplyEffectsVideo/Tessor",
+                  "ApplyEffectsAudio/Tessor", "LosslessDetect/Tessor", "audio SettingsStreamMetadataUpdater/Tessor",
+                  "video SettingsDeinterlace/Tessor", "video SettingsFilterFrameRate/Default",
+                  "video SettingsFilterFrameRate/Adjust", "video SettingsResizer/Tessor",
+                  "video SettingsFilterBlurTransparentBorder/Tessor", "video SettingsStreamMetadataUpdater/Tessor"}));
 }
 
 TEST(FilterRegistrator, WhatWasRegisteredBuildsFilters)
