@@ -20,11 +20,11 @@ namespace Tessor::Proc
 namespace
 {
 
-/// The low bits of the whole number: what lies beyond the sample's range wraps.
+/// The low bits of the whole number: what lies beyond the sample's range wraps, and what is beyond all reason is 0.
 template <class T>
 T Truncate(double value)
 {
-    constexpr double bound = 9.2e18;
+    constexpr double bound = 0x1p62;
     return static_cast<T>(std::isnan(value) ? 0 : static_cast<int64_t>(std::clamp(value, -bound, bound)));
 }
 
