@@ -1,11 +1,13 @@
 #pragma once
 
 #include "effects/EffectBaseOneInput.h"
-#include "effects/IResize.h"
 #include "effects/IEffectFactory.h"
+#include "effects/IResize.h"
+#include "effects/ITwoInputEffectVideo.h"
 #include "host/ImplNames.h"
 #include "tests/support/CallLog.h"
 #include "tests/support/Decorators.h"
+#include "tests/support/FakeItems.h"
 
 #include <functional>
 #include <map>
@@ -69,7 +71,8 @@ public:
     /// All frames in memory of one kind.
     static SP<MappedVideo> InMemory(const SP<Proc::IStreamVideo>& parent, FrameAllocType type)
     {
-        return Create(parent, [type](const SP<Proc::IDataVideo>& frame) -> SP<Proc::IDataVideo>
+        return Create(parent,
+                      [type](const SP<Proc::IDataVideo>& frame) -> SP<Proc::IDataVideo>
                       { return FakeFrame::Create(*frame, type, false); });
     }
 
@@ -137,7 +140,8 @@ public:
                 return behaviour.video;
             else
                 return behaviour.audio;
-        }();
+        }
+        ();
         if (action)
             action(item);
     }
@@ -147,7 +151,7 @@ public:
         std::string passed;
         if (format->GetProperties().ChildExists("passed"))
             passed = format->GetProperties()["passed"].GetString() + " ";
-        format->GetProperties().SetChildT<std::string>("passed", passed + tree.GetName());
+        format->GetProperties().SetChildT("passed", passed + tree.GetName());
     }
 
 private:
