@@ -351,7 +351,7 @@ size_t BorderBlur<AlphaByte>::ColourRun(int begin, int end, int y, typename Wind
         // no branches: they would be wrong too often where opaque and transparent pixels mix
         const uint32_t old = Load<uint32_t>(pixel);
         const auto count = total[AlphaByte];
-        const uint32_t changes = (old & alphaMask) == 0 && count != 0 ? 1 : 0;
+        const uint32_t changes = uint32_t{(old & alphaMask) == 0} & uint32_t{count != 0};
         const uint32_t mean = Narrow(Window::Divide(total, count + (count == 0 ? 1 : 0))) & ~alphaMask;
         const uint32_t mask = 0 - changes;
         const uint32_t result = (old & ~mask) | (mean & mask);
@@ -394,7 +394,7 @@ size_t BorderBlur<AlphaByte>::ColourRow(int y)
             continue;
         const int begin = block * BLOCK;
         const int end = BlockEnd(block);
-        MoveColumns(begin - reach, end - 1 + reach, window);
+        MoveColumns(begin - reach, end + reach, window); // with the column that enters behind the run
         MoveTotal<Window>(place, begin, total);
         coloured += ColourRun<Window>(begin, end, y, total);
         place = end;
