@@ -73,10 +73,10 @@ private:
 };
 
 /// Makes FakeResample under the name it is asked for; the name "other" gives an effect that is no resampler.
-class FakeEffectFactory final : public Proc::IEffectFactory, public RefCountImpl
+class FakeEngineFactory final : public Proc::IEffectFactory, public RefCountImpl
 {
 public:
-    explicit FakeEffectFactory(const std::shared_ptr<CallLog>& log = std::make_shared<CallLog>(), bool holdsBack = true)
+    explicit FakeEngineFactory(const std::shared_ptr<CallLog>& log = std::make_shared<CallLog>(), bool holdsBack = true)
         : log(log), holdsBack(holdsBack)
     {
     }

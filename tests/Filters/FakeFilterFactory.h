@@ -16,7 +16,7 @@ public:
     SP<Proc::IFilterResample> CreateResample(Name implName, const SP<Proc::IStreamAudio>& parent) const override
     {
         log->Add("Resample/" + implName);
-        return Proc::FilterResample::Create(parent, new FakeEffectFactory(log, false));
+        return Proc::FilterResample::Create(parent, new FakeEngineFactory(log, false));
     }
     SP<Proc::IFilterAudioFormatter> CreateAudioFormatter(Name implName,
                                                          const SP<Proc::IStreamAudio>& parent) const override

@@ -38,7 +38,7 @@ class AudioShellTest : public testing::Test
 protected:
     AudioShellTest() { source->SetLog(log, ""); }
 
-    SP<IFilterResample> Resample() { return FilterResample::Create(source, new FakeEffectFactory(log)); }
+    SP<IFilterResample> Resample() { return FilterResample::Create(source, new FakeEngineFactory(log)); }
     SP<IFilterAudioFormatter> Formatter()
     {
         return FilterAudioFormatter::Create(source, new FakeAlgorithmFactory(log));
@@ -51,7 +51,7 @@ protected:
 TEST_F(AudioShellTest, Conform)
 {
     CheckConformance<IStreamAudio>(Regular(30, 20), [](const SP<IStreamAudio>& s)
-                                   { return FilterResample::Create(s, new FakeEffectFactory); });
+                                   { return FilterResample::Create(s, new FakeEngineFactory); });
     CheckConformance<IStreamAudio>(Regular(30, 20),
                                    [](const SP<IStreamAudio>& s)
                                    {
@@ -68,7 +68,7 @@ TEST_F(AudioShellTest, ResamplerCollectsAndDrains)
     EXPECT_EQ(ReadAll(filter, Show::Values), "0=1 40=2 80=3 E");
     EXPECT_EQ(source->GetReadCount(), 5) << "the empty parent is asked for what drains, and for the end";
     EXPECT_EQ((*(filter->GetStatistic().end() - 1))["count"].GetInt64(), 3);
-    const SP<IFilterResample> empty = FilterResample::Create(ScriptedAudio::Create(""), new FakeEffectFactory);
+    const SP<IFilterResample> empty = FilterResample::Create(ScriptedAudio::Create(""), new FakeEngineFactory);
     EXPECT_EQ(ReadAll(empty), "E");
     filter->Terminate();
     EXPECT_FALSE(filter->Read());
@@ -142,7 +142,7 @@ TEST_F(AudioShellTest, ResamplerTakesTrees)
     settings.format = ResampleOutput::Format::S32P;
     settings.layout = ChannelLayout::L5_1;
     settings.implName = "Mine";
-    const SP<IStreamAudioEx> filter = FilterResample::CreateStreamEx(source, new FakeEffectFactory(log), settings);
+    const SP<IStreamAudioEx> filter = FilterResample::CreateStreamEx(source, new FakeEngineFactory(log), settings);
     EXPECT_EQ(log->Take(), "IResample/ Init(0) IResample/Mine Init(32000)");
     EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
               Conf::SampleInfo(SampleFormats::S32P, 48000, ChannelLayout::L5_1));
@@ -176,7 +176,7 @@ TEST_F(AudioShellTest, FormatterTakesTrees)
 TEST_F(AudioShellTest, ChangesComeFromOtherThreads)
 {
     const SP<ScriptedAudio> longSource = ScriptedAudio::Create(Regular(2000, 5));
-    const SP<IFilterResample> resample = FilterResample::Create(longSource, new FakeEffectFactory);
+    const SP<IFilterResample> resample = FilterResample::Create(longSource, new FakeEngineFactory);
     const SP<IFilterAudioFormatter> formatter = FilterAudioFormatter::Create(resample, new FakeAlgorithmFactory);
     std::atomic<bool> done{false};
     std::thread changer(
