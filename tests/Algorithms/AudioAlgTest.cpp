@@ -30,7 +30,7 @@ template <class T>
 SP<DataAudioFF> Block(SampleFormats format, const std::vector<T>& samples)
 {
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(Info(format), static_cast<int>(samples.size()));
-    std::memcpy(block->GetAudioRef().data, samples.data(), samples.size() * sizeof(T));
+    std::copy(samples.begin(), samples.end(), reinterpret_cast<T*>(block->GetAudioRef().data));
     block->SetPTS(0);
     return block;
 }
