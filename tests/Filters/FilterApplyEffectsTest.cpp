@@ -188,7 +188,7 @@ TEST(FilterApplyEffectsVideo, RangesOfEffects)
     const SP<IFilterApplyEffectsVideo> filter = MakeVideo(ScriptedVideo::Create("0 40 80"), factory, {});
     const auto range = [&]
     {
-        const TimeToProgress& found = filter->FindEffect("whatever")->GetTimeToProgress();
+        const TimeToProgress found = filter->FindEffect("whatever")->GetTimeToProgress();
         filter->ClearEffects();
         return std::pair(found.begin, found.end);
     };
