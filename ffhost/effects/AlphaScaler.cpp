@@ -18,13 +18,14 @@ namespace
 
 constexpr AVPixelFormat gray = AV_PIX_FMT_GRAY16;
 
-/// How values of a depth and their products with alpha fit into 16 bits.
+/// How values of a depth and their products with alpha fit into 15 bits: a bicubic filter overshoots at edges, and
+/// alpha that were cut there would no longer fit its colours.
 struct Depth
 {
     unsigned most;  ///< the largest value
     unsigned shift; ///< what products lose
 
-    explicit Depth(int bits) : most((1U << bits) - 1), shift(static_cast<unsigned>(std::max(2 * bits - 16, 0))) {}
+    explicit Depth(int bits) : most((1U << bits) - 1), shift(static_cast<unsigned>(std::max(2 * bits - 15, 0))) {}
     uint16_t Multiply(unsigned value, unsigned alpha) const
     {
         // 16 bits times 16 bits fill 32
@@ -83,7 +84,9 @@ void StoreColors(const AVFrame& products, const AVFrame& weights, const Depth& d
         for (int x = 0; x < values.width; ++x)
         {
             const unsigned w = weight.At<uint16_t>(x, y);
-            values.At<T>(x, y) = static_cast<T>(w ? depth.Divide(product.At<uint16_t>(x, y), w) : unseen);
+            // Less than a step of alpha is a remainder of rounding, and so would be the colour.
+            const bool seen = depth.GetAlpha(w) > 0;
+            values.At<T>(x, y) = static_cast<T>(seen ? depth.Divide(product.At<uint16_t>(x, y), w) : unseen);
         }
 }
 

@@ -69,9 +69,6 @@ public:
     void RegisterFilterSubtitleEx(Name classId, Name implName, SubtitleFactory factory) override;
     void RegisterFilterRawEx(Name classId, Name implName, RawFactory factory) override;
 
-private:
-    FilterRegistry(Effects effects, Algorithms algorithms, VideoData videoData);
-
     SP<Proc::IFilterResize> CreateResize(Name implName, const SP<Proc::IStreamVideo>& parent) const override;
     SP<Proc::IFilterFrameRate> CreateFrameRate(Name implName, const SP<Proc::IStreamVideo>& parent) const override;
     SP<Proc::IFilterResample> CreateResample(Name implName, const SP<Proc::IStreamAudio>& parent) const override;
@@ -114,6 +111,7 @@ private:
     SP<Proc::IStreamRawEx> CreateFilterRawEx(const Proc::Settings& settings, Name implName,
                                              const SP<Proc::IStreamRaw>& parent) const override;
 
+private:
     /// All implementations for one purpose.
     struct Slot
     {
@@ -121,6 +119,7 @@ private:
         std::vector<std::any> makers; // the function that was registered, in the order of the entry's names
     };
 
+    FilterRegistry(Effects effects, Algorithms algorithms, VideoData videoData);
     void Add(Name kind, Name classId, Name implName, std::any maker);
     /// Throws FilterException for what is not registered.
     const std::any& Find(Name kind, Name classId, Name implName) const;
