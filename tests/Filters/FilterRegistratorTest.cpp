@@ -18,9 +18,13 @@ TEST(FilterRegistrator, RegistersInOrder)
 {
     RecordingRegistrator registry;
     FilterRegistrator(&registry);
-    EXPECT_EQ(registry.order, (std::vector<std::string>{"CutController/Tessor", "LosslessDetect/Tessor",
-                                                        "audio SettingsStreamMetadataUpdater/Tessor",
-                                                        "video SettingsStreamMetadataUpdater/Tessor"}));
+    EXPECT_EQ(registry.order,
+              (std::vector<std::string>{
+                  "Resample/Tessor", "AudioMixer/Tessor", "AudioFormatter/Tessor", "CutController/Tessor",
+                  "VolumeDetect/Tessor", "LosslessDetect/Tessor", "audio SettingsAudioGenerator/Tessor",
+                  "audio SettingsFilterAudioVolume/Tessor", "audio SettingsFilterResample/Tessor",
+                  "audio SettingsFilterAudioFormatter/Tessor", "audio SettingsStreamMetadataUpdater/Tessor",
+                  "video SettingsStreamMetadataUpdater/Tessor"}));
 }
 
 TEST(FilterRegistrator, WhatWasRegisteredBuildsFilters)

@@ -25,12 +25,12 @@ inline Core::Property AddStatistics(Core::Property upstream, const std::string& 
     Throw<FilterException>(where, "Method not implemented");
 }
 
-/// Throws FilterException when a filter's tree is not named after its class.
+/// Throws FilterException when a filter's tree is not named after its class. `what` begins the text.
 inline void CheckClassName(const boost::source_location& where, const Core::Property& settings,
-                           const std::string& classId)
+                           const std::string& classId, const std::string& what = "Filter")
 {
     if (settings.GetName() != classId)
-        Throw<FilterException>(where, "Filter was initialized with incorrect class (" + settings.GetName() + ")!");
+        Throw<FilterException>(where, what + " was initialized with incorrect class (" + settings.GetName() + ")!");
 }
 
 } // namespace Tessor::Proc

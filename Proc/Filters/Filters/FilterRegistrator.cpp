@@ -1,8 +1,15 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 
+#include "Proc/Filters/Filters/FilterAudioFormatter.h"
+#include "Proc/Filters/Filters/FilterAudioGenerator.h"
+#include "Proc/Filters/Filters/FilterAudioMixer.h"
+#include "Proc/Filters/Filters/FilterAudioVolume.h"
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
+#include "Proc/Filters/Filters/FilterResample.h"
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
+#include "Proc/Filters/Filters/FilterVolumeDetect.h"
+#include "Proc/Settings/SettingsFilterAudioFormatter.h"
 #include "host/ImplNames.h"
 
 using namespace Tessor;
@@ -23,12 +30,24 @@ SP<IStreamRaw> CreateLosslessDetect(const SP<IStreamRaw>& parent, const Settings
 
 void RegisterTyped(IFilterFactoryRegistrator& registrator)
 {
+    registrator.RegisterResample(ImplNames::TESSOR, FilterResample::Create);
+    registrator.RegisterAudioMixer(ImplNames::TESSOR, FilterAudioMixer::Create);
+    registrator.RegisterAudioFormatter(ImplNames::TESSOR, FilterAudioFormatter::Create);
     registrator.RegisterCutController(ImplNames::TESSOR, CreateCutController);
+    registrator.RegisterVolumeDetect(ImplNames::TESSOR, FilterVolumeDetect::Create);
     registrator.RegisterLosslessDetect(ImplNames::TESSOR, CreateLosslessDetect);
 }
 
 void RegisterAudioFilters(IFilterFactoryRegistrator& registrator)
 {
+    registrator.RegisterFilterAudioEx(SettingsAudioGenerator::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioGenerator::Create);
+    registrator.RegisterFilterAudioEx(SettingsFilterAudioVolume::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioVolume::Create);
+    registrator.RegisterFilterAudioEx(SettingsFilterResample::CLASS_ID, ImplNames::TESSOR,
+                                      FilterResample::CreateStreamEx);
+    registrator.RegisterFilterAudioEx(SettingsFilterAudioFormatter::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioFormatter::CreateStreamEx);
     registrator.RegisterFilterAudioEx(SettingsStreamMetadataUpdater::CLASS_ID, ImplNames::TESSOR,
                                       FilterStreamMetadataUpdater<IStreamAudio, IStreamAudioEx>::Create);
 }
