@@ -18,13 +18,27 @@ TEST(FilterRegistrator, RegistersInOrder)
 {
     RecordingRegistrator registry;
     FilterRegistrator(&registry);
-    EXPECT_EQ(registry.order,
-              (std::vector<std::string>{
-                  "Resample/Tessor", "AudioMixer/Tessor", "AudioFormatter/Tessor", "CutController/Tessor",
-                  "VolumeDetect/Tessor", "LosslessDetect/Tessor", "audio SettingsAudioGenerator/Tessor",
-                  "audio SettingsFilterAudioVolume/Tessor", "audio SettingsFilterResample/Tessor",
-                  "audio SettingsFilterAudioFormatter/Tessor", "audio SettingsStreamMetadataUpdater/Tessor",
-                  "video SettingsStreamMetadataUpdater/Tessor"}));
+    EXPECT_EQ(registry.order, (std::vector<std::string>{"Resize/Tessor",
+                                                        "FrameRate/Tessor",
+                                                        "Resample/Tessor",
+                                                        "AudioMixer/Tessor",
+                                                        "AudioFormatter/Tessor",
+                                                        "CutController/Tessor",
+                                                        "ApplyEffectsVideo/Tessor",
+                                                        "ApplyEffectsAudio/Tessor",
+                                                        "VolumeDetect/Tessor",
+                                                        "LosslessDetect/Tessor",
+                                                        "audio SettingsAudioGenerator/Tessor",
+                                                        "audio SettingsFilterAudioVolume/Tessor",
+                                                        "audio SettingsFilterResample/Tessor",
+                                                        "audio SettingsFilterAudioFormatter/Tessor",
+                                                        "audio SettingsStreamMetadataUpdater/Tessor",
+                                                        "video SettingsDeinterlace/Tessor",
+                                                        "video SettingsFilterFrameRate/Default",
+                                                        "video SettingsFilterFrameRate/Adjust",
+                                                        "video SettingsResizer/Tessor",
+                                                        "video SettingsFilterBlurTransparentBorder/Tessor",
+                                                        "video SettingsStreamMetadataUpdater/Tessor"}));
 }
 
 TEST(FilterRegistrator, WhatWasRegisteredBuildsFilters)

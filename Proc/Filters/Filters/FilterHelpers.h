@@ -3,7 +3,9 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Proc/Settings/Settings.h"
+#include "effects/IEffectFactory.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace Tessor::Proc
@@ -31,6 +33,14 @@ inline void CheckClassName(const boost::source_location& where, const Core::Prop
 {
     if (settings.GetName() != classId)
         Throw<FilterException>(where, what + " was initialized with incorrect class (" + settings.GetName() + ")!");
+}
+
+/// The factory, of which a filter has need now. Throws std::invalid_argument for null.
+inline const IEffectFactory& RequireFactory(const SP<const IEffectFactory>& effectFactory)
+{
+    if (!effectFactory)
+        Throw<std::invalid_argument>(TESSOR_HERE, "effectFactory is NULL.");
+    return *effectFactory;
 }
 
 } // namespace Tessor::Proc
