@@ -15,6 +15,7 @@
 #include "cli/UserError.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/EffectStream.h"
+#include "ffhost/registry/Host.h"
 #include "host/ImplNames.h"
 
 #include <algorithm>
@@ -47,7 +48,9 @@ std::vector<CatalogRow> MakeCatalog()
         Row<SettingsResizer>("scale", video, Form::Filter, "brings pictures to a size"),
         Row<SettingsFilterFrameRate>(
             "fps", video, Form::Filter, "brings pictures to a frame rate",
-            {{"mode", impl_key, {{"grid", SettingsFilterFrameRate::IMPL_DEFAULT}, {"adjust", SettingsFilterFrameRate::IMPL_ADJUST}}}}),
+            {{"mode",
+              impl_key,
+              {{"grid", SettingsFilterFrameRate::IMPL_DEFAULT}, {"adjust", SettingsFilterFrameRate::IMPL_ADJUST}}}}),
         Row<SettingsDeinterlace>("deinterlace", video, Form::Filter, "makes whole pictures of two fields each"),
         Row<SettingsFilterBlurTransparentBorder>("borderblur", video, Form::Filter,
                                                  "colours transparent pixels like the visible ones near them"),
@@ -62,6 +65,15 @@ std::vector<CatalogRow> MakeCatalog()
         Row<SettingsFade>("fade", audio, Form::TimedEffect, "fades from or to silence"),
         Row<SettingsAVFilter>("avfilter", audio, Form::Effect, "runs a chain of FFmpeg's own filters"),
     };
+}
+
+template <class List, class Name>
+std::string JoinNames(const List& list, Name nameOf)
+{
+    std::vector<std::string> names;
+    for (const auto& item : list)
+        names.push_back(nameOf(item));
+    return fmt::format("{}", fmt::join(names, ", "));
 }
 
 /// Letters to add, take away or change to make one word of the other.
@@ -89,15 +101,12 @@ std::string JoinNearest(const std::string& name)
     std::sort(nearest.begin(), nearest.end());
     nearest.erase(std::unique(nearest.begin(), nearest.end()), nearest.end());
     nearest.resize(std::min<size_t>(nearest.size(), 3));
-    std::string joined;
-    for (const auto& [distance, candidate] : nearest)
-        joined += (joined.empty() ? "" : ", ") + candidate;
-    return joined;
+    return JoinNames(nearest, [](const auto& candidate) { return candidate.second; });
 }
 
 FieldInfo TimeKey(const std::string& key, const std::string& help, double value)
 {
-    return {key, help, Core::Property(key, value), 0, Seconds(MAX_DURATION), {}};
+    return {key, help, Core::Property(key, value), 0, static_cast<double>(MAX_DURATION) / 1e6, {}};
 }
 
 [[noreturn]] void Refuse(const std::string& why)
@@ -119,54 +128,195 @@ const CatalogRow& FindFilter(const std::string& name, MediaType kind)
     Refuse(fmt::format("\"{}\" is a filter of {}, not of {}", name, NameOf(rows.front()->kind), NameOf(kind)));
 }
 
-/// What the settings call the key and its value.
-std::pair<std::string, std::string> ToSettings(const CatalogRow& row, const std::string& key, const std::string& text)
+const CatalogRow::Renamed* FindRenamed(const CatalogRow& row, const std::string& key)
 {
-    for (const CatalogRow::Renamed& renamed : row.renamed)
-    {
-        if (renamed.key != key)
-            continue;
-        for (const auto& [word, value] : renamed.words)
-            if (word == text)
-                return {renamed.settingsKey, value};
-    }
-    return {key, text};
+    const auto found = std::find_if(row.renamed.begin(), row.renamed.end(),
+                                    [&](const CatalogRow::Renamed& renamed) { return renamed.key == key; });
+    return found != row.renamed.end() ? &*found : nullptr;
 }
 
-void SetOption(FilterStep& step, const std::vector<FieldInfo>& keys, const std::string& key, const std::string& text)
+FieldInfo RenameKey(const CatalogRow::Renamed& renamed, FieldInfo info)
 {
-    const CatalogRow& row = *step.row;
-    const auto info = std::find_if(keys.begin(), keys.end(), [&](const FieldInfo& k) { return k.key == key; });
-    if (info == keys.end())
+    info.key = renamed.key;
+    info.help.clear();
+    for (const auto& [word, value] : renamed.words)
     {
-        std::string known;
-        for (const FieldInfo& k : keys)
-            known += (known.empty() ? "" : ", ") + k.key;
-        Refuse(fmt::format("{}: there is no key \"{}\"; there are: {}", row.name, key, known));
+        info.choices.push_back(word);
+        if (info.value == Core::Property(renamed.settingsKey, value))
+            info.value = Core::Property(renamed.key, word);
     }
-    const Core::Property value = ParseValue(row.name, *info, text);
-    const bool timed = row.form == Form::TimedEffect;
-    if (timed && key == start_key)
-        step.start = ToTime(value.GetDouble());
-    else if (timed && key == duration_key)
-        step.duration = ToTime(value.GetDouble());
-    else if (key == impl_key)
-        step.implName = text;
-    if ((timed && (key == start_key || key == duration_key)) ||
-        (key == impl_key && row.form != Form::Filter))
-        return;
-    const auto [settingsKey, settingsText] = ToSettings(row, key, text);
-    Core::Property tree(row.prototype->GetClassId());
-    Core::Property renamed = settingsKey == key ? value : Core::Property(settingsKey, settingsText);
-    tree.Add(renamed);
+    return info;
+}
+
+bool IsTimeKey(const CatalogRow& row, const std::string& key)
+{
+    return row.form == Form::TimedEffect && (key == start_key || key == duration_key);
+}
+
+void SetInSettings(FilterStep& step, Core::Property value)
+{
+    Core::Property tree(step.row->prototype->GetClassId());
+    tree.Add(std::move(value));
     try
     {
         step.settings->FromProperty(tree);
     }
     catch (const SettingsException& e)
     {
-        Refuse(fmt::format("{}: {}", row.name, Describe(e)));
+        Refuse(fmt::format("{}: {}", step.row->name, Describe(e)));
     }
 }
 
+void SetTime(FilterStep& step, const std::string& key, double seconds)
+{
+    (key == start_key ? step.start : step.duration) = static_cast<avTime>(seconds * 1e6 + 0.5);
+}
+
+void SetKey(FilterStep& step, const FieldInfo& info, const std::string& text)
+{
+    const CatalogRow& row = *step.row;
+    const Core::Property value = ParseValue(row.name, info, text);
+    if (IsTimeKey(row, info.key))
+        return SetTime(step, info.key, value.GetDouble());
+    if (info.key == impl_key && row.form != Form::Filter)
+    {
+        step.implName = text;
+        return;
+    }
+    const CatalogRow::Renamed* renamed = FindRenamed(row, info.key);
+    if (!renamed)
+        return SetInSettings(step, value);
+    const auto word = std::find_if(renamed->words.begin(), renamed->words.end(),
+                                   [&](const auto& pair) { return pair.first == text; });
+    if (renamed->settingsKey == impl_key)
+        step.implName = word->second;
+    SetInSettings(step, Core::Property(renamed->settingsKey, word->second));
+}
+
+FilterStep ReadStep(const FilterCall& call, MediaType kind)
+{
+    const CatalogRow& row = FindFilter(call.name, kind);
+    FilterStep step{&row, std::shared_ptr<SettingsTree>(dynamic_cast<SettingsTree*>(row.prototype->Clone())), {}};
+    const std::vector<FieldInfo> keys = row.GetKeys();
+    for (const auto& [key, text] : call.options)
+    {
+        const auto info =
+            std::find_if(keys.begin(), keys.end(), [&key = key](const FieldInfo& k) { return k.key == key; });
+        if (info == keys.end())
+            Refuse(fmt::format("{}: there is no key \"{}\"; there are: {}", row.name, key,
+                               JoinNames(keys, [](const FieldInfo& k) { return k.key; })));
+        SetKey(step, *info, text);
+    }
+    return step;
+}
+
+/// The effect with its settings and its range of time.
+template <class Effect, class Kind>
+SP<Kind> MakeEffect(const FilterStep& step, const SP<Kind>& source, SP<Effect> effect)
+{
+    effect->Initialise(*step.settings);
+    const avTime end = step.duration != NoTime ? AddTime(step.start, step.duration) : source->GetDuration();
+    effect->SetTimeToProgress({step.start, end, TimeToProgress::Linear});
+    return Host::EffectStream<Kind, Effect>::Create(source, effect);
+}
+
+const std::string& ImplOf(const FilterStep& step)
+{
+    return step.implName.empty() ? ImplNames::DEFAULT : step.implName;
+}
+
 } // namespace
+
+std::vector<FieldInfo> CatalogRow::GetKeys() const
+{
+    std::vector<FieldInfo> keys;
+    for (const FieldInfo& info : prototype->Describe())
+    {
+        const auto found =
+            std::find_if(renamed.begin(), renamed.end(), [&](const Renamed& r) { return r.settingsKey == info.key; });
+        keys.push_back(found != renamed.end() ? RenameKey(*found, info) : info);
+    }
+    if (form == Form::TimedEffect)
+    {
+        keys.push_back(TimeKey(start_key, "seconds, where the effect begins", 0));
+        keys.push_back(TimeKey(duration_key, "seconds that it lasts; to the end where it is not given", 0));
+    }
+    if (form != Form::Filter)
+        keys.push_back({impl_key,
+                        "name of the implementation; empty for the default one",
+                        Core::Property(impl_key, std::string()),
+                        0,
+                        0,
+                        {}});
+    return keys;
+}
+
+const std::vector<CatalogRow>& GetCatalog()
+{
+    static const std::vector<CatalogRow> catalog = MakeCatalog();
+    return catalog;
+}
+
+std::vector<const CatalogRow*> FindFilters(const std::string& name)
+{
+    std::vector<const CatalogRow*> rows;
+    for (const CatalogRow& row : GetCatalog())
+        if (row.name == name)
+            rows.push_back(&row);
+    if (rows.empty())
+        Refuse(fmt::format("there is no filter \"{}\"; the nearest are {} (tessor filters lists all)", name,
+                           JoinNearest(name)));
+    return rows;
+}
+
+std::vector<FilterStep> ReadFilters(const std::string& chain, MediaType kind)
+{
+    std::vector<FilterStep> steps;
+    for (const FilterCall& call : ParseFilterChain(chain))
+        steps.push_back(ReadStep(call, kind));
+    return steps;
+}
+
+Factories Factories::Make()
+{
+    const Host::MediaHost host = Host::MakeHost();
+    return {host.filters, host.effects, host.List()};
+}
+
+std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories& factories)
+{
+    const std::string kind = std::string(row.kind == MediaType::Video ? "video" : "audio") +
+                             (row.form == Form::Filter ? " filter" : " effect");
+    for (const Host::RegistryEntry& entry : factories.entries)
+        if (entry.kind == kind && entry.classId == row.prototype->GetClassId())
+            return entry.implementations;
+    return {};
+}
+
+SP<IStreamVideo> MakeFilter(const FilterStep& step, const SP<IStreamVideo>& source, const Factories& factories)
+{
+    if (step.row->form == Form::Filter)
+        return factories.filters->CreateFilterVideoEx(*step.settings, ImplOf(step), source);
+    return MakeEffect(step, source,
+                      factories.effects->CreateEffectVideo(step.settings->GetClassId(), ImplOf(step), nullptr));
+}
+
+SP<IStreamAudio> MakeFilter(const FilterStep& step, const SP<IStreamAudio>& source, const Factories& factories)
+{
+    if (step.row->form == Form::Filter)
+        return factories.filters->CreateFilterAudioEx(*step.settings, ImplOf(step), source);
+    return MakeEffect(step, source,
+                      factories.effects->CreateEffectAudio(step.settings->GetClassId(), ImplOf(step), nullptr));
+}
+
+SP<IStreamAudio> MakeResampler(const SP<IStreamAudio>& source, const Conf::SampleInfo& output,
+                               const Factories& factories)
+{
+    SettingsFilterResample settings;
+    settings.rate = output.GetSampleRate();
+    settings.layout = output.GetChannelLayout();
+    settings.format = static_cast<ResampleOutput::Format>(static_cast<int>(output.GetFormat().format) + 1);
+    return factories.filters->CreateFilterAudioEx(settings, ImplNames::DEFAULT, source);
+}
+
+} // namespace Tessor::Cli

@@ -3,6 +3,7 @@
 #include "Proc/Settings/SettingsTree.h"
 #include "cli/FilterChain.h"
 #include "effects/IEffectFactory.h"
+#include "ffhost/registry/RegistryEntry.h"
 #include "host/IFilterFactory.h"
 #include "media/MediaType.h"
 
@@ -50,13 +51,13 @@ struct FilterStep
 {
     const CatalogRow* row;
     std::shared_ptr<Proc::SettingsTree> settings;
-    std::string implName;        ///< empty: the default one
-    avTime start = 0;            ///< of timed effects
-    avTime duration = NoTime;    ///< of timed effects; NoTime: to the end
+    std::string implName;     ///< empty: the default one
+    avTime start = 0;         ///< of timed effects
+    avTime duration = NoTime; ///< of timed effects; NoTime: to the end
 };
 
-/// Reads a chain for streams of that kind. Throws UserError with ExitCode::Usage for unknown filters and keys, values of
-/// the wrong type or out of range, and filters of the other kind.
+/// Reads a chain for streams of that kind. Throws UserError with ExitCode::Usage for unknown filters and keys, values
+/// of the wrong type or out of range, and filters of the other kind.
 std::vector<FilterStep> ReadFilters(const std::string& chain, MediaType kind);
 
 /// What filters and effects are made by.
@@ -64,12 +65,20 @@ struct Factories
 {
     SP<const Proc::IFilterFactory> filters;
     SP<const Proc::IEffectFactory> effects;
+    std::vector<Host::RegistryEntry> entries; ///< what they make
 
     static Factories Make();
 };
 
+/// Names of the implementations of a row, the default one first.
+std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories&);
+
 /// The stream behind the filter.
 SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source, const Factories&);
 SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source, const Factories&);
+
+/// The stream in another format of samples; what is unset in it stays.
+SP<Proc::IStreamAudio> MakeResampler(const SP<Proc::IStreamAudio>& source, const Conf::SampleInfo& output,
+                                     const Factories&);
 
 } // namespace Tessor::Cli

@@ -16,7 +16,7 @@ public:
     using Base = Proc::StreamImpl<Kind, Kind>;
     using Item = typename Kind::Item;
     using Format = typename Kind::Format;
-    using Viewer = std::function<void(const Item&)>;
+    using Viewer = std::function<void(const SP<Item>&)>;
 
     static SP<Kind> Create(const SP<Kind>& parent, Viewer viewer)
     {
@@ -40,7 +40,7 @@ private:
     {
         const SP<Item> item = Base::parentStream->Read();
         if (item)
-            viewer(*item);
+            viewer(item);
         return item;
     }
     void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override

@@ -21,6 +21,8 @@ using namespace Proc;
 namespace
 {
 
+constexpr int HIGHEST_RATE = 1000000, FINE_TICKS = 10000;
+
 Container FindContainerOf(const std::string& path)
 {
     const Container container = Container::Guess(path);
@@ -217,6 +219,33 @@ SP<TrackEncoder> CreateTrackEncoder(const SP<IStreamVideo>& source, const Encode
 SP<TrackEncoder> CreateTrackEncoder(const SP<IStreamAudio>& source, const EncoderOptions& options)
 {
     return SP<TrackEncoder>(new AudioEncoder(source, options));
+}
+
+TrackInfo DescribeTrack(const TrackInfo& source, const TrackEncoder& encoder)
+{
+    TrackInfo track = source;
+    track.parameters = encoder.GetParameters();
+    track.codecName = avcodec_get_name(track.parameters->codec_id);
+    track.format = encoder.GetFormatCodec();
+    if (track.type == MediaType::Audio)
+    {
+        track.timeBaseNum = 1;
+        track.timeBaseDen = track.parameters->sample_rate;
+        return track;
+    }
+    const Core::Property& tree = track.format->GetProperties();
+    if (!tree.ChildExists(Conf::IFormatCodecVideo::TAG_FPS))
+        return track;
+    const Core::Property::Ratio rate = tree[Conf::IFormatCodecVideo::TAG_FPS].GetRatio();
+    if (rate <= 0 || rate == Core::Property::Ratio(source.frameRateNum, source.frameRateDen))
+        return track;
+    av_reduce(&track.frameRateNum, &track.frameRateDen, rate.numerator(), rate.denominator(), HIGHEST_RATE);
+    // Frames last whole ticks, and the ticks are fine enough for times between frames.
+    track.timeBaseNum = 1;
+    track.timeBaseDen = track.frameRateNum;
+    while (track.timeBaseDen < FINE_TICKS)
+        track.timeBaseDen *= 2;
+    return track;
 }
 
 } // namespace Tessor::Host

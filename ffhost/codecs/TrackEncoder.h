@@ -3,13 +3,12 @@
 #include "Fnd/Export.h"
 #include "Proc/StreamTemplates/IStreamAudio.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
+#include "ffhost/io/MediaInfo.h"
 #include "host/IEncoder.h"
 
 #include <memory>
 #include <string>
 #include <vector>
-
-struct AVCodecParameters;
 
 namespace Tessor::Host
 {
@@ -57,5 +56,8 @@ TESSOR_API Conf::SampleInfo FitSampleInfo(const std::string& encoder, const Conf
 TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamVideo>& source, const EncoderOptions& options);
 /// Packets whose times follow the samples, the first as much before the sound as the encoder delays it.
 TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamAudio>& source, const EncoderOptions& options);
+
+/// The source's track as a container is told of it when the encoder's packets stand for those of the source.
+TESSOR_API TrackInfo DescribeTrack(const TrackInfo& source, const TrackEncoder& encoder);
 
 } // namespace Tessor::Host

@@ -32,6 +32,9 @@ CodecContextPtr TrackVideoSetup::Open() const
     // Parameter sets of H.264 are put where a container wants them when they are written.
     if (options.header || codec->id == AV_CODEC_ID_H264)
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    // The name under which all players know HEVC whose header stands in front.
+    if (options.header && codec->id == AV_CODEC_ID_HEVC)
+        context->codec_tag = MKTAG('h', 'v', 'c', '1');
     SetQuality(*context);
     const int result = avcodec_open2(context.get(), codec, nullptr);
     if (result < 0)
