@@ -204,8 +204,9 @@ void ConvertJob::AddCopied(const Host::TrackInfo& track)
     const bool wanted = track.type == MediaType::Subtitle || track.attachedPicture || track.attachment;
     if (!wanted || !muxer->CanCarry(track))
     {
-        warnings.push_back(fmt::format("track {} ({}, {}) is left out: the output's container can't carry it",
-                                       track.index, KindName(track), track.codecName));
+        warnings.push_back(fmt::format("track {} ({}) is left out: {}", track.index, track.codecName,
+                                       wanted ? "the output's container can't carry it"
+                                              : "it is neither picture, sound nor subtitles"));
         return;
     }
     if (!track.attachment)

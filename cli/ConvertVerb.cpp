@@ -1,6 +1,7 @@
 #include "cli/ConvertJob.h"
 #include "cli/EncoderFlags.h"
 #include "cli/OutputFile.h"
+#include "cli/Times.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
 #include "cli/Warnings.h"

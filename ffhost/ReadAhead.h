@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Fnd/Statistics.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
 #include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/PassThrough.h"
 
 #include <deque>
 #include <thread>
@@ -17,12 +16,11 @@ namespace Tessor::Host
 /// Threads: as StreamImpl says. While the thread runs the parent is its alone: what asks the parent for its format or
 /// statistics has to be allowed beside a read of it.
 template <class Kind>
-class ReadAhead final : public Proc::StreamImpl<Kind, Kind>, public RefCountImpl
+class ReadAhead final : public PassThrough<Kind>
 {
 public:
-    using Base = Proc::StreamImpl<Kind, Kind>;
+    using Base = PassThrough<Kind>;
     using Item = typename Kind::Item;
-    using Format = typename Kind::Format;
 
     static SP<Kind> Create(const SP<Kind>& parent, size_t capacity)
     {
@@ -35,12 +33,8 @@ public:
     }
 
 private:
-    ReadAhead(const SP<Kind>& parent, size_t capacity) : Base(parent, false), capacity(capacity) {}
+    ReadAhead(const SP<Kind>& parent, size_t capacity) : Base(parent), capacity(capacity) {}
 
-    void Initialize(const Core::Property&) override {}
-    Core::Property GetSettings() const override { return Core::Property(); }
-    SP<Format> GetFormatCodec() const override { return Base::parentStream->GetFormatCodec(); }
-    Core::Property GetStatistic() const override { return Base::parentStream->GetStatistic(); }
     void Terminate() override
     {
         Base::Terminate();
@@ -61,9 +55,8 @@ private:
     void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
     {
         StopReading();
-        Base::parentStream->RequestSeek(target, partner);
+        Base::RequestSeekInternal(target, partner);
     }
-    void DoSeekInternal() override { Base::parentStream->DoSeek(); }
 
     void Run();
     /// False when the thread has to end.

@@ -1,6 +1,7 @@
 #include "ffhost/codecs/PacketDecoder.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/Adts.h"
 
 #include <cstring>
 
@@ -41,7 +42,9 @@ void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
         throw std::bad_alloc();
     opening->pkt_timebase = MICROSECONDS;
     opening->thread_count = GetThreadCount();
-    if (const SP<const IBlob> extradata = format->GetExtradata(); extradata && extradata->Size())
+    const SP<const IBlob> extradata = format->GetExtradata();
+    const bool frames = extradata && codec->id == AV_CODEC_ID_AAC && IsAdtsHeader(*extradata);
+    if (extradata && extradata->Size() && !frames)
         SetExtradata(*opening, *extradata);
     prepare(*opening);
     const int result = avcodec_open2(opening.get(), codec, nullptr);
