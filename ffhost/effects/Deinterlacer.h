@@ -8,8 +8,11 @@
 namespace Tessor::Host
 {
 
-/// One progressive frame of every interlaced one, with its times; progressive frames pass. Every frame waits for the
-/// one behind it; the last one comes out on a null frame.
+/// One progressive frame of every interlaced one, at once and with its times; progressive frames pass.
+///
+/// libavfilter's deinterlacers wait for the frame behind, of which the kept field needs but a hint of motion. Most
+/// filters have no place for a frame that comes late, so here every frame is followed by a twin of itself, which counts
+/// as progressive and costs nothing.
 class Deinterlacer final
     : public Proc::EffectBaseOneInput<Proc::IOneInputEffectVideo, Proc::SettingsDeinterlace, Proc::IFactoryDataVideo>
 {
@@ -20,7 +23,7 @@ public:
 
 private:
     void Update() override;
-    void ProcessItem(SP<Proc::IDataVideo>& frame) override { runner.Process(frame); }
+    void ProcessItem(SP<Proc::IDataVideo>& frame) override;
 
     GraphRunner runner;
 };

@@ -39,7 +39,7 @@ void GraphRunner::Process(SP<IDataVideo>& frame)
 {
     FramePtr record = frame ? ShareFrame(*frame) : nullptr;
     frame.reset(); // so that filters may work in its memory
-    Run(std::move(record));
+    Push(std::move(record));
     if (ready.empty())
         return;
     frame = WrapFrame(std::move(ready.front()));
@@ -52,7 +52,7 @@ void GraphRunner::Process(SP<IDataAudio>& block)
 {
     FramePtr record = block && block->GetSampleCount() > 0 ? ShareSamples(block) : nullptr;
     if (record || !block)
-        Run(std::move(record));
+        Push(std::move(record));
     block.reset();
     std::vector<FramePtr> parts;
     while (!ready.empty() && (parts.empty() || GetSampleInfo(*parts[0]) == GetSampleInfo(*ready.front())))
@@ -66,7 +66,7 @@ void GraphRunner::Process(SP<IDataAudio>& block)
     clock.Stamp(*block, parts.front()->pts);
 }
 
-void GraphRunner::Run(FramePtr frame)
+void GraphRunner::Push(FramePtr frame)
 {
     if (!frame)
     {
@@ -82,6 +82,15 @@ void GraphRunner::Run(FramePtr frame)
     input = format;
     graph->Push(std::move(frame));
     Take();
+}
+
+FramePtr GraphRunner::TakeLast()
+{
+    if (ready.empty())
+        Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\" gave no frame");
+    FramePtr last = std::move(ready.back());
+    ready.clear();
+    return last;
 }
 
 void GraphRunner::Finish()

@@ -30,8 +30,12 @@ public:
     /// The same for sound, but what comes out at a time is one block.
     void Process(SP<Proc::IDataAudio>& block);
 
+    /// The steps of Process, for effects that put more than their items in. A null frame drains.
+    void Push(FramePtr frame);
+    /// The last frame that has come out, instead of all that have. Throws EffectException where there is none.
+    FramePtr TakeLast();
+
 private:
-    void Run(FramePtr frame);
     void Finish();
     void Take();
     std::string GetWholeChain(const GraphFormat& format) const;
