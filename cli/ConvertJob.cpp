@@ -53,6 +53,15 @@ ConvertTrack MakeReport(const Host::TrackInfo& track)
     return report;
 }
 
+/// A cut that deletes nothing.
+SettingsFilterCutController KeepAll()
+{
+    SettingsFilterCutController cut;
+    cut.AddInterval(0, MAX_DURATION, NoTime, false);
+    cut.UpdateOptimizedList();
+    return cut;
+}
+
 /// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
 struct RepeatMeter
 {
@@ -212,8 +221,7 @@ void ConvertJob::AddCopied(const Host::TrackInfo& track)
     if (!track.attachment)
         demuxer->SelectSparse(track.index);
     const int number = muxer->AddTrack(track, track.format, true);
-    // nothing is deleted
-    const size_t place = pump.AddSparse(demuxer, track, number, [] { return SettingsFilterCutController(); });
+    const size_t place = pump.AddSparse(demuxer, track, number, KeepAll);
     outputs.push_back({place, MakeReport(track), nullptr});
 }
 

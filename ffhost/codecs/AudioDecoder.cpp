@@ -73,7 +73,8 @@ void AudioDecoder::Prepare(AVCodecContext& context) const
 
 void AudioDecoder::Reset(avTime newTarget)
 {
-    codec.Flush();
+    // Not flushed: some decoders keep what overlaps with the next packet.
+    codec.Close();
     converter.Reset();
     ready.clear();
     clock.Reset(NoTime);
@@ -200,7 +201,6 @@ void AudioDecoder::ReleaseInternalData()
 {
     StreamImpl::ReleaseInternalData();
     Reset(target);
-    codec.Close();
 }
 
 void AudioDecoder::AcceptInternal(IStreamVisitor& visitor)

@@ -145,7 +145,8 @@ avTime AudioEncoder::ToTime(int64_t sample) const
 SP<IDataPacket> AudioEncoder::ToItem(AVPacket* packet)
 {
     const avTime pts = ToTime(packet->pts);
-    const int64_t length = packet->duration > 0 ? packet->duration : frameSize;
+    // Some encoders end with a packet of nothing but a completed header.
+    const int64_t length = packet->duration > 0 || packet->size == 0 ? packet->duration : frameSize;
     return DataPacketFF::Create(packet, MediaType::Audio, pts, pts, ToTime(packet->pts + length) - pts);
 }
 

@@ -53,12 +53,23 @@ bool IsUsable(const AVCodec& codec)
            !(codec.capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID | AV_CODEC_CAP_EXPERIMENTAL));
 }
 
+/// Containers of one kind of track take their own codec, whatever libavformat doesn't know of others.
+bool MayCarry(const Container& container, const AVCodec& codec)
+{
+    const AVOutputFormat& format = *container.GetFormat();
+    const ContainerRow* row = FindContainer(format.name);
+    const bool single = row && (!row->video || !row->audio);
+    const bool own = codec.id == format.audio_codec || codec.id == format.video_codec;
+    return container.KnowsCodec(codec.id) &&
+           (!single || own || avformat_query_codec(&format, codec.id, FF_COMPLIANCE_NORMAL) > 0);
+}
+
 std::string ListEncoders(const Container& container, MediaType type)
 {
     std::string names;
     void* at = nullptr;
     while (const AVCodec* codec = av_codec_iterate(&at))
-        if (codec->type == ToAv(type) && IsUsable(*codec) && container.KnowsCodec(codec->id))
+        if (codec->type == ToAv(type) && IsUsable(*codec) && MayCarry(container, *codec))
             names += (names.empty() ? "" : ", ") + std::string(codec->name);
     return names;
 }
@@ -158,7 +169,7 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
         refuse("there is no encoder \"" + options.name + "\"");
     if (codec->type != ToAv(type))
         refuse("\"" + options.name + "\" encodes no " + kind);
-    if (!container.KnowsCodec(codec->id))
+    if (!MayCarry(container, *codec))
         refuse("the container can't carry what \"" + options.name + "\" encodes");
     options.header = (container.GetFormat()->flags & AVFMT_GLOBALHEADER) != 0;
     return options;

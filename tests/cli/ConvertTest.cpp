@@ -125,7 +125,6 @@ TEST_F(Convert, RefusesInOneLineAndLeavesNothing)
         {"$S/h264.mp4 out.mp4 --video-encoder libnone", 1, "there is no encoder \"libnone\"; encoders of pictures"},
         {"$S/h264.mp4 out.mp4 --audio-encoder libx264", 1, "\"libx264\" encodes no sound"},
         {"$S/h264.mp4 out.webm --video-encoder libx264", 1, "can't carry what \"libx264\" encodes"},
-        {"$S/h264.mp4 out.mp4 --preset sideways", 1, "libx264"},
         {"$S/h264.mp4 out.ogv --crf 20", 1, "libtheora does not take crf=20"},
         {"$S/h264.mp4 out.mp4 --crf 20 --video-bitrate 1M", 2, "exclude each other"},
         {"$S/h264.mp4 out.mp4 --vf scal", 2, "the nearest are scale"},
