@@ -11,10 +11,12 @@
 #include "Proc/Settings/SettingsFilterFrameRate.h"
 #include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "cli/FilterValue.h"
 #include "cli/UserError.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/EffectStream.h"
+#include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
 #include "host/ImplNames.h"
 
@@ -220,6 +222,14 @@ SP<Kind> MakeEffect(const FilterStep& step, const SP<Kind>& source, SP<Effect> e
     return Host::EffectStream<Kind, Effect>::Create(source, effect);
 }
 
+/// The filter knows nothing of what a container says of its fields.
+SP<IStreamVideo> MarkProgressive(const SP<IStreamVideo>& source, const Factories& factories)
+{
+    SettingsStreamMetadataUpdater settings;
+    settings.metadata.SetChildT<long long>(Host::FormatTags::FIELD_ORDER, Host::FormatTags::FIELD_ORDER_PROGRESSIVE);
+    return factories.filters->CreateFilterVideoEx(settings, ImplNames::DEFAULT, source);
+}
+
 const std::string& ImplOf(const FilterStep& step)
 {
     return step.implName.empty() ? ImplNames::DEFAULT : step.implName;
@@ -296,7 +306,11 @@ std::vector<std::string> ListImplementations(const CatalogRow& row, const Factor
 SP<IStreamVideo> MakeFilter(const FilterStep& step, const SP<IStreamVideo>& source, const Factories& factories)
 {
     if (step.row->form == Form::Filter)
-        return factories.filters->CreateFilterVideoEx(*step.settings, ImplOf(step), source);
+    {
+        const SP<IStreamVideo> stream = factories.filters->CreateFilterVideoEx(*step.settings, ImplOf(step), source);
+        return step.settings->GetClassId() == SettingsDeinterlace::CLASS_ID ? MarkProgressive(stream, factories)
+                                                                            : stream;
+    }
     return MakeEffect(step, source,
                       factories.effects->CreateEffectVideo(step.settings->GetClassId(), ImplOf(step), nullptr));
 }
