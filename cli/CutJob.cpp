@@ -1,6 +1,5 @@
 #include "cli/CutJob.h"
 
-#include "cli/Interrupt.h"
 #include "cli/UserError.h"
 #include "ffhost/FormatTags.h"
 #include "media/IFormatCodecVideo.h"
@@ -11,31 +10,6 @@
 
 namespace Tessor::Cli
 {
-
-namespace
-{
-
-const char* KindName(const Host::TrackInfo& info)
-{
-    switch (info.type)
-    {
-    case MediaType::Video:
-        return info.attachedPicture ? "cover" : "video";
-    case MediaType::Audio:
-        return "audio";
-    case MediaType::Subtitle:
-        return "subtitle";
-    default:
-        return "attachment";
-    }
-}
-
-avTime TimeOf(const Proc::IDataPacket& packet)
-{
-    return packet.GetDTS() != NoTime ? packet.GetDTS() : packet.GetPTS();
-}
-
-} // namespace
 
 std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
 {
@@ -49,7 +23,7 @@ std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, a
 }
 
 CutJob::CutJob(CutSession& session, const std::string& output)
-    : session(session), muxer(Host::Muxer::Create(output)), warnings(session.GetWarnings())
+    : session(session), muxer(Host::Muxer::Create(output)), pump(*muxer), warnings(session.GetWarnings())
 {
     AddTracks();
     CarryMetadata();
@@ -71,8 +45,11 @@ void CutJob::AddTracks()
         // parameter sets that no packet uses would keep the result from being cut again
         if (track.untouched)
             format->SetExtradata(track.header);
-        outputs.push_back(
-            {&track, muxer->AddTrack(info, format, !track.stream), NoTime, !track.stream, {}, MakeReport(track)});
+        const int number = muxer->AddTrack(info, format, !track.stream);
+        const size_t place = track.stream ? pump.Add(track.stream, number)
+                                          : pump.AddSparse(session.ShareDemuxer(), info, number,
+                                                           [&session = session] { return session.GetCut(); });
+        outputs.push_back({&track, place, MakeReport(track)});
     }
     const bool any =
         std::any_of(outputs.begin(), outputs.end(), [](const Output& o) { return o.track->stream != nullptr; });
@@ -111,7 +88,7 @@ void CutJob::CarryMetadata()
 CutReport CutJob::Run(Progress& progress)
 {
     const auto start = std::chrono::steady_clock::now();
-    Pump(progress);
+    pump.Run(session.GetCut().Source2Result(session.GetInfo().duration), progress);
     CollectStatistics();
     muxer->Finish();
 
@@ -130,84 +107,11 @@ CutReport CutJob::Run(Progress& progress)
     return report;
 }
 
-void CutJob::Pump(Progress& progress)
-{
-    for (Output& output : outputs)
-    {
-        if (output.track->stream)
-            output.track->stream->RequestSeek(0, nullptr);
-    }
-    for (Output& output : outputs)
-    {
-        if (output.track->stream)
-            output.track->stream->DoSeek();
-    }
-    const double whole = Seconds(std::max<avTime>(session.GetCut().Source2Result(session.GetInfo().duration), 1));
-    avTime reached = 0;
-    while (Output* output = Earliest())
-    {
-        ThrowIfInterrupted();
-        WriteNext(*output);
-        WriteSparse();
-        if (output->lastTime != NoTime)
-            reached = std::max(reached, output->lastTime);
-        progress.Tell(Seconds(reached) / whole, Seconds(reached));
-    }
-    WriteSparse();
-    progress.Finish(whole);
-}
-
-CutJob::Output* CutJob::Earliest()
-{
-    Output* earliest = nullptr;
-    for (Output& output : outputs)
-    {
-        // NoTime is below every time: a track that has delivered nothing yet comes first
-        if (!output.ended && (!earliest || output.lastTime < earliest->lastTime))
-            earliest = &output;
-    }
-    return earliest;
-}
-
-void CutJob::WriteNext(Output& output)
-{
-    const SP<Proc::IDataPacket> packet = output.track->stream->Read();
-    if (!packet)
-    {
-        output.ended = true;
-        muxer->EndTrack(output.number);
-        return;
-    }
-    ++output.report.copiedPackets;
-    output.lastTime = std::max(output.lastTime, TimeOf(*packet));
-    muxer->Write(output.number, packet);
-}
-
-void CutJob::WriteSparse()
-{
-    for (Output& output : outputs)
-    {
-        // an attachment has no packets
-        if (output.track->stream || session.GetInfo().tracks[output.track->index].attachment)
-            continue;
-        for (const SP<Proc::IDataPacket>& packet : session.GetDemuxer().TakeSparse(output.track->index))
-        {
-            const bool cover = session.GetInfo().tracks[output.track->index].attachedPicture;
-            const auto placed =
-                cover ? std::vector<SP<Proc::IDataPacket>>{packet} : output.sparse.Push(packet, session.GetCut());
-            for (const SP<Proc::IDataPacket>& piece : placed)
-            {
-                ++output.report.copiedPackets;
-                muxer->Write(output.number, piece);
-            }
-        }
-    }
-}
-
 void CutJob::CollectStatistics()
 {
     for (Output& output : outputs)
     {
+        output.report.copiedPackets = pump.GetPacketCount(output.place);
         // other kinds are never encoded: what the cut counts there are packets that were cut one by one
         if (!output.track->stream || session.GetInfo().tracks[output.track->index].type != MediaType::Video)
             continue;

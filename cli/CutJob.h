@@ -1,8 +1,7 @@
 #pragma once
 
 #include "cli/CutSession.h"
-#include "cli/Progress.h"
-#include "cli/SparseTrack.h"
+#include "cli/MuxPump.h"
 #include "ffhost/io/Muxer.h"
 
 #include <map>
@@ -49,24 +48,18 @@ private:
     struct Output
     {
         CutTrack* track;
-        int number;               // under which the muxer knows it
-        avTime lastTime = NoTime; // decoding time of the last packet written
-        bool ended = false;
-        SparseTrack sparse; // for tracks that are not streams
+        size_t place; // in the pump
         TrackReport report;
     };
 
     void AddTracks();
     TrackReport MakeReport(const CutTrack& track) const;
     void CarryMetadata();
-    void Pump(Progress& progress);
-    Output* Earliest();
-    void WriteNext(Output& output);
-    void WriteSparse();
     void CollectStatistics();
 
     CutSession& session;
     std::unique_ptr<Host::Muxer> muxer;
+    MuxPump pump;
     std::vector<Output> outputs;
     std::vector<std::string> warnings;
 };

@@ -5,6 +5,7 @@
 #include "cli/UserError.h"
 #include "cli/Verb.h"
 #include "cli/Verify.h"
+#include "cli/Warnings.h"
 
 #include <cmath>
 #include <fmt/format.h>
@@ -230,14 +231,6 @@ private:
                 json.push_back({{"track", track.index}, {"filters", PropertyToJson(track.stream->GetStatistic())}});
         }
         return json;
-    }
-
-    static void Warn(const std::vector<std::string>& warnings, const CommonOptions& common)
-    {
-        if (common.json || common.quiet)
-            return;
-        for (const std::string& warning : warnings)
-            fmt::print(stderr, "tessor: warning: {}\n", warning);
     }
 
     CutRequest request;

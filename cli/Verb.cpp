@@ -8,6 +8,11 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs()
     std::vector<std::unique_ptr<Verb>> verbs;
     verbs.push_back(MakeCutVerb());
     verbs.push_back(MakeProbeVerb());
+    verbs.push_back(MakeConvertVerb());
+    verbs.push_back(MakeFiltersVerb());
+    verbs.push_back(MakeMixVerb());
+    verbs.push_back(MakeToneVerb());
+    verbs.push_back(MakeDetectVerb());
     return verbs;
 }
 

@@ -1,6 +1,7 @@
 #include "ffhost/io/MuxerFF.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/Adts.h"
 
 extern "C"
 {
@@ -63,11 +64,6 @@ void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t siz
         throw std::bad_alloc();
     std::memcpy(parameters.extradata, data, size);
     parameters.extradata_size = static_cast<int>(size);
-}
-
-bool IsAdtsHeader(const IBlob& blob)
-{
-    return blob.Size() >= 2 && blob.Data()[0] == 0xFF && (blob.Data()[1] & 0xF6) == 0xF0;
 }
 
 int64_t ToTick(avTime time, AVRational timeBase)
