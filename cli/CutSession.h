@@ -43,6 +43,7 @@ public:
     explicit CutSession(const CutRequest& request);
 
     Host::Demuxer& GetDemuxer() { return *demuxer; }
+    const SP<Host::Demuxer>& ShareDemuxer() const { return demuxer; }
     const Host::MediaInfo& GetInfo() const { return demuxer->GetInfo(); }
     std::vector<CutTrack>& GetTracks() { return tracks; }
     /// The first video track, null when there is none.

@@ -1,7 +1,11 @@
+#include "Proc/Filters/Filters/IFilterVolumeDetect.h"
 #include "cli/Lossless.h"
+#include "cli/SoundFile.h"
 #include "cli/Verb.h"
+#include "host/ImplNames.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 #include <iostream>
 
@@ -41,6 +45,21 @@ Detected FindLossless(const std::string& input)
     return detected;
 }
 
+Detected DetectVolume(const std::string& input)
+{
+    const Factories factories = Factories::Make();
+    const SP<Proc::IFilterVolumeDetect> detector = factories.filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
+    detector->Process(OpenSound(input));
+    const double peak = detector->GetPeakValue();
+    const bool silent = peak <= 0;
+    const double decibels = silent ? 0 : 20 * std::log10(peak);
+    const std::string level = silent ? "silence" : fmt::format("peak {:.4f} ({:.1f} dB)", peak, decibels);
+    return {
+        {{"peak", peak}, {"peak_db", silent ? Json(nullptr) : Json(decibels)}, {"low_level", detector->IsLowLevel()}},
+        {input + ": " + level + (detector->IsLowLevel() ? ": quiet" : "")},
+        true};
+}
+
 struct Kind
 {
     const char* name;
@@ -50,6 +69,7 @@ struct Kind
 
 constexpr Kind kinds[] = {
     {"lossless", "whether all tracks can be copied and cut at key frames; status 1 when not", FindLossless},
+    {"volume", "how loud the beginning is, and whether that is quiet", DetectVolume},
 };
 
 class DetectVerb final : public Verb

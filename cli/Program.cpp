@@ -95,7 +95,7 @@ int RunVerb(Verb& verb, const CommonOptions& common)
 int RunProgram(int argc, char** argv)
 {
     google::InitGoogleLogging("tessor");
-    CLI::App app("Tessor: cuts, repacks and examines video files without loss", "tessor");
+    CLI::App app("Tessor: cuts, repacks, converts and examines video files", "tessor");
     app.set_version_flag("--version", std::string("tessor ") + version);
     app.require_subcommand(1);
 

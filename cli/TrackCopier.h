@@ -1,13 +1,8 @@
 #pragma once
 
-#include "cli/Progress.h"
-#include "ffhost/io/Demuxer.h"
-#include "ffhost/io/FramedTrack.h"
-#include "ffhost/io/Muxer.h"
+#include "cli/MuxPump.h"
 
-#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,10 +29,8 @@ public:
     /// Adds a track of packets that come from `stream` in `format`. False when it is left out.
     bool AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format);
 
-    /// What is written of a packet of a sparse track.
-    using Placement = std::function<std::vector<SP<Proc::IDataPacket>>(const SP<Proc::IDataPacket>& packet)>;
     /// Adds a track whose packets are met while others are read. Without a placement they are written as they are.
-    bool AddSparse(int track, Placement placement = nullptr);
+    bool AddSparse(int track, MuxPump::Placement placement = nullptr);
 
     /// Throws UserError when no track was added.
     void Open(const std::vector<Host::ChapterInfo>& chapters);
@@ -53,23 +46,16 @@ public:
 private:
     struct Track
     {
-        CopiedTrack report;
-        int number;                             // under which the muxer knows it
-        std::optional<Host::FramedTrack> dense; // none: sparse
-        Placement placement;                    // of sparse packets
-        avTime lastTime = NoTime;               // decoding time of the last packet written
-        bool ended = false;
+        int index;    // in the source
+        size_t place; // in the pump
     };
 
     const Host::TrackInfo& InfoOf(int track) const { return source.GetInfo().tracks.at(static_cast<size_t>(track)); }
     bool CanCarry(const Host::TrackInfo& info);
     void LeaveOut(const Host::TrackInfo& info, const std::string& cause);
-    Track* Earliest();
-    void WriteNext(Track& track);
-    void WriteSparse();
-
     Host::Demuxer& source;
     const std::unique_ptr<Host::Muxer> muxer;
+    MuxPump pump;
     std::vector<Track> tracks;
     std::vector<std::string> warnings;
 };

@@ -11,6 +11,10 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs()
     verbs.push_back(MakeCutVerb());
     verbs.push_back(MakeRepackVerb());
     verbs.push_back(MakeProbeVerb());
+    verbs.push_back(MakeConvertVerb());
+    verbs.push_back(MakeFiltersVerb());
+    verbs.push_back(MakeMixVerb());
+    verbs.push_back(MakeToneVerb());
     verbs.push_back(MakeDetectVerb());
     return verbs;
 }

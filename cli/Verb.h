@@ -36,6 +36,10 @@ public:
 std::unique_ptr<Verb> MakeCutVerb();
 std::unique_ptr<Verb> MakeProbeVerb();
 std::unique_ptr<Verb> MakeRepackVerb();
+std::unique_ptr<Verb> MakeConvertVerb();
+std::unique_ptr<Verb> MakeFiltersVerb();
+std::unique_ptr<Verb> MakeMixVerb();
+std::unique_ptr<Verb> MakeToneVerb();
 std::unique_ptr<Verb> MakeDetectVerb();
 
 /// All verbs, in the order in which help lists them.

@@ -2,6 +2,7 @@
 
 extern "C"
 {
+#include <libavutil/error.h>
 #include <libavutil/log.h>
 }
 
@@ -15,23 +16,63 @@ namespace Tessor::Host
 namespace
 {
 
-void Write(void* context, int level, const char* format, va_list arguments)
+thread_local FFmpegErrorCapture* current_capture = nullptr;
+
+std::string Format(void* context, int level, const char* format, va_list arguments)
 {
-    const int verbosity = level <= AV_LOG_WARNING ? 21 : level <= AV_LOG_INFO ? 31 : 4001;
-    if (!VLOG_IS_ON(verbosity))
-        return;
     thread_local int printPrefix = 1; // libavutil's own state: whether the next text begins a line
     std::array<char, 1024> line{};
     av_log_format_line2(context, level, format, arguments, line.data(), static_cast<int>(line.size()), &printPrefix);
-    VLOG(verbosity) << line.data();
+    return line.data();
 }
 
 } // namespace
 
+struct FFmpegLogWriter
+{
+    static void Write(void* context, int level, const char* format, va_list arguments)
+    {
+        const int verbosity = level <= AV_LOG_WARNING ? 21 : level <= AV_LOG_INFO ? 31 : 4001;
+        const bool captured = level <= AV_LOG_ERROR && current_capture && current_capture->first.empty();
+        if (!captured && !VLOG_IS_ON(verbosity))
+            return;
+        const std::string line = Format(context, level, format, arguments);
+        if (captured)
+            current_capture->first = line;
+        VLOG(verbosity) << line;
+    }
+};
+
 void RouteFFmpegLog()
 {
     static std::once_flag once;
-    std::call_once(once, [] { av_log_set_callback(Write); });
+    std::call_once(once, [] { av_log_set_callback(FFmpegLogWriter::Write); });
+}
+
+FFmpegErrorCapture::FFmpegErrorCapture() : outer(current_capture)
+{
+    RouteFFmpegLog();
+    current_capture = this;
+}
+
+FFmpegErrorCapture::~FFmpegErrorCapture()
+{
+    current_capture = outer;
+}
+
+std::string FFmpegErrorCapture::GetText(int code) const
+{
+    if (first.empty())
+    {
+        char text[AV_ERROR_MAX_STRING_SIZE] = {};
+        return av_make_error_string(text, sizeof(text), code);
+    }
+    // Behind the name of the context, "[crop @ 0x55d0] ".
+    const size_t bracket = first.front() == '[' ? first.find("] ") : std::string::npos;
+    std::string text = bracket == std::string::npos ? first : first.substr(bracket + 2);
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
 }
 
 } // namespace Tessor::Host

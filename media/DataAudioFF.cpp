@@ -47,8 +47,8 @@ SP<DataAudioFF> DataAudioFF::CreateBySampleCount(const Conf::SampleInfo& info, i
 {
     if (count < 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio block of " + std::to_string(count) + " samples");
-    if (info.GetFormat().bits == 0 || info.GetChannelCount() == 0)
-        Throw<std::invalid_argument>(TESSOR_HERE, "Audio block without sample format or channels");
+    if (info.GetChannelCount() == 0)
+        Throw<std::invalid_argument>(TESSOR_HERE, "Audio block without channels");
     SP<DataAudioFF> block(new DataAudioFF(info, count, Allocate(info, count)));
     block->duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());
     return block;

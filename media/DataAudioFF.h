@@ -15,7 +15,8 @@ class TESSOR_API DataAudioFF final : public IDataAudio, public RefCountImpl
 {
 public:
     /// A block with room for `count` samples a channel, all zero, with the duration of that many samples (NoTime
-    /// without a rate). Throws std::invalid_argument for a negative count and formats without bits or channels.
+    /// without a rate). A format that is none has no bytes. Throws std::invalid_argument for a negative count and
+    /// layouts without channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
     ~DataAudioFF() override;
 

@@ -12,4 +12,16 @@ const std::vector<SettingsField<SettingsDeinterlace>>& SettingsDeinterlace::GetF
     return fields;
 }
 
+SettingsDeinterlace Property2SettingsDeinterlace(const Core::Property& property)
+{
+    SettingsDeinterlace settings;
+    settings.FromProperty(property);
+    return settings;
+}
+
+Core::Property Settings2Property(const SettingsDeinterlace& settings)
+{
+    return settings.ToProperty();
+}
+
 } // namespace Tessor::Proc

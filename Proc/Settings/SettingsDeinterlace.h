@@ -23,4 +23,10 @@ public:
     Method method = Method::Bwdif;
 };
 
+/// The settings from their tree. Throws SettingsException for a value that is wrong.
+TESSOR_API SettingsDeinterlace Property2SettingsDeinterlace(const Core::Property& property);
+
+/// The tree that Property2SettingsDeinterlace reads.
+TESSOR_API Core::Property Settings2Property(const SettingsDeinterlace& settings);
+
 } // namespace Tessor::Proc

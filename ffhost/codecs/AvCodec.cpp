@@ -1,7 +1,14 @@
 #include "ffhost/codecs/AvCodec.h"
 
+#include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
+#include "media/BlobFF.h"
 #include "media/IFormatCodecVideo.h"
+
+extern "C"
+{
+#include <libavutil/opt.h>
+}
 
 #include <thread>
 
@@ -52,6 +59,49 @@ void ApplyPictureProperties(const Core::Property& format, AVCodecContext& contex
         context.sample_aspect_ratio = ratio(IFormatCodecVideo::TAG_ASPECT);
     if (format.ChildExists(IFormatCodecVideo::TAG_FPS))
         context.framerate = ratio(IFormatCodecVideo::TAG_FPS);
+}
+
+void SetFrameRate(AVCodecContext& context, const Core::Property& format)
+{
+    AVRational rate = {25, 1};
+    if (format.ChildExists(IFormatCodecVideo::TAG_FPS) && format[IFormatCodecVideo::TAG_FPS].GetRatio() > 0)
+    {
+        const Core::Property::Ratio wanted = format[IFormatCodecVideo::TAG_FPS].GetRatio();
+        // 16 bits hold what the headers can.
+        av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), 65535);
+    }
+    if (const AVRational* known = context.codec->supported_framerates)
+        rate = known[av_find_nearest_q_idx(rate, known)];
+    context.framerate = rate;
+    context.time_base = av_inv_q(rate);
+}
+
+bool IsInterlaced(long long order)
+{
+    return order == AV_FIELD_TT || order == AV_FIELD_BB || order == AV_FIELD_TB || order == AV_FIELD_BT;
+}
+
+std::shared_ptr<const AVCodecParameters> MakeParameters(const AVCodecContext& context)
+{
+    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    if (!parameters || avcodec_parameters_from_context(parameters.get(), &context) < 0)
+        throw std::bad_alloc();
+    return parameters;
+}
+
+SP<const Proc::IBlob> CopyExtradata(const AVCodecContext& context)
+{
+    if (context.extradata_size <= 0)
+        return nullptr;
+    return Proc::BlobFF::Create(context.extradata, static_cast<size_t>(context.extradata_size));
+}
+
+void SetOption(AVCodecContext& context, const char* option, const std::string& value)
+{
+    if (av_opt_set(&context, option, value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
+        Throw<Proc::EncoderException>(TESSOR_HERE,
+                                      std::string(context.codec->name) + " does not take " + option + "=" + value);
 }
 
 std::string AvError(int code)

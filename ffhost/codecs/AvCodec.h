@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Property/Property.h"
+#include "media/IBlob.h"
 
 extern "C"
 {
@@ -36,6 +37,21 @@ std::string GetText(const Core::Property& tree, const std::string& tag);
 
 /// Colours, sample aspect and frame rate of a format's tree, where they are set.
 void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context);
+
+/// Frames are numbered, so that a tick is a frame: the rate of a format's tree, 25 where that tells none. Codecs that
+/// know certain rates only get the nearest.
+void SetFrameRate(AVCodecContext& context, const Core::Property& format);
+
+/// The field orders of interlaced pictures.
+bool IsInterlaced(long long order);
+
+/// What an opened encoder tells a container.
+std::shared_ptr<const AVCodecParameters> MakeParameters(const AVCodecContext& context);
+/// The header of an opened encoder, null when it has none.
+SP<const Proc::IBlob> CopyExtradata(const AVCodecContext& context);
+
+/// Sets an option of an encoder or of libavcodec. Throws EncoderException when the encoder does not take it.
+void SetOption(AVCodecContext& context, const char* option, const std::string& value);
 
 /// The text of a failure of libavcodec.
 std::string AvError(int code);

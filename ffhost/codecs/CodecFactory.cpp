@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "ffhost/codecs/Decoder.h"
 #include "ffhost/codecs/Encoder.h"
+#include "ffhost/codecs/EncoderSetup.h"
 #include "host/ImplNames.h"
 
 #include <mutex>

@@ -99,12 +99,8 @@ SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const CodecFactor
 }
 
 Decoder::Decoder(const SP<IStreamRaw>& source, const CodecFactory::PictureFilter& wanted)
-    : StreamImpl(source, false), format(CloneVideoFormat(source)), wanted(wanted), scratch(av_frame_alloc())
+    : StreamImpl(source, false), format(CloneVideoFormat(source)), wanted(wanted), codec(format)
 {
-    if (!scratch)
-        Throw<Exception>(TESSOR_HERE, "Can't allocate a frame");
-    if (!avcodec_find_decoder(FindCodecID(format->GetProperties())))
-        Throw<CodecFactoryException>(TESSOR_HERE, "No decoder for " + format->GetCodecID());
 }
 
 Decoder::~Decoder()
@@ -112,46 +108,28 @@ Decoder::~Decoder()
     StopThread();
 }
 
-void Decoder::Open()
+void Decoder::Prepare(AVCodecContext& context) const
 {
     const Core::Property& tree = format->GetProperties();
-    const AVCodec* codec = avcodec_find_decoder(FindCodecID(tree));
-    context.reset(avcodec_alloc_context3(codec));
-    if (!context)
-        throw std::bad_alloc();
     const Conf::FrameInfo info = format->GetFrameInfo();
-    context->width = info.width;
-    context->height = info.height;
-    context->pix_fmt = static_cast<AVPixelFormat>(format->GetPixelFormat());
-    ApplyPictureProperties(tree, *context);
-    context->pkt_timebase = MICROSECONDS;
-    context->has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
-    context->thread_count = GetThreadCount();
+    context.width = info.width;
+    context.height = info.height;
+    context.pix_fmt = static_cast<AVPixelFormat>(format->GetPixelFormat());
+    ApplyPictureProperties(tree, context);
+    context.bits_per_coded_sample = static_cast<int>(GetNumber(tree, FormatTags::BITS_PER_CODED_SAMPLE, 0));
+    context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
+    context.has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
     // A group that starts at a recovery point shows from its first picture on.
-    context->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
-    context->flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
+    context.flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    context.flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
     // No guessing of the reorder depth: a group is short, and a wrong guess costs pictures.
-    if (codec->id == AV_CODEC_ID_H264)
-        context->strict_std_compliance = FF_COMPLIANCE_STRICT;
-    if (const SP<const IBlob> extradata = format->GetExtradata(); extradata && extradata->Size())
-    {
-        context->extradata = static_cast<uint8_t*>(av_mallocz(extradata->Size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        if (!context->extradata)
-            throw std::bad_alloc();
-        std::memcpy(context->extradata, extradata->Data(), extradata->Size());
-        context->extradata_size = static_cast<int>(extradata->Size());
-    }
-    const int result = avcodec_open2(context.get(), codec, nullptr);
-    if (result >= 0)
-        return;
-    context.reset();
-    Throw<FilterException>(TESSOR_HERE, std::string("Can't open the decoder ") + codec->name + ": " + AvError(result));
+    if (context.codec_id == AV_CODEC_ID_H264)
+        context.strict_std_compliance = FF_COMPLIANCE_STRICT;
 }
 
 void Decoder::Reset()
 {
-    if (context && !fresh)
-        avcodec_flush_buffers(context.get());
+    codec.Flush();
     ready.clear();
     leadInTimes.clear();
     fresh = true;
@@ -183,8 +161,8 @@ SP<DataVideoFF> Decoder::TakeReady()
 void Decoder::FillReady(size_t count)
 {
     const Core::TimerSimple timer(decodeTime);
-    if (!context)
-        Open();
+    if (!codec.GetContext())
+        codec.Open([this](AVCodecContext& context) { Prepare(context); });
     while (ready.size() < count && !drained)
     {
         SendNextPacket();
@@ -201,7 +179,7 @@ void Decoder::SendNextPacket()
     drained = !packet;
     if (packet)
         leadInTimes.erase(packet->GetPTS());
-    Send(packet ? packet->GetAVPacket() : nullptr);
+    codec.Send(packet ? packet->GetAVPacket() : nullptr);
 }
 
 void Decoder::SendLeadIn(const IDataPacket& packet)
@@ -212,40 +190,15 @@ void Decoder::SendLeadIn(const IDataPacket& packet)
     for (const SP<IDataPacket>& before : first->GetLeadIn())
     {
         leadInTimes.insert(before->GetPTS());
-        Send(before->GetAVPacket());
+        codec.Send(before->GetAVPacket());
         TakeFrames();
     }
 }
 
-void Decoder::Send(const AVPacket* packet)
-{
-    // Without bytes it would count as the end.
-    if (packet && packet->size == 0)
-        return;
-    // The decoder is emptied after every packet, so that it never asks to come back later.
-    const int result = avcodec_send_packet(context.get(), packet);
-    if (result < 0 && result != AVERROR_EOF)
-        ++damagedCount;
-}
-
 void Decoder::TakeFrames()
 {
-    for (;;)
-    {
-        const int result = avcodec_receive_frame(context.get(), scratch.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
-            return;
-        if (result < 0)
-        {
-            ++damagedCount;
-            // While draining a failure belongs to one picture: others follow.
-            if (!drained)
-                return;
-            continue;
-        }
-        Deliver(*scratch);
-        av_frame_unref(scratch.get());
-    }
+    while (const AVFrame* decoded = codec.Receive())
+        Deliver(*decoded);
 }
 
 void Decoder::Deliver(const AVFrame& decoded)
@@ -254,8 +207,6 @@ void Decoder::Deliver(const AVFrame& decoded)
     if (time != NoTime && leadInTimes.count(time))
         return;
     ++decodedCount;
-    if ((decoded.flags & AV_FRAME_FLAG_CORRUPT) || decoded.decode_error_flags)
-        ++damagedCount;
     const SP<DataVideoFF> frame = DataVideoFF::Create(CopyPadded(decoded, ++pictureNumber).release());
     frame->SetPTS(FindPlace(time));
     frame->SetDuration(GetFrameDuration(decoded));
@@ -276,7 +227,7 @@ avTime Decoder::GetFrameDuration(const AVFrame& decoded) const
 {
     if (decoded.pkt_duration > 0)
         return decoded.pkt_duration;
-    const AVRational rate = context->framerate;
+    const AVRational rate = codec.GetContext()->framerate;
     return rate.num > 0 && rate.den > 0 ? std::max<avTime>(av_rescale_q(1, av_inv_q(rate), MICROSECONDS), 1)
                                         : DEFAULT_DURATION;
 }
@@ -297,7 +248,7 @@ void Decoder::ReleaseInternalData()
 {
     StreamImpl::ReleaseInternalData();
     Reset();
-    context.reset();
+    codec.Close();
 }
 
 void Decoder::AcceptInternal(IStreamVisitor& visitor)
@@ -310,7 +261,7 @@ Core::Property Decoder::GetStatistic() const
     Core::Property statistic = parentStream->GetStatistic();
     Core::Property record = Core::MakeStatistics("virtual Core::Property Tessor::Host::Decoder::GetStatistic() const",
                                                  decodeTime, decodedCount);
-    record.SetChildT<long long>("Damaged", static_cast<long long>(damagedCount));
+    record.SetChildT<long long>("Damaged", static_cast<long long>(codec.GetDamagedCount()));
     statistic.Add(record);
     return statistic;
 }

@@ -3,8 +3,8 @@
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideoDecoder.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
-#include "ffhost/codecs/AvCodec.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/codecs/PacketDecoder.h"
 #include "media/DataVideoFF.h"
 
 #include <deque>
@@ -51,7 +51,7 @@ private:
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
     void DoSeekInternal() override;
 
-    void Open();
+    void Prepare(AVCodecContext& context) const;
     void Reset();
     /// The next picture, wanted or not; null at the end.
     SP<Proc::DataVideoFF> TakeReady();
@@ -59,8 +59,6 @@ private:
     void FillReady(size_t count);
     void SendNextPacket();
     void SendLeadIn(const Proc::IDataPacket& packet);
-    /// Null drains.
-    void Send(const AVPacket* packet);
     void TakeFrames();
     void Deliver(const AVFrame& decoded);
     avTime FindPlace(avTime time) const;
@@ -68,8 +66,7 @@ private:
 
     const SP<Conf::IFormatCodecVideo> format;
     const CodecFactory::PictureFilter wanted; // null: all pictures
-    CodecContextPtr context;                  // null until the first read and after a release
-    FramePtr scratch;                         // what the decoder fills
+    PacketDecoder codec;                      // open from the first read to a release
     std::deque<SP<Proc::DataVideoFF>> ready;  // decoded, not yet delivered
     std::set<avTime> leadInTimes;             // of pictures that are decoded for the sake of others only
     bool fresh = true;                        // nothing was sent since the last reset
@@ -78,7 +75,6 @@ private:
     avTime lastEnd = NoTime;                  // where one without a time starts
     uint64_t pictureNumber = 0;               // of the picture delivered last; goes into its padding
     unsigned long decodedCount = 0;           // statistics
-    unsigned long damagedCount = 0;           // statistics
     long long decodeTime = 0;                 // statistics, microseconds
 };
 

@@ -4,6 +4,7 @@
 #include "Fnd/Statistics.h"
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/codecs/EncoderSetup.h"
 #include "host/ComputingResourceManager.h"
 #include "media/BlobFF.h"
 #include "media/DataPacketFF.h"
@@ -56,70 +57,69 @@ FramePtr CopyRecord(const IDataVideo& frame)
 SP<IEncoder> Encoder::Create(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
                              const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
 {
-    return SP<IEncoder>(new Encoder(source, recodeFormat, resource, onEnd));
+    auto setup = std::make_unique<EncoderSetup>(source->GetFormatCodec(), recodeFormat);
+    return SP<IEncoder>(new Encoder(source, std::move(setup), recodeFormat, resource, onEnd));
 }
 
-Encoder::Encoder(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
-                 const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
-    : StreamImpl(source, false), sourceFormat(source->GetFormatCodec()), setup(*sourceFormat, recodeFormat),
-      context(setup.Open()),
-      frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(context->framerate), context->time_base), 1)),
-      format(sourceFormat->Clone()), resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource()),
-      onEnd(onEnd)
+SP<TrackEncoder> Encoder::Create(const SP<IStreamVideo>& source, std::unique_ptr<const VideoSetup> setup,
+                                 const Core::Property& changes)
 {
-    format->Merge(recodeFormat);
-    format->GetProperties().SetChildT<std::string>(ENCODER_NAME, setup.GetEncoderName());
-    format->SetExtradata(context->extradata_size > 0
-                             ? BlobFF::Create(context->extradata, static_cast<size_t>(context->extradata_size))
-                             : nullptr);
+    return SP<TrackEncoder>(new Encoder(source, std::move(setup), changes, nullptr, {}));
+}
+
+Encoder::Encoder(const SP<IStreamVideo>& source, std::unique_ptr<const VideoSetup> newSetup,
+                 const Core::Property& changes, const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
+    : StreamImpl(source, false), setup(std::move(newSetup)), codec(setup->Open()),
+      frameRate(codec.GetContext()->framerate),
+      frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(frameRate), codec.GetContext()->time_base), 1)),
+      format(source->GetFormatCodec()->Clone()), parameters(MakeParameters(*codec.GetContext())),
+      resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource()), onEnd(onEnd)
+{
+    format->Merge(changes);
+    format->GetProperties().SetChildT<std::string>(ENCODER_NAME, setup->GetEncoderName());
+    format->SetExtradata(CopyExtradata(*codec.GetContext()));
 }
 
 Encoder::~Encoder()
 {
     StopThread();
     if (onEnd && packetCount > 0)
-        onEnd(setup.GetEncoderName(), encodeTime);
+        onEnd(setup->GetEncoderName(), encodeTime);
 }
 
 SP<IDataPacket> Encoder::ReadInternal()
 {
     const Core::TimerSimple timer(encodeTime);
-    if (!context)
-        context = setup.Open();
-    AVPacket* packet = av_packet_alloc();
-    const std::unique_ptr<AVPacket*, void (*)(AVPacket**)> guard(&packet, av_packet_free);
+    if (!codec.GetContext())
+        codec.Replace(setup->Open());
+    AVPacket* packet = codec.Receive([this] { SendNextFrame(); });
     if (!packet)
-        throw std::bad_alloc();
-    int result = 0;
-    while ((result = avcodec_receive_packet(context.get(), packet)) == AVERROR(EAGAIN))
-        SendNextFrame();
-    if (result == AVERROR_EOF)
         return nullptr;
-    Check(result);
     ++packetCount;
-    return ToItem(std::exchange(packet, nullptr));
+    return ToItem(packet);
 }
 
 void Encoder::SendNextFrame()
 {
     const SP<IDataVideo> frame = parentStream->Read();
     if (!frame)
-        return Check(avcodec_send_frame(context.get(), nullptr));
+        return codec.Send(nullptr);
     const FramePtr record = ToRecord(*frame);
     record->pts = frameCount * frameTicks;
     // The decoder's decisions are not the encoder's.
     record->pict_type = AV_PICTURE_TYPE_NONE;
     record->key_frame = 0;
-    record->quality = context->global_quality;
+    record->quality = codec.GetContext()->global_quality;
     times[frameCount++] = {frame->GetPTS(), frame->GetDuration()};
-    Check(avcodec_send_frame(context.get(), record.get()));
+    codec.Send(record.get());
 }
 
 FramePtr Encoder::ToRecord(const IDataVideo& frame) const
 {
+    const AVCodecContext* context = codec.GetContext();
     if (frame.GetWidth() != context->width || frame.GetHeight() != context->height ||
         static_cast<int>(frame.GetPixFmt()) != context->pix_fmt)
-        Throw<EncoderException>(TESSOR_HERE, setup.GetEncoderName() + ": the size or format of the pictures changes");
+        Throw<EncoderException>(TESSOR_HERE, setup->GetEncoderName() + ": the size or format of the pictures changes");
     const auto* known = dynamic_cast<const DataVideoFF*>(&frame);
     FramePtr record = known ? FramePtr(av_frame_clone(known->GetAVFrame())) : CopyRecord(frame);
     if (!record)
@@ -152,20 +152,14 @@ avTime Encoder::GetTime(int64_t number) const
     if (found != times.end())
         return found->second.pts;
     const auto& [nearest, known] = number < times.begin()->first ? *times.begin() : *times.rbegin();
-    return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(context->framerate), {1, 1000000}));
+    return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(frameRate), {1, 1000000}));
 }
 
-void Encoder::Check(int result) const
-{
-    if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, setup.GetEncoderName() + ": " + AvError(result));
-}
-
-/// An encoder that has seen frames starts afresh: few of libavcodec's can be flushed.
+/// An encoder that has seen frames starts afresh.
 void Encoder::Reset()
 {
     if (frameCount)
-        context.reset();
+        codec.Replace(nullptr);
     times.clear();
     frameCount = 0;
 }
@@ -185,7 +179,7 @@ void Encoder::ReleaseInternalData()
 {
     StreamImpl::ReleaseInternalData();
     Reset();
-    context.reset();
+    codec.Replace(nullptr);
 }
 
 void Encoder::AcceptInternal(IStreamVisitor& visitor)

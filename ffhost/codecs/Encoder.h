@@ -2,9 +2,9 @@
 
 #include "Proc/StreamTemplates/IStreamVideo.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
-#include "ffhost/codecs/AvCodec.h"
-#include "ffhost/codecs/EncoderSetup.h"
-#include "host/IEncoder.h"
+#include "ffhost/codecs/PacketEncoder.h"
+#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/VideoSetup.h"
 
 #include <functional>
 #include <map>
@@ -19,20 +19,24 @@ namespace Tessor::Host
 /// DTS is the PTS of the frame with the packet's place in decoding order, less the encoder's delay.
 ///
 /// Throws EncoderException when a frame can't be encoded. Threads: as StreamImpl says.
-class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, Proc::IEncoder>, public RefCountImpl
+class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, TrackEncoder>, public RefCountImpl
 {
 public:
     /// Told at the end of an encoder that has delivered packets: its name and the microseconds that it worked.
     using UseCallback = std::function<void(const std::string& name, long long time)>;
 
-    /// Throws EncoderException when opening fails, CodecFactoryException for what this encoder can't match.
+    /// One that stands in for the encoder of a source: throws EncoderException when opening fails,
+    /// CodecFactoryException for what this encoder can't match.
     static SP<Proc::IEncoder> Create(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
                                      const SP<Core::IComputingResource>& resource, const UseCallback& onEnd = {});
+    /// One of any setup; `changes` are what its packets' format has other than the source's.
+    static SP<TrackEncoder> Create(const SP<Proc::IStreamVideo>& source, std::unique_ptr<const VideoSetup> setup,
+                                   const Core::Property& changes);
     ~Encoder() override;
 
 private:
-    Encoder(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
-            const SP<Core::IComputingResource>& resource, const UseCallback& onEnd);
+    Encoder(const SP<Proc::IStreamVideo>& source, std::unique_ptr<const VideoSetup> setup,
+            const Core::Property& changes, const SP<Core::IComputingResource>& resource, const UseCallback& onEnd);
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
@@ -41,6 +45,8 @@ private:
     MediaType GetMediaType() const override { return MediaType::Video; }
     SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
     SP<Core::IComputingResource> GetComputingResource() const override { return resource; }
+    const std::string& GetEncoderName() const override { return setup->GetEncoderName(); }
+    std::shared_ptr<const AVCodecParameters> GetParameters() const override { return parameters; }
 
     void AcceptInternal(Proc::IStreamVisitor& visitor) override;
     SP<Proc::IDataPacket> ReadInternal() override;
@@ -54,18 +60,18 @@ private:
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);
     /// The time of frame `number`, which may lie before the first or behind the last that was sent.
     avTime GetTime(int64_t number) const;
-    void Check(int result) const;
 
     struct Times
     {
         avTime pts, duration;
     };
 
-    const SP<Conf::IFormatCodecVideo> sourceFormat; // what the setup refers to
-    const EncoderSetup setup;
-    CodecContextPtr context;                  // null from a release to the next read
+    const std::unique_ptr<const VideoSetup> setup;
+    PacketEncoder codec; // without a context from a reset to the next read
+    const AVRational frameRate;
     const int64_t frameTicks;                 // of the encoder, a frame
     const SP<Conf::IFormatCodecVideo> format; // of the packets
+    const std::shared_ptr<const AVCodecParameters> parameters;
     const SP<Core::IComputingResource> resource;
     const UseCallback onEnd;
     std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped behind the delay

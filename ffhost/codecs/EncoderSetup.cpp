@@ -6,7 +6,6 @@
 
 extern "C"
 {
-#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -96,18 +95,6 @@ std::string CapQuantiser(const std::string& list)
     return result;
 }
 
-void SetOption(AVCodecContext& context, const char* option, const std::string& value)
-{
-    if (av_opt_set(&context, option, value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
-        Throw<EncoderException>(TESSOR_HERE,
-                                std::string(context.codec->name) + " does not take " + option + "=" + value);
-}
-
-bool IsInterlaced(long long order)
-{
-    return order == AV_FIELD_TT || order == AV_FIELD_BB || order == AV_FIELD_TB || order == AV_FIELD_BT;
-}
-
 } // namespace
 
 const AVCodec* EncoderSetup::Find(AVCodecID id)
@@ -116,7 +103,7 @@ const AVCodec* EncoderSetup::Find(AVCodecID id)
     return found != ENCODERS.end() ? avcodec_find_encoder_by_name(found->second) : nullptr;
 }
 
-EncoderSetup::EncoderSetup(const IFormatCodecVideo& source, const Core::Property& recode)
+EncoderSetup::EncoderSetup(const SP<IFormatCodecVideo>& source, const Core::Property& recode)
     : source(source), recode(recode), options(GetNode(recode, IFormatCodec::TAG_CODEC_OPTIONS_ENCODE)),
       codec(Find(FindCodecID(recode))), name(codec ? codec->name : "")
 {
@@ -148,7 +135,7 @@ void EncoderSetup::CheckSource() const
     if (GetText(options, IFormatCodec::TAG_PROFILE) == IFormatCodecVideo::TAG_X264_PROFILE_EXTENDED)
         Throw<CodecFactoryException>(TESSOR_HERE, name + " knows no extended profile");
 
-    const AVPixelFormat format = static_cast<AVPixelFormat>(source.GetPixelFormat());
+    const AVPixelFormat format = static_cast<AVPixelFormat>(source->GetPixelFormat());
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
     const AVPixelFormat* known = codec->pix_fmts;
     while (known && *known != AV_PIX_FMT_NONE && *known != format)
@@ -163,12 +150,12 @@ CodecContextPtr EncoderSetup::Prepare() const
     CodecContextPtr context(avcodec_alloc_context3(codec));
     if (!context)
         throw std::bad_alloc();
-    const Conf::FrameInfo info = source.GetFrameInfo();
+    const Conf::FrameInfo info = source->GetFrameInfo();
     context->width = info.width;
     context->height = info.height;
-    context->pix_fmt = static_cast<AVPixelFormat>(source.GetPixelFormat());
-    ApplyPictureProperties(source.GetProperties(), *context);
-    SetFrameRate(*context);
+    context->pix_fmt = static_cast<AVPixelFormat>(source->GetPixelFormat());
+    ApplyPictureProperties(source->GetProperties(), *context);
+    SetFrameRate(*context, recode.ChildExists(IFormatCodecVideo::TAG_FPS) ? recode : source->GetProperties());
     SetFields(*context);
     context->bit_rate = std::max<int64_t>(GetNumber(recode, IFormatCodec::TAG_BITRATE, 0), 0);
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_CLOSED_GOP | AV_CODEC_FLAG_BITEXACT;
@@ -178,23 +165,6 @@ CodecContextPtr EncoderSetup::Prepare() const
     context->thread_count = GetThreadCount();
     SetCodecOptions(*context);
     return context;
-}
-
-/// Frames are numbered, so that a tick is a frame; codecs that know certain rates only get the nearest.
-void EncoderSetup::SetFrameRate(AVCodecContext& context) const
-{
-    const Core::Property& tree = recode.ChildExists(IFormatCodecVideo::TAG_FPS) ? recode : source.GetProperties();
-    AVRational rate = {25, 1};
-    if (tree.ChildExists(IFormatCodecVideo::TAG_FPS) && tree[IFormatCodecVideo::TAG_FPS].GetRatio() > 0)
-    {
-        const Core::Property::Ratio wanted = tree[IFormatCodecVideo::TAG_FPS].GetRatio();
-        // 16 bits hold what the headers can.
-        av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), 65535);
-    }
-    if (codec->supported_framerates)
-        rate = codec->supported_framerates[av_find_nearest_q_idx(rate, codec->supported_framerates)];
-    context.framerate = rate;
-    context.time_base = av_inv_q(rate);
 }
 
 void EncoderSetup::SetFields(AVCodecContext& context) const
@@ -276,7 +246,7 @@ void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
     context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, FF_LEVEL_UNKNOWN));
     SetOption(context, "sc_threshold", "1000000000");
     SetConstantQuantiser(context, 2);
-    const SP<const IBlob> extradata = source.GetExtradata();
+    const SP<const IBlob> extradata = source->GetExtradata();
     if (!extradata)
         return;
     CodecParsers::MPEG4_Config config;

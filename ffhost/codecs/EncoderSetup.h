@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ffhost/codecs/AvCodec.h"
+#include "ffhost/codecs/VideoSetup.h"
 #include "media/IFormatCodecVideo.h"
 
 namespace Tessor::Host
@@ -8,17 +8,17 @@ namespace Tessor::Host
 
 /// Opens encoders whose packets can stand beside those of a source: its codec, profile, level, field coding, colours
 /// and header fields, no more reordering than it has, closed groups with as few key pictures as possible, one packet a
-/// frame, and a quality at which a seam can't be seen. The time base is one frame, or a fraction of one.
-class EncoderSetup
+/// frame, and a quality at which a seam can't be seen.
+class EncoderSetup final : public VideoSetup
 {
 public:
     /// `source`: the format of the frames, with the extradata of what they were decoded from. `recode`: the tree of the
     /// wanted format.
-    EncoderSetup(const Conf::IFormatCodecVideo& source, const Core::Property& recode);
+    EncoderSetup(const SP<Conf::IFormatCodecVideo>& source, const Core::Property& recode);
 
     /// Throws CodecFactoryException for what can't stand beside the source, EncoderException when opening fails.
-    CodecContextPtr Open() const;
-    const std::string& GetEncoderName() const { return name; }
+    CodecContextPtr Open() const override;
+    const std::string& GetEncoderName() const override { return name; }
 
     /// The encoder of a codec that is there, or null.
     static const AVCodec* Find(AVCodecID id);
@@ -26,7 +26,6 @@ public:
 private:
     void CheckSource() const;
     CodecContextPtr Prepare() const;
-    void SetFrameRate(AVCodecContext& context) const;
     void SetFields(AVCodecContext& context) const;
     void SetCodecOptions(AVCodecContext& context) const;
     void SetupH264(AVCodecContext& context) const;
@@ -35,7 +34,7 @@ private:
     void SetupVPx(AVCodecContext& context) const;
     void SetConstantQuantiser(AVCodecContext& context, int quantiser) const;
 
-    const Conf::IFormatCodecVideo& source;
+    const SP<Conf::IFormatCodecVideo> source;
     const Core::Property recode;  // the wanted tree
     const Core::Property options; // its TAG_CODEC_OPTIONS_ENCODE, empty when there is none
     const AVCodec* const codec;   // null when the codec has no encoder here

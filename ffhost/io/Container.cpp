@@ -195,7 +195,7 @@ bool Container::KnowsCodec(AVCodecID codec) const
     if (Is({"asf", "asf_stream"}))
         return ASF_CODECS.count(codec) != 0;
     // Where libavformat doesn't know, the trial of a header decides.
-    return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || IsMatroska();
+    return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || Is({"matroska"});
 }
 
 unsigned Container::ChooseTag(AVCodecID codec, unsigned sourceTag) const

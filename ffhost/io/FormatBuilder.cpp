@@ -128,6 +128,7 @@ SP<Conf::IFormatCodec> BuildAudio(const AVCodecParameters& parameters)
                             : Conf::SampleFormats::None;
     format->SetSampleInfo(Conf::SampleInfo(sample, parameters.sample_rate,
                                            Conf::FromFFChannelMask(mask, parameters.ch_layout.nb_channels)));
+    SetNumber(*format, FormatTags::BLOCK_ALIGN, parameters.block_align);
     return format;
 }
 
@@ -176,6 +177,8 @@ SP<Conf::IFormatCodec> BuildFormat(const AVStream& stream, const TrackInfo& trac
     format->GetProperties().SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID, CodecIdOf(parameters));
     SetNumber(*format, FormatTags::CODEC_ID, parameters.codec_id);
     SetNumber(*format, FormatTags::LEVEL, parameters.level);
+    SetNumber(*format, FormatTags::CODEC_TAG, parameters.codec_tag);
+    SetNumber(*format, FormatTags::BITS_PER_CODED_SAMPLE, parameters.bits_per_coded_sample);
     if (parameters.bit_rate > 0)
         SetNumber(*format, Conf::IFormatCodec::TAG_BITRATE, parameters.bit_rate);
     if (parameters.extradata_size > 0)

@@ -73,11 +73,6 @@ void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, 
     std::memcpy(copy, data, size);
 }
 
-bool IsAdtsHeader(const IBlob& blob)
-{
-    return CodecParsers::HasADTSHeader(blob.Data(), blob.Size());
-}
-
 int64_t ToTick(avTime time, AVRational timeBase)
 {
     return time == NoTime ? AV_NOPTS_VALUE : av_rescale_q(time, MICROSECONDS, timeBase);
@@ -117,7 +112,8 @@ SettingsFilterBitStream::StreamFormat MuxerFF::GetFraming(const TrackInfo& track
     const auto framing = container.ChooseFraming(track.parameters ? track.parameters->codec_id : AV_CODEC_ID_NONE);
     // A PCE often stands in the source's first frame only. libavformat makes it part of the first one written.
     const SP<const IBlob> header = track.format ? track.format->GetExtradata() : nullptr;
-    const bool configured = header && track.parameters->codec_id == AV_CODEC_ID_AAC && IsAdtsHeader(*header) &&
+    const bool configured = header && track.parameters->codec_id == AV_CODEC_ID_AAC &&
+                            Proc::CodecParsers::HasADTSHeader(header->Data(), header->Size()) &&
                             CodecParsers::DataToADTSHeader(header->Data(), header->Size()).pce;
     return framing == Framing::STREAM_FORMAT_UNCHANGED && configured ? Framing::STREAM_FORMAT_RAW_AAC : framing;
 }
@@ -146,7 +142,8 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     if (parameters->codec_id == AV_CODEC_ID_H264)
         entries.emplace(extradata);
     // The header of an ADTS frame is no configuration: libavformat finds that in the packets.
-    if (extradata && parameters->codec_id == AV_CODEC_ID_AAC && IsAdtsHeader(*extradata))
+    if (extradata && parameters->codec_id == AV_CODEC_ID_AAC &&
+        Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size()))
         SetExtradata(*parameters, nullptr, 0);
     else if (extradata)
         SetExtradata(*parameters, extradata->Data(), extradata->Size());

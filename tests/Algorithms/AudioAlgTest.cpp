@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <numeric>
 #include <random>
 
 namespace Tessor::Proc
@@ -29,7 +30,7 @@ template <class T>
 SP<DataAudioFF> Block(SampleFormats format, const std::vector<T>& samples)
 {
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(Info(format), static_cast<int>(samples.size()));
-    std::memcpy(block->GetAudioRef().data, samples.data(), samples.size() * sizeof(T));
+    std::copy(samples.begin(), samples.end(), reinterpret_cast<T*>(block->GetAudioRef().data));
     block->SetPTS(0);
     return block;
 }
@@ -105,11 +106,13 @@ void HoldAgainstTwin(const SampleKernels<T, Gain>& kernels)
     {
         std::vector<std::vector<T>> data(1 + count % 5, std::vector<T>(count));
         std::vector<Audio2Mix> inputs;
+        // gains of shorts beyond 16 bits take another way
+        const double loudest = std::is_same_v<T, short> && count % 2 == 0 ? 200.0 : 3.0;
         for (std::vector<T>& samples : data)
         {
             for (T& s : samples)
                 s = Random<T>(dice);
-            const double volume = std::uniform_real_distribution<double>(-3.0, 3.0)(dice);
+            const double volume = std::uniform_real_distribution<double>(-loudest, loudest)(dice);
             Audio2Mix input{{static_cast<int>(count), {}, reinterpret_cast<uint8_t*>(samples.data()), 0}, volume};
             if constexpr (std::is_integral_v<T>)
                 input.fixedVolume = FixedGain(volume);
@@ -119,6 +122,8 @@ void HoldAgainstTwin(const SampleKernels<T, Gain>& kernels)
         }
         std::vector<T> mixed(count);
         kernels.mix(mixed.data(), inputs.data(), inputs.size(), count);
+        EXPECT_EQ(kernels.peak(data[0].data(), count, T{1}),
+                  std::accumulate(data[0].begin(), data[0].end(), T{1}, [](T a, T b) { return std::max(a, b); }));
         std::vector<T> scaled = data[0];
         const double volume = inputs[0].volume;
         kernels.scale(scaled.data(), scaled.data(), count,

@@ -1,5 +1,4 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
-#include "Proc/Settings/SettingsFilterBitStream.h"
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "host/ImplNames.h"
 #include "tests/Filters/RecordingRegistrator.h"
@@ -19,8 +18,26 @@ TEST(FilterRegistrator, RegistersInOrder)
 {
     RecordingRegistrator registry;
     FilterRegistrator(&registry);
-    EXPECT_EQ(registry.order, (std::vector<std::string>{"CutController/Tessor", "LosslessDetect/Tessor",
+    EXPECT_EQ(registry.order, (std::vector<std::string>{"Resize/Tessor",
+                                                        "FrameRate/Tessor",
+                                                        "Resample/Tessor",
+                                                        "AudioMixer/Tessor",
+                                                        "AudioFormatter/Tessor",
+                                                        "CutController/Tessor",
+                                                        "ApplyEffectsVideo/Tessor",
+                                                        "ApplyEffectsAudio/Tessor",
+                                                        "VolumeDetect/Tessor",
+                                                        "LosslessDetect/Tessor",
+                                                        "audio SettingsAudioGenerator/Tessor",
+                                                        "audio SettingsFilterAudioVolume/Tessor",
+                                                        "audio SettingsFilterResample/Tessor",
+                                                        "audio SettingsFilterAudioFormatter/Tessor",
                                                         "audio SettingsStreamMetadataUpdater/Tessor",
+                                                        "video SettingsDeinterlace/Tessor",
+                                                        "video SettingsFilterFrameRate/Default",
+                                                        "video SettingsFilterFrameRate/Adjust",
+                                                        "video SettingsResizer/Tessor",
+                                                        "video SettingsFilterBlurTransparentBorder/Tessor",
                                                         "video SettingsStreamMetadataUpdater/Tessor",
                                                         "raw SettingsFilterBitStream/Tessor"}));
 }

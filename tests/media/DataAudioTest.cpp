@@ -207,6 +207,13 @@ TEST(DataAudio, RefusesWhatItCannotDo)
     EXPECT_THROW(DataAudioFF::CreateBySampleCount(SampleInfo(SampleFormats::S16, 48000, ChannelLayout::None), 5),
                  std::invalid_argument);
 
+    const SampleInfo unknown(SampleFormats(17), 48000, ChannelLayout::Stereo);
+    const SP<DataAudioFF> noBytes = DataAudioFF::CreateBySampleCount(unknown, 480);
+    noBytes->FillSilence();
+    noBytes->TrimStart(5000);
+    EXPECT_EQ(noBytes->GetAudioRef().linesize, 0u);
+    EXPECT_EQ(noBytes->GetSampleCount(), 240);
+
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(good, 480);
     for (const avTime amount : {avTime{-1}, avTime{10001}, NoTime, std::numeric_limits<avTime>::max()})
     {

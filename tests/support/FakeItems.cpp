@@ -148,8 +148,11 @@ ScriptItem DescribeItem(Proc::IData& item)
     }
     else if (const auto video = dynamic_cast<Proc::IDataVideo*>(&item))
         result.value = *video->GetPlane(0).GetOffsetPtr(0, 0);
-    else if (const auto audio = dynamic_cast<FakeAudio*>(&item))
-        result.value = audio->GetSampleCount() ? *reinterpret_cast<int16_t*>(audio->GetAudioRef().data) : 0;
+    else if (const auto audio = dynamic_cast<Proc::IDataAudio*>(&item))
+    {
+        const bool shorts = audio->GetSampleInfo().GetFormat().bits == 16 && audio->GetSampleCount() > 0;
+        result.value = shorts ? *reinterpret_cast<const int16_t*>(audio->GetConstAudioRef().data) : 0;
+    }
     else if (const auto subtitle = dynamic_cast<FakeSubtitle*>(&item))
         result.value = subtitle->GetValue();
     return result;

@@ -164,6 +164,16 @@ void ClipAudio(const AudioRef& dst, const AudioRef& src)
                 { kernels.clip(Samples<T>(dst), Samples<const T>(src), FlatLength<T>(dst)); });
 }
 
+void RepackAudio(const AudioRef& dst, const AudioRef& src)
+{
+    const size_t bytes =
+        static_cast<size_t>(std::max(std::min(dst.sampleCount, src.sampleCount), 0)) * Stride(dst.sampleInfo);
+    if (bytes == 0)
+        return;
+    for (int plane = 0; plane < PlaneCount(dst.sampleInfo); ++plane)
+        std::memcpy(dst.data + plane * dst.linesize, src.data + plane * src.linesize, bytes);
+}
+
 void GetAudioSamples(const AudioRef& audio, int index, std::vector<double>& out)
 {
     WithKernels(audio.sampleInfo, "GetAudioSamples",

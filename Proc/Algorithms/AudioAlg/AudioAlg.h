@@ -76,6 +76,10 @@ TESSOR_API double EstimatePeak(const AudioRef& audio);
 /// Copies the samples, floating point ones clipped to -1 and 1. Length and format as in VolumizeAudio.
 TESSOR_API void ClipAudio(const AudioRef& dst, const AudioRef& src);
 
+/// Copies the samples that both blocks hold, plane by plane, into the lines of `dst`; its other samples stay. Formats
+/// and channels are the same.
+TESSOR_API void RepackAudio(const AudioRef& dst, const AudioRef& src);
+
 /// Appends sample `index` of each channel, as a double.
 TESSOR_API void GetAudioSamples(const AudioRef& audio, int index, std::vector<double>& out);
 

@@ -3,7 +3,9 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Proc/Settings/Settings.h"
+#include "effects/IEffectFactory.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace Tessor::Proc
@@ -25,12 +27,20 @@ inline Core::Property AddStatistics(Core::Property upstream, const std::string& 
     Throw<FilterException>(where, "Method not implemented");
 }
 
-/// Throws FilterException when a filter's tree is not named after its class.
+/// Throws FilterException when a filter's tree is not named after its class. `what` begins the text.
 inline void CheckClassName(const boost::source_location& where, const Core::Property& settings,
-                           const std::string& classId)
+                           const std::string& classId, const std::string& what = "Filter")
 {
     if (settings.GetName() != classId)
-        Throw<FilterException>(where, "Filter was initialized with incorrect class (" + settings.GetName() + ")!");
+        Throw<FilterException>(where, what + " was initialized with incorrect class (" + settings.GetName() + ")!");
+}
+
+/// The factory, of which a filter has need now. Throws std::invalid_argument for null.
+inline const IEffectFactory& RequireFactory(const SP<const IEffectFactory>& effectFactory)
+{
+    if (!effectFactory)
+        Throw<std::invalid_argument>(TESSOR_HERE, "effectFactory is NULL.");
+    return *effectFactory;
 }
 
 } // namespace Tessor::Proc

@@ -1,9 +1,22 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 
+#include "Proc/Filters/Filters/FilterApplyEffectsAudio.h"
+#include "Proc/Filters/Filters/FilterApplyEffectsVideo.h"
+#include "Proc/Filters/Filters/FilterAudioFormatter.h"
+#include "Proc/Filters/Filters/FilterAudioGenerator.h"
+#include "Proc/Filters/Filters/FilterAudioMixer.h"
+#include "Proc/Filters/Filters/FilterAudioVolume.h"
 #include "Proc/Filters/Filters/FilterBitStream.h"
+#include "Proc/Filters/Filters/FilterBlurTransparentBorder.h"
 #include "Proc/Filters/Filters/FilterCutController.h"
+#include "Proc/Filters/Filters/FilterDeinterlace.h"
+#include "Proc/Filters/Filters/FilterFrameRateAdjust.h"
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
+#include "Proc/Filters/Filters/FilterResample.h"
+#include "Proc/Filters/Filters/FilterResize.h"
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
+#include "Proc/Filters/Filters/FilterVolumeDetect.h"
+#include "Proc/Settings/SettingsFilterAudioFormatter.h"
 #include "host/ImplNames.h"
 
 using namespace Tessor;
@@ -24,18 +37,42 @@ SP<IStreamRaw> CreateLosslessDetect(const SP<IStreamRaw>& parent, const Settings
 
 void RegisterTyped(IFilterFactoryRegistrator& registrator)
 {
+    registrator.RegisterResize(ImplNames::TESSOR, FilterResize::Create);
+    registrator.RegisterFrameRate(ImplNames::TESSOR, FilterFrameRate::Create);
+    registrator.RegisterResample(ImplNames::TESSOR, FilterResample::Create);
+    registrator.RegisterAudioMixer(ImplNames::TESSOR, FilterAudioMixer::Create);
+    registrator.RegisterAudioFormatter(ImplNames::TESSOR, FilterAudioFormatter::Create);
     registrator.RegisterCutController(ImplNames::TESSOR, CreateCutController);
+    registrator.RegisterApplyEffectsVideo(ImplNames::TESSOR, FilterApplyEffectsVideo::Create);
+    registrator.RegisterApplyEffectsAudio(ImplNames::TESSOR, FilterApplyEffectsAudio::Create);
+    registrator.RegisterVolumeDetect(ImplNames::TESSOR, FilterVolumeDetect::Create);
     registrator.RegisterLosslessDetect(ImplNames::TESSOR, CreateLosslessDetect);
 }
 
 void RegisterAudioFilters(IFilterFactoryRegistrator& registrator)
 {
+    registrator.RegisterFilterAudioEx(SettingsAudioGenerator::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioGenerator::Create);
+    registrator.RegisterFilterAudioEx(SettingsFilterAudioVolume::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioVolume::Create);
+    registrator.RegisterFilterAudioEx(SettingsFilterResample::CLASS_ID, ImplNames::TESSOR,
+                                      FilterResample::CreateStreamEx);
+    registrator.RegisterFilterAudioEx(SettingsFilterAudioFormatter::CLASS_ID, ImplNames::TESSOR,
+                                      FilterAudioFormatter::CreateStreamEx);
     registrator.RegisterFilterAudioEx(SettingsStreamMetadataUpdater::CLASS_ID, ImplNames::TESSOR,
                                       FilterStreamMetadataUpdater<IStreamAudio, IStreamAudioEx>::Create);
 }
 
 void RegisterVideoFilters(IFilterFactoryRegistrator& registrator)
 {
+    registrator.RegisterFilterVideoEx(SettingsDeinterlace::CLASS_ID, ImplNames::TESSOR, FilterDeinterlace::Create);
+    registrator.RegisterFilterVideoEx(SettingsFilterFrameRate::CLASS_ID, SettingsFilterFrameRate::IMPL_DEFAULT,
+                                      FilterFrameRate::CreateEx);
+    registrator.RegisterFilterVideoEx(SettingsFilterFrameRate::CLASS_ID, SettingsFilterFrameRate::IMPL_ADJUST,
+                                      FilterFrameRateAdjust::Create);
+    registrator.RegisterFilterVideoEx(SettingsResizer::CLASS_ID, ImplNames::TESSOR, FilterResize::CreateStreamEx);
+    registrator.RegisterFilterVideoEx(SettingsFilterBlurTransparentBorder::CLASS_ID, ImplNames::TESSOR,
+                                      FilterBlurTransparentBorder::Create);
     registrator.RegisterFilterVideoEx(SettingsStreamMetadataUpdater::CLASS_ID, ImplNames::TESSOR,
                                       FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>::Create);
 }

@@ -1,0 +1,246 @@
+#include "cli/ConvertJob.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/Settings/SettingsColorspaceConverter.h"
+#include "Proc/Settings/SettingsFilterFrameRate.h"
+#include "Proc/Settings/SettingsFilterResample.h"
+#include "Proc/Settings/SettingsResizer.h"
+#include "cli/TrackSelection.h"
+#include "cli/UserError.h"
+#include "effects/IOneInputEffect.h"
+#include "ffhost/EffectStream.h"
+#include "ffhost/ReadAhead.h"
+#include "ffhost/Tap.h"
+#include "ffhost/codecs/AudioDecoder.h"
+#include "ffhost/codecs/CodecFactory.h"
+#include "host/ImplNames.h"
+
+#include <chrono>
+#include <fmt/format.h>
+
+namespace Tessor::Cli
+{
+
+using namespace Proc;
+
+namespace
+{
+
+// Items that wait between two threads: enough to even out work that varies, little beside what encoders hold.
+constexpr size_t waiting_pictures = 4;
+constexpr size_t waiting_blocks = 32;
+constexpr size_t waiting_packets = 64;
+
+bool IsDense(const Host::TrackInfo& track)
+{
+    return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
+}
+
+double RateOf(const IStreamVideo& stream)
+{
+    const SP<Conf::IFormatCodecVideo> format = stream.GetFormatCodec();
+    const Core::Property& tree = format->GetProperties();
+    return tree.ChildExists(Conf::IFormatCodecVideo::TAG_FPS)
+               ? boost::rational_cast<double>(tree[Conf::IFormatCodecVideo::TAG_FPS].GetRatio())
+               : 0;
+}
+
+ConvertTrack MakeReport(const Host::TrackInfo& track)
+{
+    ConvertTrack report;
+    report.index = track.index;
+    report.kind = KindName(track);
+    report.codec = track.codecName;
+    return report;
+}
+
+/// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
+struct RepeatMeter
+{
+    SP<IDataVideo> last = nullptr;
+
+    bool IsRepeat(const SP<IDataVideo>& frame)
+    {
+        const auto start = [](const IDataVideo& picture) { return picture.GetPlane(0).GetOffsetPtr(0, 0); };
+        const bool same = last && start(*last) == start(*frame);
+        last = frame;
+        return same;
+    }
+};
+
+} // namespace
+
+ConvertJob::ConvertJob(const ConvertRequest& request)
+    : request(request), videoSteps(ReadFilters(request.videoChain, MediaType::Video)),
+      audioSteps(ReadFilters(request.audioChain, MediaType::Audio)), factories(Factories::Make()),
+      demuxer(Host::Demuxer::Open(request.input)), muxer(Host::Muxer::Create(request.output)), pump(*muxer)
+{
+    AddTracks();
+    muxer->SetTags(demuxer->GetInfo().tags);
+    muxer->SetChapters(demuxer->GetInfo().chapters);
+    muxer->Open();
+}
+
+void ConvertJob::AddTracks()
+{
+    const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
+    for (const Host::TrackInfo& track : tracks)
+        if (IsDense(track) && track.type == MediaType::Video && !request.noVideo && HasPlace(track))
+            AddPictures(track);
+    for (const Host::TrackInfo& track : tracks)
+        if (track.type == MediaType::Audio && !request.noAudio && HasPlace(track))
+            AddSound(track);
+    if (outputs.empty())
+        throw UserError(ExitCode::Failed, request.input + ": there is neither picture nor sound to convert");
+    for (const Host::TrackInfo& track : tracks)
+        if (!IsDense(track))
+            AddCopied(track);
+}
+
+bool ConvertJob::HasPlace(const Host::TrackInfo& track)
+{
+    if (Host::HasPlaceFor(request.output, track.type))
+        return true;
+    const std::string& asked = track.type == MediaType::Video ? request.video.name : request.audio.name;
+    if (!asked.empty())
+        return true;
+    warnings.push_back(fmt::format("track {} ({}, {}) is left out: the output's container has no place for it",
+                                   track.index, KindName(track), track.codecName));
+    return false;
+}
+
+void ConvertJob::AddPictures(const Host::TrackInfo& track)
+{
+    const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Video, request.video);
+    const auto counts = std::make_shared<Counts>();
+    SP<IStreamVideo> stream = Host::CodecFactory::Create()->CreateDecoder(demuxer->GetStream(track.index), "");
+    ConvertTrack report = MakeReport(track);
+    report.sourceRate = RateOf(*stream);
+    stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });
+    stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
+    stream = Fit(Filter(stream, counts), options.name, track.index);
+    stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
+    report.resultRate = RateOf(*stream);
+    AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
+}
+
+SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const
+{
+    for (const FilterStep& step : videoSteps)
+    {
+        const bool rate = step.settings->GetClassId() == SettingsFilterFrameRate::CLASS_ID;
+        if (rate)
+            stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
+        stream = MakeFilter(step, stream, factories);
+        if (rate)
+            stream =
+                Host::Tap<IStreamVideo>::Create(stream,
+                                                [counts, meter = RepeatMeter()](const SP<IDataVideo>& frame) mutable
+                                                {
+                                                    ++counts->after;
+                                                    counts->doubled += meter.IsRepeat(frame);
+                                                });
+    }
+    return stream;
+}
+
+SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
+{
+    const PixFmt source = stream->GetFormatCodec()->GetPixelFormat();
+    const std::vector<PixFmt> formats = Host::ListPixelFormats(encoder, source);
+    if (!formats.empty())
+    {
+        const SP<IOneInputEffectVideo> converter =
+            factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
+        converter->Initialise(SettingsColorspaceConverter(formats));
+        stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
+    }
+    const SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    const Conf::FrameInfo size = format->GetFrameInfo();
+    const Conf::FrameInfo fitting = Host::FitSize(encoder, format->GetPixelFormat(), size);
+    if (!(fitting == size))
+        warnings.push_back(fmt::format("track {} is scaled from {}x{} to {}x{}: {} takes no odd sizes", index,
+                                       size.width, size.height, fitting.width, fitting.height, encoder));
+    // Always there: it passes what has the size, and the size may change in the middle of a stream.
+    SettingsResizer settings;
+    settings.SetCustomMode(SettingsResizer::CustomModes::Exact, fitting);
+    return factories.filters->CreateFilterVideoEx(settings, ImplNames::DEFAULT, stream);
+}
+
+void ConvertJob::AddSound(const Host::TrackInfo& track)
+{
+    const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Audio, request.audio);
+    const auto counts = std::make_shared<Counts>();
+    SP<IStreamAudio> stream = Host::AudioDecoder::Create(demuxer->GetStream(track.index));
+    stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
+    stream = Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
+    for (const FilterStep& step : audioSteps)
+        stream = MakeFilter(step, stream, factories);
+    stream = Fit(stream, options.name);
+    AddEncoded(track, Host::CreateTrackEncoder(stream, options), MakeReport(track), counts);
+}
+
+SP<IStreamAudio> ConvertJob::Fit(SP<IStreamAudio> stream, const std::string& encoder) const
+{
+    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
+    const Conf::SampleInfo fitting = Host::FitSampleInfo(encoder, info);
+    return fitting == info ? stream : MakeResampler(stream, fitting, factories);
+}
+
+void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
+                            std::shared_ptr<Counts> counts)
+{
+    const Host::TrackInfo described = Host::DescribeTrack(track, *encoder);
+    if (!muxer->CanCarry(described))
+        throw UserError(ExitCode::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
+                                                      request.output, track.index, report.kind));
+    report.encoder = encoder->GetEncoderName();
+    const SP<IStreamRaw> packets = Host::ReadAhead<IStreamRaw>::Create(SP<IStreamRaw>(encoder), waiting_packets);
+    outputs.push_back({pump.Add(packets, described.format, described), std::move(report), std::move(counts)});
+}
+
+void ConvertJob::AddCopied(const Host::TrackInfo& track)
+{
+    const bool wanted = track.type == MediaType::Subtitle || track.attachedPicture || track.attachment;
+    if (!wanted || !muxer->CanCarry(track))
+    {
+        warnings.push_back(fmt::format("track {} ({}) is left out: {}", track.index, track.codecName,
+                                       wanted ? "the output's container can't carry it"
+                                              : "it is neither picture, sound nor subtitles"));
+        return;
+    }
+    if (!track.attachment)
+        demuxer->SelectSparse(track.index);
+    outputs.push_back({pump.AddSparse(*demuxer, track), MakeReport(track), nullptr});
+}
+
+ConvertReport ConvertJob::Run(Progress& progress)
+{
+    const auto start = std::chrono::steady_clock::now();
+    pump.Run(demuxer->GetInfo().duration, progress);
+    muxer->Finish();
+
+    ConvertReport report;
+    report.duration = demuxer->GetInfo().duration;
+    for (Output& output : outputs)
+    {
+        ConvertTrack& track = output.report;
+        track.itemsOut = pump.GetPacketCount(output.place);
+        track.itemsIn = output.counts ? output.counts->in.load() : track.itemsOut;
+        if (output.counts)
+        {
+            track.doubled = output.counts->doubled;
+            track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
+        }
+        report.tracks.push_back(track);
+    }
+    for (const std::string& loss : muxer->GetLosses())
+        warnings.push_back("not carried over: " + loss);
+    if (const long long damaged = demuxer->GetDamagedCount())
+        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, request.input));
+    report.warnings = warnings;
+    report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return report;
+}
+
+} // namespace Tessor::Cli

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "cli/FilterCatalog.h"
+#include "cli/Progress.h"
+#include "ffhost/codecs/TrackEncoder.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// The first track of sound of a file, decoded. Throws UserError when there is none.
+SP<Proc::IStreamAudio> OpenSound(const std::string& path);
+
+struct SoundReport
+{
+    avTime duration = 0;
+    std::string encoder;
+    int rate = 0, channels = 0;
+    double wallSeconds = 0;
+};
+
+/// Encodes a stream as the only track of a file.
+SoundReport WriteSound(const SP<Proc::IStreamAudio>& stream, const std::string& path,
+                       const Host::EncoderOptions& options, const Factories& factories, Progress& progress);
+
+/// Prints the report on standard output, as JSON where that is wanted.
+void PrintSound(const SoundReport& report, const std::string& path, const CommonOptions& common);
+
+} // namespace Tessor::Cli

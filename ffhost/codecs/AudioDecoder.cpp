@@ -1,0 +1,222 @@
+#include "ffhost/codecs/AudioDecoder.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Fnd/TimerSimple.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/FormatTags.h"
+
+#include <cstring>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+/// Times of packets that are off by less are rounded or jittery ones.
+constexpr avTime TOLERANCE = 50000;
+
+/// A packet further back than this is not one that came twice: its time is wrong.
+constexpr avTime LONGEST_OVERLAP = 1000000;
+
+/// How much is decoded before a seek's target: the bit reservoir of MPEG layer 3 reaches back by nine frames, which is
+/// the longest of all codecs.
+constexpr avTime PRE_ROLL = 400000;
+
+/// Silence is made in blocks of at most this many samples.
+constexpr long long SILENT_BLOCK = 4096;
+
+SP<Conf::IFormatCodecAudio> CloneAudioFormat(const SP<IStreamRaw>& source)
+{
+    const SP<Conf::IFormatCodec> format = source->GetFormatCodec();
+    const auto* audio = dynamic_cast<const Conf::IFormatCodecAudio*>(format.get());
+    if (!audio)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The stream to decode is no sound");
+    const Conf::SampleInfo info = audio->GetSampleInfo();
+    if (info.GetSampleRate() <= 0 || info.GetFormat().bits == 0 || info.GetChannelCount() == 0)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The samples of " + audio->GetCodecID() + " are of no known format");
+    return audio->Clone();
+}
+
+} // namespace
+
+SP<IStreamAudio> AudioDecoder::Create(const SP<IStreamRaw>& source)
+{
+    return SP<IStreamAudio>(new AudioDecoder(source));
+}
+
+AudioDecoder::AudioDecoder(const SP<IStreamRaw>& source)
+    : StreamImpl(source, false), format(CloneAudioFormat(source)), info(format->GetSampleInfo()), codec(format),
+      converter(info)
+{
+}
+
+AudioDecoder::~AudioDecoder()
+{
+    StopThread();
+}
+
+void AudioDecoder::Prepare(AVCodecContext& context) const
+{
+    context.sample_rate = info.GetSampleRate();
+    context.sample_fmt = static_cast<AVSampleFormat>(info.GetFormat().format);
+    av_channel_layout_from_mask(&context.ch_layout, Conf::ToFFChannelMask(info.GetChannelLayout()));
+    const Core::Property& tree = format->GetProperties();
+    context.block_align = static_cast<int>(GetNumber(tree, FormatTags::BLOCK_ALIGN, 0));
+    context.bits_per_coded_sample = static_cast<int>(GetNumber(tree, FormatTags::BITS_PER_CODED_SAMPLE, 0));
+    context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
+    context.bit_rate = GetNumber(tree, Conf::IFormatCodec::TAG_BITRATE, 0);
+}
+
+void AudioDecoder::Reset(avTime newTarget)
+{
+    // Not flushed: some decoders keep what overlaps with the next packet.
+    codec.Close();
+    converter.Reset();
+    ready.clear();
+    clock.Reset(NoTime);
+    target = newTarget;
+    drained = false;
+}
+
+SP<IDataAudio> AudioDecoder::ReadInternal()
+{
+    const Core::TimerSimple timer(decodeTime);
+    if (!codec.GetContext())
+        codec.Open([this](AVCodecContext& context) { Prepare(context); });
+    while (ready.empty() && !drained)
+        DecodeNext();
+    if (ready.empty())
+        return nullptr;
+    ++blockCount;
+    if (!ready.front().block)
+        return TakeSilence();
+    const SP<DataAudioFF> block = ready.front().block;
+    ready.pop_front();
+    return block;
+}
+
+void AudioDecoder::DecodeNext()
+{
+    const SP<IDataPacket> packet = parentStream->Read();
+    drained = !packet;
+    codec.Send(packet ? packet->GetAVPacket() : nullptr);
+    while (const AVFrame* decoded = codec.Receive())
+        Deliver(*decoded);
+}
+
+void AudioDecoder::Deliver(const AVFrame& decoded)
+{
+    const FramePtr converted = converter.Convert(decoded);
+    const AVFrame& frame = converted ? *converted : decoded;
+    const int64_t skipped = Place(decoded.pts != AV_NOPTS_VALUE ? decoded.pts : NoTime, frame.nb_samples);
+    if (skipped < frame.nb_samples)
+        AddBlock(frame, skipped);
+}
+
+int64_t AudioDecoder::Place(avTime time, int sampleCount)
+{
+    const avTime expected = clock.GetTime();
+    const int rate = info.GetSampleRate();
+    if (expected == NoTime)
+    {
+        const avTime start = time != NoTime ? time : target;
+        const long long early = start < target ? Duration2SampleCount(target - start, rate) : 0;
+        if (early >= sampleCount)
+            return sampleCount;
+        clock.Reset(start);
+        clock.AddSamples(rate, static_cast<unsigned long long>(early));
+        return early;
+    }
+    const avTime off = time != NoTime ? time - expected : 0;
+    if (std::abs(off) <= TOLERANCE)
+        return 0;
+    const avTime duration = GetDuration();
+    if (off < -LONGEST_OVERLAP || (off > 0 && duration != NoTime && time > duration))
+    {
+        ++misplacedCount;
+        return 0;
+    }
+    if (off > 0)
+        AddSilence(off);
+    return off > 0 ? 0 : std::min<int64_t>(Duration2SampleCount(-off, rate), sampleCount);
+}
+
+void AudioDecoder::AddSilence(avTime length)
+{
+    const long long count = Duration2SampleCount(length, info.GetSampleRate());
+    ready.push_back({nullptr, clock, count});
+    clock.AddSamples(info.GetSampleRate(), static_cast<unsigned long long>(count));
+}
+
+void AudioDecoder::AddBlock(const AVFrame& decoded, int64_t skipped)
+{
+    const int count = decoded.nb_samples - static_cast<int>(skipped);
+    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, count);
+    const AudioRef target = block->GetAudioRef();
+    const bool planar = info.GetFormat().planar;
+    const size_t channels = static_cast<size_t>(info.GetChannelCount());
+    const size_t step = static_cast<size_t>(info.GetFormat().bits / 8) * (planar ? 1 : channels);
+    for (size_t plane = 0; plane < (planar ? channels : 1); ++plane)
+        std::memcpy(target.data + plane * target.linesize,
+                    decoded.extended_data[plane] + static_cast<size_t>(skipped) * step,
+                    static_cast<size_t>(count) * step);
+    block->SetPTS(clock.GetTime());
+    clock.AddSamples(info.GetSampleRate(), static_cast<unsigned long long>(count));
+    block->SetDuration(clock.GetTime() - block->GetPTS());
+    ready.push_back({block, {}, 0});
+}
+
+SP<DataAudioFF> AudioDecoder::TakeSilence()
+{
+    Piece& piece = ready.front();
+    const long long count = std::min(piece.silence, SILENT_BLOCK);
+    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, static_cast<int>(count));
+    block->FillSilence();
+    block->SetPTS(piece.start.GetTime());
+    piece.start.AddSamples(info.GetSampleRate(), static_cast<unsigned long long>(count));
+    block->SetDuration(piece.start.GetTime() - block->GetPTS());
+    piece.silence -= count;
+    if (piece.silence <= 0)
+        ready.pop_front();
+    return block;
+}
+
+void AudioDecoder::RequestSeekInternal(avTime newTarget, SP<IStream>)
+{
+    const avTime wanted = std::max<avTime>(newTarget, 0);
+    Reset(wanted);
+    parentStream->RequestSeek(std::max<avTime>(wanted - PRE_ROLL, 0), SP<IStream>(this));
+}
+
+void AudioDecoder::DoSeekInternal()
+{
+    parentStream->DoSeek();
+}
+
+void AudioDecoder::ReleaseInternalData()
+{
+    StreamImpl::ReleaseInternalData();
+    Reset(target);
+}
+
+void AudioDecoder::AcceptInternal(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "AudioDecoder", FRAME_ALLOC_CPU, nullptr);
+}
+
+Core::Property AudioDecoder::GetStatistic() const
+{
+    Core::Property statistic = parentStream->GetStatistic();
+    Core::Property record = Core::MakeStatistics(
+        "virtual Core::Property Tessor::Host::AudioDecoder::GetStatistic() const", decodeTime, blockCount);
+    record.SetChildT<long long>("Damaged", static_cast<long long>(codec.GetDamagedCount()));
+    record.SetChildT<long long>("Misplaced", static_cast<long long>(misplacedCount));
+    statistic.Add(record);
+    return statistic;
+}
+
+} // namespace Tessor::Host

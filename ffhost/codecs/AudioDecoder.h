@@ -1,0 +1,83 @@
+#pragma once
+
+#include "Proc/StreamTemplates/IStreamAudio.h"
+#include "Proc/StreamTemplates/IStreamRaw.h"
+#include "Proc/StreamTemplates/StreamImpl.h"
+#include "ffhost/codecs/PacketDecoder.h"
+#include "ffhost/codecs/SampleConverter.h"
+#include "media/AudioTime.h"
+#include "media/DataAudioFF.h"
+
+#include <deque>
+
+namespace Tessor::Host
+{
+
+/// A decoder of sound over libavcodec: blocks in the sample format of the codec, planes in one buffer.
+///
+/// Blocks abut exactly, and their times follow the samples: the clock starts at the first packet's time, and the times
+/// of later packets only correct it where they are off by more than rounding and jitter. A gap is filled with silence
+/// then, and what comes twice is dropped, so that the sound stays with the pictures. Priming that the container tells
+/// is dropped, and so is what lies before time 0.
+///
+/// A seek is exact: decoding begins early enough for codecs whose packets lean on those before them, and the first
+/// block begins with the sample at the target.
+///
+/// Packets that can't be decoded are counted and left out; they leave a gap. When the format of the samples changes in
+/// mid-stream, the rest is brought to the one that the stream declares.
+///
+/// Threads: as StreamImpl says.
+class TESSOR_API AudioDecoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamAudio>, public RefCountImpl
+{
+public:
+    /// Throws CodecFactoryException for a codec without a decoder, for sources that are no sound or tell no format.
+    static SP<Proc::IStreamAudio> Create(const SP<Proc::IStreamRaw>& source);
+    ~AudioDecoder() override;
+
+private:
+    explicit AudioDecoder(const SP<Proc::IStreamRaw>& source);
+
+    void Initialize(const Core::Property&) override {}
+    Core::Property GetSettings() const override { return Core::Property(); }
+    Core::Property GetStatistic() const override;
+    SP<Conf::IFormatCodecAudio> GetFormatCodec() const override { return format->Clone(); }
+    void ReleaseInternalData() override;
+
+    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
+    SP<Proc::IDataAudio> ReadInternal() override;
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    void DoSeekInternal() override;
+
+    void Prepare(AVCodecContext& context) const;
+    void Reset(avTime newTarget);
+    /// One packet, or the end, to the decoder; its frames get ready.
+    void DecodeNext();
+    void Deliver(const AVFrame& decoded);
+    /// Samples at the start of a frame that are not to be delivered. Adds silence in front of it where time is missing.
+    int64_t Place(avTime time, int sampleCount);
+    void AddSilence(avTime length);
+    void AddBlock(const AVFrame& decoded, int64_t skipped);
+    SP<Proc::DataAudioFF> TakeSilence();
+
+    /// What is ready: a block, or so many samples of silence, which are made when they are read.
+    struct Piece
+    {
+        SP<Proc::DataAudioFF> block; // null: silence
+        Proc::AudioTime start;
+        long long silence = 0;
+    };
+
+    const SP<Conf::IFormatCodecAudio> format;
+    const Conf::SampleInfo info; // of all blocks
+    PacketDecoder codec;         // open from the first read to a release
+    SampleConverter converter;   // of frames in another format
+    std::deque<Piece> ready;
+    Proc::AudioTime clock;            // where the next block starts; uninitialised until the first one behind a seek
+    avTime target = 0;                // what lies before it is dropped
+    bool drained = false;             // the source has ended and the decoder has been emptied
+    unsigned long blockCount = 0;     // statistics
+    unsigned long misplacedCount = 0; // statistics: frames whose time could not be followed
+    long long decodeTime = 0;         // statistics, microseconds
+};
+
+} // namespace Tessor::Host

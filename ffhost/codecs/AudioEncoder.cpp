@@ -1,0 +1,194 @@
+#include "ffhost/codecs/AudioEncoder.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Fnd/TimerSimple.h"
+#include "Proc/StreamTemplates/Visitors.h"
+#include "ffhost/FormatTags.h"
+#include "ffhost/codecs/EncoderTable.h"
+#include "host/ComputingResourceManager.h"
+#include "media/DataPacketFF.h"
+
+extern "C"
+{
+#include <libavutil/audio_fifo.h>
+}
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr int MAX_CHANNELS = 64;
+
+SP<Conf::IFormatCodecAudio> MakeFormat(const IStreamAudio& source, const AVCodecContext& context)
+{
+    const SP<Conf::IFormatCodecAudio> format = source.GetFormatCodec()->Clone();
+    format->GetProperties().SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID,
+                                                   avcodec_get_name(context.codec_id));
+    format->GetProperties().SetChildT<long long>(FormatTags::CODEC_ID, context.codec_id);
+    format->SetExtradata(CopyExtradata(context));
+    return format;
+}
+
+} // namespace
+
+void AudioEncoder::Deleter::operator()(AVAudioFifo* fifo) const
+{
+    av_audio_fifo_free(fifo);
+}
+
+AudioEncoder::AudioEncoder(const SP<IStreamAudio>& source, const EncoderOptions& options)
+    : StreamImpl(source, false), options(options), info(source->GetFormatCodec()->GetSampleInfo()), codec(Open()),
+      frameSize(codec.GetContext()->frame_size), parameters(MakeParameters(*codec.GetContext())),
+      format(MakeFormat(*source, *codec.GetContext())), resource(Core::ComputingResourceManager::TakeFakeResource()),
+      fifo(av_audio_fifo_alloc(codec.GetContext()->sample_fmt, info.GetChannelCount(), std::max(frameSize, 1)))
+{
+    if (!fifo)
+        throw std::bad_alloc();
+}
+
+AudioEncoder::~AudioEncoder()
+{
+    StopThread();
+}
+
+CodecContextPtr AudioEncoder::Open() const
+{
+    const AVCodec* encoder = avcodec_find_encoder_by_name(options.name.c_str());
+    CodecContextPtr context(encoder ? avcodec_alloc_context3(encoder) : nullptr);
+    if (!context)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The encoder " + options.name + " is missing");
+    context->sample_rate = info.GetSampleRate();
+    context->sample_fmt = static_cast<AVSampleFormat>(info.GetFormat().format);
+    av_channel_layout_from_mask(&context->ch_layout, Conf::ToFFChannelMask(info.GetChannelLayout()));
+    context->time_base = {1, info.GetSampleRate()};
+    const EncoderRow& row = FindEncoder(options.name);
+    const int64_t usual = int64_t{row.channelBitRate} * info.GetChannelCount();
+    const int64_t most = row.mostBitRate ? row.mostBitRate : std::numeric_limits<int64_t>::max();
+    context->bit_rate = options.bitRate > 0 ? options.bitRate : std::min(usual, most);
+    if (options.header)
+        context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    const int result = avcodec_open2(context.get(), encoder, nullptr);
+    if (result < 0)
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+    return context;
+}
+
+SP<IDataPacket> AudioEncoder::ReadInternal()
+{
+    const Core::TimerSimple timer(encodeTime);
+    if (!codec.GetContext())
+        codec.Replace(Open());
+    AVPacket* packet = codec.Receive([this] { SendNextFrame(); });
+    if (!packet)
+        return nullptr;
+    ++packetCount;
+    return ToItem(packet);
+}
+
+void AudioEncoder::SendNextFrame()
+{
+    Collect(std::max(frameSize, 1));
+    const int held = av_audio_fifo_size(fifo.get());
+    if (held == 0)
+        return codec.Send(nullptr);
+    const AVCodecContext& context = *codec.GetContext();
+    const FramePtr frame(av_frame_alloc());
+    if (!frame)
+        throw std::bad_alloc();
+    frame->nb_samples = frameSize > 0 ? std::min(held, frameSize) : held;
+    frame->format = context.sample_fmt;
+    frame->sample_rate = context.sample_rate;
+    if (av_channel_layout_copy(&frame->ch_layout, &context.ch_layout) < 0 || av_frame_get_buffer(frame.get(), 0) < 0)
+        throw std::bad_alloc();
+    av_audio_fifo_read(fifo.get(), reinterpret_cast<void**>(frame->extended_data), frame->nb_samples);
+    frame->pts = sentCount;
+    sentCount += frame->nb_samples;
+    codec.Send(frame.get());
+}
+
+void AudioEncoder::Collect(int count)
+{
+    while (!ended && av_audio_fifo_size(fifo.get()) < count)
+    {
+        const SP<IDataAudio> block = parentStream->Read();
+        ended = !block;
+        if (block)
+            Push(*block);
+    }
+}
+
+void AudioEncoder::Push(const IDataAudio& block)
+{
+    if (!(block.GetSampleInfo() == info))
+        Throw<EncoderException>(TESSOR_HERE, options.name + ": the format of the sound changes");
+    if (start == NoTime)
+        start = block.GetPTS() != NoTime ? block.GetPTS() : 0;
+    const AudioRef samples = block.GetConstAudioRef();
+    void* planes[MAX_CHANNELS] = {};
+    const int planeCount = info.GetFormat().planar ? info.GetChannelCount() : 1;
+    for (int plane = 0; plane < planeCount; ++plane)
+        planes[plane] = samples.data + static_cast<size_t>(plane) * samples.linesize;
+    if (av_audio_fifo_write(fifo.get(), planes, samples.sampleCount) < 0)
+        throw std::bad_alloc();
+}
+
+avTime AudioEncoder::ToTime(int64_t sample) const
+{
+    return AddTime(start, av_rescale(sample, 1000000, info.GetSampleRate()));
+}
+
+SP<IDataPacket> AudioEncoder::ToItem(AVPacket* packet)
+{
+    const avTime pts = ToTime(packet->pts);
+    // Some encoders end with a packet of nothing but a completed header.
+    const int64_t length = packet->duration > 0 || packet->size == 0 ? packet->duration : frameSize;
+    return DataPacketFF::Create(packet, MediaType::Audio, pts, pts, ToTime(packet->pts + length) - pts);
+}
+
+void AudioEncoder::Reset()
+{
+    if (start != NoTime || ended)
+        codec.Replace(nullptr);
+    av_audio_fifo_reset(fifo.get());
+    start = NoTime;
+    sentCount = 0;
+    ended = false;
+}
+
+void AudioEncoder::RequestSeekInternal(avTime target, SP<IStream> partner)
+{
+    Reset();
+    parentStream->RequestSeek(target, partner);
+}
+
+void AudioEncoder::DoSeekInternal()
+{
+    parentStream->DoSeek();
+}
+
+void AudioEncoder::ReleaseInternalData()
+{
+    StreamImpl::ReleaseInternalData();
+    Reset();
+    codec.Replace(nullptr);
+}
+
+void AudioEncoder::AcceptInternal(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "AudioEncoder", FRAME_ALLOC_CPU, nullptr);
+}
+
+Core::Property AudioEncoder::GetStatistic() const
+{
+    Core::Property statistic = parentStream->GetStatistic();
+    statistic.Add(Core::MakeStatistics("virtual Core::Property Tessor::Host::AudioEncoder::GetStatistic() const",
+                                       encodeTime, packetCount));
+    return statistic;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Proc/StreamTemplates/StreamImpl.h"
+#include "ffhost/codecs/PacketEncoder.h"
+#include "ffhost/codecs/TrackEncoder.h"
+#include "media/AudioTime.h"
+
+struct AVAudioFifo;
+
+namespace Tessor::Host
+{
+
+/// An encoder of sound over libavcodec. Blocks of any length go in, and are cut into the frames of the codec. Times
+/// count the samples from the first block on: packets abut exactly, and the first lies before the sound by the
+/// encoder's delay.
+///
+/// Throws EncoderException when the sound can't be encoded or its format changes. Threads: as StreamImpl says.
+class AudioEncoder final : public Proc::StreamImpl<Proc::IStreamAudio, TrackEncoder>, public RefCountImpl
+{
+public:
+    AudioEncoder(const SP<Proc::IStreamAudio>& source, const EncoderOptions& options);
+    ~AudioEncoder() override;
+
+private:
+    void Initialize(const Core::Property&) override {}
+    Core::Property GetSettings() const override { return Core::Property(); }
+    Core::Property GetStatistic() const override;
+    void ReleaseInternalData() override;
+    MediaType GetMediaType() const override { return MediaType::Audio; }
+    SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
+    SP<Core::IComputingResource> GetComputingResource() const override { return resource; }
+    const std::string& GetEncoderName() const override { return options.name; }
+    std::shared_ptr<const AVCodecParameters> GetParameters() const override { return parameters; }
+
+    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
+    SP<Proc::IDataPacket> ReadInternal() override;
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    void DoSeekInternal() override;
+
+    CodecContextPtr Open() const;
+    void Reset();
+    /// The next frame of the codec's length, or what is left, or the end, for the encoder.
+    void SendNextFrame();
+    /// Blocks of the source until a frame is there or the source has ended.
+    void Collect(int count);
+    void Push(const Proc::IDataAudio& block);
+    SP<Proc::IDataPacket> ToItem(AVPacket* packet);
+    avTime ToTime(int64_t sample) const;
+
+    struct Deleter
+    {
+        void operator()(AVAudioFifo* fifo) const;
+    };
+
+    const EncoderOptions options;
+    const Conf::SampleInfo info; // of the blocks
+    PacketEncoder codec;         // without a context from a reset to the next read
+    const int frameSize;         // samples; 0: any number
+    const std::shared_ptr<const AVCodecParameters> parameters;
+    const SP<Conf::IFormatCodecAudio> format; // of the packets
+    const SP<Core::IComputingResource> resource;
+    const std::unique_ptr<AVAudioFifo, Deleter> fifo; // samples that wait for a frame to be full
+    avTime start = NoTime;                            // of the first block since a reset
+    int64_t sentCount = 0;                            // samples sent since a reset
+    bool ended = false;                               // the source has
+    unsigned long packetCount = 0;                    // statistics
+    long long encodeTime = 0;                         // statistics, microseconds
+};
+
+} // namespace Tessor::Host

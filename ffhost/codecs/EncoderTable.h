@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tessor::Host
+{
+
+/// What is to be known of an encoder of libavcodec beyond its own defaults.
+struct EncoderRow
+{
+    const char* name;
+    int crf = -1;             ///< the usual constant quality where the encoder's own default is none
+    int quantiser = 0;        ///< the usual constant quantiser, for encoders that know no other quality; 0 for others
+    bool fields = false;      ///< pictures can be coded as fields
+    bool wholeChroma = false; ///< takes no picture that cuts through a sample of its chroma
+    int channelBitRate = 0;   ///< of sound: bits per second and channel; 0 where it has no meaning
+    int mostBitRate = 0;      ///< of sound: the highest; 0 for none
+    std::vector<std::pair<const char*, const char*>> options = {};
+};
+
+/// The row of an encoder; one that is not in the table has an empty one.
+const EncoderRow& FindEncoder(const std::string& name);
+
+/// The usual encoders of a container by libavformat's name of it. Null where it has none of a kind.
+struct ContainerRow
+{
+    const char* muxer;
+    const char* video;
+    const char* audio;
+};
+
+/// Null for a container that is not in the table.
+const ContainerRow* FindContainer(const std::string& muxer);
+
+} // namespace Tessor::Host

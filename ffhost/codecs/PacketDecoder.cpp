@@ -1,0 +1,102 @@
+#include "ffhost/codecs/PacketDecoder.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/CodecParsers/AACCodecParser.h"
+
+#include <cstring>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr AVRational MICROSECONDS = {1, 1000000};
+
+void SetExtradata(AVCodecContext& context, const IBlob& extradata)
+{
+    context.extradata = static_cast<uint8_t*>(av_mallocz(extradata.Size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!context.extradata)
+        throw std::bad_alloc();
+    std::memcpy(context.extradata, extradata.Data(), extradata.Size());
+    context.extradata_size = static_cast<int>(extradata.Size());
+}
+
+} // namespace
+
+PacketDecoder::PacketDecoder(const SP<Conf::IFormatCodec>& format)
+    : format(format), codec(avcodec_find_decoder(FindCodecID(format->GetProperties()))), frame(av_frame_alloc())
+{
+    if (!frame)
+        throw std::bad_alloc();
+    if (!codec)
+        Throw<CodecFactoryException>(TESSOR_HERE, "No decoder for " + format->GetCodecID());
+}
+
+void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
+{
+    CodecContextPtr opening(avcodec_alloc_context3(codec));
+    if (!opening)
+        throw std::bad_alloc();
+    opening->pkt_timebase = MICROSECONDS;
+    opening->thread_count = GetThreadCount();
+    const SP<const IBlob> extradata = format->GetExtradata();
+    const bool frames = extradata && codec->id == AV_CODEC_ID_AAC &&
+                        Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size());
+    if (extradata && extradata->Size() && !frames)
+        SetExtradata(*opening, *extradata);
+    prepare(*opening);
+    const int result = avcodec_open2(opening.get(), codec, nullptr);
+    if (result < 0)
+        Throw<FilterException>(TESSOR_HERE,
+                               std::string("Can't open the decoder ") + codec->name + ": " + AvError(result));
+    context = std::move(opening);
+    draining = dirty = false;
+}
+
+void PacketDecoder::Flush()
+{
+    if (context && dirty)
+        avcodec_flush_buffers(context.get());
+    draining = dirty = false;
+}
+
+void PacketDecoder::Close()
+{
+    context.reset();
+    draining = dirty = false;
+}
+
+void PacketDecoder::Send(const AVPacket* packet)
+{
+    // Without bytes it would count as the end.
+    if (packet && packet->size == 0)
+        return;
+    draining = !packet;
+    dirty = true;
+    const int result = avcodec_send_packet(context.get(), packet);
+    if (result < 0 && result != AVERROR_EOF)
+        ++damagedCount;
+}
+
+const AVFrame* PacketDecoder::Receive()
+{
+    for (;;)
+    {
+        const int result = avcodec_receive_frame(context.get(), frame.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
+            return nullptr;
+        const bool corrupt = result >= 0 && ((frame->flags & AV_FRAME_FLAG_CORRUPT) || frame->decode_error_flags);
+        if (result < 0 || corrupt)
+            ++damagedCount;
+        if (result >= 0)
+            return frame.get();
+        // While draining a failure belongs to one frame: others follow.
+        if (!draining)
+            return nullptr;
+    }
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "ffhost/codecs/AvCodec.h"
+#include "media/IFormatCodec.h"
+
+#include <functional>
+
+namespace Tessor::Host
+{
+
+/// libavcodec's decoder of one track, packets in and frames out. What is damaged is counted and left out, and never a
+/// failure. Between two packets all frames are taken, so that the decoder never asks to come back later.
+class PacketDecoder
+{
+public:
+    /// Throws CodecFactoryException for a codec without a decoder.
+    explicit PacketDecoder(const SP<Conf::IFormatCodec>& format);
+
+    /// Opens with the format's extradata, times in microseconds and all cores; `prepare` sets what its kind of track
+    /// needs besides. Throws FilterException.
+    void Open(const std::function<void(AVCodecContext&)>& prepare);
+    /// Starts afresh, as behind a seek. Allowed when closed.
+    void Flush();
+    void Close();
+
+    /// Null once all packets are in: what the decoder still holds then comes out.
+    void Send(const AVPacket* packet);
+    /// The next frame, null when there is none before the next packet. Valid until the next call.
+    const AVFrame* Receive();
+
+    /// Null while closed.
+    const AVCodecContext* GetContext() const { return context.get(); }
+    unsigned long GetDamagedCount() const { return damagedCount; }
+
+private:
+    const SP<Conf::IFormatCodec> format;
+    const AVCodec* const codec;
+    CodecContextPtr context; // from Open to Close
+    const FramePtr frame;    // what the decoder fills
+    bool draining = false;   // the end was sent
+    bool dirty = false;      // something was sent since the last start
+    unsigned long damagedCount = 0;
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "ffhost/codecs/AvCodec.h"
+
+#include <functional>
+
+namespace Tessor::Host
+{
+
+/// libavcodec's encoder: frames in, packets out. Throws EncoderException with the encoder's name.
+class PacketEncoder
+{
+public:
+    explicit PacketEncoder(CodecContextPtr context) : context(std::move(context)) {}
+
+    /// The next packet, which the caller owns, null at the end. `feed` is called for every frame that is wanted, and
+    /// sends one, or null at its end.
+    AVPacket* Receive(const std::function<void()>& feed);
+    void Send(const AVFrame* frame);
+
+    /// A new encoder, or null for none: few of libavcodec's can be flushed.
+    void Replace(CodecContextPtr newContext) { context = std::move(newContext); }
+    AVCodecContext* GetContext() const { return context.get(); }
+
+private:
+    void Check(int result) const;
+
+    CodecContextPtr context;
+};
+
+} // namespace Tessor::Host

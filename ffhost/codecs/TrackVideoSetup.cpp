@@ -1,0 +1,74 @@
+#include "ffhost/codecs/TrackVideoSetup.h"
+
+#include "Fnd/Exception.h"
+#include "ffhost/FormatTags.h"
+#include "ffhost/codecs/EncoderTable.h"
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+TrackVideoSetup::TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, const EncoderOptions& options)
+    : source(source), options(options)
+{
+}
+
+CodecContextPtr TrackVideoSetup::Open() const
+{
+    const AVCodec* codec = avcodec_find_encoder_by_name(options.name.c_str());
+    CodecContextPtr context(codec ? avcodec_alloc_context3(codec) : nullptr);
+    if (!context)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The encoder " + options.name + " is missing");
+    const Conf::FrameInfo info = source->GetFrameInfo();
+    context->width = info.width;
+    context->height = info.height;
+    context->pix_fmt = static_cast<AVPixelFormat>(source->GetPixelFormat());
+    ApplyPictureProperties(source->GetProperties(), *context);
+    SetFrameRate(*context, source->GetProperties());
+    SetFields(*context);
+    // How many threads are best the encoder knows.
+    context->thread_count = 0;
+    // Parameter sets of H.264 are put where a container wants them when they are written.
+    if (options.header || codec->id == AV_CODEC_ID_H264)
+        context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    // The name under which all players know HEVC whose header stands in front.
+    if (options.header && codec->id == AV_CODEC_ID_HEVC)
+        context->codec_tag = MKTAG('h', 'v', 'c', '1');
+    SetQuality(*context);
+    const int result = avcodec_open2(context.get(), codec, nullptr);
+    if (result < 0)
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+    return context;
+}
+
+void TrackVideoSetup::SetFields(AVCodecContext& context) const
+{
+    const long long order = GetNumber(source->GetProperties(), FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN);
+    context.field_order = IsInterlaced(order) ? static_cast<AVFieldOrder>(order) : AV_FIELD_PROGRESSIVE;
+    if (IsInterlaced(order) && FindEncoder(options.name).fields)
+        context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+}
+
+void TrackVideoSetup::SetQuality(AVCodecContext& context) const
+{
+    const EncoderRow& row = FindEncoder(options.name);
+    for (const auto& [option, value] : row.options)
+        SetOption(context, option, value);
+    if (!options.preset.empty())
+        SetOption(context, "preset", options.preset);
+    if (options.crf >= 0)
+        SetOption(context, "crf", std::to_string(options.crf));
+    context.bit_rate = options.bitRate;
+    if (options.bitRate > 0 || options.crf >= 0)
+        return;
+    if (row.crf >= 0)
+        SetOption(context, "crf", std::to_string(row.crf));
+    if (row.quantiser > 0)
+    {
+        context.flags |= AV_CODEC_FLAG_QSCALE;
+        context.global_quality = row.quantiser * FF_QP2LAMBDA;
+    }
+}
+
+} // namespace Tessor::Host

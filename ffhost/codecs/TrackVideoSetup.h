@@ -1,0 +1,27 @@
+#pragma once
+
+#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/VideoSetup.h"
+
+namespace Tessor::Host
+{
+
+/// Opens encoders for a video track of a file of its own: reordering and groups as the encoder likes best, colours,
+/// sample aspect and field coding as the source has them.
+class TrackVideoSetup final : public VideoSetup
+{
+public:
+    TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, const EncoderOptions& options);
+
+    CodecContextPtr Open() const override;
+    const std::string& GetEncoderName() const override { return options.name; }
+
+private:
+    void SetFields(AVCodecContext& context) const;
+    void SetQuality(AVCodecContext& context) const;
+
+    const SP<Conf::IFormatCodecVideo> source;
+    const EncoderOptions options;
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "ffhost/codecs/AvCodec.h"
+
+namespace Tessor::Host
+{
+
+/// Opens video encoders, each like the one before. The time base is one frame, or a fraction of one.
+class VideoSetup
+{
+public:
+    virtual ~VideoSetup() = default;
+    virtual CodecContextPtr Open() const = 0;
+    /// libavcodec's name.
+    virtual const std::string& GetEncoderName() const = 0;
+};
+
+} // namespace Tessor::Host

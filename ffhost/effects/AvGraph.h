@@ -1,0 +1,70 @@
+#pragma once
+
+#include "ffhost/codecs/AvCodec.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+struct AVFilterContext;
+struct AVFilterGraph;
+
+namespace Tessor::Host
+{
+
+/// What a chain of filters takes in, or gives out.
+struct GraphFormat
+{
+    AVMediaType type = AVMEDIA_TYPE_UNKNOWN;
+    int format = -1; ///< AVPixelFormat or AVSampleFormat
+    int width = 0;
+    int height = 0;
+    AVRational aspect{0, 1};    ///< of a pixel; 0:1 is unknown
+    AVRational frameRate{0, 1}; ///< 0:1 is unknown
+    int sampleRate = 0;
+    uint64_t channelMask = 0;
+
+    static GraphFormat Of(const AVFrame& frame);
+    /// Whether one chain can serve both. The rate of frames is but a hint.
+    bool Fits(const GraphFormat& other) const;
+};
+
+/// One chain of libavfilter between one input and one output. Records carry times in microseconds.
+class AvGraph
+{
+public:
+    /// Throws EffectException with FFmpeg's reason.
+    AvGraph(const std::string& chain, const GraphFormat& input);
+    ~AvGraph();
+
+    /// Throws EffectException with FFmpeg's reason where the text is no chain of filters that exist, with values that
+    /// they take. Whether they take an input is not known before there is one.
+    static void Check(const std::string& chain);
+
+    /// A null frame is the end: behind it the chain gives what it still holds.
+    void Push(FramePtr frame);
+    /// The next frame out, null where the chain wants more first.
+    FramePtr Pull();
+    GraphFormat GetOutput() const;
+
+private:
+    struct Deleter
+    {
+        void operator()(AVFilterGraph* graph) const;
+    };
+    using GraphPtr = std::unique_ptr<AVFilterGraph, Deleter>;
+    struct Ends;
+
+    AVFilterContext* MakeSource();
+    AVFilterContext* MakeSink();
+    void CheckEnds(const Ends& ends) const;
+    void Configure(const std::string& chain);
+    void SetTimes(AVFrame& frame) const;
+
+    const GraphPtr graph;
+    const GraphFormat input;
+    AVFilterContext* source = nullptr; // the graph owns both
+    AVFilterContext* sink = nullptr;
+};
+
+} // namespace Tessor::Host

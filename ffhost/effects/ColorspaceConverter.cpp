@@ -1,0 +1,79 @@
+#include "ffhost/effects/ColorspaceConverter.h"
+
+#include "ffhost/effects/Frames.h"
+
+extern "C"
+{
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+// Chroma is interpolated, not repeated, on its way into RGB and back.
+constexpr int flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+
+bool HasAlpha(PixFmt format)
+{
+    return PixFmtDescription::Find(format).HasAlpha();
+}
+
+} // namespace
+
+ColorspaceConverter::ColorspaceConverter(const SP<const IFactoryDataVideo>& data)
+    : EffectBaseOneInput(data), scaler(flags)
+{
+}
+
+void ColorspaceConverter::ReleaseInternalData()
+{
+    scaler.Clear();
+    pool.Clear();
+}
+
+void ColorspaceConverter::UpdateFormat(SP<Conf::IFormatCodecVideo>& format)
+{
+    if (format->GetPixelFormat() != PixFmt::None)
+        format->SetPixelFormat(Choose(format->GetPixelFormat()));
+}
+
+void ColorspaceConverter::ProcessItem(SP<IDataVideo>& frame)
+{
+    const PixFmt format = frame ? Choose(frame->GetPixFmt()) : PixFmt::None;
+    if (!frame || format == frame->GetPixFmt())
+        return;
+    const FramePtr source = ShareFrame(*frame);
+    FramePtr target = pool.Get(static_cast<AVPixelFormat>(format), source->width, source->height);
+    if (av_frame_copy_props(target.get(), source.get()) < 0)
+        throw std::bad_alloc();
+    // A format may have said what the record did not.
+    if (PictureColors::Of(*source).fullRange)
+        target->color_range = AVCOL_RANGE_JPEG;
+    scaler.Scale(*source, *target);
+    frame = WrapFrame(std::move(target));
+}
+
+PixFmt ColorspaceConverter::Choose(PixFmt source) const
+{
+    const std::vector<PixFmt>& accepted = settings.formats;
+    if (accepted.empty() || std::find(accepted.begin(), accepted.end(), source) != accepted.end())
+        return source;
+    const bool alpha = HasAlpha(source) && std::any_of(accepted.begin(), accepted.end(), HasAlpha);
+    std::vector<AVPixelFormat> candidates;
+    for (const PixFmt format : accepted)
+        if (!alpha || HasAlpha(format))
+            candidates.push_back(static_cast<AVPixelFormat>(format));
+    candidates.push_back(AV_PIX_FMT_NONE);
+    return static_cast<PixFmt>(avcodec_find_best_pix_fmt_of_list(candidates.data(), static_cast<AVPixelFormat>(source),
+                                                                 HasAlpha(source), nullptr));
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,156 @@
+#include "ffhost/effects/Fade.h"
+
+#include "Fnd/Exception.h"
+#include "ffhost/effects/Frames.h"
+#include "ffhost/effects/PictureView.h"
+
+extern "C"
+{
+#include <libavutil/pixdesc.h>
+}
+
+#include <cmath>
+#include <type_traits>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr int level_bits = 16;
+
+/// Distances from black are scaled.
+template <class T>
+void FadePlane(const ComponentPlane& plane, int black, double level)
+{
+    using Wide = std::conditional_t<sizeof(T) == 1, int32_t, int64_t>;
+    const Wide gain = static_cast<Wide>(std::lround(level * (1 << level_bits)));
+    const Wide half = Wide{1} << (level_bits - 1);
+    const auto scale = [=](T value)
+    { return static_cast<T>(black + (((static_cast<Wide>(value) - black) * gain + half) >> level_bits)); };
+    for (int y = 0; y < plane.height; ++y)
+    {
+        T* row = &plane.At<T>(0, y);
+        if (plane.step == static_cast<int>(sizeof(T)))
+            std::transform(row, row + plane.width, row, scale); // the loop that compilers vectorise
+        else
+            for (int x = 0; x < plane.width; ++x)
+                plane.At<T>(x, y) = scale(plane.At<T>(x, y));
+    }
+}
+
+int FindBlack(const AVFrame& picture, const AVPixFmtDescriptor& description, int component)
+{
+    if (description.flags & AV_PIX_FMT_FLAG_RGB)
+        return 0;
+    const int scale = 1 << (description.comp[0].depth - 8);
+    const bool grey = description.nb_components < 3;
+    if (component > 0 && !grey)
+        return 128 * scale;
+    constexpr AVPixelFormat full[] = {AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUVJ444P,
+                                      AV_PIX_FMT_YUVJ440P, AV_PIX_FMT_YUVJ411P};
+    const bool limited = picture.color_range == AVCOL_RANGE_MPEG ||
+                         (picture.color_range == AVCOL_RANGE_UNSPECIFIED && !grey &&
+                          std::find(std::begin(full), std::end(full), picture.format) == std::end(full));
+    return limited ? 16 * scale : 0;
+}
+
+template <class Sample>
+void FadeSamples(const AudioRef& audio, double first, double last)
+{
+    constexpr double bias = std::is_same_v<Sample, uint8_t> ? 128 : 0;
+    const bool planar = audio.sampleInfo.GetFormat().planar;
+    const int channels = planar ? 1 : audio.sampleInfo.GetChannelCount();
+    for (uint8_t* plane : GetPlanes(audio))
+    {
+        auto* sample = reinterpret_cast<Sample*>(plane);
+        for (int i = 0; i < audio.sampleCount; ++i)
+        {
+            const double gain = first + (last - first) * i / audio.sampleCount;
+            for (int c = 0; c < channels; ++c, ++sample)
+            {
+                const double scaled = (static_cast<double>(*sample) - bias) * gain + bias;
+                *sample = static_cast<Sample>(std::is_integral_v<Sample> ? std::floor(scaled + 0.5) : scaled);
+            }
+        }
+    }
+}
+
+void FadeBlock(const AudioRef& audio, double first, double last)
+{
+    switch (audio.sampleInfo.GetFormat().format)
+    {
+    case Conf::SampleFormats::U8:
+    case Conf::SampleFormats::U8P:
+        return FadeSamples<uint8_t>(audio, first, last);
+    case Conf::SampleFormats::S16:
+    case Conf::SampleFormats::S16P:
+        return FadeSamples<int16_t>(audio, first, last);
+    case Conf::SampleFormats::S32:
+    case Conf::SampleFormats::S32P:
+        return FadeSamples<int32_t>(audio, first, last);
+    case Conf::SampleFormats::Float:
+    case Conf::SampleFormats::FloatP:
+        return FadeSamples<float>(audio, first, last);
+    case Conf::SampleFormats::Double:
+    case Conf::SampleFormats::DoubleP:
+        return FadeSamples<double>(audio, first, last);
+    case Conf::SampleFormats::None:
+        break;
+    }
+    Throw<EffectException>(TESSOR_HERE, "Can't fade samples of no format");
+}
+
+} // namespace
+
+double GetFadeLevel(SettingsFade::Direction direction, const TimeToProgress& range, avTime time)
+{
+    double progress = range.GetProgress(time);
+    // Of an empty range it is no number: the fade is over.
+    progress = std::isnan(progress) ? 1.0 : std::clamp(progress, 0.0, 1.0);
+    return direction == SettingsFade::Direction::In ? progress : 1.0 - progress;
+}
+
+void FadeVideo::ProcessItem(SP<IDataVideo>& frame)
+{
+    if (!frame || frame->GetPTS() == NoTime)
+        return;
+    const double level = GetFadeLevel(settings.direction, range, frame->GetPTS());
+    if (level == 1.0)
+        return;
+    const auto format = static_cast<AVPixelFormat>(frame->GetPixFmt());
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+    if (!HasPlainComponents(format))
+        Throw<EffectException>(TESSOR_HERE, std::string("Can't fade pixels of the format ") +
+                                                (description ? description->name : "none"));
+    const AVFrame& picture = MakeWritable(frame);
+    const int colors = description->nb_components - ((description->flags & AV_PIX_FMT_FLAG_ALPHA) ? 1 : 0);
+    for (int i = 0; i < colors; ++i)
+    {
+        const ComponentPlane plane = ComponentPlane::Of(picture, i);
+        const int black = FindBlack(picture, *description, i);
+        if (description->comp[0].depth > 8)
+            FadePlane<uint16_t>(plane, black, level);
+        else
+            FadePlane<uint8_t>(plane, black, level);
+    }
+}
+
+void FadeAudio::ProcessItem(SP<IDataAudio>& block)
+{
+    if (!block || block->GetPTS() == NoTime || block->GetSampleCount() == 0)
+        return;
+    const double first = GetFadeLevel(settings.direction, range, block->GetPTS());
+    const avTime end = AddTime(block->GetPTS(), block->GetDuration());
+    const double last = end == NoTime ? first : GetFadeLevel(settings.direction, range, end);
+    if (first == 1.0 && last == 1.0)
+        return;
+    if (block->GetRefCount() > 1)
+        block = block->Clone(0);
+    FadeBlock(block->GetAudioRef(), first, last);
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,168 @@
+#include "ffhost/effects/Frames.h"
+
+#include "Fnd/Exception.h"
+#include "media/DataAudioFF.h"
+#include "media/DataVideoFF.h"
+
+extern "C"
+{
+#include <libavutil/channel_layout.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr int row_alignment = 64;
+
+void CopyPlane(const Details::PlaneTemplate<true>& from, uint8_t* to, ptrdiff_t stride)
+{
+    for (size_t y = 0; y < from.GetHeight(); ++y)
+        std::copy_n(from.GetOffsetPtr(0, y), from.GetRowBytes(), to + static_cast<ptrdiff_t>(y) * stride);
+}
+
+FramePtr CopyFrame(const IDataVideo& frame)
+{
+    FramePtr copy = MakeFrame();
+    copy->format = static_cast<int>(frame.GetPixFmt());
+    copy->width = frame.GetWidth();
+    copy->height = frame.GetHeight();
+    copy->interlaced_frame = frame.IsInterlaced();
+    if (av_frame_get_buffer(copy.get(), row_alignment) < 0)
+        Throw<EffectException>(TESSOR_HERE, "Can't allocate a frame");
+    for (int i = 0; i < GetPlanesCount(frame); ++i)
+        CopyPlane(frame.GetPlane(i), copy->data[i], copy->linesize[i]);
+    return copy;
+}
+
+void ReleaseBlock(void* block, uint8_t*)
+{
+    delete static_cast<SP<IDataAudio>*>(block);
+}
+
+} // namespace
+
+FramePtr MakeFrame()
+{
+    FramePtr frame(av_frame_alloc());
+    if (!frame)
+        throw std::bad_alloc();
+    return frame;
+}
+
+FramePtr ShareFrame(const IDataVideo& frame)
+{
+    const auto* record = dynamic_cast<const DataVideoFF*>(&frame);
+    FramePtr shared = record ? FramePtr(av_frame_clone(record->GetAVFrame())) : CopyFrame(frame);
+    if (!shared)
+        throw std::bad_alloc();
+    shared->pts = frame.GetPTS();
+    shared->pkt_duration = std::max<avTime>(frame.GetDuration(), 0);
+    return shared;
+}
+
+FramePtr ShareSamples(const SP<IDataAudio>& block)
+{
+    const AudioRef audio = block->GetConstAudioRef();
+    FramePtr frame = MakeFrame();
+    frame->format = static_cast<int>(audio.sampleInfo.GetFormat().format);
+    frame->sample_rate = audio.sampleInfo.GetSampleRate();
+    frame->nb_samples = audio.sampleCount;
+    av_channel_layout_from_mask(&frame->ch_layout, ToFFChannelMask(audio.sampleInfo.GetChannelLayout()));
+    const std::vector<uint8_t*> planes = GetPlanes(audio);
+    std::copy(planes.begin(), planes.end(), frame->data);
+    frame->linesize[0] = static_cast<int>(audio.linesize);
+    auto holder = std::make_unique<SP<IDataAudio>>(block);
+    frame->buf[0] = av_buffer_create(audio.data, audio.linesize * planes.size(), ReleaseBlock, holder.get(),
+                                     AV_BUFFER_FLAG_READONLY);
+    if (!frame->buf[0])
+        throw std::bad_alloc();
+    holder.release();
+    frame->pts = block->GetPTS();
+    frame->pkt_duration = std::max<avTime>(block->GetDuration(), 0);
+    return frame;
+}
+
+SP<IDataVideo> WrapFrame(FramePtr frame)
+{
+    const avTime pts = frame->pts, duration = frame->pkt_duration;
+    try
+    {
+        const SP<DataVideoFF> item = DataVideoFF::Create(frame.release());
+        item->SetPTS(pts);
+        item->SetDuration(duration);
+        return item;
+    }
+    catch (const std::invalid_argument& e)
+    {
+        Throw<EffectException>(TESSOR_HERE, Describe(e));
+    }
+}
+
+Conf::SampleInfo GetSampleInfo(const AVFrame& frame)
+{
+    const bool native = frame.ch_layout.order == AV_CHANNEL_ORDER_NATIVE;
+    return Conf::SampleInfo(static_cast<Conf::SampleFormats>(frame.format), frame.sample_rate,
+                            Conf::FromFFChannelMask(native ? frame.ch_layout.u.mask : 0, frame.ch_layout.nb_channels));
+}
+
+SP<IDataAudio> JoinSamples(const std::vector<FramePtr>& frames)
+{
+    const Conf::SampleInfo info = GetSampleInfo(*frames.front());
+    if (info.GetChannelCount() != frames.front()->ch_layout.nb_channels || info.GetFormat().bits == 0)
+        Throw<EffectException>(TESSOR_HERE, "No blocks of " + std::to_string(frames.front()->ch_layout.nb_channels) +
+                                                " channels in samples of format " +
+                                                std::to_string(frames.front()->format));
+    int count = 0;
+    for (const FramePtr& frame : frames)
+        count += frame->nb_samples;
+    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, count);
+    std::vector<uint8_t*> planes = GetPlanes(block->GetAudioRef());
+    int at = 0;
+    for (const FramePtr& frame : frames)
+    {
+        av_samples_copy(planes.data(), frame->extended_data, at, 0, frame->nb_samples, frame->ch_layout.nb_channels,
+                        static_cast<AVSampleFormat>(frame->format));
+        at += frame->nb_samples;
+    }
+    return block;
+}
+
+AVFrame& MakeWritable(SP<IDataVideo>& frame)
+{
+    auto* record = dynamic_cast<DataVideoFF*>(frame.get());
+    if (!record || frame->GetRefCount() > 1)
+    {
+        FramePtr shared = ShareFrame(*frame);
+        frame = WrapFrame(std::move(shared));
+        record = &dynamic_cast<DataVideoFF&>(*frame);
+    }
+    if (av_frame_make_writable(record->GetAVFrame()) < 0)
+        throw std::bad_alloc();
+    return *record->GetAVFrame();
+}
+
+std::vector<uint8_t*> GetPlanes(const AudioRef& audio)
+{
+    const bool planar = audio.sampleInfo.GetFormat().planar;
+    std::vector<uint8_t*> planes(planar ? static_cast<size_t>(audio.sampleInfo.GetChannelCount()) : 1);
+    for (size_t i = 0; i < planes.size(); ++i)
+        planes[i] = audio.data + i * audio.linesize;
+    return planes;
+}
+
+void CopySamples(const AudioRef& from, int fromIndex, const AudioRef& to, int toIndex, int count)
+{
+    const std::vector<uint8_t*> source = GetPlanes(from);
+    std::vector<uint8_t*> target = GetPlanes(to);
+    av_samples_copy(target.data(), source.data(), toIndex, fromIndex, count, from.sampleInfo.GetChannelCount(),
+                    static_cast<AVSampleFormat>(from.sampleInfo.GetFormat().format));
+}
+
+} // namespace Tessor::Host

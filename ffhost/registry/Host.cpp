@@ -1,0 +1,25 @@
+#include "ffhost/registry/Host.h"
+
+#include "Proc/Filters/Filters/FilterRegistrator.h"
+
+namespace Tessor::Host
+{
+
+std::vector<RegistryEntry> MediaHost::List() const
+{
+    std::vector<RegistryEntry> entries = filters->List();
+    for (const std::vector<RegistryEntry>& more : {effects->List(), algorithms->List()})
+        entries.insert(entries.end(), more.begin(), more.end());
+    return entries;
+}
+
+MediaHost MakeHost()
+{
+    const SP<EffectFactory> effects = EffectFactory::Create();
+    const SP<AlgorithmFactory> algorithms = AlgorithmFactory::Create();
+    const SP<FilterRegistry> filters = FilterRegistry::Create(effects, algorithms, nullptr);
+    FilterRegistrator(filters.get());
+    return {effects, algorithms, filters};
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,176 @@
+#include "Proc/Algorithms/BorderBlur.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <vector>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+/// A picture whose rows have bytes behind them that belong to nobody.
+struct Picture
+{
+    Picture(int width, int height) : width(width), height(height), stride(4 * width + 12)
+    {
+        bytes.assign(static_cast<size_t>(stride) * static_cast<size_t>(height), 0x5A);
+    }
+
+    uint8_t* At(int x, int y) { return bytes.data() + static_cast<ptrdiff_t>(y) * stride + 4 * x; }
+    AlphaPicture View(int alphaByte) { return {bytes.data(), stride, width, height, alphaByte}; }
+
+    int width;
+    int height;
+    ptrdiff_t stride;
+    std::vector<uint8_t> bytes;
+};
+
+/// What BlurTransparentBorder does, by looking at every pixel of every window.
+size_t BlurSlowly(Picture& picture, int alpha, int matrixSize)
+{
+    size_t coloured = 0;
+    const int64_t r = matrixSize / 2;
+    const auto clamped = [](int64_t value, int64_t most)
+    { return static_cast<int>(std::clamp<int64_t>(value, 0, most)); };
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x)
+        {
+            if (picture.At(x, y)[alpha] != 0)
+                continue;
+            int64_t sums[4] = {};
+            int64_t count = 0;
+            for (int v = clamped(y - r, picture.height); v < clamped(y + r, picture.height); ++v)
+                for (int u = clamped(x - r, picture.width); u < clamped(x + r, picture.width); ++u)
+                {
+                    if (picture.At(u, v)[alpha] == 0)
+                        continue;
+                    ++count;
+                    for (int i = 0; i < 4; ++i)
+                        sums[i] += picture.At(u, v)[i];
+                }
+            if (count == 0)
+                continue;
+            ++coloured;
+            for (int i = 0; i < 4; ++i)
+                if (i != alpha)
+                    picture.At(x, y)[i] = static_cast<uint8_t>(sums[i] / count);
+        }
+    return coloured;
+}
+
+using Alpha = std::function<uint8_t(int x, int y)>;
+
+Picture Paint(int width, int height, int alphaByte, std::mt19937& random, const Alpha& alpha)
+{
+    Picture picture(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+        {
+            for (int i = 0; i < 4; ++i)
+                picture.At(x, y)[i] = static_cast<uint8_t>(random() % 4 == 0 ? 255 : random());
+            picture.At(x, y)[alphaByte] = alpha(x, y);
+        }
+    return picture;
+}
+
+void ExpectSame(Picture picture, int alphaByte, int matrixSize)
+{
+    SCOPED_TRACE(std::to_string(picture.width) + "x" + std::to_string(picture.height) + " matrix " +
+                 std::to_string(matrixSize) + " alpha " + std::to_string(alphaByte));
+    Picture slow = picture;
+    const size_t expected = BlurSlowly(slow, alphaByte, matrixSize);
+    EXPECT_EQ(BlurTransparentBorder(picture.View(alphaByte), matrixSize), expected);
+    EXPECT_TRUE(picture.bytes == slow.bytes);
+}
+
+TEST(BlurTransparentBorder, EqualsTheSlowForm)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < 300 && !testing::Test::HasFailure(); ++i)
+    {
+        const int width = 1 + static_cast<int>(random() % (i % 3 == 0 ? 200 : 30));
+        const int height = 1 + static_cast<int>(random() % 30);
+        const unsigned transparentPercent = std::vector<unsigned>{0, 2, 50, 98, 100}[random() % 5];
+        const int alphaByte = random() % 2 ? 3 : 0;
+        const int matrix = i % 4 == 0 ? static_cast<int>(random() % 700) : static_cast<int>(random() % 12);
+        ExpectSame(Paint(width, height, alphaByte, random,
+                         [&](int, int) { return random() % 100 < transparentPercent ? 0 : 1 + random() % 255; }),
+                   alphaByte, matrix);
+    }
+}
+
+/// Large areas of one kind, so that blocks are skipped, left behind and taken up again.
+TEST(BlurTransparentBorder, EqualsTheSlowFormOnShapes)
+{
+    const Alpha shapes[] = {
+        [](int x, int y) { return (x - 130) * (x - 130) + (y - 25) * (y - 25) < 400 ? 255 : 0; }, // a logo
+        [](int x, int y) { return (x - 130) * (x - 130) + (y - 25) * (y - 25) < 400 ? 0 : 255; }, // a hole
+        [](int x, int) { return x / 64 % 3 == 0 ? 255 : 0; },                                     // pillars
+        [](int x, int y) { return (x / 70 + y / 12) % 2 == 0 ? 255 : 0; },                        // a chequerboard
+        [](int x, int y) { return x == 127 && y % 20 == 7 ? 1 : 0; },                             // single points
+        [](int x, int y) { return y < 10 && x < 219 ? 0 : 255; },                                 // a border
+    };
+    std::mt19937 random(2);
+    for (const Alpha& shape : shapes)
+        for (const int matrix : {2, 5, 33, 130, 500})
+            ExpectSame(Paint(220, 50, 3, random, shape), 3, matrix);
+}
+
+TEST(BlurTransparentBorder, LooksLessFarToTheRightAndBottom)
+{
+    // One visible pixel; of the matrix of 5 those whose window holds it lie up to 1 before and 2 behind it.
+    std::mt19937 random(3);
+    Picture picture = Paint(9, 9, 3, random, [](int x, int y) { return x == 4 && y == 4 ? 9 : 0; });
+    EXPECT_EQ(BlurTransparentBorder(picture.View(3), 5), 15u);
+    for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 9; ++x)
+        {
+            const bool near = x >= 3 && x <= 6 && y >= 3 && y <= 6;
+            EXPECT_EQ(std::equal(picture.At(x, y), picture.At(x, y) + 3, picture.At(4, 4)), near) << x << " " << y;
+        }
+}
+
+TEST(BlurTransparentBorder, SumsBeyond32Bits)
+{
+    // All windows hold the whole picture: the mean of 12 million pixels, near 255.
+    Picture picture(4000, 3000);
+    picture.bytes.assign(picture.bytes.size(), 255);
+    for (int x = 0; x < 100; ++x)
+        picture.At(x, 5)[2] = 0;
+    picture.At(3999, 2999)[3] = 0;
+    EXPECT_EQ(BlurTransparentBorder(picture.View(3), INT32_MAX), 1u);
+    EXPECT_EQ(picture.At(3999, 2999)[1], 255);
+    EXPECT_EQ(picture.At(3999, 2999)[2], 254);
+}
+
+TEST(BlurTransparentBorder, BearsAllSizes)
+{
+    Picture picture(1, 1);
+    for (const int matrix : {INT32_MIN, -5, 0, 1})
+        EXPECT_EQ(BlurTransparentBorder(picture.View(3), matrix), 0u);
+    EXPECT_EQ(BlurTransparentBorder({nullptr, 0, 0, 0, 3}, 5), 0u);
+    EXPECT_EQ(BlurTransparentBorder({picture.bytes.data(), 16, 1, 0, 3}, 5), 0u);
+}
+
+TEST(BlurTransparentBorder, TakesRowsFromTheBottomUp)
+{
+    std::mt19937 random(4);
+    Picture picture = Paint(100, 20, 3, random, [&](int, int) { return random() % 2 ? 255 : 0; });
+    Picture turned = picture;
+    for (int y = 0; y < 20; ++y)
+        std::copy_n(picture.At(0, y), 400, turned.At(0, 19 - y));
+    BlurSlowly(picture, 3, 7);
+    const AlphaPicture view{turned.At(0, 19), -turned.stride, 100, 20, 3};
+    BlurTransparentBorder(view, 7);
+    for (int y = 0; y < 20; ++y)
+        EXPECT_TRUE(std::equal(picture.At(0, y), picture.At(0, y) + 400, turned.At(0, 19 - y))) << y;
+}
+
+} // namespace
+
+} // namespace Tessor::Proc

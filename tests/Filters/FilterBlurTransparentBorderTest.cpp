@@ -1,0 +1,132 @@
+#include "Proc/Filters/Filters/FilterBlurTransparentBorder.h"
+
+#include "Proc/Settings/SettingsColorspaceConverter.h"
+#include "media/DataVideoFF.h"
+#include "tests/Filters/FakeEffects.h"
+#include "tests/support/Conformance.h"
+#include "tests/support/ReadAll.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace Tessor::Test
+{
+namespace
+{
+
+using namespace Proc;
+
+/// 8 x 8 pixels of the bytes 1 2 3 4 5 ..., with an alpha of 0 but for the pixel in the middle.
+SP<IDataVideo> Picture(PixFmt format, int alphaByte)
+{
+    const SP<IDataVideo> frame = DataVideoFF::Create(format, {8, 8}, nullptr);
+    for (size_t y = 0; y < 8; ++y)
+    {
+        uint8_t* const row = frame->GetPlane(0).GetOffsetPtr(0, y);
+        for (size_t i = 0; i < frame->GetPlane(0).GetRowBytes(); ++i)
+            row[i] = static_cast<uint8_t>(i % 4 == static_cast<size_t>(alphaByte) ? 0 : 1 + y * 32 + i);
+    }
+    frame->GetPlane(0).GetOffsetPtr(16, 4)[alphaByte] = 200;
+    frame->SetPTS(0);
+    frame->SetDuration(40 * ms);
+    return frame;
+}
+
+SP<IStreamVideoEx> Make(const SP<IDataVideo>& frame, const SP<FakeEffectFactory>& factory, int matrix = 5)
+{
+    return FilterBlurTransparentBorder::Create(
+        MappedVideo::Create(ScriptedVideo::Create("0"), [frame](const SP<IDataVideo>&) { return frame; }), factory,
+        SettingsFilterBlurTransparentBorder(matrix));
+}
+
+/// Pixels of the frame that have the colour of the visible one.
+int CountColoured(IDataVideo& frame, int alphaByte)
+{
+    const auto colour = [alphaByte](const uint8_t* pixel)
+    { return std::vector<uint8_t>(pixel + (alphaByte == 0 ? 1 : 0), pixel + (alphaByte == 0 ? 4 : 3)); };
+    int count = 0;
+    for (size_t i = 0; i < 64; ++i)
+        count +=
+            colour(frame.GetPlane(0).GetOffsetPtr(i % 8 * 4, i / 8)) == colour(frame.GetPlane(0).GetOffsetPtr(16, 4));
+    return count;
+}
+
+TEST(FilterBlurTransparentBorder, Conforms)
+{
+    CheckConformance<IStreamVideo>("0 40 80:20 120",
+                                   [](const SP<IStreamVideo>& source)
+                                   {
+                                       return FilterBlurTransparentBorder::Create(
+                                           source, FakeEffectFactory::Create(), SettingsFilterBlurTransparentBorder());
+                                   });
+}
+
+TEST(FilterBlurTransparentBorder, KnowsWhereTheAlphaIs)
+{
+    struct Row
+    {
+        PixFmt format;
+        int alphaByte;
+    };
+    for (const Row& row : {Row{PixFmt::RGBA, 3}, {PixFmt::BGRA, 3}, {PixFmt::ARGB, 0}, {PixFmt::ABGR, 0}})
+    {
+        const SP<IDataVideo> frame = Picture(row.format, row.alphaByte);
+        const SP<IStreamVideoEx> filter = Make(frame, FakeEffectFactory::Create());
+        const SP<IDataVideo> result = filter->Read();
+        ASSERT_TRUE(result && result != frame);
+        EXPECT_EQ(CountColoured(*result, row.alphaByte), 16) << "the window of a matrix of 5 is 4 x 4";
+        EXPECT_EQ(CountColoured(*frame, row.alphaByte), 1) << "the parent's frame stays";
+        EXPECT_EQ(result->GetPlane(0).GetOffsetPtr(0, 0)[row.alphaByte], 0);
+        EXPECT_EQ(result->GetPTS(), 0);
+        filter->ReleaseInternalData();
+    }
+}
+
+TEST(FilterBlurTransparentBorder, PassesWhatItCannotWorkOn)
+{
+    const std::string converted = SettingsColorspaceConverter::CLASS_ID + ".Process";
+    struct Row
+    {
+        PixFmt format;
+        std::string calls;
+    };
+    for (const Row& row : {Row{PixFmt::RGB24, ""}, {PixFmt::YUV420P, ""}, {PixFmt::YUVA420P, converted}})
+    {
+        const SP<IDataVideo> frame = DataVideoFF::Create(row.format, {8, 8}, nullptr);
+        const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
+        const SP<IStreamVideoEx> filter = Make(frame, factory);
+        factory->log->Take();
+        EXPECT_EQ(filter->Read(), frame);
+        EXPECT_EQ(factory->log->Take(), row.calls);
+    }
+}
+
+TEST(FilterBlurTransparentBorder, SettingsAndStatistics)
+{
+    const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
+    const SP<IDataVideo> frame = Picture(PixFmt::RGBA, 3);
+    const SP<IStreamVideoEx> filter = Make(frame, factory, 1);
+    EXPECT_EQ(CountColoured(*filter->Read(), 3), 1) << "the window of a matrix of 1 is empty";
+    filter->Initialize(SettingsFilterBlurTransparentBorder(7));
+    const Core::Property statistics = filter->GetStatistic();
+    const Core::Property& record = *(statistics.end() - 1);
+    EXPECT_EQ(record["Matrix_size"].GetInt64(), 7);
+    EXPECT_EQ(record["count"].GetInt64(), 1);
+    EXPECT_THROW(filter->Initialize(FakeSettings("other")), std::bad_cast);
+    for (const auto& action :
+         std::initializer_list<std::function<void()>>{[&] { filter->Initialize(Core::Property("tree")); },
+                                                      [&] { filter->GetSettings(); }})
+        try
+        {
+            action();
+            FAIL();
+        }
+        catch (const FilterException& e)
+        {
+            EXPECT_EQ(Describe(e), "Method not implemented");
+        }
+    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), SettingsColorspaceConverter::CLASS_ID);
+}
+
+} // namespace
+} // namespace Tessor::Test

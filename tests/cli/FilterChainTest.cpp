@@ -1,0 +1,146 @@
+#include "cli/FilterCatalog.h"
+
+#include "Proc/Settings/SettingsFilterFrameRate.h"
+#include "Proc/Settings/SettingsResizer.h"
+#include "cli/UserError.h"
+
+#include <gtest/gtest.h>
+
+using namespace Tessor;
+using namespace Tessor::Cli;
+
+namespace
+{
+
+/// "name[key|value][key|value] name"
+std::string Print(const std::vector<FilterCall>& chain)
+{
+    std::string text;
+    for (const FilterCall& call : chain)
+    {
+        text += (text.empty() ? "" : " ") + call.name;
+        for (const auto& [key, value] : call.options)
+            text += "[" + key + "|" + value + "]";
+    }
+    return text;
+}
+
+/// The message of the UserError, or what else happened.
+template <class Action>
+std::string MessageOf(Action action)
+{
+    try
+    {
+        action();
+        return "no error";
+    }
+    catch (const UserError& e)
+    {
+        return e.code == ExitCode::Usage ? e.what() : "another status";
+    }
+}
+
+} // namespace
+
+TEST(FilterChain, ReadsTheGrammar)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"", ""},
+        {"  ", ""},
+        {"deinterlace", "deinterlace"},
+        {"scale=width=640", "scale[width|640]"},
+        {"scale=width=640:height=360,fps=rate=25", "scale[width|640][height|360] fps[rate|25]"},
+        {" scale = width = 640 : height=360 , fps=rate=25 ", "scale[width|640][height|360] fps[rate|25]"},
+        {"a=k=", "a[k|]"},
+        {"a=k=''", "a[k|]"},
+        {"a=k=x=y", "a[k|x=y]"},
+        {"avfilter=graph='hqdn3d,eq=gamma=1.2'", "avfilter[graph|hqdn3d,eq=gamma=1.2]"},
+        {"a=k=b\\,c\\:d\\\\e\\'f", "a[k|b,c:d\\e'f]"},
+        {"a=k='in quotes \\ is itself'", "a[k|in quotes \\ is itself]"},
+        {"a=k=x'y, 'z", "a[k|xy, z]"},
+        {"a=k=' x ' ,b", "a[k| x ] b"},
+        {"a=k=two words:l=\\ m", "a[k|two words][l| m]"},
+    };
+    for (const auto& [text, wanted] : rows)
+        EXPECT_EQ(Print(ParseFilterChain(text)), wanted) << text;
+}
+
+TEST(FilterChain, TellsWhatIsWrongAndWhere)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"scale,", "character 7: a filter is missing"},
+        {",scale", "character 1: the name of a filter is missing"},
+        {"scale=", "character 7: a key is missing"},
+        {"scale=640", "\"640\" has no value"},
+        {"scale=width=640:", "character 17: a key is missing"},
+        {"scale width=640", "character 7: \"w\" is not expected"},
+        {"a=k='open", "character 5: the quote has no end"},
+        {"a=k=x\\", "nothing stands behind the backslash"},
+    };
+    for (const auto& [text, wanted] : rows)
+        EXPECT_NE(MessageOf([text = text] { ParseFilterChain(text); }).find(wanted), std::string::npos)
+            << text << ": " << MessageOf([text = text] { ParseFilterChain(text); });
+}
+
+TEST(FilterCatalog, SetsSettingsFromChains)
+{
+    const std::vector<FilterStep> steps =
+        ReadFilters("scale=width=640:aspect=16/15:mode=exact,fps=rate=29.97:mode=adjust,fade=start=1.5:duration=0.25",
+                    MediaType::Video);
+    ASSERT_EQ(steps.size(), 3u);
+    const auto& scale = dynamic_cast<const Proc::SettingsResizer&>(*steps[0].settings);
+    EXPECT_EQ(scale.width, 640);
+    EXPECT_EQ(scale.height, 0);
+    EXPECT_EQ(scale.aspect, Core::Property::Ratio(16, 15));
+    EXPECT_EQ(scale.mode, Proc::SettingsResizer::CustomModes::Exact);
+    const auto& rate = dynamic_cast<const Proc::SettingsFilterFrameRate&>(*steps[1].settings);
+    EXPECT_EQ(rate.frameRate, Core::Property::Ratio(2997, 100));
+    EXPECT_EQ(steps[1].implName, Proc::SettingsFilterFrameRate::IMPL_ADJUST);
+    EXPECT_EQ(steps[2].start, 1500000);
+    EXPECT_EQ(steps[2].duration, 250000);
+    // a chain does not change the defaults of the next
+    EXPECT_EQ(dynamic_cast<const Proc::SettingsResizer&>(*ReadFilters("scale", MediaType::Video)[0].settings).width, 0);
+}
+
+TEST(FilterCatalog, RefusesWithWhatThereIs)
+{
+    struct Row
+    {
+        const char* chain;
+        MediaType kind;
+        std::vector<std::string> wanted;
+    };
+    const Row rows[] = {
+        {"scal=width=1", MediaType::Video, {"there is no filter \"scal\"", "scale"}},
+        {"volum", MediaType::Audio, {"volume"}},
+        {"volume=gain=2", MediaType::Video, {"\"volume\" is a filter of sound"}},
+        {"scale=width=2", MediaType::Audio, {"\"scale\" is a filter of pictures"}},
+        {"scale=w=640", MediaType::Video, {"there is no key \"w\"", "width, height"}},
+        {"scale=width=17000", MediaType::Video, {"width=17000 is out of range", "from 0 to 16384"}},
+        {"scale=width=-1", MediaType::Video, {"out of range"}},
+        {"scale=width=6x", MediaType::Video, {"\"6x\" is no value of width", "a whole number"}},
+        {"scale=width=99999999999999999999", MediaType::Video, {"is no value"}},
+        {"scale=mode=crop", MediaType::Video, {"\"crop\" is no value of mode", "fit|fill|exact"}},
+        {"scale=aspect=1/0", MediaType::Video, {"\"1/0\" is no value of aspect", "ratio"}},
+        {"fps=rate=25.", MediaType::Video, {"is no value of rate"}},
+        {"fps=mode=best", MediaType::Video, {"grid|adjust"}},
+        {"format=formats=yuv9p", MediaType::Video, {"\"yuv9p\" is no pixel format"}},
+        {"volume=normalize=maybe", MediaType::Audio, {"yes|no"}},
+        {"volume=gain=nan1", MediaType::Audio, {"is no value of gain"}},
+        {"fade=start=-1", MediaType::Audio, {"out of range"}},
+    };
+    for (const Row& row : rows)
+    {
+        const std::string message = MessageOf([&] { ReadFilters(row.chain, row.kind); });
+        for (const std::string& wanted : row.wanted)
+            EXPECT_NE(message.find(wanted), std::string::npos) << row.chain << ": " << message;
+    }
+}
+
+// A row of the catalog names what the host really has.
+TEST(FilterCatalog, EveryRowHasAnImplementation)
+{
+    const Factories factories = Factories::Make();
+    for (const CatalogRow& row : GetCatalog())
+        EXPECT_FALSE(ListImplementations(row, factories).empty()) << row.name;
+}

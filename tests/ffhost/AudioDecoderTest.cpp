@@ -1,0 +1,168 @@
+#include "ffhost/codecs/AudioDecoder.h"
+
+#include "ffhost/FormatTags.h"
+#include "ffhost/io/Demuxer.h"
+#include "media/DataPacketFF.h"
+#include "tests/ffhost/Streams.h"
+#include "tests/support/Media.h"
+
+#include <gtest/gtest.h>
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
+
+#include <cmath>
+#include <cstring>
+
+namespace Tessor::Host::Tests
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr int RATE = 8000;
+
+/// The first channel, and where the first sample stands.
+struct Sound
+{
+    avTime start = NoTime;
+    std::vector<double> samples;
+};
+
+double SampleAt(const AudioRef& block, int index)
+{
+    const bool planar = block.sampleInfo.GetFormat().planar;
+    const int place = planar ? index : index * block.sampleInfo.GetChannelCount();
+    switch (block.sampleInfo.GetFormat().format)
+    {
+    case Conf::SampleFormats::S16:
+    case Conf::SampleFormats::S16P:
+        return reinterpret_cast<const int16_t*>(block.data)[place] / 32768.0;
+    case Conf::SampleFormats::S32:
+        return reinterpret_cast<const int32_t*>(block.data)[place] / 2147483648.0;
+    default:
+        return reinterpret_cast<const float*>(block.data)[place];
+    }
+}
+
+/// Reads at most that many samples, and sees to it that blocks abut.
+Sound ReadSound(IStreamAudio& stream, size_t most)
+{
+    Sound sound;
+    avTime end = NoTime;
+    while (sound.samples.size() < most)
+    {
+        const SP<IDataAudio> block = stream.Read();
+        if (!block)
+            break;
+        if (end != NoTime)
+        {
+            EXPECT_EQ(block->GetPTS(), end) << "sample " << sound.samples.size();
+        }
+        else
+            sound.start = block->GetPTS();
+        end = AddTime(block->GetPTS(), block->GetDuration());
+        for (int i = 0; i < block->GetSampleCount(); ++i)
+            sound.samples.push_back(SampleAt(block->GetConstAudioRef(), i));
+    }
+    return sound;
+}
+
+SP<IStreamAudio> Open(const std::string& clip)
+{
+    const SP<Demuxer> demuxer = Demuxer::Open(Test::ClipPath(clip));
+    for (const TrackInfo& track : demuxer->GetInfo().tracks)
+        if (track.type == MediaType::Audio)
+            return AudioDecoder::Create(demuxer->GetStream(track.index));
+    return nullptr;
+}
+
+/// Packets of 100 ms of PCM whose samples count up, at the given times.
+SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
+{
+    const SP<Conf::IFormatCodecAudio> format = Conf::IFormatCodecAudio::Create();
+    format->SetSampleInfo({Conf::SampleFormats::S16, RATE, Conf::ChannelLayout::Mono});
+    format->GetProperties().SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID, "pcm_s16le");
+    std::vector<SP<IDataPacket>> packets;
+    int16_t next = 1;
+    for (const avTime time : times)
+    {
+        AVPacket* packet = CreatePacket(RATE / 10 * sizeof(int16_t));
+        for (int i = 0; i < RATE / 10; ++i, ++next)
+            std::memcpy(packet->data + i * sizeof(int16_t), &next, sizeof(next));
+        packets.push_back(DataPacketFF::Create(packet, MediaType::Audio, time, time, 100000));
+    }
+    return SP<IStreamRaw>(new PacketList(format, packets));
+}
+
+} // namespace
+
+class AudioClips : public testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(AudioClips, SeeksAreExact)
+{
+    TESSOR_SKIP_WITHOUT(GetParam());
+    const SP<IStreamAudio> stream = Open(GetParam());
+    ASSERT_TRUE(stream);
+    const int rate = stream->GetFormatCodec()->GetSampleInfo().GetSampleRate();
+    const Sound whole = ReadSound(*stream, SIZE_MAX);
+    ASSERT_GE(whole.samples.size(), static_cast<size_t>(rate));
+    EXPECT_GE(whole.start, 0);
+    for (const avTime target : {600000LL, 0LL, 900000LL, 333333LL})
+    {
+        stream->RequestSeek(target, nullptr);
+        stream->DoSeek();
+        const Sound part = ReadSound(*stream, static_cast<size_t>(rate) / 10);
+        const avTime wanted = std::max(target, whole.start);
+        EXPECT_LE(std::abs(part.start - wanted), 1000000 / rate + 1) << target;
+        const auto first = static_cast<size_t>(Duration2SampleCount(part.start - whole.start, rate));
+        double worst = 0;
+        for (size_t i = 0; i < part.samples.size() && first + i < whole.samples.size(); ++i)
+            worst = std::max(worst, std::abs(part.samples[i] - whole.samples[first + i]));
+        EXPECT_LT(worst, 1e-4) << target;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, AudioClips,
+                         testing::Values("h264-high-closedgop-bframes-aac.mp4", "h264-editlist-start1s-aac.mp4",
+                                         "h264-high-cinemascope-aac51.mp4", "mp3-vbr-xing.mp3", "pcm-s24le.wav",
+                                         "mpeg4sp-85s-aac.mov", "aac-lc-48k.aac", "mpeg2-576i-ac3-synth.vob"));
+
+TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
+{
+    struct Row
+    {
+        const char* what;
+        std::vector<avTime> times;
+        size_t count;
+        avTime start;
+        std::vector<std::pair<size_t, double>> samples; // place and value, in units of the counter
+    };
+    const Row rows[] = {
+        {"jitter is none of the sound", {0, 110000, 195000, 300000}, 3200, 0, {{0, 1}, {800, 801}, {3199, 3200}}},
+        {"a gap is silence", {0, 100000, 400000}, 4000, 0, {{1599, 1600}, {1600, 0}, {3199, 0}, {3200, 1601}}},
+        {"what comes twice is dropped", {0, 100000, 100000, 200000}, 2400, 0, {{1599, 1600}, {1600, 2401}}},
+        {"a wrong time is no gap", {0, 100000, -90000000, 300000}, 3200, 0, {{1600, 1601}, {2400, 2401}}},
+        {"what lies before 0 is dropped", {-150000, -50000, 50000}, 1200, 0, {{0, 1201}, {400, 1601}}},
+        {"a late start is no silence", {500000, 600000}, 1600, 500000, {{0, 1}}},
+    };
+    for (const Row& row : rows)
+    {
+        const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(row.times));
+        stream->RequestSeek(0, nullptr);
+        stream->DoSeek();
+        const Sound sound = ReadSound(*stream, SIZE_MAX);
+        ASSERT_EQ(sound.samples.size(), row.count) << row.what;
+        EXPECT_EQ(sound.start, row.start) << row.what;
+        for (const auto& [place, value] : row.samples)
+            EXPECT_EQ(std::lround(sound.samples[place] * 32768), value) << row.what << ", sample " << place;
+    }
+}
+
+} // namespace Tessor::Host::Tests

@@ -1,0 +1,68 @@
+#include "ffhost/ReadAhead.h"
+
+#include "tests/support/Decorators.h"
+#include "tests/support/ReadAll.h"
+#include "tests/support/ScriptedStream.h"
+
+#include <gtest/gtest.h>
+
+namespace Tessor::Host::Tests
+{
+
+using namespace Proc;
+using Test::FaultySource;
+using Test::ReadAll;
+using Test::ReadSome;
+using Test::ScriptedVideo;
+using Test::Seek;
+
+namespace
+{
+
+const std::string script = "0 40 80 120 160 200";
+
+SP<IStreamVideo> Ahead(const SP<IStreamVideo>& parent, size_t capacity)
+{
+    return ReadAhead<IStreamVideo>::Create(parent, capacity);
+}
+
+} // namespace
+
+TEST(ReadAhead, DeliversWhatTheParentDoes)
+{
+    const std::string wanted = ReadAll(SP<IStreamVideo>(ScriptedVideo::Create(script)));
+    for (const size_t capacity : {0, 1, 2, 100})
+    {
+        const SP<IStreamVideo> stream = Ahead(ScriptedVideo::Create(script), capacity);
+        EXPECT_EQ(ReadAll(stream), wanted) << capacity;
+        EXPECT_EQ(stream->Read(), nullptr) << "the end stays the end";
+        Seek(stream, 0);
+        ReadSome(stream, 2);
+        Seek(stream, 0);
+        EXPECT_EQ(ReadAll(stream), wanted) << "nothing read ahead survives a seek, " << capacity;
+    }
+}
+
+TEST(ReadAhead, ThrowsInThePlaceOfTheItemUntilASeek)
+{
+    const auto faulty = FaultySource<IStreamVideo>::Create(ScriptedVideo::Create(script), 3);
+    const SP<IStreamVideo> stream = Ahead(faulty, 10);
+    EXPECT_TRUE(stream->Read() && stream->Read());
+    EXPECT_THROW(stream->Read(), FilterException);
+    EXPECT_THROW(stream->Read(), FilterException);
+    Seek(stream, 0);
+    EXPECT_EQ(ReadAll(stream), ReadAll(SP<IStreamVideo>(ScriptedVideo::Create(script))));
+}
+
+TEST(ReadAhead, EndsWhileItsQueueIsFull)
+{
+    for (int round = 0; round < 20; ++round)
+    {
+        const SP<IStreamVideo> stream = Ahead(Ahead(ScriptedVideo::Create(script), 1), 1);
+        EXPECT_TRUE(stream->Read());
+        if (round % 2)
+            stream->Terminate();
+    }
+}
+
+} // namespace Tessor::Host::Tests
