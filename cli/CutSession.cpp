@@ -241,10 +241,15 @@ void CutSession::AlignToGroups()
 bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
 {
     const avTime first = FindEntry(stream, 0);
-    const auto parts = [&](avTime bound)
-    { return bound > first && bound < GetInfo().duration && FindSeam(stream, bound).position != bound; };
+    const auto inside = [&](avTime bound) { return bound > first && bound < GetInfo().duration; };
+    // an open group lacks its reference where a piece begins with it
     return std::none_of(ranges.begin(), ranges.end(),
-                        [&](const Range& range) { return parts(range.start) || parts(range.end); });
+                        [&](const Range& range)
+                        {
+                            const Seam begin = inside(range.start) ? FindSeam(stream, range.start) : Seam{};
+                            return (inside(range.start) && std::max(begin.position, begin.entry) != range.start) ||
+                                   (inside(range.end) && FindSeam(stream, range.end).position != range.end);
+                        });
 }
 
 std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const

@@ -1,16 +1,15 @@
 #pragma once
 
 #include "Fnd/Export.h"
-#include "Proc/CodecParsers/H264ParameterSets.h"
+#include "ffhost/io/H264SliceSyntax.h"
 #include "media/IBlob.h"
 #include "media/IDataPacket.h"
 
+#include <optional>
 #include <vector>
 
 namespace Tessor::Host
 {
-
-class H264SliceReader;
 
 /// Makes decoders pass a seam without faults where an open group of H.264 pictures is entered
 /// (DataPacketFF::IsEntered). Its key picture is no IDR picture, so two things run on from what was cut away (ITU-T
@@ -37,46 +36,32 @@ public:
     SP<Proc::IDataPacket> Repair(const SP<Proc::IDataPacket>& packet);
 
 private:
-    /// A slice header's fields that matter here, and their places in the RBSP, in bits.
-    struct Slice
-    {
-        bool idr = false, reference = false;
-        uint32_t frameNum = 0, orderLsb = 0;
-        bool adaptive = false;             // marking is by commands
-        std::vector<uint32_t> unmarked;    // difference_of_pic_nums_minus1 of the commands
-        size_t orderAt = 0, markingAt = 0; // where the fields begin
-        size_t markingEnd = 0, headerEnd = 0;
-    };
     struct Reference
     {
         uint32_t frameNum;
         bool stale; // from before the seam, or put into a gap
     };
-    using Bytes = std::vector<uint8_t>;
     using Nalu = std::pair<const uint8_t*, size_t>;
     using Nalus = std::vector<Nalu>;
 
-    bool IsSupported() const;
     /// The first slice, with what follows it in the packet where that makes no difference; null when there is none.
     Nalu FindSlice(const Proc::IDataPacket& packet) const;
     Nalus Split(const Proc::IDataPacket& packet) const;
-    Slice Parse(const Bytes& rbsp, uint8_t header) const;
-    void SkipToMarking(H264SliceReader& reader, uint32_t type) const;
-    void ParseMarking(H264SliceReader& reader, Slice& slice) const;
-    void Begin(const Slice& slice);
-    void Enter(const Slice& slice);
-    void Follow(Slice& slice);
-    void FollowOrder(const Slice& slice);
+    void Begin(const H264SliceHeader& slice);
+    void Enter(const H264SliceHeader& slice);
+    void Follow(H264SliceHeader& slice);
+    void FollowOrder(const H264SliceHeader& slice);
     void FillGap(uint32_t frameNum);
-    void Mark(Slice& slice);
-    uint32_t ToFrameNum(const Slice& slice, uint32_t difference) const;
-    Bytes Rewrite(const Bytes& rbsp, const Slice& old, const Slice& wanted) const;
-    SP<Proc::IDataPacket> Rebuild(const Proc::IDataPacket& packet, const Nalus& units, const Slice& wanted) const;
+    void Mark(H264SliceHeader& slice);
+    uint32_t OrderRange() const;
+    uint32_t FrameNumMask() const;
+    uint32_t MaxReferences() const;
+    uint32_t ToFrameNum(const H264SliceHeader& slice, uint32_t difference) const;
+    SP<Proc::IDataPacket> Rebuild(const Proc::IDataPacket& packet, const Nalus& units,
+                                  const H264SliceHeader& wanted) const;
 
-    Proc::CodecParsers::SPS_decoded sps;
-    Proc::CodecParsers::PPS_decoded pps;
-    size_t lengthSize = 0; // of the units in packets, 0: start codes
-    bool supported = false;
+    std::optional<H264SliceSyntax> syntax; // none where nothing is repaired
+    size_t lengthSize = 0;                 // of the units in packets, 0: start codes
 
     bool started = false;      // a picture came
     bool known = false;        // what follows is valid: an IDR picture came, or an entered one at the very start, and
