@@ -38,13 +38,15 @@ avTime GetRounding(const Host::TrackInfo& track)
 }
 
 /// How far before a picture's time players show it that count in frames from the file's start: the video may begin
-/// between two of those. Pictures that these show later need nothing.
-avTime GetSlack(const Host::TrackInfo& track)
+/// between two of those. Pictures that these show later need nothing. Broadcasts are counted from the video's start.
+avTime GetSlack(const Host::TrackInfo& track, bool broadcast)
 {
     if (track.frameRateNum <= 0 || track.frameRateDen <= 0 || track.start == NoTime || track.start < 0)
         return 0;
     const avTime frame = 1000000LL * track.frameRateDen / track.frameRateNum;
     const avTime late = frame > 0 ? track.start % frame : 0;
+    if (broadcast)
+        return track.start < frame ? track.start : 0;
     // halfway ticks round one picture up and the next one down
     return late + std::max(GetRounding(track), snap_tolerance) < frame / 2 ? late : 0;
 }
@@ -164,7 +166,7 @@ std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
     // All bounds give way alike, so that pictures keep their distance at the seams; key pictures can't, as their groups
     // are kept as they are.
     const bool keys = std::any_of(bounds.begin(), bounds.end(), [](const auto& b) { return b.second.picture.key; });
-    const avTime before = GetRounding(track) + (keys ? 0 : GetSlack(track));
+    const avTime before = GetRounding(track) + (keys ? 0 : GetSlack(track, GetInfo().broadcast));
     for (const auto& [place, bound] : bounds)
         *place = bound.picture.start == NoTime || bound.picture.key ? bound.time : bound.time - before;
     return list;
@@ -176,7 +178,8 @@ CutSession::Bound CutSession::SnapStart(const Range& range)
     const avTime standing = around.standing.start, next = around.next.start;
     // the first picture gives way as any other, having no group before it
     const Host::TrackInfo& track = GetInfo().tracks[GetVideo()->index];
-    if (standing == NoTime && next != NoTime && next - GetSlack(track) - GetRounding(track) <= range.start)
+    if (standing == NoTime && next != NoTime &&
+        next - GetSlack(track, GetInfo().broadcast) - GetRounding(track) <= range.start)
         return {next, {next, false}};
     // in front of the first picture and behind the last one there is nothing to cut through
     if (standing == NoTime || (next == NoTime && around.end <= range.start))
@@ -241,15 +244,16 @@ void CutSession::AlignToGroups()
 bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
 {
     const avTime first = FindEntry(stream, 0);
-    const auto inside = [&](avTime bound) { return bound > first && bound < GetInfo().duration; };
-    // an open group lacks its reference where a piece begins with it
+    const auto parts = [&](avTime bound, bool begins)
+    {
+        if (bound <= first || bound >= GetInfo().duration)
+            return false;
+        const Seam seam = FindSeam(stream, bound);
+        // an open group lacks its reference where a piece begins with it
+        return seam.position != bound || (begins && seam.entry != bound);
+    };
     return std::none_of(ranges.begin(), ranges.end(),
-                        [&](const Range& range)
-                        {
-                            const Seam begin = inside(range.start) ? FindSeam(stream, range.start) : Seam{};
-                            return (inside(range.start) && std::max(begin.position, begin.entry) != range.start) ||
-                                   (inside(range.end) && FindSeam(stream, range.end).position != range.end);
-                        });
+                        [&](const Range& range) { return parts(range.start, true) || parts(range.end, false); });
 }
 
 std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
