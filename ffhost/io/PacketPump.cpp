@@ -46,7 +46,8 @@ void PacketPump::Select(int index)
     const int64_t start = file.Stream(index).start_time;
     const AVRational base{track.timeBaseNum, track.timeBaseDen};
     dense.emplace(index,
-                  DenseTrack{TrackTimes(track, info->origin, Clock()), GroupStaging(track.type), track.type,
+                  DenseTrack{H264RecoveryPoints(track), TrackTimes(track, info->origin, Clock()),
+                             GroupStaging(track.type), track.type,
                              start == AV_NOPTS_VALUE
                                  ? NoTime
                                  : SubTime(av_rescale_q(start, base, AVRational{1, AV_TIME_BASE}), info->origin)});
@@ -112,6 +113,7 @@ bool PacketPump::ReadPacket()
     const int index = packet->stream_index;
     if (const auto found = dense.find(index); found != dense.end())
     {
+        found->second.entries.Check(*packet);
         found->second.times.Push(std::move(packet));
         Deliver(found->second);
     }
@@ -238,7 +240,10 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
 {
     ended = false;
     for (auto& [index, track] : dense)
+    {
+        track.entries.Reset(atStart);
         track.times.Reset(atStart, near);
+    }
     for (auto& [index, track] : sparse)
         track.clock.Reset(atStart, near);
 }

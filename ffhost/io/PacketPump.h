@@ -2,6 +2,7 @@
 
 #include "ffhost/io/CutPlan.h"
 #include "ffhost/io/GroupStaging.h"
+#include "ffhost/io/H264RecoveryPoints.h"
 #include "ffhost/io/SourceFile.h"
 #include "ffhost/io/SparseInbox.h"
 #include "ffhost/io/TrackTimes.h"
@@ -41,6 +42,7 @@ public:
 private:
     struct DenseTrack
     {
+        H264RecoveryPoints entries;
         TrackTimes times;
         GroupStaging staging;
         MediaType type;

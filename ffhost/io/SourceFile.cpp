@@ -88,6 +88,8 @@ void SourceFile::FindStreams()
     const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
     if (code >= 0 && !(noHeader && HasUnknownStream(*context)))
         return;
+    // libavformat can look for what is missing once only
+    Open();
     context->probesize = DEEP_PROBE_BYTES;
     context->max_analyze_duration = DEEP_PROBE_TIME;
     avformat_find_stream_info(context.get(), nullptr);
