@@ -180,14 +180,12 @@ bool GroupStaging::ProcessKey()
     return !target || Land();
 }
 
-// A group in sequence is entered all the same where the cut leaves nothing for its leading pictures to lean on.
+// A group in sequence is entered all the same where the cut leaves nothing of before as it was to lean on.
 void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
 {
     const avTime first = FirstShown();
-    if (first >= key.GetPTS())
-        return;
     const bool encodedBefore = groupStart != NoTime && cut->IsPartlyKept(groupStart, first);
-    if (encodedBefore)
+    if (encodedBefore && first < key.GetPTS())
         CloseGroup();
     if (encodedBefore || cut->IsKeptStart(key.GetPTS()))
         start = Start::Entry;

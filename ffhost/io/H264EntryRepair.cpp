@@ -38,10 +38,8 @@ H264EntryRepair::H264EntryRepair(const SP<const IBlob>& extradata)
         return;
     try
     {
-        H264SliceSyntax read(extradata->Data(), extradata->Size());
         lengthSize = GetAvccNALULengthSize(extradata->Data(), extradata->Size());
-        if (read.IsSupported())
-            syntax.emplace(std::move(read));
+        syntax.emplace(extradata->Data(), extradata->Size());
     }
     catch (const std::exception& e)
     {
@@ -116,7 +114,7 @@ H264EntryRepair::Nalus H264EntryRepair::Split(const IDataPacket& packet) const
 void H264EntryRepair::Begin(const H264SliceHeader& slice)
 {
     entered = true;
-    highestOrder = lastOrder = slice.orderLsb;
+    highestOrder = ToOrder(slice.orderLsb, slice.orderRange);
 }
 
 // Between the pictures of before and those that follow room is left for what decoders put into gaps.
@@ -125,11 +123,13 @@ void H264EntryRepair::Enter(const H264SliceHeader& slice)
     entered = true;
     for (Reference& reference : references)
         reference.stale = true;
-    const int64_t range = OrderRange();
-    const int64_t lowest = std::min(highestOrder + 2 * MaxReferences() + 4, lastOrder + range / 2 - 1);
-    const int64_t natural = ((slice.orderLsb - lastOrder) % range + range) % range;
-    const bool forward = natural < range / 2 && lastOrder + natural >= lowest;
-    shift = forward ? 0 : static_cast<uint32_t>(((lowest - slice.orderLsb) % range + range) % range);
+    const int64_t range = slice.orderRange;
+    if (range == 0)
+        Refuse("order by frame_num");
+    const int64_t lowest =
+        std::min<int64_t>(highestOrder + 2 * slice.maxReferences + 4, lastMsb + lastLsb + range / 2 - 1);
+    const int64_t step = ((lowest - lastMsb - slice.orderLsb) % range + range) % range;
+    shift = ToOrder(slice.orderLsb, range) >= lowest ? 0 : static_cast<uint32_t>(step);
 }
 
 // Takes the picture into account; `slice` becomes what it should say.
@@ -140,59 +140,58 @@ void H264EntryRepair::Follow(H264SliceHeader& slice)
         entered = false;
         shift = lastFrameNum = 0;
         references.clear();
-        highestOrder = lastOrder = slice.orderLsb;
+        highestOrder = lastMsb = lastLsb = 0;
     }
     FollowOrder(slice);
-    slice.orderLsb = (slice.orderLsb + shift) & (OrderRange() - 1);
-    FillGap(slice.frameNum);
+    FillGap(slice);
     lastFrameNum = slice.frameNum;
     if (slice.reference)
         Mark(slice);
 }
 
-void H264EntryRepair::FollowOrder(const H264SliceHeader& slice)
+void H264EntryRepair::FollowOrder(H264SliceHeader& slice)
 {
-    const int64_t range = OrderRange();
-    int64_t step = ((slice.orderLsb + shift - lastOrder) % range + range) % range;
-    step -= step >= range / 2 ? range : 0;
-    highestOrder = std::max(highestOrder, lastOrder + step);
-    if (slice.reference)
-        lastOrder += step;
+    if (slice.orderRange == 0)
+    {
+        highestOrder += 2;
+        return;
+    }
+    slice.orderLsb = (slice.orderLsb + shift) & (slice.orderRange - 1);
+    const int64_t order = ToOrder(slice.orderLsb, slice.orderRange);
+    highestOrder = std::max(highestOrder, order);
+    if (!slice.reference)
+        return;
+    lastMsb = order - slice.orderLsb;
+    lastLsb = slice.orderLsb;
+}
+
+// 8.2.1.1.
+int64_t H264EntryRepair::ToOrder(uint32_t lsb, int64_t range) const
+{
+    const int64_t step = lsb - lastLsb;
+    if (step < 0 && -step >= range / 2)
+        return lastMsb + range + lsb;
+    return step > range / 2 ? lastMsb - range + lsb : lastMsb + lsb;
 }
 
 // 8.2.5.2: numbers left out count as pictures, each pushing out the oldest.
-void H264EntryRepair::FillGap(uint32_t frameNum)
+void H264EntryRepair::FillGap(const H264SliceHeader& slice)
 {
-    const uint32_t mask = FrameNumMask();
-    if (frameNum == lastFrameNum)
+    const uint32_t mask = slice.frameNumRange - 1;
+    if (slice.frameNum == lastFrameNum)
         return;
-    const uint32_t missing = (frameNum - lastFrameNum - 1) & mask;
-    for (uint32_t i = std::min(missing, MaxReferences()); i > 0; --i)
+    const uint32_t missing = (slice.frameNum - lastFrameNum - 1) & mask;
+    for (uint32_t i = std::min(missing, slice.maxReferences); i > 0; --i)
     {
-        references.push_back({(frameNum - i) & mask, true});
-        if (references.size() > MaxReferences())
+        references.push_back({(slice.frameNum - i) & mask, true});
+        if (references.size() > slice.maxReferences)
             references.erase(references.begin());
     }
 }
 
-uint32_t H264EntryRepair::OrderRange() const
+uint32_t H264EntryRepair::ToFrameNum(const H264SliceHeader& slice, uint32_t difference)
 {
-    return 16u << syntax->GetSPS().log2_max_pic_order_cnt_lsb_minus4;
-}
-
-uint32_t H264EntryRepair::FrameNumMask() const
-{
-    return (16u << syntax->GetSPS().log2_max_frame_num_minus4) - 1;
-}
-
-uint32_t H264EntryRepair::MaxReferences() const
-{
-    return syntax->GetSPS().max_num_ref_frames;
-}
-
-uint32_t H264EntryRepair::ToFrameNum(const H264SliceHeader& slice, uint32_t difference) const
-{
-    return (slice.frameNum - difference - 1) & FrameNumMask();
+    return (slice.frameNum - difference - 1) & (slice.frameNumRange - 1);
 }
 
 // 8.2.5.3 and 8.2.5.4.
@@ -200,7 +199,7 @@ void H264EntryRepair::Mark(H264SliceHeader& slice)
 {
     const auto remove = [&](uint32_t frameNum)
     { return std::erase_if(references, [=](const Reference& r) { return r.frameNum == frameNum; }) > 0; };
-    const size_t room = std::max<size_t>(MaxReferences(), 1);
+    const size_t room = std::max<size_t>(slice.maxReferences, 1);
     std::erase_if(slice.unmarked, [&](uint32_t difference) { return !remove(ToFrameNum(slice, difference)); });
     while (references.size() >= room)
     {

@@ -22,8 +22,8 @@ namespace Tessor::Host
 ///   unmarks the oldest picture of before the seam takes its place. What decoders hold, those that they put into gaps
 ///   of frame_num included, is followed picture by picture.
 ///
-/// Slice data stays as it is. Left alone are other types of picture order count, slice groups, and what lies between a
-/// packet that can't be read, is a single field, has long-term references or other parameter sets, and the next IDR
+/// Slice data stays as it is. Left alone are picture order count of type 1, slice groups, and what lies between a
+/// packet that can't be read, is a single field, has long-term references or unknown parameter sets, and the next IDR
 /// picture: decoders report missing references there, and show what they can. Interlaced pictures that are coded as
 /// whole frames are repaired like others.
 class TESSOR_API H264EntryRepair
@@ -50,13 +50,11 @@ private:
     void Begin(const H264SliceHeader& slice);
     void Enter(const H264SliceHeader& slice);
     void Follow(H264SliceHeader& slice);
-    void FollowOrder(const H264SliceHeader& slice);
-    void FillGap(uint32_t frameNum);
+    void FollowOrder(H264SliceHeader& slice);
+    void FillGap(const H264SliceHeader& slice);
     void Mark(H264SliceHeader& slice);
-    uint32_t OrderRange() const;
-    uint32_t FrameNumMask() const;
-    uint32_t MaxReferences() const;
-    uint32_t ToFrameNum(const H264SliceHeader& slice, uint32_t difference) const;
+    int64_t ToOrder(uint32_t lsb, int64_t range) const;
+    static uint32_t ToFrameNum(const H264SliceHeader& slice, uint32_t difference);
     SP<Proc::IDataPacket> Rebuild(const Proc::IDataPacket& packet, const Nalus& units,
                                   const H264SliceHeader& wanted) const;
 
@@ -68,7 +66,8 @@ private:
                                // nothing unreadable since
     bool entered = false;      // a seam lies behind the last IDR picture
     uint32_t lastFrameNum = 0; // of the picture before
-    int64_t lastOrder = 0;     // picture order count of the reference picture before
+    int64_t lastMsb = 0;       // picture order count of the reference picture before: what low bits don't tell
+    int64_t lastLsb = 0;       // and they
     int64_t highestOrder = 0;  // of all pictures so far
     uint32_t shift = 0;        // added to picture order counts since the last seam
     std::vector<Reference> references; // short-term ones as a decoder holds them, the oldest first

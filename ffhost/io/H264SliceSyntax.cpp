@@ -89,17 +89,45 @@ private:
 
 H264SliceSyntax::H264SliceSyntax(const uint8_t* extradata, size_t size)
 {
-    DecodeSPS(extradata, size, sps);
-    DecodePPS(extradata, size, pps);
+    std::vector<std::pair<const uint8_t*, size_t>> units;
+    if (IsAvcCHeader(extradata, size))
+        FindAvccHeaderNalus(extradata, size, units);
+    else
+        FindAnnexBNalus(extradata, size, units);
+    std::map<uint32_t, SPS_decoded> sequences;
+    for (const auto& [data, length] : units)
+    {
+        Bytes unit{0, 0, 1};
+        unit.insert(unit.end(), data, data + length);
+        const int type = length > 0 ? *data & 31 : 0;
+        if (SPS_decoded sps; type == H264_NALU_SPS)
+        {
+            DecodeSPS(unit.data(), unit.size(), sps);
+            sequences[sps.seq_parameter_set_id] = sps;
+        }
+        else if (PPS_decoded pps; type == H264_NALU_PPS)
+        {
+            DecodePPS(unit.data(), unit.size(), pps);
+            sets[pps.pic_parameter_set_id] = {sequences[pps.seq_parameter_set_id], pps};
+        }
+    }
 }
 
-bool H264SliceSyntax::IsSupported() const
+bool H264SliceSyntax::IsSupported(const Sets& sets)
 {
-    return sps.pic_order_cnt_type == 0 && !sps.separate_colour_plane_flag &&
+    const auto& [sps, pps] = sets;
+    return sps.pic_order_cnt_type != 1 && !sps.separate_colour_plane_flag &&
            sps.log2_max_frame_num_minus4 <= MAX_LOG2_MINUS4 &&
            sps.log2_max_pic_order_cnt_lsb_minus4 <= MAX_LOG2_MINUS4 && sps.max_num_ref_frames <= MAX_REFERENCES &&
-           pps.num_slice_groups_minus1 == 0 && !pps.redundant_pic_cnt_present_flag &&
-           pps.seq_parameter_set_id == sps.seq_parameter_set_id;
+           pps.num_slice_groups_minus1 == 0 && !pps.redundant_pic_cnt_present_flag;
+}
+
+const H264SliceSyntax::Sets& H264SliceSyntax::Find(uint32_t pps) const
+{
+    const auto found = sets.find(pps);
+    if (found == sets.end() || !IsSupported(found->second))
+        Refuse("parameter sets that are unknown or not supported");
+    return found->second;
 }
 
 // 7.3.3, slice_header().
@@ -112,18 +140,24 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
     slice.reference = (header & 0x60) != 0;
     reader.Ue(); // first_mb_in_slice
     const uint32_t type = reader.Ue() % 5;
-    if (reader.Ue() != pps.pic_parameter_set_id)
-        Refuse("other parameter sets");
+    const Sets& used = Find(reader.Ue());
+    const auto& [sps, pps] = used;
+    slice.frameNumRange = 16u << sps.log2_max_frame_num_minus4;
+    slice.maxReferences = sps.max_num_ref_frames;
     slice.frameNum = reader.Bits(sps.log2_max_frame_num_minus4 + 4);
     if (!sps.frame_mbs_only_flag && reader.Bits(1))
         Refuse("a single field");
     if (slice.idr)
         reader.Ue(); // idr_pic_id
     slice.orderAt = reader.Tell();
-    slice.orderLsb = reader.Bits(sps.log2_max_pic_order_cnt_lsb_minus4 + 4);
-    if (pps.bottom_field_pic_order_in_frame_present_flag)
-        reader.SkipSe(1);
-    SkipToMarking(reader, type);
+    if (sps.pic_order_cnt_type == 0)
+    {
+        slice.orderRange = 16u << sps.log2_max_pic_order_cnt_lsb_minus4;
+        slice.orderLsb = reader.Bits(sps.log2_max_pic_order_cnt_lsb_minus4 + 4);
+        if (pps.bottom_field_pic_order_in_frame_present_flag)
+            reader.SkipSe(1);
+    }
+    SkipToMarking(reader, type, used);
     slice.markingAt = reader.Tell();
     if (slice.reference)
         ParseMarking(reader, slice);
@@ -136,12 +170,14 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
     if (pps.deblocking_filter_control_present_flag && reader.Ue() != 1)
         reader.SkipSe(2);
     slice.headerEnd = reader.Tell();
+    slice.aligned = pps.entropy_coding_mode_flag != 0;
     return slice;
 }
 
 // Reference lists and their weights.
-void H264SliceSyntax::SkipToMarking(Reader& reader, uint32_t type) const
+void H264SliceSyntax::SkipToMarking(Reader& reader, uint32_t type, const Sets& sets)
 {
+    const auto& [sps, pps] = sets;
     if (type != H264_SLICE_P && type != H264_SLICE_B)
         return;
     const int lists = type == H264_SLICE_B ? 2 : 1;
@@ -171,7 +207,7 @@ void H264SliceSyntax::SkipToMarking(Reader& reader, uint32_t type) const
 }
 
 // 7.3.3.3, dec_ref_pic_marking().
-void H264SliceSyntax::ParseMarking(Reader& reader, H264SliceHeader& slice) const
+void H264SliceSyntax::ParseMarking(Reader& reader, H264SliceHeader& slice)
 {
     if (slice.idr)
     {
@@ -197,7 +233,7 @@ H264SliceSyntax::Bytes H264SliceSyntax::Rewrite(const Bytes& rbsp, const H264Sli
     const SP<Core::DataOutputString> text = Core::DataOutputString::Create();
     Core::DataBitInput input(Core::DataInputMemory::Create(rbsp.data(), rbsp.size()));
     Core::DataBitOutput output(text);
-    const unsigned orderBits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
+    const auto orderBits = static_cast<unsigned>(std::bit_width(old.orderRange / 2));
     CopyBits(input, output, old.orderAt);
     input.ReadBits(orderBits);
     output.WriteBits(wanted.orderLsb, orderBits);
@@ -220,7 +256,7 @@ H264SliceSyntax::Bytes H264SliceSyntax::Rewrite(const Bytes& rbsp, const H264Sli
         written -= old.markingEnd - old.markingAt;
         CopyBits(input, output, old.headerEnd - old.markingEnd);
     }
-    if (pps.entropy_coding_mode_flag)
+    if (old.aligned)
     {
         input.SkipBitsToNextByte();
         for (; written % 8 != 0; ++written)
