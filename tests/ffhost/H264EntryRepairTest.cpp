@@ -1,9 +1,15 @@
 #include "ffhost/io/H264EntryRepair.h"
 
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "ffhost/io/H264RecoveryPoints.h"
 #include "media/BlobFF.h"
 #include "media/DataPacketFF.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
 
 #include <gtest/gtest.h>
 
@@ -61,32 +67,36 @@ void Append(Bytes& bytes, const Bytes& unit, bool prefixed)
 
 std::mt19937 unused;
 
+/// Parameter sets 0, and those that re-encoded groups would use: order counts of 6 bits instead of 8.
 SP<const Proc::IBlob> MakeHeader(const Stream& stream)
 {
-    Writer sps(unused);
-    for (const uint32_t byte : {0x67, 77, 0, 30})
-        sps.Put(8, byte);
-    for (const uint32_t value : {0, 0, 0, 4, 2}) // identifier, frame_num, order type and bits, references
-        sps.PutUE(value);
-    sps.Put(1, 0);
-    sps.PutUE(10);
-    sps.PutUE(10);
-    sps.Put(stream.interlaced ? 2 : 1, 1); // frame_mbs_only_flag, or none and macroblocks that adapt
-    sps.Put(3, 4);
-    Writer pps(unused);
-    pps.Put(8, 0x68);
-    pps.PutUE(0);
-    pps.PutUE(0);
-    pps.Put(2, stream.cabac ? 2 : 0);
-    for (int i = 0; i < 3; ++i)
-        pps.PutUE(0);
-    pps.Put(3, 0);
-    for (int i = 0; i < 3; ++i)
-        pps.PutSE(0);
-    pps.Put(3, 4); // deblocking is told
     Bytes header;
-    Append(header, Escape(sps.Finish()), false);
-    Append(header, Escape(pps.Finish()), false);
+    for (const uint32_t id : {0, 1})
+    {
+        Writer sps(unused);
+        for (const uint32_t byte : {0x67, 77, 0, 30})
+            sps.Put(8, byte);
+        for (const uint32_t value : {id, 0u, 0u, id == 0 ? 4u : 2u, 2u}) // frame_num, order type and bits, references
+            sps.PutUE(value);
+        sps.Put(1, 0);
+        sps.PutUE(10);
+        sps.PutUE(10);
+        sps.Put(stream.interlaced ? 2 : 1, 1); // frame_mbs_only_flag, or none and macroblocks that adapt
+        sps.Put(3, 4);
+        Writer pps(unused);
+        pps.Put(8, 0x68);
+        pps.PutUE(id);
+        pps.PutUE(id);
+        pps.Put(2, stream.cabac ? 2 : 0);
+        for (int i = 0; i < 3; ++i)
+            pps.PutUE(0);
+        pps.Put(3, 0);
+        for (int i = 0; i < 3; ++i)
+            pps.PutSE(0);
+        pps.Put(3, 4); // deblocking is told
+        Append(header, Escape(sps.Finish()), false);
+        Append(header, Escape(pps.Finish()), false);
+    }
     const SP<const Proc::IBlob> blob = Proc::BlobFF::Create(header.data(), header.size());
     return stream.prefixed ? Proc::CodecParsers::H264_Extradata_AnnexBtoMp4(blob) : blob;
 }
@@ -120,7 +130,7 @@ Bytes MakeSlice(const Stream& stream, const Picture& picture, uint32_t firstBloc
         w.Put(picture.field ? 2 : 1, picture.field ? 2 : 0);
     if (picture.type == 'D')
         w.PutUE(3);
-    w.Put(8, picture.order);
+    w.Put(picture.parameterSet == 0 ? 8 : 6, picture.order);
     if (picture.type == 'B')
         w.Put(4, 8);
     if (picture.type == 'P')
@@ -217,6 +227,9 @@ TEST_P(EntryRepairTest, OrderCountsThatStepBackAreMovedUpToTheNextIdrPicture)
                        {'D', 0, 0},
                        {'P', 1, 8}});
     Check(GetParam(), {{'D', 0, 0}, {'P', 1, 100}, Entered(3, 130), {'P', 4, 134}});
+    Picture first{'D', 0, 0}, second{'P', 1, 30};
+    first.parameterSet = second.parameterSet = 1;
+    Check(GetParam(), {first, second, {Entered(3, 20), Entered(3, 38)}, {{'P', 4, 24}, {'P', 4, 42}}});
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, EntryRepairTest,
@@ -224,13 +237,45 @@ INSTANTIATE_TEST_SUITE_P(Streams, EntryRepairTest,
                                          Stream{"Prefixed", false, false, true}),
                          [](const auto& info) { return info.param.name; });
 
+TEST(H264RecoveryPointsTest, PicturesWhereARefreshMerelyBeginsAreNoKeys)
+{
+    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80};
+    const Bytes inter{0x41, 0x9A, 0x00, 0x00}, intra{0x41, 0x88, 0x80, 0x00}, idr{0x65, 0x88, 0x80, 0x00};
+    TrackInfo track;
+    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    parameters->codec_id = AV_CODEC_ID_H264;
+    track.parameters = parameters;
+    H264RecoveryPoints points(track);
+    const auto isKey = [&](const Bytes& message, const Bytes& slice)
+    {
+        Bytes bytes;
+        Append(bytes, message, false);
+        Append(bytes, slice, false);
+        AVPacket packet{};
+        packet.data = bytes.data();
+        packet.size = static_cast<int>(bytes.size());
+        packet.flags = AV_PKT_FLAG_KEY;
+        points.Check(packet);
+        return packet.flags != 0;
+    };
+    EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
+    EXPECT_FALSE(isKey(later, inter));
+    EXPECT_TRUE(isKey(now, inter));
+    EXPECT_TRUE(isKey(later, intra));
+    EXPECT_TRUE(isKey(later, idr));
+    EXPECT_TRUE(isKey({0x06, 0x06, 0xFF}, inter)) << "a message that ends too early";
+    points.Reset(true);
+    EXPECT_TRUE(isKey(later, inter));
+}
+
 TEST(H264EntryRepairTest, WhatIsNotUnderstoodStaysUpToTheNextIdrPicture)
 {
     const Stream stream{"", true, true};
     const Picture bad{'P', 6, 48, {0, 3}};
     Picture field{'P', 6, 48, {0, 3}}, other{'P', 6, 48, {0, 3}};
     field.field = true;
-    other.parameterSet = 1;
+    other.parameterSet = 2;
     Check(stream, {Entered(5, 40), field, bad, {'D', 0, 0}, {'P', 1, 8}});
     Check(stream, {Entered(5, 40), other, bad});
     // a piece that was not entered is no concern of the repair
