@@ -193,28 +193,3 @@ TEST(HEVCParameterSets, WindowBiggerThanThePictureWraps)
     sps.conf_win_right_offset = 1;
     EXPECT_EQ(sps.GetVisibleSize(), std::pair(0xFFFFFFFFu, 1920u));
 }
-
-TEST(HEVCParameterSets, MissingUnits)
-{
-    const std::string hvcc = "Finding HEVC NALUs in hvcC is not implemented yet";
-    const struct
-    {
-        const char* header;
-        std::string vpsFailure, spsFailure;
-    } rows[] = {
-        {"", "Not enougth data to determine HEVC header type", "Not enougth data to determine HEVC header type"},
-        {"00 00 01", "Not enougth data to determine h264 format type",
-         "Not enougth data to determine h264 format type"},
-        {"00 00 01 40 00 00 01 4e 01", "Can't find nalu of type 32", "Can't find nalu of type 33"}, // a byte is no unit
-        {"01 01 60 00", hvcc, hvcc},
-        {"00 01 60 00", hvcc, hvcc},
-    };
-    for (const auto& row : rows)
-    {
-        const Bytes header = Hex(row.header);
-        HEVC_VPS vps;
-        HEVC_SPS sps;
-        EXPECT_EQ(Failure([&] { HEVCDecodeVPS(header.data(), header.size(), vps); }), row.vpsFailure);
-        EXPECT_EQ(Failure([&] { HEVCDecodeSPS(header.data(), header.size(), sps); }), row.spsFailure);
-    }
-}

@@ -174,24 +174,18 @@ TEST(Headers, FaultsOfTheora)
 
 TEST(Headers, TheoraEqualToComparesWhatPacketsDependOn)
 {
-    using Change = void (*)(Theora_Config&);
-    const Change counts[] = {
-        [](auto& c) { c.beforeAlpha3 = true; }, [](auto& c) { c.frameWidth = 16; },
-        [](auto& c) { c.frameHeight = 16; },    [](auto& c) { c.pictureWidth = 1; },
-        [](auto& c) { c.pictureHeight = 1; },   [](auto& c) { c.colourSpace = 1; },
-        [](auto& c) { c.pixelFormat = 2; },     [](auto& c) { c.setup = {3}; },
+    const Theora_Config base{0x30201, false, 320, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 0, {8, 9}};
+    const Theora_Config rows[] = {
+        {0x301FF, true, 320, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 0, {8, 9}},
+        {0x30201, false, 336, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 0, {8, 9}},
+        {0x30201, false, 320, 192, 320, 191, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 0, {8, 9}},
+        {0x30201, false, 320, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 2, 0, 0, 0, {8, 9}},
+        {0x30201, false, 320, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 2, {8, 9}},
+        {0x30201, false, 320, 192, 320, 192, 0, 0, 25, 1, 1, 1, 6, 1, 0, 0, 0, {8, 8}},
     };
-    for (const Change change : counts)
-    {
-        Theora_Config other;
-        change(other);
-        EXPECT_FALSE(Theora_Config().EqualTo(other)) << "change " << &change - counts;
-    }
-    Theora_Config other;
-    other.version = 0x30201;
-    other.offsetX = other.offsetY = other.quality = other.keyframeGranuleShift = 1;
-    other.frameRateNum = other.frameRateDen = other.pixelAspectNum = other.pixelAspectDen = other.nominalBitrate = 1;
-    EXPECT_TRUE(Theora_Config().EqualTo(other));
+    for (const Theora_Config& other : rows)
+        EXPECT_FALSE(base.EqualTo(other)) << "row " << &other - rows;
+    EXPECT_TRUE(base.EqualTo({0x30200, false, 320, 192, 320, 192, 1, 2, 30, 2, 3, 4, 5, 1, 6, 7, 0, {8, 9}}));
 }
 
 TEST(Headers, PictureTypesThatClipsDoNotHave)

@@ -160,30 +160,36 @@ TEST(Nalus, ExpGolomb)
 
 TEST(PacketConversion, Mp4toAnnexB)
 {
+    const std::string damaged = "00 00 00 01 41 00 00 00 09 41";
     const struct
     {
-        const char* data;
+        std::string data;
         size_t lengthSize;
         bool key;
-        std::string result;
-        bool samePacket;
+        std::string extradata, result;
+        bool inPlace;
     } rows[] = {
-        {"00 00 00 02 41 9a 00 00 00 01 06", 4, false, "00 00 00 01 41 9a 00 00 00 01 06", true},
-        {"00 00 02 41 9a 00 00 01 06", 3, false, "00 00 01 41 9a 00 00 01 06", true},
-        {"00 02 41 9a 00 01 06", 2, false, "00 00 00 01 41 9a 00 00 00 01 06", false},
-        {"02 41 9a", 1, false, "00 00 00 01 41 9a", false},
-        {"00 00 00 02 65 88", 4, true, AvccAnnexB + " 00 00 00 01 65 88", false},
-        {"02 65 88", 1, true, AvccAnnexB + " 00 00 00 01 65 88", false},
+        {"00 00 00 02 41 9a 00 00 00 01 06", 4, false, Avcc, "00 00 00 01 41 9a 00 00 00 01 06", true},
+        {"00 00 02 41 9a 00 00 01 06", 3, false, Avcc, "00 00 01 41 9a 00 00 01 06", true},
+        {"00 02 41 9a 00 01 06", 2, false, Avcc, "00 00 00 01 41 9a 00 00 00 01 06", false},
+        {"02 41 9a", 1, false, Avcc, "00 00 00 01 41 9a", false},
+        {"00 00 00 02 65 88", 4, true, Avcc, AvccAnnexB + " 00 00 00 01 65 88", false},
+        {"02 65 88", 1, true, Avcc, AvccAnnexB + " 00 00 00 01 65 88", false},
+        {damaged, 4, false, "", "out of range", false},
+        {damaged, 0, false, "", "Invalid header size", false},
+        {"00 00 00 01 65", 4, true, "", "Not enougth data to determine h264 header type", false},
+        {"00 00 00 01 65", 4, true, "01 42 00", "avcC header is too small", false},
     };
     for (const auto& row : rows)
     {
         const SP<IDataPacket> packet = MakeVideoPacket(row.data, row.key);
-        const SP<IDataPacket> result = Mp4toAnnexB(packet, row.lengthSize, MakeBlob(Avcc), H264);
-        EXPECT_EQ(ToHex(*result), row.result);
-        EXPECT_EQ(result == packet, row.samePacket) << row.data;
-        EXPECT_EQ(result->IsKeyFrame(), row.key);
-        EXPECT_EQ(result->GetDTS(), 20);
-        EXPECT_TRUE(row.samePacket || ToHex(*packet) == row.data); // copies leave their source alone
+        SP<IDataPacket> result;
+        const std::string failure =
+            Failure([&] { result = Mp4toAnnexB(packet, row.lengthSize, MakeBlob(row.extradata), H264); });
+        EXPECT_EQ(result ? ToHex(*result) : failure, row.result) << row.data;
+        EXPECT_EQ(result == packet, row.inPlace) << row.data;
+        EXPECT_TRUE(row.inPlace || ToHex(*packet) == row.data); // copies and failures leave their source alone
+        EXPECT_TRUE(!result || (result->IsKeyFrame() == row.key && result->GetDTS() == 20));
     }
     // In place only where nobody else looks.
     const SP<IDataPacket> alone = MakeVideoPacket("00 00 00 01 41", false);
@@ -193,30 +199,6 @@ TEST(PacketConversion, Mp4toAnnexB)
     const SP<IDataPacket> clone = shared->Clone();
     EXPECT_EQ(ToHex(*Mp4toAnnexB(shared, 4, nullptr, H264)), "00 00 00 01 41 9a 9b");
     EXPECT_EQ(ToHex(*clone), "00 00 00 03 41 9a 9b");
-}
-
-TEST(PacketConversion, FailuresLeaveThePacketAlone)
-{
-    const std::string damaged = "00 00 00 01 41 00 00 00 09 41";
-    const struct
-    {
-        std::string data;
-        bool key;
-        size_t lengthSize;
-        const char* extradata;
-        const char* failure;
-    } rows[] = {
-        {damaged, false, 4, "", "out of range"},
-        {damaged, false, 0, "", "Invalid header size"},
-        {"00 00 00 01 65", true, 4, "", "Not enougth data to determine h264 header type"},
-        {"00 00 00 01 65", true, 4, "01 42 00", "avcC header is too small"},
-    };
-    for (const auto& row : rows)
-    {
-        const SP<IDataPacket> packet = MakeVideoPacket(row.data, row.key);
-        EXPECT_EQ(Failure([&] { Mp4toAnnexB(packet, row.lengthSize, MakeBlob(row.extradata), H264); }), row.failure);
-        EXPECT_EQ(ToHex(*packet), row.data);
-    }
 }
 
 TEST(PacketConversion, AnnexBtoMp4)

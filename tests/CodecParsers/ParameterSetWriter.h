@@ -40,7 +40,11 @@ public:
         (PutSE(fields = static_cast<F>(int64_t{Draw(2 * limit)} - limit)), ...);
     }
 
-    void Put(unsigned bits, uint32_t value) { output.WriteBits(value, bits); }
+    void Put(unsigned bits, uint32_t value)
+    {
+        output.WriteBits(value, bits);
+        written += bits;
+    }
     void PutUE(uint64_t value)
     {
         const auto width = static_cast<unsigned>(std::bit_width(value + 1));
@@ -49,11 +53,12 @@ public:
     }
     void PutSE(int64_t value) { PutUE(static_cast<uint64_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
 
-    /// Fills the last byte with zeros.
-    void Align() { output.Flush(); }
+    /// Bits so far.
+    size_t Bits() const { return written; }
+    /// Filled with zeros to the byte.
     Bytes GetBytes()
     {
-        Align();
+        output.Flush();
         return Bytes(sink->GetString().begin(), sink->GetString().end());
     }
     /// The RBSP with its stop bit, behind the NAL header that the caller has put.
@@ -67,6 +72,7 @@ private:
     std::mt19937& random;
     const SP<Core::DataOutputString> sink = Core::DataOutputString::Create();
     Core::DataBitOutput output;
+    size_t written = 0; // bits
 };
 
 /// The unit with an emulation prevention byte where the standard asks for one.

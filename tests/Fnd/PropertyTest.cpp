@@ -90,24 +90,6 @@ TEST(Property, LiteralsDoNotBecomeBool)
     EXPECT_EQ(p.GetName(), "p");
 }
 
-TEST(Property, ChildOperationsNeedANode)
-{
-    for (Property& value : MakeOneOfEach())
-    {
-        if (value.GetType() == Property::TypeNode)
-            continue;
-        const int type = value.GetType();
-        ExpectNotApplicable([&] { value.SetChildT<bool>("c", true); }, "SetChildT", type);
-        ExpectNotApplicable([&] { value.CreateChildT<bool>("c", true); }, "CreateChildT", type);
-        ExpectNotApplicable([&] { value.SetChild("c", Property("c")); }, "SetChild", type);
-        ExpectNotApplicable([&] { value.Add(Property("c")); }, "Add", type);
-        ExpectNotApplicable([&] { value["c"]; }, "operator[]", type);
-        ExpectNotApplicable([&] { std::as_const(value)["c"]; }, "operator[]", type);
-        ExpectNotApplicable([&] { value.FindChild("c"); }, "FindChild", type);
-        EXPECT_FALSE(value.ChildExists("c"));
-    }
-}
-
 TEST(Property, ChildrenKeepTheirOrder)
 {
     Property node("node");

@@ -16,8 +16,8 @@ public:
     {
     }
 
-    std::deque<SP<Proc::IDataPacket>> packets; // not yet read
-    bool endless = false;                      // what was read comes again behind the others
+    std::deque<SP<Proc::IDataPacket>> packets; // not yet read, or all of them in an endless source
+    bool endless = false;
 
 private:
     void Initialize(const Core::Property&) override {}
@@ -37,10 +37,10 @@ private:
     {
         if (packets.empty())
             return nullptr;
-        const SP<Proc::IDataPacket> packet = std::move(packets.front());
-        packets.pop_front();
         if (endless)
-            packets.push_back(packet);
+            return packets[next++ % packets.size()];
+        SP<Proc::IDataPacket> packet = std::move(packets.front());
+        packets.pop_front();
         return packet;
     }
     MediaType GetMediaType() const override { return type; }
@@ -48,6 +48,7 @@ private:
 
     const MediaType type;
     const SP<Conf::IFormatCodec> format;
+    size_t next = 0; // reads of an endless source so far
 };
 
 } // namespace Tessor::Test
