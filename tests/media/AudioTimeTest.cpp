@@ -60,6 +60,8 @@ TEST(AudioTime, StopsAtTheEndOfTheRange)
     time.Reset(0);
     time.AddSamples(1, std::numeric_limits<unsigned long long>::max());
     EXPECT_EQ(time.GetTime(), longest);
+    time.AddSamples(1, 5);
+    EXPECT_EQ(time.GetTime(), longest);
     time.Reset(longest - 10);
     time.AddSamples(1000000, 11);
     EXPECT_EQ(time.GetTime(), longest);

@@ -79,6 +79,7 @@ TEST(DataSubtitle, IsADeepCopy)
     const SP<IDataSubtitle> deep = item->Clone(2);
     EXPECT_EQ(&shared->GetAVSubtitle(), &item->GetAVSubtitle());
     EXPECT_NE(&deep->GetAVSubtitle(), &item->GetAVSubtitle());
+    EXPECT_EQ(deep->GetMemorySize(), item->GetMemorySize());
     shared->TrimStart(10);
     deep->TrimEnd(10);
     item.reset();
