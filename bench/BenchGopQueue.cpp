@@ -1,6 +1,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/Filters/Filters/StreamRawGOP.h"
 #include "media/DataPacketFF.h"
+#include "tests/support/PacketSource.h"
 
 extern "C"
 {
@@ -16,46 +17,23 @@ namespace
 {
 
 /// Packets of one group after the other, without end; they exist beforehand, so that only the queue is timed.
-class EndlessSource final : public IStreamRaw, public RefCountImpl
+SP<Test::PacketSource> MakeEndless(int groupSize)
 {
-public:
-    explicit EndlessSource(int groupSize)
+    const SP<Test::PacketSource> source(new Test::PacketSource(MediaType::Video));
+    for (int i = 0; i < groupSize; ++i)
     {
-        for (int i = 0; i < groupSize; ++i)
-        {
-            AVPacket* const record = CreatePacket(16);
-            record->flags = i == 0 ? AV_PKT_FLAG_KEY : 0;
-            packets.push_back(DataPacketFF::Create(record, MediaType::Video, i * 40000, i * 40000, 40000));
-        }
+        AVPacket* const record = CreatePacket(16);
+        record->flags = i == 0 ? AV_PKT_FLAG_KEY : 0;
+        source->packets.push_back(DataPacketFF::Create(record, MediaType::Video, i * 40000, i * 40000, 40000));
     }
-
-    SP<IDataPacket> Read() override { return packets[next++ % packets.size()]; }
-
-    void Initialize(const Core::Property&) override {}
-    Core::Property GetSettings() const override { return Core::Property(); }
-    avTime GetDuration() const override { return NoTime; }
-    avTime GetPosition() override { return NoTime; }
-    SP<IData> ReadStream() override { return Read(); }
-    void RequestSeek(avTime, SP<IStream>) override {}
-    void DoSeek() override {}
-    bool GetSeekResult() override { return true; }
-    Core::Property GetStatistic() const override { return Core::Property(); }
-    void Terminate() override {}
-    bool IsTerminated() const override { return false; }
-    void ReleaseInternalData() override {}
-    void Accept(IStreamVisitor&) override {}
-    MediaType GetMediaType() const override { return MediaType::Video; }
-    SP<Conf::IFormatCodec> GetFormatCodec() const override { return nullptr; }
-
-private:
-    std::vector<SP<IDataPacket>> packets;
-    size_t next = 0;
-};
+    source->endless = true;
+    return source;
+}
 
 /// What the lossless path asks of the queue for each group.
 void QueueGroups(benchmark::State& state)
 {
-    const SP<EndlessSource> source(new EndlessSource(static_cast<int>(state.range(0))));
+    const SP<Test::PacketSource> source = MakeEndless(static_cast<int>(state.range(0)));
     PacketQueueWithGOP queue(MediaType::None);
     for (auto _ : state)
     {

@@ -10,14 +10,9 @@ using namespace Tessor::Proc::CodecParsers;
 namespace
 {
 
-bool SameBlobs(const IBlob& a, const IBlob& b)
-{
-    return a.Size() == b.Size() && std::equal(a.Data(), a.Data() + a.Size(), b.Data());
-}
-
 bool SameElement(const SP<const IBlob>& a, const SP<const IBlob>& b)
 {
-    return a && b ? SameBlobs(*a, *b) : a == b;
+    return a && b ? SameBytes(*a, *b) : a == b;
 }
 
 void ReadADTS(const uint8_t* data, size_t size)
@@ -37,7 +32,7 @@ void ReadADTS(const uint8_t* data, size_t size)
     // Through the other form and back.
     const SP<const IBlob> config = ADTSHeaderToASCExtradata(written);
     if (header.objectType < 4)
-        Require(SameBlobs(*SetADTSFrameLength(ASCExtradataToADTSFixedHeader(config), 7), *written));
+        Require(SameBytes(*SetADTSFrameLength(ASCExtradataToADTSFixedHeader(config), 7), *written));
 }
 
 void ReadASC(const uint8_t* data, size_t size)
@@ -52,7 +47,7 @@ void ReadASC(const uint8_t* data, size_t size)
     {
         const AudioSpecificConfig again = DataToAudioSpecificConfig(written->Data(), written->Size());
         Require(again.sampleRate == config.sampleRate && SameElement(again.pce, config.pce));
-        Require(SameBlobs(*AudioSpecificConfigToData(again), *written));
+        Require(SameBytes(*AudioSpecificConfigToData(again), *written));
     }
     Accepts([&] { ASCtoADTS(config); });
 }

@@ -1,65 +1,13 @@
 // Any header and any packets through every conversion of the filter.
 #include "Proc/Filters/Filters/FilterBitStream.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "fuzz/FuzzTools.h"
 #include "media/IFormatCodecAudio.h"
 #include "media/IFormatCodecVideo.h"
-
-#include <deque>
+#include "tests/support/PacketSource.h"
 
 using namespace Tessor;
 using namespace Tessor::Fuzz;
 using namespace Tessor::Proc;
-
-namespace
-{
-
-/// Hands out a few packets.
-class Source final : public IStreamRaw, public RefCountImpl
-{
-public:
-    Source(const std::string& codecId, const SP<const IBlob>& extradata, bool audio)
-        : format(audio ? SP<Conf::IFormatCodec>(Conf::IFormatCodecAudio::Create())
-                       : SP<Conf::IFormatCodec>(Conf::IFormatCodecVideo::Create())),
-          type(audio ? MediaType::Audio : MediaType::Video)
-    {
-        format->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, codecId);
-        format->SetExtradata(extradata);
-    }
-
-    std::deque<SP<IDataPacket>> packets; // not yet read
-
-private:
-    void Initialize(const Core::Property&) override {}
-    Core::Property GetSettings() const override { return Core::Property(); }
-    avTime GetDuration() const override { return NoTime; }
-    avTime GetPosition() override { return NoTime; }
-    SP<IData> ReadStream() override { return Read(); }
-    void RequestSeek(avTime, SP<IStream>) override {}
-    void DoSeek() override {}
-    bool GetSeekResult() override { return true; }
-    Core::Property GetStatistic() const override { return Core::Property(); }
-    void Terminate() override {}
-    bool IsTerminated() const override { return false; }
-    void ReleaseInternalData() override {}
-    void Accept(IStreamVisitor&) override {}
-    SP<IDataPacket> Read() override
-    {
-        if (packets.empty())
-            return nullptr;
-        SP<IDataPacket> packet;
-        packet.swap(packets.front());
-        packets.pop_front();
-        return packet;
-    }
-    MediaType GetMediaType() const override { return type; }
-    SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
-
-    const SP<Conf::IFormatCodec> format;
-    const MediaType type;
-};
-
-} // namespace
 
 // The first byte chooses codec and form, the second is the size of the header. Packets follow, each behind a byte with
 // its size and key flag.
@@ -75,7 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const unsigned codec = data[0] & 3;
     const auto form = static_cast<SettingsFilterBitStream::StreamFormat>((data[0] >> 2 & 7) % 5);
     size_t at = 2 + std::min<size_t>(data[1], size - 2);
-    const SP<Source> source(new Source(codecs[codec], Blob(data + 2, at - 2), codec >= 2));
+    const SP<Conf::IFormatCodec> format =
+        codec >= 2 ? SP<Conf::IFormatCodec>(Audio::Create()) : SP<Conf::IFormatCodec>(Video::Create());
+    format->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, codecs[codec]);
+    format->SetExtradata(Blob(data + 2, at - 2));
+    const SP<Test::PacketSource> source(
+        new Test::PacketSource(codec >= 2 ? MediaType::Audio : MediaType::Video, format));
     while (at < size)
     {
         const size_t begin = at + 1;

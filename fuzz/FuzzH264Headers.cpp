@@ -12,21 +12,17 @@ namespace
 
 void DecodeSets(const uint8_t* data, size_t size)
 {
-    // Records are looked at even when decoding stopped half way.
-    SPS_decoded sps;
-    Accepts([&] { DecodeSPS(data, size, sps); });
-    Require(sps.ComputeReorderWindow() <= 16);
+    const auto sps = Decoded<SPS_decoded>(DecodeSPS, data, size);
+    Require(sps.ComputeReorderWindow() <= 16 && sps.EqualTo(sps));
     sps.GetVisibleSize();
     for (const std::string& profile : {Conf::IFormatCodecVideo::TAG_X264_PROFILE_HIGH, std::string("none")})
         sps.GetMaxBR(profile);
     Require(sps.GetMaxFS() <= sps.GetMaxMBPS());
-    Require(sps.EqualTo(sps) && sps == sps);
     // Each entry took a bit at least: what is allocated follows the data, not its claims.
     Require(sps.offset_for_ref_frame.size() <= size * 8);
 
-    PPS_decoded pps;
-    Accepts([&] { DecodePPS(data, size, pps); });
-    Require(pps.EqualTo(pps) && pps == pps);
+    const auto pps = Decoded<PPS_decoded>(DecodePPS, data, size);
+    Require(pps.EqualTo(pps));
     Require(pps.run_length_minus1.size() + pps.top_left.size() + pps.slice_group_id.size() <= size * 8);
 }
 
@@ -61,13 +57,14 @@ void Join(const uint8_t* data, size_t size, size_t middle)
 
 } // namespace
 
-/// The first byte is the length of the first of two headers to join; the rest is also one header.
+// The rest behind the first byte is also one header, and two headers to join.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1)
         return 0;
-    DecodeSets(data + 1, size - 1);
-    Convert(data + 1, size - 1);
-    Join(data + 1, size - 1, std::min<size_t>(data[0], size - 1));
+    const SplitInput in(data, size);
+    DecodeSets(in.data, in.size);
+    Convert(in.data, in.size);
+    Join(in.data, in.size, in.headerSize);
     return 0;
 }

@@ -11,22 +11,10 @@ namespace
 
 void DecodeSets(const uint8_t* data, size_t size)
 {
-    // Records are looked at even when decoding stopped half way.
-    HEVC_VPS vps;
-    Accepts([&] { HEVCDecodeVPS(data, size, vps); });
-    Require(vps.ComputeReorderWindow() <= 16 && vps == vps);
-    HEVC_SPS sps;
-    Accepts([&] { HEVCDecodeSPS(data, size, sps); });
-    Require(sps.ComputeReorderWindow() <= 16 && sps == sps);
+    Require(Decoded<HEVC_VPS>(HEVCDecodeVPS, data, size).ComputeReorderWindow() <= 16);
+    const auto sps = Decoded<HEVC_SPS>(HEVCDecodeSPS, data, size);
+    Require(sps.ComputeReorderWindow() <= 16);
     sps.GetVisibleSize();
-}
-
-/// The units of an hvcC without array_completeness and types: what survives every conversion.
-std::vector<Nalu> Units(const IBlob& hvcc)
-{
-    std::vector<Nalu> units;
-    FindHvccHeaderNalus(hvcc.Data(), hvcc.Size(), units);
-    return units;
 }
 
 void Convert(const SP<const IBlob>& header)
@@ -40,10 +28,7 @@ void Convert(const SP<const IBlob>& header)
         return;
     // What could be made is sound, and a second round changes nothing.
     Require(GetHvccNALULengthSize(hvcc->Data(), hvcc->Size()) == 4);
-    const std::vector<Nalu> units = Units(*hvcc);
-    Require(units.size() >= 2);
-    const SP<const IBlob> again = HEVC_Extradata_AnnexBtoHvcC(HEVC_Extradata_hvcCtoAnnexB(hvcc));
-    Require(std::equal(hvcc->Data(), hvcc->Data() + hvcc->Size(), again->Data(), again->Data() + again->Size()));
+    Require(SameBytes(*hvcc, *HEVC_Extradata_AnnexBtoHvcC(HEVC_Extradata_hvcCtoAnnexB(hvcc))));
 }
 
 void Recover(const SP<IBlob>& header)
@@ -66,17 +51,15 @@ void EditPacket(const uint8_t* data, size_t size, const SP<const IBlob>& extrada
 
 } // namespace
 
-/// The first byte is the length of a header in front of a packet; the rest is also one header.
+// The rest behind the first byte is also one header, and a header in front of a packet.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1)
         return 0;
-    const uint8_t* const rest = data + 1;
-    const size_t restSize = size - 1;
-    const size_t headerSize = std::min<size_t>(data[0], restSize);
-    DecodeSets(rest, restSize);
-    Convert(Blob(rest, restSize));
-    EditPacket(rest + headerSize, restSize - headerSize, Blob(rest, headerSize));
-    Recover(Blob(rest, restSize));
+    const SplitInput in(data, size);
+    DecodeSets(in.data, in.size);
+    Convert(Blob(in.data, in.size));
+    EditPacket(in.data + in.headerSize, in.size - in.headerSize, Blob(in.data, in.headerSize));
+    Recover(Blob(in.data, in.size));
     return 0;
 }

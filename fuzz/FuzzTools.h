@@ -43,6 +43,29 @@ bool Accepts(Call&& call)
     }
 }
 
+/// A record as far as it was decoded; it is sound even when decoding stopped half way.
+template <class Record>
+Record Decoded(void (*decode)(const uint8_t*, size_t, Record&), const uint8_t* data, size_t size)
+{
+    Record record;
+    Accepts([&] { decode(data, size, record); });
+    Require(record == record);
+    return record;
+}
+
+/// The input behind a first byte, which is the length of a header in front of the rest.
+struct SplitInput
+{
+    SplitInput(const uint8_t* input, size_t inputSize)
+        : data(input + 1), size(inputSize - 1), headerSize(std::min<size_t>(input[0], size))
+    {
+    }
+
+    const uint8_t* data;
+    size_t size;
+    size_t headerSize;
+};
+
 inline SP<Proc::IBlob> Blob(const uint8_t* data, size_t size)
 {
     return Proc::BlobFF::Create(data, size);
@@ -55,6 +78,11 @@ inline SP<Proc::IDataPacket> Packet(const uint8_t* data, size_t size, bool key)
     std::copy_n(data, size, record->data);
     record->flags = key ? AV_PKT_FLAG_KEY : 0;
     return Proc::DataPacketFF::Create(record, MediaType::Video, 0, 0, 1);
+}
+
+inline bool SameBytes(const Proc::IBlob& a, const Proc::IBlob& b)
+{
+    return std::equal(a.Data(), a.Data() + a.Size(), b.Data(), b.Data() + b.Size());
 }
 
 inline bool SameBytes(const Proc::IDataPacket& a, const Proc::IDataPacket& b)

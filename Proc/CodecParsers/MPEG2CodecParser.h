@@ -39,6 +39,9 @@ struct MPEG2_Config
     double frameRate = 0;       ///< (n + 1) * rate of the code + (d + 1)
     uint32_t bitRate = 0;       ///< value and extension, in units of 400 bit/s
     uint32_t vbvBufferSize = 0; ///< value and extension * 1024, in units of 16384 bits
+
+    /// Every field.
+    bool operator==(const MPEG2_Config&) const = default;
 };
 
 /// `picture_coding_type` of a picture header.

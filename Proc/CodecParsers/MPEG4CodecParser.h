@@ -66,6 +66,9 @@ struct MPEG4_Config
     uint8_t data_partitioned = 0;
     uint8_t reversible_vlc = 0;
     uint8_t scalability = 0;
+
+    /// Every field.
+    bool operator==(const MPEG4_Config&) const = default;
 };
 
 /// Decodes from the visual object sequence through the first video object layer; nothing behind it is looked at.

@@ -31,6 +31,8 @@ struct TESSOR_API Theora_Config
     uint8_t pixelFormat = 0;    ///< 0 is 4:2:0, 2 4:2:2, 3 4:4:4
     std::vector<uint8_t> setup; ///< loop filter limits, quantisers and codebooks, undecoded
 
+    /// Every field.
+    bool operator==(const Theora_Config&) const = default;
     /// Whether packets of both decode with one header: version flag, frame size, picture size, colour space, pixel
     /// format and setup are the same.
     bool EqualTo(const Theora_Config& other) const;

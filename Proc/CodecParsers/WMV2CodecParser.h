@@ -20,6 +20,9 @@ struct WMV2_Config
     uint8_t top_left_mv_flag = 0;
     uint8_t per_mb_rl_bit = 0;
     uint8_t code = 0; ///< 3 bits, which derive the slices of a picture
+
+    /// Every field.
+    bool operator==(const WMV2_Config&) const = default;
 };
 
 /// Throws Core::IOException for truncated data.

@@ -1,6 +1,5 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "media/IFormatCodecVideo.h"
-#include "tests/CodecParsers/H264ParameterSetWriter.h"
+#include "tests/CodecParsers/ParameterSetWriter.h"
 
 using namespace Tessor;
 using namespace Tessor::Proc::CodecParsers;
@@ -9,62 +8,174 @@ using namespace Tessor::Test;
 namespace
 {
 
-SPS_decoded Picture(uint32_t widthMbs, uint32_t heightMapUnits)
+// Tables 7-3 and 7-4 of the standard: for intra blocks, then for inter blocks.
+const std::array<uint32_t, 16> Default4x4[] = {{6, 13, 13, 20, 20, 20, 28, 28, 28, 28, 32, 32, 32, 37, 37, 42},
+                                               {10, 14, 14, 20, 20, 20, 24, 24, 24, 24, 27, 27, 27, 30, 30, 34}};
+const std::array<uint32_t, 64> Default8x8[] = {
+    {6,  10, 10, 13, 11, 13, 16, 16, 16, 16, 18, 18, 18, 18, 18, 23, 23, 23, 23, 23, 23, 25,
+     25, 25, 25, 25, 25, 25, 27, 27, 27, 27, 27, 27, 27, 27, 29, 29, 29, 29, 29, 29, 29, 31,
+     31, 31, 31, 31, 31, 33, 33, 33, 33, 33, 36, 36, 36, 36, 38, 38, 38, 40, 40, 42},
+    {9,  13, 13, 15, 13, 15, 17, 17, 17, 17, 19, 19, 19, 19, 19, 21, 21, 21, 21, 21, 21, 22,
+     22, 22, 22, 22, 22, 22, 24, 24, 24, 24, 24, 24, 24, 24, 25, 25, 25, 25, 25, 25, 25, 27,
+     27, 27, 27, 27, 27, 28, 28, 28, 28, 28, 30, 30, 30, 30, 32, 32, 32, 33, 33, 35}};
+
+template <size_t Size>
+std::array<uint32_t, Size> Constant(uint32_t value)
 {
+    std::array<uint32_t, Size> list;
+    list.fill(value);
+    return list;
+}
+
+using Lists4x4 = decltype(SPS_decoded::ScalingList4x4);
+using Lists8x8 = decltype(SPS_decoded::ScalingList8x8);
+
+/// Of 120 x 68 macroblocks at High and level 4.
+const std::string HighSPS = "00 00 01 67 64 00 28 ac ce 50 1e 00 89 f9 50";
+
+SPS_decoded DecodeHighSPS()
+{
+    const Bytes header = Hex(HighSPS);
     SPS_decoded sps;
-    sps.profile_idc = 100;
-    sps.level_idc = 40;
-    sps.frame_mbs_only_flag = 1;
-    sps.pic_width_in_mbs_minus1 = widthMbs - 1;
-    sps.pic_height_in_map_units_minus1 = heightMapUnits - 1;
+    DecodeSPS(header.data(), header.size(), sps);
     return sps;
+}
+
+/// Which of the fields make two records unequal, "01..." in their order.
+template <class Record, class... Field>
+std::string Compared(Field Record::*... fields)
+{
+    std::string text;
+    const auto compare = [&](auto field)
+    {
+        Record other;
+        other.*field ^= 1;
+        text += other.EqualTo(Record()) ? '0' : '1';
+    };
+    (compare(fields), ...);
+    return text;
 }
 
 } // namespace
 
-TEST(ParameterSets, RandomSPS)
+// Every branch of the syntax; values stand in its order and tell fields apart.
+TEST(H264ParameterSets, KnownSPS)
 {
-    CheckRandomSets<SPS_decoded>(11, 4000, DrawSPS, DecodeSPS);
+    const auto &intra4 = Default4x4[0], &inter4 = Default4x4[1], ten4 = Constant<16>(10), flat4 = Constant<16>(16);
+    const auto &intra8 = Default8x8[0], &inter8 = Default8x8[1], twenty8 = Constant<64>(20), flat8 = Constant<64>(16);
+    const std::array<uint32_t, 16> whole4{200, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const Lists4x4 full4{ten4, ten4, intra4, inter4, whole4, whole4},
+        allFlat4{flat4, flat4, flat4, flat4, flat4, flat4}, default4{intra4, intra4, intra4, inter4, inter4, inter4};
+    const Lists8x8 full8{intra8, twenty8, intra8, twenty8, intra8, inter8},
+        allFlat8{flat8, flat8, flat8, flat8, flat8, flat8}, default8{intra8, inter8}; // of 4:2:0 there are only two
+    const std::vector<int32_t> cycle{-3, 9}, none;
+
+    const HRD_parameters_decoded noHRD, hrd2{1, 3, 4, {0xFFFFFFFE, 7}, {6, 8}, {1, 0}, 23, 22, 21, 24},
+        hrd1{0, 1, 2, {9}, {10}, {1}, 1, 2, 3, 4};
+    const VUI_decoded noVUI, vui{1, 1,  0, 0, 0,     0, 1,    2, 0, 0, 0, 0, 0, 0, 0, 0, 1,
+                                 1, 60, 0, 0, noHRD, 1, hrd1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+        fullVUI{1,          255,   0x1234, 0x5678, 1,    1, 1,    5, 1, 1, 9, 16, 10, 1,  2,  3, 1,
+                0xFFFFFFFF, 50000, 1,      1,      hrd2, 1, hrd1, 1, 1, 1, 1, 2,  1,  11, 12, 3, 5};
+    const std::pair<const char*, SPS_decoded> rows[] = {
+        {"f4 a0 33 21 2c bc 81 54 22 80 81 03 92 49 24 92 49 24 43 00 a4 84 61 13 28 00 00 03 00 0f ff ff ff f1 cc "
+         "e1 22 c0 f0 08 95 32 17 ff 12 34 56 78 f7 09 10 0a b2 7f ff ff ff c0 00 30 d4 34 68 00 00 03 00 03 ff ff "
+         "ff fc f1 02 57 b5 71 89 0a 17 08 86 4f 68 60 d2 1a",
+         {244,         1, 0, 1,     0, 51, 3,   3,  1, 2, 4, 1, 1, full4, full8, 5, 1, 0,      1,
+          -0x7FFFFFFF, 7, 2, cycle, 4, 1,  119, 33, 0, 1, 0, 1, 1, 2,     3,     4, 1, fullVUI}},
+        {"42 5f 1e da 05 07 ec 05 42 00 00 03 00 02 00 00 03 00 78 62 42 85 c2 21 90 40",
+         {66, 0, 1, 0,    1, 30, 0,  1,  0, 0, 0, 0, 0, allFlat4, allFlat8, 0, 2, 0,  0,
+          0,  0, 0, none, 1, 0,  19, 14, 1, 0, 1, 0, 0, 0,        0,        0, 1, vui}},
+        {"64 00 28 ac ce 50 1e 00 89 f9 50",
+         {100, 0, 0, 0,    0, 40, 0,   1,  0, 0, 0, 0, 0, allFlat4, allFlat8, 0, 0, 6,    0,
+          0,   0, 0, none, 4, 0,  119, 67, 1, 0, 1, 1, 0, 0,        0,        4, 0, noVUI}},
+        {"64 00 28 ad 00 ce 50 1e 00 89 90", // a matrix without lists
+         {100, 0, 0, 0,    0, 40, 0,   1,  0, 0, 0, 0, 1, default4, default8, 0, 0, 6,    0,
+          0,   0, 0, none, 4, 0,  119, 67, 1, 0, 1, 0, 0, 0,        0,        0, 0, noVUI}}};
+    for (const auto& [hex, sps] : rows)
+        CheckHeader(DecodeSPS, std::string("00 00 01 67 ") + hex, sps);
 }
 
-TEST(ParameterSets, RandomPPS)
+TEST(H264ParameterSets, ProfilesWithAChromaBlock)
 {
-    CheckRandomSets<PPS_decoded>(12, 4000, DrawPPS, DecodePPS);
-}
-
-// Counts that the data does not bear out end with the data, not with memory.
-TEST(ParameterSets, ClaimedCountsAreBounded)
-{
-    std::mt19937 random(13);
-    ParameterSetWriter cycle(random);
-    cycle.Put(8, 0x67);
-    cycle.Put(24, 66 << 16 | 30);
-    for (const uint32_t value : {0u, 0u, 1u}) // id, frame number, picture order count type
-        cycle.PutUE(value);
-    cycle.Put(3, 3);
-    cycle.PutUE(0xFFFFFFFE); // cycle length
-    const Bytes sps = WithStartCode(Escape(cycle.Finish()));
-    SPS_decoded decodedSPS;
-    EXPECT_THROW(DecodeSPS(sps.data(), sps.size(), decodedSPS), Core::IOException);
-    EXPECT_EQ(decodedSPS.num_ref_frames_in_pic_order_cnt_cycle, 0xFFFFFFFE);
-
-    for (const uint32_t mapType : {0u, 2u, 6u})
+    std::vector<int> profiles;
+    for (int profile = 0; profile < 256; ++profile)
     {
-        ParameterSetWriter groups(random);
-        groups.Put(8, 0x68);
-        groups.Put(4, 0xC);
-        groups.Put(32, 0);
-        groups.Put(32, 0xFFFFFFFF); // slice groups
-        groups.PutUE(mapType);
-        groups.Put(32, 0);
-        groups.Put(32, 0xFFFFFFFF); // picture size for type 6
-        const Bytes pps = WithStartCode(Escape(groups.Finish()));
-        PPS_decoded decodedPPS;
-        EXPECT_THROW(DecodePPS(pps.data(), pps.size(), decodedPPS), Core::IOException) << mapType;
+        Bytes high = Hex(HighSPS);
+        high[4] = static_cast<uint8_t>(profile);
+        SPS_decoded sps;
+        Failure([&] { DecodeSPS(high.data(), high.size(), sps); });
+        if (sps.pic_width_in_mbs_minus1 == 119)
+            profiles.push_back(profile);
+    }
+    EXPECT_EQ(profiles, (std::vector<int>{44, 83, 86, 100, 110, 118, 122, 128, 138, 144, 244})); // not 134, 135, 139
+}
+
+TEST(H264ParameterSets, KnownPPS)
+{
+    using Values = std::vector<uint32_t>;
+    const struct
+    {
+        const char* bits; // from the slice groups on
+        uint32_t groups, type;
+        Values runs, topLeft, bottomRight;
+        uint8_t direction;
+        uint32_t rate, size;
+        Values ids;
+    } rows[] = {
+        {"2a 78 1a 98 33 60", 0, 0, {}, {}, {}, 0, 0, 0, {}},
+        {"25 21 53 c0 d4 c1 9b", 1, 0, {3, 4}, {}, {}, 0, 0, 0, {}},
+        {"24 93 c0 d4 c1 9b", 1, 1, {}, {}, {}, 0, 0, 0, {}},
+        {"24 c8 53 1d 3c 0d 4c 19 b0", 1, 2, {}, {3, 5}, {4, 6}, 0, 0, 0, {}},
+        {"24 58 84 f0 35 30 66 c0", 1, 4, {}, {}, {}, 1, 7, 0, {}},
+        {"24 77 53 c0 d4 c1 9b", 1, 6, {}, {}, {}, 0, 0, 2, {1, 0, 1}},
+        {"22 9d c2 d3 c0 d4 c1 9b", 4, 6, {}, {}, {}, 0, 0, 2, {4, 1, 3}}, // of three bits each
+    };
+    for (const auto& row : rows)
+        CheckHeader<PPS_decoded>(DecodePPS, std::string("00 00 01 68 01 92 08 ") + row.bits,
+                                 {200,
+                                  31,
+                                  1,
+                                  0,
+                                  row.groups,
+                                  row.type,
+                                  row.runs,
+                                  row.topLeft,
+                                  row.bottomRight,
+                                  row.direction,
+                                  row.rate,
+                                  row.size,
+                                  row.ids,
+                                  1,
+                                  2,
+                                  1,
+                                  2,
+                                  -26,
+                                  3,
+                                  -12,
+                                  1,
+                                  0,
+                                  1});
+}
+
+// Counts that the data does not bear out end with the data, not with memory: a cycle of 2^32 - 2 reference frames, and
+// that many slice groups of three types.
+TEST(H264ParameterSets, ClaimedCountsAreBounded)
+{
+    const Bytes header = Hex("00 00 01 67 42 00 1e d3 00 00 03 00 01 ff ff ff ff");
+    SPS_decoded sps;
+    EXPECT_EQ(Failure([&] { DecodeSPS(header.data(), header.size(), sps); }), PastTheEnd);
+    EXPECT_EQ(sps.num_ref_frames_in_pic_order_cnt_cycle, 0xFFFFFFFE);
+    for (const char* hex : {"00 00 01 68 c0 00 00 03 00 0f ff ff ff f8 00 00 03 00 07 ff ff ff fc",
+                            "00 00 01 68 c0 00 00 03 00 0f ff ff ff f6 00 00 03 00 01 ff ff ff ff",
+                            "00 00 01 68 c0 00 00 03 00 0f ff ff ff f3 80 00 00 03 00 7f ff ff ff c0"})
+    {
+        const Bytes groups = Hex(hex);
+        PPS_decoded pps;
+        EXPECT_EQ(Failure([&] { DecodePPS(groups.data(), groups.size(), pps); }), PastTheEnd) << hex;
     }
 }
 
-TEST(ParameterSets, MissingUnits)
+TEST(H264ParameterSets, MissingUnits)
 {
     SPS_decoded sps;
     PPS_decoded pps;
@@ -74,78 +185,54 @@ TEST(ParameterSets, MissingUnits)
     EXPECT_EQ(Failure([&] { DecodeSPS(nullptr, 0, sps); }), "Not enougth data to determine h264 header type");
 }
 
-TEST(ParameterSets, EqualToComparesWhatDecodingNeeds)
+TEST(H264ParameterSets, EqualToComparesWhatDecodingNeeds)
 {
-    const SPS_decoded base = Picture(10, 10);
-    std::vector<std::pair<SPS_decoded, bool>> rows(17, {base, false});
-    size_t row = 0;
-    rows[row++].first.profile_idc++;
-    rows[row++].first.seq_parameter_set_id++;
-    rows[row++].first.pic_width_in_mbs_minus1++;
-    rows[row++].first.pic_height_in_map_units_minus1++;
-    rows[row++].first.frame_mbs_only_flag ^= 1;
-    rows[row++].first.direct_8x8_inference_flag ^= 1;
-    rows[row++].first.frame_cropping_flag ^= 1;
-    rows[row++].first.frame_crop_left_offset++;
-    rows[row++].first.frame_crop_right_offset++;
-    rows[row++].first.frame_crop_top_offset++;
-    rows[row++].first.frame_crop_bottom_offset++;
-    const size_t compared = row;
-    rows[row++].first.level_idc++;
-    rows[row++].first.chroma_format_idc++;
-    rows[row++].first.bit_depth_luma_minus8++;
-    rows[row++].first.mb_adaptive_frame_field_flag++;
-    rows[row++].first.vui_parameters_present_flag++;
-    rows[row++].first.max_num_ref_frames++;
-    for (size_t i = 0; i < rows.size(); ++i)
-        EXPECT_EQ(rows[i].first.EqualTo(base), i >= compared) << i;
-
-    PPS_decoded pps;
-    for (auto field : {&PPS_decoded::pic_parameter_set_id, &PPS_decoded::seq_parameter_set_id})
-    {
-        PPS_decoded other;
-        other.*field = 1;
-        EXPECT_FALSE(pps.EqualTo(other));
-    }
-    PPS_decoded other;
-    other.weighted_pred_flag = 1;
-    EXPECT_TRUE(pps.EqualTo(other));
-    other.entropy_coding_mode_flag = 1;
-    EXPECT_FALSE(pps.EqualTo(other));
+    using S = SPS_decoded;
+    using P = PPS_decoded;
+    EXPECT_EQ(Compared<S>(&S::profile_idc, &S::seq_parameter_set_id, &S::pic_width_in_mbs_minus1,
+                          &S::pic_height_in_map_units_minus1, &S::frame_mbs_only_flag, &S::direct_8x8_inference_flag,
+                          &S::frame_cropping_flag, &S::frame_crop_left_offset, &S::frame_crop_right_offset,
+                          &S::frame_crop_top_offset, &S::frame_crop_bottom_offset),
+              "11111111111");
+    EXPECT_EQ(Compared<S>(&S::level_idc, &S::chroma_format_idc, &S::bit_depth_luma_minus8,
+                          &S::mb_adaptive_frame_field_flag, &S::max_num_ref_frames, &S::vui_parameters_present_flag),
+              "000000");
+    EXPECT_EQ(Compared<P>(&P::pic_parameter_set_id, &P::seq_parameter_set_id, &P::entropy_coding_mode_flag,
+                          &P::weighted_pred_flag),
+              "1110");
 }
 
-TEST(Levels, TableKeepsItsOrder)
+TEST(H264ParameterSets, LimitsNeverFallFromLevelToLevel)
 {
-    // Limits never fall from level to level, and there are no others; level 13 is 80 lower than published.
     const uint8_t levels[] = {10, 9, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51, 52, 60, 61, 62};
-    LevelLimits last;
+    LevelLimits last{1};
     for (const uint8_t level : levels)
     {
         const LevelLimits limits = LevelToLevelLimits(level);
-        EXPECT_GE(limits.MaxMBPS, last.MaxMBPS) << int{level};
-        EXPECT_GE(limits.MaxFS, last.MaxFS) << int{level};
-        EXPECT_GE(limits.MaxDpbMbs, last.MaxDpbMbs) << int{level};
-        EXPECT_GE(limits.MaxBR, last.MaxBR) << int{level};
-        EXPECT_GT(limits.MaxMBPS, 0u) << int{level};
+        EXPECT_TRUE(limits.MaxMBPS >= last.MaxMBPS && limits.MaxFS >= last.MaxFS &&
+                    limits.MaxDpbMbs >= last.MaxDpbMbs && limits.MaxBR >= last.MaxBR)
+            << int{level};
         last = limits;
     }
     size_t known = 0;
     for (int level = 0; level < 256; ++level)
         known += LevelToLevelLimits(static_cast<uint8_t>(level)).MaxMBPS > 0;
     EXPECT_EQ(known, std::size(levels));
-    EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u);
+    EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u); // 80 lower than published
 }
 
-TEST(Levels, Indicated)
+TEST(H264ParameterSets, BitRateLimitOfTheIndicatedLevel)
 {
     const struct
     {
-        uint8_t profile, level, constraint3;
-        uint8_t indicated;
+        uint8_t profile, level, constraint3, indicated;
+        const char* name;
         uint32_t maxBR;
     } rows[] = {
-        {66, 11, 1, 9, 128},  {77, 11, 1, 9, 128}, {88, 11, 1, 11, 192},    {100, 11, 1, 11, 192}, {66, 11, 0, 11, 192},
-        {66, 12, 1, 12, 384}, {66, 9, 0, 9, 128},  {66, 62, 0, 62, 800000}, {66, 14, 0, 14, 0},
+        {66, 11, 1, 9, "main", 128},     {77, 11, 1, 9, "baseline", 128}, {88, 11, 1, 11, "extended", 192},
+        {100, 11, 1, 11, "main", 192},   {66, 12, 1, 12, "main", 384},    {66, 9, 0, 9, "main", 128},
+        {66, 14, 0, 14, "main", 0},      {66, 11, 0, 11, "high", 240},    {66, 11, 0, 11, "high10", 576},
+        {66, 11, 0, 11, "high422", 768}, {66, 11, 0, 11, "high444", 768}, {66, 11, 0, 11, "simple", 0},
     };
     for (const auto& row : rows)
     {
@@ -153,78 +240,58 @@ TEST(Levels, Indicated)
         sps.profile_idc = row.profile;
         sps.level_idc = row.level;
         sps.constraint_set3_flag = row.constraint3;
-        EXPECT_EQ(sps.GetIndicatedLevel(), row.indicated);
-        EXPECT_EQ(sps.GetMaxBR("main"), row.maxBR);
+        EXPECT_EQ(sps.GetIndicatedLevel(), row.indicated) << int{row.profile};
+        EXPECT_EQ(sps.GetMaxBR(row.name), row.maxBR) << row.name;
     }
-    SPS_decoded sps;
-    sps.level_idc = 11;
-    const std::pair<const char*, uint32_t> profiles[] = {{"baseline", 192}, {"extended", 192}, {"high", 240},
-                                                         {"high10", 576},   {"high422", 768},  {"high444", 768},
-                                                         {"simple", 0}};
-    for (const auto& [profile, limit] : profiles)
-        EXPECT_EQ(sps.GetMaxBR(profile), limit) << profile;
-    EXPECT_EQ(sps.GetMaxMBPS(), 3000u);
-    EXPECT_EQ(sps.GetMaxFS(), 396u);
-    EXPECT_EQ(sps.GetMaxDpbMbs(), 900u);
 }
 
-TEST(ReorderWindow, Table)
+TEST(H264ParameterSets, ReorderWindow)
 {
-    const auto window = [](SPS_decoded sps, auto&& edit)
-    {
-        edit(sps);
-        return sps.ComputeReorderWindow();
+    using Change = void (*)(SPS_decoded & sps, VUI_decoded & vui);
+    const std::pair<uint32_t, Change> rows[] = {
+        {4, [](auto&, auto&) {}}, // 32768 / 8160
+        {16, [](auto& sps, auto&) { sps.pic_height_in_map_units_minus1 = 0; }},
+        {2, [](auto&, auto& vui) { vui.bitstream_restriction_flag = 1, vui.max_num_reorder_frames = 2; }},
+        {4, [](auto&, auto& vui) { vui.bitstream_restriction_flag = 1, vui.max_num_reorder_frames = 9; }},
+        {4, [](auto& sps, auto&) { sps.frame_mbs_only_flag = 0; }}, // fields: the map units count as they are
+        {0, [](auto& sps, auto& vui) { sps.pic_order_cnt_type = 2, vui.bitstream_restriction_flag = 1; }},
+        {0, [](auto& sps, auto&) { sps.constraint_set3_flag = 1; }}, // intra only
+        {4, [](auto& sps, auto&) { sps.constraint_set3_flag = 1, sps.profile_idc = 77; }},
+        {0, [](auto& sps, auto&) { sps.level_idc = 14; }},                       // there is none
+        {0, [](auto& sps, auto&) { sps.pic_height_in_map_units_minus1 = ~0u; }}, // 120 * 2^32 macroblocks
     };
-    const auto restrict = [](SPS_decoded& sps, uint32_t frames)
+    for (const auto& [window, change] : rows)
     {
+        SPS_decoded sps = DecodeHighSPS();
         sps.vui_parameters_present_flag = 1;
-        sps.vui_parameters.bitstream_restriction_flag = 1;
-        sps.vui_parameters.max_num_reorder_frames = frames;
-    };
-    const SPS_decoded hd = Picture(120, 68); // 32768 / 8160 = 4
-    EXPECT_EQ(window(hd, [](auto&) {}), 4u);
-    EXPECT_EQ(window(Picture(11, 9), [](auto&) {}), 16u);
-    EXPECT_EQ(window(hd, [&](auto& sps) { restrict(sps, 2); }), 2u);
-    EXPECT_EQ(window(hd, [&](auto& sps) { restrict(sps, 9); }), 4u);
-    // Fields: the map units count as they are.
-    EXPECT_EQ(window(Picture(120, 34), [](auto& sps) { sps.frame_mbs_only_flag = 0; }), 8u);
-    EXPECT_EQ(window(hd, [&](auto& sps) { restrict(sps, 2), sps.pic_order_cnt_type = 2; }), 0u);
-    EXPECT_EQ(window(hd, [](auto& sps) { sps.constraint_set3_flag = 1; }), 0u);
-    EXPECT_EQ(window(hd, [](auto& sps) { sps.constraint_set3_flag = 1, sps.profile_idc = 77; }), 4u);
-    EXPECT_EQ(window(hd, [&](auto& sps) { restrict(sps, 3), sps.constraint_set3_flag = 1; }), 3u);
-    EXPECT_EQ(window(hd, [](auto& sps) { sps.level_idc = 14; }), 0u);
-    EXPECT_EQ(Picture(0, 0).ComputeReorderWindow(), 0u); // 2^64 macroblocks
+        change(sps, sps.vui_parameters);
+        EXPECT_EQ(sps.ComputeReorderWindow(), window) << "row " << &change - &rows[0].second;
+    }
 }
 
-TEST(VisibleSize, Table)
+TEST(H264ParameterSets, VisibleSize)
 {
-    using Size = std::pair<uint32_t, uint32_t>;
     const struct
     {
-        uint8_t chroma, separate, frameMbsOnly;
+        uint8_t chroma, frameMbsOnly;
         uint32_t left, right, top, bottom;
-        Size size;
+        std::pair<uint32_t, uint32_t> size;
     } rows[] = {
-        // 120 x 68 macroblocks, or 68 pairs of them
-        {1, 0, 1, 0, 0, 0, 4, {1920, 1080}},          {1, 0, 0, 0, 0, 0, 2, {1920, 2168}},
-        {2, 0, 1, 1, 2, 3, 4, {1914, 1081}},          {3, 0, 1, 1, 2, 3, 4, {1917, 1081}},
-        {3, 1, 1, 1, 2, 3, 4, {1917, 1081}},          {0, 0, 1, 1, 2, 3, 4, {1917, 1081}},
-        {0, 0, 0, 0, 0, 0, 4, {1920, 2168}},          {1, 0, 1, 0, 0, 0, 543, {1920, 2}},
-        {1, 0, 1, 0, 0, 0, 544, {1920, 1088}},        {1, 0, 1, 960, 0, 0, 4, {1920, 1088}},
-        {1, 0, 1, 0xFFFFFFFF, 1, 0, 0, {1920, 1088}},
+        {1, 1, 0, 0, 0, 4, {1920, 1080}},   {1, 0, 0, 0, 0, 2, {1920, 2168}},          {2, 1, 1, 2, 3, 4, {1914, 1081}},
+        {3, 1, 1, 2, 3, 4, {1917, 1081}},   {0, 0, 0, 0, 0, 4, {1920, 2168}},          {1, 1, 0, 0, 0, 543, {1920, 2}},
+        {1, 1, 0, 0, 0, 544, {1920, 1088}}, {1, 1, 0xFFFFFFFF, 1, 0, 0, {1920, 1088}}, // nothing would be left
     };
     for (const auto& row : rows)
     {
-        SPS_decoded sps = Picture(120, 68);
+        SPS_decoded sps = DecodeHighSPS();
         sps.chroma_format_idc = row.chroma;
-        sps.separate_colour_plane_flag = row.separate;
         sps.frame_mbs_only_flag = row.frameMbsOnly;
         sps.frame_crop_left_offset = row.left;
         sps.frame_crop_right_offset = row.right;
         sps.frame_crop_top_offset = row.top;
         sps.frame_crop_bottom_offset = row.bottom;
-        EXPECT_EQ(sps.GetVisibleSize(), Size(1920, row.frameMbsOnly ? 1088 : 2176));
-        sps.frame_cropping_flag = 1;
-        EXPECT_EQ(sps.GetVisibleSize(), row.size) << row.left << ' ' << row.bottom;
+        EXPECT_EQ(sps.GetVisibleSize(), row.size) << "row " << &row - rows;
+        sps.frame_cropping_flag = 0;
+        EXPECT_EQ(sps.GetVisibleSize(), std::pair(1920u, row.frameMbsOnly ? 1088u : 2176u));
     }
 }

@@ -1,6 +1,6 @@
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "media/IFormatCodecVideo.h"
-#include "tests/CodecParsers/NaluTestTools.h"
+#include "tests/CodecParsers/HeaderTools.h"
 
 using namespace Tessor;
 using namespace Tessor::Proc;
@@ -23,43 +23,28 @@ const std::string VPS = "40 01 0c 05 ff ff 02 20 00 00 03 00 90 00 00 03 00 00 0
 const std::string SPS = "42 01 05 02 20 00 00 03 00 90 00 00 03 00 00 03 00 5d 90 00 "
                         "ab ab ab ab ab ab ab ab ab ab ab 5a b0 20 82 13 45 15 e0";
 
-std::string Result(const std::function<std::string()>& call)
-{
-    std::string result;
-    const std::string failure = Failure([&] { result = call(); });
-    return failure.empty() ? result : failure;
-}
-
 } // namespace
 
 TEST(HEVCHeader, FormLengthSizeAndRecovery)
 {
+    const std::string noType = "Not enougth data to determine HEVC header type";
     const std::string tooFew = "Not enougth data to determine h264 format type";
     const std::string noLength = "Not enougth data to determine HEVC NALU length size";
     const struct
     {
-        std::string header;
-        std::string isHvcc;
-        std::string lengthSize;
-        std::string isBroken;
-        std::string recovered; // "0" for a refusal
+        std::string header, isHvcc, lengthSize, isBroken, recovered; // the last is "" where nothing changes
     } rows[] = {
-        {"", "Not enougth data to determine HEVC header type", "Not enougth data to determine HEVC header type", tooFew,
-         "0"}, // null
         {"01 01 60", "1", noLength, tooFew, tooFew},
         {"00 00 01", tooFew, tooFew, tooFew, tooFew},
-        {"01 01 60 00", "1", noLength, "0", "01 01 60 00"},
-        {"00 01 42 03", "1", noLength, "1", "01 42 42 03"},
-        {"00 00 01 42", "0", "0", "0", "00 00 01 42"},
-        {"00 00 00 01", "0", "0", "0", "00 00 00 01"},
-        {"00 00 00 00 01", "1", noLength, "1", "00 00 00 00 01"}, // two bytes move, and no more
-        {"00 00 00 00", "1", noLength, "1", "00 00 00 00"},
-        {"00 00 02 01", "0", "0", "0", "00 00 02 01"},
-        {Fixed + "00", "1", "4", "0", Fixed + "00"},
-        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d", "1", noLength, "0",
-         "01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d"},
-        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d 00", "1", "2", "0",
-         "01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d 00"},
+        {"01 01 60 00", "1", noLength, "0", ""},
+        {"00 01 42 03", "1", noLength, "1", "01 42 42 03"}, // two bytes move, and no more
+        {"00 00 01 42", "0", "0", "0", ""},
+        {"00 00 00 01", "0", "0", "0", ""},
+        {"00 00 00 00 01", "1", noLength, "1", ""},
+        {"00 00 02 01", "0", "0", "0", ""},
+        {Fixed + "00", "1", "4", "0", ""},
+        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d", "1", noLength, "0", ""},
+        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d 00", "1", "2", "0", ""},
     };
     for (const auto& row : rows)
     {
@@ -67,11 +52,16 @@ TEST(HEVCHeader, FormLengthSizeAndRecovery)
         Bytes bytes = Hex(row.header);
         uint8_t* const data = bytes.data();
         const size_t size = bytes.size();
-        EXPECT_EQ(Result([&] { return std::to_string(IsHvcCHeader(data, size)); }), row.isHvcc);
-        EXPECT_EQ(Result([&] { return std::to_string(GetHvccNALULengthSize(data, size)); }), row.lengthSize);
-        EXPECT_EQ(Result([&] { return std::to_string(FindBrokenHVCCHeader(data, size)); }), row.isBroken);
-        EXPECT_EQ(Result([&] { return RecoverHVCCHeader(data, size) ? ToHex(bytes) : "0"; }), row.recovered);
+        EXPECT_EQ(ResultOf([&] { return IsHvcCHeader(data, size); }), row.isHvcc);
+        EXPECT_EQ(ResultOf([&] { return GetHvccNALULengthSize(data, size); }), row.lengthSize);
+        EXPECT_EQ(ResultOf([&] { return FindBrokenHVCCHeader(data, size); }), row.isBroken);
+        const std::string failure = Failure([&] { EXPECT_TRUE(RecoverHVCCHeader(data, size)); });
+        EXPECT_EQ(failure.empty() ? ToHex(bytes) : failure, row.recovered.empty() ? row.header : row.recovered);
     }
+    EXPECT_EQ(Failure([] { IsHvcCHeader(nullptr, 0); }), noType);
+    EXPECT_EQ(Failure([] { GetHvccNALULengthSize(nullptr, 0); }), noType);
+    EXPECT_EQ(Failure([] { FindBrokenHVCCHeader(nullptr, 0); }), tooFew);
+    EXPECT_FALSE(RecoverHVCCHeader(nullptr, 0));
 }
 
 TEST(HEVCHeader, HvccWalk)
@@ -99,20 +89,16 @@ TEST(HEVCHeader, HvccWalk)
         EXPECT_EQ(Failure([&] { FindHvccHeaderNalus(bytes.data(), bytes.size(), units); }), row.failure);
         EXPECT_EQ(ToHex(units), row.units);
     }
-    // Every part fails, each in memory of its own size.
-    const Bytes whole = Hex(Fixed + Arrays);
-    for (size_t size = 1; size < whole.size(); ++size)
-    {
-        const Bytes part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-        std::vector<Nalu> units;
-        EXPECT_NE(Failure([&] { FindHvccHeaderNalus(part.data(), part.size(), units); }), "") << size;
-    }
+    std::vector<Nalu> units;
+    EXPECT_TRUE(
+        CompleteLengths(Hex(Fixed + Arrays), [&](auto* data, size_t size) { FindHvccHeaderNalus(data, size, units); })
+            .empty());
 }
 
 TEST(HEVCHeader, HvccToAnnexB)
 {
     const auto convert = [](const std::string& hex)
-    { return Result([&] { return ToHex(*HEVC_Extradata_hvcCtoAnnexB(MakeBlob(hex))); }); };
+    { return ResultOf([&] { return HEVC_Extradata_hvcCtoAnnexB(MakeBlob(hex)); }); };
     EXPECT_EQ(convert(Fixed + Arrays), ArraysAnnexB);
     const SP<const IBlob> already = MakeBlob(ArraysAnnexB);
     EXPECT_EQ(HEVC_Extradata_hvcCtoAnnexB(already), already);
@@ -135,7 +121,7 @@ TEST(HEVCHeader, HvccToAnnexB)
 TEST(HEVCHeader, AnnexBToHvcc)
 {
     const auto convert = [](const std::string& hex)
-    { return Result([&] { return ToHex(*HEVC_Extradata_AnnexBtoHvcC(MakeBlob(hex))); }); };
+    { return ResultOf([&] { return HEVC_Extradata_AnnexBtoHvcC(MakeBlob(hex)); }); };
     const std::string head = "01 02 20 00 00 00 90 00 00 00 00 00 5d f0 00 fc fe fa f9 00 00 17 ";
     const std::string vps = "20 00 01 00 26 " + VPS;
     const std::string sps = "21 00 01 00 27 " + SPS;
@@ -154,19 +140,9 @@ TEST(HEVCHeader, AnnexBToHvcc)
 // Counts and sizes of 16 bits hold what fits into them, and nothing is cut to fit.
 TEST(HEVCHeader, AnnexBToHvccLimits)
 {
-    const Bytes sets = Hex(StartCode + VPS + " " + StartCode + SPS);
+    const Bytes sets = Hex(StartCode + VPS + " " + StartCode + SPS), pps = Hex("00 00 01 44 01");
     const auto convert = [&](const Bytes& more)
-    {
-        const Bytes header = sets + more;
-        return Failure(
-            [&]
-            {
-                const SP<const IBlob> hvcc = HEVC_Extradata_AnnexBtoHvcC(BlobFF::Create(header.data(), header.size()));
-                std::vector<Nalu> units;
-                FindHvccHeaderNalus(hvcc->Data(), hvcc->Size(), units);
-            });
-    };
-    const Bytes pps = Hex("00 00 01 44 01");
+    { return Failure([&] { HEVC_Extradata_hvcCtoAnnexB(HEVC_Extradata_AnnexBtoHvcC(MakeBlob(sets + more))); }); };
     EXPECT_EQ(convert(pps + Bytes(65533, 0xAA)), "");
     EXPECT_EQ(convert(pps + Bytes(65534, 0xAA)), "NALU is too big for the header");
     Bytes many;
@@ -174,6 +150,16 @@ TEST(HEVCHeader, AnnexBToHvccLimits)
         many.insert(many.end(), pps.begin(), pps.end());
     EXPECT_EQ(convert(many), "");
     EXPECT_EQ(convert(many + pps), "Too many NALUs for the header");
+}
+
+TEST(HEVCHeader, TruncatedSetsAreRefused)
+{
+    HEVC_VPS vps;
+    HEVC_SPS sps;
+    EXPECT_TRUE(CompleteLengths(Hex(StartCode + VPS), [&](auto* data, size_t size) { HEVCDecodeVPS(data, size, vps); })
+                    .empty());
+    EXPECT_TRUE(CompleteLengths(Hex(StartCode + SPS), [&](auto* data, size_t size) { HEVCDecodeSPS(data, size, sps); })
+                    .empty());
 }
 
 TEST(HEVCUnit, Types)
@@ -194,28 +180,32 @@ TEST(HEVCUnit, Types)
     EXPECT_FALSE(IsVclNalu({nullptr, 2}));
 }
 
-TEST(HEVCPacket, InsertExtradata)
+TEST(HEVCPacket, ExtradataGoesInFrontOfKeyPacketsWithoutSets)
 {
-    const auto insert = [](const std::string& hex, bool key, const SP<const IBlob>& extradata)
-    {
-        const SP<IDataPacket> packet = MakeVideoPacket(hex, key);
-        return Result(
-            [&]
-            {
-                const SP<IDataPacket> result = InsertHEVCExtradata(packet, extradata);
-                return result == packet ? "same" : ToHex(*result) + " at " + std::to_string(result->GetPTS());
-            });
-    };
-    const SP<const IBlob> header = MakeBlob(ArraysAnnexB);
     const std::string hvccFailure = "Trying to insert hvcC extradata into annexB packet";
     const std::string idr = "00 00 01 46 01 50 00 00 01 44 00 00 01 26 01 af"; // a PPS without a header is none
-    EXPECT_EQ(insert(idr, true, header), ArraysAnnexB + " " + idr + " at 40");
-    EXPECT_EQ(insert(idr, false, header), "same");
-    EXPECT_EQ(insert(idr, false, MakeBlob(Fixed + Arrays)), "same");
-    EXPECT_EQ(insert(idr, true, nullptr), "same");
-    EXPECT_EQ(insert(idr, true, MakeBlob(Fixed + Arrays)), hvccFailure);
-    EXPECT_EQ(insert(idr, true, MakeBlob("00 01 60 00")), hvccFailure);
-    for (const char* set : {"40", "42", "44"})
-        EXPECT_EQ(insert("00 00 01 " + std::string(set) + " 01 " + idr, true, header), "same") << set;
-    EXPECT_EQ(InsertHEVCExtradata(nullptr, header), nullptr);
+    const struct
+    {
+        std::string packet;
+        bool key;
+        std::string extradata, result; // "" for the same packet
+    } rows[] = {
+        {idr, true, ArraysAnnexB, ArraysAnnexB + " " + idr},
+        {idr, false, ArraysAnnexB, ""},
+        {idr, false, Fixed + Arrays, ""},
+        {idr, true, Fixed + Arrays, hvccFailure},
+        {idr, true, "00 01 60 00", hvccFailure},
+        {"00 00 01 40 01 " + idr, true, ArraysAnnexB, ""},
+        {"00 00 01 42 01 " + idr, true, ArraysAnnexB, ""},
+        {"00 00 01 44 01 " + idr, true, ArraysAnnexB, ""},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<IDataPacket> packet = MakeVideoPacket(row.packet, row.key);
+        SP<IDataPacket> result;
+        const std::string failure = Failure([&] { result = InsertHEVCExtradata(packet, MakeBlob(row.extradata)); });
+        EXPECT_EQ(!result || result == packet ? failure : ToHex(*result), row.result) << row.packet;
+        EXPECT_EQ(InsertHEVCExtradata(packet, nullptr), packet);
+    }
+    EXPECT_EQ(InsertHEVCExtradata(nullptr, MakeBlob(ArraysAnnexB)), nullptr);
 }

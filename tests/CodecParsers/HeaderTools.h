@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Fnd/DataBitOutput.h"
-#include "Fnd/DataOutputString.h"
 #include "Fnd/Exception.h"
 #include "media/BlobFF.h"
 #include "media/DataPacketFF.h"
@@ -12,9 +10,9 @@ extern "C"
 }
 
 #include <algorithm>
-#include <functional>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -23,87 +21,48 @@ namespace Tessor::Test
 
 using Bytes = std::vector<uint8_t>;
 
-/// Visits fields, each followed by its bits.
-template <class F>
-void Fields(F&)
+/// What the bit reader says of data that ends too early.
+inline const std::string PastTheEnd = "Reading of bits past the end of the data";
+
+inline Bytes operator+(Bytes a, const Bytes& b)
 {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
 }
 
-template <class F, class T, class... Rest>
-void Fields(F& f, T& field, unsigned bits, Rest&&... rest)
+/// Bytes of "00 01 ff".
+inline Bytes Hex(const std::string& text)
 {
-    f(field, bits);
-    Fields(f, rest...);
+    Bytes bytes;
+    std::istringstream in(text);
+    for (std::string token; in >> token;)
+        bytes.push_back(static_cast<uint8_t>(std::stoul(token, nullptr, 16)));
+    return bytes;
 }
 
-/// A header as its syntax: `visit(fields, f)` calls f(field, bits) for every bit of it in order.
-///
-/// One such listing writes a header, fills it with random values and compares two of them.
-template <class Visit, class Config>
-Bytes WriteHeader(Visit visit, Config& config)
+/// "00 01 ff" of bytes.
+inline std::string ToHex(const uint8_t* data, size_t size)
 {
-    const auto sink = Core::DataOutputString::Create();
-    Core::DataBitOutput output(sink);
-    visit(config, [&](auto& field, unsigned bits) { output.WriteBits(static_cast<uint32_t>(field), bits); });
-    output.Flush();
-    return Bytes(sink->GetString().begin(), sink->GetString().end());
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (size_t i = 0; i < size; ++i)
+        text += std::string(i > 0 ? " " : "") + digits[data[i] >> 4] + digits[data[i] & 15];
+    return text;
 }
 
-template <class Visit, class Config>
-void Randomize(Visit visit, Config& config, std::mt19937& random)
+inline std::string ToHex(const Bytes& bytes)
 {
-    visit(config, [&](auto& field, unsigned bits)
-          { field = static_cast<std::remove_reference_t<decltype(field)>>(random() >> (32 - bits)); });
+    return ToHex(bytes.data(), bytes.size());
 }
 
-template <class Visit, class Config>
-std::vector<uint64_t> Values(Visit visit, Config& config)
+/// Units as "[65 88]|[41]", an empty one as "[]".
+template <class Units>
+std::string ToHex(const Units& units)
 {
-    std::vector<uint64_t> values;
-    visit(config, [&](auto& field, unsigned) { values.push_back(field); });
-    return values;
-}
-
-/// What a call throws, as "IOException" or the text of another Exception; "" when it throws nothing.
-inline std::string Fault(const std::function<void()>& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const Core::IOException&)
-    {
-        return "IOException";
-    }
-    catch (const Exception& e)
-    {
-        return Describe(e);
-    }
-    return "";
-}
-
-/// Decodes every proper beginning of the data, each in a block of its own size so that AddressSanitizer sees
-/// over-reading, and gives the lengths that decode.
-template <class Config>
-std::vector<size_t> DecodableLengths(void (*decode)(const uint8_t*, size_t, Config&), const Bytes& data)
-{
-    std::vector<size_t> lengths;
-    for (size_t size = 0; size < data.size(); ++size)
-    {
-        const Bytes part(data.begin(), data.begin() + static_cast<ptrdiff_t>(size));
-        Config config;
-        if (Fault([&] { decode(part.data(), part.size(), config); }).empty())
-            lengths.push_back(size);
-    }
-    return lengths;
-}
-
-inline SP<Proc::DataPacketFF> MakePacket(const Bytes& payload, avTime pts = NoTime, avTime dts = NoTime,
-                                         avTime duration = 0)
-{
-    AVPacket* record = Proc::CreatePacket(payload.size());
-    std::copy(payload.begin(), payload.end(), record->data);
-    return Proc::DataPacketFF::Create(record, MediaType::Video, pts, dts, duration);
+    std::string text;
+    for (const auto& [data, size] : units)
+        text += (text.empty() ? "[" : "|[") + ToHex(data, size) + "]";
+    return text;
 }
 
 inline Bytes Payload(const Proc::IDataPacket& packet)
@@ -116,10 +75,104 @@ inline Bytes Payload(const Proc::IBlob& blob)
     return Bytes(blob.Data(), blob.Data() + blob.Size());
 }
 
-inline Bytes operator+(Bytes a, const Bytes& b)
+inline std::string ToHex(const Proc::IDataPacket& packet)
 {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+    return ToHex(Payload(packet));
+}
+
+inline std::string ToHex(const Proc::IBlob& blob)
+{
+    return ToHex(Payload(blob));
+}
+
+inline SP<Proc::IBlob> MakeBlob(const Bytes& bytes)
+{
+    return Proc::BlobFF::Create(bytes.data(), bytes.size());
+}
+
+inline SP<Proc::IBlob> MakeBlob(const std::string& hex)
+{
+    return MakeBlob(Hex(hex));
+}
+
+inline SP<Proc::DataPacketFF> MakePacket(const Bytes& payload, avTime pts = NoTime, avTime dts = NoTime,
+                                         avTime duration = 0)
+{
+    AVPacket* record = Proc::CreatePacket(payload.size());
+    std::copy(payload.begin(), payload.end(), record->data);
+    return Proc::DataPacketFF::Create(record, MediaType::Video, pts, dts, duration);
+}
+
+/// A packet of those bytes with PTS 40, DTS 20 and duration 10.
+inline SP<Proc::IDataPacket> MakeVideoPacket(const std::string& hex, bool key)
+{
+    const SP<Proc::IDataPacket> packet = MakePacket(Hex(hex), 40, 20, 10);
+    packet->GetAVPacket()->flags = key ? AV_PKT_FLAG_KEY : 0;
+    return packet;
+}
+
+/// The text of what a call throws; "" when it throws nothing.
+template <class Call>
+std::string Failure(Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const std::exception& e)
+    {
+        return Describe(e);
+    }
+    return "";
+}
+
+/// What the call gives as text: of a packet or blob its bytes, or the text of what it throws.
+template <class Call>
+std::string ResultOf(Call&& call)
+{
+    std::string result;
+    const std::string failure = Failure(
+        [&]
+        {
+            if constexpr (std::is_arithmetic_v<decltype(call())>)
+                result = std::to_string(call());
+            else
+                result = ToHex(*call());
+        });
+    return failure.empty() ? result : failure;
+}
+
+template <class Record>
+using Decode = void (*)(const uint8_t* data, size_t size, Record& record);
+
+/// Calls with every proper beginning of the data, each in memory of its own size so that AddressSanitizer sees
+/// over-reading, and gives the lengths at which the call throws nothing.
+template <class Call>
+std::vector<size_t> CompleteLengths(const Bytes& data, Call&& call)
+{
+    std::vector<size_t> lengths;
+    for (size_t size = 0; size < data.size(); ++size)
+    {
+        const Bytes part(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(size));
+        if (Failure([&] { call(part.data(), part.size()); }).empty())
+            lengths.push_back(size);
+    }
+    return lengths;
+}
+
+/// A known header: it has to be read as expected, also over what was read before, and to be refused when it is
+/// truncated at any but the lengths given.
+template <class Record>
+void CheckHeader(std::type_identity_t<Decode<Record>> decode, const std::string& hex, const Record& expected,
+                 const std::vector<size_t>& complete = {})
+{
+    SCOPED_TRACE(hex);
+    const Bytes data = Hex(hex);
+    Record record;
+    EXPECT_EQ(Failure([&] { decode(data.data(), data.size(), record); }), "");
+    EXPECT_EQ(Failure([&] { decode(data.data(), data.size(), record); }), "");
+    EXPECT_TRUE(record == expected);
+    EXPECT_EQ(CompleteLengths(data, [&](auto* part, size_t size) { decode(part, size, record); }), complete);
 }
 
 } // namespace Tessor::Test

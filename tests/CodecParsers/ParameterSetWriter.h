@@ -1,15 +1,16 @@
 #pragma once
 
-#include "tests/CodecParsers/NaluTestTools.h"
+#include "Fnd/DataBitOutput.h"
+#include "Fnd/DataOutputString.h"
+#include "tests/CodecParsers/HeaderTools.h"
 
 #include <bit>
 
-/// What tests of generated parameter sets share: one listing of each syntax fills a record with random values and
-/// writes it; what was written has to be read back.
 namespace Tessor::Test
 {
 
-/// Draws each field and writes it in the same pass, so that the drawn values decide what follows.
+/// Writes headers. A generated one's fields are drawn and written in the same pass, so that the drawn values decide
+/// what follows.
 class ParameterSetWriter
 {
 public:
@@ -17,32 +18,32 @@ public:
 
     uint32_t Draw(uint32_t limit) { return static_cast<uint32_t>(random() % (uint64_t{limit} + 1)); }
 
-    template <class F>
-    void U(unsigned bits, F& field)
+    template <class... F>
+    void U(unsigned bits, F&... fields)
     {
-        Put(bits, field = static_cast<F>(random() >> (32 - bits)));
+        (Put(bits, fields = static_cast<F>(random() >> (32 - bits))), ...);
     }
     template <class... F>
     void Flags(F&... fields)
     {
-        (U(1, fields), ...);
+        U(1, fields...);
     }
-    template <class F>
-    void UE(F& field, uint32_t limit)
+    /// Values of up to the limit.
+    template <class... F>
+    void UE(uint32_t limit, F&... fields)
     {
-        PutUE(field = static_cast<F>(Draw(limit)));
+        (PutUE(fields = static_cast<F>(Draw(limit))), ...);
     }
-    template <class F>
-    void SE(F& field, uint32_t limit)
+    template <class... F>
+    void SE(uint32_t limit, F&... fields)
     {
-        const int64_t value = int64_t{Draw(2 * limit)} - limit;
-        PutSE(field = static_cast<F>(value));
+        (PutSE(fields = static_cast<F>(int64_t{Draw(2 * limit)} - limit)), ...);
     }
 
-    void Put(unsigned count, uint32_t value)
+    void Put(unsigned bits, uint32_t value)
     {
-        output.WriteBits(value, count);
-        bits += count;
+        output.WriteBits(value, bits);
+        written += bits;
     }
     void PutUE(uint64_t value)
     {
@@ -52,27 +53,27 @@ public:
     }
     void PutSE(int64_t value) { PutUE(static_cast<uint64_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
 
-    /// Bits of the syntax so far.
-    size_t Bits() const { return bits; }
+    /// Bits so far.
+    size_t Bits() const { return written; }
+    /// Filled with zeros to the byte.
+    Bytes GetBytes()
+    {
+        output.Flush();
+        return Bytes(sink->GetString().begin(), sink->GetString().end());
+    }
     /// The RBSP with its stop bit, behind the NAL header that the caller has put.
     Bytes Finish()
     {
-        output.WriteBits(1, 1);
-        output.Flush();
-        return Bytes(sink->GetString().begin(), sink->GetString().end());
+        Put(1, 1);
+        return GetBytes();
     }
 
 private:
     std::mt19937& random;
     const SP<Core::DataOutputString> sink = Core::DataOutputString::Create();
     Core::DataBitOutput output;
-    size_t bits = 0; // written without the stop bit
+    size_t written = 0; // bits
 };
-
-inline Bytes WithStartCode(const Bytes& unit)
-{
-    return Proc::CodecParsers::NALU_START_CODE_4_BYTE + unit;
-}
 
 /// The unit with an emulation prevention byte where the standard asks for one.
 inline Bytes Escape(const Bytes& rbsp)
@@ -88,41 +89,9 @@ inline Bytes Escape(const Bytes& rbsp)
     return unit;
 }
 
-/// Decodes every proper beginning of a unit, each in memory of its own size. It has to fail with the bit reader exactly
-/// when bits are missing. A header of one byte is not found at all.
-template <class Record>
-void CheckTruncations(const Bytes& unit, size_t syntaxBits, void (*decode)(const uint8_t*, size_t, Record&))
+inline Bytes WithStartCode(const Bytes& unit)
 {
-    for (size_t size = 2; size < unit.size(); ++size)
-    {
-        const Bytes part(unit.begin(), unit.begin() + static_cast<std::ptrdiff_t>(size));
-        const bool complete =
-            Proc::CodecParsers::RemoveEmulationByte(part.data(), part.size()).size() * 8 >= syntaxBits;
-        const Bytes header = WithStartCode(part);
-        Record record;
-        const bool failed = !Failure([&] { decode(header.data(), header.size(), record); }).empty();
-        ASSERT_NE(failed, complete) << size << " of " << ToHex(unit);
-    }
-}
-
-template <class Record, class Draw>
-void CheckRandomSets(unsigned seed, int rounds, Draw draw, void (*decode)(const uint8_t*, size_t, Record&))
-{
-    std::mt19937 random(seed);
-    Record decoded; // kept over the rounds: each one has to reset it
-    for (int round = 0; round < rounds; ++round)
-    {
-        ParameterSetWriter writer(random);
-        Record expected;
-        draw(writer, expected);
-        const size_t syntaxBits = writer.Bits();
-        const Bytes unit = Escape(writer.Finish());
-        const Bytes header = WithStartCode(unit);
-        decode(header.data(), header.size(), decoded);
-        ASSERT_TRUE(decoded == expected) << "round " << round << ": " << ToHex(unit);
-        if (round % 40 == 0)
-            CheckTruncations(unit, syntaxBits, decode);
-    }
+    return Bytes{0, 0, 0, 1} + unit;
 }
 
 } // namespace Tessor::Test

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
+#include "tests/CodecParsers/HeaderTools.h"
 #include "tests/support/Media.h"
 
 extern "C"
@@ -10,7 +9,8 @@ extern "C"
 #include <libavformat/avformat.h>
 }
 
-#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
 
 namespace Tessor::Test
 {
@@ -19,7 +19,7 @@ namespace Tessor::Test
 class RealClip
 {
 public:
-    explicit RealClip(const std::string& name, MediaType type = MediaType::Video) : type(type)
+    RealClip(const std::string& name, MediaType type) : type(type)
     {
         av_log_set_level(AV_LOG_QUIET);
         EXPECT_EQ(avformat_open_input(&context, ClipPath(name).c_str(), nullptr, nullptr), 0);
@@ -32,12 +32,6 @@ public:
     RealClip& operator=(const RealClip&) = delete;
 
     const AVStream& GetStream() const { return *stream; }
-    const AVCodecParameters& GetParameters() const { return *stream->codecpar; }
-    SP<const Proc::IBlob> GetExtradata() const
-    {
-        return Proc::BlobFF::Create(GetParameters().extradata, static_cast<size_t>(GetParameters().extradata_size));
-    }
-
     /// The track's next packet, null at the end.
     SP<Proc::DataPacketFF> Read()
     {
@@ -61,36 +55,56 @@ private:
     AVStream* stream = nullptr;
 };
 
-/// What libavcodec's parser sees in the packets of a track.
-class ReferenceParser
+/// Tests on a track of the clip that is the parameter.
+template <MediaType Type>
+class ClipTest : public testing::TestWithParam<const char*>
 {
-public:
-    explicit ReferenceParser(const AVCodecParameters& parameters)
-        : parser(av_parser_init(parameters.codec_id)), context(avcodec_alloc_context3(nullptr))
+protected:
+    void SetUp() override
     {
-        avcodec_parameters_to_context(context, &parameters);
-        parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-    }
-    ~ReferenceParser()
-    {
-        av_parser_close(parser);
-        avcodec_free_context(&context);
-    }
-    ReferenceParser(const ReferenceParser&) = delete;
-    ReferenceParser& operator=(const ReferenceParser&) = delete;
-
-    /// The parser's record (pict_type, key_frame) behind the packet.
-    const AVCodecParserContext& Parse(const Proc::IDataPacket& packet)
-    {
-        uint8_t* out = nullptr;
-        int size = 0;
-        av_parser_parse2(parser, context, &out, &size, packet.GetData(), packet.GetSize(), 0, 0, 0);
-        return *parser;
+        TESSOR_SKIP_WITHOUT(GetParam());
+        clip.emplace(GetParam(), Type);
+        parameters = clip->GetStream().codecpar;
+        extradata = Proc::BlobFF::Create(parameters->extradata, static_cast<size_t>(parameters->extradata_size));
     }
 
-private:
-    AVCodecParserContext* const parser;
-    AVCodecContext* context;
+    std::optional<RealClip> clip;
+    const AVCodecParameters* parameters = nullptr;
+    SP<const Proc::IBlob> extradata;
 };
+
+inline std::string ClipName(const testing::TestParamInfo<const char*>& info)
+{
+    std::string name = info.param;
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return !isalnum(c); }, '_');
+    return name;
+}
+
+/// A fresh decoder with that extradata.
+inline std::shared_ptr<AVCodecContext> OpenDecoder(AVCodecID codec, const Bytes& extradata)
+{
+    const std::shared_ptr<AVCodecContext> decoder(avcodec_alloc_context3(nullptr),
+                                                  [](AVCodecContext* c) { avcodec_free_context(&c); });
+    decoder->extradata = static_cast<uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    decoder->extradata_size = static_cast<int>(extradata.size());
+    std::copy(extradata.begin(), extradata.end(), decoder->extradata);
+    decoder->flags2 = AV_CODEC_FLAG2_SKIP_MANUAL; // the priming is a frame, too
+    decoder->thread_count = 1;
+    EXPECT_EQ(avcodec_open2(decoder.get(), avcodec_find_decoder(codec), nullptr), 0);
+    return decoder;
+}
+
+/// The first frame that a fresh decoder makes of a packet; null when it makes none.
+inline std::shared_ptr<const AVFrame> DecodeAlone(AVCodecID codec, const Proc::IDataPacket& packet,
+                                                  const Bytes& extradata = {})
+{
+    const auto decoder = OpenDecoder(codec, extradata);
+    const std::shared_ptr<AVFrame> frame(av_frame_alloc(), [](AVFrame* f) { av_frame_free(&f); });
+    const bool decoded = avcodec_send_packet(decoder.get(), packet.GetAVPacket()) == 0 &&
+                         avcodec_send_packet(decoder.get(), nullptr) == 0 &&
+                         avcodec_receive_frame(decoder.get(), frame.get()) == 0;
+    return decoded ? frame : nullptr;
+}
 
 } // namespace Tessor::Test

@@ -51,40 +51,22 @@ bool OthersGetIt(Locked& locked)
 
 } // namespace
 
-TEST(RefCount, CountsHoldersAndDeletes)
-{
-    std::atomic<int> alive{0};
-    Thing* raw = new Thing(alive);
-    EXPECT_EQ(raw->GetRefCount(), 0);
-    SP<IThing> first(raw);
-    SP<const IOther> second(raw);
-    EXPECT_EQ(raw->GetRefCount(), 2);
-
-    // a copy is held by nobody yet
-    SP<Thing> copy(new Thing(*raw));
-    EXPECT_EQ(copy->GetRefCount(), 1);
-    EXPECT_EQ(raw->GetRefCount(), 2);
-
-    first.reset();
-    EXPECT_EQ(alive, 2);
-    second.reset();
-    EXPECT_EQ(alive, 1);
-    copy.reset();
-    EXPECT_EQ(alive, 0);
-}
-
-TEST(RefCount, ThreadsShareAnObject)
+TEST(RefCount, CountsHoldersOfAllThreadsAndDeletes)
 {
     std::atomic<int> alive{0};
     std::vector<std::thread> threads;
     {
         const SP<Thing> shared(new Thing(alive));
+        const SP<const IOther> other(shared);
+        const SP<Thing> copy(new Thing(*shared));
+        EXPECT_EQ(shared->GetRefCount(), 2);
+        EXPECT_EQ(copy->GetRefCount(), 1) << "a copy starts anew";
         for (int i = 0; i < 4; ++i)
             threads.emplace_back(
                 [held = SP<IThing>(shared)]() mutable
                 {
                     for (int round = 0; round < 20000; ++round)
-                        SP<IThing> copy(held);
+                        SP<IThing> another(held);
                     held.reset();
                 });
     }
@@ -113,10 +95,9 @@ TEST(Lock, IsRecursiveAndKeepsOthersOut)
 TEST(Timer, AddsItsLifetime)
 {
     long long total = 1000000;
-    for (int i = 0; i < 2; ++i)
     {
         Core::TimerSimple timer(total);
         std::this_thread::sleep_for(std::chrono::milliseconds(3));
     }
-    EXPECT_GE(total, 1006000);
+    EXPECT_GE(total, 1003000);
 }

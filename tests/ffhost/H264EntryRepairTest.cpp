@@ -21,6 +21,7 @@ namespace Tessor::Host::Tests
 // inside of tests, the name alone means that of the test framework's class
 namespace Tools = Tessor::Test;
 using Tools::Bytes;
+using Tools::Escape;
 using Writer = Tools::ParameterSetWriter;
 
 namespace
@@ -43,19 +44,6 @@ struct Picture
     bool reference = true, field = false, entered = false;
     uint32_t parameterSet = 0;
 };
-
-Bytes Escape(const Bytes& rbsp)
-{
-    Bytes unit;
-    for (const uint8_t byte : rbsp)
-    {
-        const size_t n = unit.size();
-        if (n >= 2 && unit[n - 1] == 0 && unit[n - 2] == 0 && byte <= 3)
-            unit.push_back(3);
-        unit.push_back(byte);
-    }
-    return unit;
-}
 
 void Append(Bytes& bytes, const Bytes& unit, bool prefixed)
 {

@@ -9,7 +9,6 @@ extern "C"
 }
 
 #include <gtest/gtest.h>
-#include <numeric>
 
 using namespace Tessor;
 using namespace Tessor::Proc;
@@ -52,19 +51,17 @@ TEST(DataPacket, PositionIsExplicitElsePtsElseDts)
 
 TEST(DataPacket, ClonesShareBytesAndSideDataButNotTimesAndFlags)
 {
-    const SP<DataPacketFF> packet = MakePacket(100, 50);
-    packet->SetLeadIn({MakePacket(0, 0), MakePacket(1, 1)});
+    SP<DataPacketFF> packet = MakePacket(100, 50);
+    packet->SetLeadIn({MakePacket(0, 0)});
     uint8_t* const side = av_packet_new_side_data(packet->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, 10);
     std::fill_n(side, 10, uint8_t{9});
+    std::fill_n(packet->Data(), packet->Size(), uint8_t{3});
     packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
 
     const SP<IDataPacket> clone = packet->Clone();
     EXPECT_EQ(clone->GetData(), packet->GetData());
-    EXPECT_EQ(clone->GetSize(), 16);
-    EXPECT_TRUE(clone->IsKeyFrame());
-    EXPECT_EQ(dynamic_cast<DataPacketFF&>(*clone).GetMediaType(), MediaType::Video);
     EXPECT_EQ(dynamic_cast<DataPacketFF&>(*clone).GetLeadIn(), packet->GetLeadIn());
-
+    EXPECT_TRUE(clone->IsKeyFrame());
     clone->SetPTS(1);
     clone->SetDTS(2);
     clone->SetDuration(3);
@@ -73,22 +70,14 @@ TEST(DataPacket, ClonesShareBytesAndSideDataButNotTimesAndFlags)
     EXPECT_EQ(packet->GetDTS(), 50);
     EXPECT_EQ(packet->GetDuration(), 40);
     EXPECT_TRUE(packet->IsKeyFrame());
-    EXPECT_FALSE(clone->IsKeyFrame());
 
+    const SP<const IBlob> blob = packet->GetBlob(); // outlives the item
+    packet.reset();
+    EXPECT_EQ(blob->Data()[15], 3);
     size_t size = 0;
     const uint8_t* const copied = av_packet_get_side_data(clone->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, &size);
     ASSERT_EQ(size, 10u);
     EXPECT_EQ(copied[9], 9);
-}
-
-TEST(DataPacket, BlobOutlivesTheItem)
-{
-    SP<DataPacketFF> packet = MakePacket(0, 0);
-    std::fill_n(packet->Data(), packet->Size(), uint8_t{3});
-    const SP<const IBlob> blob = packet->GetBlob();
-    packet.reset();
-    ASSERT_EQ(blob->Size(), 16u);
-    EXPECT_EQ(blob->Data()[15], 3);
 }
 
 TEST(DataPacket, CopiesAPayloadThatTheRecordDoesNotOwn)
@@ -107,23 +96,20 @@ TEST(DataPacket, CopiesAPayloadThatTheRecordDoesNotOwn)
 TEST(DataPacket, RefusesWhatItCannotDo)
 {
     EXPECT_THROW(DataPacketFF::Create(nullptr, MediaType::Video, 0, 0, 0), std::invalid_argument);
-    const SP<DataPacketFF> packet = MakePacket(0, 0);
-    EXPECT_THROW(packet->TrimStart(1), Exception);
-    EXPECT_THROW(packet->TrimEnd(1), Exception);
+    EXPECT_THROW(MakePacket(0, 0)->TrimStart(1), Exception);
+    EXPECT_THROW(MakePacket(0, 0)->TrimEnd(1), Exception);
     EXPECT_EQ(CreatePacket(std::numeric_limits<size_t>::max()), nullptr);
     EXPECT_EQ(CreatePacket(std::numeric_limits<int>::max()), nullptr);
+    EXPECT_THROW(BlobFF::Create(std::numeric_limits<size_t>::max()), std::length_error);
 }
 
 TEST(Blob, HasItsOwnPaddedBytes)
 {
-    std::vector<unsigned char> bytes = {1, 2, 3};
-    const SP<BlobFF> blob = BlobFF::Create(bytes.data(), bytes.size());
-    bytes.assign(3, 0);
-    std::vector<uint8_t> expected(3 + AV_INPUT_BUFFER_PADDING_SIZE);
-    std::iota(expected.begin(), expected.begin() + 3, uint8_t{1});
+    const uint8_t bytes[] = {1, 2, 3};
+    const SP<BlobFF> blob = BlobFF::Create(bytes, 3);
+    std::vector<uint8_t> expected{1, 2, 3};
+    expected.resize(3 + AV_INPUT_BUFFER_PADDING_SIZE);
     EXPECT_EQ(std::vector<uint8_t>(blob->Data(), blob->Data() + expected.size()), expected);
     EXPECT_EQ(blob->Size(), 3u);
     EXPECT_EQ(BlobFF::Create(nullptr, 0)->Size(), 0u);
-    EXPECT_EQ(*BlobFF::Create(size_t{4})->Data(), 0);
-    EXPECT_THROW(BlobFF::Create(std::numeric_limits<size_t>::max()), std::length_error);
 }
