@@ -36,21 +36,23 @@ SettingsFilterBitStream ChooseFraming(const Conf::IFormatCodec& format, const Mu
 class AdtsWatch
 {
 public:
-    AdtsWatch(const Conf::IFormatCodec& format, const SettingsFilterBitStream& settings)
+    AdtsWatch(const Conf::IFormatCodec& format, const SettingsFilterBitStream& settings, const std::string& output)
+        : output(output)
     {
         const SP<const IBlob> header = format.GetExtradata();
         if (header && settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_RAW_AAC)
             first = Read(header->Data(), header->Size());
     }
 
-    /// Whether the frame can go under the configuration. Throws Exception where another one has begun.
+    /// Whether the frame can go under the configuration. Throws Core::IOException where another one has begun.
     bool Accept(const IDataPacket& packet)
     {
         const auto configuration = first ? Read(packet.GetData(), static_cast<size_t>(packet.GetSize())) : first;
         const bool same = !configuration || configuration == first;
         if (!same && other)
-            Throw<Exception>(TESSOR_HERE, "the sound changes its sample rate, profile or channels at " +
-                                              T2S(packet.GetPTS()) + ", and the output can say only one of them");
+            Throw<Core::IOException>(TESSOR_HERE, output +
+                                                      ": the sound changes its sample rate, profile or channels at " +
+                                                      T2S(packet.GetPTS()) + ", and the file can say only one of them");
         other = !same;
         return same;
     }
@@ -64,6 +66,7 @@ private:
         return (data[2] & 0xFDu) << 8 | (data[3] & 0xC0u);
     }
 
+    const std::string output;      // for the message
     std::optional<unsigned> first; // of the header; none: nothing to watch
     bool other = false;            // the last frame had another one
 };
@@ -76,9 +79,9 @@ class PacketGate final : public StreamImpl<IStreamRaw, IStreamRaw>, public RefCo
 {
 public:
     PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format,
-               const SettingsFilterBitStream& settings)
+               const SettingsFilterBitStream& settings, const std::string& output)
         : StreamImpl(source, false), settings(settings), format(format),
-          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings)
+          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output)
     {
     }
 
@@ -161,7 +164,7 @@ SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
 
 FramedTrack::FramedTrack(const SP<IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Muxer& muxer,
                          const TrackInfo& info)
-    : gate(new PacketGate(stream, format, ChooseFraming(*format, muxer, info))),
+    : gate(new PacketGate(stream, format, ChooseFraming(*format, muxer, info), muxer.GetPath())),
       framed(FilterBitStream::Create(gate, gate->GetFraming()))
 {
 }

@@ -274,7 +274,7 @@ TEST(FramedTrackTest, SoundThatChangesItsConfigurationIsRefused)
         return ReadAll(track).size();
     };
     EXPECT_EQ(frame("x.mp4", {3}), 9u);
-    EXPECT_THROW(frame("x.mp4", {3, 4}), Exception);
+    EXPECT_THROW(frame("x.mp4", {3, 4}), Core::IOException);
     EXPECT_EQ(frame("x.ts", {3, 4}), 10u);
 }
 
