@@ -20,6 +20,12 @@ constexpr avTime CLOCK_LEAD = 1 * SECOND;   // where a seek may land between the
 constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
 constexpr avTime WORTH_A_JUMP = 3 * SECOND;
 
+ParameterSets SetsOf(const TrackInfo& track)
+{
+    return track.format ? ParameterSets(track.format->GetCodecID(), track.format->GetExtradata())
+                        : ParameterSets({}, nullptr);
+}
+
 // Steps back from the target: 0, 1, 3, 10, 30, 100... seconds.
 avTime NextLead(avTime lead)
 {
@@ -45,11 +51,11 @@ void PacketPump::Select(int index)
     const TrackInfo& track = info->tracks.at(static_cast<size_t>(index));
     const int64_t start = file.Stream(index).start_time;
     const AVRational base{track.timeBaseNum, track.timeBaseDen};
-    dense.emplace(index,
-                  DenseTrack{TrackTimes(track, info->origin, Clock()), GroupStaging(track.type), track.type,
-                             start == AV_NOPTS_VALUE
-                                 ? NoTime
-                                 : SubTime(av_rescale_q(start, base, AVRational{1, AV_TIME_BASE}), info->origin)});
+    dense.emplace(
+        index, DenseTrack{TrackTimes(track, info->origin, Clock()), SetsOf(track), GroupStaging(track.type), track.type,
+                          start == AV_NOPTS_VALUE
+                              ? NoTime
+                              : SubTime(av_rescale_q(start, base, AVRational{1, AV_TIME_BASE}), info->origin)});
     hasVideo = hasVideo || track.type == MediaType::Video;
     file.Select(index);
     dense.at(index).staging.KeepLeadIns(keepsLeadIns);
@@ -139,7 +145,13 @@ void PacketPump::FinishAll()
 void PacketPump::Deliver(DenseTrack& track)
 {
     while (SP<Proc::DataPacketFF> packet = track.times.Pull())
+    {
+        // What is read may be left out: sets that it has brought have to be met again behind it.
+        const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
+        if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
+            packet = track.sets.Prepend(packet);
         track.staging.Push(std::move(packet));
+    }
 }
 
 void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
@@ -238,7 +250,11 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
 {
     ended = false;
     for (auto& [index, track] : dense)
+    {
         track.times.Reset(atStart, near);
+        if (atStart)
+            track.sets.Rewind();
+    }
     for (auto& [index, track] : sparse)
         track.clock.Reset(atStart, near);
 }

@@ -2,6 +2,7 @@
 
 #include "ffhost/io/CutPlan.h"
 #include "ffhost/io/GroupStaging.h"
+#include "ffhost/io/ParameterSets.h"
 #include "ffhost/io/SourceFile.h"
 #include "ffhost/io/SparseInbox.h"
 #include "ffhost/io/TrackTimes.h"
@@ -42,6 +43,7 @@ private:
     struct DenseTrack
     {
         TrackTimes times;
+        ParameterSets sets;
         GroupStaging staging;
         MediaType type;
         avTime start; // of the track as the container tells it, NoTime when unknown

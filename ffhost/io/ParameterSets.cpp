@@ -205,6 +205,12 @@ void ParameterSets::TakeOver(const Sets& brought)
     ++version;
 }
 
+void ParameterSets::Rewind()
+{
+    inForce = original;
+    ++version;
+}
+
 bool ParameterSets::HasNewHeader(const IDataPacket& packet)
 {
     size_t size = 0;
@@ -266,14 +272,16 @@ SP<const IBlob> ParameterSets::MakeHeader() const
     return own;
 }
 
-SP<IDataPacket> ParameterSets::Prepend(const SP<IDataPacket>& packet) const
+SP<DataPacketFF> ParameterSets::Prepend(const SP<IDataPacket>& packet) const
 {
-    Bytes head;
+    Bytes whole;
     for (const auto& [key, unit] : inForce)
-        Append(unit, head);
-    const SP<IDataPacket> whole = PrependToPacket(packet, head.data(), head.size());
-    RemoveNewHeader(*whole->GetAVPacket());
-    return whole;
+        Append(unit, whole);
+    whole.insert(whole.end(), packet->GetData(), packet->GetData() + packet->GetSize());
+    const SP<DataPacketFF> result = CreatePacketLike(*packet, whole.size());
+    std::copy(whole.begin(), whole.end(), result->Data());
+    RemoveNewHeader(*result->GetAVPacket());
+    return result;
 }
 
 } // namespace Tessor::Host

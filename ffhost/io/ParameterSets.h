@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "media/IDataPacket.h"
+#include "media/DataPacketFF.h"
 
 #include <map>
 #include <string>
@@ -33,6 +33,8 @@ public:
     };
     /// Takes over what the packet brings. Throws Exception for a new header of the container that is malformed.
     Carried Follow(const Proc::IDataPacket& packet);
+    /// Begins again with the header.
+    void Rewind();
     /// Another number for each change of what is in force.
     unsigned GetVersion() const { return version; }
     /// The sets in force are not the ones of the stream's header.
@@ -41,7 +43,7 @@ public:
     SP<const Proc::IBlob> MakeHeader() const;
     /// A new packet with the sets in force in front, in place of a new header. Throws Exception for a set that its
     /// framing can't measure.
-    SP<Proc::IDataPacket> Prepend(const SP<Proc::IDataPacket>& packet) const;
+    SP<Proc::DataPacketFF> Prepend(const SP<Proc::IDataPacket>& packet) const;
 
 private:
     using Nalu = Proc::CodecParsers::Nalu;
