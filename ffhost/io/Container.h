@@ -45,7 +45,10 @@ public:
     Proc::SettingsFilterBitStream::StreamFormat ChooseFraming(AVCodecID codec) const;
     /// Whether the container names the codec in a way that readers understand.
     bool KnowsCodec(AVCodecID codec) const;
-    /// The source's tag where it means the same codec here, otherwise 0: the muxer's own choice.
+    /// The source's tag where it means the same codec here, otherwise 0: the muxer's own choice. For HEVC that has no
+    /// sample entry yet this is hev1 in MP4. hvc1 promises that no packet carries parameter sets (ISO/IEC 14496-15,
+    /// 8.4.1), and whether other ones follow is known at the end of the stream only, when packets are long written: a
+    /// reader that believes hvc1 would decode them wrongly, one that knows no hev1 refuses the file.
     unsigned ChooseTag(AVCodecID codec, unsigned sourceTag) const;
     /// The ticks to ask for, so that the source's times come out exactly. The muxer may choose others.
     AVRational ChooseTimeBase(const TrackInfo& source) const;

@@ -1,9 +1,10 @@
 #include "ffhost/io/FramedTrack.h"
 
+#include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/Filters/Filters/FilterBitStream.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "Proc/StreamTemplates/Visitors.h"
-#include "media/IFormatCodecVideo.h"
+#include "ffhost/io/ParameterSets.h"
 
 extern "C"
 {
@@ -11,58 +12,13 @@ extern "C"
 }
 
 #include <glog/logging.h>
+#include <optional>
+#include <utility>
 
 namespace Tessor::Host
 {
 
 using namespace Proc;
-
-/// The source as the conversion sees it. Knows whether a read that gave nothing met the end or a packet that the
-/// conversion did not take.
-class PacketGate final : public StreamImpl<IStreamRaw, IStreamRaw>, public RefCountImpl
-{
-public:
-    PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format)
-        : StreamImpl(source, false), format(format)
-    {
-    }
-
-    /// The last read gave a packet.
-    bool HasDelivered() const { return delivered; }
-
-    void Initialize(const Core::Property&) override { Throw<FilterException>(TESSOR_HERE, "Method not implemented"); }
-    Core::Property GetSettings() const override { return {}; }
-    Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
-    MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
-    SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
-
-private:
-    void AcceptInternal(IStreamVisitor& visitor) override
-    {
-        Visitors::ProcessStandartVisitors(visitor, "PacketGate", FRAME_ALLOC_NONE, nullptr);
-    }
-    SP<IDataPacket> ReadInternal() override
-    {
-        delivered = false;
-        SP<IDataPacket> packet = parentStream->Read();
-        delivered = packet != nullptr;
-        if (packet && (packet->GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0)
-        {
-            packet = packet->Clone();
-            packet->GetAVPacket()->flags ^= AV_PKT_FLAG_TRUSTED;
-            packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
-        }
-        return packet;
-    }
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override
-    {
-        parentStream->RequestSeek(target, partner);
-    }
-    void DoSeekInternal() override { parentStream->DoSeek(); }
-
-    const SP<Conf::IFormatCodec> format;
-    bool delivered = false; // by the last read
-};
 
 namespace
 {
@@ -75,11 +31,141 @@ SettingsFilterBitStream ChooseFraming(const Conf::IFormatCodec& format, const Mu
     return SettingsFilterBitStream(known ? muxer.GetFraming(info) : SettingsFilterBitStream::STREAM_FORMAT_UNCHANGED);
 }
 
+/// Sound of ADTS that loses its headers: two frames in a row of another configuration (ISO/IEC 13818-7, 6.2.1) than the
+/// first one's are no damage.
+class AdtsWatch
+{
+public:
+    AdtsWatch(const Conf::IFormatCodec& format, const SettingsFilterBitStream& settings, const std::string& output)
+        : output(output)
+    {
+        const SP<const IBlob> header = format.GetExtradata();
+        if (header && settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_RAW_AAC)
+            first = Read(header->Data(), header->Size());
+    }
+
+    /// Whether the frame can go under the configuration. Throws Core::IOException where another one has begun.
+    bool Accept(const IDataPacket& packet)
+    {
+        const auto configuration = first ? Read(packet.GetData(), static_cast<size_t>(packet.GetSize())) : first;
+        const bool same = !configuration || configuration == first;
+        if (!same && other)
+            Throw<Core::IOException>(TESSOR_HERE, output +
+                                                      ": the sound changes its sample rate, profile or channels at " +
+                                                      T2S(packet.GetPTS()) + ", and the file can say only one of them");
+        other = !same;
+        return same;
+    }
+
+private:
+    /// Profile, sampling frequency index and channel configuration.
+    static std::optional<unsigned> Read(const uint8_t* data, size_t size)
+    {
+        if (size < 4 || !CodecParsers::HasADTSHeader(data, size))
+            return std::nullopt;
+        return (data[2] & 0xFDu) << 8 | (data[3] & 0xC0u);
+    }
+
+    const std::string output;      // for the message
+    std::optional<unsigned> first; // of the header; none: nothing to watch
+    bool other = false;            // the last frame had another one
+};
+
 } // namespace
+
+/// The source as the conversion sees it. Knows whether a read that gave nothing met the end or a packet that the
+/// conversion did not take, and keeps to the parameter sets and configurations that are in force.
+class PacketGate final : public StreamImpl<IStreamRaw, IStreamRaw>, public RefCountImpl
+{
+public:
+    PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format,
+               const SettingsFilterBitStream& settings, const std::string& output)
+        : StreamImpl(source, false), settings(settings), format(format),
+          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output)
+    {
+    }
+
+    /// Reads the packet that the conversion gets next. True when the conversion has to look at the header anew.
+    bool Fetch();
+    /// The last fetch gave a packet.
+    bool HasDelivered() const { return delivered; }
+    const SettingsFilterBitStream& GetFraming() const { return settings; }
+
+    void Initialize(const Core::Property&) override { Throw<FilterException>(TESSOR_HERE, "Method not implemented"); }
+    Core::Property GetSettings() const override { return {}; }
+    Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
+    MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
+    SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
+
+private:
+    void AcceptInternal(IStreamVisitor& visitor) override
+    {
+        Visitors::ProcessStandartVisitors(visitor, "PacketGate", FRAME_ALLOC_NONE, nullptr);
+    }
+    SP<IDataPacket> ReadInternal() override { return std::exchange(fetched, nullptr); }
+    void RequestSeekInternal(avTime target, SP<IStream> partner) override
+    {
+        parentStream->RequestSeek(target, partner);
+    }
+    void DoSeekInternal() override { parentStream->DoSeek(); }
+
+    SP<IDataPacket> FollowSets(const SP<IDataPacket>& packet);
+
+    const SettingsFilterBitStream settings;
+    SP<Conf::IFormatCodec> format; // with the header in force when that is the filter's to write
+    ParameterSets sets;
+    AdtsWatch adts;
+    SP<IDataPacket> fetched; // not yet read
+    unsigned announced = 0;  // version of `sets` in `format`
+    bool delivered = false;  // by the last fetch
+};
+
+bool PacketGate::Fetch()
+{
+    delivered = false;
+    SP<IDataPacket> packet = parentStream->Read();
+    fetched = nullptr;
+    if (!packet)
+        return false;
+    if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0)
+    {
+        packet = packet->Clone();
+        packet->GetAVPacket()->flags ^= AV_PKT_FLAG_TRUSTED;
+        packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
+    }
+    const bool accepted = adts.Accept(*packet);
+    delivered = true;
+    if (!accepted)
+        Throw<Exception>(TESSOR_HERE, "A frame of another configuration.");
+    fetched = FollowSets(packet);
+    const bool stale = settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_ANNEX_B &&
+                       fetched->IsKeyFrame() && announced != sets.GetVersion();
+    if (!stale)
+        return false;
+    format = format->Clone();
+    format->SetExtradata(sets.MakeHeader());
+    announced = sets.GetVersion();
+    return true;
+}
+
+/// The packet with the sets in force, where a decoder that enters there would look for them in vain.
+SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
+{
+    using Carried = ParameterSets::Carried;
+    const bool newHeader = ParameterSets::HasNewHeader(*packet) && sets.AreKnown();
+    const Carried carried = sets.Follow(*packet);
+    if (carried == Carried::All || !(packet->IsKeyFrame() || newHeader))
+        return packet;
+    // In Annex B the filter adds them to packets that have none at all, and to all that come from lengths.
+    const bool annexB = settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_ANNEX_B;
+    const bool missing = annexB ? carried == Carried::Some && sets.AreBehindStartCodes() : sets.HaveChanged();
+    return missing || newHeader ? sets.Prepend(packet) : packet;
+}
 
 FramedTrack::FramedTrack(const SP<IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Muxer& muxer,
                          const TrackInfo& info)
-    : gate(new PacketGate(stream, format)), framed(FilterBitStream::Create(gate, ChooseFraming(*format, muxer, info)))
+    : gate(new PacketGate(stream, format, ChooseFraming(*format, muxer, info), muxer.GetPath())),
+      framed(FilterBitStream::Create(gate, gate->GetFraming()))
 {
 }
 
@@ -93,6 +179,8 @@ SP<IDataPacket> FramedTrack::Read()
     {
         try
         {
+            if (gate->Fetch())
+                framed->Initialize(gate->GetFraming());
             const SP<IDataPacket> packet = framed->Read();
             if (packet || !gate->HasDelivered())
                 return packet;

@@ -12,7 +12,8 @@ class PacketGate;
 /// and adds the track with GetFormatCodec.
 ///
 /// The key flag that the demuxer hides from cuts on the last packet of a track (AV_PKT_FLAG_TRUSTED) is back, so that
-/// this one gets its parameter sets, too. Packets that can't be framed are left out and counted.
+/// this one gets its parameter sets, too. Key packets can be entered behind parameter sets that have changed within the
+/// stream. Packets that can't be framed are left out and counted.
 class TESSOR_API FramedTrack
 {
 public:
@@ -24,7 +25,8 @@ public:
     FramedTrack(FramedTrack&&) noexcept;
     FramedTrack& operator=(FramedTrack&&) noexcept;
 
-    /// The next packet that could be framed; null at the end of the stream only.
+    /// The next packet that could be framed; null at the end of the stream only. Throws Core::IOException "FILE: cause"
+    /// for sound that changes its configuration where the framing says but one.
     SP<Proc::IDataPacket> Read();
     SP<Conf::IFormatCodec> GetFormatCodec() const { return framed->GetFormatCodec(); }
     void RequestSeek(avTime target) { framed->RequestSeek(target, nullptr); }

@@ -26,6 +26,8 @@ public:
     static std::unique_ptr<Muxer> Create(const std::string& path);
     virtual ~Muxer() = default;
 
+    /// The file as its user named it, for messages.
+    virtual const std::string& GetPath() const = 0;
     /// Whether the container can carry the track at all.
     virtual bool CanCarry(const TrackInfo& track) const = 0;
     /// The framing that packets of the track have to come in.

@@ -25,6 +25,7 @@ public:
     explicit MuxerFF(const std::string& path);
     ~MuxerFF() override;
 
+    const std::string& GetPath() const override { return path; }
     bool CanCarry(const TrackInfo& track) const override;
     Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
     int AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) override;

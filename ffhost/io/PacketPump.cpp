@@ -20,6 +20,12 @@ constexpr avTime CLOCK_LEAD = 1 * SECOND;   // where a seek may land between the
 constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
 constexpr avTime WORTH_A_JUMP = 3 * SECOND;
 
+ParameterSets SetsOf(const TrackInfo& track)
+{
+    return track.format ? ParameterSets(track.format->GetCodecID(), track.format->GetExtradata())
+                        : ParameterSets({}, nullptr);
+}
+
 // Steps back from the target: 0, 1, 3, 10, 30, 100... seconds.
 avTime NextLead(avTime lead)
 {
@@ -46,7 +52,7 @@ void PacketPump::Select(int index)
     const int64_t start = file.Stream(index).start_time;
     const AVRational base{track.timeBaseNum, track.timeBaseDen};
     dense.emplace(index,
-                  DenseTrack{H264RecoveryPoints(track), TrackTimes(track, info->origin, Clock()),
+                  DenseTrack{H264RecoveryPoints(track), TrackTimes(track, info->origin, Clock()), SetsOf(track),
                              GroupStaging(track.type), track.type,
                              start == AV_NOPTS_VALUE
                                  ? NoTime
@@ -141,7 +147,13 @@ void PacketPump::FinishAll()
 void PacketPump::Deliver(DenseTrack& track)
 {
     while (SP<Proc::DataPacketFF> packet = track.times.Pull())
+    {
+        // What is read may be left out: sets that it has brought have to be met again behind it.
+        const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
+        if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
+            packet = track.sets.Prepend(packet);
         track.staging.Push(std::move(packet));
+    }
 }
 
 void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
@@ -243,6 +255,8 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
     {
         track.entries.Reset(atStart);
         track.times.Reset(atStart, near);
+        if (atStart)
+            track.sets.Rewind();
     }
     for (auto& [index, track] : sparse)
         track.clock.Reset(atStart, near);

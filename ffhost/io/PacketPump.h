@@ -3,6 +3,7 @@
 #include "ffhost/io/CutPlan.h"
 #include "ffhost/io/GroupStaging.h"
 #include "ffhost/io/H264RecoveryPoints.h"
+#include "ffhost/io/ParameterSets.h"
 #include "ffhost/io/SourceFile.h"
 #include "ffhost/io/SparseInbox.h"
 #include "ffhost/io/TrackTimes.h"
@@ -44,6 +45,7 @@ private:
     {
         H264RecoveryPoints entries;
         TrackTimes times;
+        ParameterSets sets;
         GroupStaging staging;
         MediaType type;
         avTime start; // of the track as the container tells it, NoTime when unknown

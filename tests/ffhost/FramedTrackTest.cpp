@@ -1,5 +1,6 @@
 #include "ffhost/io/FramedTrack.h"
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "ffhost/io/Demuxer.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
@@ -43,6 +44,51 @@ std::vector<SP<IDataPacket>> ReadAll(FramedTrack& track)
     while (SP<IDataPacket> packet = track.Read())
         packets.push_back(packet);
     return packets;
+}
+
+std::string Bytes(const IDataPacket& packet)
+{
+    return Begin(packet, packet.GetSize());
+}
+
+/// A clip's pictures as a part of a longer stream.
+struct Piece
+{
+    TrackInfo info;
+    std::vector<SP<IDataPacket>> packets;
+    std::vector<std::string> sets; // parameter sets of the header
+};
+
+/// Behind lengths, the first packet brings the header. Behind start codes, the first packet alone carries the sets.
+Piece ReadPiece(const std::string& clip, bool startCodes)
+{
+    const SP<Demuxer> demuxer = Demuxer::Open(clip);
+    Piece piece{demuxer->GetInfo().tracks[0], ReadTrack(*demuxer, 0), {}};
+    const SP<const Proc::IBlob> header = piece.info.format->GetExtradata();
+    FramedTrack track(SP<Proc::IStreamRaw>(new PacketList(piece.info.format, piece.packets)), piece.info.format,
+                      *Muxer::Create("x.ts"), piece.info);
+    const SP<const Proc::IBlob> sets = track.GetFormatCodec()->GetExtradata();
+    std::vector<Proc::CodecParsers::Nalu> units;
+    Proc::CodecParsers::FindAnnexBNalus(sets->Data(), sets->Size(), units);
+    for (const auto& [data, size] : units)
+        if ((data[0] & 0x7E) != 0x4E) // SEI of HEVC
+            piece.sets.emplace_back(reinterpret_cast<const char*>(data), size);
+    if (!startCodes)
+    {
+        uint8_t* brought =
+            av_packet_new_side_data(piece.packets[0]->GetAVPacket(), AV_PKT_DATA_NEW_EXTRADATA, header->Size());
+        std::copy_n(header->Data(), header->Size(), brought);
+        return piece;
+    }
+    piece.packets = ReadAll(track);
+    for (size_t i = 1; i < piece.packets.size(); ++i)
+        if (piece.packets[i]->IsKeyFrame())
+        {
+            piece.packets[i]->GetAVPacket()->data += sets->Size();
+            piece.packets[i]->GetAVPacket()->size -= static_cast<int>(sets->Size());
+        }
+    piece.info.format = track.GetFormatCodec();
+    return piece;
 }
 
 class FailingStream final : public ListStream<Proc::IStreamRaw>
@@ -160,6 +206,76 @@ TEST(FramedTrackTest, OnlyKeyPacketsAreBuiltAnewWithParameterSets)
         EXPECT_EQ(Begin(*framed[i], 5) == std::string("\0\0\0\1\x67", 5), key) << i;
         EXPECT_EQ(framed[i]->GetData() != places[i], key) << i;
     }
+}
+
+// The container may say so with the first packet of the new sets (lengths), or that packet carries them (start codes):
+// the key packets behind it carry them either way, and a form with start codes no others.
+TEST(FramedTrackTest, ParameterSetsThatChangeAreMetAtEveryEntry)
+{
+    const std::pair<const char*, const char*> pairs[] = {
+        {"h264-join-first-aac.mp4", "h264-join-second-aac.mp4"},
+        {"hevc-hvc1-main10-hdr10-aac.mp4", "hevc-hev1-cra-aac.mp4"},
+    };
+    for (const auto& [first, second] : pairs)
+        for (const bool startCodes : {false, true})
+            for (const char* target : {"x.ts", "x.mp4"})
+            {
+                SCOPED_TRACE(std::string(second) + (startCodes ? " start codes to " : " lengths to ") + target);
+                if (FindClip(first).empty() || FindClip(second).empty())
+                    GTEST_SKIP() << "no clip";
+                const Piece a = ReadPiece(FindClip(first), startCodes), b = ReadPiece(FindClip(second), startCodes);
+                std::vector<SP<IDataPacket>> packets = a.packets;
+                packets.insert(packets.end(), b.packets.begin(), b.packets.end());
+                FramedTrack track(SP<Proc::IStreamRaw>(new PacketList(a.info.format, packets)), a.info.format,
+                                  *Muxer::Create(target), a.info);
+                const std::vector<SP<IDataPacket>> framed = ReadAll(track);
+                ASSERT_EQ(framed.size(), packets.size());
+                EXPECT_EQ(track.GetDamagedCount(), 0);
+                int entries = 0;
+                for (size_t i = a.packets.size(); i < framed.size(); ++i)
+                {
+                    if (!framed[i]->IsKeyFrame())
+                        continue;
+                    ++entries;
+                    for (const std::string& set : b.sets)
+                        EXPECT_NE(Bytes(*framed[i]).find(set), std::string::npos) << i;
+                    if (target == std::string("x.ts"))
+                    {
+                        EXPECT_EQ(Bytes(*framed[i]).find(a.sets[0]), std::string::npos) << i;
+                    }
+                    EXPECT_FALSE(av_packet_get_side_data(framed[i]->GetAVPacket(), AV_PKT_DATA_NEW_EXTRADATA, nullptr));
+                }
+                EXPECT_GT(entries, 1);
+            }
+}
+
+// A configuration that sound without headers can't follow is refused; a single odd frame is damage.
+TEST(FramedTrackTest, SoundThatChangesItsConfigurationIsRefused)
+{
+    const std::string clip = FindClip("aac-lc-48k.aac");
+    if (clip.empty())
+        GTEST_SKIP() << "no clip";
+    const SP<Demuxer> demuxer = Demuxer::Open(clip);
+    const TrackInfo& info = demuxer->GetInfo().tracks[0];
+    std::vector<SP<IDataPacket>> packets = ReadTrack(*demuxer, 0);
+    packets.resize(10);
+    const auto frame = [&](const char* target, std::initializer_list<size_t> odd)
+    {
+        std::vector<SP<IDataPacket>> changed;
+        for (const SP<IDataPacket>& packet : packets)
+            changed.push_back(packet->Clone());
+        for (const size_t i : odd)
+        {
+            av_packet_make_writable(changed[i]->GetAVPacket());
+            changed[i]->GetAVPacket()->data[2] ^= 4; // 44100 Hz
+        }
+        FramedTrack track(SP<Proc::IStreamRaw>(new PacketList(info.format, changed)), info.format,
+                          *Muxer::Create(target), info);
+        return ReadAll(track).size();
+    };
+    EXPECT_EQ(frame("x.mp4", {3}), 9u);
+    EXPECT_THROW(frame("x.mp4", {3, 4}), Core::IOException);
+    EXPECT_EQ(frame("x.ts", {3, 4}), 10u);
 }
 
 // What a container says of a whole track: HDR.
