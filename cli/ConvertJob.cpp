@@ -231,6 +231,8 @@ ConvertReport ConvertJob::Run(Progress& progress)
         {
             track.doubled = output.counts->doubled;
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
+            if (track.itemsIn > 0 && track.itemsOut == 0)
+                warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
         }
         report.tracks.push_back(track);
     }
