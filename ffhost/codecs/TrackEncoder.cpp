@@ -171,6 +171,8 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
         refuse("\"" + options.name + "\" encodes no " + kind);
     if (!MayCarry(container, *codec))
         refuse("the container can't carry what \"" + options.name + "\" encodes");
+    // Counted from the beginning of the file it would delay all the sound, or the pictures with it.
+    options.runIn = !container.CountsPackets();
     options.header = (container.GetFormat()->flags & AVFMT_GLOBALHEADER) != 0;
     return options;
 }

@@ -147,6 +147,11 @@ Container::Origin Container::GetOrigin() const
     return IsMatroska() ? Origin::Presentation : Origin::Decoding;
 }
 
+bool Container::TellsDelay(AVCodecID codec) const
+{
+    return IsMatroska() && codec == AV_CODEC_ID_OPUS;
+}
+
 avTime Container::GetLead() const
 {
     return Is({"mpeg", "vob", "svcd", "dvd"}) ? ProgramStream::GetLead() : 0;
