@@ -146,22 +146,19 @@ SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_p
 
 SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
 {
-    const PixFmt source = stream->GetFormatCodec()->GetPixelFormat();
-    const std::vector<PixFmt> formats = Host::ListPixelFormats(encoder, source);
-    if (!formats.empty())
-    {
-        const SP<IOneInputEffectVideo> converter =
-            factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
-        converter->Initialise(SettingsColorspaceConverter(formats));
-        stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
-    }
-    const SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    const SP<IOneInputEffectVideo> converter =
+        factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
+    converter->Initialise(SettingsColorspaceConverter(Host::ListPixelFormats(encoder, format->GetPixelFormat())));
+    converter->UpdateFormat(format);
+    // One of them for all pictures: the source's may change in the middle, as their size may.
+    converter->Initialise(SettingsColorspaceConverter({format->GetPixelFormat()}));
+    stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
     const Conf::FrameInfo size = format->GetFrameInfo();
     const Conf::FrameInfo fitting = Host::FitSize(encoder, format->GetPixelFormat(), size);
     if (!(fitting == size))
         warnings.push_back(fmt::format("track {} is scaled from {}x{} to {}x{}: {} takes no odd sizes", index,
                                        size.width, size.height, fitting.width, fitting.height, encoder));
-    // Always there: it passes what has the size, and the size may change in the middle of a stream.
     SettingsResizer settings;
     settings.SetCustomMode(SettingsResizer::CustomModes::Exact, fitting);
     return factories.filters->CreateFilterVideoEx(settings, ImplNames::DEFAULT, stream);
