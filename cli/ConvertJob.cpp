@@ -54,6 +54,29 @@ ConvertTrack MakeReport(const Host::TrackInfo& track)
     return report;
 }
 
+/// Tells what was recorded before the first key picture, and lacks what it was made from.
+struct EntryMeter
+{
+    bool found = false;   // the first key packet has come
+    avTime last = NoTime; // of the pictures before it
+    long long hidden = 0;
+
+    void Meet(const IDataPacket& packet)
+    {
+        found = found || packet.IsKeyFrame();
+        if (!found)
+            last = std::max(last, packet.GetPTS());
+    }
+    bool Shows(avTime time)
+    {
+        // Some streams have none; they come to be whole by and by.
+        constexpr long long patience = 300;
+        const bool shown = hidden >= patience || (found && (last == NoTime || time > last));
+        hidden += !shown;
+        return shown;
+    }
+};
+
 /// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
 struct RepeatMeter
 {
@@ -113,7 +136,7 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Video, request.video);
     const auto counts = std::make_shared<Counts>();
-    SP<IStreamVideo> stream = Host::CodecFactory::Create()->CreateDecoder(demuxer->GetStream(track.index), "");
+    SP<IStreamVideo> stream = Decode(track, counts);
     ConvertTrack report = MakeReport(track);
     report.sourceRate = RateOf(*stream);
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });
@@ -122,6 +145,20 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
     stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
     report.resultRate = RateOf(*stream);
     AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
+}
+
+SP<IStreamVideo> ConvertJob::Decode(const Host::TrackInfo& track, const std::shared_ptr<Counts>& counts) const
+{
+    const auto entry = std::make_shared<EntryMeter>();
+    const SP<IStreamRaw> packets = Host::Tap<IStreamRaw>::Create(
+        demuxer->GetStream(track.index), [entry](const SP<IDataPacket>& packet) { entry->Meet(*packet); });
+    const auto wanted = [entry, counts](avTime time)
+    {
+        const bool shown = entry->Shows(time);
+        counts->hidden += !shown;
+        return shown;
+    };
+    return Host::CodecFactory::Create(wanted)->CreateDecoder(packets, "");
 }
 
 SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const
@@ -228,6 +265,9 @@ ConvertReport ConvertJob::Run(Progress& progress)
         {
             track.doubled = output.counts->doubled;
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
+            if (const long long hidden = output.counts->hidden)
+                warnings.push_back(fmt::format("track {}: {} pictures before the first key picture are left out",
+                                               track.index, hidden));
             if (track.itemsIn > 0 && track.itemsOut == 0)
                 warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
         }
