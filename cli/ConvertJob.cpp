@@ -3,8 +3,8 @@
 #include "Fnd/Exception.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterFrameRate.h"
-#include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "cli/SoundFile.h"
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "effects/IOneInputEffect.h"
@@ -26,10 +26,8 @@ using namespace Proc;
 namespace
 {
 
-// Items that wait between two threads: enough to even out work that varies, little beside what encoders hold.
+// Between two threads: enough to even out work that varies, little beside what encoders hold.
 constexpr size_t waiting_pictures = 4;
-constexpr size_t waiting_blocks = 32;
-constexpr size_t waiting_packets = 64;
 
 bool IsDense(const Host::TrackInfo& track)
 {
@@ -207,18 +205,10 @@ void ConvertJob::AddSound(const Host::TrackInfo& track)
     const auto counts = std::make_shared<Counts>();
     SP<IStreamAudio> stream = Host::AudioDecoder::Create(demuxer->GetStream(track.index));
     stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
-    stream = Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
+    stream = ReadSoundAhead(stream);
     for (const FilterStep& step : audioSteps)
         stream = MakeFilter(step, stream, factories);
-    stream = Fit(stream, options.name);
-    AddEncoded(track, Host::CreateTrackEncoder(stream, options), MakeReport(track), counts);
-}
-
-SP<IStreamAudio> ConvertJob::Fit(SP<IStreamAudio> stream, const std::string& encoder) const
-{
-    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
-    const Conf::SampleInfo fitting = Host::FitSampleInfo(encoder, info);
-    return fitting == info ? stream : MakeResampler(stream, fitting, factories);
+    AddEncoded(track, EncodeSound(stream, options, factories), MakeReport(track), counts);
 }
 
 void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
@@ -229,8 +219,7 @@ void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEn
         throw UserError(ExitCode::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
                                                       request.output, track.index, report.kind));
     report.encoder = encoder->GetEncoderName();
-    const SP<IStreamRaw> packets = Host::ReadAhead<IStreamRaw>::Create(SP<IStreamRaw>(encoder), waiting_packets);
-    outputs.push_back({pump.Add(packets, described.format, described), std::move(report), std::move(counts)});
+    outputs.push_back({pump.AddEncoded(encoder, described), std::move(report), std::move(counts)});
 }
 
 void ConvertJob::AddCopied(const Host::TrackInfo& track)

@@ -79,7 +79,6 @@ private:
     SP<Proc::IStreamVideo> Filter(SP<Proc::IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const;
     /// Brings pictures to what the encoder takes.
     SP<Proc::IStreamVideo> Fit(SP<Proc::IStreamVideo> stream, const std::string& encoder, int index);
-    SP<Proc::IStreamAudio> Fit(SP<Proc::IStreamAudio> stream, const std::string& encoder) const;
 
     const ConvertRequest request;
     const std::vector<FilterStep> videoSteps, audioSteps;

@@ -5,6 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "host/ComputingResourceManager.h"
 #include "media/DataPacketFF.h"
@@ -78,9 +79,10 @@ CodecContextPtr AudioEncoder::Open() const
         SetOption(*context, "reservoir", "0");
     if (options.header)
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    const FFmpegErrorCapture capture;
     const int result = avcodec_open2(context.get(), encoder, nullptr);
     if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + capture.GetText(result));
     return context;
 }
 

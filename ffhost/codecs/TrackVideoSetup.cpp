@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 
 #include <algorithm>
@@ -51,9 +52,10 @@ CodecContextPtr TrackVideoSetup::Open() const
     if (options.header && codec->id == AV_CODEC_ID_HEVC)
         context->codec_tag = MKTAG('h', 'v', 'c', '1');
     SetQuality(*context);
+    const FFmpegErrorCapture capture;
     const int result = avcodec_open2(context.get(), codec, nullptr);
     if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + capture.GetText(result));
     return context;
 }
 
