@@ -92,6 +92,9 @@ bool IsListed(const T* list, T end, T wanted)
 
 int FitRate(const AVCodec& codec, int rate)
 {
+    // Containers count its delay in this one, whatever the encoder takes.
+    if (codec.id == AV_CODEC_ID_OPUS)
+        return 48000;
     if (!codec.supported_samplerates || IsListed(codec.supported_samplerates, 0, rate))
         return rate;
     int above = 0, highest = 0;
