@@ -3,8 +3,8 @@
 #include "Fnd/Exception.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterFrameRate.h"
-#include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "cli/SoundFile.h"
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "effects/IOneInputEffect.h"
@@ -26,10 +26,8 @@ using namespace Proc;
 namespace
 {
 
-// Items that wait between two threads: enough to even out work that varies, little beside what encoders hold.
+// Between two threads: enough to even out work that varies, little beside what encoders hold.
 constexpr size_t waiting_pictures = 4;
-constexpr size_t waiting_blocks = 32;
-constexpr size_t waiting_packets = 64;
 
 bool IsDense(const Host::TrackInfo& track)
 {
@@ -53,6 +51,29 @@ ConvertTrack MakeReport(const Host::TrackInfo& track)
     report.codec = track.codecName;
     return report;
 }
+
+/// Tells what was recorded before the first key picture, and lacks what it was made from.
+struct EntryMeter
+{
+    bool found = false;   // the first key packet has come
+    avTime last = NoTime; // of the pictures before it
+    long long hidden = 0;
+
+    void Meet(const IDataPacket& packet)
+    {
+        found = found || packet.IsKeyFrame();
+        if (!found)
+            last = std::max(last, packet.GetPTS());
+    }
+    bool Shows(avTime time)
+    {
+        // Some streams have none; they come to be whole by and by.
+        constexpr long long patience = 300;
+        const bool shown = hidden >= patience || (found && (last == NoTime || time > last));
+        hidden += !shown;
+        return shown;
+    }
+};
 
 /// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
 struct RepeatMeter
@@ -113,7 +134,7 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Video, request.video);
     const auto counts = std::make_shared<Counts>();
-    SP<IStreamVideo> stream = Host::CodecFactory::Create()->CreateDecoder(demuxer->GetStream(track.index), "");
+    SP<IStreamVideo> stream = Decode(track, counts);
     ConvertTrack report = MakeReport(track);
     report.sourceRate = RateOf(*stream);
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });
@@ -122,6 +143,20 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
     stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
     report.resultRate = RateOf(*stream);
     AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
+}
+
+SP<IStreamVideo> ConvertJob::Decode(const Host::TrackInfo& track, const std::shared_ptr<Counts>& counts) const
+{
+    const auto entry = std::make_shared<EntryMeter>();
+    const SP<IStreamRaw> packets = Host::Tap<IStreamRaw>::Create(
+        demuxer->GetStream(track.index), [entry](const SP<IDataPacket>& packet) { entry->Meet(*packet); });
+    const auto wanted = [entry, counts](avTime time)
+    {
+        const bool shown = entry->Shows(time);
+        counts->hidden += !shown;
+        return shown;
+    };
+    return Host::CodecFactory::Create(wanted)->CreateDecoder(packets, "");
 }
 
 SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const
@@ -146,22 +181,19 @@ SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_p
 
 SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
 {
-    const PixFmt source = stream->GetFormatCodec()->GetPixelFormat();
-    const std::vector<PixFmt> formats = Host::ListPixelFormats(encoder, source);
-    if (!formats.empty())
-    {
-        const SP<IOneInputEffectVideo> converter =
-            factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
-        converter->Initialise(SettingsColorspaceConverter(formats));
-        stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
-    }
-    const SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    const SP<IOneInputEffectVideo> converter =
+        factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
+    converter->Initialise(SettingsColorspaceConverter(Host::ListPixelFormats(encoder, format->GetPixelFormat())));
+    converter->UpdateFormat(format);
+    // One of them for all pictures: the source's may change in the middle, as their size may.
+    converter->Initialise(SettingsColorspaceConverter({format->GetPixelFormat()}));
+    stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
     const Conf::FrameInfo size = format->GetFrameInfo();
     const Conf::FrameInfo fitting = Host::FitSize(encoder, format->GetPixelFormat(), size);
     if (!(fitting == size))
         warnings.push_back(fmt::format("track {} is scaled from {}x{} to {}x{}: {} takes no odd sizes", index,
                                        size.width, size.height, fitting.width, fitting.height, encoder));
-    // Always there: it passes what has the size, and the size may change in the middle of a stream.
     SettingsResizer settings;
     settings.SetCustomMode(SettingsResizer::CustomModes::Exact, fitting);
     return factories.filters->CreateFilterVideoEx(settings, ImplNames::DEFAULT, stream);
@@ -173,18 +205,10 @@ void ConvertJob::AddSound(const Host::TrackInfo& track)
     const auto counts = std::make_shared<Counts>();
     SP<IStreamAudio> stream = Host::AudioDecoder::Create(demuxer->GetStream(track.index));
     stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
-    stream = Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
+    stream = ReadSoundAhead(stream);
     for (const FilterStep& step : audioSteps)
         stream = MakeFilter(step, stream, factories);
-    stream = Fit(stream, options.name);
-    AddEncoded(track, Host::CreateTrackEncoder(stream, options), MakeReport(track), counts);
-}
-
-SP<IStreamAudio> ConvertJob::Fit(SP<IStreamAudio> stream, const std::string& encoder) const
-{
-    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
-    const Conf::SampleInfo fitting = Host::FitSampleInfo(encoder, info);
-    return fitting == info ? stream : MakeResampler(stream, fitting, factories);
+    AddEncoded(track, EncodeSound(stream, options, factories), MakeReport(track), counts);
 }
 
 void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
@@ -195,8 +219,7 @@ void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEn
         throw UserError(ExitCode::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
                                                       request.output, track.index, report.kind));
     report.encoder = encoder->GetEncoderName();
-    const SP<IStreamRaw> packets = Host::ReadAhead<IStreamRaw>::Create(SP<IStreamRaw>(encoder), waiting_packets);
-    outputs.push_back({pump.Add(packets, described.format, described), std::move(report), std::move(counts)});
+    outputs.push_back({pump.AddEncoded(encoder, described), std::move(report), std::move(counts)});
 }
 
 void ConvertJob::AddCopied(const Host::TrackInfo& track)
@@ -231,6 +254,11 @@ ConvertReport ConvertJob::Run(Progress& progress)
         {
             track.doubled = output.counts->doubled;
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
+            if (const long long hidden = output.counts->hidden)
+                warnings.push_back(fmt::format("track {}: {} pictures before the first key picture are left out",
+                                               track.index, hidden));
+            if (track.itemsIn > 0 && track.itemsOut == 0)
+                warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
         }
         report.tracks.push_back(track);
     }

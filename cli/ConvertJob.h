@@ -58,6 +58,7 @@ private:
         std::atomic<long long> before{0}; // pictures before changes of the frame rate
         std::atomic<long long> after{0};
         std::atomic<long long> doubled{0};
+        std::atomic<long long> hidden{0}; // pictures that nobody can decode
     };
 
     struct Output
@@ -74,10 +75,10 @@ private:
     void AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
                     std::shared_ptr<Counts> counts);
     bool HasPlace(const Host::TrackInfo& track);
+    SP<Proc::IStreamVideo> Decode(const Host::TrackInfo& track, const std::shared_ptr<Counts>& counts) const;
     SP<Proc::IStreamVideo> Filter(SP<Proc::IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const;
     /// Brings pictures to what the encoder takes.
     SP<Proc::IStreamVideo> Fit(SP<Proc::IStreamVideo> stream, const std::string& encoder, int index);
-    SP<Proc::IStreamAudio> Fit(SP<Proc::IStreamAudio> stream, const std::string& encoder) const;
 
     const ConvertRequest request;
     const std::vector<FilterStep> videoSteps, audioSteps;

@@ -55,8 +55,8 @@ void PrintTrack(const ConvertTrack& track)
         fmt::print("{} {} in, {} packets out of {}\n", track.itemsIn, track.kind == "video" ? "frames" : "blocks",
                    track.itemsOut, track.encoder);
     if (ChangesRate(track))
-        fmt::print("    {} to {} fps: {} frames doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
-                   track.doubled, track.dropped);
+        fmt::print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
+                   track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
 }
 
 class ConvertVerb final : public Verb

@@ -207,7 +207,9 @@ FilterStep ReadStep(const FilterCall& call, MediaType kind)
         if (info == keys.end())
             Refuse(fmt::format("{}: there is no key \"{}\"; there are: {}", row.name, key,
                                JoinNames(keys, [](const FieldInfo& k) { return k.key; })));
-        SetKey(step, *info, text);
+        if (!text)
+            Refuse(fmt::format("{}: \"{}\" has no value: {}={}=...", row.name, key, row.name, key));
+        SetKey(step, *info, *text);
     }
     return step;
 }

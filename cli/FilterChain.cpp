@@ -43,11 +43,11 @@ private:
             do
             {
                 ++at;
-                const std::string key = ReadWord("a key");
+                call.options.emplace_back(ReadWord("a key"), std::nullopt);
                 if (AtEnd() || text[at] != '=')
-                    Fail("\"" + key + "\" has no value: " + call.name + "=" + key + "=...");
+                    continue;
                 ++at;
-                call.options.emplace_back(key, ReadValue());
+                call.options.back().second = ReadValue();
             } while (!AtEnd() && text[at] == ':');
         }
         if (!AtEnd() && text[at] != ',')

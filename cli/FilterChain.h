@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,7 +12,8 @@ namespace Tessor::Cli
 struct FilterCall
 {
     std::string name;
-    std::vector<std::pair<std::string, std::string>> options; ///< key and value, quotes taken off; in order
+    /// Key and value, quotes taken off; in order. A word alone has no value.
+    std::vector<std::pair<std::string, std::optional<std::string>>> options;
 };
 
 /// Reads a chain in FFmpeg's grammar: `name=key=value:key=value,name=...`. In a value, what stands between single

@@ -60,15 +60,26 @@ std::optional<Core::Property::Ratio> Ratio(const std::string& text)
 }
 
 template <class T>
+double ToDouble(const T& number)
+{
+    return static_cast<double>(number);
+}
+
+double ToDouble(const Core::Property::Ratio& ratio)
+{
+    return boost::rational_cast<double>(ratio);
+}
+
+template <class T>
 Core::Property Checked(const std::string& filter, const FieldInfo& key, const std::string& text,
                        const std::optional<T>& value)
 {
     if (!value)
         throw UserError(ExitCode::Usage, fmt::format("{}: \"{}\" is no value of {}, which is {}", filter, text, key.key,
                                                      DescribeValues(key)));
-    if constexpr (std::is_same_v<T, long long> || std::is_same_v<T, double>)
+    if constexpr (!std::is_same_v<T, bool> && !std::is_same_v<T, std::string>)
     {
-        const double amount = static_cast<double>(*value);
+        const double amount = ToDouble(*value);
         if (!(amount >= key.least && amount <= key.most))
             throw UserError(ExitCode::Usage, fmt::format("{}: {}={} is out of range, which is {}", filter, key.key,
                                                          text, DescribeValues(key)));
@@ -118,7 +129,7 @@ std::string DescribeValues(const FieldInfo& key)
     case Core::Property::TypeBool:
         return "yes|no";
     case Core::Property::TypeRatio:
-        return "a ratio such as 30000/1001";
+        return Range(key, "a ratio such as 30000/1001");
     default:
         return "text";
     }

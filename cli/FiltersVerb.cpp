@@ -28,8 +28,9 @@ Json KeyToJson(const Proc::FieldInfo& key)
         {"key", key.key}, {"help", key.help}, {"default", PropertyToJson(key.value)}, {"values", DescribeValues(key)}};
     if (!key.choices.empty())
         json["choices"] = key.choices;
+    const Core::Property::Type type = key.value.GetType();
     const bool number =
-        key.value.GetType() == Core::Property::TypeInt64 || key.value.GetType() == Core::Property::TypeDouble;
+        type == Core::Property::TypeInt64 || type == Core::Property::TypeDouble || type == Core::Property::TypeRatio;
     if (number && std::isfinite(key.least))
         json["least"] = key.least;
     if (number && std::isfinite(key.most))

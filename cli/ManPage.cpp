@@ -28,8 +28,8 @@ std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs, const st
 {
     CommonOptions unused;
     std::string text =
-        fmt::format(".TH TESSOR 1 \"\" \"tessor {}\"\n.SH NAME\ntessor \\- cuts and examines video files "
-                    "without loss\n.SH SYNOPSIS\n.B tessor\n.I VERB\n[options]\n.SH VERBS\n",
+        fmt::format(".TH TESSOR 1 \"\" \"tessor {}\"\n.SH NAME\ntessor \\- cuts, converts and examines video "
+                    "files\n.SH SYNOPSIS\n.B tessor\n.I VERB\n[options]\n.SH VERBS\n",
                     version);
     for (const std::unique_ptr<Verb>& verb : verbs)
     {

@@ -2,6 +2,7 @@
 
 #include "cli/Interrupt.h"
 #include "cli/Times.h"
+#include "ffhost/ReadAhead.h"
 
 #include <algorithm>
 
@@ -10,6 +11,8 @@ namespace Tessor::Cli
 
 namespace
 {
+
+constexpr size_t waiting_packets = 64;
 
 avTime TimeOf(const Proc::IDataPacket& packet)
 {
@@ -25,6 +28,12 @@ size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCo
     const int number = muxer.AddTrack(info, framed.GetFormatCodec(), false);
     tracks.push_back({.number = number, .dense = std::move(framed)});
     return tracks.size() - 1;
+}
+
+size_t MuxPump::AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info)
+{
+    return Add(Host::ReadAhead<Proc::IStreamRaw>::Create(SP<Proc::IStreamRaw>(encoder), waiting_packets), info.format,
+               info);
 }
 
 size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Placement placement)

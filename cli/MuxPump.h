@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Progress.h"
+#include "ffhost/codecs/TrackEncoder.h"
 #include "ffhost/io/Demuxer.h"
 #include "ffhost/io/FramedTrack.h"
 #include "ffhost/io/Muxer.h"
@@ -22,6 +23,9 @@ public:
     /// Adds a track of packets that come from `stream` in `format`. Returns its place here. Throws what
     /// Host::FramedTrack does.
     size_t Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Host::TrackInfo& info);
+
+    /// Adds a track that an encoder makes, on a thread of its own.
+    size_t AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info);
 
     /// What is written of a packet of a sparse track.
     using Placement = std::function<std::vector<SP<Proc::IDataPacket>>(const SP<Proc::IDataPacket>& packet)>;

@@ -6,6 +6,7 @@
 #include "cli/ManPage.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
+#include "ffhost/Log.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/exception/diagnostic_information.hpp>
@@ -55,6 +56,7 @@ void AddOption(CLI::App& app, const Option& option)
 void SetUpLogging(const CommonOptions& common)
 {
     // nothing but the program's own words goes to standard error
+    Host::RouteFFmpegLog();
     FLAGS_stderrthreshold = google::NUM_SEVERITIES;
     FLAGS_logtostderr = false;
     for (int severity = 0; severity < google::NUM_SEVERITIES; ++severity)

@@ -3,7 +3,13 @@
 #include "cli/MuxPump.h"
 #include "cli/Times.h"
 #include "cli/UserError.h"
+#include "ffhost/ReadAhead.h"
 #include "ffhost/codecs/AudioDecoder.h"
+
+extern "C"
+{
+#include <libavcodec/codec_par.h>
+}
 
 #include <algorithm>
 #include <chrono>
@@ -16,6 +22,21 @@ namespace Tessor::Cli
 
 using namespace Proc;
 
+SP<IStreamAudio> ReadSoundAhead(const SP<IStreamAudio>& stream)
+{
+    // Enough to even out work that varies.
+    constexpr size_t waiting_blocks = 32;
+    return Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
+}
+
+SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::EncoderOptions& options,
+                                   const Factories& factories)
+{
+    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
+    const Conf::SampleInfo fitting = Host::FitSampleInfo(options.name, info);
+    return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
+}
+
 SP<IStreamAudio> OpenSound(const std::string& path)
 {
     const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(path);
@@ -24,7 +45,7 @@ SP<IStreamAudio> OpenSound(const std::string& path)
                                     [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
     if (sound == tracks.end())
         throw UserError(ExitCode::Failed, path + ": there is no sound");
-    return Host::AudioDecoder::Create(demuxer->GetStream(sound->index));
+    return ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)));
 }
 
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::EncoderOptions& options,
@@ -32,22 +53,20 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
 {
     const auto start = std::chrono::steady_clock::now();
     const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
-    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
-    const Conf::SampleInfo fitting = Host::FitSampleInfo(chosen.name, info);
-    const SP<IStreamAudio> fitted = fitting == info ? stream : MakeResampler(stream, fitting, factories);
-    const SP<Host::TrackEncoder> encoder = Host::CreateTrackEncoder(fitted, chosen);
+    const SP<Host::TrackEncoder> encoder = EncodeSound(stream, chosen, factories);
 
     Host::TrackInfo blank;
     blank.type = MediaType::Audio;
     const Host::TrackInfo track = Host::DescribeTrack(blank, *encoder);
     const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path);
     MuxPump pump(*muxer);
-    pump.Add(SP<IStreamRaw>(encoder), track.format, track);
+    pump.AddEncoded(encoder, track);
     muxer->Open();
     pump.Run(stream->GetDuration(), progress);
     muxer->Finish();
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
-    return {stream->GetDuration(), chosen.name, fitting.GetSampleRate(), fitting.GetChannelCount(), wall.count()};
+    const AVCodecParameters& parameters = *track.parameters;
+    return {stream->GetDuration(), chosen.name, parameters.sample_rate, parameters.ch_layout.nb_channels, wall.count()};
 }
 
 void PrintSound(const SoundReport& report, const std::string& path, const CommonOptions& common)

@@ -10,7 +10,14 @@
 namespace Tessor::Cli
 {
 
-/// The first track of sound of a file, decoded. Throws UserError when there is none.
+/// Sound that is read on a thread of its own.
+SP<Proc::IStreamAudio> ReadSoundAhead(const SP<Proc::IStreamAudio>& stream);
+
+/// Brings sound to what the encoder takes, and encodes it.
+SP<Host::TrackEncoder> EncodeSound(const SP<Proc::IStreamAudio>& stream, const Host::EncoderOptions& options,
+                                   const Factories& factories);
+
+/// The first track of sound of a file, decoded ahead. Throws UserError when there is none.
 SP<Proc::IStreamAudio> OpenSound(const std::string& path);
 
 struct SoundReport

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "Fnd/Export.h"
+
 #include <string>
 
 namespace Tessor::Host
 {
 
 /// Sends what FFmpeg's libraries log to our verbose log, once a process: nothing of it reaches stderr by itself.
-void RouteFFmpegLog();
+TESSOR_API void RouteFFmpegLog();
 
 /// Keeps the first error that FFmpeg's libraries log on this thread while the object lives: it says more than the code
 /// that a call returns.

@@ -6,13 +6,14 @@
 #include <algorithm>
 #include <boost/rational.hpp>
 #include <functional>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
 namespace Tessor::Proc
 {
 
-/// Bounds of a number, both of them allowed.
+/// Bounds of a number or ratio, both of them allowed.
 struct FieldLimits
 {
     double least = -std::numeric_limits<double>::infinity();
@@ -101,20 +102,30 @@ public:
     }
 
 private:
+    /// None for what is no number.
+    static std::optional<double> ToNumber(const Core::Property& value)
+    {
+        switch (value.GetType())
+        {
+        case Core::Property::TypeInt64:
+            return static_cast<double>(value.GetInt64());
+        case Core::Property::TypeDouble:
+            return value.GetDouble();
+        case Core::Property::TypeRatio:
+            return boost::rational_cast<double>(value.GetRatio());
+        default:
+            return std::nullopt;
+        }
+    }
+
     static void Check(const FieldInfo& info, const Core::Property& value)
     {
         if (value.GetType() != info.value.GetType())
             Throw<SettingsException>(TESSOR_HERE, "The value of \"" + info.key + "\" is of another type");
-        const bool number =
-            value.GetType() == Core::Property::TypeInt64 || value.GetType() == Core::Property::TypeDouble;
-        if (number)
-        {
-            const bool whole = value.GetType() == Core::Property::TypeInt64;
-            const double amount = whole ? static_cast<double>(value.GetInt64()) : value.GetDouble();
-            // NaN lies within no bounds
-            if (!(amount >= info.least && amount <= info.most))
-                Throw<SettingsException>(TESSOR_HERE, "The value of \"" + info.key + "\" is out of range");
-        }
+        const std::optional<double> amount = ToNumber(value);
+        // NaN lies within no bounds
+        if (amount && !(*amount >= info.least && *amount <= info.most))
+            Throw<SettingsException>(TESSOR_HERE, "The value of \"" + info.key + "\" is out of range");
         if (!info.choices.empty() &&
             std::find(info.choices.begin(), info.choices.end(), value.GetString()) == info.choices.end())
             Throw<SettingsException>(TESSOR_HERE, "\"" + value.GetString() + "\" is no value of \"" + info.key + "\"");

@@ -10,7 +10,7 @@ const std::vector<SettingsField<SettingsResizer>>& SettingsResizer::GetFields()
          std::vector<std::string>{"fit", "fill", "exact"}},
         {"width", &SettingsResizer::width, "pixels; 0 follows from the height", {0, 16384}},
         {"height", &SettingsResizer::height, "pixels; 0 follows from the width", {0, 16384}},
-        {"aspect", &SettingsResizer::aspect, "of an output pixel"},
+        {"aspect", &SettingsResizer::aspect, "of an output pixel", {0.001, 1000}},
         {"impl", &SettingsResizer::implName, "name of the implementation; empty for the default one"},
     };
     return fields;

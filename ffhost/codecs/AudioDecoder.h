@@ -41,6 +41,10 @@ private:
     Core::Property GetSettings() const override { return Core::Property(); }
     Core::Property GetStatistic() const override;
     SP<Conf::IFormatCodecAudio> GetFormatCodec() const override { return format->Clone(); }
+    avTime GetDuration() const override
+    {
+        return GetTrackDuration(format->GetProperties(), parentStream->GetDuration());
+    }
     void ReleaseInternalData() override;
 
     void AcceptInternal(Proc::IStreamVisitor& visitor) override;

@@ -5,6 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "host/ComputingResourceManager.h"
 #include "media/DataPacketFF.h"
@@ -12,7 +13,10 @@
 extern "C"
 {
 #include <libavutil/audio_fifo.h>
+#include <libavutil/intreadwrite.h>
 }
+
+#include <cstring>
 
 namespace Tessor::Host
 {
@@ -70,11 +74,15 @@ CodecContextPtr AudioEncoder::Open() const
     const int64_t usual = int64_t{row.channelBitRate} * info.GetChannelCount();
     const int64_t most = row.mostBitRate ? row.mostBitRate : std::numeric_limits<int64_t>::max();
     context->bit_rate = options.bitRate > 0 ? options.bitRate : std::min(usual, most);
+    // Frames that lean on those before them could not do without the run-in.
+    if (!options.runIn && encoder->id == AV_CODEC_ID_MP3)
+        SetOption(*context, "reservoir", "0");
     if (options.header)
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    const FFmpegErrorCapture capture;
     const int result = avcodec_open2(context.get(), encoder, nullptr);
     if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + capture.GetText(result));
     return context;
 }
 
@@ -83,11 +91,16 @@ SP<IDataPacket> AudioEncoder::ReadInternal()
     const Core::TimerSimple timer(encodeTime);
     if (!codec.GetContext())
         codec.Replace(Open());
-    AVPacket* packet = codec.Receive([this] { SendNextFrame(); });
-    if (!packet)
-        return nullptr;
-    ++packetCount;
-    return ToItem(packet);
+    while (AVPacket* packet = codec.Receive([this] { SendNextFrame(); }))
+    {
+        const bool hidden = !options.runIn && IsRunIn(*packet);
+        const SP<IDataPacket> item = ToItem(packet); // which owns the packet
+        if (hidden)
+            continue;
+        ++packetCount;
+        return item;
+    }
+    return nullptr;
 }
 
 void AudioEncoder::SendNextFrame()
@@ -147,7 +160,28 @@ SP<IDataPacket> AudioEncoder::ToItem(AVPacket* packet)
     const avTime pts = ToTime(packet->pts);
     // Some encoders end with a packet of nothing but a completed header.
     const int64_t length = packet->duration > 0 || packet->size == 0 ? packet->duration : frameSize;
+    if (length > 0 && length < frameSize)
+        HidePadding(*packet, frameSize - length);
     return DataPacketFF::Create(packet, MediaType::Audio, pts, pts, ToTime(packet->pts + length) - pts);
+}
+
+/// Tells that a decoder makes more samples of the packet than there were.
+void AudioEncoder::HidePadding(AVPacket& packet, int64_t samples)
+{
+    constexpr size_t size = 10, place = 4; // samples to skip at the start, at the end, and two reasons
+    if (av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, nullptr))
+        return;
+    uint8_t* skip = av_packet_new_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, size);
+    if (!skip)
+        throw std::bad_alloc();
+    std::memset(skip, 0, size);
+    AV_WL32(skip + place, static_cast<uint32_t>(samples));
+}
+
+/// All but a few samples lie before the first of the sound.
+bool AudioEncoder::IsRunIn(const AVPacket& packet) const
+{
+    return packet.pts < 0 && packet.pts + packet.duration <= packet.duration / 8;
 }
 
 void AudioEncoder::Reset()

@@ -45,6 +45,8 @@ private:
     void Collect(int count);
     void Push(const Proc::IDataAudio& block);
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);
+    static void HidePadding(AVPacket& packet, int64_t samples);
+    bool IsRunIn(const AVPacket& packet) const;
     avTime ToTime(int64_t sample) const;
 
     struct Deleter

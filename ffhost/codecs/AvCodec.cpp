@@ -10,6 +10,7 @@ extern "C"
 #include <libavutil/opt.h>
 }
 
+#include <algorithm>
 #include <thread>
 
 namespace Tessor::Host
@@ -20,6 +21,12 @@ using Conf::IFormatCodecVideo;
 long long GetNumber(const Core::Property& tree, const std::string& tag, long long unset)
 {
     return tree.ChildExists(tag) && tree[tag].GetType() == Core::Property::TypeInt64 ? tree[tag].GetInt64() : unset;
+}
+
+avTime GetTrackDuration(const Core::Property& format, avTime sourceDuration)
+{
+    return std::min<avTime>(sourceDuration,
+                            GetNumber(format, Conf::IFormatCodec::TAG_ORIGINAL_DURATION, sourceDuration));
 }
 
 std::string GetText(const Core::Property& tree, const std::string& tag)

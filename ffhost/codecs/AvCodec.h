@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Property/Property.h"
+#include "Fnd/Time.h"
 #include "media/IBlob.h"
 
 extern "C"
@@ -34,6 +35,9 @@ AVCodecID FindCodecID(const Core::Property& format);
 long long GetNumber(const Core::Property& tree, const std::string& tag, long long unset);
 /// The child's text, or an empty one.
 std::string GetText(const Core::Property& tree, const std::string& tag);
+
+/// Where the track of a format ends; the file, which a source without an end of its own tells of, may last longer.
+avTime GetTrackDuration(const Core::Property& format, avTime sourceDuration);
 
 /// Colours, sample aspect and frame rate of a format's tree, where they are set.
 void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context);

@@ -44,6 +44,10 @@ private:
     Core::Property GetSettings() const override { return Core::Property(); }
     Core::Property GetStatistic() const override;
     SP<Conf::IFormatCodecVideo> GetFormatCodec() const override { return format; }
+    avTime GetDuration() const override
+    {
+        return GetTrackDuration(format->GetProperties(), parentStream->GetDuration());
+    }
     void ReleaseInternalData() override;
 
     void AcceptInternal(Proc::IStreamVisitor& visitor) override;

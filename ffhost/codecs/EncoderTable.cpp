@@ -7,9 +7,15 @@ namespace Tessor::Host
 
 const EncoderRow& FindEncoder(const std::string& name)
 {
+    static const std::vector<std::string> presets = {"ultrafast", "superfast", "veryfast", "faster",   "fast",
+                                                     "medium",    "slow",      "slower",   "veryslow", "placebo"};
     static const std::vector<EncoderRow> rows = {
-        {.name = "libx264", .fields = true, .wholeChroma = true},
-        {.name = "libx265", .wholeChroma = true, .options = {{"x265-params", "log-level=error"}}},
+        {.name = "libx264", .worstCrf = 51, .fields = true, .wholeChroma = true, .presets = presets},
+        {.name = "libx265",
+         .worstCrf = 51,
+         .wholeChroma = true,
+         .options = {{"x265-params", "log-level=error"}},
+         .presets = presets},
         {.name = "mpeg1video", .quantiser = 3, .options = {{"bf", "2"}}},
         {.name = "mpeg2video", .quantiser = 3, .fields = true, .options = {{"bf", "2"}}},
         {.name = "mpeg4", .quantiser = 3},

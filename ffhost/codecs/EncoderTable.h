@@ -11,6 +11,7 @@ namespace Tessor::Host
 struct EncoderRow
 {
     const char* name;
+    int worstCrf = 0;         ///< end of the scale of constant quality; 0 where the encoder checks it
     int crf = -1;             ///< the usual constant quality where the encoder's own default is none
     int quantiser = 0;        ///< the usual constant quantiser, for encoders that know no other quality; 0 for others
     bool fields = false;      ///< pictures can be coded as fields
@@ -18,6 +19,7 @@ struct EncoderRow
     int channelBitRate = 0;   ///< of sound: bits per second and channel; 0 where it has no meaning
     int mostBitRate = 0;      ///< of sound: the highest; 0 for none
     std::vector<std::pair<const char*, const char*>> options = {};
+    std::vector<std::string> presets = {}; ///< where the encoder itself doesn't list them
 };
 
 /// The row of an encoder; one that is not in the table has an empty one.

@@ -92,6 +92,9 @@ bool IsListed(const T* list, T end, T wanted)
 
 int FitRate(const AVCodec& codec, int rate)
 {
+    // Containers count its delay in this one, whatever the encoder takes.
+    if (codec.id == AV_CODEC_ID_OPUS)
+        return 48000;
     if (!codec.supported_samplerates || IsListed(codec.supported_samplerates, 0, rate))
         return rate;
     int above = 0, highest = 0;
@@ -171,6 +174,8 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
         refuse("\"" + options.name + "\" encodes no " + kind);
     if (!MayCarry(container, *codec))
         refuse("the container can't carry what \"" + options.name + "\" encodes");
+    // Counted from the beginning of the file it would delay all the sound, or the pictures with it.
+    options.runIn = !container.CountsPackets();
     options.header = (container.GetFormat()->flags & AVFMT_GLOBALHEADER) != 0;
     return options;
 }

@@ -2,12 +2,28 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
+
+#include <algorithm>
 
 namespace Tessor::Host
 {
 
 using namespace Proc;
+
+namespace
+{
+
+std::string Join(const std::vector<std::string>& names)
+{
+    std::string list;
+    for (const std::string& name : names)
+        list += (list.empty() ? "" : ", ") + name;
+    return list;
+}
+
+} // namespace
 
 TrackVideoSetup::TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, const EncoderOptions& options)
     : source(source), options(options)
@@ -36,9 +52,10 @@ CodecContextPtr TrackVideoSetup::Open() const
     if (options.header && codec->id == AV_CODEC_ID_HEVC)
         context->codec_tag = MKTAG('h', 'v', 'c', '1');
     SetQuality(*context);
+    const FFmpegErrorCapture capture;
     const int result = avcodec_open2(context.get(), codec, nullptr);
     if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + AvError(result));
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + capture.GetText(result));
     return context;
 }
 
@@ -56,7 +73,15 @@ void TrackVideoSetup::SetQuality(AVCodecContext& context) const
     for (const auto& [option, value] : row.options)
         SetOption(context, option, value);
     if (!options.preset.empty())
+    {
+        // The encoder would find it out when it is opened, and say so on standard error itself.
+        if (!row.presets.empty() && !std::count(row.presets.begin(), row.presets.end(), options.preset))
+            Throw<EncoderException>(TESSOR_HERE, options.name + " knows no preset \"" + options.preset +
+                                                     "\"; it knows " + Join(row.presets));
         SetOption(context, "preset", options.preset);
+    }
+    if (row.worstCrf > 0 && options.crf > row.worstCrf)
+        Throw<EncoderException>(TESSOR_HERE, options.name + " takes crf from 0 to " + std::to_string(row.worstCrf));
     if (options.crf >= 0)
         SetOption(context, "crf", std::to_string(options.crf));
     context.bit_rate = options.bitRate;

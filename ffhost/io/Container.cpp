@@ -39,14 +39,11 @@ const std::map<std::string, const char*> MUXERS = {
 
 /// Codecs that a transport stream names by a type of its own or a registered descriptor.
 const std::set<AVCodecID> TRANSPORT_CODECS = {
-    AV_CODEC_ID_MPEG1VIDEO,   AV_CODEC_ID_MPEG2VIDEO,   AV_CODEC_ID_MPEG4,
-    AV_CODEC_ID_H264,         AV_CODEC_ID_HEVC,         AV_CODEC_ID_VC1,
-    AV_CODEC_ID_DIRAC,        AV_CODEC_ID_CAVS,         AV_CODEC_ID_MP2,
-    AV_CODEC_ID_MP3,          AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
-    AV_CODEC_ID_AC3,          AV_CODEC_ID_EAC3,         AV_CODEC_ID_DTS,
-    AV_CODEC_ID_TRUEHD,       AV_CODEC_ID_OPUS,         AV_CODEC_ID_S302M,
-    AV_CODEC_ID_DVB_SUBTITLE, AV_CODEC_ID_DVB_TELETEXT, AV_CODEC_ID_HDMV_PGS_SUBTITLE,
-    AV_CODEC_ID_PCM_BLURAY,
+    AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_MPEG4,        AV_CODEC_ID_H264,
+    AV_CODEC_ID_HEVC,       AV_CODEC_ID_VC1,        AV_CODEC_ID_DIRAC,        AV_CODEC_ID_CAVS,
+    AV_CODEC_ID_MP2,        AV_CODEC_ID_MP3,        AV_CODEC_ID_AAC,          AV_CODEC_ID_AAC_LATM,
+    AV_CODEC_ID_AC3,        AV_CODEC_ID_EAC3,       AV_CODEC_ID_DTS,          AV_CODEC_ID_TRUEHD,
+    AV_CODEC_ID_OPUS,       AV_CODEC_ID_S302M,      AV_CODEC_ID_DVB_SUBTITLE, AV_CODEC_ID_DVB_TELETEXT,
 };
 
 /// Those that Blu-ray knows. In its form of a transport stream libavformat names others as private data, and readers
@@ -147,6 +144,11 @@ Container::Origin Container::GetOrigin() const
     return IsMatroska() ? Origin::Presentation : Origin::Decoding;
 }
 
+bool Container::TellsDelay(AVCodecID codec) const
+{
+    return IsMatroska() && codec == AV_CODEC_ID_OPUS;
+}
+
 avTime Container::GetLead() const
 {
     return Is({"mpeg", "vob", "svcd", "dvd"}) ? ProgramStream::GetLead() : 0;
@@ -187,7 +189,7 @@ Proc::SettingsFilterBitStream::StreamFormat Container::ChooseFraming(AVCodecID c
 bool Container::KnowsCodec(AVCodecID codec) const
 {
     if (Is({"mpegts"}))
-        return TRANSPORT_CODECS.count(codec) != 0;
+        return TRANSPORT_CODECS.count(codec) != 0 || (bluRay && BLU_RAY_CODECS.count(codec) != 0);
     if (Is({"mpeg", "vob", "svcd", "dvd"}))
         return PROGRAM_CODECS.count(codec) != 0;
     if (Is({"avi"}))

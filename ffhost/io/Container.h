@@ -31,6 +31,8 @@ public:
     /// Private and generic options of the muxer; the caller frees them.
     AVDictionary* MakeOptions(const AVFormatContext& context) const;
     Origin GetOrigin() const;
+    /// The header names the codec's delay, and readers take it off all times.
+    bool TellsDelay(AVCodecID codec) const;
     /// How far above zero the first decoding time must lie.
     avTime GetLead() const;
     /// Written by our own ProgramStream; the libavformat muxer is only asked what it takes.

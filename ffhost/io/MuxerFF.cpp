@@ -148,9 +148,9 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     else if (extradata)
         SetExtradata(*parameters, extradata->Data(), extradata->Size());
 
-    // Readers take the codec's delay, which the header names, off all times; the writer leaves it to us to add it.
-    const bool delayed = container.GetOrigin() == Container::Origin::Presentation && parameters->initial_padding > 0 &&
-                         parameters->sample_rate > 0;
+    // Readers take it off all times; the writer leaves it to us to add it.
+    const bool delayed =
+        container.TellsDelay(parameters->codec_id) && parameters->initial_padding > 0 && parameters->sample_rate > 0;
     const avTime delay =
         delayed ? av_rescale(parameters->initial_padding, MICROSECONDS.den, parameters->sample_rate) : 0;
     const bool reorders = source.type == MediaType::Video && !source.attachedPicture;

@@ -20,7 +20,7 @@ std::string Print(const std::vector<FilterCall>& chain)
     {
         text += (text.empty() ? "" : " ") + call.name;
         for (const auto& [key, value] : call.options)
-            text += "[" + key + "|" + value + "]";
+            text += "[" + key + (value ? "|" + *value : "") + "]";
     }
     return text;
 }
@@ -52,6 +52,7 @@ TEST(FilterChain, ReadsTheGrammar)
         {"scale=width=640:height=360,fps=rate=25", "scale[width|640][height|360] fps[rate|25]"},
         {" scale = width = 640 : height=360 , fps=rate=25 ", "scale[width|640][height|360] fps[rate|25]"},
         {"a=k=", "a[k|]"},
+        {"a=k:l=1,b=640", "a[k][l|1] b[640]"},
         {"a=k=''", "a[k|]"},
         {"a=k=x=y", "a[k|x=y]"},
         {"avfilter=graph='hqdn3d,eq=gamma=1.2'", "avfilter[graph|hqdn3d,eq=gamma=1.2]"},
@@ -71,7 +72,6 @@ TEST(FilterChain, TellsWhatIsWrongAndWhere)
         {"scale,", "character 7: a filter is missing"},
         {",scale", "character 1: the name of a filter is missing"},
         {"scale=", "character 7: a key is missing"},
-        {"scale=640", "\"640\" has no value"},
         {"scale=width=640:", "character 17: a key is missing"},
         {"scale width=640", "character 7: \"w\" is not expected"},
         {"a=k='open", "character 5: the quote has no end"},
@@ -113,6 +113,11 @@ TEST(FilterCatalog, RefusesWithWhatThereIs)
     const Row rows[] = {
         {"scal=width=1", MediaType::Video, {"there is no filter \"scal\"", "scale"}},
         {"volum", MediaType::Audio, {"volume"}},
+        {"snow=1", MediaType::Video, {"there is no filter \"snow\"", "scale"}},
+        {"scale=640", MediaType::Video, {"there is no key \"640\"", "width, height"}},
+        {"scale=width", MediaType::Video, {"\"width\" has no value"}},
+        {"fps=rate=1000000", MediaType::Video, {"rate=1000000 is out of range", "from 0 to 1000"}},
+        {"fps=rate=-5", MediaType::Video, {"rate=-5 is out of range"}},
         {"volume=gain=2", MediaType::Video, {"\"volume\" is a filter of sound"}},
         {"scale=width=2", MediaType::Audio, {"\"scale\" is a filter of pictures"}},
         {"scale=w=640", MediaType::Video, {"there is no key \"w\"", "width, height"}},

@@ -305,9 +305,62 @@ TEST_F(Program, CompletionAndManualNameEveryOption)
 {
     for (const char* args : {"completion bash", "completion zsh", "completion fish", "manual"})
     {
-        const Outcome outcome = Run(args);
-        EXPECT_EQ(outcome.status, 0) << args;
-        for (const char* word : {"cut", "probe", "keep", "remove", "verify", "plan", "overwrite", "json"})
-            EXPECT_NE(outcome.out.find(word), std::string::npos) << args << ": " << word;
+        std::string text = Run(args).out;
+        text.erase(std::remove(text.begin(), text.end(), '\\'), text.end()); // of the manual's hyphens
+        for (const char* verb : {"cut", "repack", "probe", "convert", "filters", "mix", "tone", "detect"})
+        {
+            const std::string help = Run(std::string(verb) + " --help").out;
+            EXPECT_NE(text.find(verb), std::string::npos) << args << ": " << verb;
+            const std::regex option("--([a-z-]+)");
+            for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at)
+                if ((*at)[1] != "help")
+                {
+                    EXPECT_NE(text.find((*at)[1]), std::string::npos) << args << ": " << verb << (*at)[0];
+                }
+        }
+    }
+}
+
+namespace
+{
+
+/// Keys that a schema asks for and are not there, or that it doesn't know.
+void CheckDocument(const nlohmann::json& schema, const nlohmann::json& document, const std::string& where)
+{
+    if (document.is_array() && schema.contains("items"))
+        for (const nlohmann::json& item : document)
+            CheckDocument(schema["items"], item, where + "[]");
+    if (!document.is_object())
+        return;
+    for (const nlohmann::json& key : schema.value("required", nlohmann::json::array()))
+        EXPECT_TRUE(document.contains(key)) << where << ": " << key << " is missing";
+    for (const auto& [key, value] : document.items())
+    {
+        EXPECT_TRUE(schema["properties"].contains(key)) << where << ": " << key << " is not documented";
+        if (schema["properties"].contains(key))
+            CheckDocument(schema["properties"][key], value, where + "." + key);
+    }
+}
+
+} // namespace
+
+TEST_F(Program, DocumentsAreWhatTheirSchemasSay)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"cut", "cut $S/h264.mp4 a.mp4 --keep 0-2 --verify"},
+        {"repack", "repack $S/h264.mp4 b.mkv"},
+        {"convert", "convert $S/h264.mp4 c.mp4 --vf fps=rate=12.5,scale=width=64 --preset ultrafast"},
+        {"sound", "tone d.wav --duration 1"},
+        {"sound", "mix d.wav:50 d.wav e.wav"},
+        {"filters", "filters"},
+        {"detect", "detect volume d.wav"},
+        {"detect", "detect lossless $S/h264.mp4"},
+    };
+    for (const auto& [name, args] : rows)
+    {
+        const Outcome outcome = Run(std::string(args) + " --json");
+        ASSERT_EQ(outcome.status, 0) << args << outcome.err;
+        const fs::path schema = fs::path(TESSOR_SOURCE_DIR) / "docs" / (std::string(name) + ".schema.json");
+        CheckDocument(nlohmann::json::parse(Slurp(schema)), nlohmann::json::parse(outcome.out), args);
     }
 }
