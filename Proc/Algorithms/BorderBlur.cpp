@@ -202,6 +202,11 @@ private:
     /// Colours pixels of a row and leaves `total` at the window of the pixel behind them.
     template <class Window>
     size_t ColourRun(int begin, int end, int y, typename Window::Total& total) const;
+    template <class Count>
+    bool IsToPass(int x, int y, Count count, const Sums* entering) const;
+    /// 1 when it is coloured.
+    template <class Window>
+    uint32_t ColourPixel(uint8_t* pixel, const typename Window::Total& total) const;
 
     const AlphaPicture picture;
     const int reach; // half the matrix size
@@ -220,24 +225,30 @@ void BorderBlur<AlphaByte>::ScanBlock(int block, int y, bool& transparent, bool&
 {
     const int end = BlockEnd(block);
     int x = block * BLOCK;
-    Pixels4 anySet{};
-    Pixels4 anyClear{};
+    // least and greatest values of each byte: of the alphas as of the rest, which is cheaper than to pick them out
+    Bytes16 least = reinterpret_cast<Bytes16>(~Pixels4{});
+    Bytes16 greatest{};
     for (; x + 4 <= end; x += 4)
     {
-        const Pixels4 alphas = Load<Pixels4>(At(x, y)) & alphaMask;
-        anySet |= alphas;
-        anyClear |= reinterpret_cast<Pixels4>(alphas == 0);
+        const auto bytes = Load<Bytes16>(At(x, y));
+        least = bytes < least ? bytes : least;
+        greatest = bytes > greatest ? bytes : greatest;
     }
-    uint32_t set = anySet[0] | anySet[1] | anySet[2] | anySet[3];
-    uint32_t clear = anyClear[0] | anyClear[1] | anyClear[2] | anyClear[3];
+    bool clear = false;
+    bool set = false;
+    for (int i = AlphaByte; i < 16; i += 4)
+    {
+        clear |= least[i] == 0;
+        set |= greatest[i] != 0;
+    }
     for (; x < end; ++x)
     {
-        const uint32_t alpha = Load<uint32_t>(At(x, y)) & alphaMask;
-        set |= alpha;
-        clear |= alpha == 0 ? 1 : 0;
+        const bool shown = (Load<uint32_t>(At(x, y)) & alphaMask) != 0;
+        set |= shown;
+        clear |= !shown;
     }
-    transparent = clear != 0;
-    visible = set != 0;
+    transparent = clear;
+    visible = set;
 }
 
 template <int AlphaByte>
@@ -343,25 +354,52 @@ template <class Window>
 size_t BorderBlur<AlphaByte>::ColourRun(int begin, int end, int y, typename Window::Total& total) const
 {
     size_t coloured = 0;
-    const Sums* entering = columns.data() + begin + 2 * reach;
-    const Sums* leaving = columns.data() + begin;
-    uint8_t* pixel = At(begin, y);
-    for (int x = begin; x < end; ++x, pixel += 4)
+    for (int x = begin; x < end;)
     {
-        // no branches: they would be wrong too often where opaque and transparent pixels mix
-        const uint32_t old = Load<uint32_t>(pixel);
-        const auto count = total[AlphaByte];
-        const uint32_t changes = uint32_t{(old & alphaMask) == 0} & uint32_t{count != 0};
-        const uint32_t mean = Narrow(Window::Divide(total, count + (count == 0 ? 1 : 0))) & ~alphaMask;
-        const uint32_t mask = 0 - changes;
-        const uint32_t result = (old & ~mask) | (mean & mask);
-        std::memcpy(pixel, &result, sizeof(result));
-        coloured += changes;
-        // the last pixel of a row has no column to come
-        if (x + 1 < picture.width)
-            total += *entering++ - *leaving++;
+        const Sums* const leaving = columns.data() + x;
+        const Sums* const entering = leaving + 2 * reach;
+        if (x + 4 < end && IsToPass(x, y, total[AlphaByte], entering))
+        {
+            total += entering[0] + entering[1] - leaving[0] - leaving[1];
+            total += entering[2] + entering[3] - leaving[2] - leaving[3];
+            x += 4;
+            continue;
+        }
+        for (const int stop = std::min(x + 16, end); x < stop;)
+        {
+            coloured += ColourPixel<Window>(At(x, y), total);
+            // the last pixel of a row has no column to come
+            if (++x < picture.width)
+                total += columns[static_cast<size_t>(x + 2 * reach - 1)] - columns[static_cast<size_t>(x - 1)];
+        }
     }
     return coloured;
+}
+
+/// Whether the four pixels are all visible, or have nothing visible near them.
+template <int AlphaByte>
+template <class Count>
+bool BorderBlur<AlphaByte>::IsToPass(int x, int y, Count count, const Sums* entering) const
+{
+    const auto clear = reinterpret_cast<Pixels4>((Load<Pixels4>(At(x, y)) & alphaMask) == 0);
+    if ((clear[0] | clear[1] | clear[2] | clear[3]) == 0)
+        return true;
+    return count == 0 && (entering[0] + entering[1] + entering[2])[AlphaByte] == 0;
+}
+
+template <int AlphaByte>
+template <class Window>
+uint32_t BorderBlur<AlphaByte>::ColourPixel(uint8_t* pixel, const typename Window::Total& total) const
+{
+    // no branches: they would be wrong too often where opaque and transparent pixels mix
+    const uint32_t old = Load<uint32_t>(pixel);
+    const auto count = total[AlphaByte];
+    const uint32_t changes = uint32_t{(old & alphaMask) == 0} & uint32_t{count != 0};
+    const uint32_t mean = Narrow(Window::Divide(total, count + (count == 0 ? 1 : 0))) & ~alphaMask;
+    const uint32_t mask = 0 - changes;
+    const uint32_t result = (old & ~mask) | (mean & mask);
+    std::memcpy(pixel, &result, sizeof(result));
+    return changes;
 }
 
 template <int AlphaByte>
