@@ -220,13 +220,11 @@ TEST(CutSettings, PropertyHoldsEverything)
     EXPECT_THROW(back.IsEqualTo(SettingsStreamMetadataUpdater()), std::bad_cast);
 
     using Keys = SettingsFilterCutController;
-    std::vector<Core::Property> malformed(6, property);
+    std::vector<Core::Property> malformed(4, property);
     malformed[0].SetName("other");
-    malformed[1].RemoveChild(Keys::KEY_INTERVALS);
-    malformed[2].SetChildT<bool>(Keys::KEY_INTERVALS, true);
-    malformed[3][Keys::KEY_INTERVALS].begin()->RemoveChild(Keys::KEY_END);
-    malformed[4][Keys::KEY_INTERVALS].begin()->SetChild(Keys::KEY_DELETED, "yes");
-    malformed[5].SetChildT<long long>(Keys::KEY_STREAM_INDEX, 1LL << 40);
+    malformed[1].SetChildT<bool>(Keys::KEY_INTERVALS, true);
+    malformed[2][Keys::KEY_INTERVALS].begin()->RemoveChild(Keys::KEY_END);
+    malformed[3].SetChildT<long long>(Keys::KEY_STREAM_INDEX, 1LL << 40);
     for (const Core::Property& tree : malformed)
         EXPECT_THROW(Property2SettingsCutController(tree), Core::PropertyException);
 }

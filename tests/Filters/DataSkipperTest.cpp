@@ -1,7 +1,13 @@
 #include "Proc/Filters/Filters/DataSkipperStreamImpl.h"
+#include "media/DataVideoFF.h"
 #include "tests/Filters/CutTestTools.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
+
+extern "C"
+{
+#include <libavutil/frame.h>
+}
 
 #include <gtest/gtest.h>
 
@@ -48,7 +54,6 @@ TEST_P(FrameSkipping, GivesEvenTimesAndFoldsRepeats)
 INSTANTIATE_TEST_SUITE_P(
     Rows, FrameSkipping,
     testing::Values(
-        FrameRow{"plain", {{0, 1000}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:40 80:40"},
         FrameRow{"repeats", {{0, 1000}}, "0=1 40=2 80=2 120=2 160=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:120 160:40"},
         FrameRow{"the same picture later", {{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"},
         FrameRow{"uneven", {{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
@@ -59,12 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "0:40 40:80 120:40"},
         FrameRow{"cut in frames", {{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
         FrameRow{"nothing kept", {{500, 1000}}, "0=1 40=2", "E", ""}),
-    [](const auto& info)
-    {
-        std::string name = info.param.what;
-        std::replace(name.begin(), name.end(), ' ', '_');
-        return name;
-    });
+    rowName);
 
 TEST(FrameSkipper, RoundsDownWithNothingLostOnTheWay)
 {
@@ -86,31 +86,23 @@ TEST(FrameSkipper, WantsAFrameRate)
 
 TEST(FrameSkipper, HashesRowsThatRunBottomUp)
 {
-    class BottomUp final : public FakeItem<IDataVideo>
-    {
-    public:
-        explicit BottomUp(const ScriptItem& item) : FakeItem(item), pixels(12, static_cast<uint8_t>(item.value)) {}
-        FrameAllocType GetFrameAllocType() const override { return FRAME_ALLOC_CPU; }
-        int GetWidth() const override { return 3; }
-        int GetHeight() const override { return 3; }
-        PixFmt GetPixFmt() const override { return PixFmt::GRAY8; }
-        bool IsInterlaced() const override { return false; }
-        Details::PlaneTemplate<false> GetPlane(int) override { return {pixels.data() + 8, -4, 3, 3}; }
-        Details::PlaneTemplate<true> GetPlane(int) const override { return {pixels.data() + 8, -4, 3, 3}; }
-        SP<IDataVideo> MakeWritableCopy() const override { return nullptr; }
-        SP<IDataVideo> Clone(int) const override { return SP<IDataVideo>(new BottomUp(*this)); }
-        void Fill(const Color&) override {}
-        std::vector<uint8_t> pixels; // three rows of three, one byte of padding behind each
-    };
     const auto source = ScriptedVideo::Create("0");
     source->GetFormatCodec()->SetFrameRate(25, 1);
     FrameSkipper skipper(source, Cutter({{0, 1000}}));
-    ScriptItem item{0, 40 * ms};
+    avTime pts = 0;
     const auto process = [&](int row, uint8_t pixel)
     {
-        const SP<BottomUp> frame(new BottomUp(item));
-        frame->pixels[row * 4] = pixel;
-        item.pts += 40 * ms;
+        AVFrame* const record = av_frame_alloc();
+        record->format = AV_PIX_FMT_GRAY8;
+        record->width = record->height = 3;
+        av_frame_get_buffer(record, 1);
+        std::fill_n(record->data[0], 3 * record->linesize[0], uint8_t(0));
+        record->data[0] += 2 * record->linesize[0];
+        record->linesize[0] *= -1;
+        const SP<IDataVideo> frame = DataVideoFF::Create(record);
+        *frame->GetPlane(0).GetOffsetPtr(0, static_cast<size_t>(row)) = pixel;
+        frame->SetPTS(pts += 40 * ms);
+        frame->SetDuration(40 * ms);
         return skipper.ProcessPacket(frame, frame) != nullptr;
     };
     EXPECT_TRUE(process(0, 7));
@@ -124,16 +116,10 @@ TEST(PacketSkipper, CutsPacketsAndCountsThem)
 {
     const auto source = ScriptedRaw::Create("0K 40d20 80 120 ?:40");
     const SP<IStreamRaw> skipper(new DataSkipperStreamImpl<IStreamRaw>(source, Cutter({{40, 80}, {120, 1000}})));
-    EXPECT_EQ(skipper->GetMediaType(), MediaType::Video);
     Seek(skipper, 0);
     EXPECT_EQ(source->TakeLog(), "RequestSeek(40) DoSeek");
     EXPECT_EQ(ReadAll(skipper), "0d-20 40 ? E");
-    const Core::Property record = *(skipper->GetStatistic().end() - 1);
-    EXPECT_EQ(record["count"].GetInt64(), 3);
-    EXPECT_NE(record.GetName().find("DataSkipperStreamImpl<Tessor::Proc::IStreamRaw>"), std::string::npos);
-    skipper->Terminate();
-    Seek(skipper, 0);
-    EXPECT_FALSE(skipper->IsTerminated());
+    EXPECT_EQ((*(skipper->GetStatistic().end() - 1))["count"].GetInt64(), 3);
 }
 
 } // namespace
