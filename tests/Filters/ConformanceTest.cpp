@@ -219,33 +219,28 @@ SP<IStream> MakeBitStream(const SP<IStreamRaw>& parent)
                                    SettingsFilterBitStream(static_cast<SettingsFilterBitStream::StreamFormat>(form)));
 }
 
+using S = SP<IStream>;
+using Border = SettingsFilterBlurTransparentBorder;
+
 const std::vector<Filter<IStreamVideo>> VIDEO = {
-    {"FilterResize",
-     [](const SP<IStreamVideo>& s) -> SP<IStream> { return FilterResize::Create(s, FakeEffectFactory::Create()); }},
+    {"FilterResize", [](const auto& s) -> S { return FilterResize::Create(s, FakeEffectFactory::Create()); }},
     {"FilterDeinterlace",
-     [](const SP<IStreamVideo>& s) -> SP<IStream>
+     [](const auto& s) -> S
      { return FilterDeinterlace::Create(s, FakeEffectFactory::Create(), SettingsDeinterlace()); }},
     {"FilterBlurTransparentBorder",
-     [](const SP<IStreamVideo>& s) -> SP<IStream> {
-         return FilterBlurTransparentBorder::Create(s, FakeEffectFactory::Create(),
-                                                    SettingsFilterBlurTransparentBorder());
-     }},
+     [](const auto& s) -> S { return FilterBlurTransparentBorder::Create(s, FakeEffectFactory::Create(), Border()); }},
     {"PassThrough", MakeFrameRate},
     {"FilterApplyEffectsVideo (2)", MakeApplyEffects},
     {"FilterStreamMetadataUpdater", MakeUpdater<IStreamVideo>},
 };
 
 const std::vector<Filter<IStreamAudio>> AUDIO = {
-    {"FilterAudioVolume",
-     [](const SP<IStreamAudio>& s) -> SP<IStream> { return FilterAudioVolume::Create(s, nullptr, Loud()); }},
-    {"FilterResample",
-     [](const SP<IStreamAudio>& s) -> SP<IStream> { return FilterResample::Create(s, Host::MakeHost().effects); }},
+    {"FilterAudioVolume", [](const auto& s) -> S { return FilterAudioVolume::Create(s, nullptr, Loud()); }},
+    {"FilterResample", [](const auto& s) -> S { return FilterResample::Create(s, Host::MakeHost().effects); }},
     {"FilterAudioFormatter",
-     [](const SP<IStreamAudio>& s) -> SP<IStream>
-     { return FilterAudioFormatter::CreateStreamEx(s, Host::MakeHost().algorithms, Cut20()); }},
+     [](const auto& s) -> S { return FilterAudioFormatter::CreateStreamEx(s, Host::MakeHost().algorithms, Cut20()); }},
     {"FilterApplyEffectsAudio (0)",
-     [](const SP<IStreamAudio>& s) -> SP<IStream>
-     { return FilterApplyEffectsAudio::Create(s, FakeEffectFactory::Create()); }},
+     [](const auto& s) -> S { return FilterApplyEffectsAudio::Create(s, FakeEffectFactory::Create()); }},
     {"FilterStreamMetadataUpdater", MakeUpdater<IStreamAudio>},
 };
 
@@ -254,7 +249,7 @@ const std::vector<Filter<IStreamRaw>> RAW = {
     {"FilterBitStream", MakeBitStream<2>}, // to raw AAC
     {"FilterBitStream", MakeBitStream<4>}, // as it is
     {"FilterLosslessDetect",
-     [](const SP<IStreamRaw>& s) -> SP<IStream> { return FilterLosslessDetect::Create(s, SettingsLosslessDetect()); }},
+     [](const auto& s) -> S { return FilterLosslessDetect::Create(s, SettingsLosslessDetect()); }},
 };
 
 TEST(Filters, DeliverTheSameHoweverTheyAreUsed)

@@ -1,13 +1,7 @@
 #include "Proc/Filters/Filters/DataSkipperStreamImpl.h"
-#include "media/DataVideoFF.h"
 #include "tests/Filters/CutTestTools.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
-
-extern "C"
-{
-#include <libavutil/frame.h>
-}
 
 #include <gtest/gtest.h>
 
@@ -82,34 +76,6 @@ TEST(FrameSkipper, WantsAFrameRate)
     EXPECT_EQ(ReadAll(skipper), "!(Wrong fps!)");
     source->GetFormatCodec()->SetFrameRate(0, 1);
     EXPECT_EQ(ReadAll(skipper), "!(Wrong fps!)");
-}
-
-TEST(FrameSkipper, HashesRowsThatRunBottomUp)
-{
-    const auto source = ScriptedVideo::Create("0");
-    source->GetFormatCodec()->SetFrameRate(25, 1);
-    FrameSkipper skipper(source, Cutter({{0, 1000}}));
-    avTime pts = 0;
-    const auto process = [&](int row, uint8_t pixel)
-    {
-        AVFrame* const record = av_frame_alloc();
-        record->format = AV_PIX_FMT_GRAY8;
-        record->width = record->height = 3;
-        av_frame_get_buffer(record, 1);
-        std::fill_n(record->data[0], 3 * record->linesize[0], uint8_t(0));
-        record->data[0] += 2 * record->linesize[0];
-        record->linesize[0] *= -1;
-        const SP<IDataVideo> frame = DataVideoFF::Create(record);
-        *frame->GetPlane(0).GetOffsetPtr(0, static_cast<size_t>(row)) = pixel;
-        frame->SetPTS(pts += 40 * ms);
-        frame->SetDuration(40 * ms);
-        return skipper.ProcessPacket(frame, frame) != nullptr;
-    };
-    EXPECT_TRUE(process(0, 7));
-    EXPECT_FALSE(process(0, 7));
-    EXPECT_TRUE(process(2, 7)) << "another row";
-    EXPECT_TRUE(process(2, 8));
-    skipper.AddRef(); // it lives on the stack
 }
 
 TEST(PacketSkipper, CutsPacketsAndCountsThem)

@@ -16,7 +16,7 @@ struct FakeBehaviour
 {
     FrameAllocType memory = FRAME_ALLOC_CPU;
     std::function<bool(Proc::IData&)> drops = nullptr; ///< items that come out as null
-    bool moves = false;                      ///< brings frames into the other memory
+    bool moves = false;                                ///< brings frames into the other memory
     bool failsToInitialise = false;
 };
 

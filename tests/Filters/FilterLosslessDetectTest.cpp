@@ -68,13 +68,15 @@ std::string Verdicts(const FilterLosslessDetect& filter)
            text(filter.LosslessCutPossible(), filter.GetLosslessCutEnd());
 }
 
-TEST(FilterLosslessDetect, Times)
+TEST(FilterLosslessDetect, JudgesByThePackets)
 {
     const struct
     {
         const char* script;
         uint32_t detectors;
         const char* verdicts;
+        const char* codec = "h265";
+        Bytes extradata = AnnexB;
     } rows[] = {
         {"0Kd0 80d40 40d41", Times, "3/yes"},
         {"0Kd0 80d40 40d40", Times, "yes/yes"},
@@ -86,12 +88,19 @@ TEST(FilterLosslessDetect, Times)
         {"80Kd0 120d0", All & ~Order, "yes/yes"},
         {"?:40d0 ?:40d40 80d80 ?:40d120 ?:40d160", BadPts, "yes/yes"},
         {"?:40d0 80d40 ?:40d80 ?:40d120 ?:40d160", BadPts, "5/yes"},
+        {"0K=101 40 80K=102 120K=102", CRA, "yes/3"},
+        {"0K=102", CRA, "yes/yes", "h265", {}}, // no header: the framing is unknown
+        {"0K=102", CRA, "yes/yes", "h264"},
+        {"0K=103", CRA, "yes/1", "h265", Hvcc},
+        {"0Kd0=101 40d50=102", All, "2/2"},         // all detectors see the packet
+        {"0Kd0=101 40d50 80d80=102", All, "2/yes"}, // none sees a later one
     };
     for (const auto& row : rows)
     {
-        const auto filter = FilterLosslessDetect::Create(ScriptedRaw::Create(row.script), Detect(row.detectors));
+        const auto filter =
+            FilterLosslessDetect::Create(MakeSource(row.script, row.codec, row.extradata), Detect(row.detectors));
         ReadAll(filter);
-        EXPECT_EQ(Verdicts(*filter), row.verdicts) << row.script;
+        EXPECT_EQ(Verdicts(*filter), row.verdicts) << row.script << ' ' << row.codec;
     }
 }
 
@@ -109,32 +118,6 @@ TEST(FilterLosslessDetect, ShareOfUnknownTimes)
         EXPECT_EQ(Verdicts(*filter), verdicts);
         ReadAll(filter);
         EXPECT_EQ(Verdicts(*filter), "yes/yes");
-    }
-}
-
-TEST(FilterLosslessDetect, CRA)
-{
-    const struct
-    {
-        const char* script;
-        const char* codec;
-        Bytes extradata;
-        uint32_t detectors;
-        const char* verdicts;
-    } rows[] = {
-        {"0K=101 40 80K=102 120K=102", "h265", AnnexB, CRA, "yes/3"},
-        {"0K=102", "h265", {}, CRA, "yes/yes"}, // no header: the framing is unknown
-        {"0K=102", "h264", AnnexB, CRA, "yes/yes"},
-        {"0K=103", "h265", Hvcc, CRA, "yes/1"},
-        {"0Kd0=101 40d50=102", "h265", AnnexB, All, "2/2"},         // all detectors see the packet
-        {"0Kd0=101 40d50 80d80=102", "h265", AnnexB, All, "2/yes"}, // none sees a later one
-    };
-    for (const auto& row : rows)
-    {
-        const auto filter =
-            FilterLosslessDetect::Create(MakeSource(row.script, row.codec, row.extradata), Detect(row.detectors));
-        ReadAll(filter);
-        EXPECT_EQ(Verdicts(*filter), row.verdicts) << row.script << ' ' << row.codec;
     }
 }
 

@@ -93,19 +93,6 @@ TEST_F(AudioShellTest, NothingHeldSurvivesASeekOrARelease)
     EXPECT_EQ(resampler->Read()->GetPTS(), 80 * ms);
 }
 
-TEST_F(AudioShellTest, ResamplerTellsItsOutput)
-{
-    const SP<IFilterResample> filter = Resample(source);
-    filter->Init({SampleFormats::FloatP, 96000, ChannelLayout::Stereo});
-    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
-              Conf::SampleInfo(SampleFormats::FloatP, 96000, ChannelLayout::Stereo));
-    EXPECT_EQ(source->GetFormatCodec()->GetSampleInfo().GetSampleRate(), 48000) << "the parent's stays";
-    filter->InitByFormat(ScriptedAudio::Create("0", 192000)->GetFormatCodec());
-    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo().GetSampleRate(), 192000);
-    source->SetFormat(nullptr);
-    EXPECT_FALSE(filter->GetFormatCodec());
-}
-
 TEST_F(AudioShellTest, TreesGoThereAndBack)
 {
     SettingsFilterResample settings;

@@ -1,6 +1,5 @@
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
 
-#include "Proc/Filters/Filters/FilterHelpers.h"
 #include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
@@ -37,17 +36,6 @@ TEST(FilterStreamMetadataUpdater, AppliesItsMetadataToACopyOfTheFormat)
     EXPECT_EQ(filter->GetSettings(), Title("third"));
     EXPECT_EQ(format->GetProperties()["title"].GetString(), "first");
     EXPECT_EQ(filter->GetStatistic(), Core::Property("")) << "it hides those of its parents";
-}
-
-TEST(FilterHelpers, AddOneRecordBehindTheSources)
-{
-    const std::string tag = Core::StatisticsTag("FilterCache", "StreamType", "Tessor::Proc::IStreamAudio");
-    EXPECT_EQ(tag, "virtual Core::Property Tessor::Proc::FilterCache<Tessor::Proc::IStreamAudio>::GetStatistic() const "
-                   "[StreamType = Tessor::Proc::IStreamAudio]");
-    const Core::Property statistics = AddStatistics(ScriptedVideo::Create("0")->GetStatistic(), tag, 7, 3);
-    ASSERT_EQ(statistics.size(), 2u) << "source first, one record a filter";
-    EXPECT_EQ(statistics.begin()->GetName(), "Scripted");
-    EXPECT_EQ(*(statistics.begin() + 1), Core::MakeStatistics(tag, 7, 3));
 }
 
 } // namespace

@@ -121,23 +121,6 @@ TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
     EXPECT_EQ(ReadAll(probe), "0 40 E");
 }
 
-TEST(StreamImplBackground, AReaderWakesWhenTheStreamIsTerminated)
-{
-    const SP<Probe> source = Probe::Create(ScriptedVideo::Create("0 40 80"));
-    const SP<Probe> probe = Probe::Create(source, true);
-    source->gate.Hold();
-    std::thread terminator(
-        [&]
-        {
-            source->gate.AwaitHeld();
-            probe->Terminate();
-            source->gate.Release();
-        });
-    const std::string read = ReadAll(probe);
-    terminator.join();
-    EXPECT_TRUE(read == "0 E" || read == "E") << read;
-}
-
 TEST(StreamImplBackground, TheThreadCantJoinItself)
 {
     const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0"), true);
@@ -157,19 +140,6 @@ TEST(StreamImplBackground, AnInterruptedCallerStillWaitsForTheThread)
     source->gate.Release();
     caller.join();
     EXPECT_EQ(ReadAll(probe), "40 80 E");
-}
-
-TEST(StreamImplBackground, EndsPromptlyWhereverItsThreadIs)
-{
-    std::mt19937 random(1);
-    for (int round = 0; round < 300; ++round)
-    {
-        const SP<Probe> probe = Probe::Create(ScriptedVideo::Create(Regular(6)), true);
-        const int reads = static_cast<int>(random() % 8);
-        ReadSome(probe, reads);
-        if (random() % 2)
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 200));
-    }
 }
 
 /// A reader, whose walk is random, against a thread that terminates at random times.

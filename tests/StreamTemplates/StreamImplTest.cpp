@@ -55,6 +55,7 @@ TEST_P(StreamImplTest, PositionIsTheStartOfTheFirstItemThenTheEndOfTheLast)
     EXPECT_EQ(probe->GetPosition(), 100 * ms) << "the end does not move it";
     Seek(probe, 60 * ms);
     EXPECT_EQ(probe->GetPosition(), 50 * ms);
+    EXPECT_EQ(ReadAll(probe), "50:50 E") << "an item learnt by asking is not lost";
     Seek(probe, 100 * ms);
     EXPECT_EQ(probe->GetPosition(), NoTime);
 }
@@ -111,18 +112,6 @@ TEST_P(StreamImplTest, ReleasingDropsTheLookAheadAndKeepsThePosition)
     EXPECT_EQ(ReadAll(probe), "40 80 E");
 }
 
-TEST_P(StreamImplTest, AsksForTheCodecUntilItIsKnown)
-{
-    const SP<Probe> probe = Make("0");
-    const auto set = [this](const char* codec)
-    { source->GetFormatCodec()->GetProperties().SetChild(Conf::IFormatCodec::TAG_CODEC_ID, codec); };
-    EXPECT_EQ(probe->GetCodecID(), Conf::IFormatCodec::CODEC_ID_NONE);
-    set("h264");
-    EXPECT_EQ(probe->GetCodecID(), "h264");
-    set("vp8");
-    EXPECT_EQ(probe->GetCodecID(), "h264");
-}
-
 TEST_P(StreamImplTest, VisitorsWalkFromTheConsumerToTheSource)
 {
     const SP<IStreamVideo> chain = Probe::Create(Make("0"), GetParam());
@@ -132,27 +121,6 @@ TEST_P(StreamImplTest, VisitorsWalkFromTheConsumerToTheSource)
     Proc::Visitors::FrameTypeCollector types;
     chain->Accept(types);
     EXPECT_EQ(types.GetTypes(), (std::vector{FRAME_ALLOC_NONE, FRAME_ALLOC_NONE, FRAME_ALLOC_CPU}));
-    Proc::Visitors::DecoderCollector decoders;
-    chain->Accept(decoders);
-    EXPECT_TRUE(decoders.GetDecoders().empty());
-}
-
-TEST(StreamImplVisitors, OfAWrongKindStopTheWalk)
-{
-    struct Fake final : Proc::IStreamVisitor
-    {
-        explicit Fake(int type) : type(type) {}
-        int GetType() const override { return type; }
-        const int type;
-    };
-    const SP<IStreamVideo> chain = Probe::Create(ScriptedVideo::Create("0"), false);
-    for (int type : {0, 1, 2})
-    {
-        Fake visitor(type);
-        EXPECT_THROW(chain->Accept(visitor), std::bad_cast) << type;
-    }
-    Fake visitor(3);
-    EXPECT_EQ(TextOf<std::logic_error>([&] { chain->Accept(visitor); }), "Unknown visitor type");
 }
 
 TEST(StreamImplSynchronous, AFailureLeavesTheStreamUsable)

@@ -1,5 +1,5 @@
 #include "Proc/Settings/SettingsField.h"
-#include "effects/MultiEffect.h"
+#include "effects/TimeToProgress.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@ namespace
 enum class Shape
 {
     Round,
-    Square,
+    Square
 };
 
 class SettingsSample final : public SettingsOf<SettingsSample>
@@ -25,7 +25,6 @@ public:
             {"gain", &SettingsSample::gain, "gain, 1 for unity", {0.0, 4.0}},
             {"count", &SettingsSample::count, "items"},
             {"on", &SettingsSample::on, "whether"},
-            {"rate", &SettingsSample::rate, "a second"},
             {"shape", &SettingsSample::shape, "of all", std::vector<std::string>{"round", "square"}},
         };
         return fields;
@@ -34,7 +33,6 @@ public:
     double gain = 1.0;
     int count = 3;
     bool on = false;
-    Core::Property::Ratio rate{25, 1};
     Shape shape = Shape::Round;
 };
 
@@ -44,13 +42,11 @@ TEST(SettingsOf, TreesGoThereAndBack)
     settings.gain = 2.5;
     settings.count = -7;
     settings.on = true;
-    settings.rate = {30000, 1001};
     settings.shape = Shape::Square;
     SettingsSample other;
     EXPECT_FALSE(settings.IsEqualTo(other));
     other.FromProperty(settings.ToProperty());
     EXPECT_TRUE(settings.IsEqualTo(other));
-    EXPECT_EQ(other.shape, Shape::Square);
     EXPECT_EQ(other.Describe()[0].value.GetDouble(), 1.0) << "what is described are the defaults";
 }
 
@@ -70,14 +66,6 @@ TEST(SettingsOf, WrongValuesChangeNothing)
         EXPECT_THROW(settings.FromProperty(tree), SettingsException) << value.GetName();
         EXPECT_TRUE(settings.IsEqualTo(SettingsSample())) << value.GetName();
     }
-    EXPECT_THROW(SettingsSample().IsEqualTo(SettingsMultiEffect()), std::bad_cast);
-}
-
-TEST(TimeToProgress, LinearDividesAsDoubles)
-{
-    const TimeToProgress range{1000000, 3000000};
-    EXPECT_EQ(range.GetDuration(), 2000000);
-    EXPECT_EQ(range.GetProgress(1500000), 0.25);
 }
 
 } // namespace
