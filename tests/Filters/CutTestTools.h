@@ -3,7 +3,6 @@
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "tests/support/Script.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <utility>
 #include <vector>
@@ -22,15 +21,6 @@ inline Proc::SettingsFilterCutController Keep(const Ranges& ranges)
         settings.AddInterval(start * ms, end * ms, NoTime, false);
     return settings;
 }
-
-/// "What it's about" as the name of a parameter: letters, digits and underscores.
-inline constexpr auto rowName = [](const auto& info)
-{
-    std::string name = info.param.what;
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
-    return name;
-};
 
 inline SP<Proc::FilterCutController> Cutter(const Ranges& kept, SP<Proc::ICodecFactory> factory = nullptr)
 {

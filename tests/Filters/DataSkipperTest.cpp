@@ -31,34 +31,30 @@ struct FrameRow
     const char* times;
 };
 
-class FrameSkipping : public testing::TestWithParam<FrameRow>
+TEST(FrameSkipping, GivesEvenTimesAndFoldsRepeats)
 {
-};
-
-TEST_P(FrameSkipping, GivesEvenTimesAndFoldsRepeats)
-{
-    const FrameRow& row = GetParam();
-    const auto source = ScriptedVideo::Create(row.script);
-    source->GetFormatCodec()->SetFrameRate(25, 1);
-    const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter(row.kept)));
-    EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), row.delivered);
-    EXPECT_EQ(PrintTimes(*skipper), row.times);
+    const FrameRow rows[] = {
+        {"repeats", {{0, 1000}}, "0=1 40=2 80=2 120=2 160=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:120 160:40"},
+        {"the same picture later", {{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"},
+        {"uneven", {{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
+        {"a repeat across a cut",
+         {{0, 80}, {160, 1000}},
+         "0=1 40=2 80=3 120=3 160=2 200=4",
+         "0:?=1 40:?=2 80:?=4 E",
+         "0:40 40:80 120:40"},
+        {"cut in frames", {{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
+        {"nothing kept", {{500, 1000}}, "0=1 40=2", "E", ""},
+    };
+    for (const FrameRow& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        const auto source = ScriptedVideo::Create(row.script);
+        source->GetFormatCodec()->SetFrameRate(25, 1);
+        const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter(row.kept)));
+        EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), row.delivered);
+        EXPECT_EQ(PrintTimes(*skipper), row.times);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, FrameSkipping,
-    testing::Values(
-        FrameRow{"repeats", {{0, 1000}}, "0=1 40=2 80=2 120=2 160=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:120 160:40"},
-        FrameRow{"the same picture later", {{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"},
-        FrameRow{"uneven", {{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
-        FrameRow{"a repeat across a cut",
-                 {{0, 80}, {160, 1000}},
-                 "0=1 40=2 80=3 120=3 160=2 200=4",
-                 "0:?=1 40:?=2 80:?=4 E",
-                 "0:40 40:80 120:40"},
-        FrameRow{"cut in frames", {{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
-        FrameRow{"nothing kept", {{500, 1000}}, "0=1 40=2", "E", ""}),
-    rowName);
 
 TEST(FrameSkipper, RoundsDownWithNothingLostOnTheWay)
 {

@@ -139,15 +139,8 @@ private:
 /// What an implementation of an encoder does.
 struct FakeEncoding
 {
-    enum Creation
-    {
-        Works,
-        ReturnsNull,
-        EncoderFault,
-        FactoryFault,
-        Busy,
-    };
-    Creation creation = Works;
+    void (*creation)() = [] {}; ///< may throw
+    bool isNull = false;
     Bytes extradata = {};
     bool reorders = false; ///< every second picture is decoded behind the one that follows it
     size_t lost = 0;       ///< frames at the end of which no packet comes
@@ -224,16 +217,16 @@ public:
         lastFormat = format;
         const FakeEncoding& encoding =
             std::find_if(encoders.begin(), encoders.end(), [&](const auto& e) { return e.first == implName; })->second;
-        const bool failsNow = encoding.failsFrom >= 0 && created++ >= encoding.failsFrom;
-        if (failsNow || encoding.creation == FakeEncoding::EncoderFault)
-            Throw<Proc::EncoderException>(TESSOR_HERE, "scripted failure");
-        if (encoding.creation == FakeEncoding::FactoryFault)
-            Throw<Proc::CodecFactoryException>(TESSOR_HERE, "scripted failure");
-        if (encoding.creation == FakeEncoding::Busy)
-            Throw<Core::NotEnoughResource>(TESSOR_HERE, "scripted failure");
-        return encoding.creation == FakeEncoding::ReturnsNull
-                   ? nullptr
-                   : SP<Proc::IEncoder>(new FakeEncoder(source, encoding, resource));
+        encoding.creation();
+        if (encoding.failsFrom >= 0 && created++ >= encoding.failsFrom)
+            Fail<Proc::EncoderException>();
+        return encoding.isNull ? nullptr : SP<Proc::IEncoder>(new FakeEncoder(source, encoding, resource));
+    }
+
+    template <class E>
+    static void Fail()
+    {
+        Throw<E>(TESSOR_HERE, "scripted failure");
     }
 
     std::string tried;         // the encoders in the order of their creation, "+" behind one that got a resource

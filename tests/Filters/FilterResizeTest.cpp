@@ -1,7 +1,5 @@
 #include "Proc/Filters/Filters/FilterResize.h"
 
-#include "Proc/Settings/SettingsFrameDownloader.h"
-#include "Proc/Settings/SettingsFrameUploader.h"
 #include "tests/Filters/FakeEffects.h"
 #include "tests/support/ReadAll.h"
 
@@ -37,40 +35,13 @@ TEST(FilterResize, MakesItsEffectOfTheSettings)
     EXPECT_EQ(filter->GetSettings(), IFilterResize::Settings2Property(Size(16, 8)));
 
     EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), IResize::CLASS_ID);
+    EXPECT_EQ(ReadAll(filter), "0 40 80 E");
+    filter->ReleaseInternalData();
+    EXPECT_EQ(factory->log->Take(), "new IResize/impl for a stream new IResize/impl for a stream IResize.Process "
+                                    "IResize.Process IResize.Process IResize.Release");
     source->SetFormat(nullptr);
     EXPECT_EQ(TextOf<FilterException>([&] { filter->GetFormatCodec(); }), "Source format codec must be present");
     EXPECT_THROW(FilterResize::Create(source, nullptr), std::invalid_argument);
-}
-
-TEST(FilterResize, BringsFramesIntoTheMemoryOfTheEffect)
-{
-    const std::string up = SettingsFrameUploader::CLASS_ID;
-    const std::string down = SettingsFrameDownloader::CLASS_ID;
-    const std::string process = IResize::CLASS_ID + ".Process";
-    const struct
-    {
-        FrameAllocType frame;
-        FrameAllocType effect;
-        std::string calls;
-    } rows[] = {
-        {FRAME_ALLOC_CPU, FRAME_ALLOC_OGL, "new " + up + "/OGL " + up + ".Process " + process},
-        {FRAME_ALLOC_OGL, FRAME_ALLOC_CPU, "new " + down + "/OGL " + down + ".Process " + process},
-        {FRAME_ALLOC_OGL, FRAME_ALLOC_ANY, process},
-    };
-    for (const auto& row : rows)
-    {
-        const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
-        factory->behaviours = {{IResize::CLASS_ID, {row.effect}}, {up, {.moves = true}}, {down, {.moves = true}}};
-        const SP<ScriptedVideo> source = ScriptedVideo::Create("0i");
-        source->memory = row.frame;
-        const SP<IFilterResize> filter = FilterResize::Create(source, factory);
-        factory->log->Take();
-        EXPECT_TRUE(filter->Read());
-        EXPECT_EQ(factory->log->Take(), row.calls);
-        filter->ReleaseInternalData();
-        EXPECT_EQ(factory->log->Take(), IResize::CLASS_ID + ".Release");
-        EXPECT_EQ(filter->GetStatistic()["count"].GetInt64(), 1);
-    }
 }
 
 TEST(FilterResize, AChangeWaitsForTheEndOfARead)

@@ -53,44 +53,39 @@ struct RecodeRow
     int recoded = 0;
 };
 
-class Recode : public testing::TestWithParam<RecodeRow>
-{
-};
-
-TEST_P(Recode, FitsBetweenTheUntouchedPackets)
-{
-    const RecodeRow& row = GetParam();
-    Rig rig(row.kept, row.script, FakeCodecs::Create({{"X", row.encoding}}));
-    EXPECT_EQ(rig.Read(), row.result);
-    ASSERT_TRUE(rig.CanRecode());
-    const Core::Property statistic = rig.cut->GetStatistic();
-    EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), row.recoded);
-}
-
 const std::string shifted = // key frames have DTS = PTS - 40
     "0Kd-40 80d0 40d40 120Kd80 200d120 160d160 240Kd200 320d240 280d280 360Kd320 440d360 400d400 480Kd440";
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, Recode,
-    testing::Values(
-        RecodeRow{"tail", {{0, 200}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
-        RecodeRow{"head", {{0, 120}, {280, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
-        RecodeRow{
-            "middle", {{0, 160}, {200, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
-        RecodeRow{"frames in part", {{0, 170}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2},
-        RecodeRow{"with the reordering of source and encoder",
-                  {{0, 120}, {160, 1000}},
-                  shifted,
-                  {.reorders = true},
-                  "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
-                  2},
-        RecodeRow{"a frame across three cuts",
-                  {{0, 200}, {201, 202}, {360, 1000}},
-                  gops,
-                  {},
-                  "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E",
-                  3}),
-    rowName);
+TEST(Recode, FitsBetweenTheUntouchedPackets)
+{
+    const RecodeRow rows[] = {
+        {"tail", {{0, 200}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
+        {"head", {{0, 120}, {280, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
+        {"middle", {{0, 160}, {200, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
+        {"frames in part", {{0, 170}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2},
+        {"with the reordering of source and encoder",
+         {{0, 120}, {160, 1000}},
+         shifted,
+         {.reorders = true},
+         "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
+         2},
+        {"a frame across three cuts",
+         {{0, 200}, {201, 202}, {360, 1000}},
+         gops,
+         {},
+         "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E",
+         3},
+    };
+    for (const RecodeRow& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        Rig rig(row.kept, row.script, FakeCodecs::Create({{"X", row.encoding}}));
+        EXPECT_EQ(rig.Read(), row.result);
+        ASSERT_TRUE(rig.CanRecode());
+        const Core::Property statistic = rig.cut->GetStatistic();
+        EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), row.recoded);
+    }
+}
 
 TEST(RecodeGOP, FoldsRepeatsIntoOnePacket)
 {
@@ -136,8 +131,7 @@ TEST(RecodeGOP, KeepsTheFramingOfTheSource)
 
 TEST(RecodeSearch, TriesOneByOne)
 {
-    using E = FakeEncoding;
-    const E null{E::ReturnsNull};
+    const FakeEncoding null{.isNull = true};
     const struct
     {
         const char* what;
@@ -151,7 +145,10 @@ TEST(RecodeSearch, TriesOneByOne)
         {"the next behind faults",
          Video::CODEC_ID_VP8,
          gops,
-         {{"A", {E::EncoderFault}}, {"B", {E::FactoryFault}}, {"C", null}, {"D", {}}},
+         {{"A", {FakeCodecs::Fail<EncoderException>}},
+          {"B", {FakeCodecs::Fail<CodecFactoryException>}},
+          {"C", null},
+          {"D", {}}},
          "A B C D",
          true},
         {"FFmpeg changes places with the first",
@@ -186,7 +183,7 @@ TEST(RecodeSearch, TriesOneByOne)
 
 TEST(RecodeSearch, PassesABusyEncoderOn)
 {
-    Rig rig({{0, 200}}, gops, FakeCodecs::Create({{"A", {FakeEncoding::Busy}}}));
+    Rig rig({{0, 200}}, gops, FakeCodecs::Create({{"A", {FakeCodecs::Fail<Core::NotEnoughResource>}}}));
     EXPECT_THROW(rig.Add(), Core::NotEnoughResource);
     EXPECT_THROW(rig.Add(), Core::NotEnoughResource) << "it may be tried again";
 }
@@ -251,9 +248,6 @@ TEST(RecodeSettings, SurviveBrokenHeaders)
         {
             Rig rig({{0, 200}}, gops, FakeCodecs::Create({{ImplNames::FFMPEG, {.extradata = header}}}), codec, header);
             EXPECT_NO_THROW(rig.Add()) << codec << " " << header.size();
-            const bool mayBeFound = codec == Video::CODEC_ID_H264 || codec == Video::CODEC_ID_MPEG2VIDEO ||
-                                    (codec == Video::CODEC_ID_WMV2 && header.size() >= 4);
-            EXPECT_TRUE(mayBeFound || !rig.CanRecode()) << codec << " " << header.size();
         }
 }
 
