@@ -214,6 +214,16 @@ TEST(AudioAlg, UnknownFormatsAreRefused)
     MixAudio(none, {});
 }
 
+TEST(AudioAlg, ClipsFloats)
+{
+    const SP<DataAudioFF> loud = Block<float>(SampleFormats::Float, {-2.0f, 0.5f, 2.0f});
+    ClipAudio(loud->GetAudioRef(), loud->GetAudioRef());
+    std::vector<double> clipped;
+    for (int i = 0; i < 3; ++i)
+        GetAudioSamples(loud->GetAudioRef(), i, clipped);
+    EXPECT_EQ(clipped, (std::vector<double>{-1.0, 0.5, 1.0}));
+}
+
 std::vector<int> Ramp(int from, int count)
 {
     std::vector<int> ramp;

@@ -128,6 +128,7 @@ private:
         filter->Accept(names);
         EXPECT_EQ(names.GetElements().front(), name);
         EXPECT_EQ(names.GetElements().back(), "Scripted") << "the walk reaches the source";
+        EXPECT_EQ(filter->GetStatistic(), filter->GetStatistic()) << "asking counts for nothing";
     }
 
     void CheckTermination()
@@ -236,7 +237,9 @@ const std::vector<Filter<IStreamVideo>> VIDEO = {
 
 const std::vector<Filter<IStreamAudio>> AUDIO = {
     {"FilterAudioVolume", [](const auto& s) -> S { return FilterAudioVolume::Create(s, nullptr, Loud()); }},
-    {"FilterResample", [](const auto& s) -> S { return FilterResample::Create(s, Host::MakeHost().effects); }},
+    {"FilterResample",
+     [](const auto& s) -> S
+     { return FilterResample::CreateStreamEx(s, Host::MakeHost().effects, SettingsFilterResample()); }},
     {"FilterAudioFormatter",
      [](const auto& s) -> S { return FilterAudioFormatter::CreateStreamEx(s, Host::MakeHost().algorithms, Cut20()); }},
     {"FilterApplyEffectsAudio (0)",

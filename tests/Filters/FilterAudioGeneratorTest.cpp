@@ -128,6 +128,9 @@ TEST(FilterAudioGenerator, SilenceAndFormatsThatAreNone)
     EXPECT_EQ(Samples<uint8_t>(*filter->Read(), 1), std::vector<uint8_t>(9, 128));
     filter->Terminate();
     EXPECT_TRUE(filter->Read()) << "termination does not stop it";
+    EXPECT_EQ((*filter->GetStatistic().begin())["count"].GetInt64(), 2) << "but the failure";
+    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
+              Conf::SampleInfo(SampleFormats::U8, 44100, ChannelLayout::Stereo));
 
     settings.sampleRate = -1;
     filter->Initialize(settings);

@@ -149,6 +149,9 @@ TEST_F(FilterAudioMixerTest, SeeksAndEnds)
     Add("0=10 100=20 200=30 300=40");
     EXPECT_EQ(mixer->GetDuration(), 400 * ms);
     EXPECT_EQ(ReadAll(mixer, Show::Values), "0=11 100=22 200=30 300=40 E");
+    const Core::Property statistic = mixer->GetStatistic();
+    EXPECT_EQ(statistic["count"].GetInt64(), 4);
+    EXPECT_EQ((statistic.end() - 1)->size(), 3u) << "source, resampler, formatter";
     Seek(mixer, 100 * ms);
     EXPECT_EQ(mixer->GetPosition(), 100 * ms);
     EXPECT_EQ(ReadSome(mixer, 2, Show::Values), "100=22 200=30") << "who had ended takes part again";
@@ -160,6 +163,13 @@ TEST_F(FilterAudioMixerTest, SeeksAndEnds)
     EXPECT_TRUE(mixer->IsTerminated()) << "one of them is enough";
     Seek(mixer, 0);
     EXPECT_FALSE(mixer->IsTerminated());
+}
+
+TEST_F(FilterAudioMixerTest, TakesItsOwnTreeOnly)
+{
+    mixer->Initialize(mixer->GetSettings());
+    EXPECT_EQ(TextOf<FilterException>([&] { mixer->Initialize(Core::Property("X")); }),
+              "Object was initialized with incorrect class (X)!");
 }
 
 TEST_F(FilterAudioMixerTest, FailuresPassAndTheOthersAreOneBlockAhead)

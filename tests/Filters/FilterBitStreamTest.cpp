@@ -138,6 +138,7 @@ TEST(FilterBitStream, Conversions)
          Code(hevcSlice)},
         {"ADTS to raw", AAC, 2, AdtsHeader, Asc, adts, RawFrame, adts, RawFrame},
         {"H.264 stays Annex B", H264, 0, H264AnnexB, H264AnnexB, Code(Idr), H264AnnexB + Code(Idr), kept, kept},
+        {"HEVC stays Annex B", HEVC, 0, HevcAnnexB, HevcAnnexB, Code(hevcIdr), hevcKey, kept, kept},
         {"avcC stays", H264, 1, Avcc, Avcc, kept, kept, kept, kept},
         {"hvcC stays", HEVC, 1, Hvcc, Hvcc, kept, kept, kept, kept},
         {"H.264 as AAC", H264, 2, H264AnnexB, H264AnnexB, kept, kept, kept, kept},

@@ -62,13 +62,14 @@ TEST(DecodedCut, DeliversWhatIsKept)
 TEST(DecodedCutStream, EndsOnTheFirstItemThatNothingFollows)
 {
     const auto source = ScriptedSubtitle::Create(tenSeconds);
-    const auto cut = Cutter({{0, 2000}})->AddStream(SP<IStreamSubtitle>(source));
-    EXPECT_EQ(ReadAll(cut), "0 1000 E");
+    const auto cut = Cutter({{0, 1500}})->AddStream(SP<IStreamSubtitle>(source));
+    EXPECT_EQ(ReadAll(cut), "0 1000:500 E");
     EXPECT_EQ(ReadAll(cut), "E");
     EXPECT_EQ(source->GetReadCount(), 3);
-    EXPECT_EQ(cut->GetDuration(), 2000 * ms);
+    EXPECT_EQ(cut->GetDuration(), 1500 * ms);
+    EXPECT_EQ((*(cut->GetStatistic().end() - 1))["count"].GetInt64(), 2);
     Seek(cut, 1000 * ms);
-    EXPECT_EQ(ReadAll(cut), "1000:1000 E") << "the end is forgotten";
+    EXPECT_EQ(ReadAll(cut), "1000:500 E") << "the end is forgotten";
 }
 
 TEST(DecodedCutStream, SavedItemsComeFirstAfterAJump)

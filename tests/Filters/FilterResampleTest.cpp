@@ -86,7 +86,7 @@ TEST_F(AudioShellTest, NothingHeldSurvivesASeekOrARelease)
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "0:30=3") << "times start from zero";
 
     const SP<IFilterResample> resampler = Resample(source);
-    resampler->Init({SampleFormats::S16, 96000, ChannelLayout::Mono});
+    resampler->InitByFormat(ScriptedAudio::Create("0", 96000)->GetFormatCodec());
     Seek(resampler, 0);
     resampler->Read();
     Seek(resampler, 80 * ms);

@@ -1,4 +1,5 @@
 #include "Proc/Filters/Filters/FilterCutControllerStreamRawImpl.h"
+#include "Proc/StreamTemplates/Visitors.h"
 #include "tests/Filters/CutTestTools.h"
 #include "tests/Filters/FakeCodecs.h"
 #include "tests/support/Decorators.h"
@@ -164,6 +165,9 @@ TEST(RawCutStream, GoesOnBehindAFailure)
 {
     Rig rig({{0, 120}, {240, 1000}}, "0K 40 ! 80 120K 160 200 240K 280 320 360K");
     EXPECT_EQ(ReadAll(rig.cut), "! 0K 40 80 120K 160 200 E");
+    Visitors::InfoCollector names;
+    rig.cut->Accept(names);
+    EXPECT_EQ(names.GetElements(), (std::vector<std::string>{"FilterCutControllerStreamRawImpl", "Scripted"}));
 }
 
 /// Two streams of one file, each read by a thread of its own over several jumps.
