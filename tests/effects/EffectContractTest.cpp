@@ -1,5 +1,7 @@
 #include "Proc/Settings/SettingsField.h"
-#include "effects/TimeToProgress.h"
+#include "effects/EffectBaseOneInput.h"
+#include "effects/IFactoryDataVideo.h"
+#include "tests/support/FakeItems.h"
 
 #include <gtest/gtest.h>
 
@@ -66,6 +68,34 @@ TEST(SettingsOf, WrongValuesChangeNothing)
         EXPECT_THROW(settings.FromProperty(tree), SettingsException) << value.GetName();
         EXPECT_TRUE(settings.IsEqualTo(SettingsSample())) << value.GetName();
     }
+}
+
+/// Holds the first block back for ever.
+struct Hold final : EffectBaseOneInput<IOneInputEffectAudio, SettingsSample, IFactoryDataAudio>
+{
+    Hold() : EffectBaseOneInput(nullptr) {}
+    void ProcessItem(SP<IDataAudio>& block) override { block = std::exchange(drop, false) ? nullptr : block; }
+    bool drop = true;
+};
+
+TEST(EffectBaseOneInput, TakesOneInputAndCountsWhatComesOut)
+{
+    const SP<Hold> effect(new Hold);
+    const Tessor::Test::ScriptItem item = Tessor::Test::ParseScript("0").front();
+    const SP<IDataAudio> block = Tessor::Test::CreateBlock(item);
+    EXPECT_THROW(effect->Apply({block, block}), std::invalid_argument);
+    EXPECT_THROW(effect->Apply({Tessor::Test::CreateFrame(item)}), std::bad_cast);
+    EXPECT_FALSE(effect->Apply({block}));
+    EXPECT_EQ(effect->Apply({block}), block);
+    EXPECT_FALSE(effect->Apply({nullptr}));
+    EXPECT_EQ(effect->GetStatistic()["count"].GetInt64(), 1);
+
+    SettingsSample settings;
+    settings.count = 5;
+    effect->Initialise(settings);
+    EXPECT_EQ(effect->GetSettings(), settings.ToProperty());
+    effect->SetTimeToProgress({1000000, 3000000});
+    EXPECT_EQ(effect->GetTimeToProgress().GetProgress(1500000), 0.25) << "linear";
 }
 
 } // namespace
