@@ -37,12 +37,17 @@ SP<DataAudioFF> Block(SampleFormats format, const std::vector<T>& samples)
 
 // The slow twins: the tables of the sample types, one sample at a time.
 
+int64_t FixedGain(double volume)
+{
+    return static_cast<int64_t>(volume * 256.0 + 0.5);
+}
+
 unsigned char Twin(const std::vector<std::pair<unsigned char, double>>& inputs)
 {
     uint32_t sum = 0;
     for (const auto& [s, volume] : inputs)
     {
-        const auto gain = static_cast<int16_t>(static_cast<int64_t>(volume * 256.0 + 0.5));
+        const auto gain = static_cast<int16_t>(FixedGain(volume));
         sum += (((s + 0xFFFF80u) * static_cast<uint32_t>(gain) + 128u) >> 8) + 128u;
     }
     const auto low = static_cast<int16_t>(sum);
@@ -50,36 +55,22 @@ unsigned char Twin(const std::vector<std::pair<unsigned char, double>>& inputs)
 }
 
 template <class T>
-T TwinInteger(const std::vector<std::pair<T, double>>& inputs)
+T Twin(const std::vector<std::pair<T, double>>& inputs)
 {
-    int64_t sum = 0;
-    for (const auto& [s, volume] : inputs)
-        sum += (s * static_cast<int64_t>(volume * 256.0 + 0.5) + 128) >> 8;
-    return static_cast<T>(std::clamp<int64_t>(sum, std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
-}
-short Twin(const std::vector<std::pair<short, double>>& inputs)
-{
-    return TwinInteger(inputs);
-}
-int Twin(const std::vector<std::pair<int, double>>& inputs)
-{
-    return TwinInteger(inputs);
-}
-
-float Twin(const std::vector<std::pair<float, double>>& inputs)
-{
-    double sum = 0;
-    for (const auto& [s, volume] : inputs)
-        sum += static_cast<double>(s) * volume;
-    return std::clamp(static_cast<float>(sum), -1.0f, 1.0f);
-}
-
-double Twin(const std::vector<std::pair<double, double>>& inputs)
-{
-    double sum = 0;
-    for (const auto& [s, volume] : inputs)
-        sum += s * volume;
-    return std::clamp(sum, -1.0, 1.0);
+    if constexpr (std::is_floating_point_v<T>)
+    {
+        double sum = 0;
+        for (const auto& [s, volume] : inputs)
+            sum += static_cast<double>(s) * volume;
+        return std::clamp(static_cast<T>(sum), T{-1}, T{1});
+    }
+    else
+    {
+        int64_t sum = 0;
+        for (const auto& [s, volume] : inputs)
+            sum += (s * FixedGain(volume) + 128) >> 8;
+        return static_cast<T>(std::clamp<int64_t>(sum, std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
+    }
 }
 
 template <class T>
@@ -90,11 +81,6 @@ T Random(std::mt19937& dice)
     else
         return static_cast<T>(std::uniform_int_distribution<long long>(std::numeric_limits<T>::min(),
                                                                        std::numeric_limits<T>::max())(dice));
-}
-
-int64_t FixedGain(double volume)
-{
-    return static_cast<int64_t>(volume * 256.0 + 0.5);
 }
 
 /// Every length that leaves a rest behind vectors and blocks, random gains, against the twin; in place too.
@@ -139,20 +125,17 @@ void HoldAgainstTwin(const SampleKernels<T, Gain>& kernels)
     }
 }
 
-void HoldAllAgainstTwins(const AudioKernels& kernels)
-{
-    HoldAgainstTwin(kernels.u8);
-    HoldAgainstTwin(kernels.s16);
-    HoldAgainstTwin(kernels.s32);
-    HoldAgainstTwin(kernels.f32);
-    HoldAgainstTwin(kernels.f64);
-}
-
 TEST(AudioKernels, EqualTheTablesInEveryInstructionSet)
 {
-    HoldAllAgainstTwins(GetAudioKernelsBaseline());
-    if (HasAvx2())
-        HoldAllAgainstTwins(GetAudioKernelsAvx2());
+    for (const AudioKernels* kernels : {&GetAudioKernelsBaseline(), HasAvx2() ? &GetAudioKernelsAvx2() : nullptr})
+        if (kernels)
+        {
+            HoldAgainstTwin(kernels->u8);
+            HoldAgainstTwin(kernels->s16);
+            HoldAgainstTwin(kernels->s32);
+            HoldAgainstTwin(kernels->f32);
+            HoldAgainstTwin(kernels->f64);
+        }
 }
 
 /// The first sample of a mix of blocks that hold one value each.
@@ -200,9 +183,6 @@ TEST(AudioAlg, LevelIsThePositivePeakOfThePlanesSeen)
     EXPECT_EQ(low.peak, 0);
     EXPECT_DOUBLE_EQ(low.rms, 1.000030518509476);
 
-    const AudioLevelInfo quiet = EstimateLevel(Block<unsigned char>(SampleFormats::U8, {128, 128})->GetAudioRef());
-    EXPECT_EQ(quiet.peak, 0);
-    EXPECT_EQ(quiet.rms, 0);
     EXPECT_EQ(EstimatePeak(Block<unsigned char>(SampleFormats::U8, {0, 255})->GetAudioRef()), 0.9921875);
 
     // interleaved stereo: as many values as there are samples, not twice as many
@@ -225,24 +205,16 @@ TEST(AudioAlg, LevelIsThePositivePeakOfThePlanesSeen)
     }
 }
 
-TEST(AudioAlg, UnknownFormatsAreNamed)
+TEST(AudioAlg, UnknownFormatsAreRefused)
 {
     AudioRef none;
     EXPECT_THROW(EstimateLevel(none), Exception);
     EXPECT_THROW(ClipAudio(none, none), Exception);
+    EXPECT_THROW(VolumizeAudio(none, none, 1.0), Exception);
     MixAudio(none, {});
-    try
-    {
-        VolumizeAudio(none, none, 1.0);
-        FAIL();
-    }
-    catch (const Exception& e)
-    {
-        EXPECT_EQ(Describe(e), "VolumizeAudio doesn't support this sample format");
-    }
 }
 
-TEST(AudioAlg, ClipsFloatsAndCopiesIntegers)
+TEST(AudioAlg, ClipsFloats)
 {
     const SP<DataAudioFF> loud = Block<float>(SampleFormats::Float, {-2.0f, 0.5f, 2.0f});
     ClipAudio(loud->GetAudioRef(), loud->GetAudioRef());
@@ -284,9 +256,6 @@ TEST(AudioAlg, FindsWhereBlocksOverlap)
         second->SetPTS(SampleCount2Duration(static_cast<unsigned long long>(row.secondStart), 48000));
         EXPECT_EQ(FindIntersection(first, second), row.overlap) << row.what;
     }
-    const SP<DataAudioFF> shortBlock = Block<int>(SampleFormats::S32, Ramp(1, 2));
-    shortBlock->SetDuration(100000);
-    EXPECT_EQ(FindIntersection(shortBlock, Block<int>(SampleFormats::S32, Ramp(1, 4800))), 0) << "pattern too long";
 }
 
 TEST(AudioAlg, ReversesSamplesAndKeepsChannelsInOrder)

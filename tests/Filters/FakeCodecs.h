@@ -1,15 +1,13 @@
 #pragma once
 
-#include "Fnd/DataBitOutput.h"
-#include "Fnd/DataOutputString.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "host/ICodecFactory.h"
 #include "host/ImplNames.h"
 #include "media/BlobFF.h"
 #include "media/IFormatCodecVideo.h"
 #include "tests/support/FakeItems.h"
 
+#include <bitset>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -19,12 +17,12 @@ namespace Tessor::Test
 
 using Video = Conf::IFormatCodecVideo;
 
-inline SP<const Proc::IBlob> MakeBlob(const std::vector<uint8_t>& bytes)
+inline SP<const Proc::IBlob> MakeBlob(const Bytes& bytes)
 {
-    return Proc::BlobFF::Create(bytes.data(), bytes.size());
+    return bytes.empty() ? nullptr : SP<const Proc::IBlob>(Proc::BlobFF::Create(bytes.data(), bytes.size()));
 }
 
-/// What a test sets in a header of H.264; all else is 0, or what Annex B data of one small picture needs.
+/// What a test sets in the parameter sets of H.264; all else is 0, or what one small picture needs.
 struct H264Fields
 {
     uint8_t profile = 77;
@@ -35,114 +33,209 @@ struct H264Fields
     bool weighted = false;
     int qp = 0;
     int chroma = 0;
+
+    static std::string U8(uint8_t value) { return std::bitset<8>(value).to_string(); }
+    static std::string UE(uint32_t value)
+    {
+        const std::string bits = std::bitset<32>(value + 1).to_string();
+        const size_t first = bits.find('1');
+        return std::string(31 - first, '0') + bits.substr(first);
+    }
+    static std::string SE(int value) { return UE(static_cast<uint32_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
+    static Bytes Pack(std::string bits)
+    {
+        bits += "10000000";
+        Bytes unit;
+        for (size_t i = 0; i + 8 <= bits.size(); i += 8)
+            unit.push_back(static_cast<uint8_t>(std::stoul(bits.substr(i, 8), nullptr, 2)));
+        return unit;
+    }
+
+    Bytes SPS() const
+    {
+        const std::string chroma420 = profile == 100 ? UE(1) + UE(0) + UE(0) + "00" : "";
+        return Pack(U8(0x67) + U8(profile) + U8(constraints) + U8(30) + UE(id) + chroma420 + UE(0) + UE(2) + UE(refs) +
+                    "0" + UE(0) + UE(0) + "1100"); // frames only, direct inference, no cropping, no VUI
+    }
+    Bytes PPS() const
+    {
+        return Pack(U8(0x68) + UE(id) + UE(id) + (cabac ? "10" : "00") + UE(0) + UE(0) + UE(0) +
+                    (weighted ? "1" : "0") + "00" + SE(qp) + SE(0) + SE(chroma) + "000");
+    }
+    Bytes AnnexB() const { return Bytes{0, 0, 0, 1} + SPS() + Bytes{0, 0, 0, 1} + PPS(); }
+    /// With lengths of 4 bytes.
+    Bytes AvcC() const
+    {
+        const Bytes sps = SPS(), pps = PPS();
+        return Bytes{1, profile, constraints, 30, 0xFF, 0xE1, 0, uint8_t(sps.size())} + sps +
+               Bytes{1, 0, uint8_t(pps.size())} + pps;
+    }
 };
 
-/// SPS and PPS in Annex B form.
-std::vector<uint8_t> MakeH264Header(const H264Fields& fields);
-/// The same as an avcC with lengths of 4 bytes.
-std::vector<uint8_t> MakeAvcC(const H264Fields& fields);
-
-/// One frame for each packet, in the order of their PTS; the picture is the packet's payload.
-class FakeDecoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVideo>, public RefCountImpl
+/// Converts the whole source at the first read, and anew behind a seek.
+template <class From, class To>
+class WholeStream : public Proc::StreamImpl<From, To>, public RefCountImpl
 {
 public:
-    explicit FakeDecoder(const SP<Proc::IStreamRaw>& source) : StreamImpl(source, false) {}
+    explicit WholeStream(const SP<From>& source) : Proc::StreamImpl<From, To>(source, false) {}
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
-    SP<Video> GetFormatCodec() const override;
-    Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
+    Core::Property GetStatistic() const override { return this->parentStream->GetStatistic(); }
+
+protected:
+    using Item = typename To::Item;
+    virtual std::deque<SP<Item>> Convert() = 0;
 
 private:
     void AcceptInternal(Proc::IStreamVisitor&) override {}
-    SP<Proc::IDataVideo> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
+    SP<Item> ReadInternal() override
+    {
+        if (!std::exchange(filled, true))
+            items = Convert();
+        if (items.empty())
+            return nullptr;
+        const SP<Item> item = items.front();
+        items.pop_front();
+        return item;
+    }
+    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
+    {
+        filled = false;
+        this->parentStream->RequestSeek(target, partner);
+    }
+    void DoSeekInternal() override { this->parentStream->DoSeek(); }
 
-    std::map<avTime, SP<Proc::IDataVideo>> frames; // of the whole source, filled by the first read
+    std::deque<SP<Item>> items;
     bool filled = false;
+};
+
+/// One frame for each packet, in the order of their PTS; the picture is the packet's payload.
+class FakeDecoder final : public WholeStream<Proc::IStreamRaw, Proc::IStreamVideo>
+{
+public:
+    using WholeStream::WholeStream;
+
+    SP<Video> GetFormatCodec() const override
+    {
+        const SP<Video> format = Video::Create();
+        format->Merge(std::as_const(*parentStream->GetFormatCodec()).GetProperties());
+        return format;
+    }
+
+private:
+    std::deque<SP<Proc::IDataVideo>> Convert() override
+    {
+        std::map<avTime, SP<Proc::IDataVideo>> sorted;
+        while (const SP<Proc::IDataPacket> packet = parentStream->Read())
+            sorted[packet->GetPTS()] = CreateFrame(DescribeItem(*packet));
+        std::deque<SP<Proc::IDataVideo>> frames;
+        for (const auto& [pts, frame] : sorted)
+            frames.push_back(frame);
+        return frames;
+    }
 };
 
 /// What an implementation of an encoder does.
 struct FakeEncoding
 {
-    enum Creation
-    {
-        Works,
-        ReturnsNull,
-        EncoderFault,
-        FactoryFault,
-        Busy,
-    };
-    Creation creation = Works;
-    std::vector<uint8_t> extradata;
+    void (*creation)() = [] {}; ///< may throw
+    bool isNull = false;
+    Bytes extradata = {};
     bool reorders = false; ///< every second picture is decoded behind the one that follows it
-    int lost = 0;          ///< frames at the end of which no packet comes
+    size_t lost = 0;       ///< frames at the end of which no packet comes
     int failsFrom = -1;    ///< the n-th creation and all that follow throw EncoderException; -1: none
 };
 
 /// A key frame and pictures behind it. The payload is one unit of one byte, the picture, behind a start code.
-class FakeEncoder final : public Proc::StreamImpl<Proc::IStreamVideo, Proc::IEncoder>, public RefCountImpl
+class FakeEncoder final : public WholeStream<Proc::IStreamVideo, Proc::IEncoder>
 {
 public:
     FakeEncoder(const SP<Proc::IStreamVideo>& source, const FakeEncoding& encoding,
                 const SP<Core::IComputingResource>& resource)
-        : StreamImpl(source, false), encoding(encoding), resource(resource)
+        : WholeStream(source), encoding(encoding), resource(resource)
     {
     }
 
-    void Initialize(const Core::Property&) override {}
-    Core::Property GetSettings() const override { return Core::Property(); }
-    SP<Conf::IFormatCodec> GetFormatCodec() const override;
-    Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
+    SP<Conf::IFormatCodec> GetFormatCodec() const override
+    {
+        const SP<Conf::IFormatCodec> format = parentStream->GetFormatCodec()->Clone();
+        format->SetExtradata(MakeBlob(encoding.extradata));
+        return format;
+    }
     MediaType GetMediaType() const override { return MediaType::Video; }
     SP<Core::IComputingResource> GetComputingResource() const override { return resource; }
 
 private:
-    void AcceptInternal(Proc::IStreamVisitor&) override {}
-    SP<Proc::IDataPacket> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
-    void Encode();
+    std::deque<SP<Proc::IDataPacket>> Convert() override
+    {
+        Script frames;
+        while (const SP<Proc::IDataVideo> frame = parentStream->Read())
+            frames.push_back(DescribeItem(*frame));
+        const Script clock = frames;
+        for (size_t i = 1; encoding.reorders && i + 1 < frames.size(); i += 2)
+            std::swap(frames[i], frames[i + 1]);
+        std::deque<SP<Proc::IDataPacket>> packets;
+        for (size_t i = 0; i + encoding.lost < frames.size(); ++i)
+        {
+            frames[i].key = i == 0;
+            frames[i].dts = clock[i].pts - (encoding.reorders ? 40 * ms : 0);
+            const Bytes payload{0, 0, 1, uint8_t(frames[i].value)};
+            packets.push_back(CreateFakePacket(frames[i], MediaType::Video, &payload));
+        }
+        return packets;
+    }
 
     const FakeEncoding encoding;
     const SP<Core::IComputingResource> resource;
-    std::deque<SP<Proc::IDataPacket>> packets; // of the whole source, filled by the first read
-    bool filled = false;
 };
 
-/// Encoders are listed in the order of `names`. Several threads may create codecs.
+/// Encoders are listed in their order. Several threads may create codecs.
 class FakeCodecs final : public Proc::ICodecFactory, public RefCountImpl
 {
 public:
-    static SP<FakeCodecs> Create() { return SP<FakeCodecs>(new FakeCodecs); }
-    static SP<FakeCodecs> Create(const std::string& name, const FakeEncoding& encoding)
-    {
-        const SP<FakeCodecs> codecs = Create();
-        codecs->Add(name, encoding);
-        return codecs;
-    }
-    void Add(const std::string& name, const FakeEncoding& encoding)
-    {
-        names.push_back(name);
-        encodings[name] = encoding;
-    }
+    using Encoders = std::vector<std::pair<std::string, FakeEncoding>>;
+
+    static SP<FakeCodecs> Create(const Encoders& encoders = {}) { return SP<FakeCodecs>(new FakeCodecs(encoders)); }
 
     SP<Proc::IStreamVideo> CreateDecoder(const SP<Proc::IStreamRaw>& source, const std::string&) override
     {
         return SP<Proc::IStreamVideo>(new FakeDecoder(source));
     }
-    std::vector<std::string> ListEncoders(const std::string&, bool, bool) const override { return names; }
+    std::vector<std::string> ListEncoders(const std::string&, bool, bool) const override
+    {
+        std::vector<std::string> names;
+        for (const auto& [name, encoding] : encoders)
+            names.push_back(name);
+        return names;
+    }
     SP<Proc::IEncoder> CreateEncoder(const SP<Proc::IStreamVideo>& source, const Core::Property& format,
-                                     const std::string& implName,
-                                     const SP<Core::IComputingResource>& resource) override;
+                                     const std::string& implName, const SP<Core::IComputingResource>& resource) override
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        tried += (tried.empty() ? "" : " ") + implName + (resource ? "+" : "");
+        lastFormat = format;
+        const FakeEncoding& encoding =
+            std::find_if(encoders.begin(), encoders.end(), [&](const auto& e) { return e.first == implName; })->second;
+        encoding.creation();
+        if (encoding.failsFrom >= 0 && created++ >= encoding.failsFrom)
+            Fail<Proc::EncoderException>();
+        return encoding.isNull ? nullptr : SP<Proc::IEncoder>(new FakeEncoder(source, encoding, resource));
+    }
+
+    template <class E>
+    static void Fail()
+    {
+        Throw<E>(TESSOR_HERE, "scripted failure");
+    }
 
     std::string tried;         // the encoders in the order of their creation, "+" behind one that got a resource
     Core::Property lastFormat; // of the last encoder
 
 private:
-    std::vector<std::string> names;
-    std::map<std::string, FakeEncoding> encodings;
+    explicit FakeCodecs(const Encoders& encoders) : encoders(encoders) {}
+
+    const Encoders encoders;
     std::mutex mutex;
     int created = 0;
 };

@@ -5,95 +5,18 @@
 #include "effects/IResize.h"
 #include "effects/ITwoInputEffectVideo.h"
 #include "host/ImplNames.h"
-#include "tests/support/CallLog.h"
 #include "tests/support/Decorators.h"
-#include "tests/support/FakeItems.h"
-
-#include <functional>
-#include <map>
+#include "tests/support/ScriptedStream.h"
 
 namespace Tessor::Test
 {
 
-/// A frame that says of its memory and its fields what a test wants; its one plane is that of the frame behind it.
-class FakeFrame final : public FakeItem<Proc::IDataVideo>
-{
-public:
-    static SP<FakeFrame> Create(Proc::IDataVideo& inner, FrameAllocType type, bool interlaced)
-    {
-        return SP<FakeFrame>(new FakeFrame(inner, type, interlaced));
-    }
-
-    FrameAllocType GetFrameAllocType() const override { return type; }
-    int GetWidth() const override { return inner->GetWidth(); }
-    int GetHeight() const override { return inner->GetHeight(); }
-    PixFmt GetPixFmt() const override { return inner->GetPixFmt(); }
-    bool IsInterlaced() const override { return interlaced; }
-    Proc::Details::PlaneTemplate<false> GetPlane(int index) override { return inner->GetPlane(index); }
-    Proc::Details::PlaneTemplate<true> GetPlane(int index) const override
-    {
-        return static_cast<const Proc::IDataVideo&>(*inner).GetPlane(index);
-    }
-    SP<Proc::IDataVideo> MakeWritableCopy() const override { return Clone(1); }
-    SP<Proc::IDataVideo> Clone(int) const override { return SP<Proc::IDataVideo>(new FakeFrame(*this)); }
-    void Fill(const Color& color) override { inner->Fill(color); }
-
-    FrameAllocType type;
-
-private:
-    FakeFrame(Proc::IDataVideo& inner, FrameAllocType type, bool interlaced)
-        : FakeItem(Times(inner)), type(type), inner(&inner), interlaced(interlaced)
-    {
-    }
-    FakeFrame(const FakeFrame&) = default;
-    static ScriptItem Times(const Proc::IDataVideo& frame)
-    {
-        ScriptItem item;
-        item.pts = frame.GetPTS();
-        item.duration = frame.GetDuration();
-        return item;
-    }
-
-    const SP<Proc::IDataVideo> inner;
-    const bool interlaced;
-};
-
-/// Replaces every frame of a stream by what a function makes of it.
-class MappedVideo final : public PassThrough<Proc::IStreamVideo>
-{
-public:
-    using Map = std::function<SP<Proc::IDataVideo>(const SP<Proc::IDataVideo>&)>;
-
-    static SP<MappedVideo> Create(const SP<Proc::IStreamVideo>& parent, const Map& map)
-    {
-        return SP<MappedVideo>(new MappedVideo(parent, map));
-    }
-    /// All frames in memory of one kind.
-    static SP<MappedVideo> InMemory(const SP<Proc::IStreamVideo>& parent, FrameAllocType type)
-    {
-        return Create(parent,
-                      [type](const SP<Proc::IDataVideo>& frame) -> SP<Proc::IDataVideo>
-                      { return FakeFrame::Create(*frame, type, false); });
-    }
-
-private:
-    MappedVideo(const SP<Proc::IStreamVideo>& parent, const Map& map) : PassThrough(parent), map(map) {}
-
-    SP<Proc::IDataVideo> ReadInternal() override
-    {
-        const SP<Proc::IDataVideo> frame = PassThrough::ReadInternal();
-        return frame ? map(frame) : nullptr;
-    }
-
-    const Map map;
-};
-
 /// How an effect of a class and an implementation behaves. All do nothing unless told.
 struct FakeBehaviour
 {
-    FrameAllocType type = FRAME_ALLOC_CPU;
-    std::function<void(SP<Proc::IDataVideo>&)> video;
-    std::function<void(SP<Proc::IDataAudio>&)> audio;
+    FrameAllocType memory = FRAME_ALLOC_CPU;
+    std::function<bool(Proc::IData&)> drops = nullptr; ///< items that come out as null
+    bool moves = false;                                ///< brings frames into the other memory
     bool failsToInitialise = false;
 };
 
@@ -130,20 +53,14 @@ public:
     Proc::TimeToProgress& GetTimeToProgress() override { return range; }
     const Proc::TimeToProgress& GetTimeToProgress() const override { return range; }
     void SetTimeToProgress(const Proc::TimeToProgress& newRange) override { range = newRange; }
-    FrameAllocType GetFrameAllocType() const override { return behaviour.type; }
+    FrameAllocType GetFrameAllocType() const override { return behaviour.memory; }
     void Process(SP<Item>& item) override
     {
         Note(item ? "Process" : "Process(null)");
-        const auto& action = [this]() -> const auto&
-        {
-            if constexpr (std::is_same_v<Item, Proc::IDataVideo>)
-                return behaviour.video;
-            else
-                return behaviour.audio;
-        }
-        ();
-        if (action)
-            action(item);
+        if (item && behaviour.drops && behaviour.drops(*item))
+            item = nullptr;
+        if (auto* frame = dynamic_cast<FakeFrame*>(item.get()); frame && behaviour.moves)
+            frame->memory = frame->memory == FRAME_ALLOC_OGL ? FRAME_ALLOC_CPU : FRAME_ALLOC_OGL;
     }
     /// Formats tell which effects they have passed.
     void UpdateFormat(SP<typename Interface::Format>& format) override
@@ -175,42 +92,34 @@ public:
 class FakeEffectFactory final : public Proc::IEffectFactory, public RefCountImpl
 {
 public:
+    using Name = const std::string&;
+    using VideoData = const SP<const Proc::IFactoryDataVideo>&;
+
     static SP<FakeEffectFactory> Create() { return SP<FakeEffectFactory>(new FakeEffectFactory); }
 
-    SP<Proc::IOneInputEffectVideo> CreateEffectVideo(const std::string& classId, const std::string& implName,
-                                                     const SP<const Proc::IFactoryDataVideo>&) const override
+    SP<Proc::IOneInputEffectVideo> CreateEffectVideo(Name classId, Name implName, VideoData) const override
     {
-        log->Add("new " + classId + "/" + implName);
-        return SP<Proc::IOneInputEffectVideo>(
-            new FakeEffect<Proc::IOneInputEffectVideo>(classId, Behaviour(classId), log));
+        return Make<FakeEffect<Proc::IOneInputEffectVideo>>(classId, implName);
     }
-    SP<Proc::IOneInputEffectAudio> CreateEffectAudio(const std::string& classId, const std::string& implName,
+    SP<Proc::IOneInputEffectAudio> CreateEffectAudio(Name classId, Name implName,
                                                      const SP<const Proc::IFactoryDataAudio>&) const override
     {
-        log->Add("new " + classId + "/" + implName);
-        return SP<Proc::IOneInputEffectAudio>(
-            new FakeEffect<Proc::IOneInputEffectAudio>(classId, Behaviour(classId), log));
+        return Make<FakeEffect<Proc::IOneInputEffectAudio>>(classId, implName);
     }
-    SP<Proc::ITwoInputEffectVideo> CreateTwoInputEffectVideo(const std::string&, const std::string&,
-                                                             const SP<const Proc::IFactoryDataVideo>&) const override
+    SP<Proc::ITwoInputEffectVideo> CreateTwoInputEffectVideo(Name, Name, VideoData) const override { return nullptr; }
+    SP<Proc::IEffect> CreateEffect(Name classId, const Core::Property& settings, const SP<Proc::IStream>& parent,
+                                   Name implName, VideoData) const override
     {
-        return nullptr;
-    }
-    SP<Proc::IEffect> CreateEffect(const std::string& classId, const Core::Property& settings,
-                                   const SP<Proc::IStream>& parent, const std::string& implName,
-                                   const SP<const Proc::IFactoryDataVideo>&) const override
-    {
-        log->Add("new " + classId + "/" + implName + (parent ? " for a stream" : ""));
-        const SP<Proc::IEffect> effect(new FakeResize(classId, Behaviour(classId), log));
+        const auto effect = Make<FakeResize>(classId, implName + (parent ? " for a stream" : ""));
         effect->Initialize(settings);
         return effect;
     }
-    std::vector<std::string> ListVideoImplementations(const std::string& classId) const override
+    std::vector<std::string> ListVideoImplementations(Name classId) const override
     {
         const auto found = implementations.find(classId);
         return found == implementations.end() ? std::vector{Proc::ImplNames::TESSOR} : found->second;
     }
-    std::vector<std::string> ListAudioImplementations(const std::string& classId) const override
+    std::vector<std::string> ListAudioImplementations(Name classId) const override
     {
         return ListVideoImplementations(classId);
     }
@@ -220,10 +129,12 @@ public:
     const std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
 
 private:
-    FakeBehaviour Behaviour(const std::string& classId) const
+    template <class Effect>
+    SP<Effect> Make(Name classId, Name implName) const
     {
+        log->Add("new " + classId + "/" + implName);
         const auto found = behaviours.find(classId);
-        return found == behaviours.end() ? FakeBehaviour() : found->second;
+        return SP<Effect>(new Effect(classId, found == behaviours.end() ? FakeBehaviour() : found->second, log));
     }
 };
 

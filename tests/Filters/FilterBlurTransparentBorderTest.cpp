@@ -3,10 +3,8 @@
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "media/DataVideoFF.h"
 #include "tests/Filters/FakeEffects.h"
-#include "tests/support/Conformance.h"
 #include "tests/support/ReadAll.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace Tessor::Test
@@ -34,9 +32,9 @@ SP<IDataVideo> Picture(PixFmt format, int alphaByte)
 
 SP<IStreamVideoEx> Make(const SP<IDataVideo>& frame, const SP<FakeEffectFactory>& factory, int matrix = 5)
 {
-    return FilterBlurTransparentBorder::Create(
-        MappedVideo::Create(ScriptedVideo::Create("0"), [frame](const SP<IDataVideo>&) { return frame; }), factory,
-        SettingsFilterBlurTransparentBorder(matrix));
+    const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0"));
+    source->map = [frame](const SP<IDataVideo>&) { return frame; };
+    return FilterBlurTransparentBorder::Create(source, factory, SettingsFilterBlurTransparentBorder(matrix));
 }
 
 /// Pixels of the frame that have the colour of the visible one.
@@ -51,81 +49,41 @@ int CountColoured(IDataVideo& frame, int alphaByte)
     return count;
 }
 
-TEST(FilterBlurTransparentBorder, Conforms)
-{
-    CheckConformance<IStreamVideo>("0 40 80:20 120",
-                                   [](const SP<IStreamVideo>& source)
-                                   {
-                                       return FilterBlurTransparentBorder::Create(
-                                           source, FakeEffectFactory::Create(), SettingsFilterBlurTransparentBorder());
-                                   });
-}
-
 TEST(FilterBlurTransparentBorder, KnowsWhereTheAlphaIs)
 {
-    struct Row
+    for (const auto& [format, alphaByte] :
+         {std::pair(PixFmt::RGBA, 3), {PixFmt::BGRA, 3}, {PixFmt::ARGB, 0}, {PixFmt::ABGR, 0}})
     {
-        PixFmt format;
-        int alphaByte;
-    };
-    for (const Row& row : {Row{PixFmt::RGBA, 3}, {PixFmt::BGRA, 3}, {PixFmt::ARGB, 0}, {PixFmt::ABGR, 0}})
-    {
-        const SP<IDataVideo> frame = Picture(row.format, row.alphaByte);
+        const SP<IDataVideo> frame = Picture(format, alphaByte);
         const SP<IStreamVideoEx> filter = Make(frame, FakeEffectFactory::Create());
         const SP<IDataVideo> result = filter->Read();
         ASSERT_TRUE(result && result != frame);
-        EXPECT_EQ(CountColoured(*result, row.alphaByte), 16) << "the window of a matrix of 5 is 4 x 4";
-        EXPECT_EQ(CountColoured(*frame, row.alphaByte), 1) << "the parent's frame stays";
-        EXPECT_EQ(result->GetPlane(0).GetOffsetPtr(0, 0)[row.alphaByte], 0);
+        EXPECT_EQ(CountColoured(*result, alphaByte), 16) << "the window of a matrix of 5 is 4 x 4";
+        EXPECT_EQ(CountColoured(*frame, alphaByte), 1) << "the parent's frame stays";
+        EXPECT_EQ(result->GetPlane(0).GetOffsetPtr(0, 0)[alphaByte], 0);
         EXPECT_EQ(result->GetPTS(), 0);
-        filter->ReleaseInternalData();
     }
 }
 
 TEST(FilterBlurTransparentBorder, PassesWhatItCannotWorkOn)
 {
     const std::string converted = SettingsColorspaceConverter::CLASS_ID + ".Process";
-    struct Row
+    for (const auto& [format, calls] :
+         {std::pair(PixFmt::RGB24, std::string()), {PixFmt::YUV420P, ""}, {PixFmt::YUVA420P, converted}})
     {
-        PixFmt format;
-        std::string calls;
-    };
-    for (const Row& row : {Row{PixFmt::RGB24, ""}, {PixFmt::YUV420P, ""}, {PixFmt::YUVA420P, converted}})
-    {
-        const SP<IDataVideo> frame = DataVideoFF::Create(row.format, {8, 8}, nullptr);
+        const SP<IDataVideo> frame = DataVideoFF::Create(format, {8, 8}, nullptr);
         const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
         const SP<IStreamVideoEx> filter = Make(frame, factory);
         factory->log->Take();
         EXPECT_EQ(filter->Read(), frame);
-        EXPECT_EQ(factory->log->Take(), row.calls);
+        EXPECT_EQ(factory->log->Take(), calls);
     }
 }
 
-TEST(FilterBlurTransparentBorder, SettingsAndStatistics)
+TEST(FilterBlurTransparentBorder, AWindowOfAMatrixOf1IsEmpty)
 {
-    const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
-    const SP<IDataVideo> frame = Picture(PixFmt::RGBA, 3);
-    const SP<IStreamVideoEx> filter = Make(frame, factory, 1);
-    EXPECT_EQ(CountColoured(*filter->Read(), 3), 1) << "the window of a matrix of 1 is empty";
-    filter->Initialize(SettingsFilterBlurTransparentBorder(7));
-    const Core::Property statistics = filter->GetStatistic();
-    const Core::Property& record = *(statistics.end() - 1);
-    EXPECT_EQ(record["Matrix_size"].GetInt64(), 7);
-    EXPECT_EQ(record["count"].GetInt64(), 1);
-    EXPECT_THROW(filter->Initialize(FakeSettings("other")), std::bad_cast);
-    for (const auto& action :
-         std::initializer_list<std::function<void()>>{[&] { filter->Initialize(Core::Property("tree")); },
-                                                      [&] { filter->GetSettings(); }})
-        try
-        {
-            action();
-            FAIL();
-        }
-        catch (const FilterException& e)
-        {
-            EXPECT_EQ(Describe(e), "Method not implemented");
-        }
-    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), SettingsColorspaceConverter::CLASS_ID);
+    const SP<IStreamVideoEx> filter = Make(Picture(PixFmt::RGBA, 3), FakeEffectFactory::Create(), 1);
+    EXPECT_EQ(CountColoured(*filter->Read(), 3), 1);
 }
 
 } // namespace

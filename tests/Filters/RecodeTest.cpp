@@ -19,14 +19,13 @@ const std::string gops = "0K 40 80 120K 160 200 240K 280 320 360K 400 440 480K";
 struct Rig
 {
     Rig(const Ranges& kept, const std::string& script, const SP<FakeCodecs>& codecs,
-        const std::string& codec = Video::CODEC_ID_VP8, const std::vector<uint8_t>& extradata = {})
+        const std::string& codec = Video::CODEC_ID_VP8, const Bytes& extradata = {})
         : source(ScriptedRaw::Create(script, MediaType::Video, codec)), controller(Cutter(kept, codecs))
     {
         const auto format = source->GetFormatCodec();
         format->GetProperties().SetChildT(Video::TAG_FPS, Core::Property::Ratio(25, 1));
         format->GetProperties().SetChildT<long long>(Video::TAG_BITRATE, 4000000);
-        if (!extradata.empty())
-            format->SetExtradata(MakeBlob(extradata));
+        format->SetExtradata(MakeBlob(extradata));
     }
 
     void Add() { cut = controller->AddStream(SP<IStreamRaw>(source)); }
@@ -54,203 +53,158 @@ struct RecodeRow
     int recoded = 0;
 };
 
-class Recode : public testing::TestWithParam<RecodeRow>
-{
-};
-
-TEST_P(Recode, FitsBetweenTheUntouchedPackets)
-{
-    const RecodeRow& row = GetParam();
-    Rig rig(row.kept, row.script, FakeCodecs::Create("X", row.encoding));
-    EXPECT_EQ(rig.Read(), row.result);
-    ASSERT_TRUE(rig.CanRecode());
-    const Core::Property statistic = rig.cut->GetStatistic();
-    EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), row.recoded);
-}
-
-FakeEncoding Reordering()
-{
-    FakeEncoding encoding;
-    encoding.reorders = true;
-    return encoding;
-}
-
 const std::string shifted = // key frames have DTS = PTS - 40
     "0Kd-40 80d0 40d40 120Kd80 200d120 160d160 240Kd200 320d240 280d280 360Kd320 440d360 400d400 480Kd440";
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, Recode,
-    testing::Values(
-        RecodeRow{"tail", {{0, 200}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
-        RecodeRow{"head", {{0, 120}, {280, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
-        RecodeRow{
-            "middle", {{0, 160}, {200, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
-        RecodeRow{"frames in part", {{0, 170}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2},
-        RecodeRow{"with the reordering of source and encoder",
-                  {{0, 120}, {160, 1000}},
-                  shifted,
-                  Reordering(),
-                  "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
-                  2},
-        RecodeRow{"a frame across three cuts",
-                  {{0, 200}, {201, 202}, {360, 1000}},
-                  gops,
-                  {},
-                  "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E",
-                  3}),
-    [](const auto& info)
+TEST(Recode, FitsBetweenTheUntouchedPackets)
+{
+    const RecodeRow rows[] = {
+        {"tail", {{0, 200}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
+        {"head", {{0, 120}, {280, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2},
+        {"middle", {{0, 160}, {200, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
+        {"frames in part", {{0, 170}, {360, 1000}}, gops, {}, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2},
+        {"with the reordering of source and encoder",
+         {{0, 120}, {160, 1000}},
+         shifted,
+         {.reorders = true},
+         "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
+         2},
+        {"a frame across three cuts",
+         {{0, 200}, {201, 202}, {360, 1000}},
+         gops,
+         {},
+         "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E",
+         3},
+    };
+    for (const RecodeRow& row : rows)
     {
-        std::string name = info.param.what;
-        std::replace(name.begin(), name.end(), ' ', '_');
-        return name;
-    });
+        SCOPED_TRACE(row.what);
+        Rig rig(row.kept, row.script, FakeCodecs::Create({{"X", row.encoding}}));
+        EXPECT_EQ(rig.Read(), row.result);
+        ASSERT_TRUE(rig.CanRecode());
+        const Core::Property statistic = rig.cut->GetStatistic();
+        EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), row.recoded);
+    }
+}
 
 TEST(RecodeGOP, FoldsRepeatsIntoOnePacket)
 {
-    Rig rig({{0, 200}, {360, 1000}}, "0K 40 80 120K=7 160=7 200 240K 280 320 360K 400", FakeCodecs::Create("X", {}));
+    Rig rig({{0, 200}, {360, 1000}}, "0K 40 80 120K=7 160=7 200 240K 280 320 360K 400",
+            FakeCodecs::Create({{"X", {}}}));
     EXPECT_EQ(rig.Read(), "0K 40 80 120Kd120 200K 240 E");
 }
 
 TEST(RecodeGOP, RefusesALostPacket)
 {
-    FakeEncoding encoding;
-    encoding.lost = 1;
-    Rig rig({{0, 200}, {360, 1000}}, gops, FakeCodecs::Create("X", encoding));
+    Rig rig({{0, 200}, {360, 1000}}, gops, FakeCodecs::Create({{"X", {.lost = 1}}}));
     EXPECT_EQ(rig.Read(), "0K 40 80 !(Count of original and encoded packts are not equal!)");
     EXPECT_EQ(ReadAll(rig.cut), "200K 240 280 E") << "the stream goes on behind the group";
 }
 
 TEST(RecodeGOP, CutsPacketsWhenTheEncoderIsGone)
 {
-    FakeEncoding encoding;
-    encoding.failsFrom = 1; // the search is the first
-    Rig rig({{0, 200}, {360, 1000}}, gops, FakeCodecs::Create("X", encoding));
+    // the search is the first
+    Rig rig({{0, 200}, {360, 1000}}, gops, FakeCodecs::Create({{"X", {.failsFrom = 1}}}));
     EXPECT_EQ(rig.Read(), "0K 40 80 120K 160 200K 240 280 E");
     EXPECT_TRUE(rig.CanRecode());
 }
 
 TEST(RecodeGOP, KeepsTheFramingOfTheSource)
 {
-    struct Row
+    const H264Fields fields;
+    for (const auto& [header, payload] :
+         {std::pair(fields.AvcC(), Bytes{0, 0, 0, 1, 3}), {fields.AnnexB(), {0, 0, 1, 3}}})
     {
-        std::vector<uint8_t> header;
-        std::vector<uint8_t> payload;
-    };
-    for (const Row& row : {Row{MakeAvcC({}), {0, 0, 0, 1, 3}}, Row{MakeH264Header({}), {0, 0, 1, 3}}})
-    {
-        FakeEncoding encoding;
-        encoding.extradata = MakeH264Header({});
-        Rig rig({{0, 160}}, gops, FakeCodecs::Create("X", encoding), Video::CODEC_ID_H264, row.header);
+        Rig rig({{0, 160}}, gops, FakeCodecs::Create({{"X", {.extradata = fields.AnnexB()}}}), Video::CODEC_ID_H264,
+                header);
         rig.Add();
         Seek(rig.cut, 0);
         SP<IDataPacket> packet; // the last one: the picture at 120
         while (const SP<IDataPacket> next = rig.cut->Read())
             packet = next;
         ASSERT_TRUE(packet);
-        EXPECT_EQ(std::vector<uint8_t>(packet->GetData(), packet->GetData() + packet->GetSize()), row.payload);
+        EXPECT_EQ(Bytes(packet->GetData(), packet->GetData() + packet->GetSize()), payload);
     }
 }
 
 // ---- the search
 
-struct SearchRow
+TEST(RecodeSearch, TriesOneByOne)
 {
-    const char* what;
-    std::string codec;
-    std::string script;
-    std::vector<std::pair<std::string, FakeEncoding>> encoders;
-    std::string tried;
-    bool found = false;
-};
-
-class RecodeSearch : public testing::TestWithParam<SearchRow>
-{
-};
-
-TEST_P(RecodeSearch, TriesOneByOne)
-{
-    const SearchRow& row = GetParam();
-    const SP<FakeCodecs> codecs = FakeCodecs::Create();
-    for (const auto& [name, encoding] : row.encoders)
-        codecs->Add(name, encoding);
-    Rig rig({{0, 200}}, row.script, codecs, row.codec);
-    rig.Add();
-    EXPECT_EQ(codecs->tried, row.tried);
-    EXPECT_EQ(rig.CanRecode(), row.found);
-}
-
-FakeEncoding That(FakeEncoding::Creation creation)
-{
-    FakeEncoding encoding;
-    encoding.creation = creation;
-    return encoding;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, RecodeSearch,
-    testing::Values(
-        SearchRow{"the first that works", Video::CODEC_ID_VP9, gops, {{"A", {}}, {"B", {}}}, "A", true},
-        SearchRow{"the next behind faults",
-                  Video::CODEC_ID_VP8,
-                  gops,
-                  {{"A", That(FakeEncoding::EncoderFault)},
-                   {"B", That(FakeEncoding::FactoryFault)},
-                   {"C", That(FakeEncoding::ReturnsNull)},
-                   {"D", {}}},
-                  "A B C D",
-                  true},
-        SearchRow{
-            "FFmpeg changes places with the first",
-            Video::CODEC_ID_H263,
-            gops,
-            {{"A", That(FakeEncoding::ReturnsNull)}, {"B", {}}, {ImplNames::FFMPEG, That(FakeEncoding::ReturnsNull)}},
-            "FFmpeg+ B",
-            true},
-        SearchRow{"bad for WMV2", Video::CODEC_ID_WMV2, gops, {{ImplNames::MEDIA_FOUNDATION, {}}}, "", false},
-        SearchRow{"bad for MPEG2",
-                  Video::CODEC_ID_MPEG2VIDEO,
-                  gops,
-                  {{ImplNames::INTEL_MEDIA_HW, {}}, {ImplNames::MEDIA_FOUNDATION, {}}},
-                  "MediaFoundation",
-                  true},
-        SearchRow{"not a codec for it", Video::CODEC_ID_H265, gops, {{"A", {}}}, "", false},
-        SearchRow{"H264 without headers", Video::CODEC_ID_H264, gops, {{ImplNames::FFMPEG, {}}}, "FFmpeg+", false},
-        SearchRow{"open groups", Video::CODEC_ID_VP8, "0K 40 120K 80 160K", {{"A", {}}}, "", false},
-        SearchRow{"open groups of MPEG1", Video::CODEC_ID_MPEG1VIDEO, "0K 40 120K 80 160K", {{"A", {}}}, "A", true},
-        SearchRow{"a PTS is missing", Video::CODEC_ID_VP8, "0K 40 ?:40d80 120K", {{"A", {}}}, "", false},
-        SearchRow{"a PTS is missing later", Video::CODEC_ID_VP8, "0K 40K 80K ?:40d80 120K", {{"A", {}}}, "A", true}),
-    [](const auto& info)
+    const FakeEncoding null{.isNull = true};
+    const struct
     {
-        std::string name = info.param.what;
-        std::replace(name.begin(), name.end(), ' ', '_');
-        return name;
-    });
+        const char* what;
+        std::string codec;
+        std::string script;
+        FakeCodecs::Encoders encoders;
+        std::string tried;
+        bool found;
+    } rows[] = {
+        {"the first that works", Video::CODEC_ID_VP9, gops, {{"A", {}}, {"B", {}}}, "A", true},
+        {"the next behind faults",
+         Video::CODEC_ID_VP8,
+         gops,
+         {{"A", {FakeCodecs::Fail<EncoderException>}},
+          {"B", {FakeCodecs::Fail<CodecFactoryException>}},
+          {"C", null},
+          {"D", {}}},
+         "A B C D",
+         true},
+        {"FFmpeg changes places with the first",
+         Video::CODEC_ID_H263,
+         gops,
+         {{"A", null}, {"B", {}}, {ImplNames::FFMPEG, null}},
+         "FFmpeg+ B",
+         true},
+        {"bad for WMV2", Video::CODEC_ID_WMV2, gops, {{ImplNames::MEDIA_FOUNDATION, {}}}, "", false},
+        {"bad for MPEG2",
+         Video::CODEC_ID_MPEG2VIDEO,
+         gops,
+         {{ImplNames::INTEL_MEDIA_HW, {}}, {ImplNames::MEDIA_FOUNDATION, {}}},
+         "MediaFoundation",
+         true},
+        {"not a codec for it", Video::CODEC_ID_H265, gops, {{"A", {}}}, "", false},
+        {"no headers", Video::CODEC_ID_H264, gops, {{ImplNames::FFMPEG, {}}}, "FFmpeg+", false},
+        {"open groups", Video::CODEC_ID_VP8, "0K 40 120K 80 160K", {{"A", {}}}, "", false},
+        {"open groups of MPEG1", Video::CODEC_ID_MPEG1VIDEO, "0K 40 120K 80 160K", {{"A", {}}}, "A", true},
+        {"a PTS is missing", Video::CODEC_ID_VP8, "0K 40 ?:40d80 120K", {{"A", {}}}, "", false},
+        {"a PTS is missing later", Video::CODEC_ID_VP8, "0K 40K 80K ?:40d80 120K", {{"A", {}}}, "A", true},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<FakeCodecs> codecs = FakeCodecs::Create(row.encoders);
+        Rig rig({{0, 200}}, row.script, codecs, row.codec);
+        rig.Add();
+        EXPECT_EQ(codecs->tried, row.tried) << row.what;
+        EXPECT_EQ(rig.CanRecode(), row.found) << row.what;
+    }
+}
 
 TEST(RecodeSearch, PassesABusyEncoderOn)
 {
-    Rig rig({{0, 200}}, gops, FakeCodecs::Create("A", That(FakeEncoding::Busy)));
+    Rig rig({{0, 200}}, gops, FakeCodecs::Create({{"A", {FakeCodecs::Fail<Core::NotEnoughResource>}}}));
     EXPECT_THROW(rig.Add(), Core::NotEnoughResource);
     EXPECT_THROW(rig.Add(), Core::NotEnoughResource) << "it may be tried again";
 }
 
 TEST(RecodeSearch, JoinsTheHeadersOfH264)
 {
-    struct Row
+    const struct
     {
         std::string name;
         H264Fields encoder;
         bool found;
         bool joined;
-    };
-    H264Fields other;
-    other.id = 1;
-    for (const Row& row : {Row{ImplNames::FFMPEG, other, true, true}, Row{ImplNames::FFMPEG, {}, true, true},
-                           Row{"A", {}, true, false}, Row{"A", other, false, false}})
+    } rows[] = {{ImplNames::FFMPEG, {.id = 1}, true, true},
+                {ImplNames::FFMPEG, {}, true, true},
+                {"A", {}, true, false},
+                {"A", {.id = 1}, false, false}};
+    for (const auto& row : rows)
     {
-        FakeEncoding encoding;
-        encoding.extradata = MakeH264Header(row.encoder);
-        const std::vector<uint8_t> header = MakeAvcC({});
-        Rig rig({{0, 200}}, gops, FakeCodecs::Create(row.name, encoding), Video::CODEC_ID_H264, header);
+        const Bytes header = H264Fields().AvcC();
+        Rig rig({{0, 200}}, gops, FakeCodecs::Create({{row.name, {.extradata = row.encoder.AnnexB()}}}),
+                Video::CODEC_ID_H264, header);
         rig.Add();
         EXPECT_EQ(rig.CanRecode(), row.found);
         const size_t size = rig.cut->GetFormatCodec()->GetExtradata()->Size();
@@ -259,29 +213,25 @@ TEST(RecodeSearch, JoinsTheHeadersOfH264)
     }
 }
 
-struct H264Row
-{
-    H264Fields fields;
-    std::string profile;
-    std::string options;
-};
-
 TEST(RecodeSettings, FollowTheParameterSetsOfH264)
 {
-    const H264Row rows[] = {
-        {{}, "main", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
-        {{66, 0, 0, 0, false, false, 0, 0},
-         "baseline",
-         "x264opts;sps-id=1:qp=26:chroma-qp-offset=3:no-cabac:weightp=0"},
-        {{100, 0, 0, 1, true, true, -3, -2}, "high", "x264opts;sps-id=1:ref=1:qp=23:chroma-qp-offset=1:weightp=2"},
-        {{88, 0, 0, 4, true, false, 0, 0}, "extended", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
-        {{99, 0x60, 0, 4, true, false, 0, 0}, "main", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
-        {{99, 0x10, 0, 4, true, false, 0, 0}, "high", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
-    };
-    for (const H264Row& row : rows)
+    const struct
     {
-        const SP<FakeCodecs> codecs = FakeCodecs::Create("A", {});
-        Rig rig({{0, 200}}, gops, codecs, Video::CODEC_ID_H264, MakeAvcC(row.fields));
+        H264Fields fields;
+        std::string profile;
+        std::string options;
+    } rows[] = {
+        {{}, "main", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{66, 0, 0, 0, false}, "baseline", "x264opts;sps-id=1:qp=26:chroma-qp-offset=3:no-cabac:weightp=0"},
+        {{100, 0, 0, 1, true, true, -3, -2}, "high", "x264opts;sps-id=1:ref=1:qp=23:chroma-qp-offset=1:weightp=2"},
+        {{88}, "extended", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{99, 0x60}, "main", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{99, 0x10}, "high", "x264opts;sps-id=1:ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<FakeCodecs> codecs = FakeCodecs::Create({{"A", {}}});
+        Rig rig({{0, 200}}, gops, codecs, Video::CODEC_ID_H264, row.fields.AvcC());
         rig.Add();
         const Core::Property options = codecs->lastFormat[Video::TAG_CODEC_OPTIONS_ENCODE];
         EXPECT_EQ(options[Video::TAG_PROFILE].GetString(), row.profile);
@@ -294,31 +244,26 @@ TEST(RecodeSettings, SurviveBrokenHeaders)
 {
     for (const std::string& codec : {Video::CODEC_ID_H264, Video::CODEC_ID_MPEG4, Video::CODEC_ID_MPEG2VIDEO,
                                      Video::CODEC_ID_WMV2, Video::CODEC_ID_THEORA})
-        for (const std::vector<uint8_t>& header :
-             {std::vector<uint8_t>{0}, {0, 0, 1, 0xB3, 1}, {1, 2, 3}, {0, 0, 1, 0x67}})
+        for (const Bytes& header : {Bytes{0}, {0, 0, 1, 0xB3, 1}, {1, 2, 3}, {0, 0, 1, 0x67}})
         {
-            FakeEncoding encoding;
-            encoding.extradata = header;
-            Rig rig({{0, 200}}, gops, FakeCodecs::Create(ImplNames::FFMPEG, encoding), codec, header);
+            Rig rig({{0, 200}}, gops, FakeCodecs::Create({{ImplNames::FFMPEG, {.extradata = header}}}), codec, header);
             EXPECT_NO_THROW(rig.Add()) << codec << " " << header.size();
-            const bool mayBeFound = codec == Video::CODEC_ID_H264 || codec == Video::CODEC_ID_MPEG2VIDEO ||
-                                    (codec == Video::CODEC_ID_WMV2 && header.size() >= 4);
-            EXPECT_TRUE(mayBeFound || !rig.CanRecode()) << codec << " " << header.size();
         }
 }
 
 TEST(RecodeSettings, MultiplyTheBitRate)
 {
-    struct Row
+    const struct
     {
         std::string codec;
         std::string script;
         long long bitRate;
-    };
-    for (const Row& row : {Row{Video::CODEC_ID_VP8, gops, 8000000}, Row{Video::CODEC_ID_VP8, shifted, 12000000},
-                           Row{Video::CODEC_ID_MPEG1VIDEO, gops, 12000000}})
+    } rows[] = {{Video::CODEC_ID_VP8, gops, 8000000},
+                {Video::CODEC_ID_VP8, shifted, 12000000},
+                {Video::CODEC_ID_MPEG1VIDEO, gops, 12000000}};
+    for (const auto& row : rows)
     {
-        const SP<FakeCodecs> codecs = FakeCodecs::Create("A", {});
+        const SP<FakeCodecs> codecs = FakeCodecs::Create({{"A", {}}});
         Rig rig({{0, 200}}, row.script, codecs, row.codec);
         rig.Add();
         EXPECT_EQ(codecs->lastFormat[Video::TAG_BITRATE].GetInt64(), row.bitRate);
@@ -327,39 +272,27 @@ TEST(RecodeSettings, MultiplyTheBitRate)
 
 TEST(RecodeSettings, NameTheProfilesOfMPEG)
 {
-    struct Row
+    const Bytes sequence = {0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33, 0xFF, 0xFF, 0xE0, 0x18, 0, 0, 1, 0xB5};
+    const auto visual = [](uint8_t profileAndLevel)
+    {
+        return Bytes{0, 0, 1, 0xB0, profileAndLevel} + Bytes{0, 0, 1, 0xB5, 0x89, 0x13, 0, 0, 1, 0} +
+               Bytes{0, 0, 1, 0x20, 0, 0xC4, 0x8D, 0x88, 0, 0xF5, 0x14, 0x04, 0x2E, 0x14, 0x63};
+    };
+    const struct
     {
         std::string codec;
-        std::vector<uint8_t> header;
+        Bytes header;
         std::string profile;
         int level;
-    };
-    const std::vector<uint8_t> sequence = {0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33, 0xFF, 0xFF, 0xE0, 0x18};
-    const auto extended = [&](std::vector<uint8_t> extension)
-    {
-        std::vector<uint8_t> header = sequence;
-        header.insert(header.end(), {0, 0, 1, 0xB5});
-        header.insert(header.end(), extension.begin(), extension.end());
-        return header;
-    };
-    const auto visual = [](uint8_t profileAndLevel) -> std::vector<uint8_t>
-    {
-        return {0,    0,    1,    0xB0, profileAndLevel,
-                0,    0,    1,    0xB5, 0x89,
-                0x13, 0,    0,    1,    0,
-                0,    0,    1,    0x20, 0,
-                0xC4, 0x8D, 0x88, 0,    0xF5,
-                0x14, 0x04, 0x2E, 0x14, 0x63};
-    };
-    const Row rows[] = {
+    } rows[] = {
         {Video::CODEC_ID_MPEG4, visual(0xF5), "mpeg4_advanced_simple", 5},
         {Video::CODEC_ID_MPEG4, visual(0x01), "mpeg4_simple", 1},
-        {Video::CODEC_ID_MPEG2VIDEO, extended({0x14, 0x8A, 0x00, 0x01, 0x00, 0x00}), "mpeg2_main", 8},
-        {Video::CODEC_ID_MPEG2VIDEO, extended({0x14, 0x8A, 0x00, 0x03, 0x00, 0x00}), "mpeg2_422", 8},
+        {Video::CODEC_ID_MPEG2VIDEO, sequence + Bytes{0x14, 0x8A, 0, 0x01, 0, 0}, "mpeg2_main", 8},
+        {Video::CODEC_ID_MPEG2VIDEO, sequence + Bytes{0x14, 0x8A, 0, 0x03, 0, 0}, "mpeg2_422", 8},
     };
-    for (const Row& row : rows)
+    for (const auto& row : rows)
     {
-        const SP<FakeCodecs> codecs = FakeCodecs::Create("A", {});
+        const SP<FakeCodecs> codecs = FakeCodecs::Create({{"A", {}}});
         Rig rig({{0, 200}}, gops, codecs, row.codec, row.header);
         rig.Add();
         ASSERT_TRUE(codecs->lastFormat.ChildExists(Video::TAG_CODEC_OPTIONS_ENCODE)) << row.profile;

@@ -1,4 +1,6 @@
-#include "tests/StreamTemplates/Probe.h"
+#include "tests/support/Decorators.h"
+#include "tests/support/ReadAll.h"
+#include "tests/support/ScriptedStream.h"
 
 #include <boost/thread/thread.hpp>
 #include <glog/logging.h>
@@ -13,11 +15,11 @@ namespace
 {
 
 using Proc::IStreamVideo;
+using Probe = Hooked<IStreamVideo>;
 
 TEST(StreamImplBackground, ReadsOneItemAheadAndNoMore)
 {
-    const SP<HoldableSource<IStreamVideo>> source =
-        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create(Regular(9)));
+    const SP<Probe> source = Probe::Create(ScriptedVideo::Create(Regular(9)));
     const SP<Probe> probe = Probe::Create(source, true);
     EXPECT_EQ(probe->reads, 0) << "there is no thread before the first read";
     source->gate.Hold();
@@ -84,15 +86,17 @@ TEST(StreamImplBackground, AFailureIsLoggedAndNeverForgotten)
 TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)
 {
     // The thread stands between its failure and the record of it.
-    const SP<SlowToTerminate> source = SlowToTerminate::Create(ScriptedVideo::Create("!"));
+    const SP<Probe> source = Probe::Create(ScriptedVideo::Create("!"));
     const SP<Probe> probe = Probe::Create(source, true);
-    source->gate.Hold();
+    Gate gate;
+    source->beforeTerminate = [&] { gate.Pass(); };
+    gate.Hold();
     std::thread opener(
         [&]
         {
-            source->gate.AwaitHeld();
+            gate.AwaitHeld();
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            source->gate.Release();
+            gate.Release();
         });
     EXPECT_EQ(ReadSome(probe, 1), "!");
     opener.join();
@@ -100,13 +104,9 @@ TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)
 
 TEST(StreamImplBackground, AFailureOfTheParentsTerminationIsReported)
 {
-    struct CantTerminate final : PassThrough<IStreamVideo>
-    {
-        using PassThrough::PassThrough;
-        void Terminate() override { Throw<std::logic_error>(TESSOR_HERE, "not now"); }
-    };
-    const SP<Probe> probe = Probe::Create(SP<IStreamVideo>(new CantTerminate(ScriptedVideo::Create("!"))), true);
-    EXPECT_EQ(ReadSome(probe, 1), "!(not now)");
+    const SP<Probe> source = Probe::Create(ScriptedVideo::Create("!"));
+    source->beforeTerminate = [] { Throw<std::logic_error>(TESSOR_HERE, "not now"); };
+    EXPECT_EQ(ReadSome(Probe::Create(source, true), 1), "!(not now)");
 }
 
 TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
@@ -121,24 +121,6 @@ TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
     EXPECT_EQ(ReadAll(probe), "0 40 E");
 }
 
-TEST(StreamImplBackground, AReaderWakesWhenTheStreamIsTerminated)
-{
-    const SP<HoldableSource<IStreamVideo>> source =
-        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create("0 40 80"));
-    const SP<Probe> probe = Probe::Create(source, true);
-    source->gate.Hold();
-    std::thread terminator(
-        [&]
-        {
-            source->gate.AwaitHeld();
-            probe->Terminate();
-            source->gate.Release();
-        });
-    const std::string read = ReadAll(probe);
-    terminator.join();
-    EXPECT_TRUE(read == "0 E" || read == "E") << read;
-}
-
 TEST(StreamImplBackground, TheThreadCantJoinItself)
 {
     const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0"), true);
@@ -149,8 +131,7 @@ TEST(StreamImplBackground, TheThreadCantJoinItself)
 
 TEST(StreamImplBackground, AnInterruptedCallerStillWaitsForTheThread)
 {
-    const SP<HoldableSource<IStreamVideo>> source =
-        HoldableSource<IStreamVideo>::Create(ScriptedVideo::Create("0 40 80"));
+    const SP<Probe> source = Probe::Create(ScriptedVideo::Create("0 40 80"));
     const SP<Probe> probe = Probe::Create(source, true);
     EXPECT_EQ(ReadSome(probe, 1), "0");
     source->gate.Hold();
@@ -159,19 +140,6 @@ TEST(StreamImplBackground, AnInterruptedCallerStillWaitsForTheThread)
     source->gate.Release();
     caller.join();
     EXPECT_EQ(ReadAll(probe), "40 80 E");
-}
-
-TEST(StreamImplBackground, EndsPromptlyWhereverItsThreadIs)
-{
-    std::mt19937 random(1);
-    for (int round = 0; round < 300; ++round)
-    {
-        const SP<Probe> probe = Probe::Create(ScriptedVideo::Create(Regular(6)), true);
-        const int reads = static_cast<int>(random() % 8);
-        ReadSome(probe, reads);
-        if (random() % 2)
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 200));
-    }
 }
 
 /// A reader, whose walk is random, against a thread that terminates at random times.

@@ -1,5 +1,7 @@
 #include "Proc/Settings/SettingsField.h"
-#include "effects/MultiEffect.h"
+#include "effects/EffectBaseOneInput.h"
+#include "effects/IFactoryDataVideo.h"
+#include "tests/support/FakeItems.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +14,7 @@ namespace
 enum class Shape
 {
     Round,
-    Square,
+    Square
 };
 
 class SettingsSample final : public SettingsOf<SettingsSample>
@@ -25,7 +27,6 @@ public:
             {"gain", &SettingsSample::gain, "gain, 1 for unity", {0.0, 4.0}},
             {"count", &SettingsSample::count, "items"},
             {"on", &SettingsSample::on, "whether"},
-            {"rate", &SettingsSample::rate, "a second"},
             {"shape", &SettingsSample::shape, "of all", std::vector<std::string>{"round", "square"}},
         };
         return fields;
@@ -34,7 +35,6 @@ public:
     double gain = 1.0;
     int count = 3;
     bool on = false;
-    Core::Property::Ratio rate{25, 1};
     Shape shape = Shape::Round;
 };
 
@@ -44,13 +44,11 @@ TEST(SettingsOf, TreesGoThereAndBack)
     settings.gain = 2.5;
     settings.count = -7;
     settings.on = true;
-    settings.rate = {30000, 1001};
     settings.shape = Shape::Square;
     SettingsSample other;
     EXPECT_FALSE(settings.IsEqualTo(other));
     other.FromProperty(settings.ToProperty());
     EXPECT_TRUE(settings.IsEqualTo(other));
-    EXPECT_EQ(other.shape, Shape::Square);
     EXPECT_EQ(other.Describe()[0].value.GetDouble(), 1.0) << "what is described are the defaults";
 }
 
@@ -70,14 +68,34 @@ TEST(SettingsOf, WrongValuesChangeNothing)
         EXPECT_THROW(settings.FromProperty(tree), SettingsException) << value.GetName();
         EXPECT_TRUE(settings.IsEqualTo(SettingsSample())) << value.GetName();
     }
-    EXPECT_THROW(SettingsSample().IsEqualTo(SettingsMultiEffect()), std::bad_cast);
 }
 
-TEST(TimeToProgress, LinearDividesAsDoubles)
+/// Holds the first block back for ever.
+struct Hold final : EffectBaseOneInput<IOneInputEffectAudio, SettingsSample, IFactoryDataAudio>
 {
-    const TimeToProgress range{1000000, 3000000};
-    EXPECT_EQ(range.GetDuration(), 2000000);
-    EXPECT_EQ(range.GetProgress(1500000), 0.25);
+    Hold() : EffectBaseOneInput(nullptr) {}
+    void ProcessItem(SP<IDataAudio>& block) override { block = std::exchange(drop, false) ? nullptr : block; }
+    bool drop = true;
+};
+
+TEST(EffectBaseOneInput, TakesOneInputAndCountsWhatComesOut)
+{
+    const SP<Hold> effect(new Hold);
+    const Tessor::Test::ScriptItem item = Tessor::Test::ParseScript("0").front();
+    const SP<IDataAudio> block = Tessor::Test::CreateBlock(item);
+    EXPECT_THROW(effect->Apply({block, block}), std::invalid_argument);
+    EXPECT_THROW(effect->Apply({Tessor::Test::CreateFrame(item)}), std::bad_cast);
+    EXPECT_FALSE(effect->Apply({block}));
+    EXPECT_EQ(effect->Apply({block}), block);
+    EXPECT_FALSE(effect->Apply({nullptr}));
+    EXPECT_EQ(effect->GetStatistic()["count"].GetInt64(), 1);
+
+    SettingsSample settings;
+    settings.count = 5;
+    effect->Initialise(settings);
+    EXPECT_EQ(effect->GetSettings(), settings.ToProperty());
+    effect->SetTimeToProgress({1000000, 3000000});
+    EXPECT_EQ(effect->GetTimeToProgress().GetProgress(1500000), 0.25) << "linear";
 }
 
 } // namespace

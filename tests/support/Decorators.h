@@ -4,7 +4,10 @@
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "Proc/StreamTemplates/Visitors.h"
 
+#include <atomic>
 #include <condition_variable>
+#include <functional>
+#include <memory>
 #include <mutex>
 
 namespace Tessor::Test
@@ -63,31 +66,6 @@ protected:
     void DoSeekInternal() override { this->parentStream->DoSeek(); }
 };
 
-/// Throws "scripted failure" in place of the n-th read, counted from 1 and from now on; 0 for never.
-template <class Kind>
-class FaultySource final : public PassThrough<Kind>
-{
-public:
-    static SP<FaultySource> Create(const SP<Kind>& parent, int failingRead)
-    {
-        return SP<FaultySource>(new FaultySource(parent, failingRead));
-    }
-
-    void FailIn(int reads) { readsLeft = reads; }
-
-private:
-    FaultySource(const SP<Kind>& parent, int failingRead) : PassThrough<Kind>(parent), readsLeft(failingRead) {}
-
-    SP<typename Kind::Item> ReadInternal() override
-    {
-        if (readsLeft > 0 && --readsLeft == 0)
-            Throw<Proc::FilterException>(TESSOR_HERE, "scripted failure");
-        return PassThrough<Kind>::ReadInternal();
-    }
-
-    int readsLeft; // until the failure, 0 for none
-};
-
 /// Stops threads at a place until a test lets them go on. Open at first. Waiting here can't be interrupted.
 class Gate
 {
@@ -141,23 +119,55 @@ private:
     int waiting = 0; // threads at the closed gate
 };
 
-/// Passes a gate before every read.
+/// Hands everything through in either mode; a test can watch and change what passes.
 template <class Kind>
-class HoldableSource final : public PassThrough<Kind>
+class Hooked final : public PassThrough<Kind>
 {
 public:
-    static SP<HoldableSource> Create(const SP<Kind>& parent) { return SP<HoldableSource>(new HoldableSource(parent)); }
+    using Item = typename Kind::Item;
 
-    Gate gate;
+    static SP<Hooked> Create(const SP<Kind>& parent, bool useReadThread = false)
+    {
+        return SP<Hooked>(new Hooked(parent, useReadThread));
+    }
+    ~Hooked() override { this->StopThread(); }
+
+    using PassThrough<Kind>::GetCodecID;
+    using PassThrough<Kind>::StopThread;
+    void Terminate() override
+    {
+        beforeTerminate();
+        PassThrough<Kind>::Terminate();
+    }
+
+    Gate gate; ///< that every read passes
+    std::function<void()> beforeRead = [] {};
+    std::function<SP<Item>(const SP<Item>&)> map = [](const SP<Item>& item) { return item; }; ///< of all but the end
+    std::function<avTime(avTime)> seekTo = [](avTime target) { return target; };
+    std::function<void()> beforeTerminate = [] {};
+    std::atomic<int> reads{0};          ///< calls of ReadInternal
+    std::atomic<bool> readTwice{false}; ///< two threads were inside of ReadInternal at once
 
 private:
     using PassThrough<Kind>::PassThrough;
 
-    SP<typename Kind::Item> ReadInternal() override
+    SP<Item> ReadInternal() override
     {
+        ++reads;
+        if (inside.exchange(true))
+            readTwice = true;
+        const std::shared_ptr<void> leave(nullptr, [this](void*) { inside = false; });
         gate.Pass();
-        return PassThrough<Kind>::ReadInternal();
+        beforeRead();
+        const SP<Item> item = PassThrough<Kind>::ReadInternal();
+        return item ? map(item) : nullptr;
     }
+    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
+    {
+        PassThrough<Kind>::RequestSeekInternal(seekTo(target), partner);
+    }
+
+    std::atomic<bool> inside{false}; // some thread is in ReadInternal
 };
 
 } // namespace Tessor::Test

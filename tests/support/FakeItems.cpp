@@ -1,6 +1,8 @@
 #include "tests/support/FakeItems.h"
 
 #include "Fnd/Exception.h"
+#include "media/DataSubtitleFF.h"
+#include "media/DataVideoFF.h"
 
 extern "C"
 {
@@ -9,106 +11,51 @@ extern "C"
 }
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace Tessor::Test
 {
 
-template <class Interface>
-void FakeItem<Interface>::CheckTrim(avTime amount) const
+Proc::IDataVideo& FakeFrame::Trimmable() const
 {
-    if (fixed || amount < 0 || amount >= duration)
-        Throw<Exception>(TESSOR_HERE, "A fake item can't be trimmed");
+    if (fixed)
+        Throw<Exception>(TESSOR_HERE, "A fake frame can't be trimmed");
+    return *inner;
 }
 
-template class FakeItem<Proc::IDataVideo>;
-template class FakeItem<Proc::IDataAudio>;
-template class FakeItem<Proc::IDataSubtitle>;
-
-SP<FakeVideo> FakeVideo::Create(const ScriptItem& item, int width, int height)
+SP<Proc::IDataVideo> CreateFrame(const ScriptItem& item, FrameAllocType memory)
 {
-    return SP<FakeVideo>(new FakeVideo(item, width, height));
+    const SP<Proc::IDataVideo> frame = Proc::DataVideoFF::Create(PixFmt::GRAY8, {16, 8}, nullptr);
+    frame->SetPTS(item.pts);
+    frame->SetDuration(item.duration);
+    for (size_t y = 0; y < 8; ++y)
+        std::fill_n(frame->GetPlane(0).GetOffsetPtr(0, y), 16, static_cast<uint8_t>(item.value));
+    if (memory == FRAME_ALLOC_CPU && !item.interlaced && !item.fixed)
+        return frame;
+    return SP<Proc::IDataVideo>(new FakeFrame(frame, memory, item.interlaced, item.fixed));
 }
 
-FakeVideo::FakeVideo(const ScriptItem& item, int width, int height)
-    : FakeItem(item), width(width), height(height),
-      pixels(static_cast<size_t>(width) * height, static_cast<uint8_t>(item.value))
+SP<Proc::DataAudioFF> CreateBlock(const ScriptItem& item, const Conf::SampleInfo& info)
 {
+    const avTime known = item.duration == NoTime ? 0 : item.duration;
+    const auto count = static_cast<int>(av_rescale(known, info.GetSampleRate(), 1000000));
+    const SP<Proc::DataAudioFF> block = Proc::DataAudioFF::CreateBySampleCount(info, count);
+    std::fill_n(reinterpret_cast<int16_t*>(block->GetAudioRef().data), count * info.GetChannelCount(),
+                static_cast<int16_t>(item.value));
+    block->SetPTS(item.pts);
+    block->SetDuration(item.duration);
+    return block;
 }
 
-Proc::Details::PlaneTemplate<false> FakeVideo::GetPlane(int index)
+SP<Proc::IDataSubtitle> CreateSubtitle(const ScriptItem& item)
 {
-    if (index != 0)
-        Throw<std::out_of_range>(TESSOR_HERE, "no such plane");
-    return {pixels.data(), width, static_cast<size_t>(width), static_cast<size_t>(height)};
+    return Proc::DataSubtitleFF::Create(AVSubtitle{}, item.pts, item.duration);
 }
 
-Proc::Details::PlaneTemplate<true> FakeVideo::GetPlane(int index) const
-{
-    if (index != 0)
-        Throw<std::out_of_range>(TESSOR_HERE, "no such plane");
-    return {pixels.data(), width, static_cast<size_t>(width), static_cast<size_t>(height)};
-}
-
-SP<Proc::IDataVideo> FakeVideo::Clone(int) const
-{
-    return SP<Proc::IDataVideo>(new FakeVideo(*this));
-}
-
-void FakeVideo::Fill(const Color&)
-{
-    std::fill(pixels.begin(), pixels.end(), uint8_t(0));
-}
-
-SP<FakeAudio> FakeAudio::Create(const ScriptItem& item, int rate, Conf::ChannelLayout layout)
-{
-    return SP<FakeAudio>(new FakeAudio(item, Conf::SampleInfo(Conf::SampleFormats::S16, rate, layout)));
-}
-
-FakeAudio::FakeAudio(const ScriptItem& item, const Conf::SampleInfo& info) : FakeItem(item), info(info)
-{
-    samples.assign(item.duration == NoTime ? 0 : CountValues(item.duration), static_cast<int16_t>(item.value));
-}
-
-size_t FakeAudio::CountValues(avTime time) const
-{
-    return static_cast<size_t>(av_rescale(time, info.GetSampleRate(), 1000000) * info.GetChannelCount());
-}
-
-void FakeAudio::TrimStart(avTime amount)
-{
-    FakeItem::TrimStart(amount);
-    samples.erase(samples.begin(), samples.begin() + std::min(CountValues(amount), samples.size()));
-}
-
-void FakeAudio::TrimEnd(avTime amount)
-{
-    FakeItem::TrimEnd(amount);
-    samples.resize(samples.size() - std::min(CountValues(amount), samples.size()));
-}
-
-int FakeAudio::GetSampleCount() const
-{
-    return static_cast<int>(samples.size()) / info.GetChannelCount();
-}
-
-Proc::AudioRef FakeAudio::GetAudioRef()
-{
-    return {GetSampleCount(), info, reinterpret_cast<uint8_t*>(samples.data()), GetMemorySize()};
-}
-
-const AVSubtitle& FakeSubtitle::GetAVSubtitle() const
-{
-    static const AVSubtitle empty{};
-    return empty;
-}
-
-SP<Proc::DataPacketFF> CreateFakePacket(const ScriptItem& item, MediaType type, const std::vector<uint8_t>* payload)
+SP<Proc::DataPacketFF> CreateFakePacket(const ScriptItem& item, MediaType type, const Bytes* payload)
 {
     const auto value = static_cast<uint32_t>(item.value);
-    const std::vector<uint8_t> bytes =
-        payload ? *payload
-                : std::vector<uint8_t>{uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
+    const Bytes bytes =
+        payload ? *payload : Bytes{uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
     AVPacket* record = Proc::CreatePacket(bytes.size());
     if (!record)
         throw std::bad_alloc();
@@ -120,19 +67,6 @@ SP<Proc::DataPacketFF> CreateFakePacket(const ScriptItem& item, MediaType type, 
     return packet;
 }
 
-namespace
-{
-
-int PayloadValue(const Proc::IDataPacket& packet)
-{
-    uint32_t value = 0;
-    for (int i = 0; i < std::min(packet.GetSize(), 4); ++i)
-        value = value << 8 | packet.GetData()[i];
-    return static_cast<int>(value);
-}
-
-} // namespace
-
 ScriptItem DescribeItem(Proc::IData& item)
 {
     ScriptItem result;
@@ -142,9 +76,8 @@ ScriptItem DescribeItem(Proc::IData& item)
     {
         result.key = packet->IsKeyFrame();
         result.dts = packet->GetDTS();
-        if (packet->GetPosition() != (result.pts != NoTime ? result.pts : result.dts))
-            result.position = packet->GetPosition();
-        result.value = PayloadValue(*packet);
+        for (int i = 0; i < std::min(packet->GetSize(), 4); ++i)
+            result.value = result.value << 8 | packet->GetData()[i];
     }
     else if (const auto video = dynamic_cast<Proc::IDataVideo*>(&item))
         result.value = *video->GetPlane(0).GetOffsetPtr(0, 0);
@@ -153,8 +86,6 @@ ScriptItem DescribeItem(Proc::IData& item)
         const bool shorts = audio->GetSampleInfo().GetFormat().bits == 16 && audio->GetSampleCount() > 0;
         result.value = shorts ? *reinterpret_cast<const int16_t*>(audio->GetConstAudioRef().data) : 0;
     }
-    else if (const auto subtitle = dynamic_cast<FakeSubtitle*>(&item))
-        result.value = subtitle->GetValue();
     return result;
 }
 

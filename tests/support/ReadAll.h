@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/Exception.h"
 #include "Proc/StreamTemplates/IStream.h"
 #include "tests/support/Script.h"
 
@@ -24,11 +25,25 @@ std::string ReadAll(const SP<Stream>& stream, Show show = Show::Times)
 {
     return ReadAll(*stream, show);
 }
-
 template <class Stream>
 std::string ReadSome(const SP<Stream>& stream, int count, Show show = Show::Times)
 {
     return ReadSome(*stream, count, show);
+}
+
+/// The text of the exception with which a call fails, "" when it does not. Exceptions of other classes pass.
+template <class E, class F>
+std::string TextOf(const F& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const E& e)
+    {
+        return Describe(e);
+    }
+    return "";
 }
 
 /// Both phases of a seek.

@@ -12,69 +12,38 @@ namespace Tessor::Test
 namespace
 {
 
-constexpr avTime defaultLength = 40 * ms;
+constexpr avTime unwritten = NoTime + 1; // a duration that follows from the neighbours
 
-/// A reader of one word of a script.
-class Word
+ScriptItem ParseItem(const std::string& word, int index)
 {
-public:
-    explicit Word(const std::string& text) : text(text), at(text.c_str()) {}
-
-    bool Take(char c)
-    {
-        if (*at != c)
-            return false;
-        ++at;
-        return true;
-    }
-
-    double Number()
+    const char* at = word.c_str();
+    const auto take = [&](char c) { return *at == c && ++at; };
+    const auto number = [&]
     {
         char* end = nullptr;
-        const double number = std::strtod(at, &end);
+        const double result = std::strtod(at, &end);
         if (end == at)
-            Fail();
+            throw std::invalid_argument("no item of a script: " + word);
         at = end;
-        return number;
-    }
-
-    avTime Time() { return Take('?') ? NoTime : static_cast<avTime>(std::llround(Number() * ms)); }
-
-    void ExpectEnd() const
-    {
-        if (*at)
-            Fail();
-    }
-
-private:
-    [[noreturn]] void Fail() const { throw std::invalid_argument("no item of a script: " + text); }
-
-    const std::string& text;
-    const char* at;
-};
-
-ScriptItem ParseItem(const std::string& text, int index, bool& hasDuration)
-{
-    Word word(text);
+        return result;
+    };
+    const auto time = [&] { return take('?') ? NoTime : static_cast<avTime>(std::llround(number() * ms)); };
     ScriptItem item;
     item.value = index;
-    item.throws = word.Take('!');
+    item.throws = take('!');
     if (!item.throws)
     {
-        item.pts = word.Time();
-        item.key = word.Take('K');
-        hasDuration = word.Take(':');
-        if (hasDuration)
-            item.duration = word.Time();
-        if (word.Take('d'))
-            item.dts = word.Time();
-        if (word.Take('p'))
-            item.position = word.Time();
-        if (word.Take('='))
-            item.value = static_cast<int>(word.Number());
-        item.fixed = word.Take('x');
+        item.pts = time();
+        item.key = take('K');
+        item.duration = take(':') ? time() : unwritten;
+        item.dts = take('d') ? time() : NoTime;
+        item.position = take('p') ? time() : NoTime;
+        item.value = take('=') ? static_cast<int>(number()) : index;
+        item.fixed = take('x');
+        item.interlaced = take('i');
     }
-    word.ExpectEnd();
+    if (*at)
+        throw std::invalid_argument("no item of a script: " + word);
     return item;
 }
 
@@ -93,7 +62,7 @@ std::vector<avTime> DefaultDurations(const Script& script)
     {
         const auto next = std::upper_bound(starts.begin(), starts.end(), item.pts);
         if (item.pts == NoTime || starts.size() < 2)
-            durations.push_back(defaultLength);
+            durations.push_back(40 * ms);
         else if (next == starts.end())
             durations.push_back(starts.back() - starts[starts.size() - 2]);
         else
@@ -102,67 +71,53 @@ std::vector<avTime> DefaultDurations(const Script& script)
     return durations;
 }
 
-void PrintItem(std::ostream& out, const ScriptItem& item, avTime defaultDuration, bool withValue)
-{
-    if (item.throws)
-    {
-        out << "! ";
-        return;
-    }
-    out << PrintMs(item.pts) << (item.key ? "K" : "");
-    if (item.duration != defaultDuration)
-        out << ':' << PrintMs(item.duration);
-    if (item.dts != NoTime)
-        out << 'd' << PrintMs(item.dts);
-    if (item.position != NoTime)
-        out << 'p' << PrintMs(item.position);
-    if (withValue)
-        out << '=' << item.value;
-    out << (item.fixed ? "x " : " ");
-}
-
 } // namespace
 
 Script ParseScript(const std::string& text)
 {
     Script script;
-    std::vector<bool> hasDuration;
     std::istringstream words(text);
     int index = 0;
-    for (std::string word; words >> word && word != "E";)
-    {
-        bool given = false;
-        script.push_back(ParseItem(word, index, given));
-        hasDuration.push_back(given);
-        index += !script.back().throws;
-    }
+    for (std::string word; words >> word && word != "E"; index += !script.back().throws)
+        script.push_back(ParseItem(word, index));
     const std::vector<avTime> durations = DefaultDurations(script);
     for (size_t i = 0; i < script.size(); ++i)
-        if (!hasDuration[i])
+        if (script[i].duration == unwritten)
             script[i].duration = durations[i];
     return script;
 }
 
 std::string PrintScript(const Script& script, bool withValues)
 {
-    std::ostringstream out;
+    std::string text;
     const std::vector<avTime> durations = DefaultDurations(script);
     for (size_t i = 0; i < script.size(); ++i)
-        PrintItem(out, script[i], durations[i], withValues);
-    out << 'E';
-    return out.str();
+    {
+        const ScriptItem& item = script[i];
+        text += item.throws ? "!" : PrintMs(item.pts) + (item.key ? "K" : "");
+        if (!item.throws && item.duration != durations[i])
+            text += ":" + PrintMs(item.duration);
+        if (item.dts != NoTime)
+            text += "d" + PrintMs(item.dts);
+        if (!item.throws && withValues)
+            text += "=" + std::to_string(item.value);
+        text += " ";
+    }
+    return text + "E";
 }
 
 std::string Regular(int count, double length, int keyEvery)
 {
-    std::ostringstream out;
+    Script script;
     for (int i = 0; i < count; ++i)
     {
-        const avTime start = std::llround(i * length * ms);
-        const avTime end = std::llround((i + 1) * length * ms);
-        out << PrintMs(start) << (keyEvery > 0 && i % keyEvery == 0 ? "K" : "") << ':' << PrintMs(end - start) << ' ';
+        ScriptItem item;
+        item.pts = std::llround(i * length * ms);
+        item.duration = std::llround((i + 1) * length * ms) - item.pts;
+        item.key = keyEvery > 0 && i % keyEvery == 0;
+        script.push_back(item);
     }
-    return out.str();
+    return PrintScript(script);
 }
 
 std::string PrintMs(avTime time)
