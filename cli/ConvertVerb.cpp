@@ -1,24 +1,18 @@
 #include "cli/ConvertJob.h"
 #include "cli/EncoderFlags.h"
 #include "cli/OutputFile.h"
+#include "cli/Report.h"
 #include "cli/Times.h"
 #include "cli/UserError.h"
-#include "cli/Verb.h"
 
 #include <cmath>
 #include <fmt/format.h>
-#include <iostream>
-#include <nlohmann/json.hpp>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 bool ChangesRate(const ConvertTrack& track)
 {
@@ -89,25 +83,22 @@ public:
         ConvertJob job(request);
         Progress progress(common, "convert");
         const ConvertReport report = job.Run(progress);
-        if (common.json)
-            PrintJson(report);
-        else if (!common.quiet)
-            PrintText(report);
-        PrintWarnings(report.warnings, common);
+        PrintReport(
+            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings);
         return ExitCode::Done;
     }
 
 private:
-    void PrintJson(const ConvertReport& report) const
+    Json ToJson(const ConvertReport& report) const
     {
-        Json json = {{"schema_version", schema_version}, {"input", request.input}, {"output", request.output}};
+        Json json = {{"input", request.input}, {"output", request.output}};
         json["duration"] = Seconds(report.duration);
         json["tracks"] = Json::array();
         for (const ConvertTrack& track : report.tracks)
             json["tracks"].push_back(TrackToJson(track));
         json["warnings"] = report.warnings;
         json["wall_seconds"] = report.wallSeconds;
-        std::cout << json.dump(2) << "\n";
+        return json;
     }
 
     void PrintText(const ConvertReport& report) const

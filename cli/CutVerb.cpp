@@ -2,14 +2,13 @@
 #include "cli/CutPlan.h"
 #include "cli/OutputFile.h"
 #include "cli/PropertyJson.h"
+#include "cli/Report.h"
 #include "cli/UserError.h"
-#include "cli/Verb.h"
 #include "cli/Verify.h"
 
 #include <cmath>
 #include <fmt/format.h>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace Tessor::Cli
@@ -17,10 +16,6 @@ namespace Tessor::Cli
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 Json RangesToJson(const std::vector<Range>& ranges)
 {
@@ -148,27 +143,29 @@ private:
         const std::vector<Range> kept = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
         const CutTrack* video = session.GetVideo();
         const std::string obstacle = video ? video->obstacle : "";
-        if (common.json)
-        {
-            Json json = {{"schema_version", schema_version},
-                         {"input", request.input},
-                         {"intervals", RangesToJson(kept)},
-                         {"groups", PlanToJson(plan)}};
-            if (!obstacle.empty())
-                json["cut_at_key_frames_because"] = obstacle;
-            std::cout << json.dump(2) << "\n";
-        }
-        else if (!common.quiet)
-        {
-            PrintRanges(kept);
-            if (!obstacle.empty())
-                fmt::print("  cuts fall to key frames: {}\n", obstacle);
-            for (const GroupPlan& row : plan)
-                fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
-                           row.group.pictures, ActionName(row.action), row.reason);
-        }
-        PrintWarnings(session.GetWarnings(), common);
+        PrintReport(
+            common, [&] { return ToJson(plan, kept, obstacle); }, [&] { PrintText(plan, kept, obstacle); },
+            session.GetWarnings());
         return ExitCode::Done;
+    }
+
+    Json ToJson(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept, const std::string& obstacle) const
+    {
+        Json json = {{"input", request.input}, {"intervals", RangesToJson(kept)}, {"groups", PlanToJson(plan)}};
+        if (!obstacle.empty())
+            json["cut_at_key_frames_because"] = obstacle;
+        return json;
+    }
+
+    static void PrintText(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept,
+                          const std::string& obstacle)
+    {
+        PrintRanges(kept);
+        if (!obstacle.empty())
+            fmt::print("  cuts fall to key frames: {}\n", obstacle);
+        for (const GroupPlan& row : plan)
+            fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
+                       row.group.pictures, ActionName(row.action), row.reason);
     }
 
     ExitCode Cut(const CommonOptions& common)
@@ -180,20 +177,18 @@ private:
         std::optional<VerifyReport> verdict;
         if (verify)
             verdict = Verify(request.input, output, report.intervals);
-        if (common.json)
-            PrintJson(report, verdict, session, common);
-        else if (!common.quiet)
-            PrintText(report, verdict, session, common);
-        PrintWarnings(report.warnings, common);
+        PrintReport(
+            common, [&] { return ToJson(report, verdict, session, common); },
+            [&] { PrintText(report, verdict, session, common); }, report.warnings);
         if (verdict && !verdict->IsGood())
             throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
         return ExitCode::Done;
     }
 
-    void PrintJson(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
-                   const CommonOptions& common) const
+    Json ToJson(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
+                const CommonOptions& common) const
     {
-        Json json = {{"schema_version", schema_version}, {"input", request.input}, {"output", output}};
+        Json json = {{"input", request.input}, {"output", output}};
         json["intervals"] = RangesToJson(report.intervals);
         json["result_duration"] = Seconds(report.resultDuration);
         json["tracks"] = Json::array();
@@ -205,7 +200,7 @@ private:
             json["verify"] = VerdictToJson(*verdict);
         if (common.verbose)
             json["statistics"] = Statistics(session);
-        std::cout << json.dump(2) << "\n";
+        return json;
     }
 
     void PrintText(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,

@@ -1,23 +1,18 @@
 #include "Proc/Filters/Filters/IFilterVolumeDetect.h"
 #include "cli/Lossless.h"
+#include "cli/Report.h"
 #include "cli/SoundFile.h"
-#include "cli/Verb.h"
 #include "host/ImplNames.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
-#include <iostream>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 /// What a detector found: a document, lines for people, and the answer for scripts.
 struct Detected
@@ -94,17 +89,19 @@ public:
         const Kind& chosen =
             *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
         const Detected detected = chosen.detect(input);
-        if (common.json)
-        {
-            Json json = {{"schema_version", schema_version}, {"input", input}, {"kind", kind}};
-            json.update(detected.json);
-            std::cout << json.dump(2) << "\n";
-        }
-        else if (!common.quiet)
-        {
-            for (const std::string& line : detected.lines)
-                fmt::print("{}\n", line);
-        }
+        PrintReport(
+            common,
+            [&]
+            {
+                Json json = {{"input", input}, {"kind", kind}};
+                json.update(detected.json);
+                return json;
+            },
+            [&]
+            {
+                for (const std::string& line : detected.lines)
+                    fmt::print("{}\n", line);
+            });
         return detected.positive ? ExitCode::Done : ExitCode::Failed;
     }
 

@@ -1,21 +1,16 @@
 #include "cli/FilterCatalog.h"
 #include "cli/FilterValue.h"
 #include "cli/PropertyJson.h"
-#include "cli/Verb.h"
+#include "cli/Report.h"
 
 #include <cmath>
 #include <fmt/format.h>
-#include <iostream>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 const char* KindOf(const CatalogRow& row)
 {
@@ -84,20 +79,18 @@ public:
             for (const CatalogRow& row : GetCatalog())
                 rows.push_back(&row);
         const Factories factories = Factories::Make();
-        if (common.json)
-            PrintJson(rows, factories);
-        else
-            PrintText(rows, factories);
+        PrintReport(
+            common, [&] { return ToJson(rows, factories); }, [&] { PrintText(rows, factories); });
         return ExitCode::Done;
     }
 
 private:
-    static void PrintJson(const std::vector<const CatalogRow*>& rows, const Factories& factories)
+    static Json ToJson(const std::vector<const CatalogRow*>& rows, const Factories& factories)
     {
-        Json json = {{"schema_version", schema_version}, {"filters", Json::array()}};
+        Json json = {{"filters", Json::array()}};
         for (const CatalogRow* row : rows)
             json["filters"].push_back(RowToJson(*row, factories));
-        std::cout << json.dump(2) << "\n";
+        return json;
     }
 
     void PrintText(const std::vector<const CatalogRow*>& rows, const Factories& factories) const

@@ -2,9 +2,9 @@
 #include "cli/CodecHeaders.h"
 #include "cli/Groups.h"
 #include "cli/Lossless.h"
+#include "cli/Report.h"
 #include "cli/Times.h"
 #include "cli/TrackSelection.h"
-#include "cli/Verb.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Demuxer.h"
@@ -13,18 +13,12 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <iostream>
-#include <nlohmann/json.hpp>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 Json TagsToJson(const Host::Tags& tags)
 {
@@ -97,10 +91,8 @@ public:
     {
         const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(input);
         const Json json = Describe(*demuxer);
-        if (common.json)
-            std::cout << json.dump(2) << "\n";
-        else if (!common.quiet)
-            Print(json);
+        PrintReport(
+            common, [&] { return json; }, [&] { Print(json); });
         return ExitCode::Done;
     }
 
@@ -108,8 +100,7 @@ private:
     Json Describe(Host::Demuxer& demuxer) const
     {
         const Host::MediaInfo& info = demuxer.GetInfo();
-        Json json = {{"schema_version", schema_version},
-                     {"input", input},
+        Json json = {{"input", input},
                      {"container", info.container},
                      {"duration", Seconds(info.duration)},
                      {"start_time", Seconds(info.origin)},

@@ -1,23 +1,17 @@
 #include "cli/OutputFile.h"
+#include "cli/Report.h"
 #include "cli/Times.h"
 #include "cli/TrackCopier.h"
 #include "cli/TrackSelection.h"
-#include "cli/Verb.h"
 
 #include <chrono>
 #include <fmt/format.h>
-#include <iostream>
-#include <nlohmann/json.hpp>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr int schema_version = 1;
 
 struct RepackReport
 {
@@ -46,11 +40,8 @@ public:
         CheckOutput(output, {input}, overwrite);
         Progress progress(common, "repack");
         const RepackReport report = Repack(progress);
-        if (common.json)
-            PrintJson(report);
-        else if (!common.quiet)
-            PrintText(report);
-        PrintWarnings(report.warnings, common);
+        PrintReport(
+            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings);
         return ExitCode::Done;
     }
 
@@ -80,17 +71,20 @@ private:
         return report;
     }
 
-    void PrintJson(const RepackReport& report) const
+    Json ToJson(const RepackReport& report) const
     {
-        Json json = {{"schema_version", schema_version},     {"input", input},          {"output", output},
-                     {"duration", Seconds(report.duration)}, {"tracks", Json::array()}, {"warnings", report.warnings},
+        Json json = {{"input", input},
+                     {"output", output},
+                     {"duration", Seconds(report.duration)},
+                     {"tracks", Json::array()},
+                     {"warnings", report.warnings},
                      {"wall_seconds", report.wallSeconds}};
         for (const CopiedTrack& track : report.tracks)
             json["tracks"].push_back({{"index", track.index},
                                       {"kind", track.kind},
                                       {"codec", track.codec},
                                       {"copied_packets", track.packets}});
-        std::cout << json.dump(2) << "\n";
+        return json;
     }
 
     void PrintText(const RepackReport& report) const

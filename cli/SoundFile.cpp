@@ -1,6 +1,7 @@
 #include "cli/SoundFile.h"
 
 #include "cli/MuxPump.h"
+#include "cli/Report.h"
 #include "cli/Times.h"
 #include "cli/UserError.h"
 #include "ffhost/ReadAhead.h"
@@ -14,8 +15,6 @@ extern "C"
 #include <algorithm>
 #include <chrono>
 #include <fmt/format.h>
-#include <iostream>
-#include <nlohmann/json.hpp>
 
 namespace Tessor::Cli
 {
@@ -71,18 +70,19 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
 
 void PrintSound(const SoundReport& report, const std::string& path, const CommonOptions& common)
 {
-    const nlohmann::ordered_json json = {{"schema_version", 1},
-                                         {"output", path},
-                                         {"duration", Seconds(report.duration)},
-                                         {"encoder", report.encoder},
-                                         {"sample_rate", report.rate},
-                                         {"channels", report.channels},
-                                         {"wall_seconds", report.wallSeconds}};
-    if (common.json)
-        std::cout << json.dump(2) << "\n";
-    else if (!common.quiet)
-        fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", path, T2S(report.duration), report.rate,
-                   report.channels, report.encoder, report.wallSeconds);
+    const Json json = {{"output", path},
+                       {"duration", Seconds(report.duration)},
+                       {"encoder", report.encoder},
+                       {"sample_rate", report.rate},
+                       {"channels", report.channels},
+                       {"wall_seconds", report.wallSeconds}};
+    PrintReport(
+        common, [&] { return json; },
+        [&]
+        {
+            fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", path, T2S(report.duration), report.rate,
+                       report.channels, report.encoder, report.wallSeconds);
+        });
 }
 
 } // namespace Tessor::Cli

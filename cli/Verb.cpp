@@ -1,7 +1,5 @@
 #include "cli/Verb.h"
 
-#include <fmt/format.h>
-
 namespace Tessor::Cli
 {
 
@@ -32,14 +30,6 @@ OptionTable GetCommonOptions(CommonOptions& common)
         {"-v,--verbose", "", "print the statistics of every filter", &common.verbose},
         {"--log-file", "FILE", "write a log with all traces to FILE", &common.logFile, {}, true},
     };
-}
-
-void PrintWarnings(const std::vector<std::string>& warnings, const CommonOptions& common)
-{
-    if (common.json || common.quiet)
-        return;
-    for (const std::string& warning : warnings)
-        fmt::print(stderr, "tessor: warning: {}\n", warning);
 }
 
 } // namespace Tessor::Cli

@@ -48,7 +48,4 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs();
 /// The table of what every verb takes.
 OptionTable GetCommonOptions(CommonOptions& common);
 
-/// Warnings of a verb on standard error; nothing where they are part of a document or nobody wants to know.
-void PrintWarnings(const std::vector<std::string>& warnings, const CommonOptions& common);
-
 } // namespace Tessor::Cli
