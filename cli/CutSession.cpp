@@ -82,7 +82,7 @@ std::vector<Range> Merged(std::vector<Range> ranges)
 CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(request.input))
 {
     JoinTracks();
-    ranges = Merged(SnapToPictures(ReadRequest(request)));
+    ranges = Merged(SnapToPictures(FromFirstEntry(ReadRequest(request))));
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
@@ -147,6 +147,24 @@ std::vector<Range> CutSession::ReadRequest(const CutRequest& request)
         list = Complement(list, context.duration);
     if (list.empty())
         throw UserError(ExitCode::Usage, "nothing would be left of " + GetInfo().path);
+    return list;
+}
+
+std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)
+{
+    const avTime entry = GetVideo() ? FindLateEntry(*GetVideo()->source) : NoTime;
+    const auto parts = [&](const Range& range)
+    { return range.start < entry && (range.start > 0 || range.end < entry); };
+    if (entry == NoTime || std::none_of(list.begin(), list.end(), parts))
+        return list;
+    for (Range& range : list)
+        if (parts(range))
+            range.start = std::min(entry, range.end);
+    std::erase_if(list, [](const Range& range) { return range.start >= range.end; });
+    if (list.empty())
+        throw UserError(ExitCode::Failed, GetInfo().path + ": nothing can be decoded before " + T2S(entry) +
+                                              ", where the first key picture is");
+    warnings.push_back("pictures before the first key picture, " + T2S(entry) + ", can't be decoded and are left out");
     return list;
 }
 

@@ -64,6 +64,8 @@ private:
     void JoinTracks();
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
+    /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
+    std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
     std::vector<Range> SnapToPictures(std::vector<Range> ranges);
     Bound SnapStart(const Range& range);
     Bound SnapEnd(avTime end);

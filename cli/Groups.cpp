@@ -80,6 +80,21 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
     return packet ? packet->GetPTS() : NoTime;
 }
 
+avTime FindLateEntry(Proc::IStreamRaw& stream)
+{
+    bool late = false;
+    avTime entry = NoTime;
+    ForEachPacket(stream, 0,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      if (packet.IsKeyFrame())
+                          entry = late ? packet.GetPTS() : NoTime;
+                      late = true;
+                      return !packet.IsKeyFrame();
+                  });
+    return entry;
+}
+
 std::string FindCutObstacle(Proc::IStreamRaw& stream)
 {
     const SP<Conf::IFormatCodec> format = stream.GetFormatCodec();

@@ -32,6 +32,10 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream);
 /// stream.
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 
+/// The first key picture of a stream that begins with other ones, which nobody can decode; NoTime for all others. Moves
+/// the stream.
+avTime FindLateEntry(Proc::IStreamRaw& stream);
+
 /// Why a video stream that can't be cut anywhere can't: its groups can't be re-encoded. Moves the stream.
 std::string FindCutObstacle(Proc::IStreamRaw& stream);
 
