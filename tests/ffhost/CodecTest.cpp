@@ -1,4 +1,3 @@
-#include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/codecs/CodecFactory.h"
@@ -295,33 +294,6 @@ TEST(DecoderTest, DamagedPacketsAreCountedNotFatal)
     const SP<IStreamVideo> decoder = Decode(encoder->GetFormatCodec(), packets);
     EXPECT_GE(ReadItems(*decoder).size(), packets.size() - 3);
     EXPECT_GE(decoder->GetStatistic().begin()->operator[]("Damaged").GetInt64(), 3);
-}
-
-TEST(EncoderTest, RefusesWhatCannotStandBesideTheSource)
-{
-    const auto failure = [](const std::string& codec, PixFmt pixels, const std::string& profile,
-                            const std::string& refusal) -> std::string
-    {
-        const SP<IFormatCodecVideo> format = MakeFormat(codec, pixels, 0);
-        Core::Property options(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE);
-        options.SetChildT<std::string>(IFormatCodec::TAG_PROFILE, profile);
-        format->GetProperties().SetChild(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE, options);
-        format->GetProperties().SetChildT<std::string>(FormatTags::REFUSE_RECODE, refusal);
-        try
-        {
-            Encode(format, {}, format->GetProperties());
-        }
-        catch (const CodecFactoryException& e)
-        {
-            return Describe(e);
-        }
-        return "";
-    };
-    EXPECT_EQ(failure("h264", PixFmt::YUV420P, "main", ""), "");
-    EXPECT_EQ(failure("h264", PixFmt::YUV420P, "main", "identifier 1 is taken"), "identifier 1 is taken");
-    EXPECT_EQ(failure("h264", PixFmt::YUV420P, IFormatCodecVideo::TAG_X264_PROFILE_EXTENDED, ""),
-              "libx264 knows no extended profile");
-    EXPECT_EQ(failure("vp8", PixFmt::YUVA420P, "", ""), "libvpx can't encode pixels of the format yuva420p");
 }
 
 } // namespace Tessor::Host::Tests

@@ -18,7 +18,6 @@ namespace Tessor::Host::Tests
 {
 
 using Proc::IDataPacket;
-using Framing = Proc::SettingsFilterBitStream;
 using Packets = std::vector<SP<IDataPacket>>;
 using Tessor::Test::ClipPath;
 
@@ -96,32 +95,6 @@ public:
 const char* const avcClip = "h264-high-closedgop-bframes-aac.mp4";
 
 } // namespace
-
-TEST(FramedTrackTest, EveryContainerNamesItsFraming)
-{
-    const struct
-    {
-        const char* clip;
-        size_t track;
-        const char* extension;
-        Framing::StreamFormat framing;
-    } rows[] = {
-        {avcClip, 0, "264", Framing::STREAM_FORMAT_ANNEX_B},
-        {avcClip, 0, "avi", Framing::STREAM_FORMAT_ANNEX_B},
-        {avcClip, 0, "mkv", Framing::STREAM_FORMAT_MP4},
-        {"hevc-hev1-cra-aac.mp4", 0, "265", Framing::STREAM_FORMAT_ANNEX_B},
-        {"hevc-annexb-aac.ts", 1, "mp4", Framing::STREAM_FORMAT_RAW_AAC},
-        {"hevc-annexb-aac.ts", 1, "ts", Framing::STREAM_FORMAT_UNCHANGED},
-        // the PCE of the first frame has to come in front again wherever the output begins
-        {"aac-pce-51-synth.aac", 0, "ts", Framing::STREAM_FORMAT_RAW_AAC},
-    };
-    for (const auto& row : rows)
-    {
-        TESSOR_SKIP_WITHOUT(row.clip);
-        const auto muxer = Muxer::Create(std::string("x.") + row.extension);
-        EXPECT_EQ(muxer->GetFraming(Track(row.clip, row.track).info), row.framing) << row.clip << " " << row.extension;
-    }
-}
 
 // A packet that can't be converted is left out, and the stream goes on behind it. A source that fails is no damage.
 TEST(FramedTrackTest, DamagedPacketsAreNoEnd)

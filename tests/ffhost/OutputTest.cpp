@@ -234,9 +234,9 @@ TEST(InterleaverTest, WaitsForOpenTracksAndPutsVideoFirst)
     };
     EXPECT_EQ(push(0, 0), "");
     EXPECT_EQ(push(0, 20), "");
-    EXPECT_EQ(push(1, 0), "v0 a0 ");
+    EXPECT_EQ(push(1, 0), "v0 ");
     EXPECT_EQ(push(2, 15), "");
-    EXPECT_EQ(push(1, 2), "s15 v2 ");
+    EXPECT_EQ(push(1, 2), "a0 s15 v2 ");
     interleaver.EndTrack(1);
     EXPECT_EQ(pull(), "a20 ");
 }
