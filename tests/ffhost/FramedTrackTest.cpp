@@ -14,6 +14,9 @@ extern "C"
 #include <libavutil/mastering_display_metadata.h>
 }
 
+#include <cstring>
+#include <map>
+
 namespace Tessor::Host::Tests
 {
 
@@ -235,34 +238,27 @@ TEST(FramedTrackTest, SideDataOfTheTrackIsCarried)
         const auto* data = reinterpret_cast<const uint8_t*>(&value);
         return std::vector<uint8_t>(data, data + sizeof(value));
     };
+    Track source("hevc-hvc1-main10-hdr10-aac.mp4");
+    source.info.sideData = {{AV_PKT_DATA_MASTERING_DISPLAY_METADATA, bytes(display)},
+                            {AV_PKT_DATA_CONTENT_LIGHT_LEVEL, bytes(light)}};
     for (const char* name : {"hdr.mp4", "hdr.mkv"})
     {
         const Tessor::Test::ScratchFolder folder;
-        Track source("hevc-hvc1-main10-hdr10-aac.mp4");
-        source.info.sideData = {{AV_PKT_DATA_MASTERING_DISPLAY_METADATA, bytes(display)},
-                                {AV_PKT_DATA_CONTENT_LIGHT_LEVEL, bytes(light)}};
         const auto muxer = Muxer::Create(folder / name);
         muxer->AddTrack(source.info, nullptr, false);
         muxer->Open();
         for (const SP<IDataPacket>& packet : source.packets)
-            muxer->Write(0, packet);
+            muxer->Write(0, packet->Clone());
         muxer->Finish();
 
         const SP<Demuxer> copy = Demuxer::Open(folder / name);
         const TrackInfo& arrived = copy->GetInfo().tracks[0];
-        const auto find = [&](int type)
-        {
-            for (const auto& [key, data] : arrived.sideData)
-                if (key == type)
-                    return data;
-            return std::vector<uint8_t>();
-        };
-        EXPECT_EQ(find(AV_PKT_DATA_CONTENT_LIGHT_LEVEL), bytes(light)) << name;
-        const std::vector<uint8_t> mastering = find(AV_PKT_DATA_MASTERING_DISPLAY_METADATA);
-        ASSERT_EQ(mastering.size(), sizeof(display)) << name;
-        const auto& read = *reinterpret_cast<const AVMasteringDisplayMetadata*>(mastering.data());
-        EXPECT_NEAR(av_q2d(read.max_luminance), 1000, 1e-3) << name;
-        EXPECT_NEAR(av_q2d(read.display_primaries[1][0]), 0.34, 1e-4) << name;
+        std::map<int, std::vector<uint8_t>> found(arrived.sideData.begin(), arrived.sideData.end());
+        EXPECT_EQ(found[AV_PKT_DATA_CONTENT_LIGHT_LEVEL], bytes(light)) << name;
+        ASSERT_EQ(found[AV_PKT_DATA_MASTERING_DISPLAY_METADATA].size(), sizeof(display)) << name;
+        std::memcpy(&display, found[AV_PKT_DATA_MASTERING_DISPLAY_METADATA].data(), sizeof(display));
+        EXPECT_NEAR(av_q2d(display.max_luminance), 1000, 1e-3) << name;
+        EXPECT_NEAR(av_q2d(display.display_primaries[1][0]), 0.34, 1e-4) << name;
         EXPECT_EQ(arrived.parameters->color_trc, AVCOL_TRC_SMPTE2084) << name;
     }
 }

@@ -79,22 +79,4 @@ TEST(TrackEncoder, PicturesKeepTheirTimesThroughReordering)
     EXPECT_EQ(delivered, times);
 }
 
-TEST(TrackEncoder, FitsTheFormatsOfSamples)
-{
-    using F = SampleFormats;
-    using L = ChannelLayout;
-    const struct
-    {
-        const char* encoder;
-        SampleInfo source, wanted;
-    } rows[] = {
-        {"aac", {F::S16, 44100, L::Stereo}, {F::FloatP, 44100, L::Stereo}},
-        {"libopus", {F::FloatP, 44100, L::Stereo}, {F::Float, 48000, L::Stereo}},
-        {"libmp3lame", {F::FloatP, 96000, L::L5_1}, {F::FloatP, 48000, L::Stereo}},
-        {"pcm_s16le", {F::FloatP, 22050, L::L5_1}, {F::S16, 22050, L::L5_1}},
-    };
-    for (const auto& row : rows)
-        EXPECT_TRUE(FitSampleInfo(row.encoder, row.source) == row.wanted) << row.encoder;
-}
-
 } // namespace Tessor::Host::Tests

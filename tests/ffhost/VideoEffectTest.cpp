@@ -1,4 +1,3 @@
-#include "Fnd/Exception.h"
 #include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
@@ -234,26 +233,6 @@ TEST(DeinterlacerTest, GivesTheFirstFieldAWholePictureAndHoldsNothingBack)
         effect->Process(progressive);
         EXPECT_EQ(FindPsnr(*progressive, *MakePicture(PixFmt::YUV420P, 95, 33)), 99);
     }
-}
-
-TEST(AVFilterTest, WrongChainsAreNamed)
-{
-    const std::pair<const char*, const char*> rows[] = {
-        {"snow", "No such filter: 'snow'"},
-        {"crop=500:500", "Invalid too big or non positive size"},
-        {"split", "chain with one input and one output"},
-    };
-    for (const auto& [chain, reason] : rows)
-        try
-        {
-            SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
-            MakeEffect(SettingsAVFilter(chain))->Process(frame);
-            ADD_FAILURE() << chain;
-        }
-        catch (const EffectException& e)
-        {
-            EXPECT_NE(Describe(e).find(reason), std::string::npos) << Describe(e);
-        }
 }
 
 TEST(AVFilterTest, SizesRatesAndHeldFrames)
