@@ -92,9 +92,7 @@ SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
 
 } // namespace
 
-class AudioClips : public testing::TestWithParam<const char*>
-{
-};
+using AudioClips = testing::TestWithParam<const char*>;
 
 TEST_P(AudioClips, SeeksAreExact)
 {

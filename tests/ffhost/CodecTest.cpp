@@ -135,9 +135,7 @@ struct EncodeCase
     int fieldOrder = AV_FIELD_UNKNOWN;
 };
 
-class EncodeTest : public testing::TestWithParam<EncodeCase>
-{
-};
+using EncodeTest = testing::TestWithParam<EncodeCase>;
 
 TEST_P(EncodeTest, OnePacketAFrameThatDecodesToIt)
 {
@@ -190,9 +188,7 @@ struct GroupCase
     double psnr;
 };
 
-class GroupTest : public testing::TestWithParam<GroupCase>
-{
-};
+using GroupTest = testing::TestWithParam<GroupCase>;
 
 TEST_P(GroupTest, RealGroupsSurviveDecodingAndEncoding)
 {

@@ -110,9 +110,7 @@ std::string Text(const Packets& packets)
     return text;
 }
 
-class Clip : public testing::TestWithParam<std::string>
-{
-};
+using Clip = testing::TestWithParam<std::string>;
 
 } // namespace
 

@@ -184,9 +184,7 @@ Picture Entered(uint32_t frameNum, uint32_t order)
 
 } // namespace
 
-class EntryRepairTest : public testing::TestWithParam<Stream>
-{
-};
+using EntryRepairTest = testing::TestWithParam<Stream>;
 
 TEST_P(EntryRepairTest, CommandsThatNameAbsentPicturesAreTakenOut)
 {

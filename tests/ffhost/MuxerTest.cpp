@@ -78,9 +78,7 @@ struct CopyCase
     bool samePayload = true; // false where the container's framing differs from the source's
 };
 
-class MuxerCopyTest : public testing::TestWithParam<CopyCase>
-{
-};
+using MuxerCopyTest = testing::TestWithParam<CopyCase>;
 
 TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
 {

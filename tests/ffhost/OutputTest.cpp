@@ -61,48 +61,35 @@ void WriteText(OutputFile& file, const std::string& text)
 
 } // namespace
 
+// The long text is enough for the disk to be driven while the file grows.
 TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
 {
-    const ScratchFolder folder;
-    const std::string target = folder / "film.mp4";
+    std::string longText;
+    for (int i = 0; longText.size() < 20 << 20; ++i)
+        longText += std::to_string(i);
+    for (const std::string& text : {std::string("short"), longText})
     {
-        OutputFile dropped(target);
-        WriteText(dropped, "half");
-        avio_flush(dropped.GetContext());
-        EXPECT_EQ(folder.List().size(), 1u);
-        EXPECT_FALSE(std::filesystem::exists(target));
-    }
-    EXPECT_TRUE(folder.List().empty());
+        const ScratchFolder folder;
+        const std::string target = folder / "film.mp4";
+        {
+            OutputFile dropped(target);
+            WriteText(dropped, text);
+            avio_flush(dropped.GetContext());
+            EXPECT_EQ(folder.List().size(), 1u);
+            EXPECT_FALSE(std::filesystem::exists(target));
+        }
+        EXPECT_TRUE(folder.List().empty());
 
-    std::ofstream(target) << "old";
-    std::filesystem::create_symlink("film.mp4", folder / "link.mp4");
-    OutputFile file(folder / "link.mp4");
-    WriteText(file, "new");
-    EXPECT_EQ(TextOf(target), "old");
-    file.Commit();
-    EXPECT_EQ(TextOf(target), "new");
-    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.mp4"));
-    EXPECT_EQ(folder.List().size(), 2u);
-}
-
-// Long enough for the disk to be driven while the file grows.
-TEST(OutputFileTest, LongFilesAreWholeAndCanBeDropped)
-{
-    const ScratchFolder folder;
-    const std::string target = folder / "film.mp4";
-    std::string text;
-    for (int i = 0; text.size() < 20 << 20; ++i)
-        text += std::to_string(i);
-    for (const bool commit : {false, true})
-    {
-        OutputFile file(target);
+        std::ofstream(target) << "old";
+        std::filesystem::create_symlink("film.mp4", folder / "link.mp4");
+        OutputFile file(folder / "link.mp4");
         WriteText(file, text);
-        avio_flush(file.GetContext());
-        if (commit)
-            file.Commit();
+        EXPECT_EQ(TextOf(target), "old");
+        file.Commit();
+        EXPECT_TRUE(TextOf(target) == text);
+        EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.mp4"));
+        EXPECT_EQ(folder.List().size(), 2u);
     }
-    EXPECT_TRUE(TextOf(target) == text);
-    EXPECT_EQ(folder.List().size(), 1u);
 }
 
 TEST(OutputFileTest, AFullDiskIsNamed)
