@@ -1,12 +1,13 @@
 #pragma once
 
+#include "tests/support/ScratchFolder.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace Tessor::Cli::Tests
 {
@@ -35,14 +36,6 @@ protected:
     {
         if (!fs::exists(samples / "h264.mp4"))
             GTEST_SKIP() << "no samples: scripts/make-samples --tests";
-        std::string pattern = (fs::temp_directory_path() / "tessor-test-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-    }
-    void TearDown() override
-    {
-        if (!folder.empty())
-            fs::remove_all(folder);
     }
 
     /// Runs `tessor ARGS` in the folder; $S stands for the folder of samples.
@@ -58,16 +51,13 @@ protected:
         return outcome;
     }
 
-    std::vector<std::string> FilesLeft() const
-    {
-        std::vector<std::string> names;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    std::vector<std::string> FilesLeft() const { return scratch.List(); }
 
-    fs::path folder;
+private:
+    const Tessor::Test::ScratchFolder scratch;
+
+protected:
+    const fs::path folder = scratch.Path();
 };
 
 } // namespace Tessor::Cli::Tests

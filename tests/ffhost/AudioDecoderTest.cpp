@@ -72,15 +72,6 @@ Sound ReadSound(IStreamAudio& stream, size_t most)
     return sound;
 }
 
-SP<IStreamAudio> Open(const std::string& clip)
-{
-    const SP<Demuxer> demuxer = Demuxer::Open(Test::ClipPath(clip));
-    for (const TrackInfo& track : demuxer->GetInfo().tracks)
-        if (track.type == MediaType::Audio)
-            return AudioDecoder::Create(demuxer->GetStream(track.index));
-    return nullptr;
-}
-
 /// Packets of 100 ms of PCM whose samples count up, at the given times.
 SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
 {
@@ -101,15 +92,16 @@ SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
 
 } // namespace
 
-class AudioClips : public testing::TestWithParam<const char*>
-{
-};
+using AudioClips = testing::TestWithParam<const char*>;
 
 TEST_P(AudioClips, SeeksAreExact)
 {
     TESSOR_SKIP_WITHOUT(GetParam());
-    const SP<IStreamAudio> stream = Open(GetParam());
-    ASSERT_TRUE(stream);
+    const SP<Demuxer> demuxer = Demuxer::Open(Tessor::Test::ClipPath(GetParam()));
+    const std::vector<TrackInfo>& tracks = demuxer->GetInfo().tracks;
+    const auto track =
+        std::find_if(tracks.begin(), tracks.end(), [](const TrackInfo& info) { return info.type == MediaType::Audio; });
+    const SP<IStreamAudio> stream = AudioDecoder::Create(demuxer->GetStream(track->index));
     const int rate = stream->GetFormatCodec()->GetSampleInfo().GetSampleRate();
     const Sound whole = ReadSound(*stream, SIZE_MAX);
     ASSERT_GE(whole.samples.size(), static_cast<size_t>(rate));

@@ -1,6 +1,6 @@
 #include "ffhost/io/ClockSurvey.h"
 #include "ffhost/io/Demuxer.h"
-#include "tests/ffhost/RawFile.h"
+#include "tests/support/ScratchFolder.h"
 
 extern "C"
 {
@@ -84,15 +84,13 @@ TEST(Clock, JumpsAreFoundByAFewSamples)
         {{{1, 60, 9000}, {61, 60, 1000}, {121, 20, 7000}}, false}, // one clock, but the rate changes
         {{{1, 80, 4000}, {1, 80, 4000}}, true},
         {{{1, 12, 4000}, {1, 200, 4000}}, true}, // a short one in front is less than a first step
-        {{{1, 200, 4000}, {1, 12, 4000}}, true},
-        {{{1, 80, 4000}, {5000, 80, 1500}}, true},
         {{{5000, 80, 4000}, {1, 40, 6000}, {700, 30, 4000}}, true},
         {{{1, 8, 1000}, {300, 4, 1000}}, true}, // a short file
     };
     for (size_t i = 0; i < std::size(rows); ++i)
     {
         SCOPED_TRACE(i);
-        const ScratchFolder folder;
+        const Tessor::Test::ScratchFolder folder;
         const std::string path = folder / "film.ts";
         avTime length = 0;
         for (const Stretch& stretch : rows[i].stretches)

@@ -3,6 +3,8 @@
 #include "ffhost/io/FramedTrack.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
+#include "tests/support/Media.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +13,14 @@ extern "C"
 #include <libavcodec/avcodec.h>
 }
 
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <set>
 
 namespace Tessor::Host::Tests
 {
 
 using Proc::IDataPacket;
+using Tessor::Test::ClipPath;
+using Tessor::Test::ScratchFolder;
 
 namespace
 {
@@ -57,10 +58,10 @@ std::string Payload(const IDataPacket& packet)
     return std::string(reinterpret_cast<const char*>(packet.GetData()), static_cast<size_t>(packet.GetSize()));
 }
 
-std::vector<avTime> SortedTimes(const RawFile::Track& track)
+std::vector<avTime> SortedTimes(const std::vector<SP<IDataPacket>>& packets)
 {
     std::vector<avTime> times;
-    for (const auto& packet : track.packets)
+    for (const auto& packet : packets)
         times.push_back(packet->GetPTS());
     std::sort(times.begin(), times.end());
     return times;
@@ -77,19 +78,15 @@ struct CopyCase
     bool samePayload = true; // false where the container's framing differs from the source's
 };
 
-class MuxerCopyTest : public testing::TestWithParam<CopyCase>
-{
-};
+using MuxerCopyTest = testing::TestWithParam<CopyCase>;
 
 TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
 {
     const CopyCase& c = GetParam();
-    const std::string clip = FindClip(c.clip);
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
+    TESSOR_SKIP_WITHOUT(c.clip);
     const ScratchFolder folder;
     const std::string target = folder / (std::string("copy.") + c.extension);
-    const RawFile source = ReadRawFile(clip);
+    const RawFile source = ReadRawFile(ClipPath(c.clip));
     const std::vector<int> carried = CopyInto(source, target);
     EXPECT_EQ(folder.List(), std::vector<std::string>{std::string("copy.") + c.extension});
 
@@ -104,7 +101,7 @@ TEST_P(MuxerCopyTest, KeepsPacketsAndTimes)
         codecs += (codecs.empty() ? "" : " ") + after.info.codecName;
         SCOPED_TRACE(before.info.codecName);
         ASSERT_EQ(before.packets.size(), after.packets.size());
-        const std::vector<avTime> was = SortedTimes(before), is = SortedTimes(after);
+        const std::vector<avTime> was = SortedTimes(before.packets), is = SortedTimes(after.packets);
         if (!shift)
             shift = SubTime(is[0], was[0]);
         avTime lastDts = NoTime;
@@ -130,88 +127,80 @@ INSTANTIATE_TEST_SUITE_P(
     Clips, MuxerCopyTest,
     testing::Values(
         CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mp4", "h264 aac", 1},
-        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mov", "h264 aac", 1},
         CopyCase{"h264-high-closedgop-bframes-aac.mp4", "mkv", "h264 aac", 1001},
-        CopyCase{"h264-high-closedgop-bframes-aac.mp4", "ts", "h264 aac", 50, false},
         CopyCase{"h264-high-annexb-aac.ts", "mp4", "h264 aac", 12, false},
-        CopyCase{"h264-high-annexb-aac.ts", "mkv", "h264 aac", 1001, false},
         CopyCase{"h264-high-annexb-aac.ts", "ts", "h264 aac", 50}, CopyCase{"h264-vfr-screen.mp4", "mp4", "h264", 1},
-        CopyCase{"h264-vfr-screen.mp4", "mkv", "h264", 1001},
         CopyCase{"h264-editlist-start1s-aac.mp4", "mp4", "h264 aac", 1},
         CopyCase{"h264-rotated90-iphone-aac.mov", "mov", "h264 aac", 1},
         CopyCase{"h264-opengop-bpyramid-synth.mp4", "ts", "h264 aac", 50, false},
         CopyCase{"h264-subs-ass-ac3.mkv", "mkv", "h264 ac3 ass", 1001},
         CopyCase{"h264-subs-ass-ac3.mkv", "mp4", "h264 ac3", 1001},
         CopyCase{"h264-subs-pgs-ac3.mkv", "mkv", "h264 ac3 hdmv_pgs_subtitle", 1001},
-        CopyCase{"hevc-hev1-cra-aac.mp4", "mp4", "hevc aac", 1},
         CopyCase{"hevc-hvc1-main10-hdr10-aac.mp4", "mkv", "hevc aac", 1001},
         CopyCase{"hevc-annexb-aac.ts", "ts", "hevc aac", 50, false}, CopyCase{"h263-amr.3gp", "3gp", "h263 amr_nb", 1},
         CopyCase{"mpeg4sp-85s-aac.mov", "mp4", "mpeg4 aac", 1}, CopyCase{"mpeg4sp-mp3.avi", "avi", "mpeg4 mp3", 42000},
         CopyCase{"mpeg1-es-nasa.mpg", "mpg", "mpeg1video", 0},
         CopyCase{"mpeg2-576i-ac3-synth.vob", "vob", "mpeg2video ac3", 0},
-        CopyCase{"mpeg2-576i-ac3-synth.vob", "ts", "mpeg2video ac3", 0},
         CopyCase{"mpeg2-mp2.m2ts", "m2ts", "mpeg2video mp2", 50},
-        CopyCase{"mpeg2-mp2.m2ts", "mkv", "mpeg2video mp2", 1001},
         CopyCase{"theora-vorbis.ogv", "ogv", "theora vorbis", 25},
         CopyCase{"theora-vorbis.ogv", "mkv", "theora vorbis", 1001}, CopyCase{"vp8-alpha.webm", "webm", "vp8", 1001},
-        CopyCase{"vp9-opus.webm", "webm", "vp9 opus", 1001}, CopyCase{"vp9-opus.webm", "mp4", "vp9 opus", 1001},
+        CopyCase{"vp9-opus.webm", "mp4", "vp9 opus", 1001},
         CopyCase{"wmv2-wmav2-letterbox.wmv", "wmv", "wmv2 wmav2", 1001}, CopyCase{"aac-lc-48k.aac", "aac", "aac", 0},
-        CopyCase{"aac-lc-48k.aac", "m4a", "aac", 50, false}, CopyCase{"mp3-vbr-xing.mp3", "mp3", "mp3", 0},
-        CopyCase{"pcm-s24le.wav", "wav", "pcm_s24le", 1}),
+        CopyCase{"mp3-vbr-xing.mp3", "mp3", "mp3", 0}, CopyCase{"pcm-s24le.wav", "wav", "pcm_s24le", 1}),
     [](const auto& info)
-    {
-        std::string name = std::string(info.param.clip) + "_to_" + info.param.extension;
-        std::replace_if(
-            name.begin(), name.end(), [](unsigned char ch) { return !std::isalnum(ch); }, '_');
-        return name;
-    });
+    { return Tessor::Test::ToTestName(std::string(info.param.clip) + "_to_" + info.param.extension); });
 
-// A container that counts its packets: the pictures in front of the first one that is left must be counted too.
-TEST(MuxerTest, FillsTheGapBeforeTheFirstPicture)
+/// One track of a clip, with times that are not the clip's.
+struct RetimedCase
 {
-    const std::string clip = FindClip("mpeg4sp-mp3.avi");
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
-    const ScratchFolder folder;
-    const RawFile::Track video = ReadRawFile(clip).tracks.at(0);
-    const size_t dropped = 10;
-    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "gap.avi");
-    muxer->AddTrack(video.info, nullptr, false);
-    muxer->Open();
-    for (size_t i = dropped; i < video.packets.size(); ++i)
-        muxer->Write(0, video.packets[i]);
-    muxer->Finish();
+    const char* why;
+    const char* clip;
+    size_t track;
+    const char* extension;
+    size_t dropped;   // packets in front
+    avTime length;    // of a packet, which gets new times without gaps; 0 keeps those of the clip
+    avTime gap, tick; // in the middle; the tolerance
+};
 
-    const RawFile::Track copy = ReadRawFile(folder / "gap.avi").tracks.at(0);
-    ASSERT_EQ(copy.packets.size(), video.packets.size() - dropped);
-    for (size_t i = 0; i < copy.packets.size(); ++i)
-        EXPECT_NEAR(copy.packets[i]->GetPTS(), video.packets[i + dropped]->GetPTS(), 1) << "packet " << i;
-}
-
-// Small pictures: every one has times of its own all the same.
-TEST(MuxerTest, EveryPictureOfAProgramStreamIsTimed)
+// What follows a gap must not be taken to abut, and nothing be moved to where counting or guessing would put it.
+TEST(MuxerTest, EveryPacketKeepsItsTime)
 {
-    const std::string clip = FindClip("mpeg1-es-nasa.mpg");
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
-    const ScratchFolder folder;
-    RawFile::Track video = ReadRawFile(clip).tracks.at(0);
-    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "small.mpg");
-    muxer->AddTrack(video.info, nullptr, false);
-    muxer->Open();
-    for (size_t i = 0; i < video.packets.size(); ++i)
+    const RetimedCase rows[] = {
+        {"frames in front are counted too", "mpeg4sp-mp3.avi", 0, "avi", 10, 0, 0, 1},
+        {"pictures so small that a pack holds several", "mpeg1-es-nasa.mpg", 0, "mpg", 0, 33367, 0, 12},
+        {"sound behind a gap", "mpeg2-mp2.m2ts", 1, "ts", 0, 0, 15000, 50},
+        {"sound in pages behind a gap", "theora-vorbis.ogv", 1, "ogg", 0, 0, 15000, 25},
+        {"pictures in pages behind a gap", "theora-vorbis.ogv", 0, "ogv", 0, 0, 100100, 25},
+    };
+    for (const RetimedCase& row : rows)
     {
-        video.packets[i]->SetPTS(static_cast<avTime>(i + 1) * 33367);
-        video.packets[i]->SetDTS(static_cast<avTime>(i) * 33367);
-        muxer->Write(0, video.packets[i]);
+        SCOPED_TRACE(row.why);
+        TESSOR_SKIP_WITHOUT(row.clip);
+        const ScratchFolder folder;
+        const std::string target = folder / (std::string("x.") + row.extension);
+        RawFile::Track track = ReadRawFile(ClipPath(row.clip)).tracks.at(row.track);
+        track.packets.erase(track.packets.begin(), track.packets.begin() + static_cast<int>(row.dropped));
+        const std::unique_ptr<Muxer> muxer = Muxer::Create(target);
+        muxer->AddTrack(track.info, nullptr, false);
+        muxer->Open();
+        avTime next = 0;
+        for (size_t i = 0; i < track.packets.size(); ++i)
+        {
+            IDataPacket& packet = *track.packets[i];
+            const avTime gap = i > track.packets.size() / 2 ? row.gap : 0;
+            packet.SetPTS((row.length ? next += row.length : packet.GetPTS()) + gap);
+            if (row.length || gap)
+                packet.SetDTS(packet.GetPTS());
+            muxer->Write(0, track.packets[i]);
+        }
+        muxer->Finish();
+
+        const RawFile::Track copy = ReadRawFile(target).tracks.at(0);
+        ASSERT_EQ(copy.packets.size(), track.packets.size());
+        const avTime shift = row.dropped ? 0 : copy.packets[0]->GetPTS() - track.packets[0]->GetPTS();
+        for (size_t i = 0; i < copy.packets.size(); ++i)
+            EXPECT_NEAR(copy.packets[i]->GetPTS() - track.packets[i]->GetPTS(), shift, row.tick) << "packet " << i;
     }
-    muxer->Finish();
-
-    const RawFile::Track copy = ReadRawFile(folder / "small.mpg").tracks.at(0);
-    ASSERT_EQ(copy.packets.size(), video.packets.size());
-    const avTime shift = copy.packets[0]->GetPTS() - video.packets[0]->GetPTS();
-    for (size_t i = 0; i < copy.packets.size(); ++i)
-        EXPECT_NEAR(copy.packets[i]->GetPTS() - video.packets[i]->GetPTS(), shift, 12) << "packet " << i;
 }
 
 // libavformat would write these, but nobody could play them.
@@ -223,100 +212,43 @@ TEST(MuxerTest, RefusesWhatReadersCannotPlay)
         size_t track;
         const char* extension;
         bool carried;
-    } cases[] = {
+    } rows[] = {
         {"h264-high-closedgop-bframes-aac.mp4", 0, "wmv", false},
         {"h264-high-closedgop-bframes-aac.mp4", 0, "avi", true},
         {"h264-high-closedgop-bframes-aac.mp4", 1, "avi", false},
         {"h264-high-closedgop-bframes-aac.mp4", 1, "vob", false},
-        {"hevc-hev1-cra-aac.mp4", 0, "vob", false},
         {"theora-vorbis.ogv", 1, "avi", false},
-        {"wmv2-wmav2-letterbox.wmv", 0, "avi", true},
         {"pcm-s24le.wav", 0, "ts", false},
         {"pcm-s24le.wav", 0, "avi", true},
     };
-    for (const auto& c : cases)
+    for (const auto& row : rows)
     {
-        const std::string clip = FindClip(c.clip);
-        if (clip.empty())
-            GTEST_SKIP() << "no clip";
-        const ScratchFolder folder;
-        const RawFile source = ReadRawFile(clip);
-        const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / (std::string("x.") + c.extension));
-        EXPECT_EQ(muxer->CanCarry(source.tracks.at(c.track).info), c.carried) << c.clip << " " << c.extension;
+        TESSOR_SKIP_WITHOUT(row.clip);
+        const RawFile source = ReadRawFile(ClipPath(row.clip));
+        const std::unique_ptr<Muxer> muxer = Muxer::Create(std::string("x.") + row.extension);
+        EXPECT_EQ(muxer->CanCarry(source.tracks.at(row.track).info), row.carried) << row.clip << " " << row.extension;
     }
 }
-
-struct GapCase
-{
-    const char* clip;
-    size_t track;
-    const char* extension;
-    avTime gap, tick;
-};
-
-class MuxerGapTest : public testing::TestWithParam<GapCase>
-{
-};
-
-// What follows a gap must not be taken to abut.
-TEST_P(MuxerGapTest, WhatFollowsKeepsItsTime)
-{
-    const GapCase& c = GetParam();
-    const std::string clip = FindClip(c.clip);
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
-    const ScratchFolder folder;
-    const std::string target = folder / (std::string("gap.") + c.extension);
-    RawFile::Track track = ReadRawFile(clip).tracks.at(c.track);
-    const std::unique_ptr<Muxer> muxer = Muxer::Create(target);
-    muxer->AddTrack(track.info, nullptr, false);
-    muxer->Open();
-    for (size_t i = 0; i < track.packets.size(); ++i)
-    {
-        if (i > track.packets.size() / 2)
-        {
-            track.packets[i]->SetPTS(track.packets[i]->GetPTS() + c.gap);
-            track.packets[i]->SetDTS(track.packets[i]->GetPTS());
-        }
-        muxer->Write(0, track.packets[i]);
-    }
-    muxer->Finish();
-
-    const RawFile::Track copy = ReadRawFile(target).tracks.at(0);
-    ASSERT_EQ(copy.packets.size(), track.packets.size());
-    const avTime shift = copy.packets[0]->GetPTS() - track.packets[0]->GetPTS();
-    for (size_t i = 0; i < copy.packets.size(); ++i)
-        EXPECT_NEAR(copy.packets[i]->GetPTS() - track.packets[i]->GetPTS(), shift, c.tick) << "packet " << i;
-}
-
-INSTANTIATE_TEST_SUITE_P(Clips, MuxerGapTest,
-                         testing::Values(GapCase{"mpeg2-mp2.m2ts", 1, "ts", 15000, 50},
-                                         GapCase{"theora-vorbis.ogv", 1, "ogg", 15000, 25},
-                                         GapCase{"theora-vorbis.ogv", 0, "ogv", 100100, 25}));
 
 // A reader puts the length of a block into the track's parameters; sound must survive a second copy of the file.
 TEST(MuxerTest, ACopyOfACopyKeepsTheTimesOfSoundInAvi)
 {
-    const std::string clip = FindClip("h264-letterbox-sintel-mp3.mp4");
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
+    TESSOR_SKIP_WITHOUT("h264-letterbox-sintel-mp3.mp4");
     const ScratchFolder folder;
-    CopyInto(ReadRawFile(clip), folder / "first.avi");
+    CopyInto(ReadRawFile(ClipPath("h264-letterbox-sintel-mp3.mp4")), folder / "first.avi");
     const RawFile first = ReadRawFile(folder / "first.avi");
     CopyInto(first, folder / "second.avi");
     const RawFile second = ReadRawFile(folder / "second.avi");
     ASSERT_EQ(second.tracks.size(), 2u);
     EXPECT_GT(first.tracks[1].packets.size(), 50u);
-    EXPECT_EQ(SortedTimes(second.tracks[1]), SortedTimes(first.tracks[1]));
+    EXPECT_EQ(SortedTimes(second.tracks[1].packets), SortedTimes(first.tracks[1].packets));
 }
 
 TEST(MuxerTest, ReadersKnowAnySoundOfAShortPieceNamedAsBluRay)
 {
-    const std::string clip = FindClip("mpeg2-mp2.m2ts");
-    if (clip.empty())
-        GTEST_SKIP() << "no clip";
+    TESSOR_SKIP_WITHOUT("mpeg2-mp2.m2ts");
     const ScratchFolder folder;
-    RawFile source = ReadRawFile(clip);
+    RawFile source = ReadRawFile(ClipPath("mpeg2-mp2.m2ts"));
     source.order.resize(8);
     CopyInto(source, folder / "short.m2ts");
     const RawFile copy = ReadRawFile(folder / "short.m2ts");

@@ -9,7 +9,7 @@
 namespace Tessor::Host::Tests
 {
 
-/// A file as libavformat reads it, independently of our own demuxer.
+/// A file with its tracks as our demuxer describes them, and the packets that plain libavformat reads.
 struct RawFile
 {
     struct Track
@@ -19,29 +19,9 @@ struct RawFile
     };
     std::vector<Track> tracks;
     std::vector<std::pair<int, SP<Proc::IDataPacket>>> order; // all packets as they lie in the file
-    avTime duration = 0;
-    size_t chapters = 0;
-    Tags tags;
 };
 
 /// Throws Core::IOException when the file can't be read.
 RawFile ReadRawFile(const std::string& path);
-
-/// The path of a real clip, or an empty string when there is none on this machine.
-std::string FindClip(const std::string& name);
-
-/// A folder of its own for a test, removed with all that is in it.
-class ScratchFolder
-{
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    std::string operator/(const std::string& name) const { return path + "/" + name; }
-    const std::string& Path() const { return path; }
-    std::vector<std::string> List() const;
-
-private:
-    std::string path;
-};
 
 } // namespace Tessor::Host::Tests

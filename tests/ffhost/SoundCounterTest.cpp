@@ -23,9 +23,7 @@ struct CountCase
     bool startsAnywhere = false;
 };
 
-class SoundCounterTest : public testing::TestWithParam<CountCase>
-{
-};
+using SoundCounterTest = testing::TestWithParam<CountCase>;
 
 // Pieces of no whole number of packets, one after the other, and a late start: the error must not add up.
 TEST_P(SoundCounterTest, StaysInPlaceOverManySeams)

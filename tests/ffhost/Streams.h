@@ -59,4 +59,14 @@ public:
 
 using PictureList = ListStream<Proc::IStreamVideo>;
 
+/// The rest of what has a method Read().
+template <class Source>
+auto ReadItems(Source& source)
+{
+    std::vector<decltype(source.Read())> items;
+    while (const auto item = source.Read())
+        items.push_back(item);
+    return items;
+}
+
 } // namespace Tessor::Host::Tests

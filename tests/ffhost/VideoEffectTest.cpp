@@ -1,12 +1,11 @@
-#include "Fnd/Exception.h"
 #include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
-#include "Proc/Settings/SettingsEffectStabilizer.h"
 #include "Proc/Settings/SettingsFade.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "ffhost/registry/Host.h"
 #include "media/DataVideoFF.h"
+#include "tests/ffhost/Items.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +15,6 @@ extern "C"
 #include <libavutil/imgutils.h>
 #include <libswscale/swscale.h>
 }
-
-#include <cmath>
 
 namespace Tessor::Host::Tests
 {
@@ -34,42 +31,6 @@ SP<IOneInputEffectVideo> MakeEffect(const S& settings)
     const SP<IOneInputEffectVideo> effect = MakeHost().effects->CreateEffectVideo(S::CLASS_ID, "", nullptr);
     effect->Initialise(settings);
     return effect;
-}
-
-AVFrame& GetRecord(const SP<IDataVideo>& frame)
-{
-    return *dynamic_cast<DataVideoFF&>(*frame).GetAVFrame();
-}
-
-/// A picture of smooth waves that move with `number`, in all bytes of all planes.
-SP<IDataVideo> MakePicture(PixFmt format, int width, int height, int number = 0)
-{
-    const SP<DataVideoFF> frame = DataVideoFF::Create(format, Conf::FrameInfo(width, height), nullptr);
-    for (int i = 0; i < GetPlanesCount(*frame); ++i)
-    {
-        const auto plane = frame->GetPlane(i);
-        for (size_t y = 0; y < plane.GetHeight(); ++y)
-            for (size_t x = 0; x < plane.GetRowBytes(); ++x)
-                *plane.GetOffsetPtr(x, y) =
-                    static_cast<uint8_t>(128 + 60 * std::sin(0.11 * static_cast<double>(x) + 0.3 * number) *
-                                                   std::cos(0.07 * static_cast<double>(y) + i));
-    }
-    frame->SetPTS(1000000 + number * 40000LL);
-    frame->SetDuration(40000);
-    return frame;
-}
-
-double FindPsnr(const IDataVideo& a, const IDataVideo& b)
-{
-    double sum = 0, count = 0;
-    for (int i = 0; i < GetPlanesCount(a); ++i)
-    {
-        const auto first = a.GetPlane(i), second = b.GetPlane(i);
-        for (size_t y = 0; y < first.GetHeight(); ++y)
-            for (size_t x = 0; x < first.GetRowBytes(); ++x, ++count)
-                sum += std::pow(*first.GetOffsetPtr(x, y) - *second.GetOffsetPtr(x, y), 2);
-    }
-    return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * count / sum);
 }
 
 /// libswscale on one thread.
@@ -92,24 +53,31 @@ SP<IDataVideo> ScaleDirectly(const SP<IDataVideo>& frame, PixFmt format, int wid
 TEST(ConverterTest, PixelsAreThoseOfTheLibrary)
 {
     constexpr int flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
-    for (const auto matrix : {AVCOL_SPC_UNSPECIFIED, AVCOL_SPC_BT709, AVCOL_SPC_BT2020_NCL})
-        for (const auto range : {AVCOL_RANGE_MPEG, AVCOL_RANGE_JPEG})
-            for (const auto& [from, to] : std::vector<std::pair<PixFmt, PixFmt>>{
-                     {PixFmt::YUV420P, PixFmt::RGBA}, {PixFmt::RGB24, PixFmt::YUV444P}, {PixFmt::NV12, PixFmt::BGRA}})
-            {
-                SP<IDataVideo> frame = MakePicture(from, 101, 77);
-                GetRecord(frame).colorspace = matrix;
-                GetRecord(frame).color_range = range;
-                const SP<IDataVideo> source = frame;
-                MakeEffect(SettingsColorspaceConverter({to}))->Process(frame);
-                const SP<IDataVideo> expected =
-                    ScaleDirectly(source, to, 101, 77, flags,
-                                  matrix == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : static_cast<int>(matrix));
-                EXPECT_EQ(frame->GetPixFmt(), to);
-                EXPECT_EQ(FindPsnr(*frame, *expected), 99) << matrix << range << static_cast<int>(from);
-                EXPECT_EQ(GetRecord(frame).colorspace, matrix) << "for the way back";
-                EXPECT_EQ(frame->GetPTS(), source->GetPTS());
-            }
+    const struct
+    {
+        AVColorSpace matrix;
+        AVColorRange range;
+        PixFmt from, to;
+    } rows[] = {
+        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_MPEG, PixFmt::YUV420P, PixFmt::RGBA},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, PixFmt::NV12, PixFmt::BGRA},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, PixFmt::YUV420P, PixFmt::RGBA},
+        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG, PixFmt::RGB24, PixFmt::YUV444P},
+        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG, PixFmt::YUV420P, PixFmt::RGBA},
+    };
+    for (const auto& row : rows)
+    {
+        SP<IDataVideo> frame = MakePicture(row.from, 101, 77);
+        GetRecord(frame).colorspace = row.matrix;
+        GetRecord(frame).color_range = row.range;
+        const int matrix = row.matrix == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : static_cast<int>(row.matrix);
+        const SP<IDataVideo> expected = ScaleDirectly(frame, row.to, 101, 77, flags, matrix);
+        MakeEffect(SettingsColorspaceConverter({row.to}))->Process(frame);
+        EXPECT_EQ(frame->GetPixFmt(), row.to);
+        EXPECT_EQ(FindPsnr(*frame, *expected), 99) << row.matrix << row.range;
+        EXPECT_EQ(GetRecord(frame).colorspace, row.matrix) << "for the way back";
+        EXPECT_EQ(frame->GetPTS(), 1000000);
+    }
 }
 
 TEST(ConverterTest, TheFormatThatLosesLeast)
@@ -123,26 +91,21 @@ TEST(ConverterTest, TheFormatThatLosesLeast)
         PixFmt chosen;
     } rows[] = {
         {PixFmt::YUV420P, {}, PixFmt::YUV420P},
-        {PixFmt::RGBA, {PixFmt::YUV420P, PixFmt::RGBA}, PixFmt::RGBA},
         {PixFmt::YUVA420P, {PixFmt::YUV420P, PixFmt::YUV444P, PixFmt::RGBA}, PixFmt::RGBA},
-        {PixFmt::RGBA, {PixFmt::RGB24, PixFmt::YUVA420P}, PixFmt::YUVA420P},
         {deeper, {PixFmt::YUV444P, deep, deeper}, deeper},
         {PixFmt::YUV422P, {PixFmt::YUV420P, PixFmt::YUV444P}, PixFmt::YUV444P},
-        {PixFmt::PAL8, {PixFmt::RGB24, PixFmt::YUV420P}, PixFmt::RGB24},
     };
     for (const auto& row : rows)
     {
-        SP<IDataVideo> frame = DataVideoFF::Create(row.source, Conf::FrameInfo(33, 17), nullptr);
-        const SP<IOneInputEffectVideo> converter = MakeEffect(SettingsColorspaceConverter(row.accepted));
-        converter->Process(frame);
+        SP<IDataVideo> frame = MakePicture(row.source, 33, 17);
+        MakeEffect(SettingsColorspaceConverter(row.accepted))->Process(frame);
         EXPECT_EQ(frame->GetPixFmt(), row.chosen) << static_cast<int>(row.source);
     }
 }
 
 TEST(ResizerTest, PixelsAreThoseOfTheLibrary)
 {
-    for (const PixFmt format :
-         {PixFmt::YUV420P, PixFmt::RGB24, PixFmt::NV12, PixFmtDescription::FindByName("yuv422p10le")})
+    for (const PixFmt format : {PixFmt::YUV420P, PixFmt::NV12, PixFmtDescription::FindByName("yuv422p10le")})
         for (const auto& [width, height] : std::vector<std::pair<int, int>>{{320, 200}, {77, 41}, {1, 1}})
         {
             SettingsResizer settings;
@@ -171,8 +134,7 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
         {Modes::Fit, 1, 160, 160, 160, 160, 0, 40},  {Modes::Fit, 2, 160, 160, 160, 160, 0, 100},
         {Modes::Fit, 1, 320, 120, 320, 120, 160, 0}, {Modes::Fill, 1, 160, 160, 160, 160, 0, 0},
         {Modes::Exact, 2, 160, 160, 160, 160, 0, 0}, {Modes::Fit, 1, 0, 240, 320, 240, 0, 0},
-        {Modes::Fit, 2, 320, 0, 320, 120, 0, 0},     {Modes::Fit, 1, 0, 0, 160, 120, 0, 0},
-        {Modes::Fit, 1, 161, 161, 161, 161, 0, 41},
+        {Modes::Fit, 2, 320, 0, 320, 120, 0, 0},     {Modes::Fit, 1, 161, 161, 161, 161, 0, 41},
     };
     for (const auto& row : rows)
     {
@@ -194,9 +156,7 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
         EXPECT_EQ(columns, row.blackColumns) << row.width << "x" << row.height;
         EXPECT_EQ(lines, row.blackRows) << row.width << "x" << row.height;
 
-        SP<Conf::IFormatCodecVideo> format = Conf::IFormatCodecVideo::Create();
-        format->InitByPixelAspect(160, 120, static_cast<unsigned>(row.aspect), 1);
-        format->SetPixelFormat(PixFmt::YUV420P);
+        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 160, 120, row.aspect);
         resizer->UpdateFormat(format);
         EXPECT_EQ(format->GetFrameInfo().width, row.outWidth);
         EXPECT_EQ(format->GetFrameInfo().height, row.outHeight);
@@ -205,7 +165,7 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
 
 TEST(ResizerTest, ALogoHasNoFringe)
 {
-    for (const char* name : {"rgba", "argb", "ya8", "gbrap", "yuva420p", "yuva444p", "rgba64le"})
+    for (const char* name : {"rgba", "ya8", "gbrap", "yuva420p", "rgba64le"})
         for (const int value : {255, 128})
         {
             // Transparent black around an opaque square.
@@ -238,10 +198,10 @@ TEST(ResizerTest, ALogoHasNoFringe)
 }
 
 /// Two fields of a picture that moves by half a step between them.
-SP<IDataVideo> MakeInterlaced(int number, PixFmt format = PixFmt::YUV420P)
+SP<IDataVideo> MakeInterlaced(int number)
 {
-    const SP<IDataVideo> top = MakePicture(format, 96, 64, 2 * number),
-                         bottom = MakePicture(format, 96, 64, 2 * number + 1);
+    const SP<IDataVideo> top = MakePicture(PixFmt::YUV420P, 96, 64, 2 * number),
+                         bottom = MakePicture(PixFmt::YUV420P, 96, 64, 2 * number + 1);
     for (int i = 0; i < GetPlanesCount(*top); ++i)
         for (size_t y = 1; y < top->GetPlane(i).GetHeight(); y += 2)
             std::copy_n(bottom->GetPlane(i).GetOffsetPtr(0, y), top->GetPlane(i).GetRowBytes(),
@@ -251,100 +211,28 @@ SP<IDataVideo> MakeInterlaced(int number, PixFmt format = PixFmt::YUV420P)
     return top;
 }
 
-TEST(DeinterlacerTest, AsGoodAsTheFilterThatWaits)
+TEST(DeinterlacerTest, GivesTheFirstFieldAWholePictureAndHoldsNothingBack)
 {
     for (const auto method : {SettingsDeinterlace::Method::Bwdif, SettingsDeinterlace::Method::Yadif})
     {
         SettingsDeinterlace settings;
         settings.method = method;
-        const bool bwdif = method == SettingsDeinterlace::Method::Bwdif;
-        const SP<IOneInputEffectVideo> ours = MakeEffect(settings);
-        const SP<IOneInputEffectVideo> theirs = MakeEffect(SettingsAVFilter(bwdif ? "bwdif=0" : "yadif=0"));
-        std::vector<SP<IDataVideo>> frames, waited;
-        for (int i = 0; i <= 8; ++i)
+        const SP<IOneInputEffectVideo> effect = MakeEffect(settings);
+        for (int i = 0; i < 8; ++i)
         {
-            SP<IDataVideo> frame = i < 8 ? MakeInterlaced(i) : nullptr, copy = i < 8 ? MakeInterlaced(i) : nullptr;
-            theirs->Process(copy);
-            if (copy)
-                waited.push_back(copy);
-            ours->Process(frame);
-            ASSERT_EQ(frame != nullptr, i < 8) << "no frame is held back";
-            if (frame)
-                frames.push_back(frame);
+            const SP<IDataVideo> given = MakeInterlaced(i), field = MakePicture(PixFmt::YUV420P, 96, 64, 2 * i);
+            SP<IDataVideo> frame = given->Clone(0);
+            effect->Process(frame);
+            ASSERT_TRUE(frame);
+            EXPECT_EQ(frame->GetPTS(), given->GetPTS());
+            EXPECT_EQ(frame->GetDuration(), 40000);
+            EXPECT_FALSE(frame->IsInterlaced());
+            EXPECT_GE(FindPsnr(*frame, *field), FindPsnr(*given, *field) + 3) << i;
         }
-        ASSERT_EQ(waited.size(), frames.size());
-        for (int i = 1; i < 7; ++i)
-        {
-            const size_t at = static_cast<size_t>(i);
-            EXPECT_EQ(frames[at]->GetPTS(), MakeInterlaced(i)->GetPTS());
-            EXPECT_EQ(frames[at]->GetDuration(), 40000);
-            EXPECT_FALSE(frames[at]->IsInterlaced());
-            const SP<IDataVideo> field = MakePicture(PixFmt::YUV420P, 96, 64, 2 * i);
-            const double best = FindPsnr(*waited[at], *field);
-            EXPECT_GE(FindPsnr(*frames[at], *field), best - 0.5) << i;
-            EXPECT_GE(best, FindPsnr(*MakeInterlaced(i), *field) + 3) << i;
-        }
+        SP<IDataVideo> progressive = MakePicture(PixFmt::YUV420P, 95, 33);
+        effect->Process(progressive);
+        EXPECT_EQ(FindPsnr(*progressive, *MakePicture(PixFmt::YUV420P, 95, 33)), 99);
     }
-}
-
-TEST(DeinterlacerTest, ProgressiveFramesAndFormatsStay)
-{
-    const SP<IOneInputEffectVideo> effect = MakeEffect(SettingsDeinterlace());
-    for (const PixFmt format : {PixFmt::YUV420P, PixFmt::NV12, PixFmt::RGBA})
-        for (int i = 0; i < 3; ++i)
-        {
-            SP<IDataVideo> frame = MakeInterlaced(i, format);
-            effect->Process(frame);
-            ASSERT_TRUE(frame);
-            EXPECT_EQ(frame->GetPixFmt(), format);
-        }
-    SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 95, 33);
-    effect->Process(frame);
-    EXPECT_EQ(FindPsnr(*frame, *MakePicture(PixFmt::YUV420P, 95, 33)), 99);
-}
-
-TEST(StabilizerTest, OneFrameForEach)
-{
-    const SP<IOneInputEffectVideo> effect = MakeEffect(SettingsEffectStabilizer());
-    for (const auto& [format, size] : std::vector<std::pair<PixFmt, int>>{
-             {PixFmt::YUV420P, 128}, {PixFmt::RGBA, 128}, {PixFmt::YUV420P, 37}, {PixFmt::YUV420P, 2}})
-        for (int i = 0; i < 3; ++i)
-        {
-            SP<IDataVideo> frame = MakePicture(format, size, size, i);
-            effect->Process(frame);
-            ASSERT_TRUE(frame);
-            EXPECT_EQ(frame->GetPixFmt(), format);
-            EXPECT_EQ(frame->GetWidth(), size);
-            EXPECT_EQ(frame->GetPTS(), 1000000 + i * 40000);
-        }
-}
-
-TEST(AVFilterTest, WrongChainsAreNamed)
-{
-    const struct
-    {
-        const char* chain;
-        const char* reason;
-    } rows[] = {
-        {"snow", "No such filter: 'snow'"},
-        {"scale=w=64:colour=red", "Option 'colour' not found"},
-        {"crop=500:500", "Invalid too big or non positive size"},
-        {"split", "chain with one input and one output"},
-        {"volume=2", "chain with one input and one output"},
-        {"color=red", "chain with one input and one output"},
-    };
-    for (const auto& row : rows)
-        try
-        {
-            SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
-            MakeEffect(SettingsAVFilter(row.chain))->Process(frame);
-            ADD_FAILURE() << row.chain;
-        }
-        catch (const EffectException& e)
-        {
-            EXPECT_NE(Describe(e).find(row.reason), std::string::npos) << Describe(e);
-        }
-    EXPECT_THROW(MakeEffect(SettingsAVFilter("snow")), EffectException) << "before there is a frame";
 }
 
 TEST(AVFilterTest, SizesRatesAndHeldFrames)
@@ -377,10 +265,7 @@ TEST(AVFilterTest, SizesRatesAndHeldFrames)
         end = frame->GetPTS() + frame->GetDuration();
     }
     EXPECT_NE(end, NoTime);
-    SP<Conf::IFormatCodecVideo> format = Conf::IFormatCodecVideo::Create();
-    format->InitByPixelAspect(64, 48, 1, 1);
-    format->SetPixelFormat(PixFmt::YUV420P);
-    format->SetFrameRate(25, 1);
+    SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
     effect->UpdateFormat(format);
     rate->UpdateFormat(format);
     EXPECT_EQ(format->GetFrameInfo(), Conf::FrameInfo(48, 64));
@@ -423,9 +308,6 @@ TEST(FadeVideoTest, DistancesFromBlackAreScaled)
             EXPECT_EQ(at(kept, c), row.full[c]) << "somebody else holds it";
         }
     }
-    SP<IDataVideo> palette = DataVideoFF::Create(PixFmt::PAL8, Conf::FrameInfo(4, 4), nullptr);
-    palette->SetPTS(0);
-    EXPECT_THROW(effect->Process(palette), EffectException);
 }
 
 } // namespace

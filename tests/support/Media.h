@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <string>
 
@@ -12,6 +14,14 @@ inline std::string ClipPath(const std::string& name)
 {
     const std::filesystem::path beside = TESSOR_SOURCE_DIR "/../shared/media/" + name;
     return std::filesystem::exists(beside) ? beside.string() : TESSOR_SOURCE_DIR "/../../shared/media/" + name;
+}
+
+/// A name as part of a test's name, which may hold letters, digits and underscores only.
+inline std::string ToTestName(std::string name)
+{
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+    return name;
 }
 
 } // namespace Tessor::Test
