@@ -287,6 +287,9 @@ TEST(AudioAlg, FindsWhereBlocksOverlap)
     const SP<DataAudioFF> shortBlock = Block<int>(SampleFormats::S32, Ramp(1, 2));
     shortBlock->SetDuration(100000);
     EXPECT_EQ(FindIntersection(shortBlock, Block<int>(SampleFormats::S32, Ramp(1, 4800))), 0) << "pattern too long";
+    const SP<DataAudioFF> narrow = Block<uint8_t>(SampleFormats::U8, std::vector<uint8_t>(8));
+    EXPECT_EQ(FindIntersection(Block<int>(SampleFormats::S32, std::vector<int>(8)), narrow), 0)
+        << "8 bytes are shorter than a pattern of 4 samples";
 }
 
 TEST(AudioAlg, ReversesSamplesAndKeepsChannelsInOrder)
