@@ -5,7 +5,7 @@ namespace Tessor::Proc
 
 double TimeToProgress::Linear(const avTime& current, const avTime& begin, const avTime& end)
 {
-    return static_cast<double>(current - begin) / static_cast<double>(end - begin);
+    return static_cast<double>(SubTime(current, begin)) / static_cast<double>(SubTime(end, begin));
 }
 
 } // namespace Tessor::Proc

@@ -19,7 +19,7 @@ struct TESSOR_API TimeToProgress
 
     /// (current - begin) / (end - begin). An empty range gives infinity or NaN, as the division of doubles does.
     static double Linear(const avTime& current, const avTime& begin, const avTime& end);
-    avTime GetDuration() const { return end - begin; }
+    avTime GetDuration() const { return SubTime(end, begin); }
     double GetProgress(avTime current) const { return curve(current, begin, end); }
 };
 

@@ -256,6 +256,9 @@ TEST(AudioAlg, FindsWhereBlocksOverlap)
         second->SetPTS(SampleCount2Duration(static_cast<unsigned long long>(row.secondStart), 48000));
         EXPECT_EQ(FindIntersection(first, second), row.overlap) << row.what;
     }
+    const SP<DataAudioFF> narrow = Block<uint8_t>(SampleFormats::U8, std::vector<uint8_t>(8));
+    EXPECT_EQ(FindIntersection(Block<int>(SampleFormats::S32, std::vector<int>(8)), narrow), 0)
+        << "8 bytes are shorter than a pattern of 4 samples";
 }
 
 TEST(AudioAlg, ReversesSamplesAndKeepsChannelsInOrder)

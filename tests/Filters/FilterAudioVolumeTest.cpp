@@ -32,7 +32,7 @@ TEST(FilterAudioVolume, ScalesIntoANewBlock)
         bool passes; ///< the parent's own block
     } rows[] = {
         {1.0, 1000, true}, {1.0005, 1000, true}, {0.9995, 1000, true},  {1.002, 1004, false},
-        {0.5, 500, false}, {-1.0, -996, false},  {100.0, 32767, false},
+        {0.5, 500, false}, {-1.0, -996, false},  {100.0, 32767, false}, {NAN, 0, false},
     };
     for (const auto& row : rows)
     {

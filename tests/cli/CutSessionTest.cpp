@@ -1,5 +1,7 @@
 #include "cli/CutSession.h"
 
+#include "cli/UserError.h"
+
 #include "cli/Groups.h"
 #include "tests/support/Media.h"
 
@@ -51,6 +53,17 @@ TEST(CutSessionTest, APieceWithoutPicturesOfItsFirstGroupBeginsAtTheSeam)
     EXPECT_NEAR(Kept(clip, "0.470000-3").start, 485333, 1) << "a picture of the group before is left";
     EXPECT_NEAR(Kept(clip, "0.470000-0.480000").start, 445333 - 5333, 1)
         << "no picture begins in the piece: it has the one that stands, from where a count of frames puts it";
+}
+
+// Its first 27 pictures come before all key pictures.
+TEST(CutSessionTest, PicturesThatNobodyCanDecodeAreNotCutThrough)
+{
+    const char* const clip = "h264-missing-idr.264";
+    TESSOR_SKIP_WITHOUT(clip);
+    EXPECT_EQ(Kept(clip, "0.5-2").start, 1080000);
+    EXPECT_EQ(Kept(clip, "0-0.5,2-3").start, 2000000);
+    EXPECT_EQ(Kept(clip, "0-2").start, 0) << "copied as they are";
+    EXPECT_THROW(Kept(clip, "0.5-1"), UserError);
 }
 
 // The video of this clip begins at 44 ms, a third of a frame behind where a count of frames from the file's start would

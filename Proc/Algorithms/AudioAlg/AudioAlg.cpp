@@ -200,10 +200,11 @@ long long FindIntersection(const SP<IDataAudio>& first, const SP<IDataAudio>& se
     const long long count = Duration2SampleCount(overlap, first->GetSampleRate());
     const long long half = count > 0 ? count / 2 : 5;
     const long long stride = static_cast<long long>(Stride(head.sampleInfo));
-    const long long headBytes = head.sampleCount * stride, tailBytes = tail.sampleCount * stride;
-    if (stride == 0 || half > head.sampleCount || half > tail.sampleCount || half == 0)
+    // the second block has a stride of its own when the format has changed between the two
+    const size_t tailBytes = static_cast<size_t>(tail.sampleCount) * Stride(tail.sampleInfo);
+    if (stride == 0 || half > head.sampleCount || half == 0)
         return 0;
-    const void* match = memmem(tail.data, static_cast<size_t>(tailBytes), head.data + headBytes - half * stride,
+    const void* match = memmem(tail.data, tailBytes, head.data + (head.sampleCount - half) * stride,
                                static_cast<size_t>(half * stride));
     return match ? (static_cast<const uint8_t*>(match) - tail.data) / stride + half : 0;
 }

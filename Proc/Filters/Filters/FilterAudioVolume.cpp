@@ -80,7 +80,8 @@ SP<IDataAudio> FilterAudioVolume::ReadInternal()
         return nullptr;
     const Core::TimerSimple timer(statisticsTime);
     const double gain = GetGain(*block);
-    if (std::abs(gain - 1.0) >= PASSING)
+    // a gain that is no number is not near either
+    if (!(std::abs(gain - 1.0) < PASSING))
         block = ApplyVolume(*block, gain);
     ++statisticsCount;
     return block;
