@@ -1,8 +1,7 @@
 #include "cli/CutSession.h"
 
-#include "cli/UserError.h"
-
 #include "cli/Groups.h"
+#include "cli/UserError.h"
 #include "tests/support/Media.h"
 
 #include <gtest/gtest.h>
