@@ -289,7 +289,7 @@ public:
 
     explicit DirectResampler(const SampleInfo& from) : packed(!from.GetFormat().planar)
     {
-        const AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
+        AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
         if (swr_alloc_set_opts2(&context, &stereo, AV_SAMPLE_FMT_FLTP, 48000, &stereo,
                                 static_cast<AVSampleFormat>(from.GetFormat().format), from.GetSampleRate(), 0,
                                 nullptr) < 0 ||
