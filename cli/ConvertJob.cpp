@@ -156,7 +156,7 @@ SP<IStreamVideo> ConvertJob::Decode(const Host::TrackInfo& track, const std::sha
         counts->hidden += !shown;
         return shown;
     };
-    return Host::CodecFactory::Create(wanted)->CreateDecoder(packets, "");
+    return Host::CodecFactory::Create({.wanted = wanted, .distinct = false})->CreateDecoder(packets, "");
 }
 
 SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const

@@ -84,7 +84,7 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
     JoinTracks();
     ranges = Merged(SnapToPictures(FromFirstEntry(ReadRequest(request))));
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
-    codecs = Host::CodecFactory::Create([cut = cut](avTime time) { return !cut->IsPointDeleted(time); });
+    codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
     JoinToController();
     AlignToGroups();

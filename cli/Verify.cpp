@@ -36,7 +36,9 @@ SP<Proc::IStreamVideo> OpenDecoder(const std::string& path, SP<Host::Demuxer>& d
 {
     demuxer = Host::Demuxer::Open(path);
     const int video = FindVideo(demuxer->GetInfo());
-    return video < 0 ? nullptr : Host::CodecFactory::Create()->CreateDecoder(demuxer->GetStream(video), "");
+    return video < 0 ? nullptr
+                     : Host::CodecFactory::Create({.wanted = {}, .distinct = false})
+                           ->CreateDecoder(demuxer->GetStream(video), "");
 }
 
 /// The decoded pictures of a file that lie in the kept ranges, in order.

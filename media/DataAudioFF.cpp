@@ -9,6 +9,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <cstring>
 
 namespace Tessor::Proc
 {
@@ -45,11 +46,23 @@ void DataAudioFF::Unref::operator()(AVBufferRef* buffer) const
 
 SP<DataAudioFF> DataAudioFF::CreateBySampleCount(const Conf::SampleInfo& info, int count)
 {
+    return Create(info, count, true);
+}
+
+SP<DataAudioFF> DataAudioFF::CreateUnset(const Conf::SampleInfo& info, int count)
+{
+    const SP<DataAudioFF> block = Create(info, count, false);
+    block->ZeroPadding();
+    return block;
+}
+
+SP<DataAudioFF> DataAudioFF::Create(const Conf::SampleInfo& info, int count, bool zeroed)
+{
     if (count < 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio block of " + std::to_string(count) + " samples");
     if (info.GetChannelCount() == 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio block without channels");
-    SP<DataAudioFF> block(new DataAudioFF(info, count, Allocate(info, count)));
+    SP<DataAudioFF> block(new DataAudioFF(info, count, Allocate(info, count, zeroed)));
     block->duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());
     return block;
 }
@@ -61,12 +74,22 @@ DataAudioFF::DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer)
 
 DataAudioFF::~DataAudioFF() = default;
 
-DataAudioFF::Buffer DataAudioFF::Allocate(const Conf::SampleInfo& info, int count)
+DataAudioFF::Buffer DataAudioFF::Allocate(const Conf::SampleInfo& info, int count, bool zeroed)
 {
-    Buffer buffer(av_buffer_allocz(GetAudioLinesize(info, count) * GetPlanes(info)));
+    const size_t size = GetAudioLinesize(info, count) * GetPlanes(info);
+    Buffer buffer(zeroed ? av_buffer_allocz(size) : av_buffer_alloc(size));
     if (!buffer)
         Throw<Exception>(TESSOR_HERE, "Can't allocate an audio block of " + std::to_string(count) + " samples");
     return buffer;
+}
+
+/// Behind the samples of each plane.
+void DataAudioFF::ZeroPadding()
+{
+    const size_t linesize = GetAudioLinesize(info, sampleCount);
+    const size_t used = GetStep(info) * static_cast<size_t>(sampleCount);
+    for (size_t plane = 0; plane < GetPlanes(info); ++plane)
+        std::fill_n(buffer->data + plane * linesize + used, linesize - used, uint8_t{0});
 }
 
 void DataAudioFF::TrimStart(avTime amount)
@@ -128,6 +151,21 @@ void DataAudioFF::RemovePart(avTime start, avTime length)
     const int tailStart = GetSampleIndex(AddTime(start, length));
     KeepSamples(GetSampleIndex(start), tailStart);
     duration = SubTime(duration, length);
+}
+
+void DataAudioFF::Shorten(int count)
+{
+    if (count < 0 || count > sampleCount)
+        Throw<std::invalid_argument>(TESSOR_HERE, "No " + std::to_string(count) + " samples in an audio block of " +
+                                                      std::to_string(sampleCount));
+    MakeUnique();
+    const size_t oldLine = GetAudioLinesize(info, sampleCount), newLine = GetAudioLinesize(info, count);
+    for (size_t plane = 1; newLine != oldLine && plane < GetPlanes(info); ++plane)
+        std::memmove(buffer->data + plane * newLine, buffer->data + plane * oldLine, newLine);
+    buffer->size = newLine * GetPlanes(info);
+    sampleCount = count;
+    ZeroPadding();
+    duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());
 }
 
 /// The sample that stands `offset` behind the block's start, or one behind the last. A stated duration may be a little

@@ -18,6 +18,8 @@ public:
     /// without a rate). A format that is none has no bytes. Throws std::invalid_argument for a negative count and
     /// layouts without channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
+    /// The same, but the samples are not set: for who writes all of them.
+    static SP<DataAudioFF> CreateUnset(const Conf::SampleInfo& info, int count);
     ~DataAudioFF() override;
 
     avTime GetDuration() const override { return duration; }
@@ -43,6 +45,9 @@ public:
     /// the PTS stays. Throws Exception when the part does not lie within the block.
     void RemovePart(avTime start, avTime length);
 
+    /// Keeps the first `count` samples, at most all, with the duration of that many, in the memory that there is.
+    void Shorten(int count);
+
 private:
     struct Unref
     {
@@ -51,7 +56,9 @@ private:
     using Buffer = std::unique_ptr<AVBufferRef, Unref>;
 
     DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer);
-    static Buffer Allocate(const Conf::SampleInfo& info, int count);
+    static SP<DataAudioFF> Create(const Conf::SampleInfo& info, int count, bool zeroed);
+    static Buffer Allocate(const Conf::SampleInfo& info, int count, bool zeroed = true);
+    void ZeroPadding();
     int GetSampleIndex(avTime offset) const;
     void KeepSamples(int headCount, int tailStart);
     void MakeUnique();

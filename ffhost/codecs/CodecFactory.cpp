@@ -24,14 +24,14 @@ bool IsOurs(const std::string& implName)
 class CodecFactoryFF final : public CodecFactory, public RefCountImpl
 {
 public:
-    explicit CodecFactoryFF(const PictureFilter& wanted) : wanted(wanted) {}
+    explicit CodecFactoryFF(const DecoderOptions& options) : options(options) {}
 
 private:
     SP<IStreamVideo> CreateDecoder(const SP<IStreamRaw>& source, const std::string& implName) override
     {
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of a decoder");
-        return Decoder::Create(source, wanted);
+        return Decoder::Create(source, options);
     }
 
     std::vector<std::string> ListEncoders(const std::string& codecId, bool forVideo, bool) const override
@@ -67,16 +67,16 @@ private:
         use.time += time;
     }
 
-    const PictureFilter wanted;
+    const DecoderOptions options;
     mutable std::mutex useMutex; // groups of several tracks may be encoded at a time
     EncoderUse use;              // of all encoders that have ended
 };
 
 } // namespace
 
-SP<CodecFactory> CodecFactory::Create(const PictureFilter& wanted)
+SP<CodecFactory> CodecFactory::Create(const DecoderOptions& options)
 {
-    return SP<CodecFactory>(new CodecFactoryFF(wanted));
+    return SP<CodecFactory>(new CodecFactoryFF(options));
 }
 
 } // namespace Tessor::Host

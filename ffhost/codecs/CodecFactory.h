@@ -14,16 +14,23 @@ struct EncoderUse
     long long time = 0;  ///< microseconds of work, their sources' decoding included
 };
 
+/// What decoders deliver.
+struct DecoderOptions
+{
+    /// Tells by its time whether a picture is wanted; null: all are. What decoders leave out is never seen behind them.
+    /// A cut that may fall between two pictures has to leave out those that begin before it: the filters behind would
+    /// keep them with a shorter duration.
+    std::function<bool(avTime)> wanted;
+    /// A picture that is shown again differs from the one before, in the padding of its rows, for consumers that fold
+    /// repeats. That takes a copy of every picture; without it they share libavcodec's memory.
+    bool distinct = true;
+};
+
 /// Decoders and encoders of libavcodec under the name ImplNames::FFMPEG.
 class TESSOR_API CodecFactory : public virtual Proc::ICodecFactory
 {
 public:
-    /// Tells by its time whether a picture is wanted. What decoders leave out is never seen behind them.
-    using PictureFilter = std::function<bool(avTime)>;
-
-    /// Without a filter all pictures are wanted. A cut that may fall between two pictures has to leave out those that
-    /// begin before it: the filters behind would keep them with a shorter duration.
-    static SP<CodecFactory> Create(const PictureFilter& wanted = {});
+    static SP<CodecFactory> Create(const DecoderOptions& options = {});
 
     virtual EncoderUse GetEncoderUse() const = 0;
 };

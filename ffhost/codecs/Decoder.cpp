@@ -63,6 +63,15 @@ struct PlaneLayout
     }
 };
 
+/// The frame's own picture, or a copy.
+FramePtr Share(const AVFrame& source, bool copied)
+{
+    FramePtr shared(av_frame_clone(&source));
+    if (!shared || (copied && av_frame_make_writable(shared.get()) < 0))
+        throw std::bad_alloc();
+    return shared;
+}
+
 /// A frame with a picture of its own, in padded rows, the number in the padding of the first one.
 FramePtr CopyPadded(const AVFrame& source, uint64_t number)
 {
@@ -93,13 +102,13 @@ FramePtr CopyPadded(const AVFrame& source, uint64_t number)
 
 } // namespace
 
-SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const CodecFactory::PictureFilter& wanted)
+SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const DecoderOptions& options)
 {
-    return SP<IStreamVideo>(new Decoder(source, wanted));
+    return SP<IStreamVideo>(new Decoder(source, options));
 }
 
-Decoder::Decoder(const SP<IStreamRaw>& source, const CodecFactory::PictureFilter& wanted)
-    : StreamImpl(source, false), format(CloneVideoFormat(source)), wanted(wanted), codec(format)
+Decoder::Decoder(const SP<IStreamRaw>& source, const DecoderOptions& options)
+    : StreamImpl(source, false), format(CloneVideoFormat(source)), options(options), codec(format)
 {
 }
 
@@ -140,7 +149,7 @@ void Decoder::Reset()
 SP<IDataVideo> Decoder::ReadInternal()
 {
     while (const SP<DataVideoFF> frame = TakeReady())
-        if (!wanted || wanted(frame->GetPTS()))
+        if (!options.wanted || options.wanted(frame->GetPTS()))
             return frame;
     return nullptr;
 }
@@ -207,7 +216,10 @@ void Decoder::Deliver(const AVFrame& decoded)
     if (time != NoTime && leadInTimes.count(time))
         return;
     ++decodedCount;
-    const SP<DataVideoFF> frame = DataVideoFF::Create(CopyPadded(decoded, ++pictureNumber).release());
+    FramePtr picture =
+        options.distinct ? CopyPadded(decoded, ++pictureNumber) : Share(decoded, decoded.data[0] == lastPicture);
+    lastPicture = decoded.data[0];
+    const SP<DataVideoFF> frame = DataVideoFF::Create(picture.release());
     frame->SetPTS(FindPlace(time));
     frame->SetDuration(GetFrameDuration(decoded));
     lastStart = frame->GetPTS();

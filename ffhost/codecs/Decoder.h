@@ -21,10 +21,13 @@ namespace Tessor::Host
 /// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
 ///
-/// A still picture is delivered once for each time it was shown, and so that it stays a frame of the result for
-/// consumers that fold repeats: those compare whole rows, padding included. Every picture therefore lies in a buffer of
-/// its own with at least 16 bytes of padding behind the pixels of a row, all zero but the first row of the first plane,
-/// which carries the picture's running number there.
+/// A still picture is delivered once for each time it was shown, and, where pictures are to be distinct, so that it
+/// stays a frame of the result for consumers that fold repeats: those compare whole rows, padding included. Every
+/// picture then lies in a buffer of its own with at least 16 bytes of padding behind the pixels of a row, all zero but
+/// the first row of the first plane, which carries the picture's running number there.
+///
+/// Otherwise pictures lie where libavcodec decoded them, and it may still predict others from them: who changes one
+/// takes a copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
 /// The format is the source's, extradata included, so that an encoder behind can match what the source was made with.
 ///
@@ -33,12 +36,11 @@ class Decoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVid
 {
 public:
     /// Throws CodecFactoryException for a codec without a decoder and for sources that are no video.
-    static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source,
-                                         const CodecFactory::PictureFilter& wanted = {});
+    static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source, const DecoderOptions& options = {});
     ~Decoder() override;
 
 private:
-    Decoder(const SP<Proc::IStreamRaw>& source, const CodecFactory::PictureFilter& wanted);
+    Decoder(const SP<Proc::IStreamRaw>& source, const DecoderOptions& options);
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
@@ -69,17 +71,18 @@ private:
     avTime GetFrameDuration(const AVFrame& decoded) const;
 
     const SP<Conf::IFormatCodecVideo> format;
-    const CodecFactory::PictureFilter wanted; // null: all pictures
-    PacketDecoder codec;                      // open from the first read to a release
-    std::deque<SP<Proc::DataVideoFF>> ready;  // decoded, not yet delivered
-    std::set<avTime> leadInTimes;             // of pictures that are decoded for the sake of others only
-    bool fresh = true;                        // nothing was sent since the last reset
-    bool drained = false;                     // the source has ended and the decoder has been emptied
-    avTime lastStart = NoTime;                // of the picture decoded last
-    avTime lastEnd = NoTime;                  // where one without a time starts
-    uint64_t pictureNumber = 0;               // of the picture delivered last; goes into its padding
-    unsigned long decodedCount = 0;           // statistics
-    long long decodeTime = 0;                 // statistics, microseconds
+    const DecoderOptions options;
+    PacketDecoder codec;                     // open from the first read to a release
+    std::deque<SP<Proc::DataVideoFF>> ready; // decoded, not yet delivered
+    std::set<avTime> leadInTimes;            // of pictures that are decoded for the sake of others only
+    bool fresh = true;                       // nothing was sent since the last reset
+    bool drained = false;                    // the source has ended and the decoder has been emptied
+    const uint8_t* lastPicture = nullptr;    // where libavcodec had the picture delivered last
+    avTime lastStart = NoTime;               // of the picture decoded last
+    avTime lastEnd = NoTime;                 // where one without a time starts
+    uint64_t pictureNumber = 0;              // of the last distinct picture; goes into its padding
+    unsigned long decodedCount = 0;          // statistics
+    long long decodeTime = 0;                // statistics, microseconds
 };
 
 } // namespace Tessor::Host

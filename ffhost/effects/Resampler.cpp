@@ -12,6 +12,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <climits>
 
 namespace Tessor::Host
 {
@@ -24,14 +25,16 @@ namespace
 
 constexpr int64_t second = 1000000;
 
-/// The block's first samples.
-SP<IDataAudio> TakeFirst(const SP<DataAudioFF>& block, int count)
+/// As many as the input lasts, and on to the end of a plane's line: blocks of that size need not be shortened, which
+/// moves planes.
+int GetUsualCount(const AudioRef& input, const SampleInfo& target)
 {
-    if (count == block->GetSampleCount())
-        return block;
-    const SP<DataAudioFF> first = DataAudioFF::CreateBySampleCount(block->GetSampleInfo(), count);
-    CopySamples(block->GetConstAudioRef(), 0, first->GetAudioRef(), 0, count);
-    return first;
+    const int64_t exact =
+        av_rescale_rnd(input.sampleCount, target.GetSampleRate(), input.sampleInfo.GetSampleRate(), AV_ROUND_UP);
+    const int count = static_cast<int>(std::min<int64_t>(exact, INT_MAX / 2));
+    const size_t one =
+        target.GetFormat().bits / 8 * static_cast<size_t>(target.GetFormat().planar ? 1 : target.GetChannelCount());
+    return static_cast<int>(GetAudioLinesize(target, count) / one);
 }
 
 /// Either may be null.
@@ -151,20 +154,25 @@ void Resampler::Open(const SampleInfo& input, const SampleInfo& output)
 /// Null where the conversion needs more for a sample. An empty view drains.
 SP<IDataAudio> Resampler::Convert(const AudioRef& input)
 {
-    const int room = swr_get_out_samples(context.get(), input.sampleCount);
+    int room = swr_get_out_samples(context.get(), input.sampleCount);
+    // Its bound is high; what finds no place it keeps for the next block.
+    if (input.sampleCount > 0)
+        room = std::min(room, GetUsualCount(input, target));
     if (room <= 0)
         return nullptr;
-    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(target, room);
+    const SP<DataAudioFF> block = DataAudioFF::CreateUnset(target, room);
     std::vector<uint8_t*> planes = GetPlanes(block->GetAudioRef());
-    std::vector<const uint8_t*> from;
+    std::vector<uint8_t*> from;
     if (input.sampleCount > 0)
-        for (const uint8_t* plane : GetPlanes(input))
-            from.push_back(plane);
-    const int count =
-        swr_convert(context.get(), planes.data(), room, from.empty() ? nullptr : from.data(), input.sampleCount);
+        from = GetPlanes(input);
+    const int count = swr_convert(context.get(), planes.data(), room,
+                                  from.empty() ? nullptr : const_cast<const uint8_t**>(from.data()), input.sampleCount);
     if (count < 0)
         Throw<EffectException>(TESSOR_HERE, "Can't resample: " + AvError(count));
-    return count ? TakeFirst(block, count) : nullptr;
+    if (count == 0)
+        return nullptr;
+    block->Shorten(count);
+    return block;
 }
 
 SP<IDataAudio> Resampler::Drain()

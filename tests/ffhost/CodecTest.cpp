@@ -254,6 +254,14 @@ TEST(DecoderTest, StillPicturesDifferAndSeeksStartAfresh)
     }
     EXPECT_EQ(rows.size(), first.size());
 
+    const Frames shared =
+        ReadAll(CodecFactory::Create({.wanted = {}, .distinct = false})
+                    ->CreateDecoder(SP<IStreamRaw>(new PacketList(encoder->GetFormatCodec(), packets)), ""));
+    ASSERT_EQ(shared.size(), still.size());
+    EXPECT_EQ(LowestPsnr(first, shared), 99);
+    for (size_t i = 1; i < shared.size(); ++i)
+        EXPECT_NE(shared[i]->GetPlane(0).GetOffsetPtr(0, 0), shared[i - 1]->GetPlane(0).GetOffsetPtr(0, 0));
+
     decoder->RequestSeek(0, nullptr);
     EXPECT_EQ(source->TakePartner(), SP<IStream>(decoder));
     decoder->DoSeek();

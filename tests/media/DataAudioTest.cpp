@@ -116,6 +116,10 @@ TEST(DataAudio, CutsLikeAListOfSamples)
                 ASSERT_EQ(block->GetSampleCount(), static_cast<int>(samples.size()));
                 ASSERT_EQ(GetBytes(*block), Layout(info, samples));
             }
+            samples.resize(static_cast<size_t>(Uniform(random, 0, block->GetSampleCount())));
+            block->Shorten(static_cast<int>(samples.size()));
+            ASSERT_EQ(block->GetDuration(), SampleCount2Duration(samples.size(), info.GetSampleRate()));
+            ASSERT_EQ(GetBytes(*block), Layout(info, samples));
         }
 }
 
@@ -123,11 +127,9 @@ TEST(DataAudio, ClonesShareUntilOneChanges)
 {
     using Change = void (*)(DataAudioFF&);
     const Change changes[] = {
-        [](DataAudioFF& b) { b.TrimStart(300); },
-        [](DataAudioFF& b) { b.TrimEnd(300); },
-        [](DataAudioFF& b) { b.RemovePart(100, 300); },
-        [](DataAudioFF& b) { b.FillSilence(); },
-        [](DataAudioFF& b) { b.GetAudioRef().data[0] ^= 1; },
+        [](DataAudioFF& b) { b.TrimStart(300); },       [](DataAudioFF& b) { b.TrimEnd(300); },
+        [](DataAudioFF& b) { b.RemovePart(100, 300); }, [](DataAudioFF& b) { b.Shorten(17); },
+        [](DataAudioFF& b) { b.FillSilence(); },        [](DataAudioFF& b) { b.GetAudioRef().data[0] ^= 1; },
     };
     for (const SampleInfo& info : MakeInfos())
         for (const Change& change : changes)
@@ -173,6 +175,7 @@ TEST(DataAudio, RefusesWhatItCannotDo)
         EXPECT_THROW(block->RemovePart(0, amount), Exception) << amount;
         EXPECT_THROW(block->RemovePart(amount, 1), Exception) << amount;
     }
+    EXPECT_THROW(block->Shorten(481), std::invalid_argument);
     EXPECT_EQ(block->GetSampleCount(), 480);
     EXPECT_EQ(block->GetDuration(), 10000);
 }
