@@ -240,7 +240,8 @@ TEST(DecoderTest, StillPicturesDifferAndSeeksStartAfresh)
     for (const SP<IDataVideo>& frame : still)
         frame->Fill(Color(200, 100, 50, 255));
     const SP<IEncoder> encoder = Encode(format, still, format->GetProperties());
-    const SP<PacketList> source(new PacketList(encoder->GetFormatCodec(), ReadItems<IStreamRaw>(*encoder)));
+    const auto packets = ReadItems<IStreamRaw>(*encoder);
+    const SP<PacketList> source(new PacketList(encoder->GetFormatCodec(), packets));
     const SP<IStreamVideo> decoder = CodecFactory::Create()->CreateDecoder(source, "");
     const Frames first = ReadItems(*decoder);
     ASSERT_EQ(first.size(), still.size());
@@ -254,9 +255,8 @@ TEST(DecoderTest, StillPicturesDifferAndSeeksStartAfresh)
     }
     EXPECT_EQ(rows.size(), first.size());
 
-    const Frames shared =
-        ReadAll(CodecFactory::Create({.wanted = {}, .distinct = false})
-                    ->CreateDecoder(SP<IStreamRaw>(new PacketList(encoder->GetFormatCodec(), packets)), ""));
+    const SP<IStreamRaw> again(new PacketList(encoder->GetFormatCodec(), packets));
+    const Frames shared = ReadItems(*CodecFactory::Create({.wanted = {}, .distinct = false})->CreateDecoder(again, ""));
     ASSERT_EQ(shared.size(), still.size());
     EXPECT_EQ(LowestPsnr(first, shared), 99);
     for (size_t i = 1; i < shared.size(); ++i)
