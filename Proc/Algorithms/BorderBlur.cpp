@@ -414,7 +414,8 @@ void BorderBlur<AlphaByte>::MoveTotal(int from, int to, typename Window::Total& 
         return;
     }
     total = typename Window::Total{};
-    for (const Sums* column = columns.data() + to; column != columns.data() + to + 2 * reach; ++column)
+    const Sums* const behind = columns.data() + std::min(to + 2 * reach, reach + picture.width);
+    for (const Sums* column = columns.data() + std::max(to, reach); column < behind; ++column)
         total += *column;
 }
 

@@ -330,7 +330,7 @@ void CheckDocument(const nlohmann::json& schema, const nlohmann::json& document,
     if (document.is_array() && schema.contains("items"))
         for (const nlohmann::json& item : document)
             CheckDocument(schema["items"], item, where + "[]");
-    if (!document.is_object())
+    if (!document.is_object() || !schema.contains("properties"))
         return;
     for (const nlohmann::json& key : schema.value("required", nlohmann::json::array()))
         EXPECT_TRUE(document.contains(key)) << where << ": " << key << " is missing";
@@ -348,6 +348,7 @@ TEST_F(Program, DocumentsAreWhatTheirSchemasSay)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"cut", "cut $S/h264.mp4 a.mp4 --keep 0-2 --verify"},
+        {"probe", "probe $S/h264.mp4"},
         {"repack", "repack $S/h264.mp4 b.mkv"},
         {"convert", "convert $S/h264.mp4 c.mp4 --vf fps=rate=12.5,scale=width=64 --preset ultrafast"},
         {"sound", "tone d.wav --duration 1"},
