@@ -42,6 +42,6 @@ def table(heads, check, cases, jobs):
         for (clip, way), row in zip(cases, pool.map(lambda case: check(*case), cases)):
             if row:
                 print("| " + " | ".join([clip.name, way, *(str(cell) for cell in row)]) + " |", flush=True)
-                failed += row[0] in ("FAULT", "FAILED", "unchecked")
+                failed += row[0] in ("FAULT", "FAILED", "unchecked", "unreadable")
     print(f"\n{len(cases)} rows, {failed} failed")
     return failed
