@@ -81,7 +81,8 @@ public:
     PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format,
                const SettingsFilterBitStream& settings, const std::string& output)
         : StreamImpl(source, false), settings(settings), format(format),
-          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output)
+          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output),
+          announced(sets.GetVersion())
     {
     }
 
@@ -116,7 +117,7 @@ private:
     ParameterSets sets;
     AdtsWatch adts;
     SP<IDataPacket> fetched; // not yet read
-    unsigned announced = 0;  // version of `sets` in `format`
+    unsigned announced;      // version of `sets` in `format`
     bool delivered = false;  // by the last fetch
 };
 

@@ -1,16 +1,15 @@
 #include "ffhost/io/H264RecoveryPoints.h"
 
-#include "Fnd/DataInputMemory.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "Proc/CodecParsers/StartCode.h"
+#include "Proc/CodecParsers/RBSPInput.h"
 
 extern "C"
 {
 #include <libavcodec/avcodec.h>
 }
 
+#include <algorithm>
 #include <glog/logging.h>
-
 #include <vector>
 
 namespace Tessor::Host
@@ -21,14 +20,7 @@ using namespace Proc::CodecParsers;
 namespace
 {
 
-constexpr uint32_t RECOVERY_POINT = 6;       // payloadType
-constexpr size_t SLICE_HEAD = 16;            // more than the fields up to slice_type take
-constexpr size_t MAX_MESSAGE_UNIT = 1 << 16; // bytes of a unit with messages
-
-Core::DataBitInput ReadBytes(const std::vector<uint8_t>& bytes)
-{
-    return Core::DataBitInput(Core::DataInputMemory::Create(bytes.data(), bytes.size()));
-}
+constexpr uint32_t RECOVERY_POINT = 6; // payloadType
 
 /// 7.3.2.3.1: numbers of messages are sums of bytes, 255 meaning that another follows.
 uint32_t ReadSum(Core::DataBitInput& input)
@@ -40,30 +32,18 @@ uint32_t ReadSum(Core::DataBitInput& input)
 }
 
 /// recovery_frame_cnt, 0 when the unit tells none.
-uint32_t FindRecoveryCount(const uint8_t* unit, size_t size)
+uint32_t FindRecoveryCount(const Nalu& unit)
 {
-    const std::vector<uint8_t> rbsp = RemoveEmulationByte(unit, std::min(size, MAX_MESSAGE_UNIT));
-    Core::DataBitInput input = ReadBytes(rbsp);
-    input.ReadBits(8);
-    while (input.BitsLeft() > 16)
+    RBSPInput rbsp(unit, 8);
+    while (rbsp.bits.BitsLeft() > 16)
     {
-        const uint32_t type = ReadSum(input), length = ReadSum(input);
+        const uint32_t type = ReadSum(rbsp.bits), length = ReadSum(rbsp.bits);
         if (type == RECOVERY_POINT)
-            return read_ue(input);
+            return read_ue(rbsp.bits);
         for (uint32_t i = 0; i < length; ++i)
-            input.ReadBits(8);
+            rbsp.bits.ReadBits(8);
     }
     return 0;
-}
-
-bool IsIntraSlice(const uint8_t* unit, size_t size)
-{
-    const std::vector<uint8_t> rbsp = RemoveEmulationByte(unit, std::min(size, SLICE_HEAD));
-    Core::DataBitInput input = ReadBytes(rbsp);
-    input.ReadBits(8);
-    read_ue(input); // first_mb_in_slice
-    const uint32_t type = read_ue(input) % 5;
-    return type == H264_SLICE_I || type == H264_SLICE_SI;
 }
 
 } // namespace
@@ -76,37 +56,34 @@ H264RecoveryPoints::H264RecoveryPoints(const TrackInfo& track)
             GetAvccNALULengthSize(track.parameters->extradata, static_cast<size_t>(track.parameters->extradata_size));
 }
 
-void H264RecoveryPoints::Check(AVPacket& packet)
+void H264RecoveryPoints::Check(const SP<Proc::DataPacketFF>& packet)
 {
-    if (!applies || !(packet.flags & AV_PKT_FLAG_KEY))
+    if (!applies || !packet->IsKeyFrame())
         return;
     if (!first && IsRefresh(packet))
-        packet.flags &= ~AV_PKT_FLAG_KEY;
+        packet->GetAVPacket()->flags &= ~AV_PKT_FLAG_KEY;
     first = false;
 }
 
-bool H264RecoveryPoints::IsRefresh(const AVPacket& packet) const
+bool H264RecoveryPoints::IsRefresh(const SP<Proc::DataPacketFF>& packet) const
 try
 {
-    std::vector<std::pair<const uint8_t*, size_t>> units;
-    const uint8_t* data = packet.data;
-    const auto size = static_cast<size_t>(packet.size);
+    const auto [nalu, slice] = GetH264Type(packet, lengthSize != 0, lengthSize);
+    if (nalu != H264_NALU_SLICE || (slice != H264_SLICE_P && slice != H264_SLICE_B))
+        return false;
+    std::vector<Nalu> units;
+    const uint8_t* const data = packet->GetData();
+    const auto size = static_cast<size_t>(packet->GetSize());
     if (lengthSize != 0)
         FindMP4Nalus(data, size, units, lengthSize);
     else
         FindAnnexBNalus(data, size, units);
-    uint32_t count = 0;
-    for (const auto& [unit, length] : units)
-    {
-        const int type = length > 0 ? *unit & 31 : 0;
-        if (type == H264_NALU_SEI)
-            count = std::max(count, FindRecoveryCount(unit, length));
-        else if (type == H264_NALU_SLICE)
-            return count > 0 && !IsIntraSlice(unit, length);
-        else if (type == H264_NALU_IDR)
-            return false;
-    }
-    return false;
+    return std::any_of(units.begin(), units.end(),
+                       [](const Nalu& unit)
+                       {
+                           const bool message = unit.second > 0 && (*unit.first & 31) == H264_NALU_SEI;
+                           return message && FindRecoveryCount(unit) > 0;
+                       });
 }
 catch (const std::exception& e)
 {

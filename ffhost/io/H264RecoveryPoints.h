@@ -2,8 +2,7 @@
 
 #include "Fnd/Export.h"
 #include "ffhost/io/MediaInfo.h"
-
-struct AVPacket;
+#include "media/DataPacketFF.h"
 
 namespace Tessor::Host
 {
@@ -17,12 +16,12 @@ public:
     explicit H264RecoveryPoints(const TrackInfo& track);
 
     /// To be given every packet of the track. Packets that can't be read stay as they are.
-    void Check(AVPacket& packet);
+    void Check(const SP<Proc::DataPacketFF>& packet);
     /// The file was moved. From its beginning on the first flagged picture stays one, as nothing better comes before.
     void Reset(bool atStart) { first = atStart; }
 
 private:
-    bool IsRefresh(const AVPacket& packet) const;
+    bool IsRefresh(const SP<Proc::DataPacketFF>& packet) const;
 
     bool applies = false;
     size_t lengthSize = 0; // of the units in packets, 0: start codes

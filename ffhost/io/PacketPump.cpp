@@ -52,7 +52,7 @@ void PacketPump::Select(int index)
     const int64_t start = file.Stream(index).start_time;
     const AVRational base{track.timeBaseNum, track.timeBaseDen};
     dense.emplace(index,
-                  DenseTrack{H264RecoveryPoints(track), TrackTimes(track, info->origin, Clock()), SetsOf(track),
+                  DenseTrack{TrackTimes(track, info->origin, Clock()), H264RecoveryPoints(track), SetsOf(track),
                              GroupStaging(track.type), track.type,
                              start == AV_NOPTS_VALUE
                                  ? NoTime
@@ -119,7 +119,6 @@ bool PacketPump::ReadPacket()
     const int index = packet->stream_index;
     if (const auto found = dense.find(index); found != dense.end())
     {
-        found->second.entries.Check(*packet);
         found->second.times.Push(std::move(packet));
         Deliver(found->second);
     }
@@ -148,6 +147,7 @@ void PacketPump::Deliver(DenseTrack& track)
 {
     while (SP<Proc::DataPacketFF> packet = track.times.Pull())
     {
+        track.entries.Check(packet);
         // What is read may be left out: sets that it has brought have to be met again behind it.
         const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
         if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))

@@ -43,8 +43,8 @@ public:
 private:
     struct DenseTrack
     {
-        H264RecoveryPoints entries;
         TrackTimes times;
+        H264RecoveryPoints entries;
         ParameterSets sets;
         GroupStaging staging;
         MediaType type;

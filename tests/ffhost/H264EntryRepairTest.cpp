@@ -238,12 +238,10 @@ TEST(H264RecoveryPointsTest, PicturesWhereARefreshMerelyBeginsAreNoKeys)
         Bytes bytes;
         Append(bytes, message, false);
         Append(bytes, slice, false);
-        AVPacket packet{};
-        packet.data = bytes.data();
-        packet.size = static_cast<int>(bytes.size());
-        packet.flags = AV_PKT_FLAG_KEY;
-        points.Check(packet);
-        return packet.flags != 0;
+        const SP<Proc::IDataPacket> packet = Tools::MakePacket(bytes, 40, 20, 10);
+        packet->GetAVPacket()->flags = AV_PKT_FLAG_KEY;
+        points.Check(SP<Proc::DataPacketFF>(dynamic_cast<Proc::DataPacketFF*>(packet.get())));
+        return packet->IsKeyFrame();
     };
     EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
     EXPECT_FALSE(isKey(later, inter));
