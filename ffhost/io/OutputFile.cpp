@@ -99,7 +99,9 @@ void OutputFile::CreateContext()
     context = buffer ? avio_alloc_context(buffer, BUFFER_SIZE, 1, this, nullptr, WritePacket, Seek) : nullptr;
     if (context)
     {
-        context->seekable = lseek(fd, 0, SEEK_CUR) >= 0 ? AVIO_SEEKABLE_NORMAL : 0;
+        const bool seekable = lseek(fd, 0, SEEK_CUR) >= 0;
+        writer = std::make_unique<FileWriter>(fd, seekable);
+        context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
         // libavformat would write packet by packet
         context->min_packet_size = BUFFER_SIZE;
         return;
@@ -114,47 +116,27 @@ void OutputFile::CreateContext()
 int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
 {
     OutputFile& file = *static_cast<OutputFile*>(opaque);
-    for (int done = 0; done < size && !file.error;)
-    {
-        const ssize_t count = write(file.fd, data + done, static_cast<size_t>(size - done));
-        if (count >= 0)
-        {
-            done += static_cast<int>(count);
-            file.StartWriteback(count);
-        }
-        else if (errno != EINTR)
-            file.error = errno;
-    }
-    return file.error ? AVERROR(file.error) : size;
-}
-
-void OutputFile::StartWriteback(int64_t written)
-{
-    constexpr int64_t portion = 8 << 20;
-    unsynced += written;
-    if (unsynced < portion)
-        return;
-    unsynced = 0;
-    if (!writeback)
-        writeback = std::make_unique<Writeback>(fd);
-    writeback->Start();
+    if (const int error = file.writer->GetError())
+        return AVERROR(error);
+    file.writer->Write(file.position, data, static_cast<size_t>(size));
+    file.position += size;
+    file.size = std::max(file.size, file.position);
+    return size;
 }
 
 int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)
 {
     OutputFile& file = *static_cast<OutputFile*>(opaque);
     if (whence == AVSEEK_SIZE)
-    {
-        struct stat now = {};
-        return fstat(file.fd, &now) == 0 ? now.st_size : AVERROR(errno);
-    }
-    const off_t position = lseek(file.fd, offset, whence & ~AVSEEK_FORCE);
-    return position >= 0 ? position : AVERROR(errno);
+        return file.size;
+    if ((whence & ~AVSEEK_FORCE) != SEEK_SET || offset < 0)
+        return AVERROR(EINVAL);
+    return file.position = offset;
 }
 
 void OutputFile::Check() const
 {
-    if (error)
+    if (const int error = writer ? writer->GetError() : 0)
         Fail(std::strerror(error));
     if (context && context->error < 0)
     {
@@ -166,8 +148,9 @@ void OutputFile::Check() const
 void OutputFile::Commit()
 {
     avio_flush(context);
+    writer->Finish();
     Check();
-    writeback.reset();
+    writer.reset();
     // Devices and pipes can't be synchronised, which is no failure of theirs.
     if (fsync(fd) != 0 && errno != EINVAL && errno != ENOTSUP)
         Fail(std::strerror(errno));
@@ -198,7 +181,7 @@ void OutputFile::Close()
     if (context)
         av_freep(&context->buffer);
     avio_context_free(&context);
-    writeback.reset();
+    writer.reset();
     if (fd >= 0)
         close(fd);
     fd = -1;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fnd/Export.h"
-#include "ffhost/io/Writeback.h"
+#include "ffhost/io/FileWriter.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,8 +18,8 @@ namespace Tessor::Host
 /// A target that exists and is no regular file (a device, a pipe) is written to directly. A symbolic link is followed:
 /// what it points at is replaced.
 ///
-/// All failures are Core::IOException "FILE: cause". A failed write is remembered, since libavformat's buffer reports
-/// it late: Check throws it with the cause that the system gave.
+/// All failures are Core::IOException "FILE: cause". Writing goes on behind the caller's back, so a failed write shows
+/// late: in one of the next calls of Check, at the latest in Commit, with the cause that the system gave.
 class TESSOR_API OutputFile
 {
 public:
@@ -30,7 +30,7 @@ public:
 
     /// The buffered writer over the file, valid until Commit.
     AVIOContext* GetContext() const { return context; }
-    /// Throws when a write has failed.
+    /// Throws when a write is known to have failed.
     void Check() const;
     void Commit();
 
@@ -46,15 +46,14 @@ private:
     void CreateContext();
     void Close();
     void SyncFolder() const;
-    void StartWriteback(int64_t written);
 
     const std::string target; // as the user wrote it, for messages
     std::string place;        // the target with links resolved
     std::string partPath;     // the hidden name; empty once renamed, and for a target that is written to directly
     int fd = -1;
-    std::unique_ptr<Writeback> writeback; // from the first portion on
-    int64_t unsynced = 0;                 // bytes since the disk was last told to begin
-    int error = 0;                        // errno of the first write or seek that failed
+    std::unique_ptr<FileWriter> writer; // while `fd` is open
+    int64_t position = 0;               // where the next byte goes
+    int64_t size = 0;                   // of the file when all is written
     AVIOContext* context = nullptr;
 };
 

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace Tessor::Host
+{
+
+/// Writes a file on a thread of its own, so that filling it and handing it to the system go on at the same time. The
+/// disk is told to begin while the file still grows, which leaves the flush at the end little to wait for.
+///
+/// Threads: one thread calls.
+class FileWriter
+{
+public:
+    /// What can't be sought is written in the order of the calls. `fd` stays the caller's.
+    FileWriter(int fd, bool seekable);
+    /// Drops what is not written yet.
+    ~FileWriter();
+    FileWriter(const FileWriter&) = delete;
+    FileWriter& operator=(const FileWriter&) = delete;
+
+    /// Copies the bytes. Waits only while the thread is far behind.
+    void Write(int64_t offset, const uint8_t* data, size_t size);
+    /// Waits until everything is written, or has failed.
+    void Finish();
+    /// errno of the first write that failed, after which nothing is written any more; 0 while all is well.
+    int GetError() const { return error; }
+
+private:
+    struct Block
+    {
+        int64_t offset = 0;
+        std::vector<uint8_t> bytes;
+    };
+
+    void Run();
+    void WriteOut(const Block& block);
+    void StartWriteback(size_t written);
+
+    const int fd;
+    const bool seekable;
+    size_t unsynced = 0;        // bytes since the disk was last told to begin; the thread's own
+    std::atomic<int> error = 0; // set by the thread
+    std::mutex mutex;           // round what follows
+    std::condition_variable changed;
+    std::deque<Block> queue;  // to be written; the front one is being written
+    std::vector<Block> spare; // written, their memory goes round
+    bool ended = false;       // the thread is to end
+    std::thread thread;       // last: it uses all of the above
+};
+
+} // namespace Tessor::Host
