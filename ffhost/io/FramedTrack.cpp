@@ -153,8 +153,9 @@ bool PacketGate::Fetch()
 SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
 {
     using Carried = ParameterSets::Carried;
-    const bool newHeader = ParameterSets::HasNewHeader(*packet) && sets.AreKnown();
+    const unsigned version = sets.GetVersion();
     const Carried carried = sets.Follow(*packet);
+    const bool newHeader = ParameterSets::HasNewHeader(*packet) && sets.GetVersion() != version;
     if (carried == Carried::All || !(packet->IsKeyFrame() || newHeader))
         return packet;
     // In Annex B the filter adds them to packets that have none at all, and to all that come from lengths.

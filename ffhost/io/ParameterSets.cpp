@@ -162,8 +162,8 @@ void ParameterSets::Restart(const IBlob& header)
             sets.push_back(unit);
         else if (unit.second > 0)
             messages.emplace_back(unit.first, unit.first + unit.second);
-    inForce = Identify(sets);
-    ++version;
+    const Sets before = std::exchange(inForce, Identify(sets));
+    version += inForce != before;
 }
 
 std::vector<Nalu> ParameterSets::FindHeadSets(const IDataPacket& packet) const

@@ -22,7 +22,7 @@ namespace
 constexpr int64_t DEEP_PROBE_BYTES = 200000000;
 constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
 constexpr int MAX_RETRIES = 1000;
-constexpr std::string_view WHOLE_TIMES = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
+constexpr std::string_view INDEXED = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
 
 std::string ErrorText(int code)
 {
@@ -38,6 +38,14 @@ bool IsUnknown(const AVCodecParameters& parameters)
     if (parameters.codec_type == AVMEDIA_TYPE_AUDIO)
         return parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0;
     return false;
+}
+
+/// By the first packets in their indexes; a stream that has none comes last.
+bool StartsBefore(AVStream& a, AVStream& b)
+{
+    const AVIndexEntry* const first = avformat_index_get_entry(&a, 0);
+    const AVIndexEntry* const other = avformat_index_get_entry(&b, 0);
+    return first && (!other || av_compare_ts(first->timestamp, a.time_base, other->timestamp, b.time_base) < 0);
 }
 
 bool HasUnknownStream(const AVFormatContext& context)
@@ -95,35 +103,12 @@ void SourceFile::FindStreams()
     avformat_find_stream_info(context.get(), nullptr);
 }
 
-// What the packets tell about the streams is known from the first time. Where the container gives every packet all of
-// its times, libavformat needs nothing of it to read: looking again would only decode pictures for nothing.
-bool SourceFile::TakeOverStreams(const AVFormatContext& before)
-{
-    if (std::string_view(context->iformat->name) != WHOLE_TIMES || context->nb_streams != before.nb_streams)
-        return false;
-    for (unsigned i = 0; i < before.nb_streams; ++i)
-        if (context->streams[i]->codecpar->codec_id != before.streams[i]->codecpar->codec_id)
-            return false;
-    for (unsigned i = 0; i < before.nb_streams; ++i)
-    {
-        const AVStream& from = *before.streams[i];
-        AVStream& to = *context->streams[i];
-        if (avcodec_parameters_copy(to.codecpar, from.codecpar) < 0)
-            Fail("Out of memory");
-        to.start_time = from.start_time;
-        to.avg_frame_rate = from.avg_frame_rate;
-        to.r_frame_rate = from.r_frame_rate;
-        to.sample_aspect_ratio = from.sample_aspect_ratio;
-    }
-    return true;
-}
-
 PacketPtr SourceFile::Read()
 {
     PacketPtr packet(av_packet_alloc());
     if (!packet)
         Fail("Out of memory");
-    if (std::exchange(rewinding, false))
+    if (std::exchange(rewinding, false) && !SeekToFirst())
         Reopen();
     atStart = false;
     for (int retries = 0; retries < MAX_RETRIES;)
@@ -173,12 +158,25 @@ void SourceFile::Rewind()
     damaged = 0;
 }
 
+// By the first packets in the index of a file that gives each packet its place and all of its times: libavformat then
+// reads as from a new file, whose index would be long to read.
+bool SourceFile::SeekToFirst()
+{
+    if (std::string_view(context->iformat->name) != INDEXED)
+        return false;
+    int first = -1;
+    for (int i = 0; i < static_cast<int>(context->nb_streams); ++i)
+        if (first < 0 || StartsBefore(Stream(i), Stream(first)))
+            first = i;
+    const AVIndexEntry* const entry = avformat_index_get_entry(&Stream(first), 0);
+    // The other streams are sought to the time of this one, and so to their first packets.
+    return entry && av_seek_frame(context.get(), first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
 void SourceFile::Reopen()
 {
-    const std::unique_ptr<AVFormatContext, ContextDeleter> before = std::move(context);
     Open();
-    if (!TakeOverStreams(*before))
-        FindStreams();
+    FindStreams();
     // A file that was changed under us must not shift the numbers of its tracks.
     if (context->nb_streams < selected.size())
         Fail("The file has changed");

@@ -28,7 +28,7 @@ public:
     bool Seek(int stream, avTime time);
     /// Moves to a place in the file, wherever between packets that may be.
     bool SeekToByte(long long position);
-    /// Opens the file anew, but not before the next packet is read: a seek makes that needless.
+    /// To the beginning, but not before the next packet is read: a seek makes that needless.
     void Rewind();
     /// Nothing has been read since the beginning.
     bool IsAtStart() const { return atStart; }
@@ -54,8 +54,8 @@ private:
 
     void Open();
     void Reopen();
+    bool SeekToFirst();
     void FindStreams();
-    bool TakeOverStreams(const AVFormatContext& before);
     void ApplySelection();
     [[noreturn]] void Fail(const std::string& cause) const;
 
@@ -63,7 +63,7 @@ private:
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
     std::vector<bool> selected; // by stream; what is not selected is never delivered
     bool atStart = true;        // until the first packet is read or a seek succeeds
-    bool rewinding = false;     // the file is at its start only when it has been opened anew
+    bool rewinding = false;     // the next packet to be read is the first one of the file
     long long damaged = 0;      // read errors and packets marked corrupt
 };
 
