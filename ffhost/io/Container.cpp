@@ -99,6 +99,21 @@ constexpr int SLOWEST = 10;
 
 } // namespace
 
+const std::map<std::string_view, Container::Family> Container::FAMILIES = {
+    {"mov", Family::Mov},           {"mp4", Family::Mov},
+    {"ipod", Family::Mov},          {"3gp", Family::Mov},
+    {"3g2", Family::Mov},           {"psp", Family::Mov},
+    {"f4v", Family::Mov},           {"ismv", Family::Mov},
+    {"matroska", Family::Matroska}, {"webm", Family::Matroska},
+    {"ogg", Family::Ogg},           {"ogv", Family::Ogg},
+    {"oga", Family::Ogg},           {"opus", Family::Ogg},
+    {"spx", Family::Ogg},           {"mpeg", Family::ProgramStream},
+    {"vob", Family::ProgramStream}, {"svcd", Family::ProgramStream},
+    {"dvd", Family::ProgramStream}, {"mpegts", Family::TransportStream},
+    {"avi", Family::Avi},           {"asf", Family::Asf},
+    {"asf_stream", Family::Asf},
+};
+
 Container Container::Guess(const std::string& path)
 {
     const std::string extension = ExtensionOf(path);
@@ -110,6 +125,8 @@ Container Container::Guess(const std::string& path)
     // Folders of pictures and devices are no files.
     if (container.format && (container.format->flags & (AVFMT_NOFILE | AVFMT_NEEDNUMBER)))
         container.format = nullptr;
+    const auto family = container.format ? FAMILIES.find(container.format->name) : FAMILIES.end();
+    container.family = family != FAMILIES.end() ? family->second : Family::Other;
     return container;
 }
 
@@ -119,13 +136,13 @@ AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
     const auto known = [](const AVStream* stream) { return BLU_RAY_CODECS.count(stream->codecpar->codec_id) != 0; };
     const bool all = std::all_of(context.streams, context.streams + context.nb_streams, known);
     // libavformat would go by the name
-    if (Is({"mpegts"}))
+    if (family == Family::TransportStream)
         av_dict_set_int(&options, "mpegts_m2ts_mode", bluRay && all, 0);
     // Edit lists count in these ticks; the default of a millisecond would move tracks against each other.
     if (IsMov())
         av_dict_set(&options, "movie_timescale", "90000", 0);
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
-    if (Is({"mpegts", "mpeg", "vob", "svcd", "dvd"}))
+    if (family == Family::TransportStream || family == Family::ProgramStream)
         av_dict_set_int(&options, "max_delay", 700000, 0);
     av_dict_set(&options, "fflags", "+bitexact", 0);
     // What is said of Dolby Vision and of spherical pictures counts as unofficial.
@@ -151,7 +168,7 @@ bool Container::TellsDelay(AVCodecID codec) const
 
 avTime Container::GetLead() const
 {
-    return Is({"mpeg", "vob", "svcd", "dvd"}) ? ProgramStream::GetLead() : 0;
+    return family == Family::ProgramStream ? ProgramStream::GetLead() : 0;
 }
 
 bool Container::IsProgramStream() const
@@ -161,7 +178,7 @@ bool Container::IsProgramStream() const
 
 bool Container::CountsPackets() const
 {
-    return Is({"avi"});
+    return family == Family::Avi;
 }
 
 bool Container::TakesBlocksForConstant(AVCodecID codec) const
@@ -172,13 +189,13 @@ bool Container::TakesBlocksForConstant(AVCodecID codec) const
 
 bool Container::CountsSound() const
 {
-    return IsMov() || Is({"avi", "wav", "w64", "aiff", "au"});
+    return IsMov() || family == Family::Avi || Is({"wav", "w64", "aiff", "au"});
 }
 
 Proc::SettingsFilterBitStream::StreamFormat Container::ChooseFraming(AVCodecID codec) const
 {
     using Framing = Proc::SettingsFilterBitStream;
-    const bool ownsHeaders = IsMov() || IsMatroska() || Is({"flv", "asf"});
+    const bool ownsHeaders = IsMov() || IsMatroska() || family == Family::Asf || Is({"flv"});
     if (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC)
         return ownsHeaders ? Framing::STREAM_FORMAT_MP4 : Framing::STREAM_FORMAT_ANNEX_B;
     if (codec == AV_CODEC_ID_AAC && (ownsHeaders || Is({"nut"})))
@@ -188,13 +205,13 @@ Proc::SettingsFilterBitStream::StreamFormat Container::ChooseFraming(AVCodecID c
 
 bool Container::KnowsCodec(AVCodecID codec) const
 {
-    if (Is({"mpegts"}))
+    if (family == Family::TransportStream)
         return TRANSPORT_CODECS.count(codec) != 0 || (bluRay && BLU_RAY_CODECS.count(codec) != 0);
-    if (Is({"mpeg", "vob", "svcd", "dvd"}))
+    if (family == Family::ProgramStream)
         return PROGRAM_CODECS.count(codec) != 0;
-    if (Is({"avi"}))
+    if (family == Family::Avi)
         return AVI_CODECS.count(codec) != 0;
-    if (Is({"asf", "asf_stream"}))
+    if (family == Family::Asf)
         return ASF_CODECS.count(codec) != 0;
     // Where libavformat doesn't know, the trial of a header decides.
     return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || Is({"matroska"});
@@ -209,7 +226,7 @@ AVRational Container::ChooseTimeBase(const TrackInfo& source) const
 {
     const bool frameRate = source.type == MediaType::Video && source.frameRateNum > 0 && source.frameRateDen > 0;
     // These count frames, not time.
-    if (frameRate && (Is({"avi"}) || IsOgg()))
+    if (frameRate && (family == Family::Avi || IsOgg()))
         return {source.frameRateDen, source.frameRateNum};
     if (source.timeBaseNum <= 0 || source.timeBaseDen <= 0 || source.timeBaseDen > FINEST)
         return {1, FINEST};
@@ -233,7 +250,7 @@ int Container::ChooseVideoTimescale(const TrackInfo& source) const
 
 bool Container::SharesTimes() const
 {
-    return Is({"mpegts"});
+    return family == Family::TransportStream;
 }
 
 bool Container::TellsEnds() const
@@ -253,7 +270,7 @@ bool Container::CarriesEditLists() const
 
 bool Container::CarriesChapters() const
 {
-    return IsMov() || IsMatroska() || IsOgg() || Is({"asf", "mp3", "ffmetadata", "nut"});
+    return IsMov() || IsMatroska() || IsOgg() || family == Family::Asf || Is({"mp3", "ffmetadata", "nut"});
 }
 
 bool Container::CarriesRotation() const
@@ -268,7 +285,7 @@ bool Container::CarriesTag(const std::string& key, bool ofTrack) const
     const std::string name = Lower(key);
     if (ofTrack)
     {
-        const bool language = IsMov() || Is({"mpegts", "asf"});
+        const bool language = IsMov() || family == Family::TransportStream || family == Family::Asf;
         // The bookkeeping of QuickTime is no loss elsewhere.
         return (name == "language" && language) || name == "handler_name" || name == "vendor_id";
     }
@@ -276,31 +293,17 @@ bool Container::CarriesTag(const std::string& key, bool ofTrack) const
                                                  "genre", "copyright", "track", "encoder"};
     static const std::set<std::string> mov = {"album_artist", "composer",   "description", "synopsis", "lyrics",
                                               "show",         "episode_id", "network",     "grouping", "creation_time"};
-    if (Is({"mpegts"}))
+    if (family == Family::TransportStream)
         return name == "service_name" || name == "service_provider" || name == "title";
     if (IsMov())
         return common.count(name) || mov.count(name);
-    return Is({"asf", "mp3", "flac"}) || (Is({"avi", "wav"}) && common.count(name));
+    const bool some = family == Family::Avi || Is({"wav"});
+    return family == Family::Asf || Is({"mp3", "flac"}) || (some && common.count(name));
 }
 
 bool Container::Is(std::initializer_list<const char*> names) const
 {
     return std::any_of(names.begin(), names.end(), [&](const char* name) { return !std::strcmp(format->name, name); });
-}
-
-bool Container::IsMov() const
-{
-    return Is({"mov", "mp4", "ipod", "3gp", "3g2", "psp", "f4v", "ismv"});
-}
-
-bool Container::IsMatroska() const
-{
-    return Is({"matroska", "webm"});
-}
-
-bool Container::IsOgg() const
-{
-    return Is({"ogg", "ogv", "oga", "opus", "spx"});
 }
 
 } // namespace Tessor::Host

@@ -9,6 +9,9 @@ extern "C"
 #include <libavformat/avformat.h>
 }
 
+#include <map>
+#include <string_view>
+
 namespace Tessor::Host
 {
 
@@ -71,12 +74,27 @@ public:
     bool CarriesTag(const std::string& key, bool ofTrack) const;
 
 private:
+    /// Muxers that write the same but for names and limits.
+    enum class Family
+    {
+        Mov,
+        Matroska,
+        Ogg,
+        ProgramStream,
+        TransportStream,
+        Avi,
+        Asf,
+        Other,
+    };
+    static const std::map<std::string_view, Family> FAMILIES; // by the muxer's name
+
     bool Is(std::initializer_list<const char*> names) const;
-    bool IsMov() const;
-    bool IsMatroska() const;
-    bool IsOgg() const;
+    bool IsMov() const { return family == Family::Mov; }
+    bool IsMatroska() const { return family == Family::Matroska; }
+    bool IsOgg() const { return family == Family::Ogg; }
 
     const AVOutputFormat* format = nullptr;
+    Family family = Family::Other;
     bool bluRay = false; // 192-byte packets
 };
 
