@@ -92,6 +92,10 @@ TEST(Property, LiteralsDoNotBecomeBool)
     node.SetChild("c", "text");
     for (const Property& text : {Property("p", "text"), Property("p", pointer), Property("p", array), p, node["c"]})
         EXPECT_EQ(text.GetString(), "text");
+    p = 2.5;
+    EXPECT_EQ(p.GetDouble(), 2.5);
+    p = int64_t{8};
+    EXPECT_EQ(p.GetInt64(), 8);
     p = false;
     EXPECT_FALSE(p.GetBool());
     EXPECT_EQ(p.GetName(), "p");
