@@ -1,9 +1,8 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "tests/CodecParsers/ParameterSetWriter.h"
+#include "tests/CodecParsers/HeaderTools.h"
 
-using namespace Tessor;
-using namespace Tessor::Proc::CodecParsers;
-using namespace Tessor::Test;
+namespace Tessor::Test
+{
 
 namespace
 {
@@ -32,29 +31,6 @@ using Lists8x8 = decltype(SPS_decoded::ScalingList8x8);
 
 /// Of 120 x 68 macroblocks at High and level 4.
 const std::string HighSPS = "00 00 01 67 64 00 28 ac ce 50 1e 00 89 f9 50";
-
-SPS_decoded DecodeHighSPS()
-{
-    const Bytes header = Hex(HighSPS);
-    SPS_decoded sps;
-    DecodeSPS(header.data(), header.size(), sps);
-    return sps;
-}
-
-/// Which of the fields make two records unequal, "01..." in their order.
-template <class Record, class... Field>
-std::string Compared(Field Record::*... fields)
-{
-    std::string text;
-    const auto compare = [&](auto field)
-    {
-        Record other;
-        other.*field ^= 1;
-        text += other.EqualTo(Record()) ? '0' : '1';
-    };
-    (compare(fields), ...);
-    return text;
-}
 
 } // namespace
 
@@ -130,59 +106,33 @@ TEST(H264ParameterSets, KnownPPS)
         {"24 77 53 c0 d4 c1 9b", 1, 6, {}, {}, {}, 0, 0, 2, {1, 0, 1}},
         {"22 9d c2 d3 c0 d4 c1 9b", 4, 6, {}, {}, {}, 0, 0, 2, {4, 1, 3}}, // of three bits each
     };
-    for (const auto& row : rows)
-        CheckHeader<PPS_decoded>(DecodePPS, std::string("00 00 01 68 01 92 08 ") + row.bits,
-                                 {200,
-                                  31,
-                                  1,
-                                  0,
-                                  row.groups,
-                                  row.type,
-                                  row.runs,
-                                  row.topLeft,
-                                  row.bottomRight,
-                                  row.direction,
-                                  row.rate,
-                                  row.size,
-                                  row.ids,
-                                  1,
-                                  2,
-                                  1,
-                                  2,
-                                  -26,
-                                  3,
-                                  -12,
-                                  1,
-                                  0,
-                                  1});
+    for (const auto& [bits, groups, type, runs, topLeft, bottomRight, direction, rate, size, ids] : rows)
+    {
+        const PPS_decoded pps{200, 31, 1, 0, groups, type, runs, topLeft, bottomRight, direction, rate, size,
+                              ids, 1,  2, 1, 2,      -26,  3,    -12,     1,           0,         1};
+        CheckHeader(DecodePPS, std::string("00 00 01 68 01 92 08 ") + bits, pps);
+    }
 }
 
 // Counts that the data does not bear out end with the data, not with memory: a cycle of 2^32 - 2 reference frames, and
 // that many slice groups of three types.
 TEST(H264ParameterSets, ClaimedCountsAreBounded)
 {
-    const Bytes header = Hex("00 00 01 67 42 00 1e d3 00 00 03 00 01 ff ff ff ff");
     SPS_decoded sps;
+    const Bytes header = Hex("00 00 01 67 42 00 1e d3 00 00 03 00 01 ff ff ff ff");
     EXPECT_EQ(Failure([&] { DecodeSPS(header.data(), header.size(), sps); }), PastTheEnd);
     EXPECT_EQ(sps.num_ref_frames_in_pic_order_cnt_cycle, 0xFFFFFFFE);
-    for (const char* hex : {"00 00 01 68 c0 00 00 03 00 0f ff ff ff f8 00 00 03 00 07 ff ff ff fc",
-                            "00 00 01 68 c0 00 00 03 00 0f ff ff ff f6 00 00 03 00 01 ff ff ff ff",
-                            "00 00 01 68 c0 00 00 03 00 0f ff ff ff f3 80 00 00 03 00 7f ff ff ff c0"})
-    {
-        const Bytes groups = Hex(hex);
-        PPS_decoded pps;
-        EXPECT_EQ(Failure([&] { DecodePPS(groups.data(), groups.size(), pps); }), PastTheEnd) << hex;
-    }
+    for (const char* hex : {"0f ff ff ff f8 00 00 03 00 07 ff ff ff fc", "0f ff ff ff f6 00 00 03 00 01 ff ff ff ff",
+                            "0f ff ff ff f3 80 00 00 03 00 7f ff ff ff c0"})
+        EXPECT_EQ(Failure([&] { Read(DecodePPS, Hex(std::string("00 00 01 68 c0 00 00 03 00 ") + hex)); }), PastTheEnd)
+            << hex;
 }
 
 TEST(H264ParameterSets, MissingUnits)
 {
-    SPS_decoded sps;
-    PPS_decoded pps;
     const Bytes noUnit = Hex("00 00 00 01 67 00 00 01 09 f0"); // an SPS of one byte counts as none
-    EXPECT_EQ(Failure([&] { DecodeSPS(noUnit.data(), noUnit.size(), sps); }), "Can't find nalu of type 7");
-    EXPECT_EQ(Failure([&] { DecodePPS(noUnit.data(), noUnit.size(), pps); }), "Can't find nalu of type 8");
-    EXPECT_EQ(Failure([&] { DecodeSPS(nullptr, 0, sps); }), "Not enougth data to determine h264 header type");
+    EXPECT_EQ(Failure([&] { Read(DecodeSPS, noUnit); }), "Can't find nalu of type 7");
+    EXPECT_EQ(Failure([&] { Read(DecodePPS, noUnit); }), "Can't find nalu of type 8");
 }
 
 TEST(H264ParameterSets, EqualToComparesWhatDecodingNeeds)
@@ -202,26 +152,7 @@ TEST(H264ParameterSets, EqualToComparesWhatDecodingNeeds)
               "1110");
 }
 
-TEST(H264ParameterSets, LimitsNeverFallFromLevelToLevel)
-{
-    const uint8_t levels[] = {10, 9, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51, 52, 60, 61, 62};
-    LevelLimits last{1};
-    for (const uint8_t level : levels)
-    {
-        const LevelLimits limits = LevelToLevelLimits(level);
-        EXPECT_TRUE(limits.MaxMBPS >= last.MaxMBPS && limits.MaxFS >= last.MaxFS &&
-                    limits.MaxDpbMbs >= last.MaxDpbMbs && limits.MaxBR >= last.MaxBR)
-            << int{level};
-        last = limits;
-    }
-    size_t known = 0;
-    for (int level = 0; level < 256; ++level)
-        known += LevelToLevelLimits(static_cast<uint8_t>(level)).MaxMBPS > 0;
-    EXPECT_EQ(known, std::size(levels));
-    EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u); // 80 lower than published
-}
-
-TEST(H264ParameterSets, BitRateLimitOfTheIndicatedLevel)
+TEST(H264ParameterSets, LimitsOfTheIndicatedLevel)
 {
     const struct
     {
@@ -229,10 +160,10 @@ TEST(H264ParameterSets, BitRateLimitOfTheIndicatedLevel)
         const char* name;
         uint32_t maxBR;
     } rows[] = {
-        {66, 11, 1, 9, "main", 128},     {77, 11, 1, 9, "baseline", 128}, {88, 11, 1, 11, "extended", 192},
-        {100, 11, 1, 11, "main", 192},   {66, 12, 1, 12, "main", 384},    {66, 9, 0, 9, "main", 128},
-        {66, 14, 0, 14, "main", 0},      {66, 11, 0, 11, "high", 240},    {66, 11, 0, 11, "high10", 576},
-        {66, 11, 0, 11, "high422", 768}, {66, 11, 0, 11, "high444", 768}, {66, 11, 0, 11, "simple", 0},
+        {66, 11, 1, 9, "main", 128},    {77, 11, 1, 9, "baseline", 128}, {88, 11, 1, 11, "extended", 192},
+        {66, 12, 1, 12, "main", 384},   {66, 14, 0, 14, "main", 0},      {66, 11, 0, 11, "high", 240},
+        {66, 11, 0, 11, "high10", 576}, {66, 11, 0, 11, "high422", 768}, {66, 11, 0, 11, "high444", 768},
+        {66, 11, 0, 11, "simple", 0},
     };
     for (const auto& row : rows)
     {
@@ -243,6 +174,16 @@ TEST(H264ParameterSets, BitRateLimitOfTheIndicatedLevel)
         EXPECT_EQ(sps.GetIndicatedLevel(), row.indicated) << int{row.profile};
         EXPECT_EQ(sps.GetMaxBR(row.name), row.maxBR) << row.name;
     }
+    LevelLimits last{1}; // they never fall from level to level
+    for (const uint8_t level : {10, 9, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51, 52, 60, 61, 62})
+    {
+        const LevelLimits limits = LevelToLevelLimits(level);
+        EXPECT_TRUE(limits.MaxMBPS >= last.MaxMBPS && limits.MaxFS >= last.MaxFS && limits.MaxBR >= last.MaxBR &&
+                    limits.MaxDpbMbs >= last.MaxDpbMbs)
+            << int{level};
+        last = limits;
+    }
+    EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u); // 80 lower than published
 }
 
 TEST(H264ParameterSets, ReorderWindow)
@@ -262,36 +203,29 @@ TEST(H264ParameterSets, ReorderWindow)
     };
     for (const auto& [window, change] : rows)
     {
-        SPS_decoded sps = DecodeHighSPS();
+        auto sps = Read(DecodeSPS, Hex(HighSPS));
         sps.vui_parameters_present_flag = 1;
         change(sps, sps.vui_parameters);
         EXPECT_EQ(sps.ComputeReorderWindow(), window) << "row " << &change - &rows[0].second;
     }
 }
 
+// Where cropping would leave nothing there is none.
 TEST(H264ParameterSets, VisibleSize)
 {
-    const struct
+    const std::pair<std::array<uint32_t, 4>, std::pair<uint32_t, uint32_t>> rows[] = {
+        {{1, 2, 0, 543}, {1914, 2}}, {{0, 0, 0, 544}, {1920, 1088}}, {{0xFFFFFFFF, 1, 0, 0}, {1920, 1088}}};
+    for (const auto& [crop, size] : rows)
     {
-        uint8_t chroma, frameMbsOnly;
-        uint32_t left, right, top, bottom;
-        std::pair<uint32_t, uint32_t> size;
-    } rows[] = {
-        {1, 1, 0, 0, 0, 4, {1920, 1080}},   {1, 0, 0, 0, 0, 2, {1920, 2168}},          {2, 1, 1, 2, 3, 4, {1914, 1081}},
-        {3, 1, 1, 2, 3, 4, {1917, 1081}},   {0, 0, 0, 0, 0, 4, {1920, 2168}},          {1, 1, 0, 0, 0, 543, {1920, 2}},
-        {1, 1, 0, 0, 0, 544, {1920, 1088}}, {1, 1, 0xFFFFFFFF, 1, 0, 0, {1920, 1088}}, // nothing would be left
-    };
-    for (const auto& row : rows)
-    {
-        SPS_decoded sps = DecodeHighSPS();
-        sps.chroma_format_idc = row.chroma;
-        sps.frame_mbs_only_flag = row.frameMbsOnly;
-        sps.frame_crop_left_offset = row.left;
-        sps.frame_crop_right_offset = row.right;
-        sps.frame_crop_top_offset = row.top;
-        sps.frame_crop_bottom_offset = row.bottom;
-        EXPECT_EQ(sps.GetVisibleSize(), row.size) << "row " << &row - rows;
+        auto sps = Read(DecodeSPS, Hex(HighSPS));
+        sps.frame_crop_left_offset = crop[0];
+        sps.frame_crop_right_offset = crop[1];
+        sps.frame_crop_top_offset = crop[2];
+        sps.frame_crop_bottom_offset = crop[3];
+        EXPECT_EQ(sps.GetVisibleSize(), size);
         sps.frame_cropping_flag = 0;
-        EXPECT_EQ(sps.GetVisibleSize(), std::pair(1920u, row.frameMbsOnly ? 1088u : 2176u));
+        EXPECT_EQ(sps.GetVisibleSize(), std::pair(1920u, 1088u));
     }
 }
+
+} // namespace Tessor::Test

@@ -2,15 +2,9 @@
 #include "media/IFormatCodecVideo.h"
 #include "tests/CodecParsers/HeaderTools.h"
 
-using namespace Tessor;
-using namespace Tessor::Proc;
-using namespace Tessor::Proc::CodecParsers;
-using namespace Tessor::Test;
-
-namespace
+namespace Tessor::Test
 {
 
-const std::string StartCode = "00 00 00 01 ";
 // The fixed part of an hvcC with its 22 bytes; the number of arrays follows.
 const std::string Fixed = "01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0f ";
 const std::string Arrays = "02 a0 00 01 00 02 40 01 a1 00 02 00 02 42 01 00 03 42 02 03";
@@ -23,72 +17,53 @@ const std::string VPS = "40 01 0c 05 ff ff 02 20 00 00 03 00 90 00 00 03 00 00 0
 const std::string SPS = "42 01 05 02 20 00 00 03 00 90 00 00 03 00 00 03 00 5d 90 00 "
                         "ab ab ab ab ab ab ab ab ab ab ab 5a b0 20 82 13 45 15 e0";
 
-} // namespace
+const char* const WrongStructure = "hvcC header has wrong structure";
 
 TEST(HEVCHeader, FormLengthSizeAndRecovery)
 {
-    const std::string noType = "Not enougth data to determine HEVC header type";
     const std::string tooFew = "Not enougth data to determine h264 format type";
     const std::string noLength = "Not enougth data to determine HEVC NALU length size";
-    const struct
+    const auto describe = [](const std::string& hex)
     {
-        std::string header, isHvcc, lengthSize, isBroken, recovered; // the last is "" where nothing changes
-    } rows[] = {
-        {"01 01 60", "1", noLength, tooFew, tooFew},
-        {"00 00 01", tooFew, tooFew, tooFew, tooFew},
-        {"01 01 60 00", "1", noLength, "0", ""},
-        {"00 01 42 03", "1", noLength, "1", "01 42 42 03"}, // two bytes move, and no more
-        {"00 00 01 42", "0", "0", "0", ""},
-        {"00 00 00 01", "0", "0", "0", ""},
-        {"00 00 00 00 01", "1", noLength, "1", ""},
-        {"00 00 02 01", "0", "0", "0", ""},
-        {Fixed + "00", "1", "4", "0", ""},
-        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d", "1", noLength, "0", ""},
-        {"01 01 60 00 00 00 90 00 00 00 00 00 5d f0 00 fc fd f8 f8 00 00 0d 00", "1", "2", "0", ""},
-    };
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.header);
-        Bytes bytes = Hex(row.header);
+        Bytes bytes = Hex(hex);
         uint8_t* const data = bytes.data();
         const size_t size = bytes.size();
-        EXPECT_EQ(ResultOf([&] { return IsHvcCHeader(data, size); }), row.isHvcc);
-        EXPECT_EQ(ResultOf([&] { return GetHvccNALULengthSize(data, size); }), row.lengthSize);
-        EXPECT_EQ(ResultOf([&] { return FindBrokenHVCCHeader(data, size); }), row.isBroken);
-        const std::string failure = Failure([&] { EXPECT_TRUE(RecoverHVCCHeader(data, size)); });
-        EXPECT_EQ(failure.empty() ? ToHex(bytes) : failure, row.recovered.empty() ? row.header : row.recovered);
-    }
+        std::string text = ResultOf([&] { return IsHvcCHeader(data, size); }) + ", " +
+                           ResultOf([&] { return GetHvccNALULengthSize(data, size); }) + ", " +
+                           ResultOf([&] { return FindBrokenHVCCHeader(data, size); });
+        text += ", " + Failure([&] { EXPECT_TRUE(RecoverHVCCHeader(data, size)); });
+        return ToHex(bytes) == hex ? text : text + ToHex(bytes);
+    };
+    CheckRows(describe, {{"01 01 60", "1, " + noLength + ", " + tooFew + ", " + tooFew},
+                         {"00 00 01", tooFew + ", " + tooFew + ", " + tooFew + ", " + tooFew},
+                         {"01 01 60 00", "1, " + noLength + ", 0, "},
+                         {"00 01 42 03", "1, " + noLength + ", 1, 01 42 42 03"}, // two bytes move, and no more
+                         {"00 00 01 42", "0, 0, 0, "},
+                         {"00 00 00 01", "0, 0, 0, "},
+                         {"00 00 00 00 01", "1, " + noLength + ", 1, "},
+                         {"00 00 02 01", "0, 0, 0, "},
+                         {Fixed.substr(0, 65), "1, " + noLength + ", 0, "},
+                         {Fixed + "00", "1, 4, 0, "},
+                         {Fixed.substr(0, 63) + "0d 00", "1, 2, 0, "}});
+    const std::string noType = "Not enougth data to determine HEVC header type";
     EXPECT_EQ(Failure([] { IsHvcCHeader(nullptr, 0); }), noType);
-    EXPECT_EQ(Failure([] { GetHvccNALULengthSize(nullptr, 0); }), noType);
     EXPECT_EQ(Failure([] { FindBrokenHVCCHeader(nullptr, 0); }), tooFew);
     EXPECT_FALSE(RecoverHVCCHeader(nullptr, 0));
+    EXPECT_EQ(Failure([] { HEVC_Extradata_hvcCtoAnnexB(nullptr); }), noType);
 }
 
 TEST(HEVCHeader, HvccWalk)
 {
-    const struct
-    {
-        std::string header;
-        const char* units;
-        const char* failure;
-    } rows[] = {
-        {Fixed + "00 aa bb", "", ""},
-        {Fixed + Arrays, "[40 01]|[42 01]|[42 02 03]", ""},
-        {Fixed + "01 22 00 02 00 00 00 01 44", "[]|[44]", ""},
-        {Fixed + "01 22 00", "", "hvcC header has wring structure"},
-        {Fixed + "02 22 00 01 00 01 44", "[44]", "hvcC header has wring structure"},
-        {Fixed + "01 22 00 01 00", "", "hvcC header has wrong structure"},
-        {Fixed + "01 22 00 02 00 01 44 00 02 44", "[44]", "hvcC header has wrong structure"},
-        {Fixed, "", "hvcC header is too small"},
-        {"02" + Fixed.substr(2) + "00", "", "Unknown hvcC version"},
-    };
-    for (const auto& row : rows)
-    {
-        const Bytes bytes = Hex(row.header);
-        std::vector<Nalu> units;
-        EXPECT_EQ(Failure([&] { FindHvccHeaderNalus(bytes.data(), bytes.size(), units); }), row.failure);
-        EXPECT_EQ(ToHex(units), row.units);
-    }
+    CheckRows([](const std::string& hex) { return UnitsOf(hex, FindHvccHeaderNalus); },
+              {{Fixed + "00 aa bb", ""},
+               {Fixed + Arrays, "[40 01]|[42 01]|[42 02 03]"},
+               {Fixed + "01 22 00 02 00 00 00 01 44", "[]|[44]"},
+               {Fixed + "01 22 00", "hvcC header has wring structure"},
+               {Fixed + "02 22 00 01 00 01 44", "[44]hvcC header has wring structure"},
+               {Fixed + "01 22 00 01 00", WrongStructure},
+               {Fixed + "01 22 00 02 00 01 44 00 02 44", std::string("[44]") + WrongStructure},
+               {Fixed, "hvcC header is too small"},
+               {"02" + Fixed.substr(2) + "00", "Unknown hvcC version"}});
     std::vector<Nalu> units;
     EXPECT_TRUE(
         CompleteLengths(Hex(Fixed + Arrays), [&](auto* data, size_t size) { FindHvccHeaderNalus(data, size, units); })
@@ -97,21 +72,19 @@ TEST(HEVCHeader, HvccWalk)
 
 TEST(HEVCHeader, HvccToAnnexB)
 {
-    const auto convert = [](const std::string& hex)
-    { return ResultOf([&] { return HEVC_Extradata_hvcCtoAnnexB(MakeBlob(hex)); }); };
-    EXPECT_EQ(convert(Fixed + Arrays), ArraysAnnexB);
-    const SP<const IBlob> already = MakeBlob(ArraysAnnexB);
-    EXPECT_EQ(HEVC_Extradata_hvcCtoAnnexB(already), already);
-    EXPECT_EQ(convert("01 01 60"), "hvcC header is too small");
-    EXPECT_EQ(convert(Fixed + "01 22 00 01 00 02 44"), "hvcC header has wrong structure");
-    EXPECT_EQ(Failure([] { HEVC_Extradata_hvcCtoAnnexB(nullptr); }), "Not enougth data to determine HEVC header type");
-    // A version byte that was overwritten comes back, and the caller's header stays as it was. Where
-    // it was shifted, everything behind it still is.
-    const SP<const IBlob> broken = MakeBlob("00 01 60" + Fixed.substr(8) + Arrays);
-    EXPECT_EQ(ToHex(*HEVC_Extradata_hvcCtoAnnexB(broken)), ArraysAnnexB);
-    EXPECT_EQ(broken->Data()[0], 0);
-    EXPECT_EQ(convert("00 " + Fixed + Arrays), "hvcC header has wrong structure");
-    EXPECT_EQ(convert("00 00 00 00 " + Fixed + Arrays), "Unknown hvcC version");
+    const std::string broken = "00 01 60" + Fixed.substr(8) + Arrays;
+    CheckRows([](const std::string& hex)
+              { return ResultOf([&] { return HEVC_Extradata_hvcCtoAnnexB(MakeBlob(hex)); }); },
+              {{Fixed + Arrays, ArraysAnnexB},
+               {ArraysAnnexB, ArraysAnnexB},
+               {Fixed + "01 22 00 01 00 02 44", WrongStructure},
+               // A version byte that was overwritten comes back. Where it was shifted, everything behind it still is.
+               {broken, ArraysAnnexB},
+               {"00 " + Fixed + Arrays, WrongStructure},
+               {"00 00 00 00 " + Fixed + Arrays, "Unknown hvcC version"}});
+    const SP<const IBlob> blob = MakeBlob(broken);
+    HEVC_Extradata_hvcCtoAnnexB(blob);
+    EXPECT_EQ(blob->Data()[0], 0) << "the caller's header stays as it was";
 
     const SP<IDataPacket> key = MakeVideoPacket("02 26 01", true);
     EXPECT_EQ(ToHex(*Mp4toAnnexB(key, 1, MakeBlob(Fixed + Arrays), Conf::IFormatCodecVideo::CODEC_ID_H265)),
@@ -152,31 +125,64 @@ TEST(HEVCHeader, AnnexBToHvccLimits)
     EXPECT_EQ(convert(many + pps), "Too many NALUs for the header");
 }
 
-TEST(HEVCHeader, TruncatedSetsAreRefused)
+// The first ones tell of their highest sub-layer alone, the second VPS of each of its eight: the eighth has no place.
+TEST(HEVCParameterSets, Known)
+{
+    const HEVC_PTL main10{0, 0, 2, {0x20}, {0x90}, 93},
+        other{2, 1, 21, {0x12, 0x34, 0x56, 0x78}, {0x9a, 0xbc, 0xde, 0xf0, 0x12, 0x34}, 153};
+    const std::string sublayers = "99 93 04 " + ToHex(Bytes(25, 0xab)) + " ";
+    const HEVC_SubLayers buffering{1, 4, 7, 10, 13, 16, 19}, reorder{2, 5, 8, 11, 14, 17, 20},
+        latency{3, 6, 9, 12, 15, 18, 21}, fours{4, 4, 4}, twos{2, 2, 2}, all250{250, 250, 250, 250, 250, 250, 250},
+        all3{3, 3, 3, 3, 3, 3, 3}, all4{4, 4, 4, 4, 4, 4, 4};
+    CheckHeader<HEVC_VPS>(HEVCDecodeVPS, StartCode + VPS, {0, 2, 1, main10, fours, twos, {}, 0, 0});
+    CheckHeader<HEVC_SPS>(HEVCDecodeSPS, StartCode + SPS,
+                          {0, 2, 1, main10, 0, 2, 0, 64, 32, 0, 0, 0, 0, 2, 1, 4, fours, twos, {}});
+    CheckHeader<HEVC_VPS>(HEVCDecodeVPS,
+                          StartCode + "40 01 9c 3f ff ff b5 12 34 56 78 9a bc de f0 12 34 " + sublayers +
+                              "a6 42 98 e2 04 8a 16 30 68 e1 e1 00 88 48 26 14 0a 85 82 e1 80 cd a0 00 01 2d 68 88",
+                          {9, 7, 1, other, buffering, reorder, latency, 45, 1234567});
+    CheckHeader<HEVC_SPS>(HEVCDecodeSPS,
+                          StartCode + "42 01 9f b5 12 34 56 78 9a bc de f0 12 34 " + sublayers +
+                              "08 12 00 10 01 00 10 e3 31 c4 09 21 86 00 7d 90 b0",
+                          {9, 7, 1, other, 15, 3, 1, 4096, 2160, 5, 6, 7, 8, 3, 5, 11, all250, all3, all4});
+}
+
+TEST(HEVCParameterSets, ReorderWindow)
 {
     HEVC_VPS vps;
     HEVC_SPS sps;
-    EXPECT_TRUE(CompleteLengths(Hex(StartCode + VPS), [&](auto* data, size_t size) { HEVCDecodeVPS(data, size, vps); })
-                    .empty());
-    EXPECT_TRUE(CompleteLengths(Hex(StartCode + SPS), [&](auto* data, size_t size) { HEVCDecodeSPS(data, size, sps); })
-                    .empty());
+    vps.vps_max_num_reorder_pics = sps.sps_max_num_reorder_pics = {1, 0, 3, 4, 5, 16, 255};
+    // An eighth sub-layer counts as the seventh; 16 is the most.
+    for (const auto& [maxSubLayersMinus1, window] : {std::pair(0, 1u), {1, 0u}, {5, 16u}, {6, 16u}, {7, 16u}})
+    {
+        vps.vps_max_sub_layers_minus1 = sps.sps_max_sub_layers_minus1 = static_cast<uint8_t>(maxSubLayersMinus1);
+        EXPECT_EQ(vps.ComputeReorderWindow(), window);
+        EXPECT_EQ(sps.ComputeReorderWindow(), window);
+    }
+}
+
+TEST(HEVCParameterSets, WindowBiggerThanThePictureWraps)
+{
+    HEVC_SPS sps;
+    sps.pic_width_in_luma_samples = sps.pic_height_in_luma_samples = sps.conf_win_left_offset = 1920;
+    sps.conf_win_right_offset = 1;
+    EXPECT_EQ(sps.GetVisibleSize(), std::pair(0xFFFFFFFFu, 1920u));
 }
 
 TEST(HEVCUnit, Types)
 {
+    std::string types;
     for (uint32_t type = 0; type < 64; ++type)
-    {
-        const bool valid = type <= 9 || (type >= 16 && type <= 21) || (type >= 32 && type <= 40);
         for (const uint32_t otherBits : {0u, 0x81u})
         {
             const uint8_t unit[] = {static_cast<uint8_t>(type << 1 | otherBits), 1};
-            EXPECT_EQ(GetHEVCType(unit, 2), valid ? type : 64u);
+            const bool valid = GetHEVCType(unit, 2) == type;
             EXPECT_EQ(GetHEVCType(unit, 1), 64u);
-            EXPECT_EQ(IsVclNalu({unit, 2}), valid && type < 32) << type;
-            EXPECT_FALSE(IsVclNalu({unit, 1}));
+            EXPECT_TRUE(valid || GetHEVCType(unit, 2) == 64u);
+            types += IsVclNalu({unit, 2}) ? 'v' : valid ? '1' : '0';
         }
-    }
-    EXPECT_EQ(GetHEVCType(nullptr, 2), HEVC_NALU_INVALID);
+    EXPECT_EQ(types, std::string(20, 'v') + std::string(12, '0') + std::string(12, 'v') + std::string(20, '0') +
+                         std::string(18, '1') + std::string(46, '0'));
     EXPECT_FALSE(IsVclNalu({nullptr, 2}));
 }
 
@@ -184,28 +190,12 @@ TEST(HEVCPacket, ExtradataGoesInFrontOfKeyPacketsWithoutSets)
 {
     const std::string hvccFailure = "Trying to insert hvcC extradata into annexB packet";
     const std::string idr = "00 00 01 46 01 50 00 00 01 44 00 00 01 26 01 af"; // a PPS without a header is none
-    const struct
-    {
-        std::string packet;
-        bool key;
-        std::string extradata, result; // "" for the same packet
-    } rows[] = {
-        {idr, true, ArraysAnnexB, ArraysAnnexB + " " + idr},
-        {idr, false, ArraysAnnexB, ""},
-        {idr, false, Fixed + Arrays, ""},
-        {idr, true, Fixed + Arrays, hvccFailure},
-        {idr, true, "00 01 60 00", hvccFailure},
-        {"00 00 01 40 01 " + idr, true, ArraysAnnexB, ""},
-        {"00 00 01 42 01 " + idr, true, ArraysAnnexB, ""},
-        {"00 00 01 44 01 " + idr, true, ArraysAnnexB, ""},
-    };
-    for (const auto& row : rows)
-    {
-        const SP<IDataPacket> packet = MakeVideoPacket(row.packet, row.key);
-        SP<IDataPacket> result;
-        const std::string failure = Failure([&] { result = InsertHEVCExtradata(packet, MakeBlob(row.extradata)); });
-        EXPECT_EQ(!result || result == packet ? failure : ToHex(*result), row.result) << row.packet;
-        EXPECT_EQ(InsertHEVCExtradata(packet, nullptr), packet);
-    }
-    EXPECT_EQ(InsertHEVCExtradata(nullptr, MakeBlob(ArraysAnnexB)), nullptr);
+    EXPECT_EQ(Headed(InsertHEVCExtradata, idr, ArraysAnnexB), ArraysAnnexB + " " + idr);
+    EXPECT_EQ(Headed(InsertHEVCExtradata, idr, Fixed + Arrays, false), "");
+    EXPECT_EQ(Headed(InsertHEVCExtradata, idr, Fixed + Arrays), hvccFailure);
+    EXPECT_EQ(Headed(InsertHEVCExtradata, idr, "00 01 60 00"), hvccFailure);
+    for (const char* set : {"00 00 01 40 01 ", "00 00 01 42 01 ", "00 00 01 44 01 "})
+        EXPECT_EQ(Headed(InsertHEVCExtradata, set + idr, ArraysAnnexB), "") << set;
 }
+
+} // namespace Tessor::Test

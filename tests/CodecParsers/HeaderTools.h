@@ -1,34 +1,26 @@
 #pragma once
 
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
-
-extern "C"
-{
-#include <libavcodec/packet.h>
-}
+#include "tests/support/FakeItems.h"
+#include "tests/support/ReadAll.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <random>
 #include <sstream>
-#include <string>
-#include <vector>
 
 namespace Tessor::Test
 {
 
-using Bytes = std::vector<uint8_t>;
+// What the tests of parsers speak of.
+using namespace Proc;
+using namespace Proc::CodecParsers;
 
 /// What the bit reader says of data that ends too early.
 inline const std::string PastTheEnd = "Reading of bits past the end of the data";
 
-inline Bytes operator+(Bytes a, const Bytes& b)
-{
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
+inline const std::string StartCode = "00 00 00 01 ";
 
 /// Bytes of "00 01 ff".
 inline Bytes Hex(const std::string& text)
@@ -55,100 +47,116 @@ inline std::string ToHex(const Bytes& bytes)
     return ToHex(bytes.data(), bytes.size());
 }
 
-/// Units as "[65 88]|[41]", an empty one as "[]".
-template <class Units>
-std::string ToHex(const Units& units)
-{
-    std::string text;
-    for (const auto& [data, size] : units)
-        text += (text.empty() ? "[" : "|[") + ToHex(data, size) + "]";
-    return text;
-}
-
-inline Bytes Payload(const Proc::IDataPacket& packet)
+inline Bytes Payload(const IDataPacket& packet)
 {
     return Bytes(packet.GetData(), packet.GetData() + packet.GetSize());
 }
 
-inline Bytes Payload(const Proc::IBlob& blob)
+inline Bytes Payload(const IBlob& blob)
 {
     return Bytes(blob.Data(), blob.Data() + blob.Size());
 }
 
-inline std::string ToHex(const Proc::IDataPacket& packet)
+/// Of a packet or a blob.
+template <class Item>
+std::string ToHex(const Item& item)
 {
-    return ToHex(Payload(packet));
+    return ToHex(Payload(item));
 }
 
-inline std::string ToHex(const Proc::IBlob& blob)
+inline SP<IBlob> MakeBlob(const Bytes& bytes)
 {
-    return ToHex(Payload(blob));
+    return BlobFF::Create(bytes.data(), bytes.size());
 }
 
-inline SP<Proc::IBlob> MakeBlob(const Bytes& bytes)
-{
-    return Proc::BlobFF::Create(bytes.data(), bytes.size());
-}
-
-inline SP<Proc::IBlob> MakeBlob(const std::string& hex)
+inline SP<IBlob> MakeBlob(const std::string& hex)
 {
     return MakeBlob(Hex(hex));
 }
 
-inline SP<Proc::DataPacketFF> MakePacket(const Bytes& payload, avTime pts = NoTime, avTime dts = NoTime,
-                                         avTime duration = 0)
+inline SP<DataPacketFF> MakePacket(const Bytes& payload, avTime pts = NoTime, avTime dts = NoTime, avTime duration = 0)
 {
-    AVPacket* record = Proc::CreatePacket(payload.size());
-    std::copy(payload.begin(), payload.end(), record->data);
-    return Proc::DataPacketFF::Create(record, MediaType::Video, pts, dts, duration);
+    return CreateFakePacket({.pts = pts, .duration = duration, .dts = dts}, MediaType::Video, &payload);
 }
 
 /// A packet of those bytes with PTS 40, DTS 20 and duration 10.
-inline SP<Proc::IDataPacket> MakeVideoPacket(const std::string& hex, bool key)
+inline SP<IDataPacket> MakeVideoPacket(const std::string& hex, bool key)
 {
-    const SP<Proc::IDataPacket> packet = MakePacket(Hex(hex), 40, 20, 10);
-    packet->GetAVPacket()->flags = key ? AV_PKT_FLAG_KEY : 0;
-    return packet;
+    const Bytes payload = Hex(hex);
+    return CreateFakePacket({.pts = 40, .duration = 10, .dts = 20, .key = key}, MediaType::Video, &payload);
 }
 
 /// The text of what a call throws; "" when it throws nothing.
 template <class Call>
-std::string Failure(Call&& call)
+std::string Failure(const Call& call)
 {
-    try
-    {
-        call();
-    }
-    catch (const std::exception& e)
-    {
-        return Describe(e);
-    }
-    return "";
+    return TextOf<std::exception>(call);
 }
 
 /// What the call gives as text: of a packet or blob its bytes, or the text of what it throws.
 template <class Call>
-std::string ResultOf(Call&& call)
+std::string ResultOf(const Call& call)
 {
     std::string result;
     const std::string failure = Failure(
         [&]
         {
-            if constexpr (std::is_arithmetic_v<decltype(call())>)
+            if constexpr (requires { std::to_string(call()); })
                 result = std::to_string(call());
             else
                 result = ToHex(*call());
         });
-    return failure.empty() ? result : failure;
+    return result + failure;
+}
+
+/// The units that a call finds as "[65 88]|[41]", an empty one as "[]", and behind them the text of what it throws.
+template <class Find>
+std::string UnitsOf(const std::string& hex, const Find& find)
+{
+    const Bytes bytes = Hex(hex);
+    std::vector<Nalu> units;
+    const std::string failure = Failure([&] { find(bytes.data(), bytes.size(), units); });
+    std::string text;
+    for (const auto& [data, size] : units)
+        text += (text.empty() ? "[" : "|[") + ToHex(data, size) + "]";
+    return text + failure;
+}
+
+/// What the call gives for the text in each first column has to be the text in the second.
+template <class Call>
+void CheckRows(const Call& call, const std::vector<std::pair<std::string, std::string>>& rows)
+{
+    for (const auto& [argument, expected] : rows)
+        EXPECT_EQ(call(argument), expected) << argument;
+}
+
+/// What becomes of a packet that may get the extradata in front: "" where it stays the same.
+inline std::string Headed(SP<IDataPacket> (*add)(const SP<IDataPacket>& packet, const SP<const IBlob>& extradata),
+                          const std::string& payload, const std::string& extradata, bool key = true)
+{
+    const SP<IDataPacket> packet = MakeVideoPacket(payload, key);
+    EXPECT_EQ(add(packet, nullptr), packet);
+    EXPECT_EQ(add(nullptr, MakeBlob(extradata)), nullptr);
+    SP<IDataPacket> result;
+    const std::string failure = Failure([&] { result = add(packet, MakeBlob(extradata)); });
+    return !result || result == packet ? failure : ToHex(*result);
 }
 
 template <class Record>
 using Decode = void (*)(const uint8_t* data, size_t size, Record& record);
 
+template <class Record>
+Record Read(Decode<Record> decode, const Bytes& data)
+{
+    Record record;
+    decode(data.data(), data.size(), record);
+    return record;
+}
+
 /// Calls with every proper beginning of the data, each in memory of its own size so that AddressSanitizer sees
 /// over-reading, and gives the lengths at which the call throws nothing.
 template <class Call>
-std::vector<size_t> CompleteLengths(const Bytes& data, Call&& call)
+std::vector<size_t> CompleteLengths(const Bytes& data, const Call& call)
 {
     std::vector<size_t> lengths;
     for (size_t size = 0; size < data.size(); ++size)
@@ -173,6 +181,21 @@ void CheckHeader(std::type_identity_t<Decode<Record>> decode, const std::string&
     EXPECT_EQ(Failure([&] { decode(data.data(), data.size(), record); }), "");
     EXPECT_TRUE(record == expected);
     EXPECT_EQ(CompleteLengths(data, [&](auto* part, size_t size) { decode(part, size, record); }), complete);
+}
+
+/// Which of the fields make two records unequal, "01..." in their order.
+template <class Record, class... Field>
+std::string Compared(Field Record::*... fields)
+{
+    std::string text;
+    const auto compare = [&](auto field)
+    {
+        Record other;
+        other.*field ^= 1;
+        text += other.EqualTo(Record()) ? '0' : '1';
+    };
+    (compare(fields), ...);
+    return text;
 }
 
 } // namespace Tessor::Test

@@ -2,10 +2,8 @@
 #include "Proc/CodecParsers/MPEG1_2PTSRestorer.h"
 #include "tests/CodecParsers/HeaderTools.h"
 
-using namespace Tessor;
-using namespace Tessor::Proc;
-using namespace Tessor::Proc::CodecParsers;
-using namespace Tessor::Test;
+namespace Tessor::Test
+{
 
 namespace
 {
@@ -43,54 +41,47 @@ std::string Restore(IPTSRestorer& restorer, const std::string& packets)
     return text;
 }
 
-struct Row
+template <class Restorer, class... Args>
+void CheckRestored(const std::vector<std::pair<std::string, std::string>>& rows, const Args&... args)
 {
-    const char* packets;
-    const char* restored;
-};
+    for (const auto& [packets, restored] : rows)
+    {
+        Restorer restorer(args...);
+        EXPECT_EQ(Restore(restorer, packets), restored) << packets;
+    }
+}
 
 } // namespace
 
 TEST(PTSRestorer, H264)
 {
-    const Row rows[] = {
-        {"I- B- B- P- .", "|||80/0 0/40 40/80 |120/120 |"},
-        {"I- P- P-", "|0/0 |40/40 |"},
-        {"B- B- P-", "||-40/0 0/40 |"},            // a B at the head plays in its own place
-        {"I- B-~ B-~ P-", "|||80/0 0/40 40/80 |"}, // unknown ones are counted back from the next reference
-        // DTS 40 at index 1 of 2: P is at 80 and I at 0; then P at 80, B at 120, I at 160.
-        {"I-~ B- P-~ B-~ I-~", "||40/0 0/40 ||120/80 80/120 |"},
-        // At the flush the group's end is the first known DTS plus the steps behind it.
-        {"I- B- .", "||40/0 0/40 |"},
-        {"I-~ B-~ B- .", "|||80/0 0/40 40/80 |"},
-        {"I-~ B-~ P-~", "||-/- -/- |"},
-        {". . I- .", "|||0/0 |"},
-    };
-    for (const Row& row : rows)
-    {
-        H264PTSRestorer restorer(false, 0);
-        EXPECT_EQ(Restore(restorer, row.packets), row.restored) << row.packets;
-    }
+    CheckRestored<H264PTSRestorer>(
+        {{"I- B- B- P- .", "|||80/0 0/40 40/80 |120/120 |"},
+         {"I- P- P-", "|0/0 |40/40 |"},
+         {"B- B- P-", "||-40/0 0/40 |"},            // a B at the head plays in its own place
+         {"I- B-~ B-~ P-", "|||80/0 0/40 40/80 |"}, // unknown ones are counted back from the next reference
+         // DTS 40 at index 1 of 2: P is at 80 and I at 0; then P at 80, B at 120, I at 160.
+         {"I-~ B- P-~ B-~ I-~", "||40/0 0/40 ||120/80 80/120 |"},
+         // At the flush the group's end is the first known DTS plus the steps behind it.
+         {"I- B- .", "||40/0 0/40 |"},
+         {"I-~ B-~ B- .", "|||80/0 0/40 40/80 |"},
+         {"I-~ B-~ P-~", "||-/- -/- |"},
+         {". . I- .", "|||0/0 |"}},
+        false, 0);
 }
 
 TEST(PTSRestorer, MPEG1_2)
 {
-    const Row rows[] = {
-        {"I40 P160 B80 B120", "40/0 |160/40 |80/80 |120/120 |"}, // nothing to do
-        {"I- B40 B80 P240", "|||120/0 40/40 80/80 240/120 |"},   // the next reference tells
-        {"I- B40 B80 P- B160 B200", "|||120/0 40/40 80/80 |||"}, // and may lack a time itself
-        {"I- P- P- .", "|40/0 |80/40 |120/80 |"},                // without reordering
-        {"I- B40 B80 . .", "|||120/0 40/40 80/80 ||"},           // an end has no second one
-        {"I- B-", "|40/0 |"},                                    // a B picture without a time closes, too
-        {"I- B40 X200", "||80/0 40/40 200/80 |"},                // what is no B picture is a reference
-        {"I- B40 P-~ .", "||-/0 40/40 |-/- |"},                  // nothing is made of unknown times
-        {"P40 I- B80 . I- B160 P320", "40/0 |||120/40 80/80 |||200/120 160/160 320/200 |"}, // goes on behind an end
-    };
-    for (const Row& row : rows)
-    {
-        MPEG1_2PTSRestorer restorer;
-        EXPECT_EQ(Restore(restorer, row.packets), row.restored) << row.packets;
-    }
+    CheckRestored<MPEG1_2PTSRestorer>(
+        {{"I40 P160 B80 B120", "40/0 |160/40 |80/80 |120/120 |"}, // nothing to do
+         {"I- B40 B80 P240", "|||120/0 40/40 80/80 240/120 |"},   // the next reference tells
+         {"I- B40 B80 P- B160 B200", "|||120/0 40/40 80/80 |||"}, // and may lack a time itself
+         {"I- P- P- .", "|40/0 |80/40 |120/80 |"},                // without reordering
+         {"I- B40 B80 . .", "|||120/0 40/40 80/80 ||"},           // an end has no second one
+         {"I- B-", "|40/0 |"},                                    // a B picture without a time closes, too
+         {"I- B40 X200", "||80/0 40/40 200/80 |"},                // what is no B picture is a reference
+         {"I- B40 P-~ .", "||-/0 40/40 |-/- |"},                  // nothing is made of unknown times
+         {"P40 I- B80 . I- B160 P320", "40/0 |||120/40 80/80 |||200/120 160/160 320/200 |"}}); // goes on behind an end
 }
 
 TEST(PTSRestorer, ResetForgets)
@@ -120,3 +111,5 @@ TEST(PTSRestorer, ExtremeDurationsNeitherOverflowNorInventTimes)
         EXPECT_EQ(restorer.Pull().second.pts, NoTime);
     }
 }
+
+} // namespace Tessor::Test

@@ -1,43 +1,37 @@
 #include "Fnd/DataInputMemory.h"
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "Proc/CodecParsers/MPEG2CodecParser.h"
-#include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/CodecParsers/PacketTools.h"
 #include "media/IFormatCodecVideo.h"
 #include "tests/CodecParsers/HeaderTools.h"
 
-using namespace Tessor;
-using namespace Tessor::Proc;
-using namespace Tessor::Proc::CodecParsers;
-using namespace Tessor::Test;
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <random>
+
+namespace Tessor::Test
+{
 
 namespace
 {
 
 const std::string H264 = Conf::IFormatCodecVideo::CODEC_ID_H264;
 
-// avcC with the SPS 67 42 00 1e and the PPS 68 ce, and the same in Annex B.
-const std::string Avcc = "01 42 00 1e ff e1 00 04 67 42 00 1e 01 00 02 68 ce";
-const std::string AvccAnnexB = "00 00 00 01 67 42 00 1e 00 00 00 01 68 ce";
-
 /// What FindAnnexBNalus has to find, one byte at a time.
 std::vector<Nalu> SlowAnnexBNalus(const Bytes& bytes)
 {
-    std::vector<size_t> codes;
+    std::vector<Nalu> units;
+    size_t begin = 0; // of the open unit
     for (size_t i = 0; i + 3 <= bytes.size(); ++i)
         if (bytes[i] == 0 && bytes[i + 1] == 0 && bytes[i + 2] == 1)
-            codes.push_back(i);
-    std::vector<Nalu> units;
-    for (size_t n = 0; n < codes.size(); ++n)
-    {
-        const size_t begin = codes[n] + 3;
-        const bool last = n + 1 == codes.size();
-        size_t end = last ? bytes.size() : codes[n + 1];
-        if (!last && bytes[end - 1] == 0)
-            --end;
-        if (begin < bytes.size())
-            units.emplace_back(bytes.data() + begin, end - begin);
-    }
+        {
+            if (begin > 0)
+                units.emplace_back(&bytes[begin], i - (bytes[i - 1] == 0) - begin);
+            begin = i + 3;
+        }
+    if (begin > 0 && begin < bytes.size())
+        units.emplace_back(&bytes[begin], bytes.size() - begin);
     return units;
 }
 
@@ -45,61 +39,35 @@ std::vector<Nalu> SlowAnnexBNalus(const Bytes& bytes)
 
 TEST(Nalus, BehindLengths)
 {
-    const struct
-    {
-        const char* data;
-        size_t lengthSize;
-        const char* units;
-        const char* failure;
-    } rows[] = {
-        {"", 4, "", ""},
-        {"00 00 00 02 65 88 00 00 00 01 41", 4, "[65 88]|[41]", ""},
-        {"02 65 88 01 41", 1, "[65 88]|[41]", ""},
-        {"00 00 01 41", 3, "[41]", ""},
-        {"00 01 41 00", 2, "[41]", "out of range"},
-        {"00 00 01", 4, "", "out of range"},
-        {"00 00 00 01 41 00 00 00 00", 4, "[41]", "bad naluSize"},
-        {"01 41", 0, "", "bad naluSize"},
-        {"00 00 00 00 01 41", 5, "", "bad naluSize"},
-        {"ff ff ff ff 41", 4, nullptr, "out of range"},
+    const auto find = [](const std::string& hex, size_t lengthSize) {
+        return UnitsOf(hex, [=](auto* data, size_t size, auto& units) { FindMP4Nalus(data, size, units, lengthSize); });
     };
-    for (const auto& row : rows)
-    {
-        const Bytes bytes = Hex(row.data);
-        std::vector<Nalu> units;
-        const auto find = [&] { FindMP4Nalus(bytes.data(), bytes.size(), units, row.lengthSize); };
-        EXPECT_EQ(Failure(find), row.failure) << row.data;
-        if (row.units)
-        {
-            EXPECT_EQ(ToHex(units), row.units) << row.data;
-        }
-    }
+    EXPECT_EQ(find("00 00 00 02 65 88 00 00 00 01 41", 4), "[65 88]|[41]");
+    EXPECT_EQ(find("00 00 01 41", 3), "[41]");
+    EXPECT_EQ(find("00 01 41 00", 2), "[41]out of range");
+    EXPECT_EQ(find("02 65 88 01 41", 1), "[65 88]|[41]");
+    EXPECT_EQ(find("00 00 00 01 41 00 00 00 00", 4), "[41]bad naluSize");
+    EXPECT_EQ(find("01 41", 0), "bad naluSize");
+    EXPECT_EQ(find("00 00 00 00 01 41", 5), "bad naluSize");
     // The unit that leaves the data is in the list by then, with the size that it claims.
-    const Bytes bytes = Hex("00 00 00 09 41");
-    std::vector<Nalu> units(1);
-    EXPECT_THROW(FindMP4Nalus(bytes.data(), bytes.size(), units, 4), std::logic_error);
-    ASSERT_EQ(units.size(), 2u);
-    EXPECT_EQ(units[1], Nalu(bytes.data() + 4, 9));
+    for (const auto& [hex, claimed] : {std::pair("00 00 00 09 41", 9u), {"ff ff ff ff 41", 0xFFFFFFFFu}})
+    {
+        const Bytes bytes = Hex(hex);
+        std::vector<Nalu> units(1);
+        EXPECT_EQ(TextOf<std::logic_error>([&] { FindMP4Nalus(bytes.data(), bytes.size(), units, 4); }),
+                  "out of range");
+        ASSERT_EQ(units.size(), 2u);
+        EXPECT_EQ(units[1], Nalu(bytes.data() + 4, claimed));
+    }
 }
 
 TEST(Nalus, BehindStartCodes)
 {
-    const std::pair<const char*, const char*> rows[] = {
-        {"65 88 41 00 00", ""},
-        {"00 00 01", ""},
-        {"09 f0 00 00 01 65", "[65]"},
-        {"00 00 00 01 65 88 00 00 01 41 9a", "[65 88]|[41 9a]"},
-        {"00 00 01 65 00 00 00 00 00 01 41", "[65 00 00]|[41]"}, // one zero belongs to the start code
-        {"00 00 01 65 88 00 00 00 00", "[65 88 00 00 00 00]"},
-        {"00 00 01 00 00 00 01 41", "[]|[41]"},
-    };
-    for (const auto& [data, expected] : rows)
-    {
-        const Bytes bytes = Hex(data);
-        std::vector<Nalu> units;
-        FindAnnexBNalus(bytes.data(), bytes.size(), units);
-        EXPECT_EQ(ToHex(units), expected) << data;
-    }
+    CheckRows([](const std::string& hex) { return UnitsOf(hex, FindAnnexBNalus); },
+              {{"65 88 41 00 00", ""},
+               {"00 00 01", ""},
+               {"00 00 01 65 00 00 00 00 00 01 41", "[65 00 00]|[41]"}, // one zero belongs to the start code
+               {"09 f0 00 00 01 00 00 00 01 65 88 00 00", "[]|[65 88 00 00]"}});
     std::mt19937 random(1);
     for (int round = 0; round < 20000; ++round)
     {
@@ -114,83 +82,64 @@ TEST(Nalus, BehindStartCodes)
 
 TEST(Nalus, EmulationBytesAreTakenOut)
 {
-    const std::pair<const char*, const char*> rows[] = {
-        {"", ""},
-        {"00 00 03", "00 00 03"},
-        {"00 00 03 04", "00 00 03 04"},
-        {"00 00 03 01", "00 00 01"},
-        {"00 00 03 00 00 03 00 00 03", "00 00 00 00 00 00 03"},
-        {"00 00 00 03 03 00 00 03 02 80", "00 00 00 03 00 00 02 80"},
-        {"00 00 03 04 00 00 03 00", "00 00 03 04 00 00 00"},
-    };
-    for (const auto& [data, rbsp] : rows)
+    const auto remove = [](const std::string& hex)
     {
-        const Bytes unit = Hex(data);
-        EXPECT_EQ(ToHex(RemoveEmulationByte(unit.data(), unit.size())), rbsp) << data;
-    }
+        const Bytes unit = Hex(hex);
+        return ToHex(RemoveEmulationByte(unit.data(), unit.size()));
+    };
+    CheckRows(remove, {{"", ""},
+                       {"00 00 03", "00 00 03"},
+                       {"00 00 03 04", "00 00 03 04"},
+                       {"00 00 03 00 00 03 00 00 03", "00 00 00 00 00 00 03"},
+                       {"00 00 00 03 03 00 00 03 02 80", "00 00 00 03 00 00 02 80"},
+                       {"00 00 03 04 00 00 03 00", "00 00 03 04 00 00 00"}});
 }
 
 TEST(Nalus, ExpGolomb)
 {
-    const struct
+    const auto read = [](const std::string& hex)
     {
-        const char* bits;
-        uint32_t ue;
-        int64_t se;
-    } rows[] = {
-        {"80", 0, 0},
-        {"40", 1, 1},
-        {"60", 2, -1},
-        {"28", 4, -2},
-        {"00 00 00 01 ff ff ff fe", 0xFFFFFFFEu, -0x7FFFFFFFll}, // 31 zeros, all ones
-        // 32 zeros: the next 32 bits as they stand, without a 1 in between.
-        {"00 00 00 00 00 00 00 05", 5, 3},
-        {"00 00 00 00 ff ff ff ff", 0xFFFFFFFFu, 0x80000000ll},
-    };
-    for (const auto& row : rows)
-    {
-        const Bytes bytes = Hex(row.bits);
+        const Bytes bytes = Hex(hex);
         Core::DataBitInput ue(Core::DataInputMemory::Create(bytes.data(), bytes.size()));
         Core::DataBitInput se(Core::DataInputMemory::Create(bytes.data(), bytes.size()));
-        EXPECT_EQ(read_ue(ue), row.ue) << row.bits;
-        EXPECT_EQ(read_se(se), row.se) << row.bits;
-        EXPECT_EQ(ue.BitsLeft(), se.BitsLeft());
-    }
+        return std::to_string(read_ue(ue)) + " " + std::to_string(read_se(se));
+    };
+    CheckRows(read, {{"80", "0 0"},
+                     {"40", "1 1"},
+                     {"60", "2 -1"},
+                     {"28", "4 -2"},
+                     {"00 00 00 01 ff ff ff fe", "4294967294 -2147483647"}, // 31 zeros, all ones
+                     // 32 zeros: the next 32 bits as they stand, without a 1 in between.
+                     {"00 00 00 00 00 00 00 05", "5 3"},
+                     {"00 00 00 00 ff ff ff ff", "4294967295 2147483648"}});
 }
 
 TEST(PacketConversion, Mp4toAnnexB)
 {
+    // avcC with an SPS and a PPS, and the same in Annex B.
+    const std::string avcc = "01 42 00 1e ff e1 00 04 67 42 00 1e 01 00 02 68 ce";
+    const std::string sets = StartCode + "67 42 00 1e " + StartCode + "68 ce ";
     const std::string damaged = "00 00 00 01 41 00 00 00 09 41";
-    const struct
+    const auto convert = [](const std::string& data, size_t lengthSize, bool key, const std::string& extradata)
     {
-        std::string data;
-        size_t lengthSize;
-        bool key;
-        std::string extradata, result;
-        bool inPlace;
-    } rows[] = {
-        {"00 00 00 02 41 9a 00 00 00 01 06", 4, false, Avcc, "00 00 00 01 41 9a 00 00 00 01 06", true},
-        {"00 00 02 41 9a 00 00 01 06", 3, false, Avcc, "00 00 01 41 9a 00 00 01 06", true},
-        {"00 02 41 9a 00 01 06", 2, false, Avcc, "00 00 00 01 41 9a 00 00 00 01 06", false},
-        {"02 41 9a", 1, false, Avcc, "00 00 00 01 41 9a", false},
-        {"00 00 00 02 65 88", 4, true, Avcc, AvccAnnexB + " 00 00 00 01 65 88", false},
-        {"02 65 88", 1, true, Avcc, AvccAnnexB + " 00 00 00 01 65 88", false},
-        {damaged, 4, false, "", "out of range", false},
-        {damaged, 0, false, "", "Invalid header size", false},
-        {"00 00 00 01 65", 4, true, "", "Not enougth data to determine h264 header type", false},
-        {"00 00 00 01 65", 4, true, "01 42 00", "avcC header is too small", false},
-    };
-    for (const auto& row : rows)
-    {
-        const SP<IDataPacket> packet = MakeVideoPacket(row.data, row.key);
+        const SP<IDataPacket> packet = MakeVideoPacket(data, key);
         SP<IDataPacket> result;
         const std::string failure =
-            Failure([&] { result = Mp4toAnnexB(packet, row.lengthSize, MakeBlob(row.extradata), H264); });
-        EXPECT_EQ(result ? ToHex(*result) : failure, row.result) << row.data;
-        EXPECT_EQ(result == packet, row.inPlace) << row.data;
-        EXPECT_TRUE(row.inPlace || ToHex(*packet) == row.data); // copies and failures leave their source alone
-        EXPECT_TRUE(!result || (result->IsKeyFrame() == row.key && result->GetDTS() == 20));
-    }
+            Failure([&] { result = Mp4toAnnexB(packet, lengthSize, MakeBlob(extradata), H264); });
+        EXPECT_TRUE(result == packet || ToHex(*packet) == data) << "copies and failures leave their source alone";
+        EXPECT_TRUE(!result || (result->IsKeyFrame() == key && result->GetDTS() == 20));
+        return result ? (result == packet ? "in place: " : "") + ToHex(*result) : failure;
+    };
+    EXPECT_EQ(convert("00 00 00 02 41 9a 00 00 00 01 06", 4, false, avcc),
+              "in place: 00 00 00 01 41 9a 00 00 00 01 06");
+    EXPECT_EQ(convert("00 00 02 41 9a 00 00 01 06", 3, false, avcc), "in place: 00 00 01 41 9a 00 00 01 06");
+    EXPECT_EQ(convert("00 02 41 9a 00 01 06", 2, false, avcc), StartCode + "41 9a " + StartCode + "06");
+    EXPECT_EQ(convert("00 00 00 02 65 88", 4, true, avcc), sets + StartCode + "65 88");
+    EXPECT_EQ(convert("02 65 88", 1, true, avcc), sets + StartCode + "65 88");
+    EXPECT_EQ(convert(damaged, 4, false, ""), "out of range");
+    EXPECT_EQ(convert(damaged, 0, false, ""), "Invalid header size");
+    EXPECT_EQ(convert("00 00 00 01 65", 4, true, ""), "Not enougth data to determine h264 header type");
+    EXPECT_EQ(convert("00 00 00 01 65", 4, true, "01 42 00"), "avcC header is too small");
     // In place only where nobody else looks.
     const SP<IDataPacket> alone = MakeVideoPacket("00 00 00 01 41", false);
     const uint8_t* const before = alone->GetData();
@@ -203,18 +152,13 @@ TEST(PacketConversion, Mp4toAnnexB)
 
 TEST(PacketConversion, AnnexBtoMp4)
 {
-    const std::pair<size_t, const char*> rows[] = {
-        {4, "00 00 00 02 41 9a 00 00 00 01 06"}, {2, "00 02 41 9a 00 01 06"}, {1, "02 41 9a 01 06"}, {0, "41 9a 06"}};
-    for (const auto& [lengthSize, expected] : rows)
-    {
-        const SP<IDataPacket> packet = MakeVideoPacket("00 00 00 01 41 9a 00 00 01 00 00 01 06", true);
-        const SP<IDataPacket> result = AnnexBtoMp4(packet, lengthSize);
-        EXPECT_EQ(ToHex(*result), expected);
-        EXPECT_TRUE(result->IsKeyFrame());
-        EXPECT_EQ(result->GetPTS(), 40);
-    }
+    const SP<IDataPacket> packet = MakeVideoPacket("00 00 00 01 41 9a 00 00 01 00 00 01 06", true);
+    const auto convert = [&](size_t lengthSize) { return ResultOf([&] { return AnnexBtoMp4(packet, lengthSize); }); };
+    EXPECT_EQ(convert(4), "00 00 00 02 41 9a 00 00 00 01 06");
+    EXPECT_EQ(convert(1), "02 41 9a 01 06");
+    EXPECT_EQ(convert(0), "41 9a 06");
+    EXPECT_EQ(convert(100), "Invalid header size");
     EXPECT_EQ(AnnexBtoMp4(SP<const IDataPacket>(), 4), nullptr);
-    EXPECT_EQ(Failure([] { AnnexBtoMp4(MakeVideoPacket("00 00 01 41", true), 100); }), "Invalid header size");
 }
 
 TEST(PacketTools, NewPacketKeepsEverythingButThePayload)
@@ -227,7 +171,7 @@ TEST(PacketTools, NewPacketKeepsEverythingButThePayload)
     {
         packet->SetPosition(position);
         const SP<IDataPacket> result = PrependToPacket(packet, Bytes{1, 2, 3}.data(), 3);
-        EXPECT_EQ(Payload(*result), (Bytes{1, 2, 3, 7, 8}));
+        EXPECT_EQ(ToHex(*result), "01 02 03 07 08");
         EXPECT_EQ(result->GetDTS(), 400);
         EXPECT_EQ(result->GetDuration(), 40);
         EXPECT_TRUE(result->IsKeyFrame());
@@ -239,21 +183,4 @@ TEST(PacketTools, NewPacketKeepsEverythingButThePayload)
     EXPECT_EQ(Failure([&] { CreatePacketLike(*packet, size_t(1) << 31); }), "Can't allocate new AVPacket");
 }
 
-TEST(PacketTools, HeadersGoInFrontOnce)
-{
-    const SP<const IBlob> header = MakeBlob("09 09");
-    using Add = SP<IDataPacket> (*)(const SP<IDataPacket>&, const SP<const IBlob>&);
-    const std::pair<Add, uint8_t> codecs[] = {{MPEG2_AddPacketHeader, 0xB3}, {MPEG4_AddPacketHeader, 0xB0}};
-    for (const auto& [add, own] : codecs)
-    {
-        const uint8_t other = own ^ 3; // the code of the other codec
-        EXPECT_EQ(add(nullptr, header), nullptr);
-        const SP<IDataPacket> headed = MakePacket({0, 0, 1, own, 5}), plain = MakePacket({0, 0, 1, other, 5});
-        EXPECT_EQ(add(headed, header), headed);
-        EXPECT_EQ(add(plain, nullptr), plain);
-        EXPECT_EQ(add(plain, MakeBlob("")), plain);
-        EXPECT_EQ(Payload(*add(plain, header)), (Bytes{9, 9, 0, 0, 1, other, 5}));
-        EXPECT_EQ(Payload(*add(MakePacket({0, 0, 1}), header)), (Bytes{9, 9, 0, 0, 1}));
-        EXPECT_EQ(Payload(*add(MakePacket({}), header)), (Bytes{9, 9}));
-    }
-}
+} // namespace Tessor::Test

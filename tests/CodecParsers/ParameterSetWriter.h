@@ -5,40 +5,25 @@
 #include "tests/CodecParsers/HeaderTools.h"
 
 #include <bit>
+#include <random>
 
 namespace Tessor::Test
 {
 
-/// Writes headers. A generated one's fields are drawn and written in the same pass, so that the drawn values decide
-/// what follows.
+/// The bits of a field and its value.
+using Field = std::pair<unsigned, uint32_t>;
+
+/// Stands for the bits of a ue(v).
+constexpr unsigned UE = ~0u;
+
+/// Writes headers field by field, with values that may be drawn.
 class ParameterSetWriter
 {
 public:
     explicit ParameterSetWriter(std::mt19937& random) : random(random), output(sink) {}
 
-    uint32_t Draw(uint32_t limit) { return static_cast<uint32_t>(random() % (uint64_t{limit} + 1)); }
-
-    template <class... F>
-    void U(unsigned bits, F&... fields)
-    {
-        (Put(bits, fields = static_cast<F>(random() >> (32 - bits))), ...);
-    }
-    template <class... F>
-    void Flags(F&... fields)
-    {
-        U(1, fields...);
-    }
-    /// Values of up to the limit.
-    template <class... F>
-    void UE(uint32_t limit, F&... fields)
-    {
-        (PutUE(fields = static_cast<F>(Draw(limit))), ...);
-    }
-    template <class... F>
-    void SE(uint32_t limit, F&... fields)
-    {
-        (PutSE(fields = static_cast<F>(int64_t{Draw(2 * limit)} - limit)), ...);
-    }
+    /// 0 to `last`.
+    uint32_t Draw(uint32_t last) { return static_cast<uint32_t>(random() % (uint64_t{last} + 1)); }
 
     void Put(unsigned bits, uint32_t value)
     {
@@ -52,6 +37,12 @@ public:
         Put(width, static_cast<uint32_t>(value + 1));
     }
     void PutSE(int64_t value) { PutUE(static_cast<uint64_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
+
+    void Put(const std::vector<Field>& fields)
+    {
+        for (const auto& [bits, value] : fields)
+            bits == UE ? PutUE(value) : Put(bits, value);
+    }
 
     /// Bits so far.
     size_t Bits() const { return written; }
@@ -89,9 +80,9 @@ inline Bytes Escape(const Bytes& rbsp)
     return unit;
 }
 
-inline Bytes WithStartCode(const Bytes& unit)
+inline Bytes WithStartCode(const Bytes& rbsp)
 {
-    return Bytes{0, 0, 0, 1} + unit;
+    return Bytes{0, 0, 0, 1} + Escape(rbsp);
 }
 
 } // namespace Tessor::Test

@@ -6,56 +6,17 @@
 extern "C"
 {
 #include <libavcodec/avcodec.h>
+#include <libavcodec/bsf.h>
 #include <libavformat/avformat.h>
 }
 
 #include <memory>
-#include <optional>
 
 namespace Tessor::Test
 {
 
-/// The video track of a real clip, or its first audio track, as libavformat sees it; times in microseconds.
-class RealClip
-{
-public:
-    RealClip(const std::string& name, MediaType type) : type(type)
-    {
-        av_log_set_level(AV_LOG_QUIET);
-        EXPECT_EQ(avformat_open_input(&context, ClipPath(name).c_str(), nullptr, nullptr), 0);
-        EXPECT_GE(avformat_find_stream_info(context, nullptr), 0);
-        const AVMediaType kind = type == MediaType::Audio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
-        stream = context->streams[av_find_best_stream(context, kind, -1, -1, nullptr, 0)];
-    }
-    ~RealClip() { avformat_close_input(&context); }
-    RealClip(const RealClip&) = delete;
-    RealClip& operator=(const RealClip&) = delete;
-
-    const AVStream& GetStream() const { return *stream; }
-    /// The track's next packet, null at the end.
-    SP<Proc::DataPacketFF> Read()
-    {
-        AVPacket* record = av_packet_alloc();
-        while (av_read_frame(context, record) >= 0)
-        {
-            if (record->stream_index == stream->index)
-            {
-                av_packet_rescale_ts(record, stream->time_base, {1, 1000000});
-                return Proc::DataPacketFF::Create(record, type, record->pts, record->dts, record->duration);
-            }
-            av_packet_unref(record);
-        }
-        av_packet_free(&record);
-        return nullptr;
-    }
-
-private:
-    const MediaType type;
-    AVFormatContext* context = nullptr;
-    AVStream* stream = nullptr;
-};
-
-/// Tests on a track of the clip that is the parameter.
+/// Tests on the video track of the clip that is the parameter, or on its first audio track, as libavformat sees it;
+/// times in microseconds.
 template <MediaType Type>
 class ClipTest : public testing::TestWithParam<const char*>
 {
@@ -63,29 +24,76 @@ protected:
     void SetUp() override
     {
         TESSOR_SKIP_WITHOUT(GetParam());
-        clip.emplace(GetParam(), Type);
-        parameters = clip->GetStream().codecpar;
-        extradata = Proc::BlobFF::Create(parameters->extradata, static_cast<size_t>(parameters->extradata_size));
+        av_log_set_level(AV_LOG_QUIET);
+        ASSERT_EQ(avformat_open_input(&context, ClipPath(GetParam()).c_str(), nullptr, nullptr), 0);
+        ASSERT_GE(avformat_find_stream_info(context, nullptr), 0);
+        constexpr AVMediaType kind = Type == MediaType::Audio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_VIDEO;
+        stream = context->streams[av_find_best_stream(context, kind, -1, -1, nullptr, 0)];
+        parameters = stream->codecpar;
+        extradata = BlobFF::Create(parameters->extradata, static_cast<size_t>(parameters->extradata_size));
+    }
+    void TearDown() override { avformat_close_input(&context); }
+
+    /// The track's next packet, null at the end.
+    SP<DataPacketFF> ReadPacket()
+    {
+        AVPacket* record = av_packet_alloc();
+        while (av_read_frame(context, record) >= 0)
+        {
+            if (record->stream_index == stream->index)
+            {
+                av_packet_rescale_ts(record, stream->time_base, {1, 1000000});
+                return DataPacketFF::Create(record, Type, record->pts, record->dts, record->duration);
+            }
+            av_packet_unref(record);
+        }
+        av_packet_free(&record);
+        return nullptr;
     }
 
-    std::optional<RealClip> clip;
+    AVFormatContext* context = nullptr;
+    const AVStream* stream = nullptr;
     const AVCodecParameters* parameters = nullptr;
-    SP<const Proc::IBlob> extradata;
+    SP<const IBlob> extradata;
 };
 
 inline std::string ClipName(const testing::TestParamInfo<const char*>& info)
 {
-    std::string name = info.param;
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return !isalnum(c); }, '_');
-    return name;
+    return ToTestName(info.param);
 }
+
+inline std::shared_ptr<AVCodecContext> MakeContext(AVCodecID codec)
+{
+    return {avcodec_alloc_context3(avcodec_find_decoder(codec)), [](AVCodecContext* c) { avcodec_free_context(&c); }};
+}
+
+/// What libavcodec's parser sees in the packets of a track.
+struct ReferenceParser
+{
+    explicit ReferenceParser(const AVCodecParameters& parameters)
+        : parser(av_parser_init(parameters.codec_id), av_parser_close), context(MakeContext(parameters.codec_id))
+    {
+        avcodec_parameters_to_context(context.get(), &parameters);
+        parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    }
+
+    /// The parser's record (pict_type, key_frame) behind the packet.
+    const AVCodecParserContext& Parse(const IDataPacket& packet)
+    {
+        uint8_t* out = nullptr;
+        int size = 0;
+        av_parser_parse2(parser.get(), context.get(), &out, &size, packet.GetData(), packet.GetSize(), 0, 0, 0);
+        return *parser;
+    }
+
+    const std::shared_ptr<AVCodecParserContext> parser;
+    const std::shared_ptr<AVCodecContext> context;
+};
 
 /// A fresh decoder with that extradata.
 inline std::shared_ptr<AVCodecContext> OpenDecoder(AVCodecID codec, const Bytes& extradata)
 {
-    const std::shared_ptr<AVCodecContext> decoder(avcodec_alloc_context3(nullptr),
-                                                  [](AVCodecContext* c) { avcodec_free_context(&c); });
+    const auto decoder = MakeContext(codec);
     decoder->extradata = static_cast<uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
     decoder->extradata_size = static_cast<int>(extradata.size());
     std::copy(extradata.begin(), extradata.end(), decoder->extradata);
@@ -96,7 +104,7 @@ inline std::shared_ptr<AVCodecContext> OpenDecoder(AVCodecID codec, const Bytes&
 }
 
 /// The first frame that a fresh decoder makes of a packet; null when it makes none.
-inline std::shared_ptr<const AVFrame> DecodeAlone(AVCodecID codec, const Proc::IDataPacket& packet,
+inline std::shared_ptr<const AVFrame> DecodeAlone(AVCodecID codec, const IDataPacket& packet,
                                                   const Bytes& extradata = {})
 {
     const auto decoder = OpenDecoder(codec, extradata);

@@ -13,11 +13,7 @@
 namespace
 {
 
-struct Target
-{
-    const char* name;
-    int (*entry)(const uint8_t*, size_t);
-};
+using Target = std::pair<const char*, int (*)(const uint8_t* data, size_t size)>;
 
 const Target Targets[] = {
 #define TESSOR_FUZZ_ENTRY(name) {#name, name},
@@ -34,7 +30,8 @@ class Replay : public testing::TestWithParam<Target>
 // A broken promise aborts the program; what reads outside of its data does under AddressSanitizer.
 TEST_P(Replay, Corpus)
 {
-    const std::filesystem::path folder = std::filesystem::path(TESSOR_SOURCE_DIR "/fuzz/corpus") / GetParam().name;
+    const auto& [name, entry] = GetParam();
+    const std::filesystem::path folder = std::filesystem::path(TESSOR_SOURCE_DIR "/fuzz/corpus") / name;
     size_t count = 0;
     for (const auto& file : std::filesystem::directory_iterator(folder))
     {
@@ -42,11 +39,11 @@ TEST_P(Replay, Corpus)
         std::ifstream in(file.path(), std::ios::binary);
         // Memory of the exact size, as the fuzzer gives it.
         const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        EXPECT_EQ(GetParam().entry(bytes.data(), bytes.size()), 0);
+        EXPECT_EQ(entry(bytes.data(), bytes.size()), 0);
         ++count;
     }
     EXPECT_GT(count, 0u) << "no seeds in " << folder;
 }
 
 INSTANTIATE_TEST_SUITE_P(Fuzz, Replay, testing::ValuesIn(Targets),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& info) { return std::string(info.param.first); });

@@ -53,9 +53,8 @@ TEST(DataPacket, ClonesShareBytesAndSideDataButNotTimesAndFlags)
 {
     SP<DataPacketFF> packet = MakePacket(100, 50);
     packet->SetLeadIn({MakePacket(0, 0)});
-    uint8_t* const side = av_packet_new_side_data(packet->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, 10);
-    std::fill_n(side, 10, uint8_t{9});
-    std::fill_n(packet->Data(), packet->Size(), uint8_t{3});
+    av_packet_new_side_data(packet->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, 10)[9] = 9;
+    packet->Data()[15] = 3;
     packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
 
     const SP<IDataPacket> clone = packet->Clone();
@@ -74,23 +73,20 @@ TEST(DataPacket, ClonesShareBytesAndSideDataButNotTimesAndFlags)
     const SP<const IBlob> blob = packet->GetBlob(); // outlives the item
     packet.reset();
     EXPECT_EQ(blob->Data()[15], 3);
-    size_t size = 0;
-    const uint8_t* const copied = av_packet_get_side_data(clone->GetAVPacket(), AV_PKT_DATA_SKIP_SAMPLES, &size);
-    ASSERT_EQ(size, 10u);
-    EXPECT_EQ(copied[9], 9);
+    const AVPacketSideData& side = clone->GetAVPacket()->side_data[0];
+    ASSERT_EQ(side.size, 10u);
+    EXPECT_EQ(side.data[9], 9);
 }
 
 TEST(DataPacket, CopiesAPayloadThatTheRecordDoesNotOwn)
 {
     AVPacket* const borrowed = av_packet_alloc();
-    {
-        std::vector<uint8_t> memory(5, 8);
-        borrowed->data = memory.data();
-        borrowed->size = 5;
-        const SP<DataPacketFF> packet = DataPacketFF::Create(borrowed, MediaType::Audio, 0, 0, 0);
-        memory.assign(5, 0);
-        EXPECT_EQ(packet->GetData()[4], 8);
-    }
+    std::vector<uint8_t> memory(5, 8);
+    borrowed->data = memory.data();
+    borrowed->size = 5;
+    const SP<DataPacketFF> packet = DataPacketFF::Create(borrowed, MediaType::Audio, 0, 0, 0);
+    memory.assign(5, 0);
+    EXPECT_EQ(packet->GetData()[4], 8);
 }
 
 TEST(DataPacket, RefusesWhatItCannotDo)
@@ -105,11 +101,10 @@ TEST(DataPacket, RefusesWhatItCannotDo)
 
 TEST(Blob, HasItsOwnPaddedBytes)
 {
-    const uint8_t bytes[] = {1, 2, 3};
-    const SP<BlobFF> blob = BlobFF::Create(bytes, 3);
-    std::vector<uint8_t> expected{1, 2, 3};
-    expected.resize(3 + AV_INPUT_BUFFER_PADDING_SIZE);
-    EXPECT_EQ(std::vector<uint8_t>(blob->Data(), blob->Data() + expected.size()), expected);
+    std::vector<uint8_t> bytes{1, 2, 3};
+    const SP<BlobFF> blob = BlobFF::Create(bytes.data(), 3);
     EXPECT_EQ(blob->Size(), 3u);
+    bytes.resize(3 + AV_INPUT_BUFFER_PADDING_SIZE);
+    EXPECT_EQ(std::vector<uint8_t>(blob->Data(), blob->Data() + bytes.size()), bytes);
     EXPECT_EQ(BlobFF::Create(nullptr, 0)->Size(), 0u);
 }

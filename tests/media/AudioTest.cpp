@@ -15,6 +15,8 @@ using Conf::SampleInfo;
 namespace
 {
 
+constexpr avTime longest = std::numeric_limits<avTime>::max();
+
 using Bytes = std::vector<uint8_t>;
 
 /// The whole buffer of a new block with those samples, padding included. Bytes tell sample and channel; -1 is silence.
@@ -123,7 +125,7 @@ TEST(DataAudio, CutsLikeAListOfSamples)
         }
 }
 
-TEST(DataAudio, ClonesShareUntilOneChanges)
+TEST(DataAudio, ClonesShareUntilOneChangesOrIsSilenced)
 {
     using Change = void (*)(DataAudioFF&);
     const Change changes[] = {
@@ -145,30 +147,23 @@ TEST(DataAudio, ClonesShareUntilOneChanges)
             change(*block);
             for (const SP<IDataAudio>& clone : clones)
                 EXPECT_EQ(GetBytes(*clone), before);
+            if (&change == &changes[4])
+            {
+                EXPECT_EQ(GetBytes(*block), Layout(info, std::vector<int>(500, -1))) << "padding stays zero";
+            }
             // the last holder of the shared samples does not copy them
             EXPECT_EQ(clones[0]->GetAudioRef().data == home, block->GetAudioRef().data != home);
         }
 }
 
-TEST(DataAudio, SilenceLeavesThePaddingZero)
-{
-    for (const SampleInfo& info : MakeInfos())
-    {
-        const SP<DataAudioFF> block = MakeBlock(info, 33);
-        block->FillSilence();
-        EXPECT_EQ(GetBytes(*block), Layout(info, std::vector<int>(33, -1)));
-    }
-}
-
 TEST(DataAudio, RefusesWhatItCannotDo)
 {
     const SampleInfo good(SampleFormats::S16, 48000, ChannelLayout::Stereo);
-    EXPECT_THROW(DataAudioFF::CreateBySampleCount(good, -1), std::invalid_argument);
-    EXPECT_THROW(DataAudioFF::CreateBySampleCount(SampleInfo(), 5), std::invalid_argument);
-    EXPECT_THROW(DataAudioFF::CreateBySampleCount(SampleInfo(SampleFormats::S16, 48000, ChannelLayout::None), 5),
-                 std::invalid_argument);
+    for (const auto& [info, count] :
+         {std::pair(good, -1), {SampleInfo(), 5}, {SampleInfo(SampleFormats::S16, 48000, ChannelLayout::None), 5}})
+        EXPECT_THROW(DataAudioFF::CreateBySampleCount(info, count), std::invalid_argument);
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(good, 480);
-    for (const avTime amount : {avTime{-1}, avTime{10001}, NoTime, std::numeric_limits<avTime>::max()})
+    for (const avTime amount : {avTime{-1}, avTime{10001}, NoTime, longest})
     {
         EXPECT_THROW(block->TrimStart(amount), Exception) << amount;
         EXPECT_THROW(block->TrimEnd(amount), Exception) << amount;
@@ -206,4 +201,80 @@ TEST(DataAudio, SamplesAndDurationMayDisagree)
     longer->TrimStart(15000);
     EXPECT_EQ(longer->GetSampleCount(), 0);
     EXPECT_EQ(longer->GetDuration(), 5000);
+}
+
+TEST(AudioTime, DoesNotDriftInTwoHours)
+{
+    AudioTime time;
+    time.Reset(40);
+    long long samples = 0;
+    while (samples < 2LL * 3600 * 11025)
+    {
+        time.AddSamples(11025, 1152);
+        samples += 1152;
+        const long long doubled = samples * 2000000 / 11025;
+        ASSERT_EQ(time.GetTime(), 40 + (doubled + 1) / 2);
+    }
+}
+
+TEST(AudioTime, NeedsABaseAndAPositiveRate)
+{
+    AudioTime time;
+    time.AddSamples(48000, 480);
+    time.AddSamples(0, 480);
+    EXPECT_FALSE(time.isInit());
+    EXPECT_EQ(time.GetTime(), NoTime);
+    time.Reset(-3);
+    time.AddSamples(48000, 480);
+    EXPECT_THROW(time.AddSamples(0, 1), std::invalid_argument);
+    EXPECT_THROW(time.AddSamples(-1, 1), std::invalid_argument);
+    EXPECT_EQ(time.GetTime(), 9997);
+    time.Reset(NoTime);
+    EXPECT_FALSE(time.isInit());
+}
+
+TEST(AudioTime, FoldsAtANewRate)
+{
+    AudioTime time;
+    time.Reset(0);
+    time.AddSamples(3, 1); // 333333.3
+    time.AddSamples(7, 1); // 142857.1
+    EXPECT_EQ(time.GetTime(), 333333 + 142857);
+    time.AddSamples(7, 6);
+    EXPECT_EQ(time.GetTime(), 1333333);
+}
+
+TEST(AudioTime, StopsAtTheEndOfTheRange)
+{
+    AudioTime time;
+    time.Reset(0);
+    time.AddSamples(1, std::numeric_limits<unsigned long long>::max());
+    EXPECT_EQ(time.GetTime(), longest);
+    time.AddSamples(1, 5);
+    EXPECT_EQ(time.GetTime(), longest);
+    time.Reset(longest - 10);
+    time.AddSamples(1000000, 11);
+    EXPECT_EQ(time.GetTime(), longest);
+    time.Reset(0);
+    time.AddSamples(1000000, 1ull << 62);
+    EXPECT_EQ(time.GetTime(), avTime{1} << 62);
+}
+
+TEST(AudioTime, ConvertsDurationsRoundingToNearest)
+{
+    EXPECT_EQ(Duration2SampleCount(23220, 44100), 1024);
+    for (const auto& [duration, samples] : {std::pair(5, 1), {4, 0}, {-5, -1}, {-4, 0}})
+        EXPECT_EQ(Duration2SampleCount(duration, 100000), samples) << duration;
+    EXPECT_EQ(Duration2SampleCount(NoTime, 44100), 0);
+    EXPECT_EQ(Duration2SampleCount(1000000, 0), 0);
+    EXPECT_EQ(Duration2SampleCount(longest, 2000000), longest);
+    EXPECT_EQ(Duration2SampleCount(-longest, 2000000), -longest);
+    // a rate below 500 kHz loses nothing on the way to microseconds and back
+    std::mt19937 random(5);
+    for (int i = 0; i < 1000; ++i)
+    {
+        const int rate = std::uniform_int_distribution<int>(1, 499999)(random);
+        const long long count = std::uniform_int_distribution<long long>(0, 1LL << 40)(random);
+        EXPECT_EQ(Duration2SampleCount(SampleCount2Duration(count, rate), rate), count) << rate;
+    }
 }

@@ -1,15 +1,9 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "tests/CodecParsers/ParameterSetWriter.h"
 #include "tests/CodecParsers/RealClip.h"
 
-extern "C"
+namespace Tessor::Test
 {
-#include <libavcodec/bsf.h>
-}
-
-using namespace Tessor;
-using namespace Tessor::Proc;
-using namespace Tessor::Proc::CodecParsers;
-using namespace Tessor::Test;
 
 namespace
 {
@@ -54,7 +48,7 @@ private:
 
 TEST_P(AACClip, ConfigAgreesWithLibavcodec)
 {
-    const SP<DataPacketFF> first = clip->Read();
+    const SP<DataPacketFF> first = ReadPacket();
     const bool isADTS = HasADTSHeader(first->GetData(), first->Size());
     ASSERT_EQ(isADTS, extradata->Size() == 0);
     const SP<const IBlob> config =
@@ -79,7 +73,7 @@ TEST_P(AACClip, PacketsComeOutOfTheirHeadersAndGoBack)
 {
     ReferenceFilter reference(*parameters);
     int count = 0;
-    for (SP<IDataPacket> packet = clip->Read(); packet && !HasFailure(); packet = clip->Read(), ++count)
+    for (SP<IDataPacket> packet = ReadPacket(); packet && !HasFailure(); packet = ReadPacket(), ++count)
     {
         if (extradata->Size() > 0)
         {
@@ -107,3 +101,58 @@ INSTANTIATE_TEST_SUITE_P(Media, AACClip,
                                          "hevc-hev1-cra-aac.mp4", "hevc-hvc1-main10-hdr10-aac.mp4",
                                          "mpeg4sp-85s-aac.mov"),
                          ClipName);
+
+// 10,000 frames as unlike each other as libavcodec bears them: its filter writes the configuration that ours does,
+// element by element of a PCE.
+TEST(AACHeaders, GeneratedOnesAgreeWithLibavcodec)
+{
+    av_log_set_level(AV_LOG_QUIET);
+    std::mt19937 random(2024);
+    AVCodecParameters parameters{};
+    parameters.codec_id = AV_CODEC_ID_AAC;
+    for (int round = 0; round < 10000 && !testing::Test::HasFailure(); ++round)
+    {
+        SCOPED_TRACE(round);
+        ParameterSetWriter element(random), head(random);
+        const auto draw = [&](uint32_t last) { return head.Draw(last); };
+        const uint32_t unchecked = draw(1), channels = draw(7);
+        Bytes body;
+        if (channels == 0)
+        {
+            const uint32_t front = draw(3), side = draw(3), back = draw(3), lfe = draw(2), coupling = draw(2);
+            element.Put({{3, 5}, {10, draw(0x3FF)}, {4, front}, {4, side}, {4, back}, {2, lfe}, {3, 0}, {4, coupling}});
+            for (const unsigned bits : {4, 4, 3}) // mixdowns
+            {
+                const uint32_t present = draw(1);
+                element.Put({{1, present}, {present * bits, 0}});
+            }
+            for (uint32_t i = 0; i < front + side + back + coupling; ++i)
+                element.Put(5, draw(31));
+            for (uint32_t i = 0; i < lfe; ++i)
+                element.Put(4, draw(15));
+            const Bytes comment(draw(9), 'c');
+            body = element.GetBytes() + Bytes{static_cast<uint8_t>(comment.size())} + comment;
+        }
+        body = body + Bytes(1 + draw(40), 'p');
+        const size_t length = 7 + (unchecked ? 0 : 2) + body.size();
+        head.Put({{15, 0x7FF8}, {1, unchecked}, {2, draw(3)}, {4, draw(12)}, {1, 0}, {3, channels}, {4, 0}});
+        head.Put({{13, static_cast<uint32_t>(length)}, {11, 0x7FF}, {2, 0}, {unchecked ? 0 : 16, 0}});
+        const Bytes frame = head.GetBytes() + body;
+
+        const ADTSHeader header = DataToADTSHeader(frame.data(), frame.size());
+        ReferenceParser parser(parameters);
+        parser.context->codec_id = AV_CODEC_ID_NONE; // of AAC it keeps the rate to itself
+        parser.Parse(*MakePacket(frame));
+        EXPECT_EQ(parser.context->sample_rate, static_cast<int>(header.sampleRate));
+        ReferenceFilter filter(parameters);
+        const size_t payload = filter.Filter(*MakePacket(frame)).size();
+        EXPECT_EQ(GetADTSHeaderSize(frame.data(), frame.size()) + payload, frame.size());
+        EXPECT_EQ(Payload(*ADTSHeaderToASCExtradata(MakeBlob(frame))), filter.extradata);
+        const auto read = DataToAudioSpecificConfig(filter.extradata.data(), filter.extradata.size());
+        EXPECT_EQ(read.sampleRate, header.sampleRate);
+        EXPECT_EQ(read.objectType, header.objectType);
+        EXPECT_EQ(read.channelConfiguration, channels);
+    }
+}
+
+} // namespace Tessor::Test
