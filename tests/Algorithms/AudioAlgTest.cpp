@@ -201,6 +201,7 @@ TEST(AudioAlg, ClipsFloatsAndRefusesUnknownFormats)
     EXPECT_THROW(EstimateLevel(none), Exception);
     EXPECT_THROW(ClipAudio(none, none), Exception);
     EXPECT_THROW(VolumizeAudio(none, none, 1.0), Exception);
+    EXPECT_NO_THROW(MixAudio(none, {})) << "nothing to add";
 }
 
 TEST(AudioAlg, FindsWhereBlocksOverlap)

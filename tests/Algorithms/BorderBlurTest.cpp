@@ -67,10 +67,11 @@ void ExpectSame(int width, int height, int alphaByte, int matrixSize, std::mt199
     Picture picture(width, height);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
+        {
             for (int i = 0; i < 4; ++i)
-                picture.At(x, y)[i] = static_cast<uint8_t>(i == alphaByte      ? alpha(x, y)
-                                                           : random() % 4 == 0 ? 255
-                                                                               : random());
+                picture.At(x, y)[i] = static_cast<uint8_t>(random() % 4 == 0 ? 255 : random());
+            picture.At(x, y)[alphaByte] = static_cast<uint8_t>(alpha(x, y));
+        }
     SCOPED_TRACE(std::to_string(picture.width) + "x" + std::to_string(picture.height) + " matrix " +
                  std::to_string(matrixSize) + " alpha " + std::to_string(alphaByte));
     Picture slow = picture;
