@@ -164,7 +164,7 @@ TEST(FilterAudioFormatter, CutsAndFlushes)
     EXPECT_THROW(Formatter(ScriptedAudio::Create(""), 0), std::invalid_argument);
 }
 
-TEST(FilterAudioFormatter, NothingHeldSurvivesASeekOrARelease)
+TEST(AudioShells, NothingHeldSurvivesASeekOrARelease)
 {
     const SP<IFilterAudioFormatter> filter = Formatter(ScriptedAudio::Create("0=1 40=2 80=3"), 30 * ms);
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "0:30=1");
@@ -172,6 +172,12 @@ TEST(FilterAudioFormatter, NothingHeldSurvivesASeekOrARelease)
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "40:30=2");
     filter->ReleaseInternalData();
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "0:30=3") << "times start from zero";
+
+    const SP<IFilterResample> resampler = Resample(ScriptedAudio::Create("0=1 40=2 80=3"));
+    resampler->InitByFormat(ScriptedAudio::Create("0", 96000)->GetFormatCodec());
+    resampler->Read();
+    Seek(resampler, 80 * ms);
+    EXPECT_EQ(resampler->Read()->GetPTS(), 80 * ms);
 }
 
 TEST(AudioShells, TreesGoThereAndBack)

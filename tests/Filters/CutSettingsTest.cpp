@@ -133,6 +133,7 @@ TEST(CutSettings, MapsTimesOutsideOfTheList)
         EXPECT_EQ(settings.Source2Result(source), result) << source;
         EXPECT_EQ(settings.Result2Source(result), back) << source;
     }
+    EXPECT_EQ(later.Result2Source(-5), 10 * ms) << "before the result is the first kept time";
 }
 
 TEST(CutSettings, ExtremeIntervalsDoNotOverflow)
