@@ -9,16 +9,15 @@
 
 namespace Tessor::Proc
 {
-
 namespace
 {
 
 /// A picture whose rows have bytes behind them that belong to nobody.
 struct Picture
 {
-    Picture(int width, int height) : width(width), height(height), stride(4 * width + 12)
+    Picture(int width, int height)
+        : width(width), height(height), stride(4 * width + 12), bytes(static_cast<size_t>(stride * height), 0x5A)
     {
-        bytes.assign(static_cast<size_t>(stride) * static_cast<size_t>(height), 0x5A);
     }
 
     uint8_t* At(int x, int y) { return bytes.data() + static_cast<ptrdiff_t>(y) * stride + 4 * x; }
@@ -35,8 +34,7 @@ size_t BlurSlowly(Picture& picture, int alpha, int matrixSize)
 {
     size_t coloured = 0;
     const int64_t r = matrixSize / 2;
-    const auto clamped = [](int64_t value, int64_t most)
-    { return static_cast<int>(std::clamp<int64_t>(value, 0, most)); };
+    const auto clamped = [](int64_t value, int most) { return static_cast<int>(std::clamp<int64_t>(value, 0, most)); };
     for (int y = 0; y < picture.height; ++y)
         for (int x = 0; x < picture.width; ++x)
         {
@@ -53,19 +51,18 @@ size_t BlurSlowly(Picture& picture, int alpha, int matrixSize)
                     for (int i = 0; i < 4; ++i)
                         sums[i] += picture.At(u, v)[i];
                 }
-            if (count == 0)
-                continue;
-            ++coloured;
+            coloured += count > 0;
             for (int i = 0; i < 4; ++i)
-                if (i != alpha)
+                if (i != alpha && count > 0)
                     picture.At(x, y)[i] = static_cast<uint8_t>(sums[i] / count);
         }
     return coloured;
 }
 
-using Alpha = std::function<uint8_t(int x, int y)>;
+using Alpha = std::function<unsigned(int x, int y)>;
 
-Picture Paint(int width, int height, int alphaByte, std::mt19937& random, const Alpha& alpha)
+/// Over random colours.
+void ExpectSame(int width, int height, int alphaByte, int matrixSize, std::mt19937& random, const Alpha& alpha)
 {
     Picture picture(width, height);
     for (int y = 0; y < height; ++y)
@@ -73,13 +70,8 @@ Picture Paint(int width, int height, int alphaByte, std::mt19937& random, const 
         {
             for (int i = 0; i < 4; ++i)
                 picture.At(x, y)[i] = static_cast<uint8_t>(random() % 4 == 0 ? 255 : random());
-            picture.At(x, y)[alphaByte] = alpha(x, y);
+            picture.At(x, y)[alphaByte] = static_cast<uint8_t>(alpha(x, y));
         }
-    return picture;
-}
-
-void ExpectSame(Picture picture, int alphaByte, int matrixSize)
-{
     SCOPED_TRACE(std::to_string(picture.width) + "x" + std::to_string(picture.height) + " matrix " +
                  std::to_string(matrixSize) + " alpha " + std::to_string(alphaByte));
     Picture slow = picture;
@@ -105,9 +97,8 @@ TEST(BlurTransparentBorder, EqualsTheSlowForm)
         const unsigned transparentPercent = std::vector<unsigned>{0, 2, 50, 98, 100}[random() % 5];
         const int alphaByte = random() % 2 ? 3 : 0;
         const int matrix = i % 4 == 0 ? static_cast<int>(random() % 700) : static_cast<int>(random() % 12);
-        ExpectSame(Paint(width, height, alphaByte, random,
-                         [&](int, int) { return random() % 100 < transparentPercent ? 0 : 1 + random() % 255; }),
-                   alphaByte, matrix);
+        ExpectSame(width, height, alphaByte, matrix, random,
+                   [&](int, int) { return random() % 100 < transparentPercent ? 0 : 1 + random() % 255; });
     }
 }
 
@@ -125,7 +116,7 @@ TEST(BlurTransparentBorder, EqualsTheSlowFormOnShapes)
     std::mt19937 random(2);
     for (const Alpha& shape : shapes)
         for (const int matrix : {2, 5, 33, 130, 500})
-            ExpectSame(Paint(220, 50, 3, random, shape), 3, matrix);
+            ExpectSame(220, 50, 3, matrix, random, shape);
 }
 
 TEST(BlurTransparentBorder, SumsBeyond32Bits)
@@ -151,5 +142,4 @@ TEST(BlurTransparentBorder, BearsAllSizes)
 }
 
 } // namespace
-
 } // namespace Tessor::Proc

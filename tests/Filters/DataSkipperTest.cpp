@@ -1,17 +1,14 @@
 #include "Proc/Filters/Filters/DataSkipperStreamImpl.h"
 #include "tests/Filters/CutTestTools.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
 
-namespace Tessor::Proc
+namespace Tessor::Test
 {
-
 namespace
 {
 
-using namespace Test;
+using namespace Proc;
 using FrameSkipper = DataSkipperStreamImpl<IStreamVideo>;
 
 std::string PrintTimes(const FrameSkipper& skipper)
@@ -22,37 +19,24 @@ std::string PrintTimes(const FrameSkipper& skipper)
     return text;
 }
 
-struct FrameRow
+TEST(FrameSkipper, GivesEvenTimesAndFoldsRepeats)
 {
-    const char* what;
-    Ranges kept;
-    const char* script;
-    const char* delivered;
-    const char* times;
-};
-
-TEST(FrameSkipping, GivesEvenTimesAndFoldsRepeats)
-{
-    const FrameRow rows[] = {
-        {"repeats", {{0, 1000}}, "0=1 40=2 80=2 120=2 160=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:120 160:40"},
-        {"the same picture later", {{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"},
-        {"uneven", {{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
-        {"a repeat across a cut",
-         {{0, 80}, {160, 1000}},
-         "0=1 40=2 80=3 120=3 160=2 200=4",
-         "0:?=1 40:?=2 80:?=4 E",
-         "0:40 40:80 120:40"},
-        {"cut in frames", {{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
-        {"nothing kept", {{500, 1000}}, "0=1 40=2", "E", ""},
+    const std::tuple<Ranges, const char*, const char*, const char*> rows[] = {
+        {{{0, 1000}}, "0=1 40=2 80=2 120=2 160=3", "0:?=1 40:?=2 80:?=3 E", "0:40 40:120 160:40"},
+        {{{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"}, // no repeat of the one before
+        {{{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
+        {{{0, 80}, {160, 1000}}, "0=1 40=2 80=3 120=3 160=2 200=4", "0:?=1 40:?=2 80:?=4 E", "0:40 40:80 120:40"},
+        {{{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
+        {{{500, 1000}}, "0=1 40=2", "E", ""},
     };
-    for (const FrameRow& row : rows)
+    for (const auto& [kept, script, delivered, times] : rows)
     {
-        SCOPED_TRACE(row.what);
-        const auto source = ScriptedVideo::Create(row.script);
+        SCOPED_TRACE(script);
+        const auto source = ScriptedVideo::Create(script);
         source->GetFormatCodec()->SetFrameRate(25, 1);
-        const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter(row.kept)));
-        EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), row.delivered);
-        EXPECT_EQ(PrintTimes(*skipper), row.times);
+        const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter(kept)));
+        EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), delivered);
+        EXPECT_EQ(PrintTimes(*skipper), times);
     }
 }
 
@@ -85,5 +69,4 @@ TEST(PacketSkipper, CutsPacketsAndCountsThem)
 }
 
 } // namespace
-
-} // namespace Tessor::Proc
+} // namespace Tessor::Test

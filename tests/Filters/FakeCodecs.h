@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/Exception.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "host/ICodecFactory.h"
 #include "host/ImplNames.h"
@@ -7,9 +8,10 @@
 #include "media/IFormatCodecVideo.h"
 #include "tests/support/FakeItems.h"
 
+#include <algorithm>
+#include <bit>
 #include <bitset>
 #include <deque>
-#include <map>
 #include <mutex>
 
 namespace Tessor::Test
@@ -37,9 +39,8 @@ struct H264Fields
     static std::string U8(uint8_t value) { return std::bitset<8>(value).to_string(); }
     static std::string UE(uint32_t value)
     {
-        const std::string bits = std::bitset<32>(value + 1).to_string();
-        const size_t first = bits.find('1');
-        return std::string(31 - first, '0') + bits.substr(first);
+        const size_t width = static_cast<size_t>(std::bit_width(value + 1));
+        return std::bitset<64>(value + 1).to_string().substr(65 - 2 * width);
     }
     static std::string SE(int value) { return UE(static_cast<uint32_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
     static Bytes Pack(std::string bits)
@@ -126,12 +127,10 @@ public:
 private:
     std::deque<SP<Proc::IDataVideo>> Convert() override
     {
-        std::map<avTime, SP<Proc::IDataVideo>> sorted;
-        while (const SP<Proc::IDataPacket> packet = parentStream->Read())
-            sorted[packet->GetPTS()] = CreateFrame(DescribeItem(*packet));
         std::deque<SP<Proc::IDataVideo>> frames;
-        for (const auto& [pts, frame] : sorted)
-            frames.push_back(frame);
+        while (const SP<Proc::IDataPacket> packet = parentStream->Read())
+            frames.push_back(CreateFrame(DescribeItem(*packet)));
+        std::sort(frames.begin(), frames.end(), [](auto& a, auto& b) { return a->GetPTS() < b->GetPTS(); });
         return frames;
     }
 };

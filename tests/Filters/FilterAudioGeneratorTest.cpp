@@ -82,13 +82,7 @@ TEST(FilterAudioGenerator, FillsAllFormats)
 
 TEST(FilterAudioGenerator, BlocksAndTheirTimes)
 {
-    const struct
-    {
-        avTime duration;
-        uint32_t samples;
-        avTime seek;
-        const char* blocks;
-    } rows[] = {
+    const std::tuple<avTime, uint32_t, avTime, const char*> rows[] = {
         {10000000, 0, 0, "E"},
         {-5, 1000, 0, "E"},
         {45352, 1000, 0, "0:22.676 22.676:22.676 E"},
@@ -97,20 +91,19 @@ TEST(FilterAudioGenerator, BlocksAndTheirTimes)
         {30000, 1000, NoTime, "E"},
         {1000, 441, -10000, "-10:10 0:0.998 E"},
     };
-    for (const auto& row : rows)
+    for (const auto& [duration, samples, start, expected] : rows)
     {
         SettingsAudioGenerator settings;
-        settings.duration = row.duration;
-        settings.samplesPerBlock = row.samples;
+        settings.duration = duration;
+        settings.samplesPerBlock = samples;
         const SP<IStreamAudioEx> filter = FilterAudioGenerator::Create(settings);
-        EXPECT_EQ(filter->GetDuration(), row.duration);
-        filter->RequestSeek(row.seek, nullptr);
-        filter->DoSeek();
-        EXPECT_EQ(filter->GetPosition(), row.seek);
+        EXPECT_EQ(filter->GetDuration(), duration);
+        Seek(filter, start);
+        EXPECT_EQ(filter->GetPosition(), start);
         std::string blocks;
         while (const SP<IDataAudio> block = filter->Read())
             blocks += PrintMs(block->GetPTS()) + ":" + PrintMs(block->GetDuration()) + " ";
-        EXPECT_EQ(blocks + "E", row.blocks) << row.duration;
+        EXPECT_EQ(blocks + "E", expected) << duration;
     }
 }
 
@@ -129,11 +122,10 @@ TEST(FilterAudioGenerator, SilenceAndFormatsThatAreNone)
     filter->Terminate();
     EXPECT_TRUE(filter->Read()) << "termination does not stop it";
     EXPECT_EQ((*filter->GetStatistic().begin())["count"].GetInt64(), 2) << "but the failure";
-    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
-              Conf::SampleInfo(SampleFormats::U8, 44100, ChannelLayout::Stereo));
-
     settings.sampleRate = -1;
     filter->Initialize(settings);
+    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
+              Conf::SampleInfo(SampleFormats::U8, -1, ChannelLayout::Stereo));
     EXPECT_FALSE(filter->Read());
 }
 

@@ -21,7 +21,6 @@ namespace
 {
 
 using namespace Proc;
-using Format = SettingsFilterBitStream::StreamFormat;
 
 const std::string H264 = Conf::IFormatCodecVideo::CODEC_ID_H264;
 const std::string HEVC = Conf::IFormatCodecVideo::CODEC_ID_H265;
@@ -45,12 +44,9 @@ const Bytes H264AnnexB = Code(Sps) + Code(Pps);
 const Bytes Avcc = Bytes{1, 0x42, 0xC0, 0x1E, 0xFF, 0xE1} + Sized(Sps, 2) + Bytes{1} + Sized(Pps, 2);
 const Bytes Idr{0x65, 0x88, 0x80}, Slice{0x41, 0x9A}, Sei{0x06, 5};
 
-Bytes AvccOf(uint8_t lengthSize)
-{
-    Bytes header = Avcc;
-    header[4] = static_cast<uint8_t>(0xFC | (lengthSize - 1));
-    return header;
-}
+// With lengths of 2 and of 3 bytes.
+const Bytes Avcc2 = Bytes{1, 0x42, 0xC0, 0x1E, 0xFD} + Bytes(Avcc.begin() + 5, Avcc.end());
+const Bytes Avcc3 = Bytes{1, 0x42, 0xC0, 0x1E, 0xFE} + Bytes(Avcc.begin() + 5, Avcc.end());
 
 // The parameter sets of a picture of 64x64 and their hvcC, as an encoder wrote them.
 const Bytes Vps{0x40, 0x01, 0x0C, 0x01, 0xFF, 0xFF, 0x01, 0x60, 0x00, 0x00, 0x03, 0x00,
@@ -61,10 +57,7 @@ const Bytes HevcPps{0x44, 0x01, 0xC1, 0x72, 0xB4, 0x62, 0x40};
 const Bytes HevcAnnexB = Code(Vps) + Code(HevcSps) + Code(HevcPps);
 const Bytes Hvcc = []
 {
-    Bytes header(23);
-    header[0] = 1;
-    header[21] = 0xFF;
-    header[22] = 3;
+    Bytes header = Bytes{1} + Bytes(20) + Bytes{0xFF, 3};
     for (const auto& [type, unit] : {std::pair<uint8_t, Bytes>{32, Vps}, {33, HevcSps}, {34, HevcPps}})
         header = header + Bytes{type, 0, 1} + Sized(unit, 2);
     return header;
@@ -84,16 +77,15 @@ Bytes BytesOf(const SP<IDataPacket>& packet)
 
 SettingsFilterBitStream Form(int format)
 {
-    return SettingsFilterBitStream(static_cast<Format>(format));
+    return SettingsFilterBitStream(static_cast<SettingsFilterBitStream::StreamFormat>(format));
 }
 
 /// A key packet at 0 and another at 40 ms.
 SP<ScriptedRaw> MakeSource(const std::string& codec, const Bytes& extradata, const Bytes& key = {},
-                           const Bytes& other = {})
+                           const Bytes& other = {}, const char* script = "0K=100 40=101")
 {
-    const bool video = codec == H264 || codec == HEVC;
     const SP<ScriptedRaw> source =
-        ScriptedRaw::Create("0K=100 40=101", video ? MediaType::Video : MediaType::Audio, codec);
+        ScriptedRaw::Create(script, codec == AAC ? MediaType::Audio : MediaType::Video, codec);
     source->SetPayload(100, key);
     source->SetPayload(101, other);
     source->GetFormatCodec()->SetExtradata(MakeBlob(extradata));
@@ -107,8 +99,6 @@ public:
     SP<Core::IComputingResource> GetComputingResource() const override { return nullptr; }
 };
 
-} // namespace
-
 TEST(FilterBitStream, Conversions)
 {
     const Bytes kept{7}, none;
@@ -117,38 +107,33 @@ TEST(FilterBitStream, Conversions)
     const Bytes hevcKey = HevcAnnexB + Code(hevcIdr), adts = AdtsHeader + RawFrame;
     const struct
     {
-        const char* name;
         const std::string& codec;
         int form;
         Bytes header, newHeader;
         Bytes key, newKey;
         Bytes other, newOther;
     } rows[] = {
-        {"H.264 to MP4", H264, 1, H264AnnexB, Avcc, seiIdr, Sized(Sei, 4) + Sized(Idr, 4), Bytes{0, 0, 1} + Slice,
-         Sized(Slice, 4)},
-        {"H.264 to Annex B", H264, 0, Avcc, H264AnnexB, Sized(Sei, 4) + Sized(Idr, 4), H264AnnexB + seiIdr,
-         Sized(Sei, 4) + Sized(Slice, 4), seiSlice},
-        {"3 bytes", H264, 0, AvccOf(3), H264AnnexB, Sized(Idr, 3), H264AnnexB + Code(Idr), Sized(Slice, 3),
-         Bytes{0, 0, 1} + Slice},
-        {"2 bytes", H264, 0, AvccOf(2), H264AnnexB, Sized(Idr, 2), H264AnnexB + Code(Idr), Sized(Slice, 2),
-         Code(Slice)},
-        {"HEVC to MP4", HEVC, 1, HevcAnnexB, none, Code(hevcIdr), Sized(hevcIdr, 4), Code(hevcSlice),
-         Sized(hevcSlice, 4)},
-        {"HEVC to Annex B", HEVC, 0, Hvcc, HevcAnnexB, Sized(hevcIdr, 4), hevcKey, Sized(hevcSlice, 4),
-         Code(hevcSlice)},
-        {"ADTS to raw", AAC, 2, AdtsHeader, Asc, adts, RawFrame, adts, RawFrame},
-        {"H.264 stays Annex B", H264, 0, H264AnnexB, H264AnnexB, Code(Idr), H264AnnexB + Code(Idr), kept, kept},
-        {"HEVC stays Annex B", HEVC, 0, HevcAnnexB, HevcAnnexB, Code(hevcIdr), hevcKey, kept, kept},
-        {"avcC stays", H264, 1, Avcc, Avcc, kept, kept, kept, kept},
-        {"hvcC stays", HEVC, 1, Hvcc, Hvcc, kept, kept, kept, kept},
-        {"H.264 as AAC", H264, 2, H264AnnexB, H264AnnexB, kept, kept, kept, kept},
-        {"unasked ADTS", AAC, 4, AdtsHeader, none, kept, kept, kept, kept},
-        {"raw stays, even for ADTS", AAC, 3, Asc, Asc, RawFrame, RawFrame, RawFrame, RawFrame},
-        {"AAC without header", AAC, 2, none, none, AdtsHeader, AdtsHeader, RawFrame, RawFrame},
+        {H264, 1, H264AnnexB, Avcc, seiIdr, Sized(Sei, 4) + Sized(Idr, 4), Bytes{0, 0, 1} + Slice, Sized(Slice, 4)},
+        {H264, 0, Avcc, H264AnnexB, Sized(Sei, 4) + Sized(Idr, 4), H264AnnexB + seiIdr, Sized(Sei, 4) + Sized(Slice, 4),
+         seiSlice},
+        {H264, 0, Avcc3, H264AnnexB, Sized(Idr, 3), H264AnnexB + Code(Idr), Sized(Slice, 3), Bytes{0, 0, 1} + Slice},
+        {H264, 0, Avcc2, H264AnnexB, Sized(Idr, 2), H264AnnexB + Code(Idr), Sized(Slice, 2), Code(Slice)},
+        {HEVC, 1, HevcAnnexB, none, Code(hevcIdr), Sized(hevcIdr, 4), Code(hevcSlice), Sized(hevcSlice, 4)},
+        {HEVC, 0, Hvcc, HevcAnnexB, Sized(hevcIdr, 4), hevcKey, Sized(hevcSlice, 4), Code(hevcSlice)},
+        {AAC, 2, AdtsHeader, Asc, adts, RawFrame, adts, RawFrame},
+        // what has its form already; key pictures get their headers
+        {H264, 0, H264AnnexB, H264AnnexB, Code(Idr), H264AnnexB + Code(Idr), kept, kept},
+        {HEVC, 0, HevcAnnexB, HevcAnnexB, Code(hevcIdr), hevcKey, kept, kept},
+        {H264, 1, Avcc, Avcc, kept, kept, kept, kept},
+        {HEVC, 1, Hvcc, Hvcc, kept, kept, kept, kept},
+        {H264, 2, H264AnnexB, H264AnnexB, kept, kept, kept, kept},  // no AAC
+        {AAC, 4, AdtsHeader, none, kept, kept, kept, kept},         // nobody asked
+        {AAC, 3, Asc, Asc, RawFrame, RawFrame, RawFrame, RawFrame}, // raw stays, even for ADTS
+        {AAC, 2, none, none, AdtsHeader, AdtsHeader, RawFrame, RawFrame},
     };
     for (const auto& row : rows)
     {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.codec + " to " + std::to_string(row.form) + testing::PrintToString(row.header));
         const auto source = Hooked<IStreamRaw>::Create(MakeSource(row.codec, row.header, row.key, row.other));
         SP<IDataPacket> given;
         source->map = [&](const SP<IDataPacket>& packet) { return given = packet; };
@@ -197,10 +182,8 @@ TEST(FilterBitStream, BadPacketsAreDropped)
 {
     for (const auto& [codec, header] : {std::pair(H264, Avcc), {HEVC, Hvcc}})
     {
-        const SP<ScriptedRaw> source = ScriptedRaw::Create("0K=100 40=101 80=100", MediaType::Video, codec);
-        source->SetPayload(100, Sized(Slice, 4));
-        source->SetPayload(101, {0, 0, 0, 9, 0x41});
-        source->GetFormatCodec()->SetExtradata(MakeBlob(header));
+        const SP<ScriptedRaw> source =
+            MakeSource(codec, header, Sized(Slice, 4), {0, 0, 0, 9, 0x41}, "0K=100 40=101 80=100");
         const SP<IStreamRawEx> filter = FilterBitStream::Create(source, Form(0));
         EXPECT_TRUE(filter->Read());
         EXPECT_FALSE(filter->Read());
@@ -220,35 +203,30 @@ TEST(FilterBitStream, OtherFailuresPass)
     EXPECT_EQ(ReadAll(aac), "!(RemoveADTSHeader: no data behind the ADTS header)");
 
     const std::string badHeader = "Bad extra data provided! Can not determine header size.";
-    const struct
+    for (const auto& [codec, header, form, failure] : {
+             std::tuple(H264, Bytes(), 1, badHeader),
+             {HEVC, {}, 1, badHeader},
+             {HEVC, {}, 0, ""},
+             {H264, {1, 2}, 0, "Not enougth data to determine h264 NALU length size"},
+             {H264, Code(Sps), 1, "No sps or pps found!"},
+             {HEVC, Code(Vps), 1, "Can't find nalu of type 33"},
+             {AAC, {0xFF, 0xF1, 0x50, 0, 0, 0x1F, 0xFC}, 2, "Frame length is smaller than ADTS header size!"},
+         })
     {
-        std::string codec;
-        Bytes header;
-        int form;
-        std::string failure;
-    } rows[] = {
-        {H264, {}, 1, badHeader},
-        {HEVC, {}, 1, badHeader},
-        {HEVC, {}, 0, ""},
-        {H264, {1, 2}, 0, "Not enougth data to determine h264 NALU length size"},
-        {H264, Code(Sps), 1, "No sps or pps found!"},
-        {HEVC, Code(Vps), 1, "Can't find nalu of type 33"},
-        {AAC, {0xFF, 0xF1, 0x50, 0, 0, 0x1F, 0xFC}, 2, "Frame length is smaller than ADTS header size!"},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(
-            TextOf<std::exception>([&] { FilterBitStream::Create(MakeSource(row.codec, row.header), Form(row.form)); }),
-            row.failure);
+        const SP<IStreamRaw> source = MakeSource(codec, header);
+        const SettingsFilterBitStream settings = Form(form);
+        EXPECT_EQ(TextOf<std::exception>([&] { FilterBitStream::Create(source, settings); }), failure);
+    }
 }
 
 TEST(FilterBitStream, KeepsWhatAPacketIs)
 {
+    const SP<ScriptedRaw> source = MakeSource(H264, H264AnnexB, Code(Idr), {}, "80K:20d40p60=100");
     for (int form = 0; form < 2; ++form)
     {
-        const SP<ScriptedRaw> source = ScriptedRaw::Create("80K:20d40p60=100", MediaType::Video, H264);
-        source->SetPayload(100, Code(Idr));
-        source->GetFormatCodec()->SetExtradata(MakeBlob(H264AnnexB));
-        const SP<IDataPacket> packet = FilterBitStream::Create(source, Form(form))->Read();
+        const SP<IStreamRaw> filter = FilterBitStream::Create(source, Form(form));
+        Seek(filter, 0);
+        const SP<IDataPacket> packet = filter->Read();
         EXPECT_EQ(PrintScript({DescribeItem(*packet)}), "80K:20d40 E");
         EXPECT_EQ(packet->GetPosition(), 60 * ms);
     }
@@ -278,4 +256,5 @@ TEST(FilterBitStream, LosslessEncodersOfAudioGetTheHeaderThemselves)
     EXPECT_EQ(formats(encoder(MakeSource(H264, Avcc))), std::pair(false, Avcc));
 }
 
+} // namespace
 } // namespace Tessor::Test

@@ -1,24 +1,21 @@
 #include "Proc/Filters/Filters/FilterCutController.h"
 
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
-#include "media/DataAudioFF.h"
 #include "tests/Filters/CutTestTools.h"
-#include "tests/Filters/FakeCodecs.h"
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
+#include <numeric>
+#include <thread>
 
-namespace Tessor::Proc
+namespace Tessor::Test
 {
-
 namespace
 {
 
-using namespace Test;
+using namespace Proc;
 
-TEST(FilterCutController, RefusesForeignSettings)
+TEST(FilterCutController, RefusesWhatDoesNotFit)
 {
     const SettingsStreamMetadataUpdater foreign;
     EXPECT_EQ(TextOf<FilterException>([&] { FilterCutController::Create(foreign, nullptr); }), "Wrong settings!");
@@ -26,13 +23,9 @@ TEST(FilterCutController, RefusesForeignSettings)
     EXPECT_EQ(TextOf<std::invalid_argument>([&] { controller->Initialize(foreign); }), "wrong settings");
     EXPECT_EQ(TextOf<std::invalid_argument>([&] { controller->Initialize(Core::Property("x")); }),
               "incorrect controller name");
-    controller->Initialize(SettingsCutController2Property(Keep({{5, 9}})));
-    EXPECT_EQ(controller->GetCut(), Keep({{5, 9}}));
-}
+    controller->Initialize(SettingsCutController2Property(Keep({{0, 40}})));
+    EXPECT_EQ(controller->GetCut(), Keep({{0, 40}}));
 
-TEST(FilterCutController, RefusesStreamsThatDoNotFit)
-{
-    const auto controller = Cutter({{0, 40}});
     const SP<IStreamVideo> video = ScriptedVideo::Create("0 40");
     SP<IStreamVideo> cut = controller->AddStream(video);
     EXPECT_EQ(TextOf<FilterException>([&] { controller->AddStream(video); }),
@@ -45,8 +38,7 @@ TEST(FilterCutController, RefusesStreamsThatDoNotFit)
               "before.");
     EXPECT_EQ(TextOf<std::invalid_argument>([&] { controller->AddStream(SP<IStreamAudio>()); }),
               "parentStream is NULL.");
-    // a destroyed cut stream makes room
-    cut.reset();
+    cut.reset(); // a destroyed cut stream makes room
     EXPECT_EQ(ReadAll(controller->AddStream(video)), "0 E");
 }
 
@@ -64,13 +56,7 @@ TEST(FilterCutController, NormalisesTheList)
 
 TEST(FilterCutController, CutsFrames)
 {
-    const struct
-    {
-        const char* what;
-        Ranges kept;
-        const char* item;
-        const char* cut;
-    } rows[] = {
+    const std::tuple<const char*, Ranges, const char*, const char*> rows[] = {
         {"kept", {{10, 90}}, "10:80", "0:80 E"},
         {"deleted", {{90, 99}}, "10:80", "null"},
         {"tail", {{0, 50}}, "20:80", "20:30 E"},
@@ -85,33 +71,24 @@ TEST(FilterCutController, CutsFrames)
         {"fixed and cut", {{0, 50}}, "20:80x", "null"},
         {"a part in the middle", {{0, 40}, {60, 100}}, "20:80", "null"},
     };
-    for (const auto& row : rows)
-    {
-        const auto cut = Cutter(row.kept)->CutDataTemplate(CreateFrame(ParseScript(row.item).front()));
-        EXPECT_EQ(cut ? PrintScript({DescribeItem(*cut)}) : "null", row.cut) << row.what;
-    }
+    for (const auto& [what, kept, item, cut] : rows)
+        EXPECT_EQ(PrintOrNull(Cutter(kept)->CutDataTemplate(CreateFrame(ParseScript(item).front()))), cut) << what;
 }
 
 TEST(FilterCutController, TakesOnePartOutOfTheMiddleOfABlock)
 {
     const Conf::SampleInfo info(Conf::SampleFormats::S16, 1000, Conf::ChannelLayout::Mono);
-    const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, 80);
-    const AudioRef samples = block->GetAudioRef();
-    for (int i = 0; i < 80; ++i)
-        reinterpret_cast<int16_t*>(samples.data)[i] = static_cast<int16_t>(i);
-    block->SetPTS(20 * ms);
+    const SP<DataAudioFF> block = CreateBlock(ParseScript("20:80").front(), info);
+    auto* const samples = reinterpret_cast<int16_t*>(block->GetAudioRef().data);
+    std::iota(samples, samples + 80, int16_t{0});
 
     // of two deleted intervals the later one goes, and the time is that of the whole item's start
     const auto controller = Cutter({{5, 30}, {35, 50}, {60, 200}});
     const SP<IDataAudio> cut = controller->CutDataTemplate(SP<IDataAudio>(block));
-    ASSERT_TRUE(cut);
-    EXPECT_EQ(cut->GetPTS(), 15 * ms);
-    EXPECT_EQ(cut->GetDuration(), 70 * ms);
+    EXPECT_EQ(PrintOrNull(cut), "15:70 E");
     ASSERT_EQ(cut->GetSampleCount(), 70);
     const auto* const left = reinterpret_cast<const int16_t*>(cut->GetAudioRef().data);
-    EXPECT_EQ(left[29], 29);
-    EXPECT_EQ(left[30], 40);
-    EXPECT_EQ(left[69], 79);
+    EXPECT_EQ(std::tuple(left[29], left[30], left[69]), std::tuple(29, 40, 79));
     EXPECT_EQ(block->GetSampleCount(), 80) << "the source's item is another's";
 }
 
@@ -126,7 +103,7 @@ TEST(FilterCutController, MovesPackets)
     {
         const SP<IDataPacket> source = CreateFakePacket(ParseScript(packet).front(), MediaType::Video);
         const SP<IDataPacket> cut = controller->CutData(source);
-        EXPECT_EQ(cut ? PrintScript({DescribeItem(*cut)}) : "null", result) << packet;
+        EXPECT_EQ(PrintOrNull(cut), result) << packet;
         EXPECT_NE(cut, source);
     }
     const SP<IDataPacket> timeless = CreateFakePacket(ParseScript("?:10").front(), MediaType::Video);
@@ -136,8 +113,7 @@ TEST(FilterCutController, MovesPackets)
 TEST(FilterCutController, KnowsWhereNothingFollows)
 {
     const auto controller = Cutter({{10, 20}, {30, 40}});
-    const auto known = ScriptedVideo::Create("0");
-    known->SetDuration(40 * ms);
+    const auto known = ScriptedVideo::Create("0:40");
     const auto unknown = ScriptedVideo::Create("0");
     unknown->SetDuration(NoTime);
     const std::tuple<int, bool, bool> rows[] = {
@@ -197,73 +173,180 @@ TEST(FilterCutController, JumpsOverLongDeletedStretchesOnly)
 
 // ---- with a compressed stream that starts on key frames only
 
-struct KeyFrameRig
-{
-    KeyFrameRig(const Ranges& kept, const std::string& script)
-        : source(ScriptedRaw::Create(script, MediaType::Video, "h265")), controller(Cutter(kept, FakeCodecs::Create())),
-          cut(controller->AddStream(SP<IStreamRaw>(source)))
-    {
-        source->SetLog(log, "r");
-    }
-
-    const std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
-    const SP<ScriptedRaw> source;
-    const SP<FilterCutController> controller;
-    const SP<IStreamRaw> cut;
-};
-
-std::string Seeks(const std::vector<int>& targets)
-{
-    std::string log;
-    for (const int target : targets)
-        log += (log.empty() ? "" : " ") + ("r.RequestSeek(" + std::to_string(target)) + ") r.DoSeek";
-    return log;
-}
-
 TEST(FilterCutController, MovesStartsToKeyFramesOnce)
 {
     const char* groups = "0K 20 40 60 80K 100 120 140";
-    const std::string none;
     const struct
     {
         const char* what;
         const char* script;
         Ranges kept;
         Ranges widened;
-        std::string log;
+        std::vector<int> seeks;
         avTime known = NoTime; // ms, the start of a group
     } rows[] = {
-        {"at 0 and at a key frame", groups, {{0, 10}, {80, 90}}, {{0, 10}, {80, 90}}, Seeks({80})},
-        {"inside of a group", groups, {{100, 130}}, {{80, 130}}, Seeks({100})},
-        {"into the one before", groups, {{60, 90}, {100, 130}}, {{0, 130}}, Seeks({60, 100})},
-        {"behind the end", groups, {{0, 10}, {200, 300}}, {{0, 10}, {200, 300}}, none},
-        {"no seek reaches it", "80K 100K 120", {{50, 60}, {100, 110}}, {{50, 60}, {100, 110}}, Seeks({50, 100})},
-        {"a group that is known", groups, {{100, 130}}, {{100, 130}}, none, 100},
+        {"at 0 and at a key frame", groups, {{0, 10}, {80, 90}}, {{0, 10}, {80, 90}}, {80}},
+        {"inside of a group", groups, {{100, 130}}, {{80, 130}}, {100}},
+        {"into the one before", groups, {{60, 90}, {100, 130}}, {{0, 130}}, {60, 100}},
+        {"behind the end", groups, {{0, 10}, {200, 300}}, {{0, 10}, {200, 300}}, {}},
+        {"no seek reaches it", "80K 100K 120", {{50, 60}, {100, 110}}, {{50, 60}, {100, 110}}, {50, 100}},
+        {"a group that is known", groups, {{100, 130}}, {{100, 130}}, {}, 100},
     };
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.what);
-        const KeyFrameRig rig(row.kept, row.script);
+        const RawRig rig(row.kept, row.script);
         if (row.known != NoTime)
             rig.controller->AddGOPPoint(row.known * ms);
         rig.controller->DetectNewGOPS();
         EXPECT_EQ(rig.controller->GetCut(), Keep(row.widened));
-        EXPECT_EQ(rig.log->Take(), row.log);
+        EXPECT_EQ(rig.source->TakeLog(), Seeks(row.seeks));
         rig.controller->DetectNewGOPS();
-        EXPECT_EQ(rig.log->Take(), "");
+        EXPECT_EQ(rig.source->TakeLog(), "");
     }
 }
 
 TEST(FilterCutController, ACompressedStreamAlwaysVotesForTheJump)
 {
-    const KeyFrameRig rig({{0, 1000}, {7500, 9000}}, Regular(10, 1000, 3));
+    const RawRig rig({{0, 1000}, {7500, 9000}}, Regular(10, 1000, 3));
     Seek(rig.source, 8000 * ms);
-    rig.log->Take();
+    rig.source->TakeLog();
     rig.controller->SeekToNextPosition(2000 * ms);
-    EXPECT_EQ(rig.log->Take(), "r.RequestSeek(7500) r.DoSeek r.RequestSeek(6000) r.DoSeek");
+    EXPECT_EQ(rig.source->TakeLog(), Seeks({7500, 6000}));
     EXPECT_EQ(rig.controller->GetCut(), Keep({{0, 1000}, {6000, 9000}}));
 }
 
-} // namespace
+// ---- the cut of decoded streams
 
-} // namespace Tessor::Proc
+const std::string tenSeconds = Regular(10, 1000);
+
+TEST(DecodedCut, DeliversWhatIsKept)
+{
+    const std::string longItem = "0=0 1000=1 2000:3900=2 5900=3 6900:1000=4";
+    const std::string fixedItems = "0=0 1000=1x 2000=2 8000=8x 9000=9";
+    const struct
+    {
+        Ranges kept;
+        std::string script;
+        std::string result;
+        std::vector<int> jumps = {};
+    } rows[] = {
+        {{}, tenSeconds, "E"},
+        {{{0, 2592000000}}, "0=5 40=6x 80:0=7", "0=5 40=6 80:0=7 E"}, // no cuts: nothing is looked at
+        {{{0, 1000}, {5900, 10000}}, longItem, "0=0 1000=3 2000=4 E"},
+        {{{0, 1000}, {6000, 8000}}, tenSeconds, "0=0 1000=6 2000=7 E", {6000}},
+        {{{7000, 9000}}, tenSeconds, "0=7 1000=8 E", {7000}},
+        {{{0, 1500}, {2500, 4000}}, "0=0 1000=1 2000=2 3000=3", "0=0 1000=1 1500=2 2000:1000=3 E"},
+        {{{0, 1500}, {8500, 10000}}, fixedItems, "0:1000=0 2000:1000=9 E", {8500}},
+        {{{0, 9000}}, "0=0 1000:0=1 ?:40=2 2000:1000=3", "0:1000=0 2000:1000=3 E"},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.script + " -> " + row.result);
+        const auto source = ScriptedVideo::Create(row.script);
+        const auto cut = Cutter(row.kept)->AddStream(SP<IStreamVideo>(source));
+        EXPECT_EQ(ReadAll(cut, Show::Values), row.result);
+        EXPECT_EQ(source->TakeLog(), Seeks(row.jumps));
+    }
+}
+
+TEST(DecodedCut, EndsOnTheFirstItemThatNothingFollows)
+{
+    const auto source = ScriptedSubtitle::Create(tenSeconds);
+    const auto cut = Cutter({{0, 1500}})->AddStream(SP<IStreamSubtitle>(source));
+    EXPECT_EQ(ReadAll(cut), "0 1000:500 E");
+    EXPECT_EQ(ReadAll(cut), "E");
+    EXPECT_EQ(source->GetReadCount(), 3);
+    EXPECT_EQ(cut->GetDuration(), 1500 * ms);
+    EXPECT_EQ((*(cut->GetStatistic().end() - 1))["count"].GetInt64(), 2);
+    Seek(cut, 1000 * ms);
+    EXPECT_EQ(ReadAll(cut), "1000:500 E") << "the end is forgotten";
+}
+
+/// A stream that is read first, and jumps over 6 s for both, and another one.
+struct TwoCuts
+{
+    explicit TwoCuts(const std::string& audioScript = tenSeconds) : audioSource(ScriptedAudio::Create(audioScript)) {}
+
+    const SP<FilterCutController> controller = Cutter({{0, 2000}, {8000, 10000}});
+    const SP<ScriptedAudio> audioSource;
+    const SP<IStreamVideo> video = controller->AddStream(SP<IStreamVideo>(ScriptedVideo::Create(tenSeconds)));
+    const SP<IStreamAudio> audio = controller->AddStream(SP<IStreamAudio>(audioSource));
+};
+
+TEST(DecodedCut, SavedItemsComeFirstAfterAJump)
+{
+    const TwoCuts two;
+    EXPECT_EQ(ReadAll(two.video, Show::Values), "0=0 1000=1 2000=8 3000=9 E");
+    EXPECT_EQ(two.audioSource->TakeLog(), Seeks({8000}));
+    EXPECT_EQ(ReadAll(two.audio, Show::Values), "0=0 1000=1 2000=8 3000=9 E");
+    EXPECT_EQ(two.audioSource->TakeLog(), "");
+
+    // a seek leaves what was saved, giving memory back doesn't
+    for (const bool release : {false, true})
+    {
+        Seek(two.video, 0);
+        Seek(two.audio, 0);
+        ReadAll(two.video);
+        if (release)
+            two.audio->ReleaseInternalData();
+        else
+            Seek(two.audio, 3000 * ms);
+        EXPECT_EQ(ReadSome(two.audio, 2, Show::Values), release ? "2000=8 3000=9" : "0=0 1000=1");
+        ReadAll(two.audio);
+    }
+
+    const TwoCuts whole;
+    EXPECT_EQ(ReadSome(whole.video, 3), "0 1000 2000");
+    whole.controller->KeepWhole(0, MAX_DURATION);
+    EXPECT_EQ(ReadAll(whole.audio, Show::Values), "0=0 1000:1000=1 8000=8 9000=9 E") << "nothing is cut any more";
+
+    const TwoCuts failing("0 ! 1000 2000 3000 4000 5000 6000 7000 8000 9000");
+    EXPECT_EQ(ReadAll(failing.video), "0 1000 2000 3000 E");
+    EXPECT_EQ(ReadAll(failing.audio, Show::Values), "0:1000=0 2000=8 3000=9 E") << "a failed helper keeps it to itself";
+}
+
+TEST(DecodedCut, AnInexactSeekIsReadThrough)
+{
+    const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create(tenSeconds));
+    int seeks = 0;
+    source->seekTo = [&](avTime target)
+    {
+        ++seeks;
+        return target - 1000 * ms;
+    };
+    const auto cut = Cutter({{0, 1000}, {8000, 10000}})->AddStream(SP<IStreamVideo>(source));
+    EXPECT_EQ(ReadAll(cut, Show::Values), "0=0 1000=8 2000=9 E");
+    EXPECT_EQ(seeks, 1);
+}
+
+TEST(DecodedCut, StreamsReadFromTwoThreadsLoseAndRepeatNothing)
+{
+    const Ranges kept = {{0, 1000}, {9000, 11000}, {20000, 20500}, {22000, 23000}, {29000, 30000}};
+    const auto makeVideo = [] { return SP<IStreamVideo>(ScriptedVideo::Create(Regular(750, 40))); };
+    const auto makeAudio = [] { return SP<IStreamAudio>(ScriptedAudio::Create(Regular(3000, 10))); };
+    const std::string allFrames = ReadAll(Cutter(kept)->AddStream(makeVideo()), Show::Values);
+    const std::string allBlocks = ReadAll(Cutter(kept)->AddStream(makeAudio()), Show::Values);
+    // each lets go of its stream at once, while the other may still jump
+    const auto read = [](auto& stream, std::string& items)
+    {
+        items = ReadAll(stream, Show::Values);
+        stream.reset();
+    };
+    for (int round = 0; round < 20; ++round)
+    {
+        const auto controller = Cutter(kept);
+        SP<IStreamVideo> video = controller->AddStream(makeVideo());
+        SP<IStreamAudio> audio = controller->AddStream(makeAudio());
+        std::string frames, blocks;
+        std::thread viewer([&] { read(video, frames); });
+        std::thread listener([&] { read(audio, blocks); });
+        viewer.join();
+        listener.join();
+        EXPECT_TRUE(frames == allFrames) << "round " << round; // too long to print
+        EXPECT_TRUE(blocks == allBlocks) << "round " << round;
+    }
+}
+
+} // namespace
+} // namespace Tessor::Test

@@ -14,20 +14,11 @@ namespace
 using namespace Proc;
 using Ratio = Core::Property::Ratio;
 
-SettingsFilterFrameRate Rate(long long num, long long den = 1)
-{
-    return SettingsFilterFrameRate(Ratio(num, den));
-}
+const SettingsFilterFrameRate rate25({25, 1});
 
 TEST(FilterFrameRate, FillsTheGrid)
 {
-    const struct
-    {
-        const char* what;
-        const char* source;
-        Ratio rate;
-        const char* result;
-    } rows[] = {
+    const std::tuple<const char*, const char*, Ratio, const char*> rows[] = {
         {"doubled", "0 40", {50, 1}, "0=0 20=0 40=1 60=1 E"},
         {"halved, the earlier one of two equals", "0 20 40 60", {25, 1}, "0=0 40=2 E"},
         {"the last slot is cut", "0 40 80:20", {25, 1}, "0=0 40=1 80:20=2 E"},
@@ -36,38 +27,32 @@ TEST(FilterFrameRate, FillsTheGrid)
         {"rounded grid", "0 40 80 120", {30, 1}, "0=0 33.333=1 66.667=2 100=2 133.333:26.667=3 E"},
         {"frames of unknown time", "?:? 0 40", {25, 1}, "0=1 40=2 E"},
     };
-    for (const auto& row : rows)
+    for (const auto& [what, source, rate, result] : rows)
     {
-        const SettingsFilterFrameRate settings(row.rate);
-        EXPECT_EQ(ReadAll(FilterFrameRate::CreateEx(ScriptedVideo::Create(row.source), settings), Show::Values),
-                  row.result)
-            << row.what;
+        const SP<IStreamVideoEx> filter =
+            FilterFrameRate::CreateEx(ScriptedVideo::Create(source), SettingsFilterFrameRate(rate));
+        EXPECT_EQ(ReadAll(filter, Show::Values), result) << what;
     }
 }
 
 TEST(FilterFrameRate, SeeksToTheSlotOfTheTarget)
 {
     const SP<ScriptedVideo> source = ScriptedVideo::Create(Regular(100));
-    const SP<IStreamVideoEx> filter = FilterFrameRate::CreateEx(source, Rate(25));
-    const struct
-    {
-        Ratio rate;
-        avTime target;
-        const char* parentTarget; // the start of the slot
-        const char* result;
-    } rows[] = {
+    const SP<IStreamVideoEx> filter = FilterFrameRate::CreateEx(source, rate25);
+    // rate, target, start of its slot, what is read
+    const std::tuple<Ratio, avTime, const char*, const char*> rows[] = {
         {{25, 1}, 1010 * ms, "1000", "1010 1040:40"},
         // 66.667 ms is rounded up: divided again it would be in slot 2, 33.333 ms in slot 0
         {{30, 1}, 33333, "33.333", "33.333 66.667:33.333"},
         {{30, 1}, 66666, "33.333", "66.666 66.667:33.333"},
     };
-    for (const auto& row : rows)
+    for (const auto& [rate, target, parentTarget, result] : rows)
     {
-        filter->Initialize(SettingsFilterFrameRate(row.rate));
+        filter->Initialize(SettingsFilterFrameRate(rate));
         source->TakeLog();
-        Seek(filter, row.target);
-        EXPECT_EQ(source->TakeLog(), std::string("RequestSeek(") + row.parentTarget + ") DoSeek");
-        EXPECT_EQ(ReadSome(filter, 2), row.result);
+        Seek(filter, target);
+        EXPECT_EQ(source->TakeLog(), std::string("RequestSeek(") + parentTarget + ") DoSeek");
+        EXPECT_EQ(ReadSome(filter, 2), result);
     }
 }
 
@@ -99,26 +84,20 @@ TEST(FilterFrameRate, ImpossibleRatesAreRefused)
 
 TEST(FilterFrameRateAdjust, MovesFramesThatShareANumber)
 {
-    const struct
-    {
-        const char* what;
-        const char* source;
-        const char* result;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
         {"both are number 25", "1000 1010 1080", "1000 1020.4 1080:70 E"},
         {"three of one number", "0 1 2:40", "0 20.4 60.4 E"},
         {"backwards", "80:40 0:40 120:40", "80 100.399 140.4:40 E"},
         {"durations follow the starts", "0:10 40:50 80:40", "0 40 80 E"},
         {"a single frame", "40:17", "40:17 E"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(ReadAll(FilterFrameRateAdjust::Create(ScriptedVideo::Create(row.source), Rate(25))), row.result)
-            << row.what;
+    for (const auto& [what, source, result] : rows)
+        EXPECT_EQ(ReadAll(FilterFrameRateAdjust::Create(ScriptedVideo::Create(source), rate25)), result) << what;
 }
 
 TEST(FilterFrameRateAdjust, KeepsTheWaitingFrameOverASeek)
 {
-    const SP<IStreamVideoEx> filter = FilterFrameRateAdjust::Create(ScriptedVideo::Create("0 40 80 120"), Rate(25));
+    const SP<IStreamVideoEx> filter = FilterFrameRateAdjust::Create(ScriptedVideo::Create("0 40 80 120"), rate25);
     EXPECT_EQ(ReadSome(filter, 1), "0");
     Seek(filter, 120 * ms);
     EXPECT_EQ(ReadAll(filter, Show::Values), "40=1 120:40=3 E");

@@ -1,7 +1,6 @@
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
 
-#include "media/BlobFF.h"
-#include "media/IFormatCodecVideo.h"
+#include "tests/Filters/FakeCodecs.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
@@ -17,23 +16,8 @@ using namespace Proc;
 constexpr uint32_t Times = 1, Order = 2, BadPts = 4, CRA = 8, All = 15;
 
 // The start of an hvcC with 2-byte lengths, and an Annex B header.
-const Bytes Hvcc = []
-{
-    Bytes header(23);
-    header[0] = 1;
-    header[21] = 1;
-    return header;
-}();
+const Bytes Hvcc = Bytes{1} + Bytes(20) + Bytes{1, 0};
 const Bytes AnnexB{0, 0, 0, 1, 0x40, 1};
-
-// Packets of HEVC, by the value that a script gives them.
-enum Payload
-{
-    IDRPacket = 101,
-    CRAPacket,
-    CRAInMp4,
-    TornMp4,
-};
 
 SettingsLosslessDetect Detect(uint32_t detectors, uint64_t maxSequence = 2, uint64_t minPackets = 0)
 {
@@ -44,15 +28,15 @@ SettingsLosslessDetect Detect(uint32_t detectors, uint64_t maxSequence = 2, uint
     return settings;
 }
 
+/// With packets of HEVC: 101 is an IDR, 102 a CRA picture, 103 one with lengths in front of its units, 104 a torn one.
 SP<ScriptedRaw> MakeSource(const std::string& script, const std::string& codec, const Bytes& extradata)
 {
     const SP<ScriptedRaw> source = ScriptedRaw::Create(script, MediaType::Video, codec);
-    source->SetPayload(IDRPacket, {0, 0, 1, 0x26, 1, 0xAF});
-    source->SetPayload(CRAPacket, {0, 0, 1, 0x46, 1, 0x50, 0, 0, 1, 0x2A, 1, 0xAF});
-    source->SetPayload(CRAInMp4, {0, 3, 0x46, 1, 0x50, 0, 2, 0x2A, 1});
-    source->SetPayload(TornMp4, {0, 9, 0x2A, 1});
-    if (!extradata.empty())
-        source->GetFormatCodec()->SetExtradata(BlobFF::Create(extradata.data(), extradata.size()));
+    source->SetPayload(101, {0, 0, 1, 0x26, 1, 0xAF});
+    source->SetPayload(102, {0, 0, 1, 0x46, 1, 0x50, 0, 0, 1, 0x2A, 1, 0xAF});
+    source->SetPayload(103, {0, 3, 0x46, 1, 0x50, 0, 2, 0x2A, 1});
+    source->SetPayload(104, {0, 9, 0x2A, 1});
+    source->GetFormatCodec()->SetExtradata(MakeBlob(extradata));
     return source;
 }
 
@@ -104,7 +88,7 @@ TEST(FilterLosslessDetect, JudgesByThePackets)
     }
 }
 
-// Ten unknown times in a hundred packets. The share is judged when it is asked for: more packets mend it.
+// Ten unknown times in a hundred packets: the share is judged when it is asked for, and more packets mend it.
 TEST(FilterLosslessDetect, ShareOfUnknownTimes)
 {
     std::string script;

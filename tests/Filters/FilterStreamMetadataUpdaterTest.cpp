@@ -6,37 +6,29 @@
 
 namespace Tessor::Test
 {
-namespace
-{
 
 using namespace Proc;
-using VideoUpdater = FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>;
-
-Core::Property Title(const char* title)
-{
-    Core::Property metadata("Metadata");
-    metadata.SetChild("title", title);
-    return metadata;
-}
 
 TEST(FilterStreamMetadataUpdater, AppliesItsMetadataToACopyOfTheFormat)
 {
+    const auto title = [](const char* text)
+    {
+        Core::Property metadata("Metadata");
+        metadata.SetChild("title", text);
+        return metadata;
+    };
     const SP<ScriptedVideo> source = ScriptedVideo::Create("0");
-    const SP<IStreamVideoEx> filter = VideoUpdater::Create(source, SettingsStreamMetadataUpdater(Title("first")));
+    const SP<IStreamVideoEx> filter = FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>::Create(
+        source, SettingsStreamMetadataUpdater(title("first")));
     const SP<Conf::IFormatCodecVideo> format = filter->GetFormatCodec();
+    filter->Initialize(title("second"));
+    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["title"].GetString(), "second");
     EXPECT_EQ(format->GetProperties()["title"].GetString(), "first");
     EXPECT_EQ(format->GetFrameInfo(), Conf::FrameInfo(16, 8));
     EXPECT_FALSE(source->GetFormatCodec()->GetProperties().ChildExists("title"));
-    EXPECT_NE(filter->GetFormatCodec(), format);
-
-    filter->Initialize(Title("second"));
-    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["title"].GetString(), "second");
-    filter->Initialize(SettingsStreamMetadataUpdater(Title("third")));
-    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["title"].GetString(), "third");
-    EXPECT_EQ(filter->GetSettings(), Title("third"));
-    EXPECT_EQ(format->GetProperties()["title"].GetString(), "first");
+    filter->Initialize(SettingsStreamMetadataUpdater(title("third")));
+    EXPECT_EQ(filter->GetSettings(), title("third"));
     EXPECT_EQ(filter->GetStatistic(), Core::Property("")) << "it hides those of its parents";
 }
 
-} // namespace
 } // namespace Tessor::Test

@@ -1,15 +1,16 @@
 #include "Proc/Filters/Filters/PacketQueueWithGOP.h"
+#include "Proc/Filters/Filters/StreamRawGOP.h"
+#include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
 
-namespace Tessor::Proc
+namespace Tessor::Test
 {
-
 namespace
 {
 
-using namespace Test;
+using namespace Proc;
 
 /// All that is queued, in the notation of scripts without durations.
 std::string Drain(PacketQueue& queue)
@@ -23,14 +24,22 @@ std::string Drain(PacketQueue& queue)
     return text;
 }
 
+/// The content of a queue's next groups and their ends, "0K 40 -> 80 | ", up to as many.
+std::string ReadGroups(PacketQueueWithGOP& queue, const SP<ScriptedRaw>& source, int most = 10)
+{
+    std::string groups;
+    while (most-- > 0 && queue.ReadGOP(source))
+    {
+        const std::string end = PrintMs(queue.GetEnd());
+        groups += Drain(queue) + " -> " + end + " | ";
+    }
+    return groups;
+}
+
 TEST(PacketQueueWithGOP, SplitsAtKeyFrames)
 {
-    const struct
-    {
-        const char* script;
-        avTime limit;     // ms, NoTime for none
-        const char* gops; // "content -> end" of each
-    } rows[] = {
+    // packets, limit in ms or NoTime for none, groups
+    const std::tuple<const char*, avTime, const char*> rows[] = {
         {"0K 40 80K 120 160", NoTime, "0K 40 -> 80 | 80K 120 160 -> 160 | "},
         {"0 40 80K 120", NoTime, "0 40 -> 80 | 80K 120 -> 120 | "},
         {"?:40 ?K:40 ?:40", NoTime, "? ?K ? -> ? | "},
@@ -40,20 +49,17 @@ TEST(PacketQueueWithGOP, SplitsAtKeyFrames)
         {"2000K 3000 4000 ", 10000, "2000K 3000 4000 -> 4000 | "},
         {"", NoTime, ""},
     };
-    for (const auto& row : rows)
+    for (const auto& [script, limit, groups] : rows)
     {
-        const auto source = ScriptedRaw::Create(row.script);
         PacketQueueWithGOP queue(MediaType::None);
-        if (row.limit != NoTime)
-            queue.Reset(row.limit * ms);
-        std::string gops;
-        while (queue.ReadGOP(source))
-        {
-            const std::string end = PrintMs(queue.GetEnd());
-            gops += Drain(queue) + " -> " + end + " | ";
-        }
-        EXPECT_EQ(gops, row.gops);
+        if (limit != NoTime)
+            queue.Reset(limit * ms);
+        EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create(script)), groups);
     }
+    const auto source = ScriptedRaw::Create("0K 40 80 120 160K");
+    source->SetPayload(1, Bytes(PacketQueue::maxBytes));
+    PacketQueueWithGOP full(MediaType::None);
+    EXPECT_EQ(ReadGroups(full, source), "0K 40 -> 40 | 80 120 -> 160 | 160K -> 160 | ");
 }
 
 TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
@@ -63,8 +69,7 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
     ASSERT_TRUE(queue.ReadGOP(source));
     queue.SoftReset();
     EXPECT_EQ(queue.Position(), 80 * ms) << "the waiting key frame moves in";
-    ASSERT_TRUE(queue.ReadGOP(source));
-    EXPECT_EQ(Drain(queue), "80K 120");
+    EXPECT_EQ(ReadGroups(queue, source, 1), "80K 120 -> 160 | ");
     queue.Reset(100 * ms);
     EXPECT_EQ(queue.GetEnd(), NoTime);
     EXPECT_FALSE(queue.ReadGOP(source)) << "the key frame at 160 is gone";
@@ -72,14 +77,12 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
 
 TEST(PacketQueueWithGOP, LiftsItsLimitOnlyForAnEarlierTarget)
 {
-    for (const auto& [target, first] : {std::pair(100, "50K"), {99, "0K"}})
+    for (const auto& [target, first] : {std::pair(100, "50K -> 120 | "), {99, "0K -> 50 | "}})
     {
-        const auto source = ScriptedRaw::Create("0K 50K 120K");
         PacketQueueWithGOP queue(MediaType::None);
         queue.Reset(100 * ms);
         queue.LiftLimit(target * ms);
-        ASSERT_TRUE(queue.ReadGOP(source));
-        EXPECT_EQ(Drain(queue), first);
+        EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create("0K 50K 120K"), 1), first);
     }
 }
 
@@ -88,7 +91,7 @@ TEST(PacketQueue, AccountsForItsPackets)
     PacketQueue queue(MediaType::Video);
     EXPECT_THROW(queue.Pop(), std::logic_error);
     const auto source = ScriptedRaw::Create("?K:40 40:40 80K:40");
-    source->SetPayload(1, std::vector<uint8_t>(PacketQueue::maxBytes - 4));
+    source->SetPayload(1, Bytes(PacketQueue::maxBytes - 4));
     queue.Push(source->Read());
     EXPECT_EQ(queue.Position(), NoTime);
     queue.Push(source->Read());
@@ -103,18 +106,56 @@ TEST(PacketQueue, AccountsForItsPackets)
     EXPECT_EQ(queue.Size(), 0);
 }
 
-TEST(PacketQueueWithGOP, CutsAGroupShortWhenItIsFull)
+/// The group that a queue reads first from a source, as a stream.
+struct Group
 {
-    const auto source = ScriptedRaw::Create("0K 40 80 120 160K");
-    source->SetPayload(1, std::vector<uint8_t>(PacketQueue::maxBytes));
-    PacketQueueWithGOP queue(MediaType::None);
-    ASSERT_TRUE(queue.ReadGOP(source));
-    EXPECT_EQ(queue.GetEnd(), 40 * ms);
-    EXPECT_EQ(Drain(queue), "0K 40");
-    ASSERT_TRUE(queue.ReadGOP(source));
-    EXPECT_EQ(Drain(queue), "80 120");
+    explicit Group(const char* script) : source(ScriptedRaw::Create(script))
+    {
+        EXPECT_TRUE(queue.ReadGOP(source));
+        group = SP<StreamRawGOP>(new StreamRawGOP(source, queue));
+        stream = group;
+    }
+
+    const SP<ScriptedRaw> source;
+    PacketQueueWithGOP queue{MediaType::None};
+    SP<StreamRawGOP> group;
+    SP<IStreamRaw> stream;
+};
+
+TEST(StreamRawGOP, PlaysTheGroupFromItsStart)
+{
+    Group group("40K 120 80 160K");
+    EXPECT_EQ(group.queue.Size(), 0);
+    EXPECT_THROW(StreamRawGOP(group.source, group.queue), FilterException);
+    EXPECT_EQ(group.queue.Position(), 160 * ms) << "the next key frame stays in the queue";
+    EXPECT_EQ(ReadAll(group.stream), "40K 120 80 E");
+    EXPECT_EQ(group.stream->GetPosition(), 40 * ms) << "of the first packet, wherever the reader stands";
+    Seek(group.stream, 120 * ms);
+    EXPECT_EQ(ReadAll(group.stream), "40K 120 80 E");
+    EXPECT_EQ(group.source->TakeLog(), "") << "seeks stay here";
+
+    const auto seeker = ScriptedRaw::Create("0K");
+    const long held = seeker->GetRefCount();
+    for (const SP<IStream>& partner : {SP<IStream>(seeker), SP<IStream>(seeker), SP<IStream>()})
+        group.stream->RequestSeek(0, partner);
+    EXPECT_EQ(seeker->GetRefCount(), held + 1) << "each seeker is asked once";
+    group.stream->DoSeek();
+    EXPECT_EQ(seeker->GetRefCount(), held);
+}
+
+TEST(StreamRawGOP, TakesTheFirstTimeThatItKnows)
+{
+    for (const auto& [script, times] : {std::pair("?:40 ?:40d30 60", "30 30 60"), // position, start, end
+                                        {"?:40 ?:40", "? ? ?"},
+                                        {"0K:40p10 40p50", "0 10 50"},
+                                        {"40K 120 80 160K", "40 40 160"}}) // the end, not the length
+    {
+        const Group group(script);
+        EXPECT_EQ(PrintMs(group.stream->GetPosition()) + " " + PrintMs(group.group->GetStart()) + " " +
+                      PrintMs(group.stream->GetDuration()),
+                  times);
+    }
 }
 
 } // namespace
-
-} // namespace Tessor::Proc
+} // namespace Tessor::Test

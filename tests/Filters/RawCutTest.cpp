@@ -1,169 +1,119 @@
 #include "Proc/Filters/Filters/FilterCutControllerStreamRawImpl.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "tests/Filters/CutTestTools.h"
-#include "tests/Filters/FakeCodecs.h"
-#include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
 #include <thread>
 
-namespace Tessor::Proc
+namespace Tessor::Test
 {
-
 namespace
 {
 
-using namespace Test;
+using namespace Proc;
 
-/// A cut stream over a scripted one, in a codec that no encoder is found for.
-struct Rig
-{
-    Rig(const Ranges& kept, const std::string& script, MediaType type = MediaType::Video,
-        const std::string& codec = "h265")
-        : source(ScriptedRaw::Create(script, type, codec)), controller(Cutter(kept, FakeCodecs::Create())),
-          cut(controller->AddStream(SP<IStreamRaw>(source)))
-    {
-    }
-
-    std::string PrintKept() const
-    {
-        std::string text;
-        for (const auto& interval : controller->GetCut().intervals)
-            if (!interval.deleted)
-                text += (text.empty() ? "" : " ") + PrintMs(interval.start) + "-" + PrintMs(interval.end);
-        return text;
-    }
-
-    const SP<ScriptedRaw> source;
-    const SP<FilterCutController> controller;
-    const SP<IStreamRaw> cut;
-};
-
-struct RawRow
-{
-    const char* what;
-    Ranges kept;
-    std::string script;
-    std::string result;
-    std::string widened; // the kept intervals afterwards
-    std::string log;     // of the source
-    MediaType type = MediaType::Video;
-};
+const std::string VP8 = Video::CODEC_ID_VP8, H264 = Video::CODEC_ID_H264, H265 = Video::CODEC_ID_H265;
+const std::string MPEG1 = Video::CODEC_ID_MPEG1VIDEO, MPEG2 = Video::CODEC_ID_MPEG2VIDEO, MPEG4 = Video::CODEC_ID_MPEG4;
 
 const std::string gops = "0K 40 80 120K 160 200 240K 280 320 360Kp360";
+const std::string longer = "0K 40 80 120K 160 200 240K 280 320 360K 400 440 480K";
 const std::string seconds = Regular(20, 1000, 2); // a key frame every 2 s
+
+std::string PrintKept(const FilterCutController& controller)
+{
+    std::string text;
+    for (const auto& interval : controller.GetCut().intervals)
+        if (!interval.deleted)
+            text += (text.empty() ? "" : " ") + PrintMs(interval.start) + "-" + PrintMs(interval.end);
+    return text;
+}
 
 TEST(RawCut, DeliversWhatIsKept)
 {
-    const RawRow rows[] = {
-        {"no cuts", {{0, 2592000000}}, gops, "0K 40 80 120K 160 200 240K 280 320 360K E", "0-2592000000", ""},
-        {"whole groups", {{0, 120}, {240, 1000}}, gops, "0K 40 80 120K 160 200 E", "0-120 240-1000", ""},
-        {"widened at the end", {{0, 160}, {240, 1000}}, gops, "0K 40 80 120K 160 200 240K 280 320 E", "0-1000", ""},
-        {"widened at the start", {{0, 120}, {320, 1000}}, gops, "0K 40 80 120K 160 200 E", "0-120 240-1000", ""},
-        {"B pictures keep their DTS",
-         {{0, 120}, {240, 1000}},
-         "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 240Kd160 320d200 280d240 360Kd280",
-         "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 E",
-         "0-120 240-1000",
-         ""},
-        {"no key frames", {{40, 80}}, "0 40 80 120 160", "0 40 80 120 E", "0-160", ""},
-        {"no times", {{0, 80}}, "?K:40 ?:40 ?K:40", "E", "0-80", ""},
-        {"a jump",
-         {{0, 2000}, {12000, 16000}},
-         seconds,
-         "0K 1000 2000K 3000 4000K 5000 E",
-         "0-2000 12000-16000",
-         "RequestSeek(12000) DoSeek"},
-        {"a jump into a group",
-         {{0, 2000}, {13500, 16000}},
-         seconds,
-         "0K 1000 2000K 3000 4000K 5000 E",
-         "0-2000 12000-16000",
-         "RequestSeek(13500) DoSeek RequestSeek(12000) DoSeek"},
-        {"too short to jump", {{0, 2000}, {6000, 8000}}, seconds, "0K 1000 2000K 3000 E", "0-2000 6000-8000", ""},
-        {"audio",
-         {{0, 50}, {150, 1000}},
-         Regular(8),
-         "0K 40K:40 60K 100K 140K E",
-         "0-50 150-1000",
-         "",
-         MediaType::Audio},
-        {"audio does not jump",
-         {{0, 1000}, {9000, 10000}},
-         seconds,
-         "0K 1000K E",
-         "0-1000 9000-10000",
-         "",
-         MediaType::Audio},
-    };
-    for (const RawRow& row : rows)
+    const std::string two = "0K 40 80 120K 160 200 E", three = "0K 1000 2000K 3000 4000K 5000 E";
+    const std::string reordered = "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 ";
+    const struct
     {
-        SCOPED_TRACE(row.what);
-        const Rig rig(row.kept, row.script, row.type);
+        Ranges kept;
+        std::string script;
+        std::string result;
+        std::string widened; // the kept intervals afterwards
+        std::vector<int> seeks = {};
+        MediaType type = MediaType::Video;
+    } rows[] = {
+        {{{0, 2592000000}}, gops, "0K 40 80 120K 160 200 240K 280 320 360K E", "0-2592000000"},
+        {{{0, 120}, {240, 1000}}, gops, two, "0-120 240-1000"}, // whole groups
+        {{{0, 160}, {240, 1000}}, gops, "0K 40 80 120K 160 200 240K 280 320 E", "0-1000"},
+        {{{0, 120}, {320, 1000}}, gops, two, "0-120 240-1000"},
+        {{{0, 120}, {240, 1000}}, reordered + "240Kd160 320d200 280d240 360Kd280", reordered + "E", "0-120 240-1000"},
+        {{{40, 80}}, "0 40 80 120 160", "0 40 80 120 E", "0-160"}, // no key frames
+        {{{0, 80}}, "?K:40 ?:40 ?K:40", "E", "0-80"},
+        {{{0, 2000}, {12000, 16000}}, seconds, three, "0-2000 12000-16000", {12000}},
+        {{{0, 2000}, {13500, 16000}}, seconds, three, "0-2000 12000-16000", {13500, 12000}}, // into a group
+        {{{0, 2000}, {6000, 8000}}, seconds, "0K 1000 2000K 3000 E", "0-2000 6000-8000"},    // too short to jump
+        {{{0, 50}, {150, 1000}}, Regular(8), "0K 40K:40 60K 100K 140K E", "0-50 150-1000", {}, MediaType::Audio},
+        {{{0, 1000}, {9000, 10000}}, seconds, "0K 1000K E", "0-1000 9000-10000", {}, MediaType::Audio}, // no jump
+    };
+    for (const auto& row : rows)
+    {
+        const RawRig rig(row.kept, row.script, row.type);
+        SCOPED_TRACE(PrintKept(*rig.controller) + " of " + row.script);
         EXPECT_EQ(ReadAll(rig.cut), row.result);
-        EXPECT_EQ(rig.PrintKept(), row.widened);
-        EXPECT_EQ(rig.source->TakeLog(), row.log);
+        EXPECT_EQ(PrintKept(*rig.controller), row.widened);
+        EXPECT_EQ(rig.source->TakeLog(), Seeks(row.seeks));
     }
 }
 
-TEST(RawCutStream, OnlyVideoWaitsForKeyFrames)
+TEST(RawCut, OnlyVideoWaitsForKeyFrames)
 {
     for (const auto& [type, cutAnywhere] : {std::pair(MediaType::Video, false), {MediaType::Audio, true}})
     {
-        const Rig rig({{0, 100}}, "0K 40 80", type);
-        EXPECT_EQ(rig.cut->GetFormatCodec()->GetProperties()[Video::TAG_CUT_ANYWHERE].GetBool(), cutAnywhere);
+        const RawRig rig({{0, 100}}, "0K 40 80", type);
+        EXPECT_EQ(rig.CutsAnywhere(), cutAnywhere);
         auto* const interval = dynamic_cast<IStreamCutInterval*>(rig.cut.get());
         ASSERT_TRUE(interval && interval->IsRawStream());
         EXPECT_EQ(interval->KeyframeSeek(), !cutAnywhere);
     }
 }
 
-TEST(RawCutStream, PutsMPEGHeadersInFrontOfKeyFrames)
+TEST(RawCut, PutsMPEGHeadersInFrontOfKeyFrames)
 {
-    for (const auto& [codec, headed] :
-         {std::pair(Video::CODEC_ID_MPEG4, true), {Video::CODEC_ID_MPEG2VIDEO, true}, {Video::CODEC_ID_H265, false}})
+    for (const auto& [codec, headed] : {std::pair(MPEG4, true), {MPEG2, true}, {H265, false}})
     {
-        const Rig rig({{0, 80}}, "0K 40 80K 120", MediaType::Video, codec);
-        rig.source->GetFormatCodec()->SetExtradata(MakeBlob({1, 2, 3}));
+        const RawRig rig({{0, 80}}, "0K 40 80K 120", FakeCodecs::Create(), codec, {1, 2, 3});
         Seek(rig.cut, 0); // back from where the search ended
         EXPECT_EQ(rig.cut->Read()->GetSize(), headed ? 7 : 4) << codec;
         EXPECT_EQ(rig.cut->Read()->GetSize(), 4) << codec;
     }
 }
 
-TEST(RawCutStream, SeeksInTimesOfTheResult)
+TEST(RawCut, SeeksInTimesOfTheResult)
 {
-    Rig rig({{2000, 4000}, {10000, 14000}}, seconds);
+    const RawRig rig({{2000, 4000}, {10000, 14000}}, seconds);
     EXPECT_EQ(rig.cut->GetDuration(), 6000 * ms);
     Seek(rig.cut, 2500 * ms);
-    EXPECT_EQ(rig.source->TakeLog(), "RequestSeek(2000) DoSeek RequestSeek(10000) DoSeek RequestSeek(10500) DoSeek");
+    EXPECT_EQ(rig.source->TakeLog(), Seeks({2000, 10000, 10500}));
     EXPECT_EQ(ReadAll(rig.cut), "2000K 3000 4000K 5000 E");
     EXPECT_EQ(ReadAll(rig.cut), "E") << "the end stays the end";
     Seek(rig.cut, 0);
     EXPECT_EQ(ReadAll(rig.cut), "0K 1000 2000K 3000 4000K 5000 E") << "the limit of the jump is lifted";
+
+    const RawRig finished({{0, 4000}, {8000, 10000}}, seconds);
+    EXPECT_EQ(ReadSome(finished.cut, 1), "0K:1000");
+    Seek(finished.cut, 0);
+    EXPECT_EQ(ReadAll(finished.cut), "1000 0K 1000 2000K 3000 4000K 5000 E") << "finished packets come all the same";
 }
 
-TEST(RawCutStream, DeliversFinishedPacketsAfterASeek)
+TEST(RawCut, DrainsWhenTheCutsVanish)
 {
-    Rig rig({{0, 4000}, {8000, 10000}}, seconds);
-    EXPECT_EQ(ReadSome(rig.cut, 1), "0K:1000");
-    Seek(rig.cut, 0);
-    EXPECT_EQ(ReadAll(rig.cut), "1000 0K 1000 2000K 3000 4000K 5000 E");
-}
-
-TEST(RawCutStream, DrainsWhenTheCutsVanish)
-{
-    Rig rig({{0, 2000}}, seconds);
+    const RawRig rig({{0, 2000}}, seconds);
     EXPECT_EQ(ReadSome(rig.cut, 1), "0K:1000");
     rig.controller->Initialize(Keep({{0, 2592000000}}));
     EXPECT_EQ(ReadSome(rig.cut, 4), "1000 2000K 3000 4000K");
 }
 
-TEST(RawCutStream, GoesOnBehindAFailure)
+TEST(RawCut, GoesOnBehindAFailure)
 {
-    Rig rig({{0, 120}, {240, 1000}}, "0K 40 ! 80 120K 160 200 240K 280 320 360K");
+    const RawRig rig({{0, 120}, {240, 1000}}, "0K 40 ! 80 120K 160 200 240K 280 320 360K");
     EXPECT_EQ(ReadAll(rig.cut), "! 0K 40 80 120K 160 200 E");
     Visitors::InfoCollector names;
     rig.cut->Accept(names);
@@ -171,19 +121,15 @@ TEST(RawCutStream, GoesOnBehindAFailure)
 }
 
 /// Two streams of one file, each read by a thread of its own over several jumps.
-TEST(RawCutStream, StreamsJumpTogether)
+TEST(RawCut, StreamsJumpTogether)
 {
     const Ranges kept = {{0, 2000}, {12000, 16000}, {25000, 27000}, {36000, 40000}};
-    const auto video = ScriptedRaw::Create(Regular(40, 1000, 2), MediaType::Video, "h265");
-    const auto audio = ScriptedRaw::Create(Regular(160, 250), MediaType::Audio, "aac");
-    const auto controller = Cutter(kept, FakeCodecs::Create());
-    const SP<IStreamRaw> cutVideo = controller->AddStream(SP<IStreamRaw>(video));
-    const SP<IStreamRaw> cutAudio = controller->AddStream(SP<IStreamRaw>(audio));
-
-    std::string readVideo;
-    std::string readAudio;
-    std::thread videoThread([&] { readVideo = ReadAll(cutVideo); });
-    std::thread audioThread([&] { readAudio = ReadAll(cutAudio); });
+    const RawRig video(kept, Regular(40, 1000, 2));
+    const SP<IStreamRaw> audio =
+        video.controller->AddStream(SP<IStreamRaw>(ScriptedRaw::Create(Regular(160, 250), MediaType::Audio, "aac")));
+    std::string readVideo, readAudio;
+    std::thread videoThread([&] { readVideo = ReadAll(video.cut); });
+    std::thread audioThread([&] { readAudio = ReadAll(audio); });
     videoThread.join();
     audioThread.join();
     // 25 s and 27 s lie inside of groups, which are kept whole
@@ -192,6 +138,198 @@ TEST(RawCutStream, StreamsJumpTogether)
     EXPECT_EQ(readAudio.back(), 'E');
 }
 
-} // namespace
+// ---- groups that are encoded anew
 
-} // namespace Tessor::Proc
+/// All from the start, as a muxer reads.
+std::string ReadFromStart(const RawRig& rig)
+{
+    Seek(rig.cut, 0);
+    return ReadAll(rig.cut);
+}
+
+TEST(Recode, FitsBetweenTheUntouchedPackets)
+{
+    const std::string shifted = // key frames have DTS = PTS - 40
+        "0Kd-40 80d0 40d40 120Kd80 200d120 160d160 240Kd200 320d240 280d280 360Kd320 440d360 400d400 480Kd440";
+    const struct
+    {
+        Ranges kept;
+        std::string script;
+        std::string result;
+        int recoded;
+        FakeEncoding encoding = {};
+    } rows[] = {
+        {{{0, 200}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2}, // a tail
+        {{{0, 120}, {280, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2}, // a head
+        {{{0, 160}, {200, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
+        {{{0, 170}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2}, // frames in part
+        {{{0, 120}, {160, 1000}},
+         shifted,
+         "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
+         2,
+         {.reorders = true}},
+        {{{0, 200}, {201, 202}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E", 3},
+        // repeats come in one packet
+        {{{0, 200}, {360, 1000}}, "0K 40 80 120K=7 160=7 200 240K 280 320 360K 400", "0K 40 80 120Kd120 200K 240 E", 1},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.result);
+        const RawRig rig(row.kept, row.script, FakeCodecs::Create({{"X", row.encoding}}));
+        EXPECT_EQ(ReadFromStart(rig), row.result);
+        ASSERT_TRUE(rig.CutsAnywhere());
+        const Core::Property statistic = rig.cut->GetStatistic();
+        EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), row.recoded);
+    }
+}
+
+TEST(Recode, EncodersThatFail)
+{
+    const RawRig loses({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {.lost = 1}}}));
+    EXPECT_EQ(ReadFromStart(loses), "0K 40 80 !(Count of original and encoded packts are not equal!)");
+    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 E") << "the stream goes on behind the group";
+    // the search is the first that creates one; where it is gone afterwards, packets are cut
+    const RawRig gone({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {.failsFrom = 1}}}));
+    EXPECT_EQ(ReadFromStart(gone), "0K 40 80 120K 160 200K 240 280 E");
+    EXPECT_TRUE(gone.CutsAnywhere());
+
+    const auto busy = Cutter({{0, 200}}, FakeCodecs::Create({{"A", {FakeCodecs::Fail<Core::NotEnoughResource>}}}));
+    const SP<IStreamRaw> source = ScriptedRaw::Create(longer, MediaType::Video, VP8);
+    EXPECT_THROW(busy->AddStream(source), Core::NotEnoughResource);
+    EXPECT_THROW(busy->AddStream(source), Core::NotEnoughResource) << "it may be tried again";
+}
+
+TEST(Recode, KeepsTheFramingOfTheSource)
+{
+    const H264Fields fields;
+    for (const auto& [header, payload] :
+         {std::pair(fields.AvcC(), Bytes{0, 0, 0, 1, 3}), {fields.AnnexB(), {0, 0, 1, 3}}})
+    {
+        const RawRig rig({{0, 160}}, longer, FakeCodecs::Create({{"X", {.extradata = fields.AnnexB()}}}), H264, header);
+        Seek(rig.cut, 0);
+        SP<IDataPacket> packet; // the last one: the picture at 120
+        while (const SP<IDataPacket> next = rig.cut->Read())
+            packet = next;
+        ASSERT_TRUE(packet);
+        EXPECT_EQ(Bytes(packet->GetData(), packet->GetData() + packet->GetSize()), payload);
+    }
+}
+
+TEST(RecodeSearch, TriesOneByOne)
+{
+    const std::string open = "0K 40 120K 80 160K";
+    const FakeEncoding works, null{.isNull = true};
+    const std::tuple<std::string, std::string, FakeCodecs::Encoders, std::string, bool> rows[] = {
+        {Video::CODEC_ID_VP9, gops, {{"A", works}, {"B", works}}, "A", true},
+        {VP8,
+         gops,
+         {{"A", {FakeCodecs::Fail<EncoderException>}},
+          {"B", {FakeCodecs::Fail<CodecFactoryException>}},
+          {"C", null},
+          {"D", works}},
+         "A B C D",
+         true},
+        // FFmpeg changes places with the first
+        {Video::CODEC_ID_H263, gops, {{"A", null}, {"B", works}, {ImplNames::FFMPEG, null}}, "FFmpeg+ B", true},
+        // pairs that are known to be bad
+        {Video::CODEC_ID_WMV2, gops, {{ImplNames::MEDIA_FOUNDATION, works}}, "", false},
+        {MPEG2, gops, {{ImplNames::INTEL_MEDIA_HW, works}, {"A", works}}, "A", true},
+        {H265, gops, {{"A", works}}, "", false},
+        {H264, gops, {{ImplNames::FFMPEG, works}}, "FFmpeg+", false}, // no headers
+        {VP8, open, {{"A", works}}, "", false},
+        {MPEG1, open, {{"A", works}}, "A", true},
+        {VP8, "0K 40 ?:40d80 120K", {{"A", works}}, "", false}, // a PTS is missing where the search looks
+        {VP8, "0K 40K 80K ?:40d80 120K", {{"A", works}}, "A", true},
+    };
+    for (const auto& [codec, script, encoders, tried, found] : rows)
+    {
+        const SP<FakeCodecs> codecs = FakeCodecs::Create(encoders);
+        const RawRig rig({{0, 200}}, script, codecs, codec);
+        EXPECT_EQ(codecs->tried, tried) << codec << " " << script;
+        EXPECT_EQ(rig.CutsAnywhere(), found) << codec << " " << script;
+    }
+}
+
+TEST(RecodeSearch, JoinsTheHeadersOfH264)
+{
+    const std::tuple<std::string, H264Fields, bool, bool> rows[] = {{ImplNames::FFMPEG, {.id = 1}, true, true},
+                                                                    {ImplNames::FFMPEG, {}, true, true},
+                                                                    {"A", {}, true, false},
+                                                                    {"A", {.id = 1}, false, false}};
+    for (const auto& [name, encoder, found, joined] : rows)
+    {
+        const Bytes header = H264Fields().AvcC();
+        const auto codecs = FakeCodecs::Create({{name, {.extradata = encoder.AnnexB()}}});
+        const RawRig rig({{0, 200}}, gops, codecs, H264, header);
+        EXPECT_EQ(rig.CutsAnywhere(), found);
+        const size_t size = rig.cut->GetFormatCodec()->GetExtradata()->Size();
+        EXPECT_EQ(size > header.size(), joined);
+        EXPECT_EQ(rig.source->GetFormatCodec()->GetExtradata()->Size(), size);
+    }
+}
+
+/// What the first encoder of a search is asked for.
+Core::Property Asked(const std::string& codec, const Bytes& header, const std::string& script = gops)
+{
+    const SP<FakeCodecs> codecs = FakeCodecs::Create({{"A", {}}});
+    const RawRig rig({{0, 200}}, script, codecs, codec, header);
+    return codecs->lastFormat;
+}
+
+TEST(RecodeSettings, FollowTheHeaders)
+{
+    const struct
+    {
+        H264Fields fields;
+        std::string profile;
+        std::string options;
+    } h264[] = {
+        {{}, "main", "ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{66, 0, 0, 0, false}, "baseline", "qp=26:chroma-qp-offset=3:no-cabac:weightp=0"},
+        {{100, 0, 0, 1, true, true, -3, -2}, "high", "ref=1:qp=23:chroma-qp-offset=1:weightp=2"},
+        {{88}, "extended", "ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{99, 0x60}, "main", "ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+        {{99, 0x10}, "high", "ref=4:qp=26:chroma-qp-offset=3:weightp=0"},
+    };
+    for (const auto& row : h264)
+    {
+        const Core::Property options = Asked(H264, row.fields.AvcC())[Video::TAG_CODEC_OPTIONS_ENCODE];
+        EXPECT_EQ(options[Video::TAG_PROFILE].GetString(), row.profile);
+        EXPECT_EQ(options[Video::TAG_FF_SPECIAL_OPTS].GetString(), "x264opts;sps-id=1:" + row.options);
+        EXPECT_EQ(options[Video::TAG_H264_ENTROPY_MODE].GetString(), row.fields.cabac ? "CABAC" : "CAVLC");
+    }
+
+    const Bytes sequence = {0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33, 0xFF, 0xFF, 0xE0, 0x18, 0, 0, 1, 0xB5};
+    const auto visual = [](uint8_t profileAndLevel)
+    {
+        return Bytes{0, 0, 1, 0xB0, profileAndLevel} + Bytes{0, 0, 1, 0xB5, 0x89, 0x13, 0, 0, 1, 0} +
+               Bytes{0, 0, 1, 0x20, 0, 0xC4, 0x8D, 0x88, 0, 0xF5, 0x14, 0x04, 0x2E, 0x14, 0x63};
+    };
+    for (const auto& [codec, header, profile, level] :
+         {std::tuple(MPEG4, visual(0xF5), "mpeg4_advanced_simple", 5),
+          {MPEG4, visual(0x01), "mpeg4_simple", 1},
+          {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x01, 0, 0}, "mpeg2_main", 8},
+          {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x03, 0, 0}, "mpeg2_422", 8}})
+    {
+        const Core::Property options = Asked(codec, header)[Video::TAG_CODEC_OPTIONS_ENCODE];
+        EXPECT_EQ(options[Video::TAG_PROFILE].GetString(), profile);
+        EXPECT_EQ(options[Video::TAG_PROFILE_LEVEL].GetInt64(), level);
+    }
+
+    for (const std::string& codec : {H264, MPEG4, MPEG2, Video::CODEC_ID_WMV2, Video::CODEC_ID_THEORA})
+        for (const Bytes& broken : {Bytes{0}, {0, 0, 1, 0xB3, 1}, {1, 2, 3}, {0, 0, 1, 0x67}})
+        {
+            const auto codecs = FakeCodecs::Create({{ImplNames::FFMPEG, {.extradata = broken}}});
+            EXPECT_NO_THROW(RawRig({{0, 200}}, gops, codecs, codec, broken)) << codec << " " << broken.size();
+        }
+}
+
+TEST(RecodeSettings, MultiplyTheBitRate)
+{
+    for (const auto& [codec, script, bitRate] :
+         {std::tuple(VP8, "0K 40 80K", 8000000), {VP8, "0Kd-40 80d0 40d40 120Kd80", 12000000}, {MPEG1, "0K", 12000000}})
+        EXPECT_EQ(Asked(codec, {}, script)[Video::TAG_BITRATE].GetInt64(), bitRate);
+}
+
+} // namespace
+} // namespace Tessor::Test

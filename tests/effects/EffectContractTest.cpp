@@ -7,7 +7,6 @@
 
 namespace Tessor::Proc
 {
-
 namespace
 {
 
@@ -99,5 +98,4 @@ TEST(EffectBaseOneInput, TakesOneInputAndCountsWhatComesOut)
 }
 
 } // namespace
-
 } // namespace Tessor::Proc

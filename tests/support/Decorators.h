@@ -13,39 +13,31 @@
 namespace Tessor::Test
 {
 
+/// What a kind of stream asks of a filter of its own.
 template <class Kind>
-class MediaTypeOf
+class FilterOf : public Proc::StreamImpl<Kind, Kind>
 {
-protected:
-    explicit MediaTypeOf(const SP<Kind>&) {}
+    using Proc::StreamImpl<Kind, Kind>::StreamImpl;
 };
 
 template <>
-class MediaTypeOf<Proc::IStreamRaw> : public virtual Proc::IStreamRaw
+class FilterOf<Proc::IStreamRaw> : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamRaw>
 {
 public:
-    MediaType GetMediaType() const override { return type; }
+    MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
 
 protected:
-    explicit MediaTypeOf(const SP<Proc::IStreamRaw>& parent) : type(parent ? parent->GetMediaType() : MediaType::None)
-    {
-    }
-
-private:
-    const MediaType type;
+    using StreamImpl::StreamImpl;
 };
 
 /// Hands everything through. The base of decorators, and the simplest filter.
 template <class Kind>
-class PassThrough : public Proc::StreamImpl<Kind, Kind>, public MediaTypeOf<Kind>, public RefCountImpl
+class PassThrough : public FilterOf<Kind>, public RefCountImpl
 {
 public:
     using Item = typename Kind::Item;
 
-    explicit PassThrough(const SP<Kind>& parent, bool useReadThread = false)
-        : Proc::StreamImpl<Kind, Kind>(parent, useReadThread), MediaTypeOf<Kind>(parent)
-    {
-    }
+    explicit PassThrough(const SP<Kind>& parent, bool useReadThread = false) : FilterOf<Kind>(parent, useReadThread) {}
     ~PassThrough() override { this->StopThread(); }
 
     void Initialize(const Core::Property& settings) override { this->parentStream->Initialize(settings); }

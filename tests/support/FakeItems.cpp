@@ -1,6 +1,5 @@
 #include "tests/support/FakeItems.h"
 
-#include "Fnd/Exception.h"
 #include "media/DataSubtitleFF.h"
 #include "media/DataVideoFF.h"
 
@@ -15,23 +14,17 @@ extern "C"
 namespace Tessor::Test
 {
 
-Proc::IDataVideo& FakeFrame::Trimmable() const
-{
-    if (fixed)
-        Throw<Exception>(TESSOR_HERE, "A fake frame can't be trimmed");
-    return *inner;
-}
-
 SP<Proc::IDataVideo> CreateFrame(const ScriptItem& item, FrameAllocType memory)
 {
-    const SP<Proc::IDataVideo> frame = Proc::DataVideoFF::Create(PixFmt::GRAY8, {16, 8}, nullptr);
+    const SP<Proc::DataVideoFF> frame = Proc::DataVideoFF::Create(PixFmt::GRAY8, {16, 8}, nullptr);
+    frame->GetAVFrame()->interlaced_frame = item.interlaced;
     frame->SetPTS(item.pts);
     frame->SetDuration(item.duration);
     for (size_t y = 0; y < 8; ++y)
         std::fill_n(frame->GetPlane(0).GetOffsetPtr(0, y), 16, static_cast<uint8_t>(item.value));
-    if (memory == FRAME_ALLOC_CPU && !item.interlaced && !item.fixed)
+    if (memory == FRAME_ALLOC_CPU && !item.fixed)
         return frame;
-    return SP<Proc::IDataVideo>(new FakeFrame(frame, memory, item.interlaced, item.fixed));
+    return SP<Proc::IDataVideo>(new FakeFrame(frame, memory, item.fixed));
 }
 
 SP<Proc::DataAudioFF> CreateBlock(const ScriptItem& item, const Conf::SampleInfo& info)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/Exception.h"
 #include "media/DataAudioFF.h"
 #include "media/DataPacketFF.h"
 #include "media/IDataSubtitle.h"
@@ -19,12 +20,12 @@ inline Bytes operator+(Bytes a, const Bytes& b)
     return a;
 }
 
-/// A frame over another one that says of its memory and its fields what a test wants, and may refuse trims.
+/// A frame over another one that says of its memory what a test wants, and may refuse trims.
 class FakeFrame final : public Proc::IDataVideo, public RefCountImpl
 {
 public:
-    FakeFrame(const SP<Proc::IDataVideo>& inner, FrameAllocType memory, bool interlaced, bool fixed)
-        : memory(memory), inner(inner), interlaced(interlaced), fixed(fixed)
+    FakeFrame(const SP<Proc::IDataVideo>& inner, FrameAllocType memory, bool fixed)
+        : memory(memory), inner(inner), fixed(fixed)
     {
     }
 
@@ -39,7 +40,7 @@ public:
     int GetWidth() const override { return inner->GetWidth(); }
     int GetHeight() const override { return inner->GetHeight(); }
     PixFmt GetPixFmt() const override { return inner->GetPixFmt(); }
-    bool IsInterlaced() const override { return interlaced; }
+    bool IsInterlaced() const override { return inner->IsInterlaced(); }
     Proc::Details::PlaneTemplate<false> GetPlane(int index) override { return inner->GetPlane(index); }
     Proc::Details::PlaneTemplate<true> GetPlane(int index) const override
     {
@@ -48,17 +49,21 @@ public:
     SP<Proc::IDataVideo> MakeWritableCopy() const override { return Clone(1); }
     SP<Proc::IDataVideo> Clone(int mode) const override
     {
-        return SP<Proc::IDataVideo>(new FakeFrame(inner->Clone(mode), memory, interlaced, fixed));
+        return SP<Proc::IDataVideo>(new FakeFrame(inner->Clone(mode), memory, fixed));
     }
     void Fill(const Color& color) override { inner->Fill(color); }
 
     FrameAllocType memory;
 
 private:
-    Proc::IDataVideo& Trimmable() const;
+    Proc::IDataVideo& Trimmable() const
+    {
+        if (fixed)
+            Throw<Exception>(TESSOR_HERE, "A fake frame can't be trimmed");
+        return *inner;
+    }
 
     const SP<Proc::IDataVideo> inner;
-    const bool interlaced;
     const bool fixed;
 };
 

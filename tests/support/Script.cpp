@@ -1,8 +1,8 @@
 #include "tests/support/Script.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -29,7 +29,6 @@ ScriptItem ParseItem(const std::string& word, int index)
     };
     const auto time = [&] { return take('?') ? NoTime : static_cast<avTime>(std::llround(number() * ms)); };
     ScriptItem item;
-    item.value = index;
     item.throws = take('!');
     if (!item.throws)
     {
@@ -50,21 +49,18 @@ ScriptItem ParseItem(const std::string& word, int index)
 /// The durations that items have when none is written, in the order of the script.
 std::vector<avTime> DefaultDurations(const Script& script)
 {
-    std::vector<avTime> starts;
+    std::set<avTime> starts;
     for (const ScriptItem& item : script)
         if (!item.throws && item.pts != NoTime)
-            starts.push_back(item.pts);
-    std::sort(starts.begin(), starts.end());
-    starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
-
+            starts.insert(item.pts);
     std::vector<avTime> durations;
     for (const ScriptItem& item : script)
     {
-        const auto next = std::upper_bound(starts.begin(), starts.end(), item.pts);
+        const auto next = starts.upper_bound(item.pts);
         if (item.pts == NoTime || starts.size() < 2)
             durations.push_back(40 * ms);
         else if (next == starts.end())
-            durations.push_back(starts.back() - starts[starts.size() - 2]);
+            durations.push_back(*starts.rbegin() - *std::next(starts.rbegin()));
         else
             durations.push_back(*next - item.pts);
     }
@@ -108,16 +104,10 @@ std::string PrintScript(const Script& script, bool withValues)
 
 std::string Regular(int count, double length, int keyEvery)
 {
-    Script script;
+    std::string text;
     for (int i = 0; i < count; ++i)
-    {
-        ScriptItem item;
-        item.pts = std::llround(i * length * ms);
-        item.duration = std::llround((i + 1) * length * ms) - item.pts;
-        item.key = keyEvery > 0 && i % keyEvery == 0;
-        script.push_back(item);
-    }
-    return PrintScript(script);
+        text += PrintMs(std::llround(i * length * ms)) + (keyEvery > 0 && i % keyEvery == 0 ? "K " : " ");
+    return text + "E";
 }
 
 std::string PrintMs(avTime time)
