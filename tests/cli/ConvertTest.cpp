@@ -94,6 +94,9 @@ TEST_F(Convert, WhatChangesIsTold)
          "25 to 12.5 fps: 0 frames doubled, 100 dropped"},
         {"$S/h264.mp4 out.mp4 --vf fps=rate=50", "400", 640, true, "25 to 50 fps: 200 frames doubled, 0 dropped"},
         {"$S/h264.mp4 out.mp4 --vf scale=width=161:height=91:mode=exact", "200", 160, true, "161x91 to 160x90"},
+        // graphs that change sizes and rates, and hold pictures back
+        {"$S/h264.mp4 out.mp4 --vf \"avfilter=graph='yadif=deint=all,transpose,fps=10'\"", "80", 360, true, ""},
+        {"sizes.264 out.mp4 --vf \"avfilter=graph='yadif=deint=all,transpose'\"", "50", 240, false, ""},
         // a stream that changes in the middle becomes one size and format
         {"sizes.264 out.mp4", "50", 320, false, ""},
         // the last of its pictures ends at 2.2 s; sound that goes on is no reason to hold it
@@ -143,6 +146,10 @@ TEST_F(Convert, TonesAndMixesAreTheSamplesThatTheyShouldBe)
             ASSERT_NEAR(faded[i], whole[i] * (1.5 - static_cast<double>(i) / 48000), codec == "pcm_u8" ? 5e-3 : 2e-5)
                 << codec << i;
     }
+    const std::string graph = "aresample=22050,asetnsamples=999:p=0,aformat=channel_layouts=stereo";
+    ASSERT_EQ(Run("convert a.wav g.wav --af \"avfilter=graph='" + graph + "'\"").status, 0);
+    EXPECT_EQ(Samples("g.wav").size(), 55125u);
+    EXPECT_EQ(Probe("g.wav")["audio"]["channels"], 2);
     EXPECT_NE(Run("detect volume a.wav").out.find("peak 0.5000 (-6.0 dB)"), std::string::npos);
 }
 

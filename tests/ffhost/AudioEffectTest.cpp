@@ -1,5 +1,4 @@
 #include "Fnd/Exception.h"
-#include "Proc/Settings/SettingsAVFilter.h"
 #include "effects/IResample.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
@@ -146,20 +145,6 @@ TEST(AudioFormatterTest, BlocksFollowTheRunningTimeWithTheSamplesUnchanged)
     EXPECT_EQ(GetSamples(out), expected);
     for (size_t i = 0; i + 1 < out.size(); ++i)
         ASSERT_NEAR(static_cast<double>(out[i]->GetPTS()), 7000000 + static_cast<double>(i) * 100000, 46) << i;
-}
-
-TEST(AudioGraphTest, ChainsChangeFormatAndLoseNothing)
-{
-    const SP<IOneInputEffectAudio> effect =
-        MakeHost().effects->CreateEffectAudio(SettingsAVFilter::CLASS_ID, "", nullptr);
-    effect->Initialise(SettingsAVFilter("aresample=22050,aformat=channel_layouts=mono,asetnsamples=999:p=0"));
-    const Blocks out = RunAll(*effect, MakeBlocks(44100, std::vector<int>(10, 4410)));
-    EXPECT_EQ(GetSamples(out).size(), 22050u);
-    const SampleInfo wanted(SampleFormats::Float, 22050, ChannelLayout::Mono);
-    EXPECT_EQ(out.front()->GetSampleInfo(), wanted);
-    SP<Conf::IFormatCodecAudio> format = MakeSoundFormat(Stereo(44100));
-    effect->UpdateFormat(format);
-    EXPECT_EQ(format->GetSampleInfo(), wanted);
 }
 
 } // namespace

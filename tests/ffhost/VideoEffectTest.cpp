@@ -1,5 +1,4 @@
 #include "Fnd/Exception.h"
-#include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
 #include "Proc/Settings/SettingsFade.h"
@@ -225,43 +224,6 @@ TEST(DeinterlacerTest, GivesTheFirstFieldAWholePictureAndHoldsNothingBack)
         SP<IDataVideo> progressive = MakePicture(PixFmt::YUV420P, 95, 33);
         effect->Process(progressive);
         EXPECT_EQ(FindPsnr(*progressive, *MakePicture(PixFmt::YUV420P, 95, 33)), 99);
-    }
-}
-
-TEST(AVFilterTest, SizesRatesAndHeldFrames)
-{
-    const struct
-    {
-        const char* graph;
-        std::vector<int> heights; // of the frames given
-        const char* wanted;       // in ms
-        int width, rate;          // that the format tells, of 64x48 at 25
-    } rows[] = {
-        {"yadif=deint=all,transpose", {48, 48, 32, 32}, "48@1000+40 48@1040+40 32@1080+40 32@1120+40 ", 48, 25},
-        {"fps=10", {48, 48, 48, 48, 48}, "64@1000+100 64@1100+100 ", 64, 10},
-    };
-    for (const auto& row : rows)
-    {
-        const SP<IOneInputEffectVideo> effect = MakeEffect(SettingsAVFilter(row.graph));
-        std::string out;
-        const auto process = [&](SP<IDataVideo> frame)
-        {
-            effect->Process(frame);
-            if (frame)
-                out += std::to_string(frame->GetWidth()) + "@" + std::to_string(frame->GetPTS() / 1000) + "+" +
-                       std::to_string(frame->GetDuration() / 1000) + " ";
-            return frame != nullptr;
-        };
-        for (size_t i = 0; i < row.heights.size(); ++i)
-            process(MakePicture(PixFmt::YUV420P, 64, row.heights[i], static_cast<int>(i)));
-        while (process(nullptr))
-            continue;
-        EXPECT_EQ(out, row.wanted);
-        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
-        effect->UpdateFormat(format);
-        EXPECT_EQ(format->GetFrameInfo().width, row.width);
-        EXPECT_EQ(format->GetProperties()[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(),
-                  Core::Property::Ratio(row.rate));
     }
 }
 
