@@ -66,7 +66,7 @@ protected:
     {
         const Outcome outcome = Run(args + " --json");
         EXPECT_EQ(outcome.status, status) << args << ": " << outcome.err << outcome.out;
-        return json::parse(outcome.out, nullptr, false);
+        return json::parse(outcome.out);
     }
 
     std::vector<std::string> FilesLeft() const { return scratch.List(); }
