@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/Media.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <algorithm>
@@ -7,12 +8,14 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 
 namespace Tessor::Cli::Tests
 {
 
 namespace fs = std::filesystem;
+using nlohmann::json;
 
 inline const fs::path samples = TESSOR_SAMPLES;
 
@@ -28,7 +31,7 @@ inline std::string Slurp(const fs::path& path)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// A folder of the test's own, with the clips linked by name.
+/// A folder of the test's own.
 class Program : public testing::Test
 {
 protected:
@@ -38,17 +41,32 @@ protected:
             GTEST_SKIP() << "no samples: scripts/make-samples --tests";
     }
 
-    /// Runs `tessor ARGS` in the folder; $S stands for the folder of samples.
-    Outcome Run(const std::string& args, const std::string& prefix = "") const
+    /// Runs a command of the shell in the folder; $S stands for the folder of samples, $M for that of real clips.
+    Outcome RunCommand(const std::string& command) const
     {
-        const std::string command = "cd '" + folder.string() + "' && S='" + samples.string() + "' && " + prefix + " '" +
-                                    TESSOR_PROGRAM + "' " + args + " >out.txt 2>err.txt </dev/null";
-        const int status = std::system(command.c_str());
+        const int status =
+            std::system(("cd '" + folder.string() + "' && S='" + samples.string() + "' && M='" +
+                         Tessor::Test::ClipPath("") + "' && (" + command + ") >out.txt 2>err.txt </dev/null")
+                            .c_str());
         Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(folder / "out.txt"),
                         Slurp(folder / "err.txt")};
         fs::remove(folder / "out.txt");
         fs::remove(folder / "err.txt");
         return outcome;
+    }
+
+    /// Runs `tessor ARGS`.
+    Outcome Run(const std::string& args, const std::string& prefix = "") const
+    {
+        return RunCommand(prefix + " '" TESSOR_PROGRAM "' " + args);
+    }
+
+    /// The document that a run prints, which has to end with the status.
+    json Report(const std::string& args, int status = 0) const
+    {
+        const Outcome outcome = Run(args + " --json");
+        EXPECT_EQ(outcome.status, status) << args << ": " << outcome.err << outcome.out;
+        return json::parse(outcome.out);
     }
 
     std::vector<std::string> FilesLeft() const { return scratch.List(); }

@@ -1,55 +1,38 @@
 #include "cli/SparseTrack.h"
 
-#include "media/DataPacketFF.h"
+#include "tests/support/FakeItems.h"
 
 #include <gtest/gtest.h>
-#include <sstream>
 
 using namespace Tessor;
 using namespace Tessor::Cli;
+using namespace Tessor::Test;
 
-namespace
-{
-
-/// Pushes "time:duration" items (ms) and prints what comes out in the same form.
-std::string Cut(const std::string& items, const std::vector<std::pair<avTime, avTime>>& kept)
+TEST(SparseTrack, ItemsAreCutToWhatIsKept)
 {
     Proc::SettingsFilterCutController cut;
-    for (const auto& [start, end] : kept)
-        cut.AddInterval(start * 1000, end * 1000, NoTime, false);
+    cut.AddInterval(0, 1000000, NoTime, false);
+    cut.AddInterval(2000000, 3000000, NoTime, false);
     cut.UpdateOptimizedList();
-    SparseTrack track;
-    std::istringstream in(items);
-    std::string result;
-    for (std::string item; in >> item;)
+    const struct
     {
-        const size_t colon = item.find(':');
-        const avTime pts = std::stoll(item.substr(0, colon)) * 1000;
-        const avTime duration = std::stoll(item.substr(colon + 1)) * 1000;
-        const auto packet = Proc::DataPacketFF::Create(Proc::CreatePacket(4), MediaType::Subtitle, pts, pts, duration);
-        for (const SP<Proc::IDataPacket>& out : track.Push(packet, cut))
-        {
-            EXPECT_EQ(out->GetPTS(), out->GetDTS());
-            result += (result.empty() ? "" : " ") + std::to_string(out->GetPTS() / 1000) + ":" +
-                      std::to_string(out->GetDuration() / 1000);
-        }
+        const char *items, *wanted, *why;
+    } rows[] = {
+        {"100:200 900:200 1500:100 1950:300 2500:100", "100:200 900:100 1000:250 1500:100", "each for itself"},
+        {"500:2000", "500:1000", "runs through the whole deleted time"},
+        {"100:0 1200:0 1500:0 2300:0", "100:0 1000:0 1300:0", "the third stands when kept time begins again"},
+        {"1200:0 1900:0 1950:0", "", "followed before kept time begins"},
+    };
+    for (const auto& row : rows)
+    {
+        SparseTrack track;
+        Script result;
+        for (const ScriptItem& item : ParseScript(row.items))
+            for (const SP<Proc::IDataPacket>& out : track.Push(CreateFakePacket(item, MediaType::Subtitle), cut))
+            {
+                result.push_back(DescribeItem(*out));
+                EXPECT_EQ(std::exchange(result.back().dts, NoTime), out->GetPTS());
+            }
+        EXPECT_EQ(PrintScript(result), PrintScript(ParseScript(row.wanted))) << row.why;
     }
-    return result;
-}
-
-} // namespace
-
-TEST(SparseTrack, ItemsWithDurationAreShortenedToWhatIsKept)
-{
-    EXPECT_EQ(Cut("100:200 900:200 1500:100 1950:300 2500:100", {{0, 1000}, {2000, 3000}}),
-              "100:200 900:100 1000:250 1500:100");
-    EXPECT_EQ(Cut("500:2000", {{0, 1000}, {2000, 3000}}), "500:1000") << "runs through the whole deleted time";
-}
-
-TEST(SparseTrack, ItemsWithoutDurationStandUntilTheNext)
-{
-    // the one at 1500 still stands when kept time begins again at 2000
-    EXPECT_EQ(Cut("100:0 1200:0 1500:0 2300:0", {{0, 1000}, {2000, 3000}}), "100:0 1000:0 1300:0");
-    // the next one comes before kept time begins: nothing of it is seen
-    EXPECT_EQ(Cut("1200:0 1900:0 1950:0", {{0, 1000}, {2000, 3000}}), "");
 }

@@ -5,6 +5,7 @@
 #include "media/DataPacketFF.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/Media.h"
+#include "tests/support/ReadAll.h"
 
 #include <gtest/gtest.h>
 
@@ -108,8 +109,7 @@ TEST_P(AudioClips, SeeksAreExact)
     EXPECT_GE(whole.start, 0);
     for (const avTime target : {600000LL, 0LL, 900000LL, 333333LL})
     {
-        stream->RequestSeek(target, nullptr);
-        stream->DoSeek();
+        Tessor::Test::Seek(stream, target);
         const Sound part = ReadSound(*stream, static_cast<size_t>(rate) / 10);
         const avTime wanted = std::max(target, whole.start);
         EXPECT_LE(std::abs(part.start - wanted), 1000000 / rate + 1) << target;
@@ -147,8 +147,7 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
     for (const Row& row : rows)
     {
         const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(row.times));
-        stream->RequestSeek(0, nullptr);
-        stream->DoSeek();
+        Tessor::Test::Seek(stream, 0);
         const Sound sound = ReadSound(*stream, SIZE_MAX);
         ASSERT_EQ(sound.samples.size(), row.count) << row.what;
         EXPECT_EQ(sound.start, row.start) << row.what;

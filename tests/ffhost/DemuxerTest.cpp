@@ -1,7 +1,9 @@
 #include "ffhost/io/Demuxer.h"
+#include "ffhost/io/H264RecoveryPoints.h"
 #include "media/DataPacketFF.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
+#include "tests/support/FakeItems.h"
 #include "tests/support/Media.h"
 
 #include <filesystem>
@@ -12,13 +14,12 @@
 
 extern "C"
 {
-#include <libavcodec/packet.h>
+#include <libavcodec/avcodec.h>
 }
 
 namespace Tessor::Host::Tests
 {
 
-using Packets = std::vector<SP<Proc::IDataPacket>>;
 using Tessor::Test::ClipPath;
 
 namespace
@@ -88,11 +89,6 @@ struct Opened
     std::vector<SP<Proc::IStreamRaw>> streams;
 };
 
-bool SameBytes(const Proc::IDataPacket& a, const Proc::IDataPacket& b)
-{
-    return a.GetSize() == b.GetSize() && std::equal(a.GetData(), a.GetData() + a.GetSize(), b.GetData());
-}
-
 bool IsForDecoding(const Proc::IDataPacket& packet)
 {
     return (packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
@@ -102,11 +98,8 @@ std::string Text(const Packets& packets)
 {
     std::string text;
     for (size_t i = 0; i < packets.size() && i < 12; ++i)
-    {
-        const auto& p = *packets[i];
-        text += (p.IsKeyFrame() ? "K" : "") + T2S(p.GetPTS()) + "/" + T2S(p.GetDTS()) + "@" + T2S(p.GetPosition()) +
-                "+" + std::to_string(p.GetDuration()) + " ";
-    }
+        text += (packets[i]->IsKeyFrame() ? "K" : "") + T2S(packets[i]->GetPTS()) + "/" + T2S(packets[i]->GetDTS()) +
+                "@" + T2S(packets[i]->GetPosition()) + " ";
     return text;
 }
 
@@ -132,7 +125,7 @@ TEST_P(Clip, LinearRead)
         SCOPED_TRACE("track " + std::to_string(clip.tracks[t]) + " " + Text(packets));
         ASSERT_FALSE(packets.empty());
         EXPECT_TRUE(packets.size() == 1 || !packets.back()->IsKeyFrame());
-        avTime lastDts = NoTime, lastPosition = NoTime, end = NoTime;
+        avTime lastDts = NoTime, end = NoTime;
         std::set<avTime> times;
         for (const auto& packet : packets)
         {
@@ -144,45 +137,49 @@ TEST_P(Clip, LinearRead)
             EXPECT_TRUE(times.insert(packet->GetPTS()).second) << T2S(packet->GetPTS());
             lastDts = packet->GetDTS();
             end = std::max(end, packet->GetPTS() + packet->GetDuration());
-            if (packet->IsKeyFrame())
-            {
-                EXPECT_GE(packet->GetPosition(), lastPosition);
-                EXPECT_LE(packet->GetPosition(), packet->GetPTS());
-                lastPosition = packet->GetPosition();
-            }
+        }
+        // Groups tile: each begins with its first leading picture, and carries the one before as lead-in for that.
+        size_t group = 0;
+        for (size_t i = 1; i < packets.size(); ++i)
+        {
+            if (!packets[i]->IsKeyFrame())
+                continue;
+            avTime first = packets[i]->GetPTS();
+            for (size_t j = i + 1; j < packets.size() && !packets[j]->IsKeyFrame(); ++j)
+                first = std::min(first, packets[j]->GetPTS());
+            EXPECT_EQ(packets[i]->GetPosition(), first);
+            const Packets leadIn = static_cast<const Proc::DataPacketFF&>(*packets[i]).GetLeadIn();
+            EXPECT_EQ(leadIn.size(), first < packets[i]->GetPTS() ? i - group : 0);
+            for (const auto& packet : leadIn)
+                EXPECT_TRUE(static_cast<const Proc::DataPacketFF&>(*packet).GetLeadIn().empty());
+            group = i;
         }
         EXPECT_EQ(packets.back()->GetPosition(), packets.size() > 1 ? end : packets.back()->GetPTS());
         EXPECT_LE(end, info.duration);
         const Packets& wanted = plain.tracks[static_cast<size_t>(clip.tracks[t])].packets;
-        EXPECT_TRUE(std::equal(packets.begin(), packets.end(), wanted.begin(), wanted.end(),
-                               [](const auto& a, const auto& b) { return SameBytes(*a, *b); }));
+        ASSERT_EQ(packets.size(), wanted.size());
+        for (size_t i = 0; i < wanted.size(); ++i)
+            ASSERT_TRUE(Payload(*packets[i]) == Payload(*wanted[i])) << i;
     }
 }
 
 namespace
 {
 
-/// Index of the last key packet at or before the target, 0 when there is none.
-size_t LandingOf(const Packets& linear, avTime target)
+/// What a fresh read gives from the last key packet at or before the target on, without the leading pictures of that
+/// group; all of it when there is none, or the target is no time within the file.
+Packets ExpectedFrom(const Packets& linear, avTime target)
 {
     size_t landing = 0;
-    if (target <= 0)
-        return landing; // the file as it is
-    for (size_t i = 0; i < linear.size(); ++i)
+    for (size_t i = 0; i < linear.size() && target > 0; ++i)
         if (linear[i]->IsKeyFrame() && linear[i]->GetPTS() <= target)
             landing = i;
-    return landing;
-}
-
-/// What a fresh read gives from there on, without the leading pictures of the first group.
-Packets ExpectedFrom(const Packets& linear, size_t landing)
-{
     Packets expected;
-    bool first = true;
+    bool first = landing != 0;
     for (size_t i = landing; i < linear.size(); ++i)
     {
         first = first && (i == landing || !linear[i]->IsKeyFrame());
-        if (landing == 0 || !first || linear[i]->GetPTS() >= linear[landing]->GetPTS())
+        if (!first || linear[i]->GetPTS() >= linear[landing]->GetPTS())
             expected.push_back(linear[i]);
     }
     return expected;
@@ -195,7 +192,7 @@ void ExpectSame(const Packets& expected, const Packets& got)
     for (size_t i = 0; i < got.size(); ++i)
     {
         ASSERT_EQ(got[i]->GetPTS(), expected[i]->GetPTS()) << i;
-        ASSERT_TRUE(SameBytes(*got[i], *expected[i])) << i;
+        ASSERT_TRUE(Payload(*got[i]) == Payload(*expected[i])) << i;
         ASSERT_EQ(got[i]->IsKeyFrame(), expected[i]->IsKeyFrame()) << i;
         ASSERT_TRUE(i == 0 || got[i]->GetDTS() > got[i - 1]->GetDTS()) << i;
         ASSERT_GE(got[i]->GetPTS(), got[i]->GetDTS()) << i;
@@ -225,16 +222,16 @@ TEST_P(Clip, SeeksLandExactly)
         clip.Seek(target / 2);
         clip.Seek(target);
         const avTime clamped = std::min(target, info.duration);
-        const size_t landing = LandingOf(linear[0], clamped);
         if (clip.HasFixedPackets(0))
         {
-            const avTime position = clip.streams[0]->GetPosition();
-            EXPECT_EQ(position, landing == 0 ? linear[0][0]->GetPosition() : linear[0][landing]->GetPTS());
+            const Packets expected = ExpectedFrom(linear[0], clamped);
+            EXPECT_EQ(clip.streams[0]->GetPosition(),
+                      expected.size() == linear[0].size() ? linear[0][0]->GetPosition() : expected[0]->GetPTS());
         }
         const auto got = clip.ReadAll();
         for (size_t t = 0; t < got.size(); ++t)
             if (clip.HasFixedPackets(t))
-                ExpectSame(ExpectedFrom(linear[t], LandingOf(linear[t], clamped)), got[t]);
+                ExpectSame(ExpectedFrom(linear[t], clamped), got[t]);
         if (HasFailure())
             return;
     }
@@ -267,7 +264,7 @@ TEST_P(Clip, CutReadsWhatIsKept)
             size_t lost = 0;
             for (const auto& packet : linear[t])
                 if (packet->GetPTS() < deleted || packet->GetPTS() >= end)
-                    lost += !byTime.count(packet->GetPTS()) || !SameBytes(*byTime[packet->GetPTS()], *packet);
+                    lost += !byTime.count(packet->GetPTS()) || Payload(*byTime[packet->GetPTS()]) != Payload(*packet);
             EXPECT_EQ(lost, 0u);
             // The group before the stretch must end at the key packet behind its start.
             for (const auto& packet : linear[t])
@@ -277,64 +274,6 @@ TEST_P(Clip, CutReadsWhatIsKept)
                     break;
                 }
         }
-    }
-}
-
-// Groups tile: each begins with its first leading picture where the group before came too, and carries that as lead-in.
-TEST(Demuxer, OpenGroups)
-{
-    const char* const names[] = {"h264-opengop-bpyramid-synth.mp4", "mpeg2-576i-ac3-synth.vob",
-                                 "h264-1080i-opengop-avchd-ac3.mts", "hevc-hev1-cra-aac.mp4"};
-    for (const std::string name : names)
-    {
-        SCOPED_TRACE(name);
-        TESSOR_SKIP_WITHOUT(name);
-        const Packets linear = Opened(name).ReadAll()[0];
-        size_t open = 0, group = 0;
-        for (size_t i = 1; i < linear.size(); ++i)
-        {
-            if (!linear[i]->IsKeyFrame())
-                continue;
-            avTime first = linear[i]->GetPTS();
-            for (size_t j = i + 1; j < linear.size() && !linear[j]->IsKeyFrame(); ++j)
-                first = std::min(first, linear[j]->GetPTS());
-            EXPECT_EQ(linear[i]->GetPosition(), first);
-            const auto& leadIn = static_cast<const Proc::DataPacketFF&>(*linear[i]).GetLeadIn();
-            EXPECT_EQ(leadIn.size(), first < linear[i]->GetPTS() ? i - group : 0);
-            for (const auto& packet : leadIn)
-                EXPECT_TRUE(static_cast<const Proc::DataPacketFF&>(*packet).GetLeadIn().empty());
-            open += !leadIn.empty();
-            group = i;
-        }
-        EXPECT_GT(open, 0u);
-    }
-}
-
-// Key pictures at 0, 2 and 4 s, each shown behind one picture that leans on the group before.
-TEST(Demuxer, LeadingPicturesBesideACut)
-{
-    TESSOR_SKIP_WITHOUT("h264-opengop-bpyramid-synth.mp4");
-    Opened clip("h264-opengop-bpyramid-synth.mp4");
-    struct Row
-    {
-        avTime deletedFrom, deletedTo;
-        bool encoded, dropped; // what becomes of the leading picture of the group at 2 s
-    };
-    for (const Row& row : {Row{1000000, 1200000, true, false},   // the group before is encoded, and it with that
-                           Row{-1, 2000000, false, true},        // the group before is gone
-                           Row{1000000, 2000000, true, false},   // both: it is deleted, but the group before tells
-                           Row{5000000, 5200000, false, false}}) // far away
-    {
-        SCOPED_TRACE(T2S(row.deletedFrom));
-        const Packets all = clip.ReadWithout(row.deletedFrom, row.deletedTo)[0];
-        const auto key = std::find_if(all.begin(), all.end(),
-                                      [](const auto& p) { return p->IsKeyFrame() && p->GetPTS() == 2000000; });
-        const auto leading = std::find_if(all.begin(), all.end(), [](const auto& p) { return p->GetPTS() == 1960000; });
-        ASSERT_NE(key, all.end());
-        EXPECT_EQ((*key)->GetPosition(), row.encoded || row.dropped ? 2000000 : 1960000);
-        EXPECT_EQ(leading == all.end(), row.dropped);
-        EXPECT_EQ(leading < key, row.encoded);
-        EXPECT_EQ(std::count_if(all.begin(), key, [](const auto& p) { return IsForDecoding(*p); }), row.encoded);
     }
 }
 
@@ -360,6 +299,38 @@ TEST(Demuxer, SparseTracksAreMetOnceAndCountToTheDuration)
             EXPECT_TRUE(clip.demuxer->TakeSparse(track.index).empty());
         }
     }
+}
+
+// A refresh that merely begins at a picture makes it no key.
+TEST(Demuxer, RecoveryPointsOfH264)
+{
+    using Tessor::Test::Bytes;
+    using Tessor::Test::operator+;
+    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80};
+    const Bytes inter{0x41, 0x9A, 0x00, 0x00}, intra{0x41, 0x88, 0x80, 0x00}, idr{0x65, 0x88, 0x80, 0x00};
+    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    parameters->codec_id = AV_CODEC_ID_H264;
+    TrackInfo track;
+    track.parameters = parameters;
+    H264RecoveryPoints points(track);
+    const auto isKey = [&](const Bytes& message, const Bytes& slice)
+    {
+        const Bytes startCode{0, 0, 0, 1}, bytes = startCode + message + startCode + slice;
+        Tessor::Test::ScriptItem item;
+        item.key = true;
+        const auto packet = Tessor::Test::CreateFakePacket(item, MediaType::Video, &bytes);
+        points.Check(packet);
+        return packet->IsKeyFrame();
+    };
+    EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
+    EXPECT_FALSE(isKey(later, inter));
+    EXPECT_TRUE(isKey(now, inter));
+    EXPECT_TRUE(isKey(later, intra));
+    EXPECT_TRUE(isKey(later, idr));
+    EXPECT_TRUE(isKey({0x06, 0x06, 0xFF}, inter)) << "a message that ends too early";
+    points.Reset(true);
+    EXPECT_TRUE(isKey(later, inter));
 }
 
 } // namespace Tessor::Host::Tests

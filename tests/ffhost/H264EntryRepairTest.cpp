@@ -1,7 +1,6 @@
 #include "ffhost/io/H264EntryRepair.h"
 
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "ffhost/io/H264RecoveryPoints.h"
 #include "media/BlobFF.h"
 #include "media/DataPacketFF.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
@@ -34,14 +33,13 @@ struct Stream
     bool cabac = true, interlaced = false, prefixed = false;
 };
 
-/// What is written of a picture.
+/// What is written of a picture. The type is D for an IDR picture, I, E for an I that is entered, P, A for a P with
+/// adaptive marking and F for one field of it, B for one that is no reference.
 struct Picture
 {
-    char type = 'P'; // D: an IDR picture
-    uint32_t frameNum = 0, order = 0;
+    char type;
+    uint32_t frameNum, order;
     std::vector<uint32_t> unmarked = {}; // difference_of_pic_nums_minus1; adaptive marking when there are any
-    bool adaptive = false;               // without any
-    bool reference = true, field = false, entered = false;
     uint32_t parameterSet = 0;
 };
 
@@ -89,14 +87,26 @@ SP<const Proc::IBlob> MakeHeader(const Stream& stream)
     return stream.prefixed ? Proc::CodecParsers::H264_Extradata_AnnexBtoMp4(blob) : blob;
 }
 
-void WriteMarking(Writer& w, const Picture& picture)
+Bytes MakeSlice(const Stream& stream, const Picture& picture, uint32_t firstBlock)
 {
-    if (!picture.reference)
-        return;
-    if (picture.type == 'D')
-        return w.Put(2, 0);
-    const bool adaptive = picture.adaptive || !picture.unmarked.empty();
-    w.Put(1, adaptive);
+    const bool idr = picture.type == 'D', reference = picture.type != 'B', field = picture.type == 'F';
+    const bool intra = idr || picture.type == 'I' || picture.type == 'E';
+    Writer w(unused);
+    w.Put(8, idr ? 0x65 : reference ? 0x41 : 0x01);
+    w.PutUE(firstBlock);
+    w.PutUE(intra ? 2 : reference ? 0 : 1);
+    w.PutUE(picture.parameterSet);
+    w.Put(4, picture.frameNum);
+    if (stream.interlaced)
+        w.Put(field ? 2 : 1, field ? 2 : 0);
+    if (idr)
+        w.PutUE(3);
+    w.Put(picture.parameterSet == 0 ? 8 : 6, picture.order);
+    if (!intra)
+        w.Put(reference ? 2 : 4, reference ? 0 : 8);
+    const bool adaptive = picture.type == 'A' || !picture.unmarked.empty();
+    if (reference)
+        w.Put(idr ? 2 : 1, adaptive);
     for (const uint32_t difference : picture.unmarked)
     {
         w.PutUE(1);
@@ -104,28 +114,7 @@ void WriteMarking(Writer& w, const Picture& picture)
     }
     if (adaptive)
         w.PutUE(0);
-}
-
-Bytes MakeSlice(const Stream& stream, const Picture& picture, uint32_t firstBlock)
-{
-    Writer w(unused);
-    w.Put(8, picture.type == 'D' ? 0x65 : picture.reference ? 0x41 : 0x01);
-    w.PutUE(firstBlock);
-    w.PutUE(picture.type == 'P' ? 0 : picture.type == 'B' ? 1 : 2);
-    w.PutUE(picture.parameterSet);
-    w.Put(4, picture.frameNum);
-    if (stream.interlaced)
-        w.Put(picture.field ? 2 : 1, picture.field ? 2 : 0);
-    if (picture.type == 'D')
-        w.PutUE(3);
-    w.Put(picture.parameterSet == 0 ? 8 : 6, picture.order);
-    if (picture.type == 'B')
-        w.Put(4, 8);
-    if (picture.type == 'P')
-        w.Put(2, 0);
-    WriteMarking(w, picture);
-    const bool inter = picture.type == 'P' || picture.type == 'B';
-    if (stream.cabac && inter)
+    if (stream.cabac && !intra)
         w.PutUE(0);
     w.PutSE(-3);
     w.PutUE(1);
@@ -145,41 +134,27 @@ SP<Proc::IDataPacket> MakePacket(const Stream& stream, const Picture& picture)
          {Bytes{0x06, 0x05, 0x01, 0x99, 0x80}, MakeSlice(stream, picture, 0), MakeSlice(stream, picture, 60)})
         Append(bytes, unit, stream.prefixed);
     const SP<Proc::IDataPacket> packet = Tools::MakePacket(bytes, 40, 20, 10);
-    dynamic_cast<Proc::DataPacketFF&>(*packet).SetEntered(picture.entered);
+    dynamic_cast<Proc::DataPacketFF&>(*packet).SetEntered(picture.type == 'E');
     return packet;
 }
 
-/// A picture, and as what it has to come out; the same one where nothing is changed.
-struct Row
-{
-    Picture given, wanted;
-    Row(char type, uint32_t frameNum, uint32_t order, const std::vector<uint32_t>& unmarked = {})
-        : Row(Picture{type, frameNum, order, unmarked})
-    {
-    }
-    Row(const Picture& same) : given(same), wanted(same) {}
-    Row(const Picture& given, const Picture& wanted) : given(given), wanted(wanted) {}
-};
-
-void Check(const Stream& stream, const std::vector<Row>& rows)
+void Check(const Stream& stream, const std::vector<Picture>& given, const std::vector<Picture>& wanted)
 {
     H264EntryRepair repair(MakeHeader(stream));
-    for (size_t i = 0; i < rows.size(); ++i)
+    for (size_t i = 0; i < given.size(); ++i)
     {
-        const SP<Proc::IDataPacket> packet = MakePacket(stream, rows[i].given);
+        const SP<Proc::IDataPacket> packet = MakePacket(stream, given[i]);
         const SP<Proc::IDataPacket> result = repair.Repair(packet);
-        const Bytes wanted = Tools::Payload(*MakePacket(stream, rows[i].wanted));
-        EXPECT_EQ(Tools::ToHex(*result), Tools::ToHex(wanted)) << "picture " << i;
-        EXPECT_EQ(result == packet, Tools::Payload(*packet) == wanted) << "picture " << i;
+        const Bytes payload = Tools::Payload(*MakePacket(stream, wanted[i]));
+        EXPECT_EQ(Tools::ToHex(*result), Tools::ToHex(payload)) << "picture " << i;
+        EXPECT_EQ(result == packet, Tools::Payload(*packet) == payload) << "picture " << i;
         EXPECT_EQ(result->GetPTS(), packet->GetPTS());
     }
 }
 
-Picture Entered(uint32_t frameNum, uint32_t order)
+void CheckUnchanged(const Stream& stream, const std::vector<Picture>& pictures)
 {
-    Picture picture{'I', frameNum, order};
-    picture.entered = true;
-    return picture;
+    Check(stream, pictures, pictures);
 }
 
 } // namespace
@@ -189,33 +164,33 @@ using EntryRepairTest = testing::TestWithParam<Stream>;
 TEST_P(EntryRepairTest, CommandsThatNameAbsentPicturesAreTakenOut)
 {
     // a decoder holds what it put into the gap before 5, that is 4, and 5
-    Check(GetParam(), {Entered(5, 40), {{'P', 6, 48, {0, 3}}, {'P', 6, 48, {0}}}, {'P', 7, 56}, {'P', 8, 64, {0}}});
+    Check(GetParam(), {{'E', 5, 40}, {'P', 6, 48, {0, 3}}, {'P', 7, 56}, {'P', 8, 64, {0}}},
+          {{'E', 5, 40}, {'P', 6, 48, {0}}, {'P', 7, 56}, {'P', 8, 64, {0}}});
     // and has to make room itself where the command that did is gone
-    Check(GetParam(), {Entered(5, 40), {{'P', 6, 48, {3}}, {'P', 6, 48, {1}}}, {'P', 7, 56, {0}}});
-    Picture none{'P', 2, 48};
-    none.adaptive = true;
-    Check(GetParam(),
-          {Entered(5, 40), {{'P', 6, 48, {0, 3, 4}}, {'P', 6, 48, {0}}}, {'I', 7, 56}, {'D', 0, 0}, {'P', 1, 8, {3}}});
-    Check(GetParam(), {Entered(1, 40), {{'P', 2, 48, {3}}, none}});
+    Check(GetParam(), {{'E', 5, 40}, {'P', 6, 48, {3}}, {'P', 7, 56, {0}}},
+          {{'E', 5, 40}, {'P', 6, 48, {1}}, {'P', 7, 56, {0}}});
+    Check(GetParam(), {{'E', 5, 40}, {'P', 6, 48, {0, 3, 4}}, {'I', 7, 56}, {'D', 0, 0}, {'P', 1, 8, {3}}},
+          {{'E', 5, 40}, {'P', 6, 48, {0}}, {'I', 7, 56}, {'D', 0, 0}, {'P', 1, 8, {3}}});
+    Check(GetParam(), {{'E', 1, 40}, {'P', 2, 48, {3}}}, {{'E', 1, 40}, {'A', 2, 48}});
 }
 
 TEST_P(EntryRepairTest, OrderCountsThatStepBackAreMovedUpToTheNextIdrPicture)
 {
-    Picture shown{'B', 5, 22};
-    Picture moved{'B', 5, 110};
-    shown.reference = moved.reference = false;
-    Check(GetParam(), {{'D', 0, 0},
-                       {'P', 1, 100},
-                       {Entered(3, 20), Entered(3, 108)},
-                       {{'P', 4, 24}, {'P', 4, 112}},
-                       {shown, moved},
-                       {{'P', 5, 200}, {'P', 5, 32}}, // 288 in 8 bits
-                       {'D', 0, 0},
-                       {'P', 1, 8}});
-    Check(GetParam(), {{'D', 0, 0}, {'P', 1, 100}, Entered(3, 130), {'P', 4, 134}});
-    Picture first{'D', 0, 0}, second{'P', 1, 30};
-    first.parameterSet = second.parameterSet = 1;
-    Check(GetParam(), {first, second, {Entered(3, 20), Entered(3, 38)}, {{'P', 4, 24}, {'P', 4, 42}}});
+    // 288 does not go into 8 bits
+    Check(
+        GetParam(),
+        {{'D', 0, 0}, {'P', 1, 100}, {'E', 3, 20}, {'P', 4, 24}, {'B', 5, 22}, {'P', 5, 200}, {'D', 0, 0}, {'P', 1, 8}},
+        {{'D', 0, 0},
+         {'P', 1, 100},
+         {'E', 3, 108},
+         {'P', 4, 112},
+         {'B', 5, 110},
+         {'P', 5, 32},
+         {'D', 0, 0},
+         {'P', 1, 8}});
+    CheckUnchanged(GetParam(), {{'D', 0, 0}, {'P', 1, 100}, {'E', 3, 130}, {'P', 4, 134}});
+    Check(GetParam(), {{'D', 0, 0, {}, 1}, {'P', 1, 30, {}, 1}, {'E', 3, 20}, {'P', 4, 24}},
+          {{'D', 0, 0, {}, 1}, {'P', 1, 30, {}, 1}, {'E', 3, 38}, {'P', 4, 42}});
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, EntryRepairTest,
@@ -223,52 +198,18 @@ INSTANTIATE_TEST_SUITE_P(Streams, EntryRepairTest,
                                          Stream{"Prefixed", false, false, true}),
                          [](const auto& info) { return info.param.name; });
 
-TEST(H264RecoveryPointsTest, PicturesWhereARefreshMerelyBeginsAreNoKeys)
-{
-    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80};
-    const Bytes inter{0x41, 0x9A, 0x00, 0x00}, intra{0x41, 0x88, 0x80, 0x00}, idr{0x65, 0x88, 0x80, 0x00};
-    TrackInfo track;
-    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
-                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
-    parameters->codec_id = AV_CODEC_ID_H264;
-    track.parameters = parameters;
-    H264RecoveryPoints points(track);
-    const auto isKey = [&](const Bytes& message, const Bytes& slice)
-    {
-        Bytes bytes;
-        Append(bytes, message, false);
-        Append(bytes, slice, false);
-        const SP<Proc::IDataPacket> packet = Tools::MakePacket(bytes, 40, 20, 10);
-        packet->GetAVPacket()->flags = AV_PKT_FLAG_KEY;
-        points.Check(SP<Proc::DataPacketFF>(dynamic_cast<Proc::DataPacketFF*>(packet.get())));
-        return packet->IsKeyFrame();
-    };
-    EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
-    EXPECT_FALSE(isKey(later, inter));
-    EXPECT_TRUE(isKey(now, inter));
-    EXPECT_TRUE(isKey(later, intra));
-    EXPECT_TRUE(isKey(later, idr));
-    EXPECT_TRUE(isKey({0x06, 0x06, 0xFF}, inter)) << "a message that ends too early";
-    points.Reset(true);
-    EXPECT_TRUE(isKey(later, inter));
-}
-
 TEST(H264EntryRepairTest, WhatIsNotUnderstoodStaysUpToTheNextIdrPicture)
 {
     const Stream stream{"", true, true};
-    const Picture bad{'P', 6, 48, {0, 3}};
-    Picture field = bad, other = bad;
-    field.field = true;
-    other.parameterSet = 2;
-    Check(stream, {Entered(5, 40), field, bad, {'D', 0, 0}, {'P', 1, 8}});
-    Check(stream, {Entered(5, 40), other, bad});
+    CheckUnchanged(stream, {{'E', 5, 40}, {'F', 6, 48, {0, 3}}, {'P', 6, 48, {0, 3}}, {'D', 0, 0}, {'P', 1, 8}});
+    CheckUnchanged(stream, {{'E', 5, 40}, {'P', 6, 48, {0, 3}, 2}, {'P', 6, 48, {0, 3}}});
     // a piece that was not entered is no concern of the repair
-    Check(stream, {{'D', 0, 0}, {'P', 1, 8, {7}}});
+    CheckUnchanged(stream, {{'D', 0, 0}, {'P', 1, 8, {7}}});
 
     for (const Bytes& damaged : {Bytes{0, 0, 0, 1, 0x41}, Bytes{0, 0, 0, 1}, Bytes{}})
     {
         H264EntryRepair repair(MakeHeader(stream));
-        repair.Repair(MakePacket(stream, Entered(5, 40)));
+        repair.Repair(MakePacket(stream, {'E', 5, 40}));
         const SP<Proc::IDataPacket> packet = Tools::MakePacket(damaged, 40, 20, 10);
         EXPECT_EQ(repair.Repair(packet), packet) << Tools::ToHex(damaged);
     }

@@ -1,8 +1,8 @@
-#include "Fnd/Exception.h"
 #include "ffhost/io/Container.h"
 #include "ffhost/io/DtsRepair.h"
 #include "ffhost/io/Interleaver.h"
 #include "ffhost/io/OutputFile.h"
+#include "ffhost/io/SoundCounter.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -20,8 +20,6 @@ extern "C"
 namespace Tessor::Host::Tests
 {
 
-using Tessor::Test::ScratchFolder;
-
 namespace
 {
 
@@ -29,21 +27,6 @@ std::string TextOf(const std::string& path)
 {
     std::ifstream input(path);
     return std::string(std::istreambuf_iterator<char>(input), {});
-}
-
-/// The message of what `action` throws.
-template <class Action>
-std::string FailureOf(const Action& action)
-{
-    try
-    {
-        action();
-        return "";
-    }
-    catch (const Core::IOException& e)
-    {
-        return Describe(e);
-    }
 }
 
 PacketPtr MakePacket(int64_t pts, int64_t dts)
@@ -54,26 +37,30 @@ PacketPtr MakePacket(int64_t pts, int64_t dts)
     return packet;
 }
 
-void WriteText(OutputFile& file, const std::string& text)
-{
-    avio_write(file.GetContext(), reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
-}
-
 } // namespace
 
-// The long text is more than waits to be written. Its first byte is written again at the end.
+// The long text is more than waits to be written, the long name as long as names may be. The beginning is written last,
+// as containers do it.
 TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
 {
     std::string longText;
     for (int i = 0; longText.size() < 20 << 20; ++i)
         longText += std::to_string(i);
-    for (const std::string& text : {std::string("short"), longText})
+    for (const auto& [name, text] : {std::pair{std::string(255, 'n'), std::string("short")}, {"film.mp4", longText}})
     {
-        const ScratchFolder folder;
-        const std::string target = folder / "film.mp4";
+        const Tessor::Test::ScratchFolder folder;
+        const auto write = [&text = text](OutputFile& file)
+        {
+            const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+            avio_wb32(file.GetContext(), 0);
+            avio_write(file.GetContext(), bytes + 4, static_cast<int>(text.size()) - 4);
+            avio_seek(file.GetContext(), 0, SEEK_SET);
+            avio_write(file.GetContext(), bytes, 4);
+        };
+        const std::string target = folder / name;
         {
             OutputFile dropped(target);
-            WriteText(dropped, text);
+            write(dropped);
             avio_flush(dropped.GetContext());
             EXPECT_EQ(folder.List().size(), 1u);
             EXPECT_FALSE(std::filesystem::exists(target));
@@ -81,34 +68,15 @@ TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
         EXPECT_TRUE(folder.List().empty());
 
         std::ofstream(target) << "old";
-        std::filesystem::create_symlink("film.mp4", folder / "link.mp4");
+        std::filesystem::create_symlink(name, folder / "link.mp4");
         OutputFile file(folder / "link.mp4");
-        WriteText(file, "?" + text.substr(1));
-        avio_seek(file.GetContext(), 0, SEEK_SET);
-        WriteText(file, text.substr(0, 1));
+        write(file);
         EXPECT_EQ(TextOf(target), "old");
         file.Commit();
         EXPECT_TRUE(TextOf(target) == text);
         EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.mp4"));
         EXPECT_EQ(folder.List().size(), 2u);
     }
-}
-
-TEST(OutputFileTest, AFullDiskIsNamed)
-{
-    OutputFile full("/dev/full");
-    WriteText(full, std::string(8 << 20, 'x'));
-    EXPECT_EQ(FailureOf([&] { full.Commit(); }), "/dev/full: No space left on device");
-    EXPECT_EQ(FailureOf([&] { full.Check(); }), "/dev/full: No space left on device");
-}
-
-TEST(OutputFileTest, ANameAsLongAsNamesMayBeHasAPartName)
-{
-    const ScratchFolder folder;
-    const std::string longest(255, 'n');
-    OutputFile file(folder / longest);
-    file.Commit();
-    EXPECT_EQ(folder.List(), std::vector<std::string>{longest});
 }
 
 TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
@@ -170,6 +138,63 @@ TEST(DtsRepairTest, TimesRiseAndMoveNoMoreThanTheyMust)
             {
                 EXPECT_EQ(out[i], std::make_pair(times[i].first, latest)) << "round " << round;
             }
+        }
+    }
+}
+
+// Pieces of no whole number of packets, one after the other, and a late start: the error must not add up.
+TEST(SoundCounterTest, StaysInPlaceOverManySeams)
+{
+    constexpr int rate = 48000;
+    constexpr AVRational microseconds{1, 1000000};
+    const struct
+    {
+        AVCodecID codec;
+        int samples, bytes; // of a packet
+        AVRational tick;
+        int64_t within; // microseconds
+        bool startsAnywhere;
+    } rows[] = {
+        {AV_CODEC_ID_MP3, 1152, 384, {1152, rate}, 13100, false},
+        {AV_CODEC_ID_AC3, 1536, 768, {1536, rate}, 17100, false},
+        {AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, rate}, 1100, false},
+        {AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, rate}, 1100, true},
+    };
+    for (const auto& row : rows)
+    {
+        AVCodecParameters parameters{};
+        parameters.codec_type = AVMEDIA_TYPE_AUDIO;
+        parameters.codec_id = row.codec;
+        parameters.sample_rate = rate;
+        av_channel_layout_default(&parameters.ch_layout, 2);
+        ASSERT_TRUE(SoundCounter::Counts(parameters, row.tick));
+        SoundCounter counter(parameters, row.tick, row.startsAnywhere);
+
+        std::mt19937 dice(7);
+        const int64_t length = 1000000LL * row.samples / rate;
+        int64_t start = 90000;
+        int64_t counted = row.startsAnywhere ? av_rescale_q(start, microseconds, row.tick) : 0;
+        for (int piece = 0; piece < 200; ++piece)
+        {
+            const int64_t packets = 1 + static_cast<int64_t>(dice() % 30);
+            for (int64_t i = 0; i < packets; ++i)
+            {
+                PacketPtr packet = MakePacket(start + i * length, AV_NOPTS_VALUE);
+                ASSERT_EQ(av_grow_packet(packet.get(), row.bytes), 0);
+                int64_t last = AV_NOPTS_VALUE;
+                counter.Place(std::move(packet),
+                              [&](AVPacket& out)
+                              {
+                                  EXPECT_EQ(out.pts, counted);
+                                  counted += out.duration;
+                                  // what was cut begins later
+                                  last = out.size == row.bytes ? av_rescale_q(out.pts, row.tick, microseconds)
+                                                               : AV_NOPTS_VALUE;
+                              });
+                // what was left out is not there to be off
+                EXPECT_TRUE(last == AV_NOPTS_VALUE || std::abs(last - start - i * length) <= row.within) << last;
+            }
+            start += packets * length - static_cast<int64_t>(dice() % static_cast<unsigned>(length)) + length / 2;
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -56,6 +57,13 @@ public:
     using ListStream::ListStream;
     MediaType GetMediaType() const override { return MediaType::Video; }
 };
+
+using Packets = std::vector<SP<Proc::IDataPacket>>;
+
+inline std::string Payload(const Proc::IDataPacket& packet)
+{
+    return std::string(reinterpret_cast<const char*>(packet.GetData()), static_cast<size_t>(packet.GetSize()));
+}
 
 using PictureList = ListStream<Proc::IStreamVideo>;
 

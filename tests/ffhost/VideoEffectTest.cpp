@@ -1,9 +1,11 @@
-#include "Proc/Settings/SettingsAVFilter.h"
+#include "Fnd/Exception.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
 #include "Proc/Settings/SettingsFade.h"
+#include "Proc/Settings/SettingsMultiEffect.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "ffhost/registry/Host.h"
+#include "host/IAudioFormatter.h"
 #include "media/DataVideoFF.h"
 #include "tests/ffhost/Items.h"
 
@@ -33,6 +35,18 @@ SP<IOneInputEffectVideo> MakeEffect(const S& settings)
     return effect;
 }
 
+SP<IOneInputEffectVideo> MakeResizer(Modes mode, int width, int height)
+{
+    SettingsResizer settings;
+    settings.SetCustomMode(mode, Conf::FrameInfo(width, height));
+    return MakeEffect(settings);
+}
+
+void Convert(SP<IDataVideo>& frame, const std::vector<PixFmt>& formats)
+{
+    MakeEffect(SettingsColorspaceConverter(formats))->Process(frame);
+}
+
 /// libswscale on one thread.
 SP<IDataVideo> ScaleDirectly(const SP<IDataVideo>& frame, PixFmt format, int width, int height, int flags, int matrix)
 {
@@ -50,74 +64,57 @@ SP<IDataVideo> ScaleDirectly(const SP<IDataVideo>& frame, PixFmt format, int wid
     return result;
 }
 
-TEST(ConverterTest, PixelsAreThoseOfTheLibrary)
+TEST(ConverterTest, PixelsAreThoseOfTheLibraryInTheFormatThatLosesLeast)
 {
     constexpr int flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
     const struct
     {
         AVColorSpace matrix;
         AVColorRange range;
-        PixFmt from, to;
+        const char* from;
+        std::vector<const char*> accepted; // the first loses least
     } rows[] = {
-        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_MPEG, PixFmt::YUV420P, PixFmt::RGBA},
-        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, PixFmt::NV12, PixFmt::BGRA},
-        {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, PixFmt::YUV420P, PixFmt::RGBA},
-        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG, PixFmt::RGB24, PixFmt::YUV444P},
-        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG, PixFmt::YUV420P, PixFmt::RGBA},
+        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_MPEG, "yuv420p", {"rgba"}},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "nv12", {"bgra"}},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, "yuv420p", {"rgba"}},
+        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG, "rgb24", {"yuv444p", "yuv420p"}},
+        {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_MPEG, "yuva420p", {"rgba", "yuv420p", "yuv444p"}},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "yuv422p10le", {"yuv422p10le", "yuv444p", "yuv420p10le"}},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "yuv422p", {"yuv444p", "yuv420p"}},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "yuv420p", {}},
     };
     for (const auto& row : rows)
     {
-        SP<IDataVideo> frame = MakePicture(row.from, 101, 77);
+        SP<IDataVideo> frame = MakePicture(PixFmtDescription::FindByName(row.from), 101, 77);
         GetRecord(frame).colorspace = row.matrix;
         GetRecord(frame).color_range = row.range;
+        std::vector<PixFmt> accepted;
+        for (const char* name : row.accepted)
+            accepted.insert(accepted.begin(), PixFmtDescription::FindByName(name));
+        const PixFmt wanted = accepted.empty() ? frame->GetPixFmt() : accepted.back();
         const int matrix = row.matrix == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : static_cast<int>(row.matrix);
-        const SP<IDataVideo> expected = ScaleDirectly(frame, row.to, 101, 77, flags, matrix);
-        MakeEffect(SettingsColorspaceConverter({row.to}))->Process(frame);
-        EXPECT_EQ(frame->GetPixFmt(), row.to);
-        EXPECT_EQ(FindPsnr(*frame, *expected), 99) << row.matrix << row.range;
+        const SP<IDataVideo> expected = ScaleDirectly(frame, wanted, 101, 77, flags, matrix);
+        Convert(frame, accepted);
+        ASSERT_EQ(frame->GetPixFmt(), wanted) << row.from;
+        EXPECT_EQ(FindPsnr(*frame, *expected), 99) << row.from << row.matrix << row.range;
         EXPECT_EQ(GetRecord(frame).colorspace, row.matrix) << "for the way back";
         EXPECT_EQ(frame->GetPTS(), 1000000);
     }
 }
 
-TEST(ConverterTest, TheFormatThatLosesLeast)
-{
-    const PixFmt deep = PixFmtDescription::FindByName("yuv420p10le"),
-                 deeper = PixFmtDescription::FindByName("yuv422p10le");
-    const struct
-    {
-        PixFmt source;
-        std::vector<PixFmt> accepted;
-        PixFmt chosen;
-    } rows[] = {
-        {PixFmt::YUV420P, {}, PixFmt::YUV420P},
-        {PixFmt::YUVA420P, {PixFmt::YUV420P, PixFmt::YUV444P, PixFmt::RGBA}, PixFmt::RGBA},
-        {deeper, {PixFmt::YUV444P, deep, deeper}, deeper},
-        {PixFmt::YUV422P, {PixFmt::YUV420P, PixFmt::YUV444P}, PixFmt::YUV444P},
-    };
-    for (const auto& row : rows)
-    {
-        SP<IDataVideo> frame = MakePicture(row.source, 33, 17);
-        MakeEffect(SettingsColorspaceConverter(row.accepted))->Process(frame);
-        EXPECT_EQ(frame->GetPixFmt(), row.chosen) << static_cast<int>(row.source);
-    }
-}
-
 TEST(ResizerTest, PixelsAreThoseOfTheLibrary)
 {
-    for (const PixFmt format : {PixFmt::YUV420P, PixFmt::NV12, PixFmtDescription::FindByName("yuv422p10le")})
+    for (const char* format : {"yuv420p", "nv12", "yuv422p10le"})
         for (const auto& [width, height] : std::vector<std::pair<int, int>>{{320, 200}, {77, 41}, {1, 1}})
         {
-            SettingsResizer settings;
-            settings.SetCustomMode(Modes::Exact, Conf::FrameInfo(width, height));
-            const SP<IOneInputEffectVideo> resizer = MakeEffect(settings);
+            const SP<IOneInputEffectVideo> resizer = MakeResizer(Modes::Exact, width, height);
             for (const int size : {160, 99}) // the source changes its size
             {
-                SP<IDataVideo> frame = MakePicture(format, size, 64);
+                SP<IDataVideo> frame = MakePicture(PixFmtDescription::FindByName(format), size, 64);
                 const SP<IDataVideo> expected =
-                    ScaleDirectly(frame, format, width, height, SWS_BICUBIC, SWS_CS_DEFAULT);
+                    ScaleDirectly(frame, frame->GetPixFmt(), width, height, SWS_BICUBIC, SWS_CS_DEFAULT);
                 resizer->Process(frame);
-                EXPECT_EQ(FindPsnr(*frame, *expected), 99) << static_cast<int>(format) << " " << width;
+                EXPECT_EQ(FindPsnr(*frame, *expected), 99) << format << width;
             }
         }
 }
@@ -138,12 +135,14 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
     };
     for (const auto& row : rows)
     {
-        SettingsResizer settings;
-        settings.SetCustomMode(row.mode, Conf::FrameInfo(row.width, row.height));
         SP<IDataVideo> frame = DataVideoFF::Create(
             PixFmt::YUV420P, Conf::FrameInfo(160, 120, static_cast<unsigned>(row.aspect), 1), nullptr);
         frame->Fill(Color(255, 255, 255, 255));
-        const SP<IOneInputEffectVideo> resizer = MakeEffect(settings);
+        const SP<IOneInputEffectVideo> resizer = MakeResizer(row.mode, row.width, row.height);
+        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 160, 120, row.aspect);
+        resizer->UpdateFormat(format);
+        ASSERT_EQ(format->GetFrameInfo().width, row.outWidth);
+        ASSERT_EQ(format->GetFrameInfo().height, row.outHeight);
         resizer->Process(frame);
         ASSERT_EQ(frame->GetWidth(), row.outWidth);
         ASSERT_EQ(frame->GetHeight(), row.outHeight);
@@ -155,11 +154,6 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
             lines += *plane.GetOffsetPtr(static_cast<size_t>(row.outWidth / 2), y) < 40;
         EXPECT_EQ(columns, row.blackColumns) << row.width << "x" << row.height;
         EXPECT_EQ(lines, row.blackRows) << row.width << "x" << row.height;
-
-        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 160, 120, row.aspect);
-        resizer->UpdateFormat(format);
-        EXPECT_EQ(format->GetFrameInfo().width, row.outWidth);
-        EXPECT_EQ(format->GetFrameInfo().height, row.outHeight);
     }
 }
 
@@ -176,12 +170,10 @@ TEST(ResizerTest, ALogoHasNoFringe)
                 std::fill_n(pixel, 3, static_cast<uint8_t>(value));
                 pixel[3] = 255;
             }
-            MakeEffect(SettingsColorspaceConverter({PixFmtDescription::FindByName(name)}))->Process(logo);
-            SettingsResizer settings;
-            settings.SetCustomMode(Modes::Exact, Conf::FrameInfo(23, 19));
-            MakeEffect(settings)->Process(logo);
+            Convert(logo, {PixFmtDescription::FindByName(name)});
+            MakeResizer(Modes::Exact, 23, 19)->Process(logo);
             ASSERT_EQ(logo->GetPixFmt(), PixFmtDescription::FindByName(name));
-            MakeEffect(SettingsColorspaceConverter({PixFmt::RGBA}))->Process(logo);
+            Convert(logo, {PixFmt::RGBA});
             int seen = 0, partial = 0, worst = 0;
             for (size_t i = 0; i < 23 * 19; ++i)
             {
@@ -235,43 +227,6 @@ TEST(DeinterlacerTest, GivesTheFirstFieldAWholePictureAndHoldsNothingBack)
     }
 }
 
-TEST(AVFilterTest, SizesRatesAndHeldFrames)
-{
-    const SP<IOneInputEffectVideo> effect = MakeEffect(SettingsAVFilter("yadif=deint=all,transpose"));
-    std::vector<std::string> out;
-    const auto note = [&](const SP<IDataVideo>& frame)
-    { out.push_back(std::to_string(frame->GetWidth()) + " " + std::to_string(frame->GetPTS())); };
-    for (int i = 0; i < 4; ++i)
-    {
-        SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, i < 2 ? 48 : 32, i);
-        effect->Process(frame);
-        if (frame)
-            note(frame);
-    }
-    for (SP<IDataVideo> frame; effect->Process(frame), frame; frame.reset())
-        note(frame);
-    EXPECT_EQ(out, (std::vector<std::string>{"48 1000000", "48 1040000", "32 1080000", "32 1120000"}));
-
-    const SP<IOneInputEffectVideo> rate = MakeEffect(SettingsAVFilter("fps=10"));
-    avTime end = NoTime;
-    for (int i = 0; i < 20; ++i)
-    {
-        SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48, i);
-        rate->Process(frame);
-        if (!frame)
-            continue;
-        EXPECT_EQ(frame->GetDuration(), 100000);
-        EXPECT_TRUE(end == NoTime || frame->GetPTS() == end);
-        end = frame->GetPTS() + frame->GetDuration();
-    }
-    EXPECT_NE(end, NoTime);
-    SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
-    effect->UpdateFormat(format);
-    rate->UpdateFormat(format);
-    EXPECT_EQ(format->GetFrameInfo(), Conf::FrameInfo(48, 64));
-    EXPECT_EQ(format->GetProperties()[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), Core::Property::Ratio(10));
-}
-
 TEST(FadeVideoTest, DistancesFromBlackAreScaled)
 {
     const SP<IOneInputEffectVideo> effect = MakeEffect(SettingsFade());
@@ -294,10 +249,8 @@ TEST(FadeVideoTest, DistancesFromBlackAreScaled)
         frame->SetPTS(1000000);
         GetRecord(frame).color_range = static_cast<AVColorRange>(row.range);
         const bool planar = GetPlanesCount(*frame) > 1;
-        const auto at = [&](const SP<IDataVideo>& f, int c) -> uint8_t& {
-            return planar ? *f->GetPlane(c).GetOffsetPtr(2, 1)
-                          : *f->GetPlane(0).GetOffsetPtr(static_cast<size_t>(c), 0);
-        };
+        const auto at = [&](const SP<IDataVideo>& f, int c) -> uint8_t&
+        { return *f->GetPlane(planar ? c : 0).GetOffsetPtr(planar ? 2 : static_cast<size_t>(c), 1); };
         for (int c = 0; c < 3; ++c)
             at(frame, c) = static_cast<uint8_t>(row.full[c]);
         const SP<IDataVideo> kept = frame;
@@ -308,6 +261,60 @@ TEST(FadeVideoTest, DistancesFromBlackAreScaled)
             EXPECT_EQ(at(kept, c), row.full[c]) << "somebody else holds it";
         }
     }
+}
+
+TEST(RegistryTest, UnknownNamesAreRefused)
+{
+    const MediaHost host = MakeHost();
+    EXPECT_THROW(host.filters->CreateFilterVideoEx(SettingsResizer(), "OGL", nullptr), FilterException);
+    EXPECT_THROW(host.filters->CreateFilterVideoEx(SettingsFade(), "", nullptr), FilterException);
+    EXPECT_THROW(host.effects->CreateEffectVideo("Snow", "", nullptr), EffectException);
+    EXPECT_THROW(host.algorithms->CreateAudioFormatter("OGL"), AlgorithmException);
+}
+
+// Sound effects need not be fed: they have tests of their own.
+TEST(RegistryTest, ListedEffectsCanAllBeMadeAndBearPicturesOfAnySize)
+{
+    const MediaHost host = MakeHost();
+    for (const RegistryEntry& entry : host.effects->List())
+        for (const std::string& name : entry.implementations)
+        {
+            SCOPED_TRACE(entry.classId + " " + name);
+            if (entry.kind != "video effect")
+            {
+                EXPECT_TRUE(host.effects->CreateEffectAudio(entry.classId, name, nullptr));
+                continue;
+            }
+            const SP<IOneInputEffectVideo> effect = host.effects->CreateEffectVideo(entry.classId, name, nullptr);
+            EXPECT_EQ(effect->GetSettings().GetName(), entry.classId);
+            EXPECT_NO_THROW(effect->Initialize(effect->GetSettings()));
+            for (const int size : {128, 37, 2})
+                try
+                {
+                    SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, size, size);
+                    effect->Process(frame);
+                    ASSERT_TRUE(frame);
+                    EXPECT_EQ(frame->GetPTS(), 1000000);
+                }
+                catch (const EffectException& e)
+                {
+                    EXPECT_EQ(size, 2) << Describe(e);
+                }
+        }
+}
+
+TEST(RegistryTest, BundlesMakeTheirMembers)
+{
+    auto resizer = std::make_shared<SettingsResizer>();
+    resizer->SetCustomMode(SettingsResizer::CustomModes::Exact, Conf::FrameInfo(16, 16));
+    const SP<IOneInputEffectVideo> bundle =
+        MakeEffect(SettingsMultiEffect({resizer, std::make_shared<SettingsFade>()}));
+    bundle->SetTimeToProgress({2000000, 3000000, &TimeToProgress::Linear});
+    SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
+    frame->Fill(Color(255, 255, 255, 255));
+    bundle->Process(frame);
+    EXPECT_EQ(frame->GetWidth(), 16);
+    EXPECT_EQ(*frame->GetPlane(0).GetOffsetPtr(0, 0), 16) << "the fade has not begun";
 }
 
 } // namespace
