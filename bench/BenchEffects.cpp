@@ -1,13 +1,13 @@
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "bench/LoopStream.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/EffectStream.h"
 #include "ffhost/registry/Host.h"
 #include "host/ImplNames.h"
 #include "media/DataAudioFF.h"
 #include "media/DataVideoFF.h"
-#include "tests/ffhost/Streams.h"
 
 extern "C"
 {
@@ -56,21 +56,6 @@ enum Pair
     ToSmallAndRgb, // one behind the other
 };
 
-template <class Interface>
-class LoopStream final : public Host::Tests::ListStream<Interface>
-{
-public:
-    using Base = Host::Tests::ListStream<Interface>;
-    using Base::Base;
-    SP<typename Base::Item> Read() override
-    {
-        if (SP<typename Base::Item> item = Base::Read())
-            return item;
-        Base::DoSeek();
-        return Base::Read();
-    }
-};
-
 // ---- pictures
 
 std::vector<SP<IDataVideo>> MakePictures()
@@ -97,7 +82,7 @@ std::vector<SP<IDataVideo>> MakePictures()
 SP<IStreamVideo> MakeFilters(int64_t pair, const std::vector<SP<IDataVideo>>& pictures)
 {
     const Host::MediaHost host = Host::MakeHost();
-    SP<IStreamVideo> stream(new LoopStream<IStreamVideo>(nullptr, pictures));
+    SP<IStreamVideo> stream(new Bench::LoopStream<Host::Tests::ListStream<IStreamVideo>>(nullptr, pictures));
     if (pair != ToRgb)
     {
         SettingsResizer settings;
@@ -272,7 +257,7 @@ SP<IStreamAudio> MakeFilters(const std::vector<SP<IDataAudio>>& blocks)
     SettingsFilterResample settings;
     settings.rate = 48000;
     settings.format = ResampleOutput::Format::FloatP;
-    const SP<IStreamAudio> source(new LoopStream<IStreamAudio>(nullptr, blocks));
+    const SP<IStreamAudio> source(new Bench::LoopStream<Host::Tests::ListStream<IStreamAudio>>(nullptr, blocks));
     return Host::MakeHost().filters->CreateFilterAudioEx(settings, ImplNames::DEFAULT, source);
 }
 

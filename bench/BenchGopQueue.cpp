@@ -1,7 +1,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/Filters/Filters/StreamRawGOP.h"
+#include "bench/LoopStream.h"
 #include "media/DataPacketFF.h"
-#include "tests/support/PacketSource.h"
 
 extern "C"
 {
@@ -16,24 +16,25 @@ using namespace Tessor::Proc;
 namespace
 {
 
-/// Packets of one group after the other, without end; they exist beforehand, so that only the queue is timed.
-SP<Test::PacketSource> MakeEndless(int groupSize)
+using Packets = Bench::LoopStream<Host::Tests::PacketList>;
+
+/// Packets of one group after the other.
+SP<Packets> MakeEndless(int groupSize)
 {
-    const SP<Test::PacketSource> source(new Test::PacketSource(MediaType::Video));
+    std::vector<SP<IDataPacket>> packets;
     for (int i = 0; i < groupSize; ++i)
     {
         AVPacket* const record = CreatePacket(16);
         record->flags = i == 0 ? AV_PKT_FLAG_KEY : 0;
-        source->packets.push_back(DataPacketFF::Create(record, MediaType::Video, i * 40000, i * 40000, 40000));
+        packets.push_back(DataPacketFF::Create(record, MediaType::Video, i * 40000, i * 40000, 40000));
     }
-    source->endless = true;
-    return source;
+    return SP<Packets>(new Packets(nullptr, packets));
 }
 
 /// What the lossless path asks of the queue for each group.
 void QueueGroups(benchmark::State& state)
 {
-    const SP<Test::PacketSource> source = MakeEndless(static_cast<int>(state.range(0)));
+    const SP<Packets> source = MakeEndless(static_cast<int>(state.range(0)));
     PacketQueueWithGOP queue(MediaType::None);
     for (auto _ : state)
     {

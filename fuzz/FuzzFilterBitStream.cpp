@@ -3,7 +3,7 @@
 #include "fuzz/FuzzTools.h"
 #include "media/IFormatCodecAudio.h"
 #include "media/IFormatCodecVideo.h"
-#include "tests/support/PacketSource.h"
+#include "tests/ffhost/Streams.h"
 
 using namespace Tessor;
 using namespace Tessor::Fuzz;
@@ -27,22 +27,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         codec >= 2 ? SP<Conf::IFormatCodec>(Audio::Create()) : SP<Conf::IFormatCodec>(Video::Create());
     format->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, codecs[codec]);
     format->SetExtradata(Blob(data + 2, at - 2));
-    const SP<Test::PacketSource> source(
-        new Test::PacketSource(codec >= 2 ? MediaType::Audio : MediaType::Video, format));
+    std::vector<SP<IDataPacket>> packets;
     while (at < size)
     {
         const size_t begin = at + 1;
         at = std::min<size_t>(begin + (data[at] & 127), size);
-        source->packets.push_back(Packet(data + begin, at - begin, (data[begin - 1] & 128) != 0));
+        packets.push_back(Packet(data + begin, at - begin, (data[begin - 1] & 128) != 0));
     }
+    const SP<IStreamRaw> source(
+        new Host::Tests::PacketList(format, packets, codec >= 2 ? MediaType::Audio : MediaType::Video));
 
     SP<IStreamRawEx> filter;
     if (!Accepts([&] { filter = FilterBitStream::Create(source, SettingsFilterBitStream(form)); }))
         return 0;
     Require(filter->GetFormatCodec() != nullptr);
-    while (!source->packets.empty())
+    for (const SP<IDataPacket>& given : packets)
     {
-        const bool key = source->packets.front()->IsKeyFrame();
+        const bool key = given->IsKeyFrame();
         SP<IDataPacket> packet;
         Accepts([&] { packet = filter->Read(); });
         Require(!packet || packet->IsKeyFrame() || !key);

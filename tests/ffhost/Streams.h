@@ -51,11 +51,17 @@ private:
     SP<Proc::IStream> partner;
 };
 
-class PacketList final : public ListStream<Proc::IStreamRaw>
+class PacketList : public ListStream<Proc::IStreamRaw>
 {
 public:
-    using ListStream::ListStream;
-    MediaType GetMediaType() const override { return MediaType::Video; }
+    PacketList(SP<Format> format, std::vector<SP<Item>> packets, MediaType type = MediaType::Video)
+        : ListStream(std::move(format), std::move(packets)), type(type)
+    {
+    }
+    MediaType GetMediaType() const override { return type; }
+
+private:
+    const MediaType type;
 };
 
 using Packets = std::vector<SP<Proc::IDataPacket>>;
