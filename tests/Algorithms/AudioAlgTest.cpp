@@ -133,36 +133,26 @@ TEST(AudioKernels, EqualTheTablesInEveryInstructionSet)
     }
 }
 
-/// The first sample of a mix of blocks that hold one value each.
+/// A sample of a block that is added so many times.
 template <class T>
-double MixOf(SampleFormats format, const std::vector<std::pair<T, double>>& inputs)
+double MixOf(SampleFormats format, T sample, double volume, size_t times = 1)
 {
-    std::vector<SP<DataAudioFF>> blocks;
-    std::vector<Audio2Mix> list;
-    for (const auto& [sample, volume] : inputs)
-    {
-        blocks.push_back(Block<T>(format, std::vector<T>(3, sample)));
-        list.push_back({blocks.back()->GetAudioRef(), volume});
-    }
-    const SP<DataAudioFF> mixed = Block<T>(format, std::vector<T>(3));
-    MixAudio(mixed->GetAudioRef(), list);
+    const SP<DataAudioFF> block = Block(format, std::vector<T>(3, sample)), mixed = Block(format, std::vector<T>(3));
+    MixAudio(mixed->GetAudioRef(), std::vector<Audio2Mix>(times, {block->GetAudioRef(), volume}));
     return static_cast<double>(reinterpret_cast<const T*>(mixed->GetAudioRef().data)[2]);
 }
 
 TEST(AudioAlg, MixesWithWeights)
 {
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{-321, 1.0}}), -321);
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{30000, 1.0}, {30000, 1.0}}), 32767);
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{32767, 0.001}}), 0);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, 30000, 1.0, 2), 32767);
     // gains are truncated toward zero, negative ones too: -128 + 0.5 gives -127
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16P, {{1000, -0.5}}), -496);
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{1000, std::nan("")}}), 0);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16P, 1000, -0.5), -496);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, 1000, std::nan("")), 0);
     // bounded to 64 bits before it is cut to those of the loops
-    EXPECT_EQ(MixOf<short>(SampleFormats::S16, {{1000, 1e300}}), -32768);
-    EXPECT_EQ(MixOf<unsigned char>(SampleFormats::U8, {{77, 1.0}}), 77);
-    EXPECT_EQ(MixOf<unsigned char>(SampleFormats::U8P, {{128, 1.0}, {128, 1.0}}), 255) << "each brings its own bias";
-    EXPECT_EQ(MixOf<int>(SampleFormats::S32P, {{2147483647, 4.0}}), 2147483647);
-    EXPECT_EQ(MixOf<double>(SampleFormats::DoubleP, {{0.75, 1.0}, {0.5, -0.5}}), 0.5);
+    EXPECT_EQ(MixOf<short>(SampleFormats::S16, 1000, 1e300), -32768);
+    EXPECT_EQ(MixOf<unsigned char>(SampleFormats::U8P, 128, 1.0, 2), 255) << "each brings its own bias";
+    EXPECT_EQ(MixOf<int>(SampleFormats::S32P, 2147483647, 4.0), 2147483647);
+    EXPECT_EQ(MixOf<double>(SampleFormats::DoubleP, 0.75, 0.5, 2), 0.75);
 }
 
 TEST(AudioAlg, LevelIsThePositivePeakOfThePlanesSeen)

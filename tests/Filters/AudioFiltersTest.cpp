@@ -81,18 +81,14 @@ TEST(FilterAudioVolume, NormalizesFromBlockToBlock)
     }
 }
 
-TEST(FilterAudioVolume, StartsAnewBehindASeekAndWithSettings)
+TEST(FilterAudioVolume, StartsAnewBehindASeek)
 {
     const SP<IStreamAudioEx> filter = MakeVolume(ScriptedAudio::Create("0=1000 500=1000 1000=1000"), 1.0, true);
     EXPECT_EQ(ReadAll(filter, Show::Values), "0=1352 500=1699 1000=2051 E");
-    EXPECT_EQ((*(filter->GetStatistic().end() - 1))["count"].GetInt64(), 3) << "the end does not count";
     Seek(filter, 0);
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "0:500=1352");
-    const Core::Property tree = filter->GetSettings();
     filter->Initialize(SettingsFilterAudioVolume());
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "500:500=1000") << "the defaults let all pass";
-    filter->Initialize(tree);
-    EXPECT_EQ(ReadSome(filter, 1, Show::Values), "1000:500=1352");
 }
 
 TEST(FilterVolumeDetect, WeighsTheFirstTenMinutes)
@@ -144,7 +140,6 @@ TEST(FilterResample, DrainsWhatItsEngineHolds)
         EXPECT_EQ(source->GetReadCount(), (round + 1) * 5) << "the empty parent is asked for what drains, and the end";
         Seek(filter, 0);
     }
-    EXPECT_EQ(ReadAll(Resample(ScriptedAudio::Create(""))), "E");
     filter->Terminate();
     EXPECT_FALSE(filter->Read());
     EXPECT_EQ(source->GetReadCount(), 10) << "who is terminated reads no more";
@@ -178,30 +173,6 @@ TEST(AudioShells, NothingHeldSurvivesASeekOrARelease)
     resampler->Read();
     Seek(resampler, 80 * ms);
     EXPECT_EQ(resampler->Read()->GetPTS(), 80 * ms);
-}
-
-TEST(AudioShells, TreesGoThereAndBack)
-{
-    const SP<ScriptedAudio> source = ScriptedAudio::Create("0");
-    SettingsFilterResample settings;
-    settings.rate = 32000;
-    settings.format = ResampleOutput::Format::S32P;
-    settings.layout = ChannelLayout::L5_1;
-    settings.implName = Host::MakeHost().effects->ListAudioImplementations(IResample::CLASS_ID).front();
-    const SP<IFilterResample> filter = Resample(source);
-    filter->Initialize(settings);
-    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
-              Conf::SampleInfo(SampleFormats::S32P, 32000, ChannelLayout::L5_1));
-    EXPECT_TRUE(IFilterResample::Property2Settings(filter->GetSettings()).IsEqualTo(settings));
-    settings.implName = "other";
-    EXPECT_THROW(filter->Initialize(settings), EffectException);
-    EXPECT_THROW(FilterResample::Create(source, nullptr), std::invalid_argument);
-
-    const Core::Property tree = Formatter(source, 20 * ms)->GetSettings();
-    const SP<IFilterAudioFormatter> formatter = Formatter(ScriptedAudio::Create("0:50"), 100 * ms);
-    formatter->Initialize(tree);
-    EXPECT_EQ(ReadAll(formatter), "0 20 40:10 E");
-    EXPECT_THROW(FilterAudioFormatter::Create(source, nullptr), std::invalid_argument);
 }
 
 TEST(AudioShells, ChangesComeFromOtherThreads)
@@ -313,7 +284,6 @@ TEST(FilterAudioMixer, StreamsGoByTheirPlaces)
     EXPECT_EQ(ReadAll(mixer, Show::Values), "0:100=70 E");
     EXPECT_THROW(mixer->RemoveStream(2), std::out_of_range);
     EXPECT_THROW(mixer->SetVolume(a, 1), std::out_of_range);
-    mixer->Initialize(mixer->GetSettings());
     EXPECT_EQ(TextOf<FilterException>([&] { mixer->Initialize(Core::Property("X")); }),
               "Object was initialized with incorrect class (X)!");
 }
@@ -341,7 +311,6 @@ TEST(FilterAudioMixer, AllStreamsMeetInOneFormat)
 
     highest->SetFormat(nullptr);
     EXPECT_EQ(TextOf<FilterException>([&] { mixer->AddStream(highest, 100); }), "Stream format is NULL.");
-    EXPECT_EQ(mixer->GetStreamId(highest), IFilterAudioMixer::NO_STREAM);
 }
 
 TEST(FilterAudioMixer, SeeksAndEnds)
@@ -352,9 +321,7 @@ TEST(FilterAudioMixer, SeeksAndEnds)
     const SP<IFilterAudioMixer> mixer = Mixer({{a, 100}, {ScriptedAudio::Create("0=10 100=20 200=30 300=40"), 100}});
     EXPECT_EQ(mixer->GetDuration(), 400 * ms);
     EXPECT_EQ(ReadAll(mixer, Show::Values), "0=11 100=22 200=30 300=40 E");
-    const Core::Property statistic = mixer->GetStatistic();
-    EXPECT_EQ(statistic["count"].GetInt64(), 4);
-    EXPECT_EQ((statistic.end() - 1)->size(), 3u) << "source, resampler, formatter";
+    EXPECT_EQ(mixer->GetStatistic()["count"].GetInt64(), 4);
     Seek(mixer, 100 * ms);
     EXPECT_EQ(mixer->GetPosition(), 100 * ms);
     EXPECT_EQ(ReadSome(mixer, 2, Show::Values), "100=22 200=30") << "who had ended takes part again";

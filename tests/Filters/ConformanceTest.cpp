@@ -252,7 +252,7 @@ const std::vector<Filter<IStreamVideo>> VIDEO = {
     {"FilterBlurTransparentBorder",
      [](const auto& s) -> S { return FilterBlurTransparentBorder::Create(s, FakeEffectFactory::Create(), Border()); },
      "Method not implemented"},
-    {"PassThrough", MakeFrameRate, WRONG_CLASS},
+    {"Hooked", MakeFrameRate, WRONG_CLASS},
     {"FilterApplyEffectsVideo (2)", MakeApplyEffects, WRONG_CLASS},
     {"FilterStreamMetadataUpdater", MakeUpdater<IStreamVideo>},
 };

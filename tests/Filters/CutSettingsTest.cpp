@@ -152,23 +152,5 @@ TEST(CutSettings, ExtremeIntervalsDoNotOverflow)
     EXPECT_THROW(settings.GetOptInterval(1), std::out_of_range);
 }
 
-TEST(CutSettings, PropertyHoldsEverything)
-{
-    SettingsFilterCutController settings = Keep({{0, 10}, {20, 30}});
-    settings.intervals.push_back({1, 2, 3, true}); // as it stands, not optimised
-    settings.streamIndex = -7;
-    const Core::Property property = SettingsCutController2Property(settings);
-    EXPECT_TRUE(Proc::Property2SettingsCutController(property).IsEqualTo(settings));
-
-    using Keys = SettingsFilterCutController;
-    std::vector<Core::Property> malformed(4, property);
-    malformed[0].SetName("other");
-    malformed[1].SetChildT<bool>(Keys::KEY_INTERVALS, true);
-    malformed[2][Keys::KEY_INTERVALS].begin()->RemoveChild(Keys::KEY_END);
-    malformed[3].SetChildT<long long>(Keys::KEY_STREAM_INDEX, 1LL << 40);
-    for (const Core::Property& tree : malformed)
-        EXPECT_THROW(Proc::Property2SettingsCutController(tree), Core::PropertyException);
-}
-
 } // namespace
 } // namespace Tessor::Test

@@ -26,7 +26,6 @@ TEST(FrameSkipper, GivesEvenTimesAndFoldsRepeats)
         {{{0, 1000}}, "0=1 40=2 80=1", "0:?=1 40:?=2 80:?=1 E", "0:40 40:40 80:40"}, // no repeat of the one before
         {{{0, 1000}}, "10=1 45=2 90=3", "10:?=1 50:?=2 90:?=3 E", "10:35 45:45 90:45"},
         {{{0, 80}, {160, 1000}}, "0=1 40=2 80=3 120=3 160=2 200=4", "0:?=1 40:?=2 80:?=4 E", "0:40 40:80 120:40"},
-        {{{20, 100}}, "0=1 40=2 80=3", "0:?=1 40:?=2 80:?=3 E", "0:20 20:40 60:20"},
         {{{500, 1000}}, "0=1 40=2", "E", ""},
     };
     for (const auto& [kept, script, delivered, times] : rows)
@@ -53,7 +52,6 @@ TEST(FrameSkipper, WantsAFrameRate)
 {
     const auto source = ScriptedVideo::Create("0 40 80");
     const SP<IStreamVideo> skipper(new FrameSkipper(source, Cutter({{0, 1000}})));
-    EXPECT_EQ(ReadAll(skipper), "!(Wrong fps!)");
     source->GetFormatCodec()->SetFrameRate(0, 1);
     EXPECT_EQ(ReadAll(skipper), "!(Wrong fps!)");
 }

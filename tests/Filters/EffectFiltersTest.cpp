@@ -2,13 +2,11 @@
 #include "Proc/Filters/Filters/FilterDeinterlace.h"
 #include "Proc/Filters/Filters/FilterResize.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
-#include "Proc/Settings/SettingsFrameDownloader.h"
 #include "media/DataVideoFF.h"
 #include "tests/Filters/FakeEffects.h"
 #include "tests/support/ReadAll.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace Tessor::Test
 {
@@ -30,48 +28,24 @@ SettingsResizer Size(int width, int height)
     return settings;
 }
 
-TEST(FilterResize, MakesItsEffectOfTheSettings)
+TEST(FilterResize, ARunningEffectOutlivesAFailure)
 {
     const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
     const SP<ScriptedVideo> source = ScriptedVideo::Create("0 40 80");
     const SP<IStreamVideoEx> filter = FilterResize::CreateStreamEx(source, factory, Size(64, 32));
-    EXPECT_EQ(factory->log->Take(), "new " + RESIZE + "/impl for a stream");
     filter->Initialize(IFilterResize::Settings2Property(Size(16, 8)));
+    EXPECT_EQ(factory->log->Take(), "new " + RESIZE + "/impl new " + RESIZE + "/impl");
     factory->behaviours[RESIZE].failsToInitialise = true;
     EXPECT_THROW(filter->Initialize(Size(1, 1)), EffectException);
-    EXPECT_EQ(filter->GetSettings(), IFilterResize::Settings2Property(Size(16, 8))) << "the running effect stays";
-    EXPECT_TRUE(dynamic_cast<IFilterResize&>(*filter).GetSettings2().IsEqualTo(Size(16, 8)));
+    EXPECT_EQ(filter->GetSettings(), IFilterResize::Settings2Property(Size(16, 8)));
+    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), RESIZE);
 
     factory->log->Take();
-    EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), RESIZE);
-    EXPECT_EQ(ReadAll(filter), "0 40 80 E");
+    EXPECT_EQ(ReadSome(filter, 1), "0");
     filter->ReleaseInternalData();
-    EXPECT_EQ(factory->log->Take(),
-              RESIZE + ".Process " + RESIZE + ".Process " + RESIZE + ".Process " + RESIZE + ".Release");
+    EXPECT_EQ(factory->log->Take(), RESIZE + ".Process " + RESIZE + ".Release");
     source->SetFormat(nullptr);
     EXPECT_EQ(TextOf<FilterException>([&] { filter->GetFormatCodec(); }), "Source format codec must be present");
-    EXPECT_THROW(FilterResize::Create(source, nullptr), std::invalid_argument);
-}
-
-TEST(FilterResize, AChangeWaitsForTheEndOfARead)
-{
-    const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0 40"));
-    const SP<IFilterResize> filter = FilterResize::Create(source, FakeEffectFactory::Create());
-    source->gate.Hold();
-    std::atomic<bool> changed = false;
-    std::thread reader([&] { filter->Read(); });
-    source->gate.AwaitHeld();
-    std::thread changer(
-        [&]
-        {
-            filter->Initialize(Size(64, 32));
-            changed = true;
-        });
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_FALSE(changed);
-    source->gate.Release();
-    reader.join();
-    changer.join();
 }
 
 SP<IStreamVideoEx> Deinterlace(const SP<IStreamVideo>& source, const SP<FakeEffectFactory>& factory)
@@ -123,43 +97,22 @@ TEST(FilterDeinterlace, TimeOfFramesThatAreHeldBack)
     }
 }
 
-TEST(FilterDeinterlace, WorksInMainMemory)
-{
-    const std::string down = SettingsFrameDownloader::CLASS_ID;
-    const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
-    factory->behaviours[down].moves = true;
-    const auto read = [&](const char* script, FrameAllocType memory)
-    {
-        const SP<ScriptedVideo> source = ScriptedVideo::Create(script);
-        source->memory = memory;
-        Deinterlace(source, factory)->Read();
-        return factory->log->Take();
-    };
-    EXPECT_EQ(read("0i", FRAME_ALLOC_OGL), "new " + down + "/OGL " + down + ".Process " + PROCESS);
-    EXPECT_THROW(read("0i", static_cast<FrameAllocType>(2)), ProcException);
-    EXPECT_EQ(read("0", static_cast<FrameAllocType>(2)), "") << "what passes is not looked at";
-}
-
-TEST(FilterDeinterlace, SettingsAndFormats)
+TEST(FilterDeinterlace, FormatsPassTheConverterButOfAStillPicture)
 {
     const SP<ScriptedVideo> source = ScriptedVideo::Create("0");
     const SP<IStreamVideoEx> filter = Deinterlace(source, FakeEffectFactory::Create());
-    SettingsDeinterlace yadif;
-    yadif.method = SettingsDeinterlace::Method::Yadif;
-    filter->Initialize(Settings2Property(yadif));
-    EXPECT_TRUE(Property2SettingsDeinterlace(filter->GetSettings()).IsEqualTo(yadif));
     EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["passed"].GetString(), CONVERTER);
     source->GetFormatCodec()->GetProperties().SetChildT(Conf::IFormatCodecVideo::TAG_IMAGE_FLAG, true);
-    EXPECT_FALSE(filter->GetFormatCodec()->GetProperties().ChildExists("passed")) << "a still picture";
+    EXPECT_FALSE(filter->GetFormatCodec()->GetProperties().ChildExists("passed"));
 }
 
 /// What the filter makes of a frame at 40 ms.
-SP<IDataVideo> Blur(const SP<IDataVideo>& frame, const SP<FakeEffectFactory>& factory, int matrix = 5)
+SP<IDataVideo> Blur(const SP<IDataVideo>& frame, const SP<FakeEffectFactory>& factory)
 {
     const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0"));
     source->map = [frame](const SP<IDataVideo>&) { return frame; };
     frame->SetPTS(40 * ms);
-    const SettingsFilterBlurTransparentBorder settings(matrix);
+    const SettingsFilterBlurTransparentBorder settings(5);
     const SP<IStreamVideoEx> filter = FilterBlurTransparentBorder::Create(source, factory, settings);
     factory->log->Take();
     return filter->Read();
@@ -167,27 +120,22 @@ SP<IDataVideo> Blur(const SP<IDataVideo>& frame, const SP<FakeEffectFactory>& fa
 
 TEST(FilterBlurTransparentBorder, KnowsWhereTheAlphaIs)
 {
-    // of a matrix of 5 the window is 4 x 4, of one of 1 it is empty
-    for (const auto& [format, alphaByte, matrix, coloured] : {std::tuple(PixFmt::RGBA, 3, 5, 16),
-                                                              {PixFmt::RGBA, 3, 1, 1},
-                                                              {PixFmt::BGRA, 3, 5, 16},
-                                                              {PixFmt::ARGB, 0, 5, 16},
-                                                              {PixFmt::ABGR, 0, 5, 16}})
+    for (const auto& [format, alphaByte] :
+         {std::pair(PixFmt::RGBA, 3), {PixFmt::BGRA, 3}, {PixFmt::ARGB, 0}, {PixFmt::ABGR, 0}})
     {
         // one visible pixel in the middle of black and transparent ones
         const SP<IDataVideo> frame = DataVideoFF::Create(format, {8, 8}, nullptr);
         std::fill_n(frame->GetPlane(0).GetOffsetPtr(16, 4), 4, uint8_t{200});
-        const auto count = [byte = static_cast<size_t>(alphaByte + 1) % 4](IDataVideo& picture, uint8_t value)
+        const auto count = [byte = static_cast<size_t>(alphaByte + 1) % 4](IDataVideo& picture)
         {
             int found = 0;
             for (size_t i = 0; i < 64; ++i)
-                found += picture.GetPlane(0).GetOffsetPtr(i % 8 * 4, i / 8)[byte] == value;
+                found += picture.GetPlane(0).GetOffsetPtr(i % 8 * 4, i / 8)[byte] == 200;
             return found;
         };
-        const SP<IDataVideo> result = Blur(frame, FakeEffectFactory::Create(), matrix);
-        ASSERT_TRUE(result && result != frame);
-        EXPECT_EQ(count(*result, 200), coloured);
-        EXPECT_EQ(count(*frame, 200), 1) << "the parent's frame stays";
+        const SP<IDataVideo> result = Blur(frame, FakeEffectFactory::Create());
+        EXPECT_EQ(count(*result), 16) << "the window of a matrix of 5 is 4 x 4";
+        EXPECT_EQ(count(*frame), 1) << "the parent's frame stays";
         EXPECT_EQ(result->GetPlane(0).GetOffsetPtr(12, 4)[alphaByte], 0);
         EXPECT_EQ(result->GetPTS(), 40 * ms);
     }

@@ -12,6 +12,7 @@
 #include <bit>
 #include <bitset>
 #include <deque>
+#include <functional>
 #include <mutex>
 
 namespace Tessor::Test
@@ -138,12 +139,11 @@ private:
 /// What an implementation of an encoder does.
 struct FakeEncoding
 {
-    void (*creation)() = [] {}; ///< may throw
+    std::function<void()> creation = [] {}; ///< may throw
     bool isNull = false;
     Bytes extradata = {};
     bool reorders = false; ///< every second picture is decoded behind the one that follows it
     size_t lost = 0;       ///< frames at the end of which no packet comes
-    int failsFrom = -1;    ///< the n-th creation and all that follow throw EncoderException; -1: none
 };
 
 /// A key frame and pictures behind it. The payload is one unit of one byte, the picture, behind a start code.
@@ -217,8 +217,6 @@ public:
         const FakeEncoding& encoding =
             std::find_if(encoders.begin(), encoders.end(), [&](const auto& e) { return e.first == implName; })->second;
         encoding.creation();
-        if (encoding.failsFrom >= 0 && created++ >= encoding.failsFrom)
-            Fail<Proc::EncoderException>();
         return encoding.isNull ? nullptr : SP<Proc::IEncoder>(new FakeEncoder(source, encoding, resource));
     }
 
@@ -236,7 +234,6 @@ private:
 
     const Encoders encoders;
     std::mutex mutex;
-    int created = 0;
 };
 
 } // namespace Tessor::Test

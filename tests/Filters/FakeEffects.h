@@ -37,11 +37,7 @@ public:
     void Initialize(const Core::Property& settings) override { tree = settings; }
     void ReleaseInternalData() override { Note("Release"); }
     SP<Proc::IData> Apply(const std::vector<SP<Proc::IData>>& inputs) override { return inputs.at(0); }
-    Core::Property GetStatistic() const override
-    {
-        Note("Statistic");
-        return Core::Property(tree.GetName() + " statistics");
-    }
+    Core::Property GetStatistic() const override { return Core::Property(tree.GetName() + " statistics"); }
     void Initialise(const Proc::Settings& newSettings) override
     {
         if (behaviour.failsToInitialise)
@@ -107,10 +103,10 @@ public:
         return Make<FakeEffect<Proc::IOneInputEffectAudio>>(classId, implName);
     }
     SP<Proc::ITwoInputEffectVideo> CreateTwoInputEffectVideo(Name, Name, VideoData) const override { return nullptr; }
-    SP<Proc::IEffect> CreateEffect(Name classId, const Core::Property& settings, const SP<Proc::IStream>& parent,
+    SP<Proc::IEffect> CreateEffect(Name classId, const Core::Property& settings, const SP<Proc::IStream>&,
                                    Name implName, VideoData) const override
     {
-        const auto effect = Make<FakeResize>(classId, implName + (parent ? " for a stream" : ""));
+        const auto effect = Make<FakeResize>(classId, implName);
         effect->Initialize(settings);
         return effect;
     }

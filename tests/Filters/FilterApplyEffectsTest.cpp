@@ -105,8 +105,6 @@ TEST_F(FilterApplyEffects, HandNullOnAndDoNotCountIt)
     EXPECT_FALSE(video->Read());
     EXPECT_EQ(factory->log->Take(), "cpu.Process drop.Process ogl.Process(null)");
     EXPECT_EQ(video->GetStatistic()["count"].GetInt64(), 0);
-    EXPECT_FALSE(Audio("0 20", {"drop", "any"})->Read());
-    EXPECT_EQ(factory->log->Take(), "drop.Process any.Process(null)");
 }
 
 TEST_F(FilterApplyEffects, MakeTheMembersOfMultiSettings)
@@ -160,16 +158,11 @@ TEST_F(FilterApplyEffects, GiveRangesToEffects)
     EXPECT_THROW(filter->AddEffect(SP<IOneInputEffectVideo>()), std::invalid_argument);
 }
 
-TEST_F(FilterApplyEffects, TreesSeeksAndStatistics)
+TEST_F(FilterApplyEffects, TreesFormatsAndSeeks)
 {
-    const SP<IFilterApplyEffectsVideo> video = Video(ScriptedVideo::Create("0 40"));
-    const SP<IFilterApplyEffectsAudio> audio = Audio("0 20");
-    Core::Property gain("gain");
-    gain.Add(Core::Property("value", 2.0));
-    const std::vector<Core::Property> effects = {gain, Core::Property("any")};
-    video->Initialize(IFilterApplyEffectsVideo::SettingsEffects2FilterSettings(effects));
-    audio->Initialize(IFilterApplyEffectsAudio::SettingsEffects2FilterSettings(effects));
-    EXPECT_EQ(factory->log->Take(), "new gain/Default new any/Default new gain/Default new any/Default");
+    const std::vector<Core::Property> effects = {Core::Property("gain"), Core::Property("any")};
+    const SP<IFilterApplyEffectsVideo> video = Video(ScriptedVideo::Create("0 40"), {"gain", "any"});
+    const SP<IFilterApplyEffectsAudio> audio = Audio("0 20", {"gain", "any"});
     EXPECT_EQ(IFilterApplyEffectsVideo::FilterSettings2SettingsEffects(video->GetSettings()), effects);
     EXPECT_EQ(IFilterApplyEffectsAudio::FilterSettings2SettingsEffects(audio->GetSettings()), effects);
     EXPECT_THROW(video->Initialize(audio->GetSettings()), FilterException);
@@ -184,7 +177,6 @@ TEST_F(FilterApplyEffects, TreesSeeksAndStatistics)
     audio->ReleaseInternalData();
     EXPECT_EQ(factory->log->Take(), "gain.Release any.Release") << "nor those of audio to let go";
     EXPECT_EQ(ReadAll(video), "40 E");
-    EXPECT_EQ(video->GetStatistic().size(), 5u) << "time, count, the effects, the parent";
 }
 
 TEST_F(FilterApplyEffects, ASlowParentDoesNotBlockChanges)
@@ -206,33 +198,27 @@ TEST_F(FilterApplyEffects, ChainsChangeWhileTheyRun)
     const SP<ScriptedVideo> source = ScriptedVideo::Create(Regular(500));
     source->memory = FRAME_ALLOC_OGL;
     const SP<IFilterApplyEffectsVideo> video = Video(source, {"cpu"});
-    const SP<IFilterApplyEffectsAudio> audio = Audio(Regular(500));
-    std::atomic<int> running = 2;
-    const auto read = [&](IStream& filter)
-    {
-        while (filter.ReadStream())
+    std::atomic<bool> running = true;
+    std::thread reader(
+        [&]
         {
-        }
-        --running;
-    };
-    std::thread videoReader([&] { read(*video); });
-    std::thread audioReader([&] { read(*audio); });
-    while (running > 0)
+            while (video->Read())
+            {
+            }
+            running = false;
+        });
+    while (running)
     {
         video->AddEffect(Multi({"cpu", "any"}), "");
-        audio->AddEffect(Core::Property("x"));
         video->GetFormatCodec();
         video->GetStatistic();
-        audio->GetStatistic();
         Visitors::InfoCollector names;
         video->Accept(names);
         video->ClearEffects();
-        audio->ClearEffects();
         factory->log->Take();
     }
-    videoReader.join();
-    audioReader.join();
-    EXPECT_FALSE(video->Read() || audio->Read());
+    reader.join();
+    EXPECT_FALSE(video->Read());
 }
 
 } // namespace

@@ -85,7 +85,6 @@ TEST(FilterAudioGenerator, BlocksAndTheirTimes)
     const std::tuple<avTime, uint32_t, avTime, const char*> rows[] = {
         {10000000, 0, 0, "E"},
         {-5, 1000, 0, "E"},
-        {45352, 1000, 0, "0:22.676 22.676:22.676 E"},
         {30000, 1000, 0, "0:22.676 22.676:7.324 E"},
         {22680, 1000, 0, "0:22.676 E"}, // less than half a sample is left
         {30000, 1000, NoTime, "E"},
@@ -121,11 +120,8 @@ TEST(FilterAudioGenerator, SilenceAndFormatsThatAreNone)
     EXPECT_EQ(Samples<uint8_t>(*filter->Read(), 1), std::vector<uint8_t>(9, 128));
     filter->Terminate();
     EXPECT_TRUE(filter->Read()) << "termination does not stop it";
-    EXPECT_EQ((*filter->GetStatistic().begin())["count"].GetInt64(), 2) << "but the failure";
     settings.sampleRate = -1;
     filter->Initialize(settings);
-    EXPECT_EQ(filter->GetFormatCodec()->GetSampleInfo(),
-              Conf::SampleInfo(SampleFormats::U8, -1, ChannelLayout::Stereo));
     EXPECT_FALSE(filter->Read());
 }
 

@@ -24,7 +24,6 @@ TEST(FilterStreamMetadataUpdater, AppliesItsMetadataToACopyOfTheFormat)
     filter->Initialize(title("second"));
     EXPECT_EQ(filter->GetFormatCodec()->GetProperties()["title"].GetString(), "second");
     EXPECT_EQ(format->GetProperties()["title"].GetString(), "first");
-    EXPECT_EQ(format->GetFrameInfo(), Conf::FrameInfo(16, 8));
     EXPECT_FALSE(source->GetFormatCodec()->GetProperties().ChildExists("title"));
     filter->Initialize(SettingsStreamMetadataUpdater(title("third")));
     EXPECT_EQ(filter->GetSettings(), title("third"));

@@ -75,17 +75,6 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
     EXPECT_FALSE(queue.ReadGOP(source)) << "the key frame at 160 is gone";
 }
 
-TEST(PacketQueueWithGOP, LiftsItsLimitOnlyForAnEarlierTarget)
-{
-    for (const auto& [target, first] : {std::pair(100, "50K -> 120 | "), {99, "0K -> 50 | "}})
-    {
-        PacketQueueWithGOP queue(MediaType::None);
-        queue.Reset(100 * ms);
-        queue.LiftLimit(target * ms);
-        EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create("0K 50K 120K"), 1), first);
-    }
-}
-
 TEST(PacketQueue, AccountsForItsPackets)
 {
     PacketQueue queue(MediaType::Video);
@@ -133,14 +122,6 @@ TEST(StreamRawGOP, PlaysTheGroupFromItsStart)
     Seek(group.stream, 120 * ms);
     EXPECT_EQ(ReadAll(group.stream), "40K 120 80 E");
     EXPECT_EQ(group.source->TakeLog(), "") << "seeks stay here";
-
-    const auto seeker = ScriptedRaw::Create("0K");
-    const long held = seeker->GetRefCount();
-    for (const SP<IStream>& partner : {SP<IStream>(seeker), SP<IStream>(seeker), SP<IStream>()})
-        group.stream->RequestSeek(0, partner);
-    EXPECT_EQ(seeker->GetRefCount(), held + 1) << "each seeker is asked once";
-    group.stream->DoSeek();
-    EXPECT_EQ(seeker->GetRefCount(), held);
 }
 
 TEST(StreamRawGOP, TakesTheFirstTimeThatItKnows)

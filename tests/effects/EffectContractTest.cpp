@@ -88,11 +88,6 @@ TEST(EffectBaseOneInput, TakesOneInputAndCountsWhatComesOut)
     EXPECT_EQ(effect->Apply({block}), block);
     EXPECT_FALSE(effect->Apply({nullptr}));
     EXPECT_EQ(effect->GetStatistic()["count"].GetInt64(), 1);
-
-    SettingsSample settings;
-    settings.count = 5;
-    effect->Initialise(settings);
-    EXPECT_EQ(effect->GetSettings(), settings.ToProperty());
     effect->SetTimeToProgress({1000000, 3000000});
     EXPECT_EQ(effect->GetTimeToProgress().GetProgress(1500000), 0.25) << "linear";
 }

@@ -30,34 +30,6 @@ protected:
     using StreamImpl::StreamImpl;
 };
 
-/// Hands everything through. The base of decorators, and the simplest filter.
-template <class Kind>
-class PassThrough : public FilterOf<Kind>, public RefCountImpl
-{
-public:
-    using Item = typename Kind::Item;
-
-    explicit PassThrough(const SP<Kind>& parent, bool useReadThread = false) : FilterOf<Kind>(parent, useReadThread) {}
-    ~PassThrough() override { this->StopThread(); }
-
-    void Initialize(const Core::Property& settings) override { this->parentStream->Initialize(settings); }
-    Core::Property GetSettings() const override { return this->parentStream->GetSettings(); }
-    SP<typename Kind::Format> GetFormatCodec() const override { return this->parentStream->GetFormatCodec(); }
-    Core::Property GetStatistic() const override { return this->parentStream->GetStatistic(); }
-
-protected:
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override
-    {
-        Proc::Visitors::ProcessStandartVisitors(visitor, "PassThrough", FRAME_ALLOC_NONE, nullptr);
-    }
-    SP<Item> ReadInternal() override { return this->parentStream->Read(); }
-    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
-    {
-        this->parentStream->RequestSeek(target, partner);
-    }
-    void DoSeekInternal() override { this->parentStream->DoSeek(); }
-};
-
 /// Stops threads at a place until a test lets them go on. Open at first. Waiting here can't be interrupted.
 class Gate
 {
@@ -66,15 +38,7 @@ public:
     void Hold()
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        tickets = 0;
         open = false;
-    }
-    /// Lets `count` threads pass, or passes, and stays closed.
-    void Let(int count = 1)
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        tickets += count;
-        changed.notify_all();
     }
     /// Opens it for all.
     void Release()
@@ -87,7 +51,7 @@ public:
     void AwaitHeld()
     {
         std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [this] { return waiting > tickets; });
+        changed.wait(lock, [this] { return waiting > 0; });
     }
     /// The place itself.
     void Pass()
@@ -97,39 +61,39 @@ public:
             return;
         ++waiting;
         changed.notify_all();
-        changed.wait(lock, [this] { return open || tickets > 0; });
+        changed.wait(lock, [this] { return open; });
         --waiting;
-        if (!open)
-            --tickets;
     }
 
 private:
     std::mutex mutex;
     std::condition_variable changed;
     bool open = true;
-    int tickets = 0; // passes granted and not yet used
     int waiting = 0; // threads at the closed gate
 };
 
 /// Hands everything through in either mode; a test can watch and change what passes.
 template <class Kind>
-class Hooked final : public PassThrough<Kind>
+class Hooked : public FilterOf<Kind>, public RefCountImpl
 {
 public:
     using Item = typename Kind::Item;
+    using FilterOf<Kind>::StopThread;
 
     static SP<Hooked> Create(const SP<Kind>& parent, bool useReadThread = false)
     {
         return SP<Hooked>(new Hooked(parent, useReadThread));
     }
-    ~Hooked() override { this->StopThread(); }
+    ~Hooked() override { StopThread(); }
 
-    using PassThrough<Kind>::GetCodecID;
-    using PassThrough<Kind>::StopThread;
+    void Initialize(const Core::Property& settings) override { this->parentStream->Initialize(settings); }
+    Core::Property GetSettings() const override { return this->parentStream->GetSettings(); }
+    SP<typename Kind::Format> GetFormatCodec() const override { return this->parentStream->GetFormatCodec(); }
+    Core::Property GetStatistic() const override { return this->parentStream->GetStatistic(); }
     void Terminate() override
     {
         beforeTerminate();
-        PassThrough<Kind>::Terminate();
+        FilterOf<Kind>::Terminate();
     }
 
     Gate gate; ///< that every read passes
@@ -140,9 +104,14 @@ public:
     std::atomic<int> reads{0};          ///< calls of ReadInternal
     std::atomic<bool> readTwice{false}; ///< two threads were inside of ReadInternal at once
 
-private:
-    using PassThrough<Kind>::PassThrough;
+protected:
+    explicit Hooked(const SP<Kind>& parent, bool useReadThread = false) : FilterOf<Kind>(parent, useReadThread) {}
 
+private:
+    void AcceptInternal(Proc::IStreamVisitor& visitor) override
+    {
+        Proc::Visitors::ProcessStandartVisitors(visitor, "Hooked", FRAME_ALLOC_NONE, nullptr);
+    }
     SP<Item> ReadInternal() override
     {
         ++reads;
@@ -151,13 +120,14 @@ private:
         const std::shared_ptr<void> leave(nullptr, [this](void*) { inside = false; });
         gate.Pass();
         beforeRead();
-        const SP<Item> item = PassThrough<Kind>::ReadInternal();
+        const SP<Item> item = this->parentStream->Read();
         return item ? map(item) : nullptr;
     }
     void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
     {
-        PassThrough<Kind>::RequestSeekInternal(seekTo(target), partner);
+        this->parentStream->RequestSeek(seekTo(target), partner);
     }
+    void DoSeekInternal() override { this->parentStream->DoSeek(); }
 
     std::atomic<bool> inside{false}; // some thread is in ReadInternal
 };

@@ -1,6 +1,5 @@
 #include "tests/support/FakeItems.h"
 
-#include "media/DataSubtitleFF.h"
 #include "media/DataVideoFF.h"
 
 extern "C"
@@ -37,11 +36,6 @@ SP<Proc::DataAudioFF> CreateBlock(const ScriptItem& item, const Conf::SampleInfo
     block->SetPTS(item.pts);
     block->SetDuration(item.duration);
     return block;
-}
-
-SP<Proc::IDataSubtitle> CreateSubtitle(const ScriptItem& item)
-{
-    return Proc::DataSubtitleFF::Create(AVSubtitle{}, item.pts, item.duration);
 }
 
 SP<Proc::DataPacketFF> CreateFakePacket(const ScriptItem& item, MediaType type, const Bytes* payload)

@@ -3,7 +3,6 @@
 #include "Fnd/Exception.h"
 #include "media/DataAudioFF.h"
 #include "media/DataPacketFF.h"
-#include "media/IDataSubtitle.h"
 #include "media/IDataVideo.h"
 #include "tests/support/Script.h"
 
@@ -74,8 +73,6 @@ SP<Proc::IDataVideo> CreateFrame(const ScriptItem& item, FrameAllocType memory =
 SP<Proc::DataAudioFF> CreateBlock(const ScriptItem& item,
                                   const Conf::SampleInfo& info = {Conf::SampleFormats::S16, 48000,
                                                                   Conf::ChannelLayout::Mono});
-
-SP<Proc::IDataSubtitle> CreateSubtitle(const ScriptItem& item);
 
 /// A packet whose payload is the item's value in four bytes, the highest first, or the bytes given.
 SP<Proc::DataPacketFF> CreateFakePacket(const ScriptItem& item, MediaType type, const Bytes* payload = nullptr);

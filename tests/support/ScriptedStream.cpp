@@ -10,8 +10,6 @@ SP<ScriptedRaw> ScriptedRaw::Create(const std::string& text, MediaType type, con
     SP<Conf::IFormatCodec> format = Conf::IFormatCodecVideo::Create();
     if (type == MediaType::Audio)
         format = Conf::IFormatCodecAudio::Create();
-    else if (type == MediaType::Subtitle)
-        format = Conf::IFormatCodecSubtitle::Create();
     format->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, codecId);
     return SP<ScriptedRaw>(new ScriptedRaw(text, type, format));
 }

@@ -4,7 +4,6 @@
 #include "Fnd/Statistics.h"
 #include "Proc/StreamTemplates/IStreamAudio.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/IStreamSubtitle.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "tests/support/CallLog.h"
@@ -111,16 +110,11 @@ public:
     /// The stream's end where no other duration is set; NoTime is allowed.
     void SetDuration(avTime newDuration) { duration = newDuration; }
     void SetFormat(const SP<Format>& newFormat) { format = newFormat; }
-    /// Several streams may write to one log; the name tells them apart.
-    void SetLog(const std::shared_ptr<CallLog>& newLog, const std::string& newName)
-    {
-        log = newLog;
-        name = newName + ".";
-    }
     std::string TakeLog() { return log->Take(); }
     int GetReadCount() const { return readCount; }
 
-    FrameAllocType memory = FRAME_ALLOC_CPU; ///< of frames
+    FrameAllocType memory = FRAME_ALLOC_CPU;                    ///< of frames
+    std::shared_ptr<CallLog> log = std::make_shared<CallLog>(); ///< several streams may write to one
 
 protected:
     ScriptedStream(const std::string& text, const SP<Format>& format) : script(ParseScript(text)), format(format)
@@ -138,8 +132,6 @@ protected:
             return CreateFrame(item, memory);
         else if constexpr (std::is_same_v<Kind, Proc::IStreamAudio>)
             return CreateBlock(item, info);
-        else if constexpr (std::is_same_v<Kind, Proc::IStreamSubtitle>)
-            return CreateSubtitle(item);
         else
             return nullptr; // ScriptedRaw makes its own
     }
@@ -154,14 +146,12 @@ protected:
 
 private:
     using Lock = std::lock_guard<std::mutex>;
-    void Note(const std::string& call) { log->Add(name + call); }
+    void Note(const std::string& call) { log->Add(call); }
 
     std::mutex mutex;
     avTime duration = 0;
     SP<Format> format;
-    Conf::SampleInfo info; // of audio
-    std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
-    std::string name;                 // in front of calls in the log, of one of several streams
+    Conf::SampleInfo info;            // of audio
     size_t next = 0;                  // index of what is read next
     avTime lastEnd = NoTime;          // of the item read last, NoTime behind a seek
     std::optional<avTime> seekTarget; // between RequestSeek and DoSeek
@@ -171,7 +161,6 @@ private:
 
 using ScriptedVideo = ScriptedStream<Proc::IStreamVideo>;
 using ScriptedAudio = ScriptedStream<Proc::IStreamAudio>;
-using ScriptedSubtitle = ScriptedStream<Proc::IStreamSubtitle>;
 
 /// Compressed packets. Of other media than video every packet is a key frame.
 class ScriptedRaw final : public ScriptedStream<Proc::IStreamRaw>
