@@ -75,6 +75,17 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
     EXPECT_FALSE(queue.ReadGOP(source)) << "the key frame at 160 is gone";
 }
 
+TEST(PacketQueueWithGOP, LiftsItsLimitOnlyForAnEarlierTarget)
+{
+    for (const auto& [target, first] : {std::pair(100, "50K -> 120 | "), {99, "0K -> 50 | "}})
+    {
+        PacketQueueWithGOP queue(MediaType::None);
+        queue.Reset(100 * ms);
+        queue.LiftLimit(target * ms);
+        EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create("0K 50K 120K"), 1), first);
+    }
+}
+
 TEST(PacketQueue, AccountsForItsPackets)
 {
     PacketQueue queue(MediaType::Video);
