@@ -169,7 +169,7 @@ TEST(FilterCutController, MovesStartsToKeyFramesOnce)
 TEST(FilterCutController, ACompressedStreamAlwaysVotesForTheJump)
 {
     const RawRig rig({{0, 1000}, {7500, 9000}}, Regular(10, 1000, 3));
-    Seek(rig.source, 8000 * ms);
+    Seek(rig.source, 9000 * ms);
     rig.source->TakeLog();
     rig.controller->SeekToNextPosition(2000 * ms);
     EXPECT_EQ(rig.source->TakeLog(), Seeks({7500, 6000}));
