@@ -75,7 +75,7 @@ FramePtr ShareSamples(const SP<IDataAudio>& block)
     frame->sample_rate = audio.sampleInfo.GetSampleRate();
     frame->nb_samples = audio.sampleCount;
     av_channel_layout_from_mask(&frame->ch_layout, ToFFChannelMask(audio.sampleInfo.GetChannelLayout()));
-    const std::vector<uint8_t*> planes = GetPlanes(audio);
+    const Planes planes = GetPlanes(audio);
     std::copy(planes.begin(), planes.end(), frame->data);
     frame->linesize[0] = static_cast<int>(audio.linesize);
     auto holder = std::make_unique<SP<IDataAudio>>(block);
@@ -123,7 +123,7 @@ SP<IDataAudio> JoinSamples(const std::vector<FramePtr>& frames)
     for (const FramePtr& frame : frames)
         count += frame->nb_samples;
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, count);
-    std::vector<uint8_t*> planes = GetPlanes(block->GetAudioRef());
+    Planes planes = GetPlanes(block->GetAudioRef());
     int at = 0;
     for (const FramePtr& frame : frames)
     {
@@ -148,10 +148,10 @@ AVFrame& MakeWritable(SP<IDataVideo>& frame)
     return *record->GetAVFrame();
 }
 
-std::vector<uint8_t*> GetPlanes(const AudioRef& audio)
+Planes GetPlanes(const AudioRef& audio)
 {
     const bool planar = audio.sampleInfo.GetFormat().planar;
-    std::vector<uint8_t*> planes(planar ? static_cast<size_t>(audio.sampleInfo.GetChannelCount()) : 1);
+    Planes planes(planar ? static_cast<size_t>(audio.sampleInfo.GetChannelCount()) : 1);
     for (size_t i = 0; i < planes.size(); ++i)
         planes[i] = audio.data + i * audio.linesize;
     return planes;
@@ -159,8 +159,8 @@ std::vector<uint8_t*> GetPlanes(const AudioRef& audio)
 
 void CopySamples(const AudioRef& from, int fromIndex, const AudioRef& to, int toIndex, int count)
 {
-    const std::vector<uint8_t*> source = GetPlanes(from);
-    std::vector<uint8_t*> target = GetPlanes(to);
+    const Planes source = GetPlanes(from);
+    Planes target = GetPlanes(to);
     av_samples_copy(target.data(), source.data(), toIndex, fromIndex, count, from.sampleInfo.GetChannelCount(),
                     static_cast<AVSampleFormat>(from.sampleInfo.GetFormat().format));
 }

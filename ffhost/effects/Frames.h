@@ -4,6 +4,7 @@
 #include "media/IDataAudio.h"
 #include "media/IDataVideo.h"
 
+#include <boost/container/small_vector.hpp>
 #include <vector>
 
 /// Items as FFmpeg's records and back. Records carry the times in microseconds, in `pts` and `pkt_duration`.
@@ -30,8 +31,11 @@ AVFrame& MakeWritable(SP<Proc::IDataVideo>& frame);
 /// The samples' format of a record.
 Conf::SampleInfo GetSampleInfo(const AVFrame& frame);
 
+/// One for each plane of a block; few channels take no memory.
+using Planes = boost::container::small_vector<uint8_t*, 8>;
+
 /// Where the planes of a block begin; the number of its channels for planar formats, otherwise one.
-std::vector<uint8_t*> GetPlanes(const Proc::AudioRef& audio);
+Planes GetPlanes(const Proc::AudioRef& audio);
 
 /// Copies `count` samples of a block into another one of the same format.
 void CopySamples(const Proc::AudioRef& from, int fromIndex, const Proc::AudioRef& to, int toIndex, int count);

@@ -161,17 +161,16 @@ SP<IDataAudio> Resampler::Convert(const AudioRef& input)
     if (room <= 0)
         return nullptr;
     const SP<DataAudioFF> block = DataAudioFF::CreateUnset(target, room);
-    std::vector<uint8_t*> planes = GetPlanes(block->GetAudioRef());
-    std::vector<uint8_t*> from;
-    if (input.sampleCount > 0)
-        from = GetPlanes(input);
+    Planes planes = GetPlanes(block->GetAudioRef());
+    const Planes from = input.sampleCount > 0 ? GetPlanes(input) : Planes();
     const int count = swr_convert(context.get(), planes.data(), room,
                                   from.empty() ? nullptr : const_cast<const uint8_t**>(from.data()), input.sampleCount);
     if (count < 0)
         Throw<EffectException>(TESSOR_HERE, "Can't resample: " + AvError(count));
     if (count == 0)
         return nullptr;
-    block->Shorten(count);
+    if (count < room)
+        block->Shorten(count);
     return block;
 }
 
