@@ -424,6 +424,8 @@ template <class Window>
 size_t BorderBlur<AlphaByte>::ColourRow(int y)
 {
     const Rows window{std::max(y - reach, 0), static_cast<int>(std::min(int64_t{y} + reach, int64_t{picture.height}))};
+    if (CountVisibleBlocks(window.begin, window.end, 0, picture.width) == 0)
+        return 0;
     size_t coloured = 0;
     typename Window::Total total{};
     int place = -1; // the pixel whose window `total` is of; -1: of none
