@@ -52,11 +52,7 @@ TEST(Exception, KeepsItsBasesAndRecordsBehindAThread)
     ExpectWhole<IOException, CoreException, Exception>();
     ExpectWhole<MethodIsNotApplicable, PropertyException, CoreException, Exception>();
     ExpectWhole<NotEnoughResource, ComputingResourceException, CoreException, Exception>();
-    ExpectWhole<SettingsException, ProcException, Exception>();
     ExpectWhole<AlgorithmException, FilterException, ProcException, Exception>();
-    ExpectWhole<EffectException, ProcException, Exception>();
-    ExpectWhole<EncoderException, ProcException, Exception>();
-    ExpectWhole<CodecFactoryException, ProcException, Exception>();
     ExpectWhole<std::invalid_argument, std::logic_error>(); // standard ones carry the records, too
     EXPECT_EQ(Describe(std::runtime_error("plain")), "plain");
 }

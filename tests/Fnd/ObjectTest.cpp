@@ -1,6 +1,5 @@
 #include "Fnd/Lockable.h"
 #include "Fnd/RefCount.h"
-#include "Fnd/TimerSimple.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -87,14 +86,4 @@ TEST(Lock, IsRecursiveAndKeepsOthersOut)
         EXPECT_FALSE(OthersGetIt(locked));
     }
     EXPECT_TRUE(OthersGetIt(locked));
-}
-
-TEST(Timer, AddsItsLifetime)
-{
-    long long total = 1000000;
-    {
-        Core::TimerSimple timer(total);
-        std::this_thread::sleep_for(std::chrono::milliseconds(3));
-    }
-    EXPECT_GE(total, 1003000);
 }
