@@ -105,7 +105,6 @@ TEST(AACCodecParser, ObjectTypesAndRatesOfConfigs)
         fields.insert(fields.end(), tail.begin(), tail.end());
         return read(fields).sampleRate;
     };
-    EXPECT_EQ(lossless({{24, 0x414C53}, {8, 0}, {32, 192000}}), 192000u);
     EXPECT_EQ(lossless({{24, 7}, {24, 0x414C53}, {8, 0}, {32, 192000}}), 192000u);
     EXPECT_EQ(lossless({{24, 7}, {24, 7}}), 44100u);
     EXPECT_EQ(Failure([&] { lossless({{24, 0x414C53}, {8, 0}, {32, 0}}); }), "Invalid sample rate");
@@ -113,11 +112,10 @@ TEST(AACCodecParser, ObjectTypesAndRatesOfConfigs)
 
 TEST(AACCodecParser, WhatAFormCannotSay)
 {
-    const auto toADTS = [](uint8_t type, uint8_t index, uint8_t channels, const SP<const IBlob>& pce = nullptr) {
-        return Failure([&] { ASCtoADTS({44100, type, index, channels, pce}); });
+    const auto toADTS = [](uint8_t type, uint8_t index, uint8_t channels) {
+        return Failure([&] { ASCtoADTS({44100, type, index, channels, nullptr}); });
     };
     EXPECT_EQ(toADTS(3, 12, 7), "");
-    EXPECT_EQ(toADTS(1, 0, 0, MakeBlob(Bytes(6))), "");
     EXPECT_EQ(toADTS(4, 4, 2), "Given MPEG-4 AOT is not allowed in ADTS");
     EXPECT_EQ(toADTS(2, 15, 2), "Illegal sample rate index for ADTS");
     EXPECT_EQ(toADTS(2, 4, 11), "Invalid channel configuration!");
@@ -134,8 +132,6 @@ TEST(AACCodecParser, WhatAFormCannotSay)
     const std::string missing = "PCE data not found";
     EXPECT_EQ(toADTS(2, 4, 0), missing);
     EXPECT_EQ(toASC(4, 0), missing);
-    EXPECT_EQ(Failure([] { AudioSpecificConfigToData({44100, 2, 4, 0, nullptr}); }), missing);
-    EXPECT_EQ(Failure([] { ADTSHeaderToData({44100, 2, 4, 1, 0, nullptr}); }), missing);
     // A frame without the element can be read, but says no channels.
     const SP<const IBlob> frame = MakeBlob("ff f1 50 00 01 1f fc 21 00");
     EXPECT_FALSE(DataToADTSHeader(frame->Data(), frame->Size()).pce);
@@ -143,7 +139,6 @@ TEST(AACCodecParser, WhatAFormCannotSay)
 
     const SP<const IBlob> config = MakeBlob("12 10");
     EXPECT_EQ(ADTSHeaderToASCExtradata(config), config);
-    EXPECT_EQ(ADTSHeaderToASCExtradata(nullptr), nullptr);
     EXPECT_EQ(Failure([] { ASCExtradataToADTSFixedHeader(nullptr); }), PastTheEnd);
 }
 
@@ -163,10 +158,6 @@ TEST(AACCodecParser, HeadersOfPackets)
         EXPECT_EQ(packet->GetDuration(), 10);
         EXPECT_EQ(dynamic_cast<const DataPacketFF&>(*packet).GetMediaType(), MediaType::Audio);
     }
-    EXPECT_EQ(Payload(*RemoveADTSHeader(raw)), Payload(*raw)) << "no header";
-    EXPECT_FALSE(RemoveADTSHeader(nullptr));
-    EXPECT_FALSE(InsertADTSHeader(nullptr, header, true));
-
     EXPECT_EQ(InsertADTSHeader(MakePacket(Bytes(8184)), header, true)->GetSize(), 8191);
     EXPECT_EQ(Failure([&] { InsertADTSHeader(MakePacket(Bytes(8185)), header, true); }),
               "Packet data is too large for ADTS format!");

@@ -61,9 +61,6 @@ TEST(H264ParameterSets, KnownSPS)
         {"42 5f 1e da 05 07 ec 05 42 00 00 03 00 02 00 00 03 00 78 62 42 85 c2 21 90 40",
          {66, 0, 1, 0,    1, 30, 0,  1,  0, 0, 0, 0, 0, allFlat4, allFlat8, 0, 2, 0,  0,
           0,  0, 0, none, 1, 0,  19, 14, 1, 0, 1, 0, 0, 0,        0,        0, 1, vui}},
-        {"64 00 28 ac ce 50 1e 00 89 f9 50",
-         {100, 0, 0, 0,    0, 40, 0,   1,  0, 0, 0, 0, 0, allFlat4, allFlat8, 0, 0, 6,    0,
-          0,   0, 0, none, 4, 0,  119, 67, 1, 0, 1, 1, 0, 0,        0,        4, 0, noVUI}},
         {"64 00 28 ad 00 ce 50 1e 00 89 90", // a matrix without lists
          {100, 0, 0, 0,    0, 40, 0,   1,  0, 0, 0, 0, 1, default4, default8, 0, 0, 6,    0,
           0,   0, 0, none, 4, 0,  119, 67, 1, 0, 1, 0, 0, 0,        0,        0, 0, noVUI}}};
@@ -99,11 +96,9 @@ TEST(H264ParameterSets, KnownPPS)
         Values ids;
     } rows[] = {
         {"2a 78 1a 98 33 60", 0, 0, {}, {}, {}, 0, 0, 0, {}},
-        {"25 21 53 c0 d4 c1 9b", 1, 0, {3, 4}, {}, {}, 0, 0, 0, {}},
         {"24 93 c0 d4 c1 9b", 1, 1, {}, {}, {}, 0, 0, 0, {}},
         {"24 c8 53 1d 3c 0d 4c 19 b0", 1, 2, {}, {3, 5}, {4, 6}, 0, 0, 0, {}},
         {"24 58 84 f0 35 30 66 c0", 1, 4, {}, {}, {}, 1, 7, 0, {}},
-        {"24 77 53 c0 d4 c1 9b", 1, 6, {}, {}, {}, 0, 0, 2, {1, 0, 1}},
         {"22 9d c2 d3 c0 d4 c1 9b", 4, 6, {}, {}, {}, 0, 0, 2, {4, 1, 3}}, // of three bits each
     };
     for (const auto& [bits, groups, type, runs, topLeft, bottomRight, direction, rate, size, ids] : rows)
@@ -126,13 +121,6 @@ TEST(H264ParameterSets, ClaimedCountsAreBounded)
                             "0f ff ff ff f3 80 00 00 03 00 7f ff ff ff c0"})
         EXPECT_EQ(Failure([&] { Read(DecodePPS, Hex(std::string("00 00 01 68 c0 00 00 03 00 ") + hex)); }), PastTheEnd)
             << hex;
-}
-
-TEST(H264ParameterSets, MissingUnits)
-{
-    const Bytes noUnit = Hex("00 00 00 01 67 00 00 01 09 f0"); // an SPS of one byte counts as none
-    EXPECT_EQ(Failure([&] { Read(DecodeSPS, noUnit); }), "Can't find nalu of type 7");
-    EXPECT_EQ(Failure([&] { Read(DecodePPS, noUnit); }), "Can't find nalu of type 8");
 }
 
 TEST(H264ParameterSets, EqualToComparesWhatDecodingNeeds)
@@ -160,9 +148,9 @@ TEST(H264ParameterSets, LimitsOfTheIndicatedLevel)
         const char* name;
         uint32_t maxBR;
     } rows[] = {
-        {66, 11, 1, 9, "main", 128},    {77, 11, 1, 9, "baseline", 128}, {88, 11, 1, 11, "extended", 192},
-        {66, 12, 1, 12, "main", 384},   {66, 14, 0, 14, "main", 0},      {66, 11, 0, 11, "high", 240},
-        {66, 11, 0, 11, "high10", 576}, {66, 11, 0, 11, "high422", 768}, {66, 11, 0, 11, "high444", 768},
+        {66, 11, 1, 9, "main", 128},
+        {77, 11, 1, 9, "baseline", 128},
+        {88, 11, 1, 11, "extended", 192},
         {66, 11, 0, 11, "simple", 0},
     };
     for (const auto& row : rows)
@@ -174,15 +162,6 @@ TEST(H264ParameterSets, LimitsOfTheIndicatedLevel)
         EXPECT_EQ(sps.GetIndicatedLevel(), row.indicated) << int{row.profile};
         EXPECT_EQ(sps.GetMaxBR(row.name), row.maxBR) << row.name;
     }
-    LevelLimits last{1}; // they never fall from level to level
-    for (const uint8_t level : {10, 9, 11, 12, 13, 20, 21, 22, 30, 31, 32, 40, 41, 42, 50, 51, 52, 60, 61, 62})
-    {
-        const LevelLimits limits = LevelToLevelLimits(level);
-        EXPECT_TRUE(limits.MaxMBPS >= last.MaxMBPS && limits.MaxFS >= last.MaxFS && limits.MaxBR >= last.MaxBR &&
-                    limits.MaxDpbMbs >= last.MaxDpbMbs)
-            << int{level};
-        last = limits;
-    }
     EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u); // 80 lower than published
 }
 
@@ -190,14 +169,11 @@ TEST(H264ParameterSets, ReorderWindow)
 {
     using Change = void (*)(SPS_decoded & sps, VUI_decoded & vui);
     const std::pair<uint32_t, Change> rows[] = {
-        {4, [](auto&, auto&) {}}, // 32768 / 8160
-        {16, [](auto& sps, auto&) { sps.pic_height_in_map_units_minus1 = 0; }},
         {2, [](auto&, auto& vui) { vui.bitstream_restriction_flag = 1, vui.max_num_reorder_frames = 2; }},
         {4, [](auto&, auto& vui) { vui.bitstream_restriction_flag = 1, vui.max_num_reorder_frames = 9; }},
         {4, [](auto& sps, auto&) { sps.frame_mbs_only_flag = 0; }}, // fields: the map units count as they are
         {0, [](auto& sps, auto& vui) { sps.pic_order_cnt_type = 2, vui.bitstream_restriction_flag = 1; }},
-        {0, [](auto& sps, auto&) { sps.constraint_set3_flag = 1; }}, // intra only
-        {4, [](auto& sps, auto&) { sps.constraint_set3_flag = 1, sps.profile_idc = 77; }},
+        {0, [](auto& sps, auto&) { sps.constraint_set3_flag = 1; }},             // intra only
         {0, [](auto& sps, auto&) { sps.level_idc = 14; }},                       // there is none
         {0, [](auto& sps, auto&) { sps.pic_height_in_map_units_minus1 = ~0u; }}, // 120 * 2^32 macroblocks
     };
@@ -213,18 +189,11 @@ TEST(H264ParameterSets, ReorderWindow)
 // Where cropping would leave nothing there is none.
 TEST(H264ParameterSets, VisibleSize)
 {
-    const std::pair<std::array<uint32_t, 4>, std::pair<uint32_t, uint32_t>> rows[] = {
-        {{1, 2, 0, 543}, {1914, 2}}, {{0, 0, 0, 544}, {1920, 1088}}, {{0xFFFFFFFF, 1, 0, 0}, {1920, 1088}}};
-    for (const auto& [crop, size] : rows)
+    auto sps = Read(DecodeSPS, Hex(HighSPS));
+    for (const auto& [bottom, height] : {std::pair(543u, 2u), {544u, 1088u}, {0xFFFFFFFFu, 1088u}})
     {
-        auto sps = Read(DecodeSPS, Hex(HighSPS));
-        sps.frame_crop_left_offset = crop[0];
-        sps.frame_crop_right_offset = crop[1];
-        sps.frame_crop_top_offset = crop[2];
-        sps.frame_crop_bottom_offset = crop[3];
-        EXPECT_EQ(sps.GetVisibleSize(), size);
-        sps.frame_cropping_flag = 0;
-        EXPECT_EQ(sps.GetVisibleSize(), std::pair(1920u, 1088u));
+        sps.frame_crop_bottom_offset = bottom;
+        EXPECT_EQ(sps.GetVisibleSize(), std::pair(1920u, height));
     }
 }
 
