@@ -92,7 +92,6 @@ TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
         {"a.mp4", 25, 25, 80000, 25},                                   // a tick is a frame
         {"a.mp4", 25, 25, 21333, 0},                                    // which would move against the sound
         {"a.mp4", 100, 25, 0, 0},                                       // too coarse for times in between
-        {"a.mp4", 5, 5, 0, 0},                                          // so slow that cuts fall between frames
         {"a.mp4", 2000000000, 30, 0, 0},                                // finer than any time
     };
     for (const auto& row : rows)
@@ -155,9 +154,7 @@ TEST(SoundCounterTest, StaysInPlaceOverManySeams)
         int64_t within; // microseconds
         bool startsAnywhere;
     } rows[] = {
-        {AV_CODEC_ID_MP3, 1152, 384, {1152, rate}, 13100, false},
         {AV_CODEC_ID_AC3, 1536, 768, {1536, rate}, 17100, false},
-        {AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, rate}, 1100, false},
         {AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, rate}, 1100, true},
     };
     for (const auto& row : rows)
