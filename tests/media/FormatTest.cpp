@@ -4,6 +4,7 @@
 extern "C"
 {
 #include <libavutil/channel_layout.h>
+#include <libavutil/samplefmt.h>
 }
 
 #include <gtest/gtest.h>
@@ -41,6 +42,21 @@ TEST(FormatCodec, MergeReachesTheTypedValues)
     format->Merge(changes);
     EXPECT_EQ(format->GetFrameInfo(), FrameInfo(640, 576));
     EXPECT_EQ(format->GetPixelFormat(), PixFmt::NV12);
+}
+
+TEST(SampleInfo, FormatsAreFFmpegs)
+{
+    for (int i = 0; i < 10; ++i)
+    {
+        const auto native = static_cast<AVSampleFormat>(i);
+        const SampleFormatDescription& ours = SampleFormatDescription::Find(static_cast<SampleFormats>(i));
+        EXPECT_EQ(ours.bits, av_get_bytes_per_sample(native) * 8);
+        EXPECT_EQ(ours.planar, av_sample_fmt_is_planar(native) != 0);
+        EXPECT_EQ(static_cast<int>(ours.planarCounterpart),
+                  ours.planar ? av_get_packed_sample_fmt(native) : av_get_planar_sample_fmt(native));
+    }
+    for (const int unknown : {-7, -1, 10})
+        EXPECT_EQ(SampleFormatDescription::Find(static_cast<SampleFormats>(unknown)).bits, 0);
 }
 
 TEST(SampleInfo, MergesToTheBetterOfTwo)
