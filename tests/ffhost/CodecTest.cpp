@@ -14,6 +14,7 @@ extern "C"
 #include <libavcodec/avcodec.h>
 }
 
+#include <cstring>
 #include <map>
 #include <set>
 
@@ -188,6 +189,21 @@ TEST(DecoderTest, StillPicturesDifferAndAreNotCopiedUnasked)
     CheckDecoded(shared, first, 99);
     for (size_t i = 1; i < shared.size(); ++i)
         EXPECT_NE(shared[i]->GetPlane(0).GetOffsetPtr(0, 0), shared[i - 1]->GetPlane(0).GetOffsetPtr(0, 0));
+}
+
+TEST(DecoderTest, DamagedPacketsAreCountedNotFatal)
+{
+    const SP<IEncoder> encoder = Encode(MakeFormat("h264", PixFmt::YUV420P, 0), MakePictures(PixFmt::YUV420P));
+    const Packets packets = ReadItems<IStreamRaw>(*encoder);
+    for (size_t i = 5; i < 8; ++i)
+    {
+        ASSERT_EQ(av_packet_make_writable(packets[i]->GetAVPacket()), 0);
+        std::memset(packets[i]->GetAVPacket()->data, 0x5A, static_cast<size_t>(packets[i]->GetSize()));
+    }
+    const SP<IStreamVideo> decoder =
+        CodecFactory::Create()->CreateDecoder(SP<IStreamRaw>(new PacketList(encoder->GetFormatCodec(), packets)), "");
+    EXPECT_GE(ReadItems(*decoder).size(), packets.size() - 3);
+    EXPECT_GE(decoder->GetStatistic().begin()->operator[]("Damaged").GetInt64(), 3);
 }
 
 } // namespace Tessor::Host::Tests

@@ -1,7 +1,9 @@
 #include "ffhost/io/Demuxer.h"
+#include "ffhost/io/H264RecoveryPoints.h"
 #include "media/DataPacketFF.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
+#include "tests/support/FakeItems.h"
 #include "tests/support/Media.h"
 
 #include <filesystem>
@@ -297,6 +299,38 @@ TEST(Demuxer, SparseTracksAreMetOnceAndCountToTheDuration)
             EXPECT_TRUE(clip.demuxer->TakeSparse(track.index).empty());
         }
     }
+}
+
+// A refresh that merely begins at a picture makes it no key.
+TEST(Demuxer, RecoveryPointsOfH264)
+{
+    using Tessor::Test::Bytes;
+    using Tessor::Test::operator+;
+    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80};
+    const Bytes inter{0x41, 0x9A, 0x00, 0x00}, intra{0x41, 0x88, 0x80, 0x00}, idr{0x65, 0x88, 0x80, 0x00};
+    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    parameters->codec_id = AV_CODEC_ID_H264;
+    TrackInfo track;
+    track.parameters = parameters;
+    H264RecoveryPoints points(track);
+    const auto isKey = [&](const Bytes& message, const Bytes& slice)
+    {
+        const Bytes startCode{0, 0, 0, 1}, bytes = startCode + message + startCode + slice;
+        Tessor::Test::ScriptItem item;
+        item.key = true;
+        const auto packet = Tessor::Test::CreateFakePacket(item, MediaType::Video, &bytes);
+        points.Check(packet);
+        return packet->IsKeyFrame();
+    };
+    EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
+    EXPECT_FALSE(isKey(later, inter));
+    EXPECT_TRUE(isKey(now, inter));
+    EXPECT_TRUE(isKey(later, intra));
+    EXPECT_TRUE(isKey(later, idr));
+    EXPECT_TRUE(isKey({0x06, 0x06, 0xFF}, inter)) << "a message that ends too early";
+    points.Reset(true);
+    EXPECT_TRUE(isKey(later, inter));
 }
 
 } // namespace Tessor::Host::Tests

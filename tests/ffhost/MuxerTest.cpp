@@ -313,6 +313,18 @@ TEST(FramedTrackTest, DamagedPacketsAreNoEnd)
     }
 }
 
+// The demuxer hides the key flag of a track's last packet.
+TEST(FramedTrackTest, ALastKeyPacketGetsItsParameterSets)
+{
+    TESSOR_SKIP_WITHOUT(avcClip);
+    RawFile::Track source = ReadRawFile(ClipPath(avcClip)).tracks.at(0);
+    source.packets.resize(1);
+    source.packets[0]->GetAVPacket()->flags = AV_PKT_FLAG_TRUSTED;
+    const SP<IDataPacket> framed = Frame(source, *Muxer::Create("x.ts")).Read();
+    EXPECT_TRUE(framed->IsKeyFrame());
+    EXPECT_EQ(Payload(*framed).substr(0, 5), std::string("\0\0\0\1\x67", 5));
+}
+
 // The container may say so with the first packet of the new sets (lengths), or that packet carries them (start codes):
 // the key packets behind it carry them either way, and a form with start codes no others.
 TEST(FramedTrackTest, ParameterSetsThatChangeAreMetAtEveryEntry)
