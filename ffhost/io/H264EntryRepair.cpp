@@ -3,7 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "Proc/CodecParsers/StartCode.h"
+#include "ffhost/io/PacketUnits.h"
 
 #include <algorithm>
 #include <glog/logging.h>
@@ -20,6 +20,7 @@ namespace
 
 /// More than any slice header takes.
 constexpr size_t MAX_HEADER_BYTES = 1024;
+
 bool IsSlice(uint8_t header)
 {
     return (header & 31) == H264_NALU_SLICE || (header & 31) == H264_NALU_IDR;
@@ -80,22 +81,17 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
     }
 }
 
-// Slices are most of a packet, which is not searched for the end of the first one.
 H264EntryRepair::Nalu H264EntryRepair::FindSlice(const IDataPacket& packet) const
 {
-    if (lengthSize != 0)
-    {
-        const Nalus units = Split(packet);
-        const auto slice =
-            std::find_if(units.begin(), units.end(), [](const Nalu& unit) { return IsSlice(*unit.first); });
-        return slice == units.end() ? Nalu() : *slice;
-    }
-    const uint8_t* data = packet.GetData();
-    const auto size = static_cast<size_t>(packet.GetSize());
-    for (size_t at = FindStartCode(data, size) + 3; at < size; at = FindStartCode(data, size, at) + 3)
-        if (IsSlice(data[at]))
-            return {data + at, size - at};
-    return {};
+    Nalu slice = {};
+    VisitUnits(packet, lengthSize,
+               [&slice](const Nalu& unit)
+               {
+                   if (unit.second > 0 && IsSlice(*unit.first))
+                       slice = unit;
+                   return !slice.first;
+               });
+    return slice;
 }
 
 H264EntryRepair::Nalus H264EntryRepair::Split(const IDataPacket& packet) const

@@ -5,7 +5,7 @@
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/CodecParsers/PacketTools.h"
 #include "Proc/CodecParsers/RBSPInput.h"
-#include "Proc/CodecParsers/StartCode.h"
+#include "ffhost/io/PacketUnits.h"
 #include "media/BlobFF.h"
 #include "media/IFormatCodecVideo.h"
 
@@ -25,41 +25,6 @@ using namespace Proc::CodecParsers;
 
 namespace
 {
-
-size_t ReadLength(const uint8_t* data, size_t size)
-{
-    size_t length = 0;
-    for (size_t i = 0; i < size; ++i)
-        length = length << 8 | data[i];
-    return length;
-}
-
-/// Calls visit(unit), which tells whether to go on, for each unit of a packet. What is malformed ends the walk.
-template <class Visit>
-void VisitUnits(const IDataPacket& packet, size_t lengthSize, Visit&& visit)
-{
-    const uint8_t* const data = packet.GetData();
-    const auto size = static_cast<size_t>(packet.GetSize());
-    if (lengthSize > 0)
-    {
-        for (size_t at = lengthSize; at <= size;)
-        {
-            const size_t length = ReadLength(data + at - lengthSize, lengthSize);
-            if (length > size - at || !visit(Nalu(data + at, length)))
-                return;
-            at += length + lengthSize;
-        }
-        return;
-    }
-    for (size_t code = FindStartCode(data, size); code < size;)
-    {
-        const size_t begin = code + NALU_START_CODE_3_BYTE.size();
-        // a slice is not searched for its end
-        if (!visit(Nalu(data + begin, size - begin)))
-            return;
-        code = FindStartCode(data, size, begin);
-    }
-}
 
 /// A writer would take it for the whole file's.
 void RemoveNewHeader(AVPacket& packet)

@@ -2,6 +2,7 @@
 #include "Proc/Filters/Filters/FilterDeinterlace.h"
 #include "Proc/Filters/Filters/FilterResize.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
+#include "Proc/Settings/SettingsFrameDownloader.h"
 #include "media/DataVideoFF.h"
 #include "tests/Filters/FakeEffects.h"
 #include "tests/support/ReadAll.h"
@@ -95,6 +96,23 @@ TEST(FilterDeinterlace, TimeOfFramesThatAreHeldBack)
         EXPECT_EQ(ReadAll(filter, Show::Values), behind) << held;
         factory->log->Take();
     }
+}
+
+TEST(FilterDeinterlace, WorksInMainMemory)
+{
+    const std::string down = SettingsFrameDownloader::CLASS_ID;
+    const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
+    factory->behaviours[down].moves = true;
+    const auto read = [&](const char* script, FrameAllocType memory)
+    {
+        const SP<ScriptedVideo> source = ScriptedVideo::Create(script);
+        source->memory = memory;
+        Deinterlace(source, factory)->Read();
+        return factory->log->Take();
+    };
+    EXPECT_EQ(read("0i", FRAME_ALLOC_OGL), "new " + down + "/OGL " + down + ".Process " + PROCESS);
+    EXPECT_THROW(read("0i", static_cast<FrameAllocType>(2)), ProcException);
+    EXPECT_EQ(read("0", static_cast<FrameAllocType>(2)), "") << "what passes is not looked at";
 }
 
 TEST(FilterDeinterlace, FormatsPassTheConverterButOfAStillPicture)
