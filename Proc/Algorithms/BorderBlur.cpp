@@ -154,6 +154,17 @@ private:
     {
         int begin = 0;
         int end = 0;
+
+        bool operator==(const Rows&) const = default;
+    };
+
+    /// The sums that a row began with: rows that see the same ones begin alike.
+    template <class Window>
+    struct Start
+    {
+        Rows window;
+        int place = -1; // of the pixel, -1 before there is one
+        typename Window::Total total{};
     };
 
     static uint32_t MaskOfByte(uint8_t value)
@@ -195,7 +206,7 @@ private:
     template <class Window>
     size_t ColourRows();
     template <class Window>
-    size_t ColourRow(int y);
+    size_t ColourRow(int y, Start<Window>& start);
     /// Brings the sums of one pixel's window to another one's further right.
     template <class Window>
     void MoveTotal(int from, int to, typename Window::Total& total) const;
@@ -325,7 +336,7 @@ void BorderBlur<AlphaByte>::MoveBlock(int block, Rows window)
 {
     // Rows come in order, so that windows move down only.
     Rows& rows = windows[static_cast<size_t>(block)];
-    if (rows.begin == window.begin && rows.end == window.end)
+    if (rows == window)
         return;
     if (rows.end - window.begin <= 0 || window.begin - rows.begin + window.end - rows.end > window.end - window.begin)
     {
@@ -421,7 +432,7 @@ void BorderBlur<AlphaByte>::MoveTotal(int from, int to, typename Window::Total& 
 
 template <int AlphaByte>
 template <class Window>
-size_t BorderBlur<AlphaByte>::ColourRow(int y)
+size_t BorderBlur<AlphaByte>::ColourRow(int y, Start<Window>& start)
 {
     const Rows window{std::max(y - reach, 0), static_cast<int>(std::min(int64_t{y} + reach, int64_t{picture.height}))};
     if (CountVisibleBlocks(window.begin, window.end, 0, picture.width) == 0)
@@ -436,7 +447,12 @@ size_t BorderBlur<AlphaByte>::ColourRow(int y)
         const int begin = block * BLOCK;
         const int end = BlockEnd(block);
         MoveColumns(begin - reach, end + reach, window); // with the column that enters behind the run
-        MoveTotal<Window>(place, begin, total);
+        if (place < 0 && start.place == begin && start.window == window)
+            total = start.total;
+        else
+            MoveTotal<Window>(place, begin, total);
+        if (place < 0)
+            start = {window, begin, total};
         coloured += ColourRun<Window>(begin, end, y, total);
         place = end;
     }
@@ -448,8 +464,9 @@ template <class Window>
 size_t BorderBlur<AlphaByte>::ColourRows()
 {
     size_t coloured = 0;
+    Start<Window> start;
     for (int y = 0; y < picture.height; ++y)
-        coloured += ColourRow<Window>(y);
+        coloured += ColourRow(y, start);
     return coloured;
 }
 
