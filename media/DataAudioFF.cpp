@@ -39,6 +39,11 @@ size_t GetAudioLinesize(const Conf::SampleInfo& info, int sampleCount)
     return (bytes + line_alignment - 1) / line_alignment * line_alignment;
 }
 
+size_t GetAudioSize(const Conf::SampleInfo& info, int sampleCount)
+{
+    return GetAudioLinesize(info, sampleCount) * GetPlanes(info);
+}
+
 void DataAudioFF::Unref::operator()(AVBufferRef* buffer) const
 {
     av_buffer_unref(&buffer);
@@ -46,38 +51,43 @@ void DataAudioFF::Unref::operator()(AVBufferRef* buffer) const
 
 SP<DataAudioFF> DataAudioFF::CreateBySampleCount(const Conf::SampleInfo& info, int count)
 {
-    return Create(info, count, true);
+    CheckSize(info, count);
+    return SP<DataAudioFF>(new DataAudioFF(info, count, Allocate(info, count)));
 }
 
-SP<DataAudioFF> DataAudioFF::CreateUnset(const Conf::SampleInfo& info, int count)
+SP<DataAudioFF> DataAudioFF::CreateOver(const Conf::SampleInfo& info, int count, AVBufferRef* buffer)
 {
-    const SP<DataAudioFF> block = Create(info, count, false);
+    Buffer owned(buffer);
+    CheckSize(info, count);
+    const size_t size = GetAudioSize(info, count);
+    if (buffer->size < size)
+        Throw<std::invalid_argument>(TESSOR_HERE, "An audio block of " + std::to_string(size) +
+                                                      " bytes in a buffer of " + std::to_string(buffer->size));
+    buffer->size = size;
+    SP<DataAudioFF> block(new DataAudioFF(info, count, std::move(owned)));
     block->ZeroPadding();
     return block;
 }
 
-SP<DataAudioFF> DataAudioFF::Create(const Conf::SampleInfo& info, int count, bool zeroed)
+void DataAudioFF::CheckSize(const Conf::SampleInfo& info, int count)
 {
     if (count < 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio block of " + std::to_string(count) + " samples");
     if (info.GetChannelCount() == 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio block without channels");
-    SP<DataAudioFF> block(new DataAudioFF(info, count, Allocate(info, count, zeroed)));
-    block->duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());
-    return block;
 }
 
 DataAudioFF::DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer)
-    : info(info), sampleCount(count), buffer(std::move(buffer))
+    : info(info), sampleCount(count), buffer(std::move(buffer)),
+      duration(SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate()))
 {
 }
 
 DataAudioFF::~DataAudioFF() = default;
 
-DataAudioFF::Buffer DataAudioFF::Allocate(const Conf::SampleInfo& info, int count, bool zeroed)
+DataAudioFF::Buffer DataAudioFF::Allocate(const Conf::SampleInfo& info, int count)
 {
-    const size_t size = GetAudioLinesize(info, count) * GetPlanes(info);
-    Buffer buffer(zeroed ? av_buffer_allocz(size) : av_buffer_alloc(size));
+    Buffer buffer(av_buffer_allocz(GetAudioSize(info, count)));
     if (!buffer)
         Throw<Exception>(TESSOR_HERE, "Can't allocate an audio block of " + std::to_string(count) + " samples");
     return buffer;
@@ -162,7 +172,7 @@ void DataAudioFF::Shorten(int count)
     const size_t oldLine = GetAudioLinesize(info, sampleCount), newLine = GetAudioLinesize(info, count);
     for (size_t plane = 1; newLine != oldLine && plane < GetPlanes(info); ++plane)
         std::memmove(buffer->data + plane * newLine, buffer->data + plane * oldLine, newLine);
-    buffer->size = newLine * GetPlanes(info);
+    buffer->size = GetAudioSize(info, count);
     sampleCount = count;
     ZeroPadding();
     duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());

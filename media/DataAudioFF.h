@@ -18,8 +18,9 @@ public:
     /// without a rate). A format that is none has no bytes. Throws std::invalid_argument for a negative count and
     /// layouts without channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
-    /// The same, but the samples are not set: for who writes all of them.
-    static SP<DataAudioFF> CreateUnset(const Conf::SampleInfo& info, int count);
+    /// The same over memory that becomes the block's, whose samples stay as they are. Throws std::invalid_argument also
+    /// when that is less than GetAudioSize.
+    static SP<DataAudioFF> CreateOver(const Conf::SampleInfo& info, int count, AVBufferRef* buffer);
     ~DataAudioFF() override;
 
     avTime GetDuration() const override { return duration; }
@@ -56,8 +57,8 @@ private:
     using Buffer = std::unique_ptr<AVBufferRef, Unref>;
 
     DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer);
-    static SP<DataAudioFF> Create(const Conf::SampleInfo& info, int count, bool zeroed);
-    static Buffer Allocate(const Conf::SampleInfo& info, int count, bool zeroed = true);
+    static void CheckSize(const Conf::SampleInfo& info, int count);
+    static Buffer Allocate(const Conf::SampleInfo& info, int count);
     void ZeroPadding();
     int GetSampleIndex(avTime offset) const;
     void KeepSamples(int headCount, int tailStart);
@@ -73,5 +74,8 @@ private:
 /// Bytes of one plane of that many samples (of all channels when interleaved), rounded up to 32 so that every plane is
 /// aligned for vector code.
 TESSOR_API size_t GetAudioLinesize(const Conf::SampleInfo& info, int sampleCount);
+
+/// Bytes of all planes.
+TESSOR_API size_t GetAudioSize(const Conf::SampleInfo& info, int sampleCount);
 
 } // namespace Tessor::Proc

@@ -160,7 +160,7 @@ SP<IDataAudio> Resampler::Convert(const AudioRef& input)
         room = std::min(room, GetUsualCount(input, target));
     if (room <= 0)
         return nullptr;
-    const SP<DataAudioFF> block = DataAudioFF::CreateUnset(target, room);
+    const SP<DataAudioFF> block = pool.Get(target, room);
     Planes planes = GetPlanes(block->GetAudioRef());
     const Planes from = input.sampleCount > 0 ? GetPlanes(input) : Planes();
     const int count = swr_convert(context.get(), planes.data(), room,

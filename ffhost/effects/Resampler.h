@@ -4,6 +4,7 @@
 #include "effects/EffectBaseOneInput.h"
 #include "effects/IFactoryDataVideo.h"
 #include "effects/IResample.h"
+#include "ffhost/effects/BlockPool.h"
 #include "ffhost/effects/SampleClock.h"
 
 #include <memory>
@@ -42,6 +43,7 @@ private:
     std::unique_ptr<SwrContext, Deleter> context; // from source to target; null while there is nothing to convert
     Conf::SampleInfo source;
     Conf::SampleInfo target;
+    BlockPool pool;    // of converted blocks
     SampleClock clock; // of what was delivered
 };
 
