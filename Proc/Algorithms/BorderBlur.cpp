@@ -365,10 +365,15 @@ template <class Window>
 size_t BorderBlur<AlphaByte>::ColourRun(int begin, int end, int y, typename Window::Total& total) const
 {
     size_t coloured = 0;
+    // what is written might be any of the members, for all that the compiler knows
+    const Sums* const first = columns.data();
+    const int ahead = 2 * reach;
+    const int width = picture.width;
+    uint8_t* const row = At(0, y);
     for (int x = begin; x < end;)
     {
-        const Sums* const leaving = columns.data() + x;
-        const Sums* const entering = leaving + 2 * reach;
+        const Sums* const leaving = first + x;
+        const Sums* const entering = leaving + ahead;
         if (x + 4 < end && IsToPass(x, y, total[AlphaByte], entering))
         {
             total += entering[0] + entering[1] - leaving[0] - leaving[1];
@@ -378,10 +383,10 @@ size_t BorderBlur<AlphaByte>::ColourRun(int begin, int end, int y, typename Wind
         }
         for (const int stop = std::min(x + 16, end); x < stop;)
         {
-            coloured += ColourPixel<Window>(At(x, y), total);
+            coloured += ColourPixel<Window>(row + ptrdiff_t{4} * x, total);
             // the last pixel of a row has no column to come
-            if (++x < picture.width)
-                total += columns[static_cast<size_t>(x + 2 * reach - 1)] - columns[static_cast<size_t>(x - 1)];
+            if (++x < width)
+                total += first[x + ahead - 1] - first[x - 1];
         }
     }
     return coloured;
