@@ -79,9 +79,9 @@ TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)
     EXPECT_EQ(ReadSome(probe, 1), "!");
     opener.join();
     // That of the parent's termination is reported too.
-    source->beforeTerminate = [] { Throw<std::logic_error>(TESSOR_HERE, "not now"); };
-    Seek(source, 0);
-    EXPECT_EQ(ReadSome(Probe::Create(source, true), 1), "!(not now)");
+    const SP<Probe> other = Probe::Create(ScriptedVideo::Create("!"));
+    other->beforeTerminate = [] { Throw<std::logic_error>(TESSOR_HERE, "not now"); };
+    EXPECT_EQ(ReadSome(Probe::Create(other, true), 1), "!(not now)");
 }
 
 TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
