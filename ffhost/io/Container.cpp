@@ -81,6 +81,10 @@ const std::set<AVCodecID> ASF_CODECS = {
     AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
 };
 
+/// Their bits a pixel stand in QuickTime's description of samples, which Matroska's form of its codecs has no place
+/// for.
+const std::set<AVCodecID> NEVER_IN_MATROSKA = {AV_CODEC_ID_QTRLE, AV_CODEC_ID_8BPS};
+
 bool HasUnofficialData(const AVStream* stream)
 {
     return av_stream_get_side_data(stream, AV_PKT_DATA_DOVI_CONF, nullptr) ||
@@ -213,6 +217,8 @@ bool Container::KnowsCodec(AVCodecID codec) const
         return AVI_CODECS.count(codec) != 0;
     if (family == Family::Asf)
         return ASF_CODECS.count(codec) != 0;
+    if (IsMatroska() && NEVER_IN_MATROSKA.count(codec) != 0)
+        return false;
     // Where libavformat doesn't know, the trial of a header decides.
     return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || Is({"matroska"});
 }
