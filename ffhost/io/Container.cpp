@@ -81,8 +81,7 @@ const std::set<AVCodecID> ASF_CODECS = {
     AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
 };
 
-/// Their bits a pixel stand in QuickTime's description of samples, which Matroska's form of its codecs has no place
-/// for.
+/// How many bits a pixel has is told by QuickTime's description of samples, of which Matroska keeps too little.
 const std::set<AVCodecID> NEVER_IN_MATROSKA = {AV_CODEC_ID_QTRLE, AV_CODEC_ID_8BPS};
 
 bool HasUnofficialData(const AVStream* stream)
