@@ -155,7 +155,8 @@ SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
     using Carried = ParameterSets::Carried;
     const unsigned version = sets.GetVersion();
     const Carried carried = sets.Follow(*packet);
-    const bool newHeader = ParameterSets::HasNewHeader(*packet) && sets.GetVersion() != version;
+    const bool changed = sets.GetVersion() != version || sets.HaveChanged();
+    const bool newHeader = ParameterSets::HasNewHeader(*packet) && changed;
     if (carried == Carried::All || !(packet->IsKeyFrame() || newHeader))
         return packet;
     // In Annex B the filter adds them to packets that have none at all, and to all that come from lengths.
