@@ -18,9 +18,8 @@ Property::Property(const std::string& name, const Ratio& value) : name(name), va
 Property& Property::operator=(Property&& other) noexcept
 {
     // moved out first: assigning over the tree would destroy a part of it before it is read
-    Property moved(std::move(other));
-    name.swap(moved.name);
-    value.swap(moved.value);
+    auto moved = std::move(other.value);
+    value.swap(moved);
     return *this;
 }
 
@@ -171,7 +170,7 @@ void Property::SetChild(const std::string& key, const Property& child)
 {
     RequireNode("SetChild");
     Property copy(child);
-    (*this)[key].value = std::move(copy.value);
+    (*this)[key] = std::move(copy);
 }
 
 void Property::Add(const Property& child)
@@ -188,14 +187,18 @@ void Property::Add(Property&& child)
 void Property::RemoveChild(const std::string& key)
 {
     RequireNode("RemoveChild");
-    std::erase_if(std::get<Children>(value), [&](const Property& child) { return child.name == key; });
+    Children kept;
+    for (Property& child : std::get<Children>(value))
+        if (child.name != key)
+            kept.push_back(std::move(child));
+    value = std::move(kept);
 }
 
 void Property::MergeFrom(Property&& other)
 {
     if (GetType() != TypeNode || other.GetType() != TypeNode)
     {
-        value = std::move(other.value);
+        *this = std::move(other);
         return;
     }
     for (Property& child : other)

@@ -51,10 +51,11 @@ public:
     Property(Property&& other) = default;
     ~Property() = default;
 
-    /// The whole node with its name. The other may be a part of this tree.
+    /// All of these replace value, type and children and keep the name; only construction takes that too. What moves
+    /// elements by assignment, such as a sort, would leave the names of Children where they were. The other may be a
+    /// part of this tree.
     Property& operator=(const Property& other) { return *this = Property(other); }
     Property& operator=(Property&& other) noexcept;
-    /// These replace value and type and keep the name.
     Property& operator=(long long value);
     Property& operator=(long value);
     Property& operator=(int value);
@@ -118,11 +119,13 @@ public:
     /// stays.
     void Merge(const Property& other) { MergeFrom(Property(other)); }
 
+    /// Throws MethodIsNotApplicable, in the name of that method, for anything but a node.
+    void RequireNode(const char* method) const;
+
     bool operator==(const Property& other) const { return name == other.name && value == other.value; }
 
 private:
     void MergeFrom(Property&& other);
-    void RequireNode(const char* method) const;
     [[noreturn]] void ThrowNotApplicable(const char* method) const;
     template <class T>
     const T& Get(const char* method) const;

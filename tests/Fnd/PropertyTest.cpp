@@ -121,7 +121,9 @@ TEST(Property, AssignsAndMergesPartsOfItself)
         return ToText(root);
     };
     const std::string z = "z=a text that is too long for a small string", x = "x(y(" + z + "))";
-    EXPECT_EQ(after([](Property& p) { p = std::move(p["x"]["y"]["z"]); }), z);
+    EXPECT_EQ(after([](Property& p) { p = std::move(p["x"]["y"]["z"]); }), "root" + z.substr(1));
+    EXPECT_EQ(after([](Property& p) { p = p["x"]; }), "root(y(" + z + "))") << "the value alone";
+    EXPECT_EQ(after([](Property& p) { p["x"] = Property("other", 5); }), "root(x=5)");
     EXPECT_EQ(after([](Property& p) { p = p["x"]["y"]["z"].GetString(); }), "root" + z.substr(1));
     EXPECT_EQ(after([](Property& p) { p.SetChild("new", p["x"]); }), "root(" + x + " new(y(" + z + ")))");
     EXPECT_EQ(after([](Property& p) { p.Merge(p["x"]); }), "root(" + x + " y(" + z + "))");

@@ -40,13 +40,12 @@ Core::Property FilterApplyEffectsAudio::GetSettings() const
 
 Core::Property FilterApplyEffectsAudio::GetStatistic() const
 {
-    Core::Property record;
-    {
-        const Lock lock(mutex);
-        record = Core::MakeStatistics(Core::StatisticsTag("FilterApplyEffectsAudio"), statisticsTime, statisticsCount);
-        effects.AddStatistics(record);
-    }
-    record.Add(parentStream->GetStatistic());
+    const Core::Property upstream = parentStream->GetStatistic();
+    const Lock lock(mutex);
+    Core::Property record =
+        Core::MakeStatistics(Core::StatisticsTag("FilterApplyEffectsAudio"), statisticsTime, statisticsCount);
+    effects.AddStatistics(record);
+    record.Add(upstream);
     return record;
 }
 

@@ -41,14 +41,13 @@ Core::Property FilterApplyEffectsVideo::GetSettings() const
 
 Core::Property FilterApplyEffectsVideo::GetStatistic() const
 {
-    Core::Property record;
-    {
-        const Lock lock(mutex);
-        record = Core::MakeStatistics(Core::StatisticsTag("FilterApplyEffectsVideo"), statisticsTime, statisticsCount);
-        SaveStat();
-        effects.AddStatistics(record);
-    }
-    record.Add(parentStream->GetStatistic());
+    const Core::Property upstream = parentStream->GetStatistic();
+    const Lock lock(mutex);
+    Core::Property record =
+        Core::MakeStatistics(Core::StatisticsTag("FilterApplyEffectsVideo"), statisticsTime, statisticsCount);
+    SaveStat();
+    effects.AddStatistics(record);
+    record.Add(upstream);
     return record;
 }
 
