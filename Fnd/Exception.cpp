@@ -1,7 +1,23 @@
 #include "Fnd/Exception.h"
 
+#include <memory>
+
 namespace Tessor
 {
+
+void Rethrow(const std::exception_ptr& stored)
+{
+    try
+    {
+        std::rethrow_exception(stored);
+    }
+    catch (const boost::exception_detail::clone_base& e)
+    {
+        const std::unique_ptr<const boost::exception_detail::clone_base> copy(e.clone());
+        copy->rethrow();
+        throw;
+    }
+}
 
 std::string Describe(const std::exception& e)
 {

@@ -67,11 +67,11 @@ private:
     const size_t capacity;
     std::mutex mutex; // guards all below but the thread itself
     std::condition_variable changed;
-    std::deque<SP<Item>> items;     // read and not yet delivered
-    boost::exception_ptr exception; // what ended the reading
-    bool ended = false;             // nothing will be put any more
-    bool stopping = false;          // the thread is to end
-    std::thread thread;             // only touched by the consumer
+    std::deque<SP<Item>> items;   // read and not yet delivered
+    std::exception_ptr exception; // what ended the reading
+    bool ended = false;           // nothing will be put any more
+    bool stopping = false;        // the thread is to end
+    std::thread thread;           // only touched by the consumer
 };
 
 template <class Kind>
@@ -84,7 +84,7 @@ auto ReadAhead<Kind>::ReadInternal() -> SP<Item>
     if (items.empty())
     {
         if (exception)
-            boost::rethrow_exception(exception);
+            Rethrow(exception);
         return nullptr;
     }
     const SP<Item> item = items.front();
@@ -105,7 +105,7 @@ void ReadAhead<Kind>::Run()
     catch (...)
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        exception = boost::current_exception();
+        exception = std::current_exception();
     }
     const std::lock_guard<std::mutex> lock(mutex);
     ended = true;

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <boost/exception_ptr.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <condition_variable>
+#include <exception>
 #include <glog/logging.h>
 #include <memory>
 #include <mutex>
@@ -104,6 +104,7 @@ private:
     /// One turn of the thread; false when it has to end.
     bool ReadAhead();
     SP<Item> ReadOrStoreException();
+    /// In a catch handler.
     void StoreException();
 
     const bool useReadThread;
@@ -113,7 +114,7 @@ private:
     std::condition_variable spaceAvailable;    // the thread waits here for nextData to become empty
     std::condition_variable dataAvailable;     // Read waits here for nextData to fill
     std::unique_ptr<boost::thread> readThread; // from the first Read in background mode to the next seek
-    boost::exception_ptr threadException;      // what ended the thread; survives seeks
+    std::exception_ptr threadException;        // what ended the thread; survives seeks
     mutable std::string codecID = Conf::IFormatCodec::CODEC_ID_NONE; // asked for until it is known
     std::atomic<avTime> position{NoTime}; // NoTime from a seek on until an item is known; written under readMutex
     SP<Item> nextData;                    // the item of look-ahead: from GetPosition or from the thread
@@ -170,7 +171,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadFromThread() -> SP<Item>
         item.swap(nextData);
         spaceAvailable.notify_all(); // also before a failure: the next Read would wait for a sleeping thread
         if (threadException)
-            boost::rethrow_exception(threadException);
+            Rethrow(threadException);
     }
     MovePositionBehind(item);
     return item;
@@ -272,10 +273,9 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadOrStoreException() -> SP<Item>
 template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::StoreException()
 {
-    const boost::exception_ptr caught = boost::current_exception();
-    LOG(ERROR) << "Background reading thread: " << boost::diagnostic_information(caught, true);
+    LOG(ERROR) << "Background reading thread: " << boost::current_exception_diagnostic_information(true);
     const std::lock_guard<std::mutex> lock(nextDataMutex);
-    threadException = caught;
+    threadException = std::current_exception();
 }
 
 template <class IStreamParent, class IStreamThis>

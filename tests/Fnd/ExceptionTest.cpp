@@ -1,6 +1,5 @@
 #include "Fnd/Exception.h"
 
-#include <boost/exception_ptr.hpp>
 #include <boost/thread/thread.hpp>
 #include <gtest/gtest.h>
 
@@ -13,7 +12,7 @@ namespace
 template <class E, class... Bases>
 void ExpectWhole()
 {
-    boost::exception_ptr stored;
+    std::exception_ptr stored;
     const auto fail = [&]
     {
         try
@@ -22,16 +21,17 @@ void ExpectWhole()
         }
         catch (...)
         {
-            stored = boost::current_exception();
+            stored = std::current_exception();
         }
     };
     boost::thread(fail).join();
     try
     {
-        boost::rethrow_exception(stored);
+        Rethrow(stored);
     }
     catch (const E& e)
     {
+        EXPECT_TRUE(dynamic_cast<const boost::exception_detail::clone_base*>(&e)) << "a host may clone it";
         EXPECT_TRUE((dynamic_cast<const Bases*>(&e) && ...));
         EXPECT_EQ(Describe(e), "the text");
         const auto& records = dynamic_cast<const boost::exception&>(e);

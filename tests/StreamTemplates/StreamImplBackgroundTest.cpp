@@ -84,6 +84,53 @@ TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)
     EXPECT_EQ(ReadSome(Probe::Create(other, true), 1), "!(not now)");
 }
 
+/// Lets the thread fail, and returns once that failure is the one to be thrown: until then it may be a former one.
+void FailAnew(const SP<Probe>& probe, const std::function<void()>& failure)
+{
+    Seek(probe, 0);
+    probe->beforeRead = failure;
+    EXPECT_ANY_THROW(probe->Read());
+    while (!probe->IsTerminated())
+        std::this_thread::yield();
+    probe->StopThread();
+}
+
+TEST(StreamImplBackground, AFailureArrivesAsItWasThrownAndIsItsReadersOwn)
+{
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0"), true);
+    FailAnew(probe, [] { throw Proc::FilterException(); });
+    EXPECT_THROW(probe->Read(), Proc::FilterException);
+    FailAnew(probe, [] { throw 5; });
+    EXPECT_THROW(probe->Read(), int);
+
+    const auto fail = [](const char* text) { Throw<Proc::EncoderException>(TESSOR_HERE, text); };
+    FailAnew(probe, [&] { fail("first"); });
+    Gate gate;
+    gate.Hold();
+    std::string kept;
+    std::thread reader(
+        [&]
+        {
+            try
+            {
+                probe->Read();
+            }
+            catch (Proc::EncoderException& e)
+            {
+                e << TagDescription("annotated");
+                gate.Pass();
+                kept = Describe(e);
+            }
+        });
+    gate.AwaitHeld();
+    EXPECT_EQ(ReadSome(probe, 1), "!(first)") << "what the other one adds is not seen here";
+    FailAnew(probe, [&] { fail("second"); });
+    EXPECT_EQ(ReadSome(probe, 1), "!(second)");
+    gate.Release();
+    reader.join();
+    EXPECT_EQ(kept, "annotated") << "nor is it lost when another failure takes the place of the stored one";
+}
+
 TEST(StreamImplBackground, AReaderWakesWhenTheThreadEndsByItself)
 {
     const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0 40"), true);

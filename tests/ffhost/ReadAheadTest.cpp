@@ -1,5 +1,6 @@
 #include "ffhost/ReadAhead.h"
 
+#include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
@@ -9,6 +10,7 @@ namespace Tessor::Host::Tests
 {
 
 using namespace Proc;
+using Test::Hooked;
 using Test::ms;
 using Test::ReadAll;
 using Test::ReadSome;
@@ -48,6 +50,9 @@ TEST(ReadAhead, ThrowsInThePlaceOfTheItemUntilASeek)
     EXPECT_EQ(ReadSome(stream, 4), "0 40 ! !");
     Seek(stream, 80 * ms);
     EXPECT_EQ(ReadAll(stream), "80 120 E");
+    const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0"));
+    source->beforeRead = [] { throw FilterException(); };
+    EXPECT_THROW(Ahead(source, 1)->Read(), FilterException) << "as it was thrown";
 }
 
 TEST(ReadAhead, EndsWhileItsQueueIsFull)
