@@ -24,6 +24,8 @@ SP<BlobFF> BlobFF::Create(size_t size)
 
 SP<BlobFF> BlobFF::Create(const unsigned char* data, size_t size)
 {
+    if (!data && size > 0)
+        Throw<std::invalid_argument>(TESSOR_HERE, "data is NULL.");
     SP<BlobFF> blob = Create(size);
     std::copy_n(data, size, blob->bytes.data());
     return blob;

@@ -13,7 +13,7 @@ class TESSOR_API BlobFF final : public IBlob, public RefCountImpl
 public:
     /// Zeros of that size.
     static SP<BlobFF> Create(size_t size);
-    /// A copy of the bytes.
+    /// A copy of the bytes. Throws std::invalid_argument for null, unless there are none.
     static SP<BlobFF> Create(const unsigned char* data, size_t size);
 
     const uint8_t* Data() const override { return bytes.data(); }

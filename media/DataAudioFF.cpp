@@ -58,6 +58,8 @@ SP<DataAudioFF> DataAudioFF::CreateBySampleCount(const Conf::SampleInfo& info, i
 SP<DataAudioFF> DataAudioFF::CreateOver(const Conf::SampleInfo& info, int count, AVBufferRef* buffer)
 {
     Buffer owned(buffer);
+    if (!buffer)
+        Throw<std::invalid_argument>(TESSOR_HERE, "buffer is NULL.");
     CheckSize(info, count);
     const size_t size = GetAudioSize(info, count);
     if (buffer->size < size)

@@ -19,7 +19,7 @@ public:
     /// layouts without channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
     /// The same over memory that becomes the block's, whose samples stay as they are. Throws std::invalid_argument also
-    /// when that is less than GetAudioSize.
+    /// for null and when that is less than GetAudioSize.
     static SP<DataAudioFF> CreateOver(const Conf::SampleInfo& info, int count, AVBufferRef* buffer);
     ~DataAudioFF() override;
 

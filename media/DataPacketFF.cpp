@@ -31,6 +31,8 @@ SP<DataPacketFF> DataPacketFF::Create(AVPacket* packet, MediaType type, long lon
     if (!packet)
         Throw<std::invalid_argument>(TESSOR_HERE, "packet is NULL.");
     SP<DataPacketFF> result(new DataPacketFF(packet, type));
+    if (packet->size < 0 || (packet->size > 0 && !packet->data))
+        Throw<std::invalid_argument>(TESSOR_HERE, "A packet without its payload");
     if (av_packet_make_refcounted(packet) < 0)
         Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
     packet->pts = pts;

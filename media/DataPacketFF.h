@@ -17,7 +17,7 @@ class TESSOR_API DataPacketFF final : public IDataPacket, public IBlob, public R
 {
 public:
     /// Takes the record over, also when it throws; the times are in microseconds. A payload that the record does not
-    /// own is copied. Throws std::invalid_argument for null.
+    /// own is copied. Throws std::invalid_argument for null and for a size without a payload.
     static SP<DataPacketFF> Create(AVPacket* packet, MediaType type, long long pts, long long dts, long long duration);
     ~DataPacketFF() override;
 

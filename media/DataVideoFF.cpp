@@ -82,6 +82,14 @@ Frame CopyDeep(const AVFrame& source)
     return copy;
 }
 
+/// Those of the pixels, and a palette.
+bool HasPlanes(const AVFrame& frame, const AVPixFmtDescriptor& description)
+{
+    const int palettes = (description.flags & AV_PIX_FMT_FLAG_PAL) != 0 ? 1 : 0;
+    const int planes = av_pix_fmt_count_planes(GetFormat(frame)) + palettes;
+    return std::all_of(frame.data, frame.data + planes, [](const uint8_t* plane) { return plane != nullptr; });
+}
+
 int CeilShift(int value, int shift)
 {
     return -((-value) >> shift);
@@ -133,7 +141,7 @@ SP<DataVideoFF> DataVideoFF::Create(AVFrame* frame)
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(GetFormat(*frame));
     if (!description || (description->flags & AV_PIX_FMT_FLAG_HWACCEL) != 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "A frame that is not in main memory");
-    if (frame->width <= 0 || frame->height <= 0 || !frame->buf[0] || !frame->data[0])
+    if (frame->width <= 0 || frame->height <= 0 || !frame->buf[0] || !HasPlanes(*frame, *description))
         Throw<std::invalid_argument>(TESSOR_HERE, "A frame without a counted picture");
     return SP<DataVideoFF>(new DataVideoFF(owned.release()));
 }

@@ -18,7 +18,7 @@ public:
     /// too small for the format and size, or there is no such format or size.
     static SP<DataVideoFF> Create(PixFmt format, const Conf::FrameInfo& info, AVBufferRef* buffer);
     /// Takes a decoded record over, also when it throws; the item's times are unset. Rows may run bottom-up. Throws
-    /// std::invalid_argument for a record without a counted picture in main memory.
+    /// std::invalid_argument for a record without a counted picture in main memory, all planes of it.
     static SP<DataVideoFF> Create(AVFrame* frame);
     ~DataVideoFF() override;
 

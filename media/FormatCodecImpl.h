@@ -12,7 +12,11 @@ class FormatCodecImpl : public Interface, public RefCountImpl
 public:
     Core::Property& GetProperties() override { return properties; }
     const Core::Property& GetProperties() const override { return properties; }
-    void Merge(const Core::Property& other) override { properties.Merge(other); }
+    void Merge(const Core::Property& other) override
+    {
+        other.RequireNode("Merge"); // a value would take the place of the whole tree
+        properties.Merge(other);
+    }
     SP<const Proc::IBlob> GetExtradata() const override { return extradata; }
     void SetExtradata(const SP<const Proc::IBlob>& blob) override { extradata = blob; }
 

@@ -27,6 +27,11 @@ TEST(FilterStreamMetadataUpdater, AppliesItsMetadataToACopyOfTheFormat)
     EXPECT_FALSE(source->GetFormatCodec()->GetProperties().ChildExists("title"));
     filter->Initialize(SettingsStreamMetadataUpdater(title("third")));
     EXPECT_EQ(filter->GetSettings(), title("third"));
+    EXPECT_THROW(filter->Initialize(Core::Property("title", "no node")), Core::MethodIsNotApplicable);
+    EXPECT_EQ(filter->GetSettings(), title("third"));
+    EXPECT_THROW((FilterStreamMetadataUpdater<IStreamVideo, IStreamVideoEx>::Create(
+                     source, SettingsStreamMetadataUpdater(Core::Property("title", "no node")))),
+                 Core::MethodIsNotApplicable);
     EXPECT_EQ(filter->GetStatistic(), Core::Property("")) << "it hides those of its parents";
 }
 

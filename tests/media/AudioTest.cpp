@@ -2,6 +2,11 @@
 #include "media/AudioTime.h"
 #include "media/DataAudioFF.h"
 
+extern "C"
+{
+#include <libavutil/buffer.h>
+}
+
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
@@ -162,6 +167,8 @@ TEST(DataAudio, RefusesWhatItCannotDo)
     for (const auto& [info, count] :
          {std::pair(good, -1), {SampleInfo(), 5}, {SampleInfo(SampleFormats::S16, 48000, ChannelLayout::None), 5}})
         EXPECT_THROW(DataAudioFF::CreateBySampleCount(info, count), std::invalid_argument);
+    for (AVBufferRef* const memory : {static_cast<AVBufferRef*>(nullptr), av_buffer_alloc(1919)})
+        EXPECT_THROW(DataAudioFF::CreateOver(good, 480, memory), std::invalid_argument);
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(good, 480);
     for (const avTime amount : {avTime{-1}, avTime{10001}, NoTime, longest})
     {

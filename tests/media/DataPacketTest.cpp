@@ -89,10 +89,15 @@ TEST(DataPacket, CopiesAPayloadThatTheRecordDoesNotOwn)
 
 TEST(DataPacket, RefusesWhatItCannotDo)
 {
-    EXPECT_THROW(DataPacketFF::Create(nullptr, MediaType::Video, 0, 0, 0), std::invalid_argument);
+    AVPacket* const empty = av_packet_alloc();
+    empty->size = 5;
+    for (AVPacket* const record : {static_cast<AVPacket*>(nullptr), empty})
+        EXPECT_THROW(DataPacketFF::Create(record, MediaType::Video, 0, 0, 0), std::invalid_argument);
     EXPECT_THROW(MakePacket(0, 0)->TrimStart(1), Exception);
     EXPECT_THROW(MakePacket(0, 0)->TrimEnd(1), Exception);
     EXPECT_EQ(CreatePacket(std::numeric_limits<size_t>::max()), nullptr);
     EXPECT_EQ(CreatePacket(std::numeric_limits<int>::max()), nullptr);
+    EXPECT_THROW(BlobFF::Create(nullptr, 1), std::invalid_argument);
+    EXPECT_EQ(BlobFF::Create(nullptr, 0)->Size(), 0u);
     EXPECT_THROW(BlobFF::Create(std::numeric_limits<size_t>::max()), std::length_error);
 }

@@ -192,7 +192,9 @@ TEST(DataVideo, RefusesWhatIsNoPicture)
     EXPECT_THROW(create(static_cast<PixFmt>(AV_PIX_FMT_VAAPI), 4, 4), std::invalid_argument);
     for (const auto& [width, height] : {std::pair(0, 4), {4, 0}, {-4, 4}, {1 << 30, 1 << 30}})
         EXPECT_THROW(create(PixFmt::RGB24, width, height), std::invalid_argument);
-    for (AVFrame* const record : {static_cast<AVFrame*>(nullptr), av_frame_alloc()})
+    AVFrame* const headless = av_frame_clone(MakeFrame(PixFmt::YUV420P, 4, 4)->GetAVFrame());
+    headless->data[2] = nullptr;
+    for (AVFrame* const record : {static_cast<AVFrame*>(nullptr), av_frame_alloc(), headless})
         EXPECT_THROW(DataVideoFF::Create(record), std::invalid_argument);
     EXPECT_THROW(PixFmtDescription::Find(static_cast<PixFmt>(100000)), std::invalid_argument);
     for (const AVPixelFormat format :

@@ -42,6 +42,8 @@ TEST(FormatCodec, MergeReachesTheTypedValues)
     format->Merge(changes);
     EXPECT_EQ(format->GetFrameInfo(), FrameInfo(640, 576));
     EXPECT_EQ(format->GetPixelFormat(), PixFmt::NV12);
+    EXPECT_THROW(format->Merge(changes[IFormatCodecVideo::TAG_WIDTH]), Core::MethodIsNotApplicable);
+    EXPECT_EQ(format->GetFrameInfo(), FrameInfo(640, 576)) << "the tree is still there";
 }
 
 TEST(SampleInfo, FormatsAreFFmpegs)

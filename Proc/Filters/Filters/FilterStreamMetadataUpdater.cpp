@@ -19,6 +19,7 @@ FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::FilterStreamMetadataUpd
     : StreamImpl<IStreamParent, IStreamThis>(parent, false),
       settings(SettingsCast<SettingsStreamMetadataUpdater>(settings))
 {
+    this->settings.metadata.RequireNode("Create");
 }
 
 template <class IStreamParent, class IStreamThis>
@@ -30,6 +31,7 @@ FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::~FilterStreamMetadataUp
 template <class IStreamParent, class IStreamThis>
 void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::Initialize(const Core::Property& metadata)
 {
+    metadata.RequireNode("Initialize");
     settings.metadata = metadata;
 }
 

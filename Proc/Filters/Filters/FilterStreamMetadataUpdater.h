@@ -17,7 +17,8 @@ public:
     using typename StreamImpl<IStreamParent, IStreamThis>::Item;
     using Format = typename IStreamThis::Format;
 
-    /// Takes SettingsStreamMetadataUpdater; others throw std::bad_cast.
+    /// Takes SettingsStreamMetadataUpdater; others throw std::bad_cast. Metadata that is no node throws
+    /// Core::MethodIsNotApplicable, here and in Initialize.
     static SP<IStreamThis> Create(const SP<IStreamParent>& parent, const Settings& settings);
     ~FilterStreamMetadataUpdater() override;
 
@@ -26,7 +27,7 @@ private:
 
     FilterStreamMetadataUpdater(const SP<IStreamParent>& parent, const Settings& settings);
 
-    /// The tree is the metadata itself, whatever its name.
+    /// The tree is the metadata itself, whatever its name; the metadata keeps the name that it was made with.
     void Initialize(const Core::Property& metadata) override;
     void Initialize(const Settings& settings) override;
     Core::Property GetSettings() const override;
