@@ -1,5 +1,6 @@
 #include "cli/CutSession.h"
 
+#include "cli/CutBounds.h"
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "ffhost/codecs/CodecFactory.h"
@@ -15,42 +16,6 @@ namespace Tessor::Cli
 namespace
 {
 
-/// A picture this little in front of a bound is meant by it: neither times on the command line nor those of containers
-/// are exact to the microsecond.
-constexpr avTime snap_tolerance = 100;
-
-/// The longest way forward to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
-constexpr avTime longest_snap = 100000;
-
-/// Ticks of a millisecond round; those that are much coarser count frames.
-constexpr avTime coarsest_rounding = 2000;
-
-/// How much too late the container's ticks may tell a picture's time: frames that are no whole number of ticks have
-/// rounded times.
-avTime GetRounding(const Host::TrackInfo& track)
-{
-    const int64_t period = static_cast<int64_t>(track.frameRateDen) * track.timeBaseDen;
-    const int64_t tick = static_cast<int64_t>(track.frameRateNum) * track.timeBaseNum;
-    if (tick <= 0 || period % tick == 0 || track.timeBaseDen <= 0)
-        return 0;
-    const avTime length = 1000000LL * track.timeBaseNum / track.timeBaseDen;
-    return length <= snap_tolerance ? 0 : std::min(length, coarsest_rounding);
-}
-
-/// How far before a picture's time players show it that count in frames from the file's start: the video may begin
-/// between two of those. Pictures that these show later need nothing. Broadcasts are counted from the video's start.
-avTime GetSlack(const Host::TrackInfo& track, bool broadcast)
-{
-    if (track.frameRateNum <= 0 || track.frameRateDen <= 0 || track.start == NoTime || track.start < 0)
-        return 0;
-    const avTime frame = 1000000LL * track.frameRateDen / track.frameRateNum;
-    const avTime late = frame > 0 ? track.start % frame : 0;
-    if (broadcast)
-        return track.start < frame ? track.start : 0;
-    // halfway ticks round one picture up and the next one down
-    return late + std::max(GetRounding(track), snap_tolerance) < frame / 2 ? late : 0;
-}
-
 Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
 {
     Proc::SettingsFilterCutController settings;
@@ -64,25 +29,14 @@ Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges,
     return settings;
 }
 
-std::vector<Range> Merged(std::vector<Range> ranges)
-{
-    std::vector<Range> merged;
-    for (const Range& range : ranges)
-    {
-        if (!merged.empty() && range.start <= merged.back().end)
-            merged.back().end = std::max(merged.back().end, range.end);
-        else
-            merged.push_back(range);
-    }
-    return merged;
-}
-
 } // namespace
 
 CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(request.input))
 {
     JoinTracks();
-    ranges = Merged(SnapToPictures(FromFirstEntry(ReadRequest(request))));
+    ranges = FromFirstEntry(ReadRequest(request));
+    if (const CutTrack* video = GetVideo())
+        ranges = CutBounds(*video->source, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
@@ -166,61 +120,6 @@ std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)
                                               ", where the first key picture is");
     warnings.push_back("pictures before the first key picture, " + T2S(entry) + ", can't be decoded and are left out");
     return list;
-}
-
-std::vector<Range> CutSession::SnapToPictures(std::vector<Range> list)
-{
-    if (!GetVideo())
-        return list;
-    std::vector<std::pair<avTime*, Bound>> bounds;
-    for (Range& range : list)
-    {
-        if (range.start > 0)
-            bounds.emplace_back(&range.start, SnapStart(range));
-        if (range.end < GetInfo().duration)
-            bounds.emplace_back(&range.end, SnapEnd(range.end));
-    }
-    const Host::TrackInfo& track = GetInfo().tracks[GetVideo()->index];
-    // All bounds give way alike, so that pictures keep their distance at the seams; key pictures can't, as their groups
-    // are kept as they are.
-    const bool keys = std::any_of(bounds.begin(), bounds.end(), [](const auto& b) { return b.second.picture.key; });
-    const avTime before = GetRounding(track) + (keys ? 0 : GetSlack(track, GetInfo().broadcast));
-    for (const auto& [place, bound] : bounds)
-        *place = bound.picture.start == NoTime || bound.picture.key ? bound.time : bound.time - before;
-    return list;
-}
-
-CutSession::Bound CutSession::SnapStart(const Range& range)
-{
-    const PicturesAround around = FindPictures(*GetVideo()->source, range.start);
-    const avTime standing = around.standing.start, next = around.next.start;
-    // the first picture gives way as any other, having no group before it
-    const Host::TrackInfo& track = GetInfo().tracks[GetVideo()->index];
-    if (standing == NoTime && next != NoTime &&
-        next - GetSlack(track, GetInfo().broadcast) - GetRounding(track) <= range.start)
-        return {next, {next, false}};
-    // in front of the first picture and behind the last one there is nothing to cut through
-    if (standing == NoTime || (next == NoTime && around.end <= range.start))
-        return {range.start, {}};
-    if (standing >= range.start - snap_tolerance)
-        return {standing, around.standing};
-    // the picture that stands at the start began before the piece; where it stands for long the piece begins with it
-    const bool near = next != NoTime && next <= range.start + longest_snap && next < range.end - snap_tolerance;
-    return near ? Bound{next, around.next} : Bound{standing, around.standing};
-}
-
-CutSession::Bound CutSession::SnapEnd(avTime end)
-{
-    const PicturesAround around = FindPictures(*GetVideo()->source, end);
-    if (around.standing.start != NoTime && around.standing.start >= end - snap_tolerance)
-        return {around.standing.start, around.standing};
-    if (around.standing.start == NoTime)
-        return {end, {}};
-    if (around.next.start != NoTime)
-        return around.next.start <= end + longest_snap ? Bound{around.next.start, around.next} : Bound{end, {}};
-    // the last picture is kept to its end
-    const bool within = around.end > end && around.end <= end + longest_snap;
-    return {within ? std::min(around.end, GetInfo().duration) : end, {}};
 }
 
 void CutSession::JoinToController()

@@ -54,21 +54,11 @@ public:
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
-    /// Where a piece begins or ends, and the picture whose time that is, if any.
-    struct Bound
-    {
-        avTime time;
-        Picture picture;
-    };
-
     void JoinTracks();
     TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutRequest& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
-    std::vector<Range> SnapToPictures(std::vector<Range> ranges);
-    Bound SnapStart(const Range& range);
-    Bound SnapEnd(avTime end);
     void JoinToController();
     void AlignToGroups();
     bool TakesWholeGroups(Proc::IStreamRaw& stream) const;

@@ -139,15 +139,14 @@ PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time)
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
-                      const Picture picture{packet.GetPTS(), packet.IsKeyFrame()};
-                      if (picture.start != NoTime && picture.start <= time && picture.start > found.standing.start)
-                          found.standing = picture;
-                      if (picture.start > time && (found.next.start == NoTime || picture.start < found.next.start))
-                          found.next = picture;
-                      found.end = std::max(found.end, AddTime(picture.start, packet.GetDuration()));
+                      const avTime start = packet.GetPTS();
+                      if (start != NoTime && start <= time)
+                          found.standing = std::max(found.standing, start);
+                      if (start > time && (found.next == NoTime || start < found.next))
+                          found.next = start;
+                      found.end = std::max(found.end, AddTime(start, packet.GetDuration()));
                       // nothing is shown before it is decoded
-                      return found.next.start == NoTime || packet.GetDTS() == NoTime ||
-                             packet.GetDTS() < found.next.start;
+                      return found.next == NoTime || packet.GetDTS() == NoTime || packet.GetDTS() < found.next;
                   });
     return found;
 }

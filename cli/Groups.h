@@ -49,19 +49,12 @@ struct Seam
 /// The first seam at or behind the time. Moves the stream.
 Seam FindSeam(Proc::IStreamRaw& stream, avTime time);
 
-/// A picture of a video track.
-struct Picture
-{
-    avTime start = NoTime; ///< NoTime: there is none
-    bool key = false;
-};
-
-/// The pictures around a time.
+/// The pictures around a time; NoTime where there is none.
 struct PicturesAround
 {
-    Picture standing;    ///< the last one that begins at or before the time
-    Picture next;        ///< the first one behind it
-    avTime end = NoTime; ///< of all that is shown up to the next one
+    avTime standing = NoTime; ///< start of the last one that begins at or before the time
+    avTime next = NoTime;     ///< start of the first one after it
+    avTime end = NoTime;      ///< of all that is shown up to the next one
 };
 
 /// Moves the stream.

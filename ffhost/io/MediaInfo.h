@@ -49,11 +49,10 @@ struct ChapterInfo
 struct MediaInfo
 {
     std::string path;
-    std::string container;  ///< FFmpeg's name of the demuxer
-    bool broadcast = false; ///< times are those of a running clock: players count from the first track that they play
-    avTime duration = 0;    ///< of the file, never NoTime
-    avTime origin = 0;      ///< the file's start time, which was subtracted from all times
-    long long bitRate = 0;  ///< bits per second, 0 when unknown
+    std::string container; ///< FFmpeg's name of the demuxer
+    avTime duration = 0;   ///< of the file, never NoTime
+    avTime origin = 0;     ///< the file's start time, which was subtracted from all times
+    long long bitRate = 0; ///< bits per second, 0 when unknown
     Tags tags;
     std::vector<ChapterInfo> chapters;
     std::vector<TrackInfo> tracks;

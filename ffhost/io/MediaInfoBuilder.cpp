@@ -129,7 +129,6 @@ MediaInfo BuildMediaInfo(const SourceFile& file, const std::string& path)
     MediaInfo info;
     info.path = path;
     info.container = context.iformat->name;
-    info.broadcast = (context.iformat->flags & AVFMT_TS_DISCONT) != 0;
     info.origin = context.start_time != AV_NOPTS_VALUE ? context.start_time : 0;
     info.duration = context.duration > 0 ? context.duration : NoTime;
     info.bitRate = std::max<int64_t>(0, context.bit_rate);
