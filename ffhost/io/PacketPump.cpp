@@ -52,7 +52,7 @@ void PacketPump::Select(int index)
     const int64_t start = file.Stream(index).start_time;
     const AVRational base{track.timeBaseNum, track.timeBaseDen};
     dense.emplace(index,
-                  DenseTrack{TrackTimes(track, info->origin, Clock()), H264RecoveryPoints(track), SetsOf(track),
+                  DenseTrack{KeyPictures(track), TrackTimes(track, info->origin, Clock()), SetsOf(track),
                              GroupStaging(track.type), track.type,
                              start == AV_NOPTS_VALUE
                                  ? NoTime
@@ -119,6 +119,7 @@ bool PacketPump::ReadPacket()
     const int index = packet->stream_index;
     if (const auto found = dense.find(index); found != dense.end())
     {
+        found->second.keys.Check(*packet);
         found->second.times.Push(std::move(packet));
         Deliver(found->second);
     }
@@ -147,7 +148,6 @@ void PacketPump::Deliver(DenseTrack& track)
 {
     while (SP<Proc::DataPacketFF> packet = track.times.Pull())
     {
-        track.entries.Check(packet);
         // What is read may be left out: sets that it has brought have to be met again behind it.
         const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
         if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
@@ -253,7 +253,7 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
     ended = false;
     for (auto& [index, track] : dense)
     {
-        track.entries.Reset(atStart);
+        track.keys.Reset(atStart);
         track.times.Reset(atStart, near);
         if (atStart)
             track.sets.Rewind();

@@ -2,7 +2,7 @@
 
 #include "ffhost/io/CutPlan.h"
 #include "ffhost/io/GroupStaging.h"
-#include "ffhost/io/H264RecoveryPoints.h"
+#include "ffhost/io/KeyPictures.h"
 #include "ffhost/io/ParameterSets.h"
 #include "ffhost/io/SourceFile.h"
 #include "ffhost/io/SparseInbox.h"
@@ -43,8 +43,8 @@ public:
 private:
     struct DenseTrack
     {
+        KeyPictures keys;
         TrackTimes times;
-        H264RecoveryPoints entries;
         ParameterSets sets;
         GroupStaging staging;
         MediaType type;

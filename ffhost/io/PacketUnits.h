@@ -4,6 +4,8 @@
 #include "Proc/CodecParsers/StartCode.h"
 #include "media/IDataPacket.h"
 
+#include <utility>
+
 namespace Tessor::Host
 {
 
@@ -11,11 +13,9 @@ namespace Tessor::Host
 /// `lengthSize` bytes, or behind start codes when that is 0. There a unit reaches to the end of the packet, so that a
 /// slice is not searched for its end. What is malformed ends the walk.
 template <class Visit>
-void VisitUnits(const Proc::IDataPacket& packet, size_t lengthSize, Visit&& visit)
+void VisitUnits(const uint8_t* data, size_t size, size_t lengthSize, Visit&& visit)
 {
     using namespace Proc::CodecParsers;
-    const uint8_t* const data = packet.GetData();
-    const auto size = static_cast<size_t>(packet.GetSize());
     if (lengthSize > 0)
     {
         for (size_t at = lengthSize; at <= size;)
@@ -34,6 +34,12 @@ void VisitUnits(const Proc::IDataPacket& packet, size_t lengthSize, Visit&& visi
             return;
         code = FindStartCode(data, size, begin);
     }
+}
+
+template <class Visit>
+void VisitUnits(const Proc::IDataPacket& packet, size_t lengthSize, Visit&& visit)
+{
+    VisitUnits(packet.GetData(), static_cast<size_t>(packet.GetSize()), lengthSize, std::forward<Visit>(visit));
 }
 
 } // namespace Tessor::Host

@@ -93,6 +93,20 @@ TEST_F(Program, FewPicturesASecond)
     }
 }
 
+// Without its table of key pictures an MP4 flags all: groups and seams stay where the pictures have them.
+TEST_F(Program, KeyPicturesNeedNoTable)
+{
+    for (const std::string clip : {"h264.mp4", "hevc.mp4"})
+    {
+        SCOPED_TRACE(clip);
+        ASSERT_EQ(RunCommand("sed -b 's/stss/free/' $S/" + clip + " >all.mp4").status, 0);
+        const json known = Report("probe $S/" + clip)["tracks"][0];
+        EXPECT_EQ(Report("probe all.mp4")["tracks"][0], known);
+        const json report = Report("cut all.mp4 out.mp4 -y --verify --keep 2.52-4.2,5.08-6.4");
+        EXPECT_EQ(report["intervals"], Report("cut $S/" + clip + " out.mp4 -y --keep 2.52-4.2,5.08-6.4")["intervals"]);
+    }
+}
+
 // Parts of a film that count time from their own start, one behind the other.
 TEST_F(Program, ClocksMayJump)
 {

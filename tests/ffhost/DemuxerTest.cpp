@@ -1,5 +1,6 @@
 #include "ffhost/io/Demuxer.h"
-#include "ffhost/io/H264RecoveryPoints.h"
+#include "ffhost/io/KeyPictures.h"
+#include "ffhost/io/PacketPtr.h"
 #include "media/DataPacketFF.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
@@ -101,6 +102,20 @@ std::string Text(const Packets& packets)
         text += (packets[i]->IsKeyFrame() ? "K" : "") + T2S(packets[i]->GetPTS()) + "/" + T2S(packets[i]->GetDTS()) +
                 "@" + T2S(packets[i]->GetPosition()) + " ";
     return text;
+}
+
+/// A track of pictures, as far as it takes to look at them.
+TrackInfo MakeTrack(AVCodecID codec, const Tessor::Test::Bytes& header)
+{
+    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    parameters->codec_id = codec;
+    parameters->extradata = static_cast<uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    parameters->extradata_size = static_cast<int>(header.size());
+    std::copy(header.begin(), header.end(), parameters->extradata);
+    TrackInfo track;
+    track.parameters = parameters;
+    return track;
 }
 
 using Clip = testing::TestWithParam<std::string>;
@@ -301,36 +316,72 @@ TEST(Demuxer, SparseTracksAreMetOnceAndCountToTheDuration)
     }
 }
 
-// A refresh that merely begins at a picture makes it no key.
-TEST(Demuxer, RecoveryPointsOfH264)
+// Containers flag too many pictures and too few, of any codec: the bytes tell. What they don't tell is believed.
+TEST(Demuxer, KeyPicturesAreWhatTheirBytesSay)
 {
     using Tessor::Test::Bytes;
     using Tessor::Test::operator+;
-    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80};
-    const Bytes inter{0x41, 0x9A, 0x00, 0x00}, intra{0x41, 0x88, 0x80, 0x00}, idr{0x65, 0x88, 0x80, 0x00};
-    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
-                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
-    parameters->codec_id = AV_CODEC_ID_H264;
-    TrackInfo track;
-    track.parameters = parameters;
-    H264RecoveryPoints points(track);
-    const auto isKey = [&](const Bytes& message, const Bytes& slice)
+    const Bytes code{0, 0, 0, 1}, inter{0x41, 0x9A, 0, 0}, intra{0x41, 0x88, 0x80, 0}, idr{0x65, 0x88, 0x80, 0};
+    const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80}, odd{0x06, 0x06, 0xFF};
+    const Bytes avcC{1, 66, 0, 10, 0xFD, 0xE0, 0}, picture{0, 0, 1, 0}, vop{0, 0, 1, 0xB6}, h263{0, 0, 0x80, 2};
+    const struct
     {
-        const Bytes startCode{0, 0, 0, 1}, bytes = startCode + message + startCode + slice;
-        Tessor::Test::ScriptItem item;
-        item.key = true;
-        const auto packet = Tessor::Test::CreateFakePacket(item, MediaType::Video, &bytes);
-        points.Check(packet);
-        return packet->IsKeyFrame();
+        const char* what;
+        AVCodecID codec;
+        Bytes header, packet;
+        char flagged, unflagged; // the flags of two packets that follow a key: K, or another letter
+    } rows[] = {
+        {"IDR", AV_CODEC_ID_H264, {}, code + idr, 'K', 'K'},
+        {"IDR behind a length", AV_CODEC_ID_H264, avcC, Bytes{0, 4} + idr, 'K', 'K'},
+        {"P", AV_CODEC_ID_H264, {}, code + inter, '-', '-'},
+        {"I that nothing says to be an entry", AV_CODEC_ID_H264, {}, code + intra, '-', '-'},
+        {"I at a recovery point", AV_CODEC_ID_H264, {}, code + now + code + intra, 'K', 'K'},
+        {"I before a recovery point", AV_CODEC_ID_H264, {}, code + later + code + intra, 'K', 'K'},
+        {"P at a recovery point", AV_CODEC_ID_H264, {}, code + now + code + inter, 'K', '-'},
+        {"an intra refresh begins", AV_CODEC_ID_H264, {}, code + later + code + inter, '-', '-'},
+        {"a message ends too early", AV_CODEC_ID_H264, {}, code + odd + code + inter, 'K', '-'},
+        {"unknown framing", AV_CODEC_ID_H264, {}, Bytes{0, 0, 1, 1, 0x41}, 'K', '-'},
+        {"CRA", AV_CODEC_ID_HEVC, {}, code + Bytes{0x2A, 1}, 'K', 'K'},
+        {"TRAIL_R", AV_CODEC_ID_HEVC, {}, code + Bytes{2, 1}, '-', '-'},
+        {"I", AV_CODEC_ID_MPEG2VIDEO, {}, picture + Bytes{0, 0x08}, 'K', 'K'},
+        {"B", AV_CODEC_ID_MPEG1VIDEO, {}, picture + Bytes{0, 0x18}, '-', '-'},
+        {"I", AV_CODEC_ID_MPEG4, {}, vop + Bytes{0x10}, 'K', 'K'},
+        {"S", AV_CODEC_ID_MPEG4, {}, vop + Bytes{0xC0}, '-', '-'},
+        {"I", AV_CODEC_ID_H263, {}, h263 + Bytes{0x08}, 'K', 'K'},
+        {"P", AV_CODEC_ID_H263, {}, h263 + Bytes{0x0A}, '-', '-'},
+        {"P of the extended type", AV_CODEC_ID_H263, {}, h263 + Bytes{0x1C, 0x80, 0, 0x08}, '-', '-'},
+        {"key", AV_CODEC_ID_VP8, {}, {0x10, 0, 0, 0x9D, 1, 0x2A}, 'K', 'K'},
+        {"inter", AV_CODEC_ID_VP8, {}, {0x11, 0, 0}, '-', '-'},
+        {"key", AV_CODEC_ID_VP9, {}, {0x82, 0x49}, 'K', 'K'},
+        {"inter", AV_CODEC_ID_VP9, {}, {0x86, 0}, '-', '-'},
+        {"an old one shown", AV_CODEC_ID_VP9, {}, {0x88}, '-', '-'},
+        {"intra", AV_CODEC_ID_THEORA, {}, {0x2F}, 'K', 'K'},
+        {"inter", AV_CODEC_ID_THEORA, {}, {0x6F}, '-', '-'},
+        {"P", AV_CODEC_ID_WMV2, {}, {0x80}, '-', '-'},
+        {"P", AV_CODEC_ID_MSMPEG4V3, {}, {0x40}, '-', '-'},
+        {"any", AV_CODEC_ID_VC1, {}, {0x40}, 'K', '-'},
     };
-    EXPECT_TRUE(isKey(later, inter)) << "the first of the file";
-    EXPECT_FALSE(isKey(later, inter));
-    EXPECT_TRUE(isKey(now, inter));
-    EXPECT_TRUE(isKey(later, intra));
-    EXPECT_TRUE(isKey(later, idr));
-    EXPECT_TRUE(isKey({0x06, 0x06, 0xFF}, inter)) << "a message that ends too early";
-    points.Reset(true);
-    EXPECT_TRUE(isKey(later, inter));
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(testing::Message() << avcodec_get_name(row.codec) << ": " << row.what);
+        const TrackInfo track = MakeTrack(row.codec, row.header);
+        KeyPictures keys(track);
+        const auto check = [&](int flags)
+        {
+            const PacketPtr packet(Proc::CreatePacket(row.packet.size()));
+            std::copy(row.packet.begin(), row.packet.end(), packet->data);
+            packet->flags = flags;
+            keys.Check(*packet);
+            return packet->flags & AV_PKT_FLAG_KEY ? 'K' : '-';
+        };
+        // nothing better comes before the first picture of a file
+        const char first = check(AV_PKT_FLAG_KEY);
+        EXPECT_EQ(first, row.what == std::string("an intra refresh begins") ? 'K' : row.flagged);
+        EXPECT_EQ(check(AV_PKT_FLAG_KEY), row.flagged);
+        EXPECT_EQ(check(0), row.unflagged);
+        keys.Reset(true);
+        EXPECT_EQ(check(AV_PKT_FLAG_KEY), first);
+    }
 }
 
 } // namespace Tessor::Host::Tests
