@@ -6,9 +6,11 @@
 namespace Tessor::Host::FormatTags
 {
 
-inline const std::string REORDER_DEPTH = "FFReorderDepth";     ///< int64, frames by which DTS runs ahead of PTS
-inline const std::string FIELD_ORDER = "FFFieldOrder";         ///< int64, AVFieldOrder
-inline constexpr long long FIELD_ORDER_PROGRESSIVE = 1;        ///< AV_FIELD_PROGRESSIVE
+inline const std::string REORDER_DEPTH = "FFReorderDepth"; ///< int64, frames by which DTS runs ahead of PTS
+inline const std::string FIELD_ORDER = "FFFieldOrder";     ///< int64, AVFieldOrder
+inline constexpr long long FIELD_ORDER_PROGRESSIVE = 1;    ///< AV_FIELD_PROGRESSIVE
+inline const std::string CONTAINER_ASPECT =
+    "FFContainerAspect";                                       ///< int64, 1: the sample aspect is the container's word
 inline const std::string COLOR_RANGE = "FFColorRange";         ///< int64, AVColorRange
 inline const std::string COLOR_PRIMARIES = "FFColorPrimaries"; ///< int64, AVColorPrimaries
 inline const std::string COLOR_TRANSFER = "FFColorTransfer";   ///< int64, AVColorTransferCharacteristic

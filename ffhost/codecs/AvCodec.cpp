@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/codecs/PictureTraits.h"
 #include "media/BlobFF.h"
 #include "media/IFormatCodecVideo.h"
 
@@ -48,24 +49,11 @@ AVCodecID FindCodecID(const Core::Property& format)
 
 void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context)
 {
-    const auto number = [&](const std::string& tag, int unset)
-    { return static_cast<int>(GetNumber(format, tag, unset)); };
-    context.color_range = static_cast<AVColorRange>(number(FormatTags::COLOR_RANGE, AVCOL_RANGE_UNSPECIFIED));
-    context.color_primaries = static_cast<AVColorPrimaries>(number(FormatTags::COLOR_PRIMARIES, AVCOL_PRI_UNSPECIFIED));
-    context.color_trc =
-        static_cast<AVColorTransferCharacteristic>(number(FormatTags::COLOR_TRANSFER, AVCOL_TRC_UNSPECIFIED));
-    context.colorspace = static_cast<AVColorSpace>(number(FormatTags::COLOR_SPACE, AVCOL_SPC_UNSPECIFIED));
-    context.chroma_sample_location =
-        static_cast<AVChromaLocation>(number(FormatTags::CHROMA_LOCATION, AVCHROMA_LOC_UNSPECIFIED));
-    const auto ratio = [&](const std::string& tag)
-    {
-        const Core::Property::Ratio value = format[tag].GetRatio();
-        return AVRational{static_cast<int>(value.numerator()), static_cast<int>(value.denominator())};
-    };
-    if (format.ChildExists(IFormatCodecVideo::TAG_ASPECT))
-        context.sample_aspect_ratio = ratio(IFormatCodecVideo::TAG_ASPECT);
-    if (format.ChildExists(IFormatCodecVideo::TAG_FPS))
-        context.framerate = ratio(IFormatCodecVideo::TAG_FPS);
+    PictureTraits::Of(format).ApplyTo(context);
+    if (!format.ChildExists(IFormatCodecVideo::TAG_FPS))
+        return;
+    const Core::Property::Ratio rate = format[IFormatCodecVideo::TAG_FPS].GetRatio();
+    context.framerate = {static_cast<int>(rate.numerator()), static_cast<int>(rate.denominator())};
 }
 
 void SetFrameRate(AVCodecContext& context, const Core::Property& format)

@@ -108,7 +108,8 @@ SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const DecoderOpti
 }
 
 Decoder::Decoder(const SP<IStreamRaw>& source, const DecoderOptions& options)
-    : StreamImpl(source, false), format(CloneVideoFormat(source)), options(options), codec(format)
+    : StreamImpl(source, false), format(CloneVideoFormat(source)), traits(PictureTraits::Of(format->GetProperties())),
+      options(options), codec(format)
 {
 }
 
@@ -125,6 +126,7 @@ void Decoder::Prepare(AVCodecContext& context) const
     context.height = info.height;
     context.pix_fmt = static_cast<AVPixelFormat>(format->GetPixelFormat());
     ApplyPictureProperties(tree, context);
+    context.field_order = traits.fields;
     context.bits_per_coded_sample = static_cast<int>(GetNumber(tree, FormatTags::BITS_PER_CODED_SAMPLE, 0));
     context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
     context.has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
@@ -219,6 +221,7 @@ void Decoder::Deliver(const AVFrame& decoded)
     FramePtr picture =
         options.distinct ? CopyPadded(decoded, ++pictureNumber) : Share(decoded, decoded.data[0] == lastPicture);
     lastPicture = decoded.data[0];
+    traits.Settle(*picture);
     const SP<DataVideoFF> frame = DataVideoFF::Create(picture.release());
     frame->SetPTS(FindPlace(time));
     frame->SetDuration(GetFrameDuration(decoded));

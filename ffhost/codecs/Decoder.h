@@ -5,6 +5,7 @@
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/codecs/PacketDecoder.h"
+#include "ffhost/codecs/PictureTraits.h"
 #include "media/DataVideoFF.h"
 
 #include <deque>
@@ -29,7 +30,8 @@ namespace Tessor::Host
 /// Otherwise pictures lie where libavcodec decoded them, and it may still predict others from them: who changes one
 /// takes a copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
-/// The format is the source's, extradata included, so that an encoder behind can match what the source was made with.
+/// The format is the source's, extradata included, so that an encoder behind can match what the source was made with;
+/// pictures say of themselves what it says, as PictureTraits settles it.
 ///
 /// Threads: as StreamImpl says.
 class Decoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVideoDecoder>, public RefCountImpl
@@ -71,6 +73,7 @@ private:
     avTime GetFrameDuration(const AVFrame& decoded) const;
 
     const SP<Conf::IFormatCodecVideo> format;
+    const PictureTraits traits;
     const DecoderOptions options;
     PacketDecoder codec;                     // open from the first read to a release
     std::deque<SP<Proc::DataVideoFF>> ready; // decoded, not yet delivered

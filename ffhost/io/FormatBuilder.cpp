@@ -89,22 +89,34 @@ void SetColours(Conf::IFormatCodecVideo& format, const AVCodecParameters& parame
     SetNumber(format, FormatTags::COLOR_TRANSFER, parameters.color_trc);
     SetNumber(format, FormatTags::COLOR_SPACE, parameters.color_space);
     SetNumber(format, FormatTags::CHROMA_LOCATION, parameters.chroma_location);
+    // All that VP8 knows, which libavformat reads from no header.
+    if (parameters.codec_id != AV_CODEC_ID_VP8)
+        return;
+    SetNumber(format, FormatTags::COLOR_RANGE, AVCOL_RANGE_MPEG);
+    SetNumber(format, FormatTags::COLOR_SPACE, AVCOL_SPC_BT470BG);
 }
 
-AVRational SampleAspect(const AVStream& stream)
+bool IsKnown(AVRational aspect)
 {
-    const AVRational of =
-        stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : stream.codecpar->sample_aspect_ratio;
-    return of.num > 0 && of.den > 0 ? of : AVRational{1, 1};
+    return aspect.num > 0 && aspect.den > 0;
+}
+
+void SetGeometry(Conf::IFormatCodecVideo& format, const AVStream& stream)
+{
+    const AVCodecParameters& parameters = *stream.codecpar;
+    const bool container = IsKnown(stream.sample_aspect_ratio);
+    const AVRational told = container ? stream.sample_aspect_ratio : parameters.sample_aspect_ratio;
+    const AVRational aspect = IsKnown(told) ? told : AVRational{1, 1};
+    format.InitByPixelAspect(static_cast<unsigned>(parameters.width), static_cast<unsigned>(parameters.height),
+                             static_cast<unsigned>(aspect.num), static_cast<unsigned>(aspect.den));
+    SetNumber(format, FormatTags::CONTAINER_ASPECT, container);
 }
 
 SP<Conf::IFormatCodec> BuildVideo(const AVStream& stream, const TrackInfo& track)
 {
     const AVCodecParameters& parameters = *stream.codecpar;
     const SP<Conf::IFormatCodecVideo> format = Conf::IFormatCodecVideo::Create();
-    const AVRational aspect = SampleAspect(stream);
-    format->InitByPixelAspect(static_cast<unsigned>(parameters.width), static_cast<unsigned>(parameters.height),
-                              static_cast<unsigned>(aspect.num), static_cast<unsigned>(aspect.den));
+    SetGeometry(*format, stream);
     format->SetPixelFormat(static_cast<PixFmt>(parameters.format));
     const bool known = track.frameRateNum > 0 && track.frameRateDen > 0;
     format->SetFrameRate(known ? static_cast<unsigned>(track.frameRateNum) : 25,

@@ -116,6 +116,33 @@ TEST_F(Convert, WhatChangesIsTold)
     }
 }
 
+// Who works on pictures sees what the container says of them, and what a stream says anew in the middle.
+TEST_F(Convert, PicturesAreShapedAndScannedAsTheyAreShown)
+{
+    RunCommand("white='-v error -f lavfi -i color=white:s=64x36:r=25:d=0.2'; "
+               "ffmpeg $white -c:v mpeg4 v.mp4; ffmpeg -v error -i v.mp4 -c copy -aspect 4:3 asp.mp4; "
+               "for a in 4:3 16:9; do ffmpeg $white -c:v mpeg2video -bf 0 -aspect $a -f mpeg2video - ; done > asp.m2v; "
+               "ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=50:d=0.4 -vf tinterlace=interleave_top,format=yuv422p "
+               "-c:v huffyuv -field_order tt fields.mkv");
+    const auto brightest = [this](const std::string& clip)
+    {
+        const std::string args = "convert -y " + clip + " out.mkv --video-encoder ffv1 --vf ";
+        EXPECT_EQ(Run(args + "scale=width=64:height=48:mode=fit").status, 0) << clip;
+        return RunCommand("ffprobe -v error -of csv=p=0 -f lavfi movie=out.mkv,crop=iw:2:0:0,signalstats "
+                          "-show_entries frame_tags=lavfi.signalstats.YMAX | tr -d '\\n'")
+            .out;
+    };
+    EXPECT_EQ(brightest("asp.mp4"), "235235235235235") << "there is no room for bars";
+    const std::string levels = brightest("asp.m2v");
+    EXPECT_EQ(levels.substr(0, 3) + levels.substr(levels.size() - 2), "23516") << "the second half is wider";
+    const auto sum = [this](const std::string& filters)
+    {
+        EXPECT_EQ(Run("convert -y fields.mkv out.mkv --video-encoder ffv1" + filters).status, 0);
+        return RunCommand("ffmpeg -v error -i out.mkv -map 0:v -f md5 -").out;
+    };
+    EXPECT_NE(sum(" --vf deinterlace"), sum("")) << "the codec has no word for fields";
+}
+
 TEST_F(Convert, TonesAndMixesAreTheSamplesThatTheyShouldBe)
 {
     for (const std::string args :
