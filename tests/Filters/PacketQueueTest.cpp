@@ -59,7 +59,20 @@ TEST(PacketQueueWithGOP, SplitsAtKeyFrames)
     const auto source = ScriptedRaw::Create("0K 40 80 120 160K");
     source->SetPayload(1, Bytes(PacketQueue::maxBytes));
     PacketQueueWithGOP full(MediaType::None);
-    EXPECT_EQ(ReadGroups(full, source), "0K 40 -> 40 | 80 120 -> 160 | 160K -> 160 | ");
+    const std::tuple<const char*, bool, bool> pieces[] = {
+        {"0K 40 -> 40 | ", true, false}, {"80 120 -> 160 | ", false, true}, {"160K -> 160 | ", false, false}};
+    for (const auto& [piece, cutShort, goesOn] : pieces)
+    {
+        EXPECT_EQ(ReadGroups(full, source, 1), piece);
+        EXPECT_EQ(std::pair(full.IsCutShort(), full.GoesOn()), std::pair(cutShort, goesOn)) << piece;
+    }
+}
+
+TEST(PacketQueueWithGOP, ALimitSparesWhatStepsBackFromBehindIt)
+{
+    PacketQueueWithGOP queue(MediaType::None);
+    queue.Reset(100 * ms);
+    EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create("120K 90K 140K")), "120K -> 90 | 140K -> 140 | ");
 }
 
 TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
@@ -73,17 +86,6 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
     queue.Reset(100 * ms);
     EXPECT_EQ(queue.GetEnd(), NoTime);
     EXPECT_FALSE(queue.ReadGOP(source)) << "the key frame at 160 is gone";
-}
-
-TEST(PacketQueueWithGOP, LiftsItsLimitOnlyForAnEarlierTarget)
-{
-    for (const auto& [target, first] : {std::pair(100, "50K -> 120 | "), {99, "0K -> 50 | "}})
-    {
-        PacketQueueWithGOP queue(MediaType::None);
-        queue.Reset(100 * ms);
-        queue.LiftLimit(target * ms);
-        EXPECT_EQ(ReadGroups(queue, ScriptedRaw::Create("0K 50K 120K"), 1), first);
-    }
 }
 
 TEST(PacketQueue, AccountsForItsPackets)

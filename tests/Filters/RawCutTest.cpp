@@ -29,7 +29,7 @@ std::string PrintKept(const FilterCutController& controller)
 
 TEST(RawCut, DeliversWhatIsKept)
 {
-    const std::string two = "0K 40 80 120K 160 200 E", three = "0K 1000 2000K 3000 4000K 5000 E";
+    const std::string two = "0K 40 80 120K 160 200 240K E", three = "0K 1000 2000K 3000 4000K 5000 E";
     const std::string reordered = "0Kd-80 80d-40 40d0 120Kd40 200d80 160d120 ";
     const struct
     {
@@ -43,14 +43,25 @@ TEST(RawCut, DeliversWhatIsKept)
         {{{0, 2592000000}}, gops, "0K 40 80 120K 160 200 240K 280 320 360K E", "0-2592000000"},
         {{{0, 120}, {240, 1000}}, gops, two, "0-120 240-1000"}, // whole groups
         {{{0, 120}, {320, 1000}}, gops, two, "0-120 240-1000"},
-        {{{0, 120}, {240, 1000}}, reordered + "240Kd160 320d200 280d240 360Kd280", reordered + "E", "0-120 240-1000"},
+        {{{0, 120}, {240, 1000}},
+         reordered + "240Kd160 320d200 280d240 360Kd280",
+         reordered + "240Kd160 E",
+         "0-120 240-1000"},
         {{{40, 80}}, "0 40 80 120 160", "0 40 80 120 E", "0-160"}, // no key frames
         {{{0, 80}}, "?K:40 ?:40 ?K:40", "E", "0-80"},
         {{{0, 2000}, {12000, 16000}}, seconds, three, "0-2000 12000-16000", {12000}},
         {{{0, 2000}, {13500, 16000}}, seconds, three, "0-2000 12000-16000", {13500, 12000}}, // into a group
         {{{0, 2000}, {6000, 8000}}, seconds, "0K 1000 2000K 3000 E", "0-2000 6000-8000"},    // too short to jump
-        {{{0, 50}, {150, 1000}}, Regular(8), "0K 40K:40 60K 100K 140K E", "0-50 150-1000", {}, MediaType::Audio},
+        {{{0, 50}, {150, 1000}}, Regular(8), "0K 40K:40 60K 100K 140K 180K E", "0-50 150-1000", {}, MediaType::Audio},
         {{{0, 1000}, {9000, 10000}}, seconds, "0K 1000K E", "0-1000 9000-10000", {}, MediaType::Audio}, // no jump
+        // stamps that repeat or step back
+        {{{0, 40}, {80, 1000}}, "0K 40K 80K 80K 120K", "0K 40K 40K 80K E", "0-40 80-1000"},
+        {{{0, 40}, {80, 1000}},
+         "0 40 80 80 160 120 200",
+         "0K 40K 40K 120K 80K 160K E",
+         "0-40 80-1000",
+         {},
+         MediaType::Audio},
     };
     for (const auto& row : rows)
     {
@@ -91,10 +102,61 @@ TEST(RawCut, SeeksInTimesOfTheResult)
     EXPECT_EQ(ReadAll(finished.cut), "1000 0K 1000 2000K 3000 4000K 5000 E") << "finished packets come all the same";
 }
 
+TEST(RawCut, ASeekLeavesNothingOfTheOldPlace)
+{
+    const std::pair<int, const char*> rows[] = {
+        {2000, "1000 2000K 3000 4000K 5000 6000K 7000 8000K 9000 E"}, // to the group whose key frame waits
+        {6000, "1000:1000 5000K 6000 7000K 8000 E"},                  // past it, over a cut
+    };
+    for (const auto& [target, result] : rows)
+    {
+        const RawRig rig({{0, 5000}, {6000, 10000}}, Regular(11, 1000, 2));
+        EXPECT_EQ(ReadSome(rig.cut, 1), "0K:1000");
+        Seek(rig.cut, target * ms);
+        EXPECT_EQ(ReadAll(rig.cut), result);
+    }
+}
+
+/// Key frames every 2 s make the others jump: to the long group that was handled, and to sound that was.
+TEST(RawCut, WhatComesAgainAfterAJumpIsSkipped)
+{
+    const RawRig rig({{0, 2000}, {12000, 20000}}, Regular(20, 1000, 2), FakeCodecs::Create({{"X", {}}}),
+                     Video::CODEC_ID_H265);
+    const auto add = [&](const std::string& script, MediaType type)
+    { return rig.controller->AddStream(SP<IStreamRaw>(ScriptedRaw::Create(script, type, VP8))); };
+    const auto longSource = ScriptedRaw::Create(Regular(20, 1000, 20), MediaType::Video, VP8);
+    longSource->GetFormatCodec()->GetProperties().SetChildT(Video::TAG_FPS, Core::Property::Ratio(1, 1));
+    const SP<IStreamRaw> groups = rig.controller->AddStream(SP<IStreamRaw>(longSource));
+    const SP<IStreamRaw> sound = add("0 1500:11000 12500:7500", MediaType::Audio);
+    for (const SP<IStreamRaw>& cut : {rig.cut, groups, sound})
+        Seek(cut, 0);
+    EXPECT_EQ(ReadSome(groups, 1), "0K:1000d0");
+    EXPECT_EQ(ReadSome(sound, 2), "0K 1500K:11000");
+    EXPECT_EQ(ReadAll(rig.cut), "0K 1000 2000K 3000 4000K 5000 6000K 7000 8000K 9000 E");
+    EXPECT_EQ(ReadAll(groups),
+              "1000d1000 2000d2000 3000d3000 4000d4000 5000d5000 6000d6000 7000d7000 8000d8000 9000d9000 E");
+    EXPECT_EQ(ReadAll(sound), "2500K:7500 E");
+}
+
+TEST(RawCut, AGroupTooLargeForTheQueueIsKeptWhole)
+{
+    for (const auto& [kept, result, widened] :
+         {std::tuple(Ranges{{80, 160}}, "0K 40 80 120K E", "0-160"), // known only from its second piece on
+          {Ranges{{0, 40}, {160, 1000}}, "0K 40 80 120K 160 E", "0-120 160-1000"},
+          {Ranges{{160, 1000}}, "0K 40 E", "160-1000"}})
+    {
+        const RawRig rig(kept, "0K 40 80 120K 160K 200", FakeCodecs::Create({{"X", {}}}));
+        rig.source->SetPayload(0, Bytes(PacketQueue::maxBytes + 1));
+        Seek(rig.cut, 0);
+        EXPECT_EQ(ReadAll(rig.cut), result);
+        EXPECT_EQ(PrintKept(*rig.controller), widened);
+    }
+}
+
 TEST(RawCut, GoesOnBehindAFailure)
 {
     const RawRig rig({{0, 120}, {240, 1000}}, "0K 40 ! 80 120K 160 200 240K 280 320 360K");
-    EXPECT_EQ(ReadAll(rig.cut), "! 0K 40 80 120K 160 200 E");
+    EXPECT_EQ(ReadAll(rig.cut), "! 0K 40 80 120K 160 200 240K E");
 }
 
 /// Two streams of one file, each read by a thread of its own over several jumps.
@@ -136,15 +198,15 @@ TEST(Recode, FitsBetweenTheUntouchedPackets)
         int recoded;
         FakeEncoding encoding = {};
     } rows[] = {
-        {{{0, 200}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 E", 2}, // a tail
-        {{{0, 160}, {200, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 E", 2},
-        {{{0, 170}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 170K 210 250 E", 2}, // frames in part
+        {{{0, 200}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 320K E", 2}, // a tail
+        {{{0, 160}, {200, 1000}}, longer, "0K 40 80 120Kd120 160d160 200K 240 280 320K 360 400 440K E", 2},
+        {{{0, 170}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 170K 210 250 290K E", 2}, // frames in part
         {{{0, 120}, {160, 1000}},
          shifted,
-         "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 E",
+         "0Kd-40 80d0 40d40 120Kd80 160d120 200Kd160 280d200 240d240 320Kd280 400d320 360d360 440Kd400 E",
          2,
          {.reorders = true}},
-        {{{0, 200}, {201, 202}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 E", 3},
+        {{{0, 200}, {201, 202}, {360, 1000}}, longer, "0K 40 80 120Kd120 160d160 200:2d200 201K 241 281 321K E", 3},
         // repeats come in one packet
         {{{0, 200}, {360, 1000}}, "0K 40 80 120K=7 160=7 200 240K 280 320 360K 400", "0K 40 80 120Kd120 200K 240 E", 1},
     };
@@ -163,7 +225,7 @@ TEST(Recode, EncodersThatFail)
 {
     const RawRig loses({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {.lost = 1}}}));
     EXPECT_EQ(ReadFromStart(loses), "0K 40 80 !(Count of original and encoded packts are not equal!)");
-    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 E") << "the stream goes on behind the group";
+    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 320K E") << "the stream goes on behind the group";
     // the search is the first that creates one; where it is gone afterwards, packets are cut
     const auto failsLater = [created = 0]() mutable
     {
@@ -171,7 +233,7 @@ TEST(Recode, EncodersThatFail)
             FakeCodecs::Fail<EncoderException>();
     };
     const RawRig gone({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {failsLater}}}));
-    EXPECT_EQ(ReadFromStart(gone), "0K 40 80 120K 160 200K 240 280 E");
+    EXPECT_EQ(ReadFromStart(gone), "0K 40 80 120K 160 200K 240 280 320K E");
     EXPECT_TRUE(gone.CutsAnywhere());
 
     const auto busy = Cutter({{0, 200}}, FakeCodecs::Create({{"A", {FakeCodecs::Fail<Core::NotEnoughResource>}}}));

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <glog/logging.h>
+#include <memory>
 #include <set>
 #include <stdexcept>
 
@@ -66,7 +67,8 @@ avTime FilterCutController::KeepWhole(avTime start, avTime end)
     SettingsFilterCutController wider = settings;
     wider.AddInterval(start, end, NoTime, false);
     Initialize(wider);
-    return SubTime(timeline.Source2Result(end), timeline.Source2Result(start));
+    AddGOPPoint(start); // no seek has to find it out, which would move streams that nobody seeks
+    return GetResultDuration(start, end);
 }
 
 // ---- streams
@@ -167,6 +169,12 @@ CutTimeline::Interval FilterCutController::GetInterval(avTime t) const
     return timeline.GetInterval(timeline.GetIndex(t));
 }
 
+avTime FilterCutController::GetResultDuration(avTime start, avTime end) const
+{
+    const Lock lock(settingsMutex);
+    return start == end ? 0 : SubTime(timeline.Source2Result(end), timeline.Source2Result(start));
+}
+
 avTime FilterCutController::GetIntervalEndTime(avTime t) const
 {
     return GetInterval(t).end;
@@ -259,8 +267,7 @@ void FilterCutController::RemoveDeleted(T& clone, avTime start, avTime end) cons
     for (size_t i = last + 1; i-- > first;)
     {
         const CutTimeline::Interval& interval = timeline.GetInterval(i);
-        // The end is exclusive: an interval that only begins there takes nothing from the item.
-        if (!interval.deleted || interval.start >= end)
+        if (!interval.deleted)
             continue;
         const avTime from = std::max(start, interval.start);
         RemovePart(clone, SubTime(from, start), SubTime(std::min(interval.end, end), from));
@@ -272,6 +279,9 @@ void FilterCutController::RemoveDeleted(T& clone, avTime start, avTime end) cons
 
 void FilterCutController::SeekSources(avTime position)
 {
+    const boost::lock_guard<boost::shared_mutex> lock(sourceMutex);
+    // counted at the end, and also when one of them fails: others may have been moved
+    const std::shared_ptr<void> counted(nullptr, [this](void*) { ++moves; });
     for (const StreamLink& link : streams)
         link.source->RequestSeek(position, nullptr);
     for (const StreamLink& link : streams)
@@ -314,23 +324,26 @@ bool FilterCutController::SeekInputStreams(avTime position, bool seekAgain)
 
 void FilterCutController::SeekToNextPosition(avTime position)
 {
-    SeekToNextPosition(position, jumps);
+    SeekToNextPosition(position, moves);
 }
 
-void FilterCutController::SeekToNextPosition(avTime position, uint64_t jumpsSeen)
+void FilterCutController::SeekToNextPosition(avTime position, uint64_t movesSeen)
 {
     const Lock seekLock(seekMutex);
-    if (jumps != jumpsSeen)
+    if (moves != movesSeen)
         return;
     // The settings are free while the helpers work: they look intervals up and may widen them.
     if (!JumpsFrom(position))
         return;
-    const CutTimeline::Interval interval = GetInterval(position);
-    SaveBeforeSeek(interval);
-    if (!AnyVoteForSeek(interval.end))
+    const CutTimeline::Interval stretch = GetInterval(position);
+    SaveBeforeSeek(stretch);
+    if (jumpRefused)
         return;
-    SeekInputStreams(interval.end, true);
-    ++jumps;
+    // A group across the start of the stretch was kept whole: of what is kept now, some was dropped or not saved.
+    if (!IsPointDeleted(stretch.start))
+        SeekSources(stretch.start);
+    else if (AnyVoteForSeek())
+        SeekInputStreams(stretch.end, true);
 }
 
 bool FilterCutController::JumpsFrom(avTime position) const
@@ -340,17 +353,18 @@ bool FilterCutController::JumpsFrom(avTime position) const
     return position != NoTime && interval.deleted && SubTime(interval.end, interval.start) >= SHORTEST_JUMP;
 }
 
-void FilterCutController::SaveBeforeSeek(const CutTimeline::Interval& interval)
+void FilterCutController::SaveBeforeSeek(const CutTimeline::Interval& stretch)
 {
     const auto waitForAll = [this]
     {
         for (const StreamLink& link : streams)
             link.cut->WaitForSeek();
     };
+    jumpRefused = false;
     try
     {
         for (const StreamLink& link : streams)
-            link.cut->SavePacketsBeforeSeek(interval.start, interval.end);
+            link.cut->SavePacketsBeforeSeek(stretch.start, stretch.end);
     }
     catch (...)
     {
@@ -360,16 +374,14 @@ void FilterCutController::SaveBeforeSeek(const CutTimeline::Interval& interval)
     waitForAll();
 }
 
-/// A decoded stream asks for the jump when it stands in deleted time. Behind the end of the stretch it doesn't: another
-/// stream has jumped there while the caller waited for the lock, and a second jump would bring it all back.
-bool FilterCutController::AnyVoteForSeek(avTime end) const
+/// A decoded stream that stands in kept time can do without the jump.
+bool FilterCutController::AnyVoteForSeek() const
 {
     return std::any_of(streams.begin(), streams.end(),
                        [&](const StreamLink& link)
                        {
                            const avTime position = link.cut->GetSourcePosition();
-                           return link.cut->IsRawStream() || position == NoTime ||
-                                  (position < end && IsPointDeleted(position));
+                           return position == NoTime || IsPointDeleted(position) || link.cut->IsRawStream();
                        });
 }
 

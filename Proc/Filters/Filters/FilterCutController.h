@@ -8,6 +8,7 @@
 #include <atomic>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/shared_mutex.hpp>
 #include <vector>
 
 namespace Tessor::Proc
@@ -17,8 +18,8 @@ namespace Tessor::Proc
 /// stream may only start on a key frame, and that moves the cut for all of them.
 ///
 /// Threads: the cut streams may be read from different threads, if their sources stand a seek while they are read.
-/// Locks: seekMutex before settingsMutex; a cut stream releases its own mutex before it calls SeekToNextPosition or
-/// DetectNewGOPS.
+/// Locks: seekMutex before settingsMutex before sourceMutex; a cut stream releases its own mutex before it calls
+/// SeekToNextPosition or DetectNewGOPS.
 class TESSOR_API FilterCutController final : public IStreamController, public RefCountImpl
 {
 public:
@@ -48,16 +49,25 @@ public:
     SP<T> CutDataTemplate(const SP<T>& item) const;
     avTime Source2Result(avTime t) const;
     avTime Result2Source(avTime t) const;
+    /// How much of the stretch stays.
+    avTime GetResultDuration(avTime start, avTime end) const;
     avTime GetIntervalEndTime(avTime t) const;
     bool IsPointDeleted(avTime t) const;
     /// Jumps over the deleted interval at the position when it is at least 5 s long.
     void SeekToNextPosition(avTime position);
-    /// The same, unless a jump has been completed since GetJumpCount gave that count: then what the caller has read
+    /// The same, unless the sources have been moved since GetMoveCount gave that count: then what the caller has read
     /// comes from before it, and a second jump would bring back what others have read since.
-    void SeekToNextPosition(avTime position, uint64_t jumpsSeen);
-    uint64_t GetJumpCount() const { return jumps; }
-    /// Whether SeekToNextPosition jumps from there.
-    bool JumpsFrom(avTime position) const;
+    void SeekToNextPosition(avTime position, uint64_t movesSeen);
+    /// How often the sources were moved together, failures included.
+    uint64_t GetMoveCount() const { return moves; }
+    /// No source is moved while somebody holds this: for reads that belong together. Nothing else of the controller may
+    /// be called meanwhile but GetMoveCount.
+    boost::shared_lock<boost::shared_mutex> HoldSources()
+    {
+        return boost::shared_lock<boost::shared_mutex>(sourceMutex);
+    }
+    /// For a helper that could not save what lies before a stretch: the jump is left out, and nothing is lost.
+    void RefuseJump() { jumpRefused = true; }
     /// Seeks all sources; true when a stream that starts on key frames only told where it landed, which then counts as
     /// kept from there on.
     bool SeekInputStreams(avTime position, bool seekAgain);
@@ -89,17 +99,20 @@ private:
     void SetIntervals(const SettingsFilterCutController& newSettings);
     void KeepInterval(avTime start, avTime end);
     CutTimeline::Interval GetInterval(avTime t) const;
+    bool JumpsFrom(avTime position) const;
     bool IsGOPPoint(avTime t) const;
     bool HasRawStream() const;
     avTime FindGOPStart() const;
     void SeekSources(avTime position);
-    void SaveBeforeSeek(const CutTimeline::Interval& interval);
-    bool AnyVoteForSeek(avTime end) const;
+    void SaveBeforeSeek(const CutTimeline::Interval& stretch);
+    bool AnyVoteForSeek() const;
 
     std::vector<StreamLink> streams;              // written under both locks, read under either
     mutable boost::recursive_mutex settingsMutex; // guards settings, timeline, gopPoints and gopsDetected
     boost::recursive_mutex seekMutex;             // one seek of the sources at a time
-    std::atomic<uint64_t> jumps{0};               // completed ones; written under seekMutex
+    boost::shared_mutex sourceMutex;              // held to move the sources, shared to keep them where they are
+    std::atomic<uint64_t> moves{0};               // of all sources together; written under sourceMutex
+    std::atomic<bool> jumpRefused{false};         // by a helper, while a jump is prepared
     SettingsFilterCutController settings;         // its list is always optimised
     std::vector<avTime> gopPoints;                // known to be starts of groups: no seek has to find out
     SP<ICodecFactory> codecFactory;               // from Create; null when no compressed streams are cut

@@ -95,7 +95,7 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
     while (!this->IsTerminated())
     {
         const bool wasSaved = !savedData.empty();
-        const uint64_t jumpsSeen = controller->GetJumpCount();
+        const uint64_t movesSeen = controller->GetMoveCount();
         const SP<Item> item = TakeItem();
         if (!item)
             return nullptr;
@@ -116,7 +116,7 @@ auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
             continue; // behind saved items the source stands further on already
         jumped = stretchEnd;
         lock.unlock(); // the jump waits for this stream's helper
-        controller->SeekToNextPosition(pts, jumpsSeen);
+        controller->SeekToNextPosition(pts, movesSeen);
         lock.lock();
     }
     return nullptr;
@@ -133,7 +133,7 @@ void FilterCutControllerStreamImpl<IStreamThis>::RequestSeekInternal(avTime time
 template <class IStreamThis>
 void FilterCutControllerStreamImpl<IStreamThis>::SavePacketsBeforeSeek(avTime start, avTime)
 {
-    saveThread.Start([this, start] { SavePacketsBeforeSeek_thread(start); });
+    saveThread.Start([this, start] { SavePacketsBeforeSeek_thread(start); }, [this] { controller->RefuseJump(); });
 }
 
 template <class IStreamThis>

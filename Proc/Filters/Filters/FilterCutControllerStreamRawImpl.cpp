@@ -18,6 +18,9 @@ using Video = Conf::IFormatCodecVideo;
 namespace
 {
 
+// Further than any packet of sound is long, and far less than a stretch that is jumped over.
+constexpr avTime LARGEST_STEP_BACK = 1000000;
+
 // A length; times that are equal are no distance apart, known or not.
 avTime Distance(avTime start, avTime end)
 {
@@ -96,8 +99,8 @@ void FilterCutControllerStreamRawImpl::AcceptInternal(IStreamVisitor& visitor)
 
 SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
 {
-    if (controller->CutsAreAbsent())
-        return ReadUncut();
+    if (PassesUncut())
+        return ReadPacket();
     bool sought;
     {
         const Lock lock(mutex);
@@ -106,34 +109,35 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
     }
     while (!IsTerminated())
     {
-        avTime next;
-        const uint64_t jumpsSeen = controller->GetJumpCount();
+        avTime next = NoTime, back;
+        uint64_t moves;
         {
             const Lock lock(mutex);
             if (const SP<IDataPacket> packet = TakeOutput())
                 return packet;
-            if (eof)
+            back = rereadFrom;
+            if (back == NoTime && eof)
                 return nullptr;
-            next = GetNextSeekPositionAfterGOP(sought, Caller::Reader);
+            if (back == NoTime)
+                next = GetNextSeekPositionAfterGOP(sought);
+            moves = movesSeen;
         }
         // The jump waits for this stream's own helper thread, which needs the mutex.
         if (next != NoTime)
-            controller->SeekToNextPosition(next, jumpsSeen);
+            controller->SeekToNextPosition(next, moves);
+        if (back != NoTime)
+            Reread(back);
     }
     return nullptr;
 }
 
-/// Without cuts the source passes. What was read while there were some goes out first.
-SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadUncut()
+/// Without cuts the source passes. Where there were some when reading began, groups may still come again.
+bool FilterCutControllerStreamRawImpl::PassesUncut()
 {
     const Lock lock(mutex);
-    if (outputPackets.empty())
-    {
-        queue.PutBufferToQueue();
-        PassGOP();
-    }
-    const SP<IDataPacket> packet = TakeOutput();
-    return packet ? packet : ReadPacket();
+    FollowSource();
+    const bool begun = handled != Place() || !outputPackets.empty() || queue.Position() != NoTime || queue.Size() > 0;
+    return !begun && controller->CutsAreAbsent();
 }
 
 SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadPacket()
@@ -155,25 +159,87 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::TakeOutput()
 void FilterCutControllerStreamRawImpl::RequestSeekInternal(avTime target, SP<IStream> partner)
 {
     controller->DetectNewGOPS(); // before the mapping: it may move starts of intervals
-    const avTime sourceTarget = controller->Result2Source(target);
     {
         const Lock lock(mutex);
         eof = false;
         seekRequested = true;
-        queue.LiftLimit(sourceTarget);
+        handled = Place();
+        movesSeen = NOT_FOLLOWED;
+        savedTo = rereadFrom = NoTime;
     }
-    parentStream->RequestSeek(sourceTarget, partner);
+    parentStream->RequestSeek(controller->Result2Source(target), partner);
 }
 
-avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sought, Caller caller)
+/// After a move of the source what was read of it for later is of no use: it comes again, or was jumped over.
+void FilterCutControllerStreamRawImpl::FollowSource()
 {
-    if (!queue.ReadGOP(parentStream))
+    const uint64_t moves = controller->GetMoveCount();
+    if (movesSeen == moves)
+        return;
+    movesSeen = moves;
+    here = Place();
+    eof = false;
+    // Not as soon as the stretch is reached: the sources may stay where they are after all.
+    queue.Reset(GetStartLimit());
+}
+
+/// However the sources land behind a jump, what comes before the end of the stretch is thrown away; but not what has
+/// become kept because one of them starts on key frames only.
+avTime FilterCutControllerStreamRawImpl::GetStartLimit() const
+{
+    const bool jumped = savedTo != NoTime && controller->IsPointDeleted(savedTo);
+    return jumped ? controller->GetIntervalEndTime(savedTo) : NoTime;
+}
+
+/// Reads a group from one place: no move comes in between.
+bool FilterCutControllerStreamRawImpl::ReadGOP()
+{
+    while (true)
+    {
+        FollowSource();
+        const auto hold = controller->HoldSources();
+        if (controller->GetMoveCount() == movesSeen)
+            return queue.ReadGOP(parentStream);
+    }
+}
+
+avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sought)
+{
+    if (!ReadGOP())
     {
         eof = true;
         return NoTime;
     }
+    here.Advance(queue.GetEntry());
     const avTime gopStart = queue.Position();
     const avTime gopEnd = queue.GetEnd();
+    if (!queue.GoesOn())
+    {
+        firstPiece = pieceEnd = gopStart;
+        piecesKept = false;
+    }
+    if (here <= handled)
+    {
+        piecesKept = true;
+        pieceEnd = gopEnd;
+        queue.SoftReset();
+        return NoTime;
+    }
+    if (video && (queue.IsCutShort() || queue.GoesOn()))
+        return CutPiece(gopEnd, sought);
+    return CutGOP(gopStart, gopEnd, sought);
+}
+
+avTime FilterCutControllerStreamRawImpl::CutGOP(avTime gopStart, avTime gopEnd, bool& sought)
+{
+    // Where stamps repeat or step back a group has no length, and says nothing about what follows. It is not for that
+    // to be lost: it is kept or deleted by its start, as a packet is.
+    if (gopEnd <= gopStart && gopStart != NoTime && !controller->IsPointDeleted(gopStart))
+    {
+        sought = false;
+        PassGOP();
+        return NoTime;
+    }
     const avTime gopDuration = Distance(gopStart, gopEnd);
     if (gopDuration < 0)
     {
@@ -181,14 +247,13 @@ avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sough
         VLOG(31) << "GOP: " << T2S(gopStart) << " + " << T2S(gopDuration) << " = " << T2S(gopEnd);
         return NoTime;
     }
-    const avTime resultStart = controller->Source2Result(gopStart);
-    avTime resultDuration = Distance(resultStart, controller->Source2Result(gopEnd));
+    avTime resultDuration = controller->GetResultDuration(gopStart, gopEnd);
     if (resultDuration < 0)
         return NoTime;
     if (resultDuration == 0)
     {
         seekRequested |= gopEnd == gopStart;
-        return DropGOP(gopStart, sought, caller);
+        return DropGOP(gopStart, sought);
     }
     if (KeyframeSeek() && resultDuration != gopDuration)
         resultDuration = controller->KeepWhole(gopStart, gopEnd);
@@ -200,22 +265,48 @@ avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sough
     return NoTime;
 }
 
-/// Nothing of the group stays. Met right after a seek it just goes: to ask for a jump again would loop.
-avTime FilterCutControllerStreamRawImpl::DropGOP(avTime gopStart, bool& sought, Caller caller)
+/// A piece of a group that the queue can't hold. It can't be decoded without the pieces before it, so that such a group
+/// is neither re-encoded nor parted: once one of its pieces has to be kept all are, from the first one on.
+avTime FilterCutControllerStreamRawImpl::CutPiece(avTime gopEnd, bool& sought)
 {
-    if (sought)
+    const avTime start = pieceEnd; // other packets than key frames may be placed by the end of what they show
+    pieceEnd = std::max(start, gopEnd);
+    const bool kept = start < pieceEnd ? controller->GetResultDuration(start, pieceEnd) > 0
+                                       : !queue.GoesOn() && !controller->IsPointDeleted(start);
+    if (!kept && !piecesKept)
+        return DropGOP(start, sought);
+    sought = false;
+    const bool incomplete = queue.GoesOn() && !piecesKept;
+    controller->KeepWhole(firstPiece, pieceEnd);
+    piecesKept = true;
+    if (incomplete)
     {
+        rereadFrom = firstPiece;
         queue.SoftReset();
-        return NoTime;
     }
-    sought = true;
-    // Without a jump the next group needs the key frame that waits for it.
-    if (caller == Caller::Reader && KeyframeSeek() && controller->JumpsFrom(gopStart))
-        queue.Reset(gopStart);
     else
-        queue.SoftReset();
+        PassGOP();
+    return NoTime;
+}
+
+/// Nothing of the group stays. Met right after a seek it just goes: to ask for a jump again would loop. The key frame
+/// that waits stays for the next group, until the sources are really moved.
+avTime FilterCutControllerStreamRawImpl::DropGOP(avTime gopStart, bool& sought)
+{
+    queue.SoftReset();
+    if (sought)
+        return NoTime;
+    sought = true;
     eof = controller->CheckPositionForEOF(gopStart);
     return KeyframeSeek() && !eof ? gopStart : NoTime;
+}
+
+/// Goes back, with all streams of the file, to a piece that was dropped before it was known to be needed.
+void FilterCutControllerStreamRawImpl::Reread(avTime start)
+{
+    controller->SeekInputStreams(start, false);
+    const Lock lock(mutex);
+    rereadFrom = NoTime;
 }
 
 /// The lossless path: packets are only moved in time.
@@ -233,6 +324,7 @@ void FilterCutControllerStreamRawImpl::PassGOP()
         cut = AddPacketHeader(cut);
         VLOG(31) << "Time shift: " << Times(*packet) << " --> " << Times(*cut) << (cut->IsKeyFrame() ? " (key)" : "");
         outputPackets.push_back(cut);
+        handled = here;
     }
 }
 
@@ -257,6 +349,7 @@ void FilterCutControllerStreamRawImpl::RecodeGOP()
     {
         ++recodedPackets;
         outputPackets.push_back(packet);
+        handled = here;
         VLOG(31) << "New packet: (" << outputPackets.size() << "): PTS=" << T2S(packet->GetPTS())
                  << ", DTS=" << T2S(packet->GetDTS()) << ", duration=" << T2S(packet->GetDuration())
                  << (packet->IsKeyFrame() ? " (key)" : "");
@@ -266,31 +359,38 @@ void FilterCutControllerStreamRawImpl::RecodeGOP()
 
 void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek(avTime start, avTime end)
 {
-    saveThread.Start([this, start, end] { SavePacketsBeforeSeek_thread(start, end); });
+    saveThread.Start([this, start, end] { SavePacketsBeforeSeek_thread(start, end); },
+                     [this] { controller->RefuseJump(); });
 }
 
-void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek_thread(avTime start, avTime end)
+void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek_thread(avTime start, avTime)
 {
-    while (!IsTerminated() && SaveGOP(start))
+    // Stamps of sound may step back: what is to be kept may come after the first packets of the stretch.
+    const avTime saveTo = video ? start : AddTime(start, LARGEST_STEP_BACK);
+    while (!IsTerminated() && SaveGOP(start, saveTo))
     {
     }
-    // However the seek lands, what comes before the end of the stretch is thrown away.
-    queue.Reset(end);
+    const Lock lock(mutex);
+    savedTo = start;
 }
 
-/// Handles one group in front of the stretch; false when there is none any more.
-bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start)
+/// Handles one group that begins before `saveTo`; false when there is none any more.
+bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start, avTime saveTo)
 {
     const Lock lock(mutex);
-    if (eof)
+    FollowSource();
+    if (rereadFrom != NoTime)
+        controller->RefuseJump(); // the reader has to go back before
+    if (rereadFrom != NoTime || eof)
         return false;
     avTime position = queue.Position();
     if (position == NoTime)
         position = parentStream->GetPosition();
-    if (position == NoTime || position >= start)
+    const bool begun = queue.IsCutShort(); // the rest of its group is wherever the source stands
+    if (!begun && (position == NoTime || position >= saveTo))
         return false;
     bool sought = std::exchange(seekRequested, false);
-    const avTime next = GetNextSeekPositionAfterGOP(sought, Caller::Helper);
+    const avTime next = GetNextSeekPositionAfterGOP(sought);
     return next == NoTime || controller->GetIntervalEndTime(next) != start;
 }
 

@@ -47,6 +47,12 @@ SP<IDataPacket> PacketQueue::Pop()
     return packet;
 }
 
+SP<IDataPacket> PacketQueue::Front() const
+{
+    const Lock lock(mutex);
+    return packets.empty() ? nullptr : packets.front();
+}
+
 int32_t PacketQueue::Size() const
 {
     const Lock lock(mutex);

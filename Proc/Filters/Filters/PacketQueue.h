@@ -44,6 +44,8 @@ public:
 protected:
     using Lock = boost::lock_guard<boost::recursive_mutex>;
 
+    /// The oldest packet, which stays; null when there is none.
+    SP<IDataPacket> Front() const;
     /// The lock, for operations that must see one state from their begin to their end.
     boost::recursive_mutex& Mutex() const { return mutex; }
 

@@ -11,6 +11,7 @@ void PacketQueueWithGOP::Reset(avTime limit)
     startLimit = limit;
     nextGOPPacket.reset();
     lastPosition = NoTime;
+    cutShort = goesOn = false;
     SoftReset();
 }
 
@@ -37,8 +38,11 @@ bool PacketQueueWithGOP::ReadGOP(const SP<IStreamRaw>& source)
         const SP<IDataPacket> packet = source->Read();
         if (!packet || EndsGOP(packet))
             break;
+        if (Size() == 0)
+            goesOn = cutShort && !packet->IsKeyFrame();
         Push(packet);
     }
+    cutShort = IsFull();
     VLOG(31) << "GOP: " << Size() << " packets";
     return Size() >= 1;
 }
@@ -51,7 +55,8 @@ bool PacketQueueWithGOP::EndsGOP(const SP<IDataPacket>& packet)
     lastPosition = position;
     if (!packet->IsKeyFrame() || Size() == 0)
         return false;
-    if (position >= startLimit)
+    // where stamps step back, the queued group may lie behind the limit already
+    if (position >= startLimit || PacketQueue::Position() >= startLimit)
     {
         nextGOPPacket = packet;
         return true;
@@ -72,6 +77,7 @@ void PacketQueueWithGOP::PutBufferToQueue()
     else
         lastPosition = NoTime;
     nextGOPPacket.reset();
+    goesOn = false;
 }
 
 avTime PacketQueueWithGOP::GetEnd() const
@@ -81,11 +87,23 @@ avTime PacketQueueWithGOP::GetEnd() const
     return next != NoTime ? next : lastPosition;
 }
 
-void PacketQueueWithGOP::LiftLimit(avTime target)
+avTime PacketQueueWithGOP::GetEntry() const
 {
     const Lock lock(Mutex());
-    if (target < startLimit)
-        startLimit = NoTime;
+    const SP<IDataPacket> first = Front();
+    return first && first->IsKeyFrame() && first->GetPTS() != NoTime ? first->GetPTS() : PacketQueue::Position();
+}
+
+bool PacketQueueWithGOP::IsCutShort() const
+{
+    const Lock lock(Mutex());
+    return cutShort;
+}
+
+bool PacketQueueWithGOP::GoesOn() const
+{
+    const Lock lock(Mutex());
+    return goesOn;
 }
 
 } // namespace Tessor::Proc

@@ -11,7 +11,8 @@ namespace Tessor::Proc
 ///     source   K p p p | K p p ...
 ///     queue    K p p p   K is nextGOPPacket
 ///
-/// A packet without a position never ends a group, key frame or not. Thread-safe.
+/// A packet without a position never ends a group, key frame or not. A group that the queue can't hold comes in pieces,
+/// one a read. Thread-safe.
 class TESSOR_API PacketQueueWithGOP : public PacketQueue
 {
 public:
@@ -34,8 +35,13 @@ public:
     void PutBufferToQueue();
     /// Where the group that was read ends: the position of the waiting key frame, otherwise that of the last packet.
     avTime GetEnd() const;
-    /// For a seek back: a target before the limit takes the limit away.
-    void LiftLimit(avTime target);
+    /// Where the group that was read begins, told alike wherever reading began: the time of its key frame. Its position
+    /// is that of the first picture shown, which an open group lacks when the group before was not read.
+    avTime GetEntry() const;
+    /// The last read stopped because the queue was full: the group goes on in the next one.
+    bool IsCutShort() const;
+    /// The last read went on with a group that was cut short.
+    bool GoesOn() const;
 
 private:
     bool EndsGOP(const SP<IDataPacket>& packet);
@@ -43,6 +49,8 @@ private:
     SP<IDataPacket> nextGOPPacket; // the key frame that ended the last read, not yet in the queue
     avTime lastPosition = NoTime;  // the last position seen, the group's end while no key frame waits
     avTime startLimit = NoTime;    // key frames before it discard their group; set by jumps
+    bool cutShort = false;         // the last read stopped at the bounds; what it left may be in the next one
+    bool goesOn = false;           // what is queued, or was read last, is not the begin of its group
 };
 
 } // namespace Tessor::Proc

@@ -19,12 +19,12 @@ void Join(boost::thread& thread)
 
 } // namespace
 
-void SaveThread::Start(std::function<void()> save)
+void SaveThread::Start(std::function<void()> save, std::function<void()> failed)
 {
     if (thread.joinable())
         former.push_back(std::move(thread));
     thread = boost::thread(
-        [save = std::move(save)]
+        [save = std::move(save), failed = std::move(failed)]
         {
             try
             {
@@ -32,6 +32,7 @@ void SaveThread::Start(std::function<void()> save)
             }
             catch (...)
             {
+                failed();
                 VLOG(11) << boost::current_exception_diagnostic_information(true);
             }
         });
