@@ -81,6 +81,8 @@ TEST(PacketQueueWithGOP, KeepsTheNextKeyFrameThroughASoftResetOnly)
     PacketQueueWithGOP queue(MediaType::None);
     ASSERT_TRUE(queue.ReadGOP(source));
     queue.SoftReset();
+    EXPECT_EQ(static_cast<const PacketQueue&>(queue).Position(), 80 * ms) << "whoever asks";
+    EXPECT_EQ(queue.Size(), 0) << "a question moves nothing";
     EXPECT_EQ(queue.Position(), 80 * ms) << "the waiting key frame moves in";
     EXPECT_EQ(ReadGroups(queue, source, 1), "80K 120 -> 160 | ");
     queue.Reset(100 * ms);

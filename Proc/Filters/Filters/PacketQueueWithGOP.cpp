@@ -29,6 +29,16 @@ avTime PacketQueueWithGOP::Position()
     return PacketQueue::Position();
 }
 
+avTime PacketQueueWithGOP::Position() const
+{
+    const Lock lock(Mutex());
+    // what moving it in would give; a packet without bytes has no position in a queue
+    const bool waits = Size() == 0 && nextGOPPacket && nextGOPPacket->GetSize() > 0;
+    if (waits && nextGOPPacket->GetPosition() >= startLimit)
+        return nextGOPPacket->GetPosition();
+    return PacketQueue::Position();
+}
+
 bool PacketQueueWithGOP::ReadGOP(const SP<IStreamRaw>& source)
 {
     const Lock lock(Mutex());

@@ -23,10 +23,10 @@ public:
     virtual void Reset(avTime limit);
     /// Drops what is queued, and keeps the waiting key frame and the limit.
     virtual void SoftReset();
-    /// As in the base; in an empty queue the waiting key frame counts and is moved in.
+    /// As in the base; in an empty queue the waiting key frame counts, and the non-const form moves it in.
     virtual avTime Position();
+    avTime Position() const override;
 
-    using PacketQueue::Position;
     using PacketQueue::Reset;
 
     /// Reads up to the next key frame, the end of the source or the bounds of the queue. True when there is a packet.
