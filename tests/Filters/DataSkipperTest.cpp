@@ -1,6 +1,16 @@
 #include "Proc/Filters/Filters/DataSkipperStreamImpl.h"
+#include "media/DataVideoFF.h"
 #include "tests/Filters/CutTestTools.h"
+#include "tests/support/Decorators.h"
 
+extern "C"
+{
+#include <libavutil/frame.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace Tessor::Test
@@ -37,6 +47,51 @@ TEST(FrameSkipper, GivesEvenTimesAndFoldsRepeats)
         EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), delivered);
         EXPECT_EQ(PrintTimes(*skipper), times);
     }
+}
+
+/// A frame of 5x3 cut out of a larger one: all that is seen is 7, all that is not is `hidden`. Its memory ends with the
+/// last pixel.
+SP<IDataVideo> Cropped(AVPixelFormat format, uint8_t hidden, bool bottomUp)
+{
+    AVFrame* const frame = av_frame_alloc();
+    frame->format = format;
+    frame->width = 5;
+    frame->height = 3;
+    for (int i = 0; i < av_pix_fmt_count_planes(format); ++i)
+    {
+        const int shift = i == 1 || i == 2 ? av_pix_fmt_desc_get(format)->log2_chroma_h : 0;
+        const ptrdiff_t rows = -(-frame->height >> shift), width = av_image_get_linesize(format, frame->width, i);
+        const ptrdiff_t stride = width + 6, start = stride + 4, size = start + (rows - 1) * stride + width;
+        frame->buf[i] = av_buffer_create(
+            new uint8_t[size], size, [](void*, uint8_t* data) { delete[] data; }, nullptr, 0);
+        std::fill_n(frame->buf[i]->data, size, hidden);
+        for (ptrdiff_t y = 0; y < rows; ++y)
+            std::fill_n(frame->buf[i]->data + start + y * stride, width, uint8_t{7});
+        frame->data[i] = frame->buf[i]->data + start + (bottomUp ? (rows - 1) * stride : 0);
+        frame->linesize[i] = static_cast<int>(bottomUp ? -stride : stride);
+    }
+    return DataVideoFF::Create(frame);
+}
+
+TEST(FrameSkipper, LooksAtVisiblePixelsOnly)
+{
+    for (const AVPixelFormat format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV411P, AV_PIX_FMT_NV12,
+                                       AV_PIX_FMT_YUYV422, AV_PIX_FMT_RGB24, AV_PIX_FMT_GRAY8})
+        for (const bool bottomUp : {false, true})
+        {
+            const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0 40 80"));
+            source->GetFormatCodec()->SetFrameRate(25, 1);
+            source->map = [&](const SP<IDataVideo>& item)
+            {
+                const SP<IDataVideo> frame = Cropped(format, static_cast<uint8_t>(item->GetPTS() / ms), bottomUp);
+                frame->SetPTS(item->GetPTS());
+                frame->SetDuration(item->GetDuration());
+                return frame;
+            };
+            const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter({{0, 1000}})));
+            EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper)), "0:? E") << av_get_pix_fmt_name(format);
+            EXPECT_EQ(PrintTimes(*skipper), "0:120");
+        }
 }
 
 TEST(FrameSkipper, RoundsDownWithNothingLostOnTheWay)

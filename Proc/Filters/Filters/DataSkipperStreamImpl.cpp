@@ -4,7 +4,7 @@
 #include "Fnd/Statistics.h"
 #include "Proc/StreamTemplates/Visitors.h"
 
-#include <string_view>
+#include <string>
 
 extern "C"
 {
@@ -17,7 +17,17 @@ namespace Tessor::Proc
 namespace
 {
 
-// Whole planes with the padding of their rows: repeats of one picture lie in memory of the same layout.
+/// Of the pixels alone: what lies between rows may differ, and behind the last one of a cropped frame no memory
+/// follows.
+uint64_t HashPlane(const Details::PlaneTemplate<true>& plane)
+{
+    std::string pixels;
+    pixels.reserve(plane.GetRowBytes() * plane.GetHeight());
+    for (size_t y = 0; y < plane.GetHeight(); ++y)
+        pixels.append(reinterpret_cast<const char*>(plane.GetOffsetPtr(0, y)), plane.GetRowBytes());
+    return std::hash<std::string>()(pixels);
+}
+
 uint64_t HashPicture(const SP<IDataVideo>& frame)
 {
     if (!frame)
@@ -25,12 +35,7 @@ uint64_t HashPicture(const SP<IDataVideo>& frame)
     const IDataVideo& picture = *frame;
     uint64_t sum = 0;
     for (int i = 0, count = GetPlanesCount(picture); i < count; ++i)
-    {
-        const auto plane = picture.GetPlane(i).MakePositive();
-        const size_t bytes = static_cast<size_t>(plane.GetStride()) * plane.GetHeight();
-        const auto* start = reinterpret_cast<const char*>(plane.GetOffsetPtr(0, 0));
-        sum += std::hash<std::string_view>()(std::string_view(start, bytes));
-    }
+        sum += HashPlane(picture.GetPlane(i).MakePositive());
     return sum;
 }
 
