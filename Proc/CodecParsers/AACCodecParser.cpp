@@ -84,11 +84,13 @@ uint32_t ReadSampleRate(Core::DataBitInput& input, uint8_t& index)
     return rate;
 }
 
-/// Explicit signalling of SBR and PS: the extension's rate, then the object type of what is underneath.
+/// Explicit signalling of SBR and PS: the extension's rate, then the object type of what is underneath. Both are taken
+/// in place of what stood before.
 void ReadExtension(Core::DataBitInput& input, AudioSpecificConfig& config)
 {
-    uint8_t extensionIndex = 0;
-    ReadSampleRate(input, extensionIndex);
+    config.coreSampleRate = config.sampleRate;
+    config.coreFrequencyIndex = config.frequencyIndex;
+    config.sampleRate = ReadSampleRate(input, config.frequencyIndex);
     config.objectType = getObjectType(input);
     if (config.objectType == errorResilientBSAC)
         input.ReadBits(4); // extensionChannelConfiguration
@@ -274,14 +276,16 @@ ADTSHeader ASCtoADTS(const AudioSpecificConfig& config)
 {
     if (config.objectType >= 4)
         Throw<Exception>(TESSOR_HERE, "Given MPEG-4 AOT is not allowed in ADTS");
-    if (config.frequencyIndex >= writtenOutRate)
+    const bool extended = config.coreSampleRate != 0;
+    const uint32_t rate = extended ? config.coreSampleRate : config.sampleRate;
+    const uint8_t index = extended ? config.coreFrequencyIndex : config.frequencyIndex;
+    if (index >= writtenOutRate)
         Throw<Exception>(TESSOR_HERE, "Illegal sample rate index for ADTS");
     if (config.channelConfiguration > 7)
         Throw<Exception>(TESSOR_HERE, "Invalid channel configuration!");
     DemandPCE(config);
     constexpr uint8_t protectionAbsent = 1;
-    return {config.sampleRate, config.objectType,           config.frequencyIndex,
-            protectionAbsent,  config.channelConfiguration, config.pce};
+    return {rate, config.objectType, index, protectionAbsent, config.channelConfiguration, config.pce};
 }
 
 SP<const IBlob> ADTSHeaderToASCExtradata(const SP<const IBlob>& extradata)

@@ -26,7 +26,8 @@ struct ADTSHeader
     SP<const IBlob> pce; ///< from CopyPCEData, with channel configuration 0; null where the first element is another
 };
 
-/// What an AudioSpecificConfig says of the stream's core: of SBR and PS (HE-AAC) it is the coding underneath.
+/// What an AudioSpecificConfig says of the stream. Where it names SBR or PS (HE-AAC), the rate is that of the extension
+/// and the object type that of the coding underneath, its core.
 struct TESSOR_API AudioSpecificConfig
 {
     uint32_t sampleRate = 0; ///< Hz
@@ -34,6 +35,9 @@ struct TESSOR_API AudioSpecificConfig
     uint8_t frequencyIndex = 0; ///< 15 for a rate that the table does not hold
     uint8_t channelConfiguration = 0;
     SP<const IBlob> pce; ///< from CopyPCEData, with channel configuration 0
+    // The core's own, where an extension has taken its place above; otherwise 0.
+    uint32_t coreSampleRate = 0; ///< Hz
+    uint8_t coreFrequencyIndex = 0;
 
     /// 0 for the indexes 13 to 15. Throws Exception for higher ones.
     static uint32_t SamplingIndexToSampleRate(uint8_t index);
@@ -68,8 +72,9 @@ TESSOR_API SP<const IBlob> AudioSpecificConfigToData(const AudioSpecificConfig& 
 /// Throws Exception for a PCE that is missing.
 TESSOR_API AudioSpecificConfig ADTStoASC(const ADTSHeader& header);
 
-/// A header without error check. Throws Exception for what ADTS can't say: other object types than 1 to 3, rates that
-/// are not in the table, channel configurations above 7, and for a PCE that is missing.
+/// A header without error check, with the rate of the core: ADTS says nothing of extensions. Throws Exception for what
+/// ADTS can't say: other object types than 1 to 3, rates that are not in the table, channel configurations above 7, and
+/// for a PCE that is missing.
 TESSOR_API ADTSHeader ASCtoADTS(const AudioSpecificConfig& config);
 
 /// The ADTS header as an AudioSpecificConfig; extradata without one is returned as given.
