@@ -89,7 +89,7 @@ Json AAC(const uint8_t* data, size_t size)
 Json MPEG2(const uint8_t* data, size_t size)
 {
     Parsers::MPEG2_Config config;
-    Parsers::DecodeMPEG2Config(data, size, config);
+    Parsers::DecodeMPEG2Config(data, Parsers::GetMPEG2ConfigSize(data, size), config);
     return {{"horizontal_size", config.horizontal_size_extension << 12 | config.horizontal_size_value},
             {"vertical_size", config.vertical_size_extension << 12 | config.vertical_size_value},
             {"aspect_ratio_information", config.aspect_ratio_information},

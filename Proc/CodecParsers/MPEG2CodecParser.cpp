@@ -96,6 +96,12 @@ void DecodeMPEG2Config(const uint8_t* data, size_t size, MPEG2_Config& config)
     Derive(config);
 }
 
+size_t GetMPEG2ConfigSize(const uint8_t* data, size_t size)
+{
+    const size_t extension = FindStartCodeOf(data, size, extensionStartCode);
+    return FindStartCode(data, size, std::min(extension + 3, size));
+}
+
 SP<IDataPacket> MPEG2_AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& extradata)
 {
     return AddPacketHeader(packet, extradata, sequenceHeaderCode);

@@ -61,6 +61,10 @@ enum MPEG1_2_Picture_Type : int
 /// filled.
 TESSOR_API void DecodeMPEG2Config(const uint8_t* data, size_t size, MPEG2_Config& config);
 
+/// Bytes up to the end of the sequence extension, for DecodeMPEG2Config: what stands there next may be an extension
+/// that it does not know, such as that of the display.
+TESSOR_API size_t GetMPEG2ConfigSize(const uint8_t* data, size_t size);
+
 /// A packet with the extradata in front. The packet itself when it begins with a sequence header, is null, or there is
 /// no extradata.
 TESSOR_API SP<IDataPacket> MPEG2_AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& extradata);

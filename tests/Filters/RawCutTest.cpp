@@ -78,9 +78,10 @@ TEST(RawCut, PutsMPEGHeadersInFrontOfKeyFrames)
 {
     for (const auto& [codec, headed] : {std::pair(MPEG4, true), {MPEG2, true}, {H265, false}})
     {
-        const RawRig rig({{0, 80}}, "0K 40 80K 120", FakeCodecs::Create(), codec, {1, 2, 3});
+        const Bytes header{0, 0, 1, 0xB3, 0x2D, 0x02, 0x40, 0x33, 0xFF, 0xFF, 0xE0, 0x18};
+        const RawRig rig({{0, 80}}, "0K 40 80K 120", FakeCodecs::Create(), codec, header);
         Seek(rig.cut, 0); // back from where the search ended
-        EXPECT_EQ(rig.cut->Read()->GetSize(), headed ? 7 : 4) << codec;
+        EXPECT_EQ(rig.cut->Read()->GetSize(), headed ? 16 : 4) << codec;
         EXPECT_EQ(rig.cut->Read()->GetSize(), 4) << codec;
     }
 }
@@ -352,7 +353,8 @@ TEST(RecodeSettings, FollowTheHeaders)
          {std::tuple(MPEG4, visual(0xF5), "mpeg4_advanced_simple", 5),
           {MPEG4, visual(0x01), "mpeg4_simple", 1},
           {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x01, 0, 0}, "mpeg2_main", 8},
-          {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x03, 0, 0}, "mpeg2_422", 8}})
+          {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x03, 0, 0}, "mpeg2_422", 8},
+          {MPEG2, sequence + Bytes{0x14, 0x8A, 0, 0x01, 0, 0, 0, 0, 1, 0xB5, 0x23, 5, 5}, "mpeg2_main", 8}})
     {
         const Core::Property options = Asked(codec, header)[Video::TAG_CODEC_OPTIONS_ENCODE];
         EXPECT_EQ(options[Video::TAG_PROFILE].GetString(), profile);
@@ -363,7 +365,10 @@ TEST(RecodeSettings, FollowTheHeaders)
         for (const Bytes& broken : {Bytes{0}, {0, 0, 1, 0xB3, 1}, {1, 2, 3}, {0, 0, 1, 0x67}})
         {
             const auto codecs = FakeCodecs::Create({{ImplNames::FFMPEG, {.extradata = broken}}});
-            EXPECT_NO_THROW(RawRig({{0, 200}}, gops, codecs, codec, broken)) << codec << " " << broken.size();
+            if (codec == MPEG2)
+                EXPECT_THROW(RawRig({{0, 200}}, gops, codecs, codec, broken), Exception) << broken.size();
+            else
+                EXPECT_NO_THROW(RawRig({{0, 200}}, gops, codecs, codec, broken)) << codec << " " << broken.size();
         }
 }
 

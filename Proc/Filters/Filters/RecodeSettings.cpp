@@ -196,9 +196,10 @@ std::string GetMPEG2Profile(const MPEG2_Config& config)
 
 void RecoverMPEG2(const Conf::IFormatCodec& sourceFormat, const HeaderBytes& header, Core::Property& recodeFormat)
 {
+    // No packet of an encoder is compared with this header: what is wrong with it ends the search.
     MPEG2_Config config;
-    if (TryToDecode("MPEG-2", [&] { DecodeMPEG2Config(header.data, header.size, config); }))
-        StoreProfile(sourceFormat, recodeFormat, GetMPEG2Profile(config), config.level);
+    DecodeMPEG2Config(header.data, GetMPEG2ConfigSize(header.data, header.size), config);
+    StoreProfile(sourceFormat, recodeFormat, GetMPEG2Profile(config), config.level);
 }
 
 void RecoverWMV2(const HeaderBytes& header, Core::Property& recodeFormat)
