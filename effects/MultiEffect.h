@@ -51,13 +51,13 @@ public:
 
     void ReleaseInternalData() override
     {
-        for (const SP<Interface>& member : members)
+        for (const SP<Interface>& member : GetMembers())
             member->ReleaseInternalData();
     }
     void SetTimeToProgress(const TimeToProgress& newRange) override
     {
         Base::SetTimeToProgress(newRange);
-        for (const SP<Interface>& member : members)
+        for (const SP<Interface>& member : GetMembers())
             member->SetTimeToProgress(newRange);
     }
     FrameAllocType GetFrameAllocType() const override
@@ -66,7 +66,7 @@ public:
     }
     void UpdateFormat(SP<Format>& format) override
     {
-        for (const SP<Interface>& member : members)
+        for (const SP<Interface>& member : GetMembers())
             member->UpdateFormat(format);
     }
 
@@ -84,9 +84,12 @@ private:
     }
     void ProcessItem(SP<Item>& item) override
     {
-        for (const SP<Interface>& member : members)
+        for (const SP<Interface>& member : GetMembers())
             member->Process(item);
     }
+
+    /// A copy: new settings, which a member may bring while it runs, replace them.
+    std::vector<SP<Interface>> GetMembers() const { return members; }
 
     const SP<const IEffectFactory> factory;
     const std::string implName;

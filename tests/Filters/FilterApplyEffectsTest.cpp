@@ -179,6 +179,25 @@ TEST_F(FilterApplyEffects, TreesFormatsAndSeeks)
     EXPECT_EQ(ReadAll(video), "40 E");
 }
 
+TEST_F(FilterApplyEffects, AnEffectMayEditTheChainThatItRunsIn)
+{
+    std::function<void()> edit;
+    factory->behaviours["editor"] = {.drops = [&](IData&) { return edit(), false; }};
+    const SP<IFilterApplyEffectsVideo> video = Video(ScriptedVideo::Create("0 40"), {"editor", "last"});
+    edit = [&]
+    {
+        video->ClearEffects();
+        video->AddEffect(Core::Property("new"), "impl");
+    };
+    EXPECT_EQ(ReadSome(video, 1), "0");
+    EXPECT_EQ(factory->log->Take(), "editor.Process new new/impl last.Process");
+    EXPECT_EQ(DescribeChain(*video), "new");
+    const SP<IFilterApplyEffectsAudio> audio = Audio("0 40", {"editor", "last"});
+    edit = [&] { audio->ClearEffects(); };
+    EXPECT_EQ(ReadSome(audio, 1), "0");
+    EXPECT_EQ(factory->log->Take(), "editor.Process last.Process");
+}
+
 TEST_F(FilterApplyEffects, ASlowParentDoesNotBlockChanges)
 {
     const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create("0 40"));

@@ -54,7 +54,8 @@ public:
     void AddMultiEffect(const Settings& settings, const std::string& implementation, const TimeToProgress& range);
     void Clear() { effects.clear(); }
 
-    const std::vector<SP<Effect>>& GetEffects() const { return effects; }
+    /// A copy: what runs may edit the chain that it runs in.
+    std::vector<SP<Effect>> GetEffects() const { return effects; }
     /// What the first effect works in.
     FrameAllocType GetFrameAllocType() const
     {
@@ -149,7 +150,7 @@ template <class Effect>
 std::vector<Core::Property> EffectChain<Effect>::GetSettings() const
 {
     std::vector<Core::Property> trees;
-    for (const SP<Effect>& effect : effects)
+    for (const SP<Effect>& effect : GetEffects())
         trees.push_back(effect->GetSettings());
     return trees;
 }
@@ -160,7 +161,7 @@ auto EffectChain<Effect>::UpdateFormat(const SP<Format>& parentFormat) const -> 
     if (!parentFormat)
         return nullptr;
     SP<Format> format = parentFormat->Clone();
-    for (const SP<Effect>& effect : effects)
+    for (const SP<Effect>& effect : GetEffects())
         effect->UpdateFormat(format);
     return format;
 }
@@ -168,14 +169,14 @@ auto EffectChain<Effect>::UpdateFormat(const SP<Format>& parentFormat) const -> 
 template <class Effect>
 void EffectChain<Effect>::AddStatistics(Core::Property& record) const
 {
-    for (const SP<Effect>& effect : effects)
+    for (const SP<Effect>& effect : GetEffects())
         record.Add(effect->GetStatistic());
 }
 
 template <class Effect>
 void EffectChain<Effect>::PollStatistics() const
 {
-    for (const SP<Effect>& effect : effects)
+    for (const SP<Effect>& effect : GetEffects())
         effect->GetStatistic();
 }
 
