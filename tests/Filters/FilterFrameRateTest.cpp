@@ -1,9 +1,11 @@
 #include "Proc/Filters/Filters/FilterFrameRateAdjust.h"
 
+#include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace Tessor::Test
 {
@@ -66,6 +68,20 @@ TEST(FilterFrameRate, TellsItsRate)
     EXPECT_EQ(filter->GetFormatCodec()->GetProperties()[Conf::IFormatCodecVideo::TAG_FPS].GetRatio(), Ratio(24, 1));
     source->SetFormat(nullptr);
     EXPECT_THROW(filter->GetFormatCodec(), FilterException);
+}
+
+TEST(FilterFrameRate, CountsItsOwnTimeAndNotItsParents)
+{
+    for (const auto create : {&FilterFrameRate::CreateEx, &FilterFrameRateAdjust::Create})
+    {
+        const auto source = Hooked<IStreamVideo>::Create(ScriptedVideo::Create(Regular(300)));
+        source->beforeRead = [] { std::this_thread::sleep_for(std::chrono::milliseconds(1)); };
+        const SP<IStreamVideoEx> filter = create(source, rate25);
+        ReadAll(filter);
+        const long long time = (filter->GetStatistic().end() - 1)->FindChild("time")->GetInt64();
+        EXPECT_GT(time, 0);
+        EXPECT_LT(time, 300000);
+    }
 }
 
 TEST(FilterFrameRate, ImpossibleRatesAreRefused)

@@ -1,5 +1,6 @@
 #include "Proc/Filters/Filters/FilterFrameRate.h"
 
+#include "Fnd/TimerSimple.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Settings/DataHelper.h"
 #include "Proc/StreamTemplates/Visitors.h"
@@ -136,13 +137,14 @@ int32_t FilterFrameRate::GetSlotAt(avTime time) const
 SP<IDataVideo> FilterFrameRate::ReadInternal()
 {
     const auto lock = LockMutex();
+    const Core::TimerSimple timer(statisticsTime);
     const avTime total = parentStream->GetDuration();
     if (lastEnd >= total)
     {
         current.reset();
         return nullptr;
     }
-    if (!current && !(current = parentStream->Read()))
+    if (!current && !(current = ReadParent()))
         return nullptr;
 
     const avTime slotBegin = GetSlotBegin(frameNumber);
@@ -165,6 +167,18 @@ SP<IDataVideo> FilterFrameRate::ReadInternal()
     return result;
 }
 
+SP<IDataVideo> FilterFrameRate::ReadParent()
+{
+    long long parentTime = 0;
+    SP<IDataVideo> frame;
+    {
+        const Core::TimerSimple timer(parentTime);
+        frame = parentStream->Read();
+    }
+    statisticsTime -= parentTime;
+    return frame;
+}
+
 SP<IDataVideo> FilterFrameRate::ChooseFrame(avTime slotBegin, avTime slotEnd, avTime limit)
 {
     SP<IDataVideo> best;
@@ -182,7 +196,7 @@ SP<IDataVideo> FilterFrameRate::ChooseFrame(avTime slotBegin, avTime slotEnd, av
         }
         if (begin >= slotEnd || end >= limit)
             break;
-        SP<IDataVideo> next = parentStream->Read();
+        SP<IDataVideo> next = ReadParent();
         if (!next)
             break;
         current = std::move(next);

@@ -39,6 +39,10 @@ protected:
     /// For the adjusting form, which has state under the same mutex.
     std::unique_lock<std::recursive_mutex> LockMutex() const { return std::unique_lock(mutex); }
 
+    /// The parent's next frame; the time that it takes is not counted as this filter's.
+    SP<IDataVideo> ReadParent();
+
+    long long statisticsTime = 0;      // of reads, microseconds; under the mutex
     unsigned long statisticsCount = 0; // frames delivered; under the mutex
 
 private:
@@ -57,8 +61,6 @@ private:
     int32_t GetSlotAt(avTime time) const;
     /// The frame that covers the slot best, out of the one in hand and those behind it. Reads to the end of the slot.
     SP<IDataVideo> ChooseFrame(avTime slotBegin, avTime slotEnd, avTime limit);
-
-    long long statisticsTime = 0; // microseconds; this filter's own work is too little to be measured
 
     mutable std::recursive_mutex mutex; // guards all members below, also while the parent is read
     Core::Property::Ratio frameRate;    // of the output

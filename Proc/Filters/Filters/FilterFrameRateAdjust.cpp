@@ -1,5 +1,7 @@
 #include "Proc/Filters/Filters/FilterFrameRateAdjust.h"
 
+#include "Fnd/TimerSimple.h"
+
 #include <boost/math/special_functions/round.hpp>
 #include <boost/math/special_functions/trunc.hpp>
 
@@ -32,7 +34,8 @@ FilterFrameRateAdjust::~FilterFrameRateAdjust()
 SP<IDataVideo> FilterFrameRateAdjust::ReadInternal()
 {
     const auto lock = LockMutex();
-    SP<IDataVideo> next = parentStream->Read();
+    const Core::TimerSimple timer(statisticsTime);
+    SP<IDataVideo> next = ReadParent();
     SP<IDataVideo> result;
     if (!next)
     {
@@ -43,7 +46,7 @@ SP<IDataVideo> FilterFrameRateAdjust::ReadInternal()
     if (!pending)
     {
         pending.swap(next);
-        next = parentStream->Read();
+        next = ReadParent();
     }
     if (next)
     {
