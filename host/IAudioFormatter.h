@@ -20,8 +20,10 @@ public:
     virtual void Push(SP<IDataAudio>& block) = 0;
     /// The next block of that duration, null where too little is held. `flush`: then what is left, null for nothing.
     virtual SP<IDataAudio> Get(avTime duration, bool flush) = 0;
-    /// Drops what is held; the next block starts at `time`, or where the next one pushed does for NoTime.
+    /// Drops what is held; the next block starts where the next one pushed does, or at `time` if that has none.
     virtual void Reset(avTime time) = 0;
+    /// Brings what is held to that format, with which the blocks to be pushed come.
+    virtual void Convert(const Conf::SampleInfo& format) = 0;
 };
 
 } // namespace Tessor::Proc

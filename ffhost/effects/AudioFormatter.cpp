@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/Settings/IPreset.h"
 #include "ffhost/effects/Frames.h"
+#include "ffhost/effects/Resampler.h"
 #include "media/DataAudioFF.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ void AudioFormatter::Push(SP<IDataAudio>& block)
     if (!taken || taken->GetSampleCount() == 0)
         return;
     if (!time.isInit())
-        time.Reset(taken->GetPTS());
+        time.Reset(taken->GetPTS() != NoTime ? taken->GetPTS() : defaultStart);
     blocks.push_back(taken);
 }
 
@@ -59,7 +60,27 @@ void AudioFormatter::Reset(avTime newTime)
 {
     blocks.clear();
     firstUsed = 0;
-    time.Reset(newTime);
+    time.Reset(NoTime);
+    defaultStart = newTime;
+    StartGrid();
+}
+
+void AudioFormatter::Convert(const Conf::SampleInfo& format)
+{
+    const auto fits = [&](const SP<IDataAudio>& block) { return block->GetSampleInfo() == format; };
+    if (std::all_of(blocks.begin(), blocks.end(), fits))
+        return;
+    std::deque<SP<IDataAudio>> converted;
+    while (!blocks.empty())
+    {
+        SP<IDataAudio> run = Gather(static_cast<int>(CountHeld())), rest;
+        Resampler resampler(nullptr);
+        resampler.Init(format);
+        for (SP<IDataAudio>* part : {&run, &rest})
+            if (resampler.Process(*part); *part)
+                converted.push_back(*part);
+    }
+    blocks = std::move(converted);
     StartGrid();
 }
 

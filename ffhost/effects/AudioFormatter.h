@@ -22,6 +22,7 @@ public:
     /// Throws AlgorithmException for a duration that is not above 0.
     SP<Proc::IDataAudio> Get(avTime duration, bool flush) override;
     void Reset(avTime time) override;
+    void Convert(const Conf::SampleInfo& format) override;
 
 private:
     /// Samples of one format, in a row.
@@ -32,8 +33,9 @@ private:
     void StartGrid();
 
     std::deque<SP<Proc::IDataAudio>> blocks;
-    int firstUsed = 0;    // samples of the first block that have been delivered
-    Proc::AudioTime time; // of the next sample out; unset until a block or a reset tells it
+    int firstUsed = 0;            // samples of the first block that have been delivered
+    Proc::AudioTime time;         // of the next sample out; unset until a block comes
+    avTime defaultStart = NoTime; // of the last reset: what a first block without a time of its own gets
     // The grid on which blocks end: both count from the last reset or change of format.
     avTime askedTime = 0;     // durations asked for
     long long givenCount = 0; // samples delivered

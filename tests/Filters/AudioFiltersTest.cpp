@@ -166,7 +166,7 @@ TEST(AudioShells, NothingHeldSurvivesASeekOrARelease)
     Seek(filter, 40 * ms);
     EXPECT_EQ(ReadSome(filter, 1, Show::Values), "40:30=2");
     filter->ReleaseInternalData();
-    EXPECT_EQ(ReadSome(filter, 1, Show::Values), "0:30=3") << "times start from zero";
+    EXPECT_EQ(ReadSome(filter, 1, Show::Values), "80:30=3") << "times go on";
 
     const SP<IFilterResample> resampler = Resample(ScriptedAudio::Create("0=1 40=2 80=3"));
     resampler->InitByFormat(ScriptedAudio::Create("0", 96000)->GetFormatCodec());
@@ -264,7 +264,25 @@ TEST(FilterAudioMixer, ShortBlocksAreFilledWithSilence)
     const SP<IFilterAudioMixer> mixer = Mixer({{ScriptedAudio::Create("0:150=7"), 100}});
     EXPECT_EQ(ReadSome(mixer, 1, Show::Values), "0:100=7");
     mixer->AddStream(FivesOf({SampleFormats::S16, 48000, ChannelLayout::Stereo}, 4800), 100);
-    EXPECT_EQ(ReadAll(mixer, Show::Values), "100:50=7 E") << "mono, from before the mix became stereo, is dropped";
+    EXPECT_EQ(ReadAll(mixer, Show::Values), "100:50=10 E");
+}
+
+TEST(FilterAudioMixer, AStreamOfAnotherFormatJoinsARunningMixWithoutAHole)
+{
+    const SP<IFilterAudioMixer> mixer =
+        Mixer({{ScriptedAudio::Create("0:130=1000 130:370=1000"), 100}, {ScriptedAudio::Create("0:500=200"), 100}});
+    EXPECT_EQ(ReadSome(mixer, 2, Show::Values), "0=1200 100=1200");
+    mixer->AddStream(FivesOf({SampleFormats::S16, 48000, ChannelLayout::Stereo}, 14400), 100);
+    for (int i = 2; i < 5; ++i)
+    {
+        const SP<IDataAudio> block = mixer->Read();
+        EXPECT_EQ(block->GetPTS(), i * 100 * ms);
+        ASSERT_EQ(block->GetSampleCount(), 4800) << "what was held of the former format counts";
+        const auto* samples = reinterpret_cast<const int16_t*>(block->GetConstAudioRef().data);
+        EXPECT_EQ(std::vector<int>(samples, samples + 9600), std::vector<int>(9600, 853))
+            << "5, and 1200 by the root of 2";
+    }
+    EXPECT_EQ(ReadAll(mixer), "E");
 }
 
 TEST(FilterAudioMixer, StreamsGoByTheirPlaces)

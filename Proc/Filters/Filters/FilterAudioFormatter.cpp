@@ -83,6 +83,12 @@ void FilterAudioFormatter::SetPacketDuration(avTime duration)
     packetDuration = duration;
 }
 
+void FilterAudioFormatter::SetFormat(const Conf::SampleInfo& format)
+{
+    const std::lock_guard lock(mutex);
+    engine->Convert(format);
+}
+
 void FilterAudioFormatter::AcceptInternal(IStreamVisitor& visitor)
 {
     Visitors::ProcessStandartVisitors(visitor, "FilterAudioFormatter", FRAME_ALLOC_CPU, nullptr);

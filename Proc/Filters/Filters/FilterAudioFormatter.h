@@ -33,6 +33,7 @@ private:
     Core::Property GetStatistic() const override;
     SP<Conf::IFormatCodecAudio> GetFormatCodec() const override { return parentStream->GetFormatCodec(); }
     void SetPacketDuration(avTime duration) override;
+    void SetFormat(const Conf::SampleInfo& format) override;
 
     void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataAudio> ReadInternal() override;

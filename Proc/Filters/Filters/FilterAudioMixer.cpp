@@ -155,7 +155,7 @@ std::vector<Audio2Mix> FilterAudioMixer::FitInputs(std::vector<Input>& inputs, c
     for (Input& input : inputs)
     {
         AudioRef audio = input.block->GetConstAudioRef();
-        // A formatter may still hold samples from before the common format changed.
+        // a host's own resampler or formatter may not have followed the common format
         if (!CanBeAdded(audio, sum))
         {
             LOG(WARNING) << "Dropping audio block of another format than the mix.";
@@ -188,7 +188,7 @@ FilterAudioMixer::Index FilterAudioMixer::AddStream(SP<IStreamAudio> stream, int
     Conf::SampleInfo common = former;
     common.MergeWith(format->GetSampleInfo());
     if (!(common == former))
-        InitResamplers(common);
+        InitChains(common);
 
     AudioStreamChain chain;
     chain.source = stream;
@@ -210,7 +210,7 @@ void FilterAudioMixer::RemoveStream(Index id)
     chains.erase(chains.begin() + id);
     const Conf::SampleInfo common = GetResampleSettings();
     if (!(common == former))
-        InitResamplers(common);
+        InitChains(common);
 }
 
 void FilterAudioMixer::RemoveStream(SP<IStreamAudio> stream)
@@ -237,7 +237,7 @@ void FilterAudioMixer::SetVolume(Index id, int volume)
 
 void FilterAudioMixer::UpdateResampleSettings()
 {
-    InitResamplers(GetResampleSettings());
+    InitChains(GetResampleSettings());
 }
 
 Conf::SampleInfo FilterAudioMixer::GetResampleSettings() const
@@ -249,10 +249,13 @@ Conf::SampleInfo FilterAudioMixer::GetResampleSettings() const
     return common;
 }
 
-void FilterAudioMixer::InitResamplers(const Conf::SampleInfo& common)
+void FilterAudioMixer::InitChains(const Conf::SampleInfo& common)
 {
     for (const AudioStreamChain& chain : chains)
+    {
         chain.resampler->Init(common);
+        chain.formatter->SetFormat(common);
+    }
 }
 
 } // namespace Tessor::Proc

@@ -64,7 +64,8 @@ private:
 
     /// The format in which all streams meet, computed anew.
     Conf::SampleInfo GetResampleSettings() const;
-    void InitResamplers(const Conf::SampleInfo& common);
+    /// Everything in them turns to that format, what they hold included.
+    void InitChains(const Conf::SampleInfo& common);
     /// One block of every stream that still delivers.
     std::vector<Input> ReadInputs();
     /// The blocks in lines as the sum has them. Where that takes a copy it replaces the input's block.
