@@ -3,13 +3,17 @@
 #include "Fnd/Exception.h"
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/PictureView.h"
+#include "media/AudioTime.h"
 
 extern "C"
 {
+#include <libavutil/mathematics.h>
 #include <libavutil/pixdesc.h>
 }
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <type_traits>
 
 namespace Tessor::Host
@@ -58,46 +62,77 @@ int FindBlack(const AVFrame& picture, const AVPixFmtDescriptor& description, int
     return limited ? 16 * scale : 0;
 }
 
+/// The levels of samples, one after the other.
+class LevelClock
+{
+public:
+    /// The first sample is that of number `sample` from time 0 on.
+    LevelClock(std::function<double(avTime)> levelAt, long long sample, int rate)
+        : levelAt(std::move(levelAt)), rate(rate)
+    {
+        const long long second = sample / rate - (sample % rate < 0 ? 1 : 0);
+        start = av_rescale(second, microseconds, 1); // NoTime where that is no time any more
+        inSecond = sample - second * rate;
+    }
+
+    /// Most samples lie between two whole microseconds: in a line between their levels.
+    double Next()
+    {
+        const avTime time = AddTime(start, inSecond * microseconds / rate);
+        const double part = static_cast<double>(inSecond * microseconds % rate) / rate;
+        ++inSecond;
+        const double level = levelAt(time);
+        return part == 0 ? level : level + (levelAt(AddTime(time, 1)) - level) * part;
+    }
+
+private:
+    static constexpr long long microseconds = 1000000;
+
+    const std::function<double(avTime)> levelAt;
+    const int rate;
+    avTime start;       // of the second in which the first sample lies
+    long long inSecond; // the next sample, counted from there
+};
+
 template <class Sample>
-void FadeSamples(const AudioRef& audio, double first, double last)
+void FadeSamples(const AudioRef& audio, LevelClock clock)
 {
     constexpr double bias = std::is_same_v<Sample, uint8_t> ? 128 : 0;
     const bool planar = audio.sampleInfo.GetFormat().planar;
     const int channels = planar ? 1 : audio.sampleInfo.GetChannelCount();
-    for (uint8_t* plane : GetPlanes(audio))
+    const Planes planes = GetPlanes(audio);
+    for (int i = 0; i < audio.sampleCount; ++i)
     {
-        auto* sample = reinterpret_cast<Sample*>(plane);
-        for (int i = 0; i < audio.sampleCount; ++i)
-        {
-            const double gain = first + (last - first) * i / audio.sampleCount;
-            for (int c = 0; c < channels; ++c, ++sample)
+        const double gain = clock.Next();
+        for (uint8_t* plane : planes)
+            for (int c = 0; c < channels; ++c)
             {
-                const double scaled = (static_cast<double>(*sample) - bias) * gain + bias;
-                *sample = static_cast<Sample>(std::is_integral_v<Sample> ? std::floor(scaled + 0.5) : scaled);
+                Sample& sample = reinterpret_cast<Sample*>(plane)[i * channels + c];
+                const double scaled = (static_cast<double>(sample) - bias) * gain + bias;
+                sample = static_cast<Sample>(std::is_integral_v<Sample> ? std::floor(scaled + 0.5) : scaled);
             }
-        }
     }
 }
 
-void FadeBlock(const AudioRef& audio, double first, double last)
+void FadeBlock(const AudioRef& audio, const LevelClock& clock)
 {
     switch (audio.sampleInfo.GetFormat().format)
     {
     case Conf::SampleFormats::U8:
     case Conf::SampleFormats::U8P:
-        return FadeSamples<uint8_t>(audio, first, last);
+        return FadeSamples<uint8_t>(audio, clock);
     case Conf::SampleFormats::S16:
     case Conf::SampleFormats::S16P:
-        return FadeSamples<int16_t>(audio, first, last);
+        return FadeSamples<int16_t>(audio, clock);
     case Conf::SampleFormats::S32:
     case Conf::SampleFormats::S32P:
-        return FadeSamples<int32_t>(audio, first, last);
+        return FadeSamples<int32_t>(audio, clock);
     case Conf::SampleFormats::Float:
     case Conf::SampleFormats::FloatP:
-        return FadeSamples<float>(audio, first, last);
+        return FadeSamples<float>(audio, clock);
     case Conf::SampleFormats::Double:
     case Conf::SampleFormats::DoubleP:
-        return FadeSamples<double>(audio, first, last);
+        return FadeSamples<double>(audio, clock);
     case Conf::SampleFormats::None:
         break;
     }
@@ -108,6 +143,8 @@ void FadeBlock(const AudioRef& audio, double first, double last)
 
 double GetFadeLevel(SettingsFade::Direction direction, const TimeToProgress& range, avTime time)
 {
+    if (range.begin < range.end)
+        time = std::clamp(time, range.begin, range.end);
     double progress = range.GetProgress(time);
     // Of an empty range it is no number: the fade is over.
     progress = std::isnan(progress) ? 1.0 : std::clamp(progress, 0.0, 1.0);
@@ -141,16 +178,26 @@ void FadeVideo::ProcessItem(SP<IDataVideo>& frame)
 
 void FadeAudio::ProcessItem(SP<IDataAudio>& block)
 {
-    if (!block || block->GetPTS() == NoTime || block->GetSampleCount() == 0)
+    if (!block || block->GetPTS() == NoTime || block->GetSampleCount() == 0 || block->GetSampleRate() <= 0)
         return;
-    const double first = GetFadeLevel(settings.direction, range, block->GetPTS());
-    const avTime end = AddTime(block->GetPTS(), block->GetDuration());
-    const double last = end == NoTime ? first : GetFadeLevel(settings.direction, range, end);
-    if (first == 1.0 && last == 1.0)
+    const long long first = FindFirstSample(*block);
+    rate = block->GetSampleRate();
+    nextSample = first + block->GetSampleCount();
+    const avTime end = AddTime(block->GetPTS(), SampleCount2Duration(block->GetSampleCount(), rate));
+    const auto levelAt = [this](avTime time) { return GetFadeLevel(settings.direction, range, time); };
+    const bool outside = end <= range.begin || block->GetPTS() > range.end;
+    if (outside && levelAt(block->GetPTS()) == 1.0)
         return;
     if (block->GetRefCount() > 1)
         block = block->Clone(0);
-    FadeBlock(block->GetAudioRef(), first, last);
+    FadeBlock(block->GetAudioRef(), LevelClock(levelAt, first, rate));
+}
+
+long long FadeAudio::FindFirstSample(const IDataAudio& block) const
+{
+    const long long stated = Duration2SampleCount(block.GetPTS(), block.GetSampleRate());
+    const bool abuts = block.GetSampleRate() == rate && stated >= nextSample - 1 && stated <= nextSample + 1;
+    return abuts ? nextSample : stated;
 }
 
 } // namespace Tessor::Host

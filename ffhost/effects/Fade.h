@@ -22,7 +22,7 @@ private:
     void ProcessItem(SP<Proc::IDataVideo>& frame) override;
 };
 
-/// Sound from or to silence. The level moves from sample to sample, in a line between the ends of a block.
+/// Sound from or to silence. Every sample has the level of its own time, whatever block it comes in.
 class FadeAudio final
     : public Proc::EffectBaseOneInput<Proc::IOneInputEffectAudio, Proc::SettingsFade, Proc::IFactoryDataAudio>
 {
@@ -31,6 +31,11 @@ public:
 
 private:
     void ProcessItem(SP<Proc::IDataAudio>& block) override;
+    long long FindFirstSample(const Proc::IDataAudio& block) const;
+
+    // The end of the last block: times of blocks are rounded, and those that abut go on counting where it ended.
+    long long nextSample = 0; // counted from time 0
+    int rate = 0;             // 0 before the first block
 };
 
 } // namespace Tessor::Host

@@ -1,4 +1,5 @@
 #include "Fnd/Exception.h"
+#include "Proc/Settings/SettingsFade.h"
 #include "effects/IResample.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
@@ -120,10 +121,42 @@ TEST(ResampleTest, FormatsMayChangeInMidStream)
         EXPECT_EQ(block->GetSampleInfo(), wanted);
 }
 
+TEST(FadeAudioTest, EverySampleHasTheLevelOfItsTimeWhateverBlockItComesIn)
+{
+    for (const int rate : {8000, 44100, 192000})
+        for (const avTime base : {avTime{0}, avTime{-20011}, avTime{5000011}})
+            for (const auto direction : {SettingsFade::Direction::In, SettingsFade::Direction::Out})
+            {
+                const auto fade = [&](const std::vector<int>& counts)
+                {
+                    SettingsFade settings;
+                    settings.direction = direction;
+                    const auto effect = MakeHost().effects->CreateEffectAudio(SettingsFade::CLASS_ID, "", nullptr);
+                    effect->Initialise(settings);
+                    effect->SetTimeToProgress({base + 10000, base + 60000, TimeToProgress::Linear});
+                    Blocks blocks = MakeBlocks(rate, counts);
+                    for (const SP<IDataAudio>& block : blocks)
+                        block->SetPTS(block->GetPTS() + base);
+                    return GetSamples(RunAll(*effect, blocks));
+                };
+                const int count = rate / 10;
+                const std::vector<float> whole = GetSamples(MakeBlocks(rate, {count})), faded = fade({count});
+                EXPECT_EQ(fade({1, 7, count / 3, count / 2, count - 8 - count / 3 - count / 2}), faded) << rate;
+                EXPECT_EQ(fade(std::vector<int>(static_cast<size_t>(count / 10), 10)), faded) << rate;
+                for (size_t i = 0; i < whole.size(); ++i)
+                {
+                    // a base that is no multiple of a sample's duration moves the times by half a sample at most
+                    const double in = std::clamp((static_cast<double>(i / 2) / rate - 0.01) / 0.05, 0.0, 1.0);
+                    const double level = direction == SettingsFade::Direction::In ? in : 1 - in;
+                    ASSERT_NEAR(faded[i], whole[i] * level, base == 0 ? 1e-7 : 0.51 / rate / 0.05) << i;
+                }
+            }
+}
+
 TEST(AudioFormatterTest, BlocksFollowTheRunningTimeWithTheSamplesUnchanged)
 {
     const SP<IAudioFormatter> formatter = MakeHost().algorithms->CreateAudioFormatter(ImplNames::DEFAULT);
-    formatter->Reset(7000000);
+    formatter->Reset(7000000); // for blocks without times of their own
     std::vector<int> counts;
     for (int i = 0; i < 100; ++i)
         counts.insert(counts.end(), {300, 0, 5000, 701});
@@ -131,7 +164,10 @@ TEST(AudioFormatterTest, BlocksFollowTheRunningTimeWithTheSamplesUnchanged)
     const std::vector<float> expected = GetSamples(in);
     in.push_back(MakeSound(Stereo(44100), 441));
     for (SP<IDataAudio> block : in)
+    {
+        block->SetPTS(NoTime);
         formatter->Push(block);
+    }
     unsigned long long given = 0;
     while (const SP<IDataAudio> block = formatter->Get(100000, true))
     {
