@@ -15,6 +15,8 @@
 #include "cli/FilterValue.h"
 #include "cli/UserError.h"
 #include "effects/IOneInputEffect.h"
+#include "effects/IResample.h"
+#include "effects/IResize.h"
 #include "ffhost/EffectStream.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
@@ -38,16 +40,16 @@ const std::string impl_key = "impl", start_key = "start", duration_key = "durati
 
 template <class S>
 CatalogRow Row(const std::string& name, MediaType kind, Form form, const std::string& summary,
-               std::vector<CatalogRow::Renamed> renamed = {})
+               std::vector<CatalogRow::Renamed> renamed = {}, const std::string& engine = {})
 {
-    return {name, kind, form, summary, std::make_shared<S>(), std::move(renamed)};
+    return {name, kind, form, summary, std::make_shared<S>(), std::move(renamed), engine};
 }
 
 std::vector<CatalogRow> MakeCatalog()
 {
     constexpr MediaType video = MediaType::Video, audio = MediaType::Audio;
     return {
-        Row<SettingsResizer>("scale", video, Form::Filter, "brings pictures to a size"),
+        Row<SettingsResizer>("scale", video, Form::Filter, "brings pictures to a size", {}, IResize::CLASS_ID),
         Row<SettingsFilterFrameRate>(
             "fps", video, Form::Filter, "brings pictures to a frame rate",
             {{"mode",
@@ -62,7 +64,8 @@ std::vector<CatalogRow> MakeCatalog()
         Row<SettingsAVFilter>("avfilter", video, Form::Effect, "runs a chain of FFmpeg's own filters"),
         Row<SettingsFilterAudioVolume>("volume", audio, Form::Filter, "scales the sound, or levels it"),
         Row<SettingsFilterResample>("resample", audio, Form::Filter,
-                                    "brings the sound to a rate, sample format and channel layout"),
+                                    "brings the sound to a rate, sample format and channel layout", {},
+                                    IResample::CLASS_ID),
         Row<SettingsFilterAudioFormatter>("blocks", audio, Form::Filter, "cuts the sound into blocks of one length"),
         Row<SettingsFade>("fade", audio, Form::TimedEffect, "fades from or to silence"),
         Row<SettingsAVFilter>("avfilter", audio, Form::Effect, "runs a chain of FFmpeg's own filters"),
@@ -139,15 +142,21 @@ const CatalogRow::Renamed* FindRenamed(const CatalogRow& row, const std::string&
 
 FieldInfo RenameKey(const CatalogRow::Renamed& renamed, FieldInfo info)
 {
-    info.key = renamed.key;
     info.help.clear();
+    std::string shown;
     for (const auto& [word, value] : renamed.words)
     {
         info.choices.push_back(word);
         if (info.value == Core::Property(renamed.settingsKey, value))
-            info.value = Core::Property(renamed.key, word);
+            shown = word;
     }
-    return info;
+    return {renamed.key, info.help, Core::Property(renamed.key, shown), info.least, info.most, info.choices};
+}
+
+bool SettingsNameImplementation(const CatalogRow& row)
+{
+    const std::vector<FieldInfo> fields = row.prototype->Describe();
+    return std::any_of(fields.begin(), fields.end(), [](const FieldInfo& field) { return field.key == impl_key; });
 }
 
 bool IsTimeKey(const CatalogRow& row, const std::string& key)
@@ -180,7 +189,7 @@ void SetKey(FilterStep& step, const FieldInfo& info, const std::string& text)
     const Core::Property value = ParseValue(row.name, info, text);
     if (IsTimeKey(row, info.key))
         return SetTime(step, info.key, value.GetDouble());
-    if (info.key == impl_key && row.form != Form::Filter)
+    if (info.key == impl_key && !SettingsNameImplementation(row))
     {
         step.implName = text;
         return;
@@ -253,7 +262,7 @@ std::vector<FieldInfo> CatalogRow::GetKeys() const
         keys.push_back(TimeKey(start_key, "seconds, where the effect begins", 0));
         keys.push_back(TimeKey(duration_key, "seconds that it lasts; to the end where it is not given", 0));
     }
-    if (form != Form::Filter)
+    if (!SettingsNameImplementation(*this))
         keys.push_back({impl_key,
                         "name of the implementation; empty for the default one",
                         Core::Property(impl_key, std::string()),
@@ -297,10 +306,13 @@ Factories Factories::Make()
 
 std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories& factories)
 {
-    const std::string kind = std::string(row.kind == MediaType::Video ? "video" : "audio") +
-                             (row.form == Form::Filter ? " filter" : " effect");
+    const bool filter = row.form == Form::Filter && row.engine.empty();
+    const std::string kind =
+        std::string(row.kind == MediaType::Video ? "video" : "audio") + (filter ? " filter" : " effect");
+    const std::string& classId = row.engine.empty() ? row.prototype->GetClassId() : row.engine;
+    const bool asked = !SettingsNameImplementation(row) || !row.engine.empty();
     for (const Host::RegistryEntry& entry : factories.entries)
-        if (entry.kind == kind && entry.classId == row.prototype->GetClassId())
+        if (asked && entry.kind == kind && entry.classId == classId)
             return entry.implementations;
     return {};
 }

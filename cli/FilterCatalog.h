@@ -35,8 +35,10 @@ struct CatalogRow
     std::string summary;
     std::shared_ptr<const Proc::SettingsTree> prototype; ///< with the defaults
     std::vector<Renamed> renamed = {};
+    std::string engine = {}; ///< class of the effect whose implementation the settings name; empty: they name none
 
-    /// The keys, with their types, defaults and bounds. What names the implementation is among them as "impl".
+    /// The keys, with their types, defaults and bounds. What names the implementation is among them as "impl", unless
+    /// it is renamed.
     std::vector<Proc::FieldInfo> GetKeys() const;
 };
 
@@ -70,7 +72,7 @@ struct Factories
     static Factories Make();
 };
 
-/// Names of the implementations of a row, the default one first.
+/// Names of the implementations of a row, the default one first: those that its key "impl" takes.
 std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories&);
 
 /// The stream behind the filter.

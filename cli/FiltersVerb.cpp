@@ -60,7 +60,9 @@ void PrintRow(const CatalogRow& row, const Factories& factories)
         fmt::print("  {:<12} {}{}{}{}\n", key.key, DescribeValues(key),
                    value.empty() ? "" : fmt::format(" [{}]", value), key.help.empty() ? "" : ": ", key.help);
     }
-    fmt::print("  implementations: {}\n", fmt::join(ListImplementations(row, factories), ", "));
+    const std::vector<std::string> implementations = ListImplementations(row, factories);
+    if (!implementations.empty())
+        fmt::print("  implementations: {}\n", fmt::join(implementations, ", "));
 }
 
 class FiltersVerb final : public Verb

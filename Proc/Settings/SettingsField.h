@@ -88,9 +88,7 @@ public:
     const std::string& GetKey() const { return info.key; }
     FieldInfo Describe(const S& defaults) const
     {
-        FieldInfo described = info;
-        described.value = get(defaults);
-        return described;
+        return {info.key, info.help, get(defaults), info.least, info.most, info.choices};
     }
     Core::Property Get(const S& settings) const { return get(settings); }
     bool AreEqual(const S& a, const S& b) const { return equal(a, b); }
