@@ -267,6 +267,7 @@ ConvertReport ConvertJob::Run(Progress& progress)
     if (const long long damaged = demuxer->GetDamagedCount())
         warnings.push_back(fmt::format("{} damaged packets in {}", damaged, request.input));
     report.warnings = warnings;
+    report.statistics = pump.GetStatistics();
     report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }

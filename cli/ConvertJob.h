@@ -38,6 +38,7 @@ struct ConvertReport
     avTime duration = 0;
     std::vector<ConvertTrack> tracks;
     std::vector<std::string> warnings;
+    Statistics statistics;
     double wallSeconds = 0;
 };
 

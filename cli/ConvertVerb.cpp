@@ -84,7 +84,7 @@ public:
         Progress progress(common, "convert");
         const ConvertReport report = job.Run(progress);
         PrintReport(
-            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings);
+            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings, report.statistics);
         return ExitCode::Done;
     }
 

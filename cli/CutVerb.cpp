@@ -1,14 +1,12 @@
 #include "cli/CutJob.h"
 #include "cli/CutPlan.h"
 #include "cli/OutputFile.h"
-#include "cli/PropertyJson.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/Verify.h"
 
 #include <cmath>
 #include <fmt/format.h>
-#include <iostream>
 #include <optional>
 
 namespace Tessor::Cli
@@ -178,15 +176,14 @@ private:
         if (verify)
             verdict = Verify(request.input, output, report.intervals);
         PrintReport(
-            common, [&] { return ToJson(report, verdict, session, common); },
-            [&] { PrintText(report, verdict, session, common); }, report.warnings);
+            common, [&] { return ToJson(report, verdict); }, [&] { PrintText(report, verdict, session); },
+            report.warnings, GetStatistics(session));
         if (verdict && !verdict->IsGood())
             throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
         return ExitCode::Done;
     }
 
-    Json ToJson(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
-                const CommonOptions& common) const
+    Json ToJson(const CutReport& report, const std::optional<VerifyReport>& verdict) const
     {
         Json json = {{"input", request.input}, {"output", output}};
         json["intervals"] = RangesToJson(report.intervals);
@@ -198,13 +195,10 @@ private:
         json["wall_seconds"] = report.wallSeconds;
         if (verdict)
             json["verify"] = VerdictToJson(*verdict);
-        if (common.verbose)
-            json["statistics"] = Statistics(session);
         return json;
     }
 
-    void PrintText(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session,
-                   const CommonOptions& common) const
+    void PrintText(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session) const
     {
         fmt::print("{}: {} of {} in {:.2f} s\n", output, T2S(report.resultDuration), T2S(session.GetInfo().duration),
                    report.wallSeconds);
@@ -212,19 +206,15 @@ private:
         PrintTracks(report);
         if (verdict)
             PrintVerdict(*verdict);
-        if (common.verbose)
-            std::cout << Statistics(session).dump(2) << "\n";
     }
 
-    static Json Statistics(CutSession& session)
+    static Statistics GetStatistics(CutSession& session)
     {
-        Json json = Json::array();
+        Statistics statistics;
         for (const CutTrack& track : session.GetTracks())
-        {
             if (track.stream)
-                json.push_back({{"track", track.index}, {"filters", PropertyToJson(track.stream->GetStatistic())}});
-        }
-        return json;
+                statistics.push_back({track.index, track.stream->GetStatistic()});
+        return statistics;
     }
 
     CutRequest request;

@@ -20,6 +20,7 @@ struct Detected
     Json json = Json::object();
     std::vector<std::string> lines;
     bool positive = true;
+    Statistics statistics = {};
 };
 
 Detected FindLossless(const std::string& input)
@@ -35,6 +36,7 @@ Detected FindLossless(const std::string& input)
         detected.lines.push_back(fmt::format("track {}, {} ({}), {} packets: {}", finding.track, finding.kind,
                                              finding.codec, finding.packets, DescribeLossless(row)));
         detected.positive = detected.positive && finding.IsLossless();
+        detected.statistics.push_back({finding.track, finding.statistic});
     }
     detected.json["lossless"] = detected.positive;
     return detected;
@@ -44,7 +46,8 @@ Detected DetectVolume(const std::string& input)
 {
     const Factories factories = Factories::Make();
     const SP<Proc::IFilterVolumeDetect> detector = factories.filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
-    detector->Process(OpenSound(input));
+    const OpenedSound sound = OpenSound(input);
+    detector->Process(sound.stream);
     const double peak = detector->GetPeakValue();
     const bool silent = peak <= 0;
     const double decibels = silent ? 0 : 20 * std::log10(peak);
@@ -52,7 +55,8 @@ Detected DetectVolume(const std::string& input)
     return {
         {{"peak", peak}, {"peak_db", silent ? Json(nullptr) : Json(decibels)}, {"low_level", detector->IsLowLevel()}},
         {input + ": " + level + (detector->IsLowLevel() ? ": quiet" : "")},
-        true};
+        true,
+        {{sound.track, detector->GetStatistic()}}};
 }
 
 struct Kind
@@ -101,7 +105,8 @@ public:
             {
                 for (const std::string& line : detected.lines)
                     fmt::print("{}\n", line);
-            });
+            },
+            {}, detected.statistics);
         return detected.positive ? ExitCode::Done : ExitCode::Failed;
     }
 

@@ -60,6 +60,7 @@ void ReadNext(Detection& detection)
 LosslessFinding Conclude(const Detection& detection)
 {
     LosslessFinding finding = detection.finding;
+    finding.statistic = SP<Proc::IStream>(detection.filter)->GetStatistic();
     finding.copying = detection.filter->LosslessPossible();
     finding.cutting = detection.filter->LosslessCutPossible();
     finding.copyingEnd = static_cast<long long>(detection.filter->GetLosslessEnd());

@@ -14,10 +14,11 @@ struct LosslessFinding
     int track = 0; ///< in the file
     std::string kind, codec;
     long long packets = 0;
-    bool copying = true;      ///< packets can be copied as they are
-    bool cutting = true;      ///< and cut at key frames
-    long long copyingEnd = 0; ///< number of the packet, from 1, that ended the possibility; 0: no single one did
-    long long cuttingEnd = 0; ///< the same for cutting
+    bool copying = true;           ///< packets can be copied as they are
+    bool cutting = true;           ///< and cut at key frames
+    long long copyingEnd = 0;      ///< number of the packet, from 1, that ended the possibility; 0: no single one did
+    long long cuttingEnd = 0;      ///< the same for cutting
+    Core::Property statistic = {}; ///< of the filters that looked
 
     bool IsLossless() const { return copying && cutting; }
 };

@@ -77,7 +77,7 @@ public:
         const Factories factories = Factories::Make();
         const SP<Proc::IFilterAudioMixer> mixer = factories.filters->CreateAudioMixer(Proc::ImplNames::DEFAULT);
         for (const MixInput& input : inputs)
-            mixer->AddStream(OpenSound(input.path), input.volume);
+            mixer->AddStream(OpenSound(input.path).stream, input.volume);
         Progress progress(common, "mix");
         PrintSound(WriteSound(mixer, output, encoder.Read(), factories, progress), output, common);
         return ExitCode::Done;

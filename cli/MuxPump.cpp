@@ -26,7 +26,7 @@ size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCo
 {
     Host::FramedTrack framed(stream, format, muxer, info);
     const int number = muxer.AddTrack(info, framed.GetFormatCodec(), false);
-    tracks.push_back({.number = number, .dense = std::move(framed)});
+    tracks.push_back({.number = number, .dense = std::move(framed), .index = info.index});
     return tracks.size() - 1;
 }
 
@@ -52,6 +52,15 @@ long long MuxPump::GetDamagedCount(size_t place) const
 {
     const Track& track = tracks.at(place);
     return track.dense ? track.dense->GetDamagedCount() : 0;
+}
+
+Statistics MuxPump::GetStatistics() const
+{
+    Statistics statistics;
+    for (const Track& track : tracks)
+        if (track.dense)
+            statistics.push_back({track.index, track.dense->GetStatistic()});
+    return statistics;
 }
 
 void MuxPump::Run(avTime duration, Progress& progress)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Progress.h"
+#include "cli/Statistics.h"
 #include "ffhost/codecs/TrackEncoder.h"
 #include "ffhost/io/Demuxer.h"
 #include "ffhost/io/FramedTrack.h"
@@ -41,6 +42,8 @@ public:
     long long GetPacketCount(size_t place) const { return tracks.at(place).packets; }
     /// Packets of it that could not be framed, and were left out.
     long long GetDamagedCount(size_t place) const;
+    /// Of all tracks that came from streams; after Run.
+    Statistics GetStatistics() const;
 
 private:
     struct Track

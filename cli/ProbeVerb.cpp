@@ -90,14 +90,15 @@ public:
     ExitCode Run(const CommonOptions& common) override
     {
         const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(input);
-        const Json json = Describe(*demuxer);
+        Statistics statistics;
+        const Json json = Describe(*demuxer, statistics);
         PrintReport(
-            common, [&] { return json; }, [&] { Print(json); });
+            common, [&] { return json; }, [&] { Print(json); }, {}, statistics);
         return ExitCode::Done;
     }
 
 private:
-    Json Describe(Host::Demuxer& demuxer) const
+    Json Describe(Host::Demuxer& demuxer, Statistics& statistics) const
     {
         const Host::MediaInfo& info = demuxer.GetInfo();
         Json json = {{"input", input},
@@ -115,7 +116,10 @@ private:
             json["tracks"].push_back(DescribeTrack(demuxer, track));
         // last: it has all tracks delivered, where the scans before read one
         for (const LosslessFinding& finding : DetectLossless(demuxer))
+        {
             json["tracks"][static_cast<size_t>(finding.track)]["lossless"] = LosslessToJson(finding);
+            statistics.push_back({finding.track, finding.statistic});
+        }
         return json;
     }
 
@@ -142,12 +146,18 @@ private:
     static void DescribeCutting(Json& json, Host::Demuxer& demuxer, const Host::TrackInfo& track)
     {
         const SP<Proc::IStreamRaw> stream = demuxer.GetStream(track.index);
-        const bool anywhere = CanCutAnywhere(stream);
-        const std::vector<Group> groups = ScanGroups(*stream);
-        json["cut_anywhere"] = anywhere;
-        if (!anywhere)
-            json["cut_at_key_frames_because"] = FindCutObstacle(*stream);
-        json["groups"] = GroupsToJson(groups);
+        try
+        {
+            const bool anywhere = CanCutAnywhere(stream);
+            json["cut_anywhere"] = anywhere;
+            if (!anywhere)
+                json["cut_at_key_frames_because"] = FindCutObstacle(*stream);
+        }
+        catch (const Exception& e) // a cut will end with it
+        {
+            json["cut_refused_because"] = Tessor::Describe(e);
+        }
+        json["groups"] = GroupsToJson(ScanGroups(*stream));
     }
 
     static void Print(const Json& json)
@@ -181,7 +191,9 @@ private:
         const Json& groups = track["groups"];
         fmt::print("    {} pictures in {} groups, the longest {}, {} open\n", groups["pictures"].get<long long>(),
                    groups["count"].get<size_t>(), groups["longest"].get<long long>(), groups["open"].get<long long>());
-        if (track["cut_anywhere"].get<bool>())
+        if (track.contains("cut_refused_because"))
+            fmt::print("    can't be cut: {}\n", track["cut_refused_because"].get<std::string>());
+        else if (track["cut_anywhere"].get<bool>())
             fmt::print("    can be cut at any picture: the groups that a cut runs through are re-encoded\n");
         else
             fmt::print("    can be cut at key frames: {}\n", track["cut_at_key_frames_because"].get<std::string>());

@@ -18,6 +18,7 @@ struct RepackReport
     avTime duration = 0;
     std::vector<CopiedTrack> tracks;
     std::vector<std::string> warnings;
+    Statistics statistics;
     double wallSeconds = 0;
 };
 
@@ -41,7 +42,7 @@ public:
         Progress progress(common, "repack");
         const RepackReport report = Repack(progress);
         PrintReport(
-            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings);
+            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings, report.statistics);
         return ExitCode::Done;
     }
 
@@ -66,6 +67,7 @@ private:
         copier.Copy(progress, report.duration);
         copier.Finish();
         report.tracks = copier.GetTracks();
+        report.statistics = copier.GetStatistics();
         report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
         report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return report;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/Statistics.h"
 #include "cli/Verb.h"
 
 #include <functional>
@@ -11,8 +12,9 @@ namespace Tessor::Cli
 using Json = nlohmann::ordered_json;
 
 /// Prints what a verb found or did on standard output, as its caller wants it: the document with the version of its
-/// schema in front, what `text` prints, or nothing. Warnings go to standard error; with a document they are part of it.
+/// schema in front, what `text` prints, or nothing. With -v the statistics follow. Warnings go to standard error; with
+/// a document they are part of it.
 void PrintReport(const CommonOptions& common, const std::function<Json()>& document, const std::function<void()>& text,
-                 const std::vector<std::string>& warnings = {});
+                 const std::vector<std::string>& warnings = {}, const Statistics& statistics = {});
 
 } // namespace Tessor::Cli

@@ -36,7 +36,7 @@ SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::E
     return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
 }
 
-SP<IStreamAudio> OpenSound(const std::string& path)
+OpenedSound OpenSound(const std::string& path)
 {
     const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(path);
     const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
@@ -44,7 +44,7 @@ SP<IStreamAudio> OpenSound(const std::string& path)
                                     [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
     if (sound == tracks.end())
         throw UserError(ExitCode::Failed, path + ": there is no sound");
-    return ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)));
+    return {sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
 }
 
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::EncoderOptions& options,
@@ -65,7 +65,8 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     muxer->Finish();
     const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
     const AVCodecParameters& parameters = *track.parameters;
-    return {stream->GetDuration(), chosen.name, parameters.sample_rate, parameters.ch_layout.nb_channels, wall.count()};
+    return {stream->GetDuration(), chosen.name,         parameters.sample_rate, parameters.ch_layout.nb_channels,
+            wall.count(),          pump.GetStatistics()};
 }
 
 void PrintSound(const SoundReport& report, const std::string& path, const CommonOptions& common)
@@ -82,7 +83,8 @@ void PrintSound(const SoundReport& report, const std::string& path, const Common
         {
             fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", path, T2S(report.duration), report.rate,
                        report.channels, report.encoder, report.wallSeconds);
-        });
+        },
+        {}, report.statistics);
 }
 
 } // namespace Tessor::Cli

@@ -2,6 +2,7 @@
 
 #include "cli/FilterCatalog.h"
 #include "cli/Progress.h"
+#include "cli/Statistics.h"
 #include "ffhost/codecs/TrackEncoder.h"
 
 #include <string>
@@ -17,8 +18,14 @@ SP<Proc::IStreamAudio> ReadSoundAhead(const SP<Proc::IStreamAudio>& stream);
 SP<Host::TrackEncoder> EncodeSound(const SP<Proc::IStreamAudio>& stream, const Host::EncoderOptions& options,
                                    const Factories& factories);
 
+struct OpenedSound
+{
+    int track; ///< in the file
+    SP<Proc::IStreamAudio> stream;
+};
+
 /// The first track of sound of a file, decoded ahead. Throws UserError when there is none.
-SP<Proc::IStreamAudio> OpenSound(const std::string& path);
+OpenedSound OpenSound(const std::string& path);
 
 struct SoundReport
 {
@@ -26,6 +33,7 @@ struct SoundReport
     std::string encoder;
     int rate = 0, channels = 0;
     double wallSeconds = 0;
+    Statistics statistics = {};
 };
 
 /// Encodes a stream as the only track of a file.

@@ -41,6 +41,7 @@ public:
 
     /// In the order in which they were added.
     std::vector<CopiedTrack> GetTracks() const;
+    Statistics GetStatistics() const { return pump.GetStatistics(); }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
 
 private:

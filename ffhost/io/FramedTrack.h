@@ -29,6 +29,7 @@ public:
     /// for sound that changes its configuration where the framing says but one.
     SP<Proc::IDataPacket> Read();
     SP<Conf::IFormatCodec> GetFormatCodec() const { return framed->GetFormatCodec(); }
+    Core::Property GetStatistic() const { return framed->GetStatistic(); }
     void RequestSeek(avTime target) { framed->RequestSeek(target, nullptr); }
     void DoSeek() { framed->DoSeek(); }
     /// Packets left out so far.

@@ -278,6 +278,21 @@ TEST_F(Program, TruncatedAndDamagedInputIsReadAsFarAsItGoes)
     }
 }
 
+TEST_F(Program, EveryVerbTellsItsStatistics)
+{
+    for (const std::string args :
+         {"cut $S/h264.mp4 a.mp4 --keep 0-2", "probe $S/h264.mp4", "repack $S/h264.mp4 a.mkv",
+          "convert $S/h264.mp4 b.mp4 --vf scale=width=64 --preset ultrafast", "tone c.wav --duration 1 -y",
+          "mix c.wav:50 c.wav d.wav", "detect volume c.wav", "detect lossless $S/h264.mp4"})
+    {
+        const json statistics = Report(args + " -v").at("statistics");
+        ASSERT_FALSE(statistics.empty()) << args;
+        EXPECT_FALSE(statistics[0].at("filters").empty()) << args;
+        const Outcome text = RunCommand("rm -f a.mp4 a.mkv b.mp4 d.wav; '" TESSOR_PROGRAM "' " + args + " -v");
+        EXPECT_NE(text.out.find("\"filters\""), std::string::npos) << args;
+    }
+}
+
 TEST_F(Program, CompletionAndManualKnowTheOptions)
 {
     for (const char* args : {"completion bash", "completion zsh", "completion fish", "manual"})
