@@ -26,6 +26,25 @@ bool HasAlpha(PixFmt format)
     return PixFmtDescription::Find(format).HasAlpha();
 }
 
+int GetDepth(PixFmt format)
+{
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    return description ? description->comp[0].depth : 0;
+}
+
+/// The format that loses least, and what it loses as libavcodec counts it.
+std::pair<PixFmt, int> FindBest(const std::vector<PixFmt>& formats, PixFmt source)
+{
+    std::vector<AVPixelFormat> list;
+    for (const PixFmt format : formats)
+        list.push_back(static_cast<AVPixelFormat>(format));
+    list.push_back(AV_PIX_FMT_NONE);
+    int loss = 0;
+    const AVPixelFormat best =
+        avcodec_find_best_pix_fmt_of_list(list.data(), static_cast<AVPixelFormat>(source), HasAlpha(source), &loss);
+    return {static_cast<PixFmt>(best), loss};
+}
+
 } // namespace
 
 ColorspaceConverter::ColorspaceConverter(const SP<const IFactoryDataVideo>& data)
@@ -67,13 +86,15 @@ PixFmt ColorspaceConverter::Choose(PixFmt source) const
     if (accepted.empty() || std::find(accepted.begin(), accepted.end(), source) != accepted.end())
         return source;
     const bool alpha = HasAlpha(source) && std::any_of(accepted.begin(), accepted.end(), HasAlpha);
-    std::vector<AVPixelFormat> candidates;
+    std::vector<PixFmt> candidates, alike; // alike: of the source's depth
     for (const PixFmt format : accepted)
         if (!alpha || HasAlpha(format))
-            candidates.push_back(static_cast<AVPixelFormat>(format));
-    candidates.push_back(AV_PIX_FMT_NONE);
-    return static_cast<PixFmt>(avcodec_find_best_pix_fmt_of_list(candidates.data(), static_cast<AVPixelFormat>(source),
-                                                                 HasAlpha(source), nullptr));
+            candidates.push_back(format);
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(alike),
+                 [&](PixFmt format) { return GetDepth(format) == GetDepth(source); });
+    // Among those that lose nothing libavcodec would also take one that is deeper.
+    const auto [best, loss] = FindBest(alike, source);
+    return !alike.empty() && loss == 0 ? best : FindBest(candidates, source).first;
 }
 
 } // namespace Tessor::Host

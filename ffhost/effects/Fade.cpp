@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/PictureView.h"
+#include "ffhost/effects/PlainFormats.h"
 #include "media/AudioTime.h"
 
 extern "C"
@@ -151,18 +152,20 @@ double GetFadeLevel(SettingsFade::Direction direction, const TimeToProgress& ran
     return direction == SettingsFade::Direction::In ? progress : 1.0 - progress;
 }
 
+FadeVideo::FadeVideo(const SP<const IFactoryDataVideo>& data) : EffectBaseOneInput(data), plain(data)
+{
+    plain.Initialise(GetPlainFormats());
+}
+
 void FadeVideo::ProcessItem(SP<IDataVideo>& frame)
 {
+    plain.Process(frame);
     if (!frame || frame->GetPTS() == NoTime)
         return;
     const double level = GetFadeLevel(settings.direction, range, frame->GetPTS());
     if (level == 1.0)
         return;
-    const auto format = static_cast<AVPixelFormat>(frame->GetPixFmt());
-    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
-    if (!HasPlainComponents(format))
-        Throw<EffectException>(TESSOR_HERE, std::string("Can't fade pixels of the format ") +
-                                                (description ? description->name : "none"));
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->GetPixFmt()));
     const AVFrame& picture = MakeWritable(frame);
     const int colors = description->nb_components - ((description->flags & AV_PIX_FMT_FLAG_ALPHA) ? 1 : 0);
     for (int i = 0; i < colors; ++i)

@@ -3,6 +3,7 @@
 #include "Proc/Settings/SettingsFade.h"
 #include "effects/EffectBaseOneInput.h"
 #include "effects/IFactoryDataVideo.h"
+#include "ffhost/effects/ColorspaceConverter.h"
 
 namespace Tessor::Host
 {
@@ -10,16 +11,21 @@ namespace Tessor::Host
 /// How much is left at that time of the range: 0 nothing, 1 all. Outside of the range it stays as it was at the bound.
 double GetFadeLevel(Proc::SettingsFade::Direction direction, const Proc::TimeToProgress& range, avTime time);
 
-/// Pictures from or to black, by the time of each frame; alpha stays. Formats that are not of whole bytes throw
-/// EffectException.
+/// Pictures from or to black, by the time of each frame; alpha stays. Pictures whose components are not plain come to a
+/// plain format.
 class FadeVideo final
     : public Proc::EffectBaseOneInput<Proc::IOneInputEffectVideo, Proc::SettingsFade, Proc::IFactoryDataVideo>
 {
 public:
-    explicit FadeVideo(const SP<const Proc::IFactoryDataVideo>& data) : EffectBaseOneInput(data) {}
+    explicit FadeVideo(const SP<const Proc::IFactoryDataVideo>& data);
+
+    void ReleaseInternalData() override { plain.ReleaseInternalData(); }
+    void UpdateFormat(SP<Conf::IFormatCodecVideo>& format) override { plain.UpdateFormat(format); }
 
 private:
     void ProcessItem(SP<Proc::IDataVideo>& frame) override;
+
+    ColorspaceConverter plain;
 };
 
 /// Sound from or to silence. Every sample has the level of its own time, whatever block it comes in.

@@ -1,8 +1,10 @@
 #include "ffhost/effects/Resizer.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/FormatTags.h"
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/PictureView.h"
+#include "ffhost/effects/PlainFormats.h"
 
 extern "C"
 {
@@ -33,14 +35,33 @@ ResizeGeometry FindGeometry(const SettingsResizer& settings, const Conf::FrameIn
                                 description ? 1 << description->log2_chroma_h : 1);
 }
 
+/// Otherwise pictures of that geometry are the source's, whose pixels have another shape.
+bool IsRedrawn(const ResizeGeometry& geometry, const Conf::FrameInfo& source)
+{
+    return geometry.from != geometry.to || geometry.output.width != source.width ||
+           geometry.output.height != source.height;
+}
+
+/// Whether every row, of chroma too, stays in its field.
+bool KeepsFields(const ResizeGeometry& geometry, PixFmt format)
+{
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    const int rows = 2 << (description ? description->log2_chroma_h : 0);
+    return geometry.from.height == geometry.to.height && (geometry.from.y - geometry.to.y) % rows == 0;
+}
+
 } // namespace
 
-Resizer::Resizer(const SP<const IFactoryDataVideo>& data) : EffectBaseOneInput(data), scaler(SWS_BICUBIC) {}
+Resizer::Resizer(const SP<const IFactoryDataVideo>& data) : EffectBaseOneInput(data), scaler(SWS_BICUBIC), plain(data)
+{
+    plain.Initialise(GetPlainFormats());
+}
 
 void Resizer::ReleaseInternalData()
 {
     scaler.Clear();
     alphaScaler.Clear();
+    plain.ReleaseInternalData();
     pool.Clear();
 }
 
@@ -49,7 +70,13 @@ void Resizer::UpdateFormat(SP<Conf::IFormatCodecVideo>& format)
     const Conf::FrameInfo source = format->GetFrameInfo();
     if (source.width <= 0 || source.height <= 0)
         return;
-    const Conf::FrameInfo output = FindGeometry(settings, source, format->GetPixelFormat()).output;
+    const ResizeGeometry geometry = FindGeometry(settings, source, format->GetPixelFormat());
+    const Conf::FrameInfo& output = geometry.output;
+    if (IsRedrawn(geometry, source))
+        plain.UpdateFormat(format);
+    Core::Property& tree = format->GetProperties();
+    if (!KeepsFields(geometry, format->GetPixelFormat()) && IsInterlaced(GetNumber(tree, FormatTags::FIELD_ORDER, 0)))
+        tree.SetChildT<long long>(FormatTags::FIELD_ORDER, FormatTags::FIELD_ORDER_PROGRESSIVE);
     format->InitByPixelAspect(static_cast<unsigned>(output.width), static_cast<unsigned>(output.height),
                               output.aspectNum, output.aspectDen);
 }
@@ -58,17 +85,19 @@ void Resizer::ProcessItem(SP<IDataVideo>& frame)
 {
     if (!frame)
         return;
-    FramePtr source = ShareFrame(*frame);
-    const Conf::FrameInfo info = GetInfo(*source);
+    FramePtr picture = ShareFrame(*frame);
+    const Conf::FrameInfo info = GetInfo(*picture);
     const ResizeGeometry geometry = FindGeometry(settings, info, frame->GetPixFmt());
     if (geometry.output == info)
         return;
-    const bool sameSize =
-        geometry.from == geometry.to && geometry.output.width == info.width && geometry.output.height == info.height;
-    FramePtr target = sameSize ? std::move(source) : Resize(*source, geometry);
-    target->sample_aspect_ratio = {static_cast<int>(geometry.output.aspectNum),
-                                   static_cast<int>(geometry.output.aspectDen)};
-    frame = WrapFrame(std::move(target));
+    if (IsRedrawn(geometry, info))
+    {
+        plain.Process(frame);
+        picture = Resize(*ShareFrame(*frame), geometry);
+    }
+    picture->sample_aspect_ratio = {static_cast<int>(geometry.output.aspectNum),
+                                    static_cast<int>(geometry.output.aspectDen)};
+    frame = WrapFrame(std::move(picture));
 }
 
 FramePtr Resizer::Resize(const AVFrame& source, const ResizeGeometry& geometry)
@@ -85,6 +114,8 @@ FramePtr Resizer::Resize(const AVFrame& source, const ResizeGeometry& geometry)
         scaler.Scale(*from, *to);
     // Behind the scaling, which may write a little past the picture's edge.
     PaintBars(*target, geometry.to);
+    if (!KeepsFields(geometry, static_cast<PixFmt>(format)))
+        target->interlaced_frame = target->top_field_first = 0;
     return target;
 }
 

@@ -5,6 +5,7 @@
 #include "effects/IFactoryDataVideo.h"
 #include "effects/IResize.h"
 #include "ffhost/effects/AlphaScaler.h"
+#include "ffhost/effects/ColorspaceConverter.h"
 #include "ffhost/effects/FramePool.h"
 #include "ffhost/effects/ResizeGeometry.h"
 #include "ffhost/effects/Scaler.h"
@@ -13,7 +14,9 @@ namespace Tessor::Host
 {
 
 /// Resizes by libswscale, bicubic. The shape of a picture counts as it is shown, with the aspect of its pixels. Bars
-/// are black, and transparent where the format has alpha.
+/// are black, and transparent where the format has alpha. Pictures whose components are not plain come to a plain
+/// format. Fields that are scaled together are none any more: such pictures are no longer interlaced. To keep what they
+/// show of motion, deinterlace before.
 class Resizer final : public Proc::EffectBaseOneInput<Proc::IResize, Proc::SettingsResizer, Proc::IFactoryDataVideo>
 {
 public:
@@ -28,6 +31,7 @@ private:
 
     Scaler scaler;
     AlphaScaler alphaScaler;
+    ColorspaceConverter plain;
     FramePool pool;
 };
 

@@ -1,12 +1,21 @@
 #include "ffhost/effects/Stabilizer.h"
 
+#include "ffhost/effects/PlainFormats.h"
+
 namespace Tessor::Host
 {
 
-Stabilizer::Stabilizer(const SP<const Proc::IFactoryDataVideo>& data) : EffectBaseOneInput(data)
+Stabilizer::Stabilizer(const SP<const Proc::IFactoryDataVideo>& data) : EffectBaseOneInput(data), plain(data)
 {
+    plain.Initialise(GetPlainFormats());
     runner.KeepPixelFormat();
     Update();
+}
+
+void Stabilizer::ReleaseInternalData()
+{
+    plain.ReleaseInternalData();
+    runner.Reset();
 }
 
 void Stabilizer::Update()
@@ -14,6 +23,12 @@ void Stabilizer::Update()
     // The edges have the numbers of the filter's own.
     runner.SetChain("deshake=rx=" + std::to_string(settings.horizontal) + ":ry=" + std::to_string(settings.vertical) +
                     ":edge=" + std::to_string(static_cast<int>(settings.edge)));
+}
+
+void Stabilizer::ProcessItem(SP<Proc::IDataVideo>& frame)
+{
+    plain.Process(frame);
+    runner.Process(frame);
 }
 
 } // namespace Tessor::Host

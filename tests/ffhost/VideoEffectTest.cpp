@@ -4,6 +4,7 @@
 #include "Proc/Settings/SettingsFade.h"
 #include "Proc/Settings/SettingsMultiEffect.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
 #include "media/DataVideoFF.h"
@@ -13,8 +14,10 @@
 
 extern "C"
 {
+#include <libavcodec/codec_par.h>
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
+#include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
 
@@ -152,6 +155,55 @@ TEST(ResizerTest, ShapesCountAsTheyAreShown)
             lines += *plane.GetOffsetPtr(static_cast<size_t>(row.outWidth / 2), y) < 40;
         EXPECT_EQ(columns, row.blackColumns) << row.width << "x" << row.height;
         EXPECT_EQ(lines, row.blackRows) << row.width << "x" << row.height;
+    }
+}
+
+TEST(ResizerTest, PicturesOfAnyFormatAreScaledAndFadedInOneThatKeepsDepthAndAlpha)
+{
+    for (const char* name : {"pal8", "monow", "rgb565le", "yuyv422", "p010le", "yuv420p10be", "rgba64be", "nv21"})
+    {
+        const PixFmt source = PixFmtDescription::FindByName(name);
+        for (const auto& effect : {MakeResizer(Modes::Fit, 32, 40), MakeEffect(SettingsFade())})
+        {
+            SP<IDataVideo> frame = MakePicture(source, 64, 48);
+            SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(source, 64, 48);
+            effect->SetTimeToProgress({0, 2000000, &TimeToProgress::Linear});
+            effect->UpdateFormat(format);
+            ASSERT_NO_THROW(effect->Process(frame)) << name;
+            EXPECT_EQ(frame->GetPixFmt(), format->GetPixelFormat()) << name;
+            const AVPixFmtDescriptor& before = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source));
+            const AVPixFmtDescriptor& after = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->GetPixFmt()));
+            EXPECT_EQ(after.comp[0].depth, std::max(before.comp[0].depth, 8)) << name;
+            EXPECT_EQ(after.flags & AV_PIX_FMT_FLAG_ALPHA, before.flags & AV_PIX_FMT_FLAG_ALPHA) << name;
+            EXPECT_EQ(after.log2_chroma_w, before.log2_chroma_w) << name;
+        }
+    }
+}
+
+TEST(ResizerTest, FieldsThatAreScaledTogetherAreNone)
+{
+    const struct
+    {
+        Modes mode;
+        int width, height;
+        bool interlaced;
+    } rows[] = {
+        {Modes::Exact, 32, 48, true},
+        {Modes::Exact, 64, 24, false},
+        {Modes::Fill, 64, 44, false}, // rows of chroma change their field
+        {Modes::Fill, 64, 40, true},
+    };
+    for (const auto& row : rows)
+    {
+        const SP<IOneInputEffectVideo> resizer = MakeResizer(row.mode, row.width, row.height);
+        SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
+        GetRecord(frame).interlaced_frame = 1;
+        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
+        format->GetProperties().SetChildT<long long>(FormatTags::FIELD_ORDER, AV_FIELD_TT);
+        resizer->UpdateFormat(format);
+        resizer->Process(frame);
+        EXPECT_EQ(frame->IsInterlaced(), row.interlaced) << row.width << "x" << row.height;
+        EXPECT_EQ(format->GetProperties()[FormatTags::FIELD_ORDER].GetInt64() == AV_FIELD_TT, row.interlaced);
     }
 }
 
