@@ -4,6 +4,7 @@
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterFrameRate.h"
 #include "Proc/Settings/SettingsResizer.h"
+#include "cli/FilterRun.h"
 #include "cli/SoundFile.h"
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
@@ -75,6 +76,14 @@ struct EntryMeter
     }
 };
 
+/// Keeps in mind how far the items reach that pass.
+template <class Kind>
+SP<Kind> MeasureEnd(const SP<Kind>& stream, std::atomic<avTime>& end, std::shared_ptr<const void> owner)
+{
+    return Host::Tap<Kind>::Create(stream, [&end, owner](const SP<typename Kind::Item>& item)
+                                   { end = std::max(end.load(), AddTime(item->GetPTS(), item->GetDuration())); });
+}
+
 /// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
 struct RepeatMeter
 {
@@ -134,22 +143,23 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Video, request.video);
     const auto counts = std::make_shared<Counts>();
-    SP<IStreamVideo> stream = Decode(track, counts);
+    SP<IStreamVideo> stream = Decode(*demuxer, track.index, counts);
     ConvertTrack report = MakeReport(track);
     report.sourceRate = RateOf(*stream);
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });
     stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
-    stream = Fit(Filter(stream, counts), options.name, track.index);
+    stream = MeasureEnd(Filter(stream, track.index, counts), counts->end, counts);
+    stream = Fit(stream, options.name, track.index);
     stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
     report.resultRate = RateOf(*stream);
     AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
 }
 
-SP<IStreamVideo> ConvertJob::Decode(const Host::TrackInfo& track, const std::shared_ptr<Counts>& counts) const
+SP<IStreamVideo> ConvertJob::Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts)
 {
     const auto entry = std::make_shared<EntryMeter>();
     const SP<IStreamRaw> packets = Host::Tap<IStreamRaw>::Create(
-        demuxer->GetStream(track.index), [entry](const SP<IDataPacket>& packet) { entry->Meet(*packet); });
+        source.GetStream(index), [entry](const SP<IDataPacket>& packet) { entry->Meet(*packet); });
     const auto wanted = [entry, counts](avTime time)
     {
         const bool shown = entry->Shows(time);
@@ -159,24 +169,40 @@ SP<IStreamVideo> ConvertJob::Decode(const Host::TrackInfo& track, const std::sha
     return Host::CodecFactory::Create({.wanted = wanted, .distinct = false})->CreateDecoder(packets, "");
 }
 
-SP<IStreamVideo> ConvertJob::Filter(SP<IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const
+SP<IStreamVideo> ConvertJob::Filter(const SP<IStreamVideo>& stream, int index,
+                                    const std::shared_ptr<Counts>& counts) const
 {
-    for (const FilterStep& step : videoSteps)
-    {
-        const bool rate = step.settings->GetClassId() == SettingsFilterFrameRate::CLASS_ID;
-        if (rate)
-            stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
-        stream = MakeFilter(step, stream, factories);
-        if (rate)
-            stream =
-                Host::Tap<IStreamVideo>::Create(stream,
-                                                [counts, meter = RepeatMeter()](const SP<IDataVideo>& frame) mutable
-                                                {
-                                                    ++counts->after;
-                                                    counts->doubled += meter.IsRepeat(frame);
-                                                });
-    }
-    return stream;
+    FilterRun<IStreamVideo> run(videoSteps, factories,
+                                [&]
+                                {
+                                    const SP<Host::Demuxer> again = Host::Demuxer::Open(request.input);
+                                    return Decode(*again, index, std::make_shared<Counts>());
+                                });
+    return run.Make(stream, [&](const FilterStep& step, const SP<IStreamVideo>& source)
+                    { return MakeStep(step, source, counts); });
+}
+
+SP<IStreamVideo> ConvertJob::MakeStep(const FilterStep& step, SP<IStreamVideo> stream,
+                                      const std::shared_ptr<Counts>& counts) const
+{
+    if (step.settings->GetClassId() != SettingsFilterFrameRate::CLASS_ID)
+        return MakeFilter(step, stream, factories);
+    stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
+    stream = MakeFilter(step, stream, factories);
+    return Host::Tap<IStreamVideo>::Create(stream,
+                                           [counts, meter = RepeatMeter()](const SP<IDataVideo>& frame) mutable
+                                           {
+                                               ++counts->after;
+                                               counts->doubled += meter.IsRepeat(frame);
+                                           });
+}
+
+SP<IStreamAudio> ConvertJob::Filter(const SP<IStreamAudio>& stream, int index) const
+{
+    FilterRun<IStreamAudio> run(
+        audioSteps, factories,
+        [&] { return Host::AudioDecoder::Create(Host::Demuxer::Open(request.input)->GetStream(index)); });
+    return run.Make(stream);
 }
 
 SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
@@ -206,8 +232,7 @@ void ConvertJob::AddSound(const Host::TrackInfo& track)
     SP<IStreamAudio> stream = Host::AudioDecoder::Create(demuxer->GetStream(track.index));
     stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
     stream = ReadSoundAhead(stream);
-    for (const FilterStep& step : audioSteps)
-        stream = MakeFilter(step, stream, factories);
+    stream = MeasureEnd(Filter(stream, track.index), counts->end, counts);
     AddEncoded(track, EncodeSound(stream, options, factories), MakeReport(track), counts);
 }
 
@@ -219,6 +244,7 @@ void ConvertJob::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEn
         throw UserError(ExitCode::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
                                                       request.output, track.index, report.kind));
     report.encoder = encoder->GetEncoderName();
+    expected = std::max(expected, encoder->GetDuration());
     outputs.push_back({pump.AddEncoded(encoder, described), std::move(report), std::move(counts)});
 }
 
@@ -240,11 +266,10 @@ void ConvertJob::AddCopied(const Host::TrackInfo& track)
 ConvertReport ConvertJob::Run(Progress& progress)
 {
     const auto start = std::chrono::steady_clock::now();
-    pump.Run(demuxer->GetInfo().duration, progress);
+    pump.Run(expected != NoTime ? expected : demuxer->GetInfo().duration, progress);
     muxer->Finish();
 
     ConvertReport report;
-    report.duration = demuxer->GetInfo().duration;
     for (Output& output : outputs)
     {
         ConvertTrack& track = output.report;
@@ -252,6 +277,7 @@ ConvertReport ConvertJob::Run(Progress& progress)
         track.itemsIn = output.counts ? output.counts->in.load() : track.itemsOut;
         if (output.counts)
         {
+            report.duration = std::max(report.duration, output.counts->end.load());
             track.doubled = output.counts->doubled;
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
             if (const long long hidden = output.counts->hidden)

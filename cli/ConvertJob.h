@@ -35,7 +35,7 @@ struct ConvertTrack
 
 struct ConvertReport
 {
-    avTime duration = 0;
+    avTime duration = 0; ///< of the result
     std::vector<ConvertTrack> tracks;
     std::vector<std::string> warnings;
     Statistics statistics;
@@ -60,6 +60,7 @@ private:
         std::atomic<long long> after{0};
         std::atomic<long long> doubled{0};
         std::atomic<long long> hidden{0}; // pictures that nobody can decode
+        std::atomic<avTime> end{0};       // of what has come out of the filters
     };
 
     struct Output
@@ -76,8 +77,12 @@ private:
     void AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
                     std::shared_ptr<Counts> counts);
     bool HasPlace(const Host::TrackInfo& track);
-    SP<Proc::IStreamVideo> Decode(const Host::TrackInfo& track, const std::shared_ptr<Counts>& counts) const;
-    SP<Proc::IStreamVideo> Filter(SP<Proc::IStreamVideo> stream, const std::shared_ptr<Counts>& counts) const;
+    static SP<Proc::IStreamVideo> Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts);
+    SP<Proc::IStreamVideo> Filter(const SP<Proc::IStreamVideo>& stream, int index,
+                                  const std::shared_ptr<Counts>& counts) const;
+    SP<Proc::IStreamAudio> Filter(const SP<Proc::IStreamAudio>& stream, int index) const;
+    SP<Proc::IStreamVideo> MakeStep(const FilterStep& step, SP<Proc::IStreamVideo> stream,
+                                    const std::shared_ptr<Counts>& counts) const;
     /// Brings pictures to what the encoder takes.
     SP<Proc::IStreamVideo> Fit(SP<Proc::IStreamVideo> stream, const std::string& encoder, int index);
 
@@ -88,6 +93,7 @@ private:
     const std::unique_ptr<Host::Muxer> muxer;
     MuxPump pump;
     std::vector<Output> outputs;
+    avTime expected = NoTime; // how long the result will be, as far as its tracks know
     std::vector<std::string> warnings;
 };
 

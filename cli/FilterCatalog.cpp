@@ -317,6 +317,13 @@ std::vector<std::string> ListImplementations(const CatalogRow& row, const Factor
     return {};
 }
 
+bool NeedsLength(const FilterStep& step)
+{
+    const bool grid = step.settings->GetClassId() == SettingsFilterFrameRate::CLASS_ID &&
+                      step.implName != SettingsFilterFrameRate::IMPL_ADJUST;
+    return grid || (step.row->form == Form::TimedEffect && step.duration == NoTime);
+}
+
 SP<IStreamVideo> MakeFilter(const FilterStep& step, const SP<IStreamVideo>& source, const Factories& factories)
 {
     if (step.row->form == Form::Filter)

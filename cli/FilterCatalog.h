@@ -75,6 +75,9 @@ struct Factories
 /// Names of the implementations of a row, the default one first: those that its key "impl" takes.
 std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories&);
 
+/// Whether the filter works by how long its source lasts.
+bool NeedsLength(const FilterStep& step);
+
 /// The stream behind the filter.
 SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source, const Factories&);
 SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source, const Factories&);

@@ -5,14 +5,18 @@
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "effects/IOneInputEffect.h"
+#include "ffhost/effects/IFlow.h"
 
 #include <string>
+#include <utility>
 
 namespace Tessor::Host
 {
 
-/// One effect over a whole stream. Unlike a chain of effects it lets the effect hold items back: it reads on until one
-/// comes out, and at the end it drains what is held. A seek empties the effect.
+/// One effect over a whole stream. Unlike a chain of effects it lets the effect hold items back and make more of them
+/// than it is given: it reads on until one comes out, takes all that there are before it gives the next, and at the end
+/// it drains what is held. A seek empties the effect. Where that moves items in time, nobody knows how long all of them
+/// last, and a seek starts at the beginning and leaves out what comes before the target.
 template <class Kind, class Effect>
 class EffectStream final : public Proc::StreamImpl<Kind, Kind>, public RefCountImpl
 {
@@ -29,7 +33,10 @@ public:
     ~EffectStream() override { Base::StopThread(); }
 
 private:
-    EffectStream(const SP<Kind>& parent, const SP<Effect>& effect) : Base(parent, false), effect(effect) {}
+    EffectStream(const SP<Kind>& parent, const SP<Effect>& effect)
+        : Base(parent, false), effect(effect), flow(dynamic_cast<IFlow<Item>*>(effect.get()))
+    {
+    }
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return effect->GetSettings(); }
@@ -46,6 +53,7 @@ private:
                                            effectTime, itemCount));
         return statistic;
     }
+    avTime GetDuration() const override { return KeepsTimes() ? Base::GetDuration() : NoTime; }
     void ReleaseInternalData() override
     {
         Base::ReleaseInternalData();
@@ -58,26 +66,59 @@ private:
     }
     SP<Item> ReadInternal() override
     {
-        for (;;)
-        {
-            SP<Item> item = ended ? nullptr : Base::parentStream->Read();
-            ended = !item;
-            {
-                const Core::TimerSimple timer(effectTime);
-                effect->Process(item);
-            }
-            if (item)
-                ++itemCount;
-            if (item || ended)
-                return item;
-        }
+        SP<Item> item = ReadNext();
+        while (item && seekTime != NoTime && AddTime(item->GetPTS(), item->GetDuration()) <= seekTime)
+            item = ReadNext();
+        seekTime = NoTime;
+        itemCount += item ? 1 : 0;
+        return item;
     }
     void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
     {
         Reset();
-        Base::parentStream->RequestSeek(target, partner);
+        seekTime = KeepsTimes() || target <= 0 ? NoTime : target;
+        Base::parentStream->RequestSeek(KeepsTimes() ? target : 0, partner);
     }
     void DoSeekInternal() override { Base::parentStream->DoSeek(); }
+
+    bool KeepsTimes() const { return !flow || flow->KeepsTimes(); }
+
+    SP<Item> ReadNext()
+    {
+        SP<Item> item = Take();
+        while (!item && !ended)
+        {
+            SP<Item> given = Base::parentStream->Read();
+            ended = !given;
+            item = Make(std::move(given));
+        }
+        return item;
+    }
+
+    /// What the effect has made of the items before.
+    SP<Item> Take()
+    {
+        const Core::TimerSimple timer(effectTime);
+        SP<Item> item;
+        if (flow)
+            item = flow->Take();
+        else if (ended)
+            effect->Process(item);
+        return item;
+    }
+
+    SP<Item> Make(SP<Item> item)
+    {
+        const Core::TimerSimple timer(effectTime);
+        if (!flow)
+        {
+            effect->Process(item);
+            return item;
+        }
+        flow->Give(item);
+        item.reset(); // so that filters may work in its memory
+        return flow->Take();
+    }
 
     void Reset()
     {
@@ -86,6 +127,8 @@ private:
     }
 
     const SP<Effect> effect;
+    IFlow<Item>* const flow;     // the effect, where it is one
+    avTime seekTime = NoTime;    // what ends before is left out; NoTime behind the first item
     bool ended = false;          // the parent has nothing more: the effect is drained
     unsigned long itemCount = 0; // statistics
     long long effectTime = 0;    // statistics, microseconds

@@ -1,5 +1,7 @@
 #include "ffhost/effects/AVFilterEffect.h"
 
+#include <utility>
+
 namespace Tessor::Host
 {
 
@@ -71,10 +73,55 @@ void AVFilterEffect<Interface, FactoryData>::UpdateFormat(SP<Format>& format)
 }
 
 template <class Interface, class FactoryData>
+void AVFilterEffect<Interface, FactoryData>::ReleaseInternalData()
+{
+    runner.Reset();
+    spacer.Reset();
+    passing.reset();
+}
+
+template <class Interface, class FactoryData>
+void AVFilterEffect<Interface, FactoryData>::Give(const SP<Item>& item)
+{
+    if (runner.GetChain().empty())
+        passing = item;
+    else
+        runner.Push(item);
+}
+
+template <class Interface, class FactoryData>
+auto AVFilterEffect<Interface, FactoryData>::Take() -> SP<Item>
+{
+    return runner.GetChain().empty() ? std::exchange(passing, nullptr) : TakeMade();
+}
+
+template <>
+SP<IDataVideo> AVFilterEffectVideo::TakeMade()
+{
+    FramePtr frame = runner.Pull();
+    while (!keepsTimes && (frame || runner.IsEmpty()))
+    {
+        const bool last = !frame;
+        frame = spacer.Exchange(std::move(frame));
+        if (frame || last)
+            break;
+        frame = runner.Pull();
+    }
+    return frame ? WrapFrame(std::move(frame)) : nullptr;
+}
+
+template <>
+SP<IDataAudio> AVFilterEffectAudio::TakeMade()
+{
+    std::vector<FramePtr> parts(1);
+    parts[0] = runner.Pull();
+    return parts[0] ? runner.MakeBlock(parts) : nullptr;
+}
+
+template <class Interface, class FactoryData>
 void AVFilterEffect<Interface, FactoryData>::Update()
 {
-    if (!this->settings.graph.empty())
-        AvGraph::Check(this->settings.graph);
+    keepsTimes = this->settings.graph.empty() || AvGraph::KeepsTimes(this->settings.graph);
     runner.SetChain(this->settings.graph);
 }
 

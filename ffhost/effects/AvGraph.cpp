@@ -14,6 +14,8 @@ extern "C"
 #include <libavutil/opt.h>
 }
 
+#include <algorithm>
+
 namespace Tessor::Host
 {
 
@@ -42,6 +44,21 @@ void Require(const std::string& chain, Step step)
     const int result = step();
     if (result < 0)
         Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\": " + capture.GetText(result));
+}
+
+/// What a filter can switch off while it runs, it makes of one frame at the same time; few filters are beside that.
+bool KeepsTimes(const AVFilter& filter)
+{
+    const std::string name = filter.name;
+    const auto isAmong = [&](std::initializer_list<const char*> names)
+    { return std::find(names.begin(), names.end(), name) != names.end(); };
+    if (isAmong({"adelay", "framestep", "shuffleframes", "thumbnail"}))
+        return false;
+    return (filter.flags & AVFILTER_FLAG_SUPPORT_TIMELINE) != 0 ||
+           isAmong({"null",       "copy",        "crop",    "pad",      "scale",     "zscale",    "format",
+                    "noformat",   "setsar",      "setdar",  "setfield", "setparams", "setrange",  "transpose",
+                    "subtitles",  "ass",         "deshake", "anull",    "aformat",   "aresample", "pan",
+                    "channelmap", "acompressor", "compand", "loudnorm"});
 }
 
 template <class T>
@@ -102,7 +119,9 @@ void AvGraph::Deleter::operator()(AVFilterGraph* graph) const
 }
 
 AvGraph::AvGraph(const std::string& chain, const GraphFormat& input)
-    : graph(Allocated(avfilter_graph_alloc())), input(input)
+    : graph(Allocated(avfilter_graph_alloc())), input(input),
+      // Some filters of sound count their times in samples without a look at the base.
+      inputBase(input.type == AVMEDIA_TYPE_AUDIO ? AVRational{1, input.sampleRate} : microseconds)
 {
     Require(chain, [&] { return (source = MakeSource()) ? 0 : AVERROR(EINVAL); });
     sink = MakeSink();
@@ -111,11 +130,13 @@ AvGraph::AvGraph(const std::string& chain, const GraphFormat& input)
 
 AvGraph::~AvGraph() = default;
 
-void AvGraph::Check(const std::string& chain)
+bool AvGraph::KeepsTimes(const std::string& chain)
 {
     const GraphPtr scratch(Allocated(avfilter_graph_alloc()));
     Ends ends;
     Require(chain, [&] { return avfilter_graph_parse2(scratch.get(), chain.c_str(), &ends.inputs, &ends.outputs); });
+    return std::all_of(scratch->filters, scratch->filters + scratch->nb_filters,
+                       [](const AVFilterContext* filter) { return Host::KeepsTimes(*filter->filter); });
 }
 
 /// Null where the input's format is refused.
@@ -127,7 +148,7 @@ AVFilterContext* AvGraph::MakeSource()
     std::unique_ptr<AVBufferSrcParameters, void (*)(void*)> parameters(Allocated(av_buffersrc_parameters_alloc()),
                                                                        av_free);
     parameters->format = input.format;
-    parameters->time_base = microseconds;
+    parameters->time_base = inputBase;
     parameters->width = input.width;
     parameters->height = input.height;
     parameters->sample_aspect_ratio = input.aspect;
@@ -185,6 +206,14 @@ void AvGraph::Configure(const std::string& chain)
 
 void AvGraph::Push(FramePtr frame)
 {
+    if (!frame)
+        return Require("", [&] { return av_buffersrc_close(source, end, 0); });
+    const auto rescale = [&](int64_t time) { return av_rescale_q(time, microseconds, inputBase); };
+    if (frame->pts != AV_NOPTS_VALUE)
+    {
+        end = rescale(frame->pts + frame->pkt_duration);
+        frame->pts = rescale(frame->pts);
+    }
     Require("", [&] { return av_buffersrc_add_frame_flags(source, frame.get(), 0); });
 }
 

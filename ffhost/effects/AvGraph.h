@@ -37,9 +37,10 @@ public:
     AvGraph(const std::string& chain, const GraphFormat& input);
     ~AvGraph();
 
-    /// Throws EffectException with FFmpeg's reason where the text is no chain of filters that exist, with values that
-    /// they take. Whether they take an input is not known before there is one.
-    static void Check(const std::string& chain);
+    /// Whether frames leave a chain at the times at which they enter it, and all of them do; false also for filters
+    /// that are not known for it. Throws EffectException with FFmpeg's reason where the text is no chain of filters
+    /// that exist, with values that they take. Whether they take an input is not known before there is one.
+    static bool KeepsTimes(const std::string& chain);
 
     /// A null frame is the end: behind it the chain gives what it still holds.
     void Push(FramePtr frame);
@@ -63,6 +64,8 @@ private:
 
     const GraphPtr graph;
     const GraphFormat input;
+    const AVRational inputBase; // of times that go in
+    int64_t end = INT64_MIN;    // of the last frame that went in, where filters make more of it; INT64_MIN: no time
     AVFilterContext* source = nullptr; // the graph owns both
     AVFilterContext* sink = nullptr;
 };

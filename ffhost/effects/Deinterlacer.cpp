@@ -1,5 +1,7 @@
 #include "ffhost/effects/Deinterlacer.h"
 
+#include "Fnd/Exception.h"
+
 namespace Tessor::Host
 {
 
@@ -26,8 +28,13 @@ void Deinterlacer::ProcessItem(SP<Proc::IDataVideo>& frame)
     twin->repeat_pict = 0; // repeated fields would tell the filter to leave the frame before alone
     runner.Push(std::move(record));
     runner.Push(std::move(twin));
-    // What came out before is the twin of the frame before.
-    frame = WrapFrame(runner.TakeLast());
+    // What comes out before is the twin of the frame before.
+    FramePtr last;
+    while (FramePtr next = runner.Pull())
+        last = std::move(next);
+    if (!last)
+        Throw<Proc::EffectException>(TESSOR_HERE, "Filters \"" + runner.GetChain() + "\" gave no frame");
+    frame = WrapFrame(std::move(last));
 }
 
 } // namespace Tessor::Host

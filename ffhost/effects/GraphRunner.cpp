@@ -15,6 +15,7 @@ using namespace Proc;
 namespace
 {
 
+/// Of frames that nobody takes.
 constexpr size_t most_waiting = 128;
 
 } // namespace
@@ -23,88 +24,113 @@ void GraphRunner::SetChain(const std::string& newChain)
 {
     if (newChain == chain)
         return;
-    if (graph)
-        Finish();
+    Finish();
     chain = newChain;
 }
 
 void GraphRunner::Reset()
 {
-    graph.reset();
+    graphs.clear();
+    open = false;
     ready.clear();
     clock.Reset();
 }
 
 void GraphRunner::Process(SP<IDataVideo>& frame)
 {
-    FramePtr record = frame ? ShareFrame(*frame) : nullptr;
+    if (frame)
+        KeepSurplus();
+    Push(frame);
     frame.reset(); // so that filters may work in its memory
-    Push(std::move(record));
-    if (ready.empty())
-        return;
-    frame = WrapFrame(std::move(ready.front()));
-    ready.pop_front();
-    if (ready.size() > most_waiting)
-        Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\" make more frames than they are given");
+    FramePtr next = ready.empty() ? Pull() : std::move(ready.front());
+    if (!ready.empty())
+        ready.pop_front();
+    if (next)
+        frame = WrapFrame(std::move(next));
+}
+
+void GraphRunner::KeepSurplus()
+{
+    while (FramePtr surplus = Pull())
+    {
+        ready.push_back(std::move(surplus));
+        if (ready.size() > most_waiting)
+            Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\" make more frames than they are given");
+    }
 }
 
 void GraphRunner::Process(SP<IDataAudio>& block)
 {
-    FramePtr record = block && block->GetSampleCount() > 0 ? ShareSamples(block) : nullptr;
-    if (record || !block)
-        Push(std::move(record));
+    Push(block);
     block.reset();
     std::vector<FramePtr> parts;
-    while (!ready.empty() && (parts.empty() || GetSampleInfo(*parts[0]) == GetSampleInfo(*ready.front())))
+    for (;;)
     {
-        parts.push_back(std::move(ready.front()));
-        ready.pop_front();
+        FramePtr next = ready.empty() ? Pull() : std::move(ready.front());
+        ready.clear();
+        if (!next)
+            break;
+        if (parts.size() == most_waiting || (!parts.empty() && GetSampleInfo(*parts[0]) != GetSampleInfo(*next)))
+        {
+            ready.push_back(std::move(next));
+            break;
+        }
+        parts.push_back(std::move(next));
     }
-    if (parts.empty())
-        return;
-    block = JoinSamples(parts);
+    if (!parts.empty())
+        block = MakeBlock(parts);
+}
+
+SP<IDataAudio> GraphRunner::MakeBlock(const std::vector<FramePtr>& parts)
+{
+    const SP<IDataAudio> block = JoinSamples(parts);
     clock.Stamp(*block, parts.front()->pts);
+    return block;
+}
+
+void GraphRunner::Push(const SP<IDataVideo>& frame)
+{
+    Push(frame ? ShareFrame(*frame) : nullptr);
+}
+
+void GraphRunner::Push(const SP<IDataAudio>& block)
+{
+    if (!block || block->GetSampleCount() > 0)
+        Push(block ? ShareSamples(block) : nullptr);
 }
 
 void GraphRunner::Push(FramePtr frame)
 {
     if (!frame)
-    {
-        if (graph)
-            Finish();
-        return;
-    }
+        return Finish();
     const GraphFormat format = GraphFormat::Of(*frame);
-    if (graph && !format.Fits(input))
+    if (!format.Fits(input))
         Finish();
-    if (!graph)
-        graph = std::make_unique<AvGraph>(GetWholeChain(format), format);
+    if (!open)
+        graphs.push_back(std::make_unique<AvGraph>(GetWholeChain(format), format));
+    open = true;
     input = format;
-    graph->Push(std::move(frame));
-    Take();
+    graphs.back()->Push(std::move(frame));
 }
 
-FramePtr GraphRunner::TakeLast()
+FramePtr GraphRunner::Pull()
 {
-    if (ready.empty())
-        Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\" gave no frame");
-    FramePtr last = std::move(ready.back());
-    ready.clear();
-    return last;
+    while (!graphs.empty())
+    {
+        if (FramePtr frame = graphs.front()->Pull())
+            return frame;
+        if (open && graphs.size() == 1)
+            break;
+        graphs.pop_front();
+    }
+    return nullptr;
 }
 
 void GraphRunner::Finish()
 {
-    const std::unique_ptr<AvGraph> finished = std::move(graph);
-    finished->Push(nullptr);
-    while (FramePtr frame = finished->Pull())
-        ready.push_back(std::move(frame));
-}
-
-void GraphRunner::Take()
-{
-    while (FramePtr frame = graph->Pull())
-        ready.push_back(std::move(frame));
+    if (open)
+        graphs.back()->Push(nullptr);
+    open = false;
 }
 
 std::string GraphRunner::GetWholeChain(const GraphFormat& format) const

@@ -7,12 +7,14 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Tessor::Host
 {
 
-/// Runs items through a chain of libavfilter, one in, one out, none where the chain holds it back. The chain is built
-/// for the first item and again where items change their format; what it held comes out first.
+/// Runs items through a chain of libavfilter. The chain is built for the first item and again where items change their
+/// format; what it held comes out first. It works only as far as somebody takes what it makes, so that it holds no more
+/// than its filters do, whatever they make of a frame.
 class GraphRunner
 {
 public:
@@ -24,28 +26,38 @@ public:
     /// Drops what is held.
     void Reset();
 
-    /// Null items drain. Throws EffectException with FFmpeg's reason where the chain can't work on the item, and where
-    /// far more frames come out than go in: there is no place for them.
+    /// One item in, one out, none where the chain holds it back. Null items drain. Throws EffectException with FFmpeg's
+    /// reason where the chain can't work on the item, and where far more frames come out than go in: there is no place
+    /// for them.
     void Process(SP<Proc::IDataVideo>& frame);
     /// The same for sound, but what comes out at a time is one block.
     void Process(SP<Proc::IDataAudio>& block);
 
-    /// The steps of Process, for effects that put more than their items in. A null frame drains.
+    /// Puts an item in; null is the end. Throws as Process does.
+    void Push(const SP<Proc::IDataVideo>& frame);
+    void Push(const SP<Proc::IDataAudio>& block);
     void Push(FramePtr frame);
-    /// The last frame that has come out, instead of all that have. Throws EffectException where there is none.
-    FramePtr TakeLast();
+    /// The next frame, null where the chain wants more first.
+    FramePtr Pull();
+    /// A block of what has been pulled, in its place among those before.
+    SP<Proc::IDataAudio> MakeBlock(const std::vector<FramePtr>& parts);
+    /// Nothing is held, and nothing more comes without another frame.
+    bool IsEmpty() const { return graphs.empty(); }
 
 private:
     void Finish();
-    void Take();
+    void KeepSurplus();
     std::string GetWholeChain(const GraphFormat& format) const;
 
     std::string chain;
     bool keepsPixels = false;
-    std::unique_ptr<AvGraph> graph; // null before the first item, behind the end, and after a change of the chain
-    GraphFormat input;              // of the graph
-    std::deque<FramePtr> ready;     // out of the chain and not yet delivered
-    SampleClock clock;              // of the sound that was delivered
+    // Those before the last have been told the end and are still to be pulled. Empty before the first item and when all
+    // has come out behind the end.
+    std::deque<std::unique_ptr<AvGraph>> graphs;
+    bool open = false;          // the last one takes more frames
+    GraphFormat input;          // of the last one
+    std::deque<FramePtr> ready; // pulled by Process and not yet delivered
+    SampleClock clock;          // of the sound that was delivered
 };
 
 } // namespace Tessor::Host
