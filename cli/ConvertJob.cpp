@@ -35,6 +35,11 @@ bool IsDense(const Host::TrackInfo& track)
     return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
 }
 
+bool HasAlpha(const Conf::IFormatCodecVideo& format)
+{
+    return PixFmtDescription::Find(format.GetPixelFormat()).HasAlpha();
+}
+
 double RateOf(const IStreamVideo& stream)
 {
     const SP<Conf::IFormatCodecVideo> format = stream.GetFormatCodec();
@@ -208,10 +213,13 @@ SP<IStreamAudio> ConvertJob::Filter(const SP<IStreamAudio>& stream, int index) c
 SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
 {
     SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    const bool transparent = HasAlpha(*format);
     const SP<IOneInputEffectVideo> converter =
         factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
     converter->Initialise(SettingsColorspaceConverter(Host::ListPixelFormats(encoder, format->GetPixelFormat())));
     converter->UpdateFormat(format);
+    if (transparent && !HasAlpha(*format))
+        warnings.push_back(fmt::format("track {}: {} carries no transparency: it is lost", index, encoder));
     // One of them for all pictures: the source's may change in the middle, as their size may.
     converter->Initialise(SettingsColorspaceConverter({format->GetPixelFormat()}));
     stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);

@@ -150,6 +150,14 @@ bool IsYuv(const AVPixFmtDescriptor& description)
     return description.nb_components >= 3 && !(description.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
+/// Pictures in main memory whose pixels are no numbers of colours, which nobody would choose.
+bool CanBeMade(AVPixelFormat format, PixFmt source)
+{
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
+    return description && !(description->flags & AV_PIX_FMT_FLAG_HWACCEL) &&
+           (!(description->flags & AV_PIX_FMT_FLAG_PAL) || format == static_cast<AVPixelFormat>(source));
+}
+
 } // namespace
 
 EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted)
@@ -188,17 +196,24 @@ bool HasPlaceFor(const std::string& path, MediaType type)
 std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source)
 {
     const AVPixelFormat* known = GetEncoder(encoder).pix_fmts;
-    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source));
     if (!known)
         return {};
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source));
+    std::vector<PixFmt> formats, transparent;
+    for (const AVPixelFormat* at = known; *at != AV_PIX_FMT_NONE; ++at)
+    {
+        if (!CanBeMade(*at, source))
+            continue;
+        formats.push_back(static_cast<PixFmt>(*at));
+        if (PixFmtDescription::Find(formats.back()).HasAlpha())
+            transparent.push_back(formats.back());
+    }
+    if (!transparent.empty() && PixFmtDescription::Find(source).HasAlpha())
+        return transparent;
     // Players take little else than 4:2:0, so that what has not been YUV becomes that.
     if (description && !IsYuv(*description) && IsListed(known, AV_PIX_FMT_NONE, AV_PIX_FMT_YUV420P) &&
         !IsListed(known, AV_PIX_FMT_NONE, static_cast<AVPixelFormat>(source)))
         return {PixFmt::YUV420P};
-    std::vector<PixFmt> formats;
-    for (; *known != AV_PIX_FMT_NONE; ++known)
-        if (const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(*known); d && !(d->flags & AV_PIX_FMT_FLAG_HWACCEL))
-            formats.push_back(static_cast<PixFmt>(*known));
     return formats;
 }
 

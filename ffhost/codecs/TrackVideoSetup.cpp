@@ -72,6 +72,9 @@ void TrackVideoSetup::SetQuality(AVCodecContext& context) const
     const EncoderRow& row = FindEncoder(options.name);
     for (const auto& [option, value] : row.options)
         SetOption(context, option, value);
+    // It knows no hidden pictures of the transparency.
+    if (context.codec_id == AV_CODEC_ID_VP8 && PixFmtDescription::Find(source->GetPixelFormat()).HasAlpha())
+        SetOption(context, "auto-alt-ref", "0");
     if (!options.preset.empty())
     {
         // The encoder would find it out when it is opened, and say so on standard error itself.

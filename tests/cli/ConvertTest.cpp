@@ -184,6 +184,37 @@ TEST_F(Convert, ChainsThatChangeTimeTellHowLongTheyLast)
     EXPECT_NEAR(static_cast<uint8_t>(levels[25]), 128, 4) << "half of it, not all";
 }
 
+TEST_F(Convert, DepthAndTransparencyAreKeptWhereTheyCanBe)
+{
+    RunCommand("picture='-v error -f lavfi -i testsrc2=s=64x48:r=25:d=0.2'; "
+               "ffmpeg $picture -vf format=rgba,colorchannelmixer=aa=0.5 -c:v png alpha.mov; "
+               "ffmpeg $picture -pix_fmt yuv420p10le -c:v ffv1 ten.mkv");
+    const struct
+    {
+        const char *args, *format, *told;
+    } rows[] = {
+        {"alpha.mov out.mkv --video-encoder ffv1", "bgra", ""},
+        {"alpha.mov out.mov --video-encoder qtrle", "argb", ""},
+        {"alpha.mov out.mov --video-encoder prores_ks", "yuva444p12le", ""},
+        {"alpha.mov out.mkv --video-encoder libx264", "yuvj420p", "libx264 carries no transparency"},
+        {"ten.mkv out.mkv --video-encoder ffv1 --vf deinterlace", "yuv420p10le", ""},
+    };
+    for (const auto& row : rows)
+    {
+        const Outcome outcome = Run(std::string("convert -y ") + row.args);
+        ASSERT_EQ(outcome.status, 0) << row.args << outcome.err;
+        const std::string file = std::string(row.args).find(".mov --") != std::string::npos ? "out.mov" : "out.mkv";
+        EXPECT_EQ(Probe(file)["video"]["pix_fmt"], row.format) << row.args;
+        EXPECT_EQ(outcome.err.find("transparency") != std::string::npos, *row.told != 0) << outcome.err;
+        EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+    }
+    for (const std::string encoder : {"libvpx", "libvpx-vp9"})
+    {
+        ASSERT_EQ(Run("convert -y alpha.mov out.webm --video-encoder " + encoder).status, 0);
+        EXPECT_EQ(Probe("out.webm")["video"]["tags"]["alpha_mode"], "1") << encoder;
+    }
+}
+
 TEST_F(Convert, TonesAndMixesAreTheSamplesThatTheyShouldBe)
 {
     for (const std::string args :
