@@ -1,7 +1,7 @@
 #include "cli/Lossless.h"
 
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
-#include "cli/Interrupt.h"
+#include "cli/ReadJointly.h"
 #include "cli/TrackSelection.h"
 
 #include <algorithm>
@@ -33,29 +33,7 @@ struct Detection
 {
     SP<Proc::FilterLosslessDetect> filter;
     LosslessFinding finding;
-    avTime reached = NoTime; // decoding time of the last packet
-    bool ended = false;
 };
-
-// Tracks that fall behind would have the demuxer keep packets for them.
-Detection* Earliest(std::vector<Detection>& detections)
-{
-    Detection* earliest = nullptr;
-    for (Detection& detection : detections)
-        if (!detection.ended && (!earliest || detection.reached < earliest->reached))
-            earliest = &detection;
-    return earliest;
-}
-
-void ReadNext(Detection& detection)
-{
-    const SP<Proc::IDataPacket> packet = detection.filter->Read();
-    detection.ended = !packet;
-    if (!packet)
-        return;
-    ++detection.finding.packets;
-    detection.reached = std::max(detection.reached, packet->GetDTS());
-}
 
 LosslessFinding Conclude(const Detection& detection)
 {
@@ -86,15 +64,10 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
             detections.push_back({Proc::FilterLosslessDetect::Create(track.stream, MakeSettings()),
                                   {track.index, KindName(info), info.codecName}});
     }
-    for (Detection& detection : detections)
-        detection.filter->RequestSeek(0, nullptr);
-    for (Detection& detection : detections)
-        detection.filter->DoSeek();
-    while (Detection* detection = Earliest(detections))
-    {
-        ThrowIfInterrupted();
-        ReadNext(*detection);
-    }
+    std::vector<SP<Proc::IStreamRaw>> streams;
+    for (const Detection& detection : detections)
+        streams.emplace_back(detection.filter);
+    ReadJointly(streams, [&](size_t place, const SP<Proc::IDataPacket>&) { ++detections[place].finding.packets; });
     std::vector<LosslessFinding> findings;
     std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);
     return findings;
