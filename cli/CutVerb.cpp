@@ -38,17 +38,56 @@ Json TrackToJson(const TrackReport& track)
     return json;
 }
 
+Json RatioToJson(double ratio)
+{
+    return std::isinf(ratio) ? Json(nullptr) : Json(ratio);
+}
+
+Json VerdictToJson(const TrackVerdict& track)
+{
+    Json json = {
+        {"index", track.index}, {"kind", track.kind}, {"codec", track.codec}, {"checked", track.unchecked.empty()}};
+    if (!track.unchecked.empty())
+        json["unchecked_because"] = track.unchecked;
+    if (track.pictures)
+        json.update({{"expected_pictures", track.pictures->expected},
+                     {"output_pictures", track.pictures->found},
+                     {"identical_pictures", track.pictures->identical},
+                     {"lowest_psnr", RatioToJson(track.pictures->lowestRatio)},
+                     {"worst_time_error_ms", track.pictures->worstTimeErrorMs}});
+    if (!track.packets)
+        return json;
+    json.update({{"expected_packets", track.packets->expected},
+                 {"output_packets", track.packets->found},
+                 {"identical_packets", track.packets->identical}});
+    // those of video that are encoded anew are none of the source's, and its pictures are what counts
+    if (!track.pictures)
+        json.update({{"missing_packets", track.packets->missing},
+                     {"doubled_packets", track.packets->doubled},
+                     {"misplaced_packets", track.packets->misplaced},
+                     {"foreign_packets", track.packets->foreign},
+                     {"adjusted_packets", track.packets->adjusted},
+                     {"worst_time_error_ms", track.packets->worstTimeErrorMs}});
+    return json;
+}
+
 Json VerdictToJson(const VerifyReport& report)
 {
-    return {{"good", report.IsGood()},
-            {"faults", report.faults},
-            {"expected_pictures", report.expectedPictures},
-            {"output_pictures", report.outputPictures},
-            {"identical_pictures", report.identicalPictures},
-            {"lowest_psnr", std::isinf(report.lowestRatio) ? Json(nullptr) : Json(report.lowestRatio)},
-            {"worst_time_error_ms", report.worstTimeErrorMs},
-            {"video_packets", report.packets},
-            {"identical_video_packets", report.identicalPackets}};
+    const PictureVerdict pictures = report.SumPictures();
+    const PacketVerdict packets = report.SumVideoPackets();
+    Json json = {{"good", report.IsGood()},
+                 {"faults", report.faults},
+                 {"expected_pictures", pictures.expected},
+                 {"output_pictures", pictures.found},
+                 {"identical_pictures", pictures.identical},
+                 {"lowest_psnr", RatioToJson(pictures.lowestRatio)},
+                 {"worst_time_error_ms", pictures.worstTimeErrorMs},
+                 {"video_packets", packets.found},
+                 {"identical_video_packets", packets.identical},
+                 {"tracks", Json::array()}};
+    for (const TrackVerdict& track : report.tracks)
+        json["tracks"].push_back(VerdictToJson(track));
+    return json;
 }
 
 Json PlanToJson(const std::vector<GroupPlan>& plan)
@@ -89,16 +128,36 @@ void PrintTracks(const CutReport& report)
     }
 }
 
+void PrintVerdict(const PictureVerdict& pictures, const PacketVerdict& packets)
+{
+    fmt::print("{} of {} pictures, {} of them identical", pictures.found, pictures.expected, pictures.identical);
+    if (!std::isinf(pictures.lowestRatio))
+        fmt::print(", the others at {:.1f} dB or better", pictures.lowestRatio);
+    fmt::print("; {} of {} packets are the source's\n", packets.identical, packets.found);
+}
+
+void PrintVerdict(const TrackVerdict& track)
+{
+    fmt::print("  {} track {}, {} ({}): ", track.unchecked.empty() ? "verified" : "not verified", track.index,
+               track.kind, track.codec);
+    if (!track.unchecked.empty())
+        fmt::print("{}\n", track.unchecked);
+    else if (track.pictures)
+        PrintVerdict(*track.pictures, *track.packets);
+    else if (track.packets)
+        fmt::print("{} packets, {} expected, at most {:.1f} ms off their places\n", track.packets->found,
+                   track.packets->expected, track.packets->worstTimeErrorMs);
+    else
+        fmt::print("it is gone\n");
+}
+
 void PrintVerdict(const VerifyReport& report)
 {
-    fmt::print("  verified: {} of {} pictures, {} of them identical", report.outputPictures, report.expectedPictures,
-               report.identicalPictures);
-    if (!std::isinf(report.lowestRatio))
-        fmt::print(", the others at {:.1f} dB or better", report.lowestRatio);
-    fmt::print("; {} of {} video packets are the source's: {}\n", report.identicalPackets, report.packets,
-               report.IsGood() ? "good" : "NOT good");
+    for (const TrackVerdict& track : report.tracks)
+        PrintVerdict(track);
     for (const std::string& fault : report.faults)
         fmt::print("  fault: {}\n", fault);
+    fmt::print("  verdict: {}\n", report.IsGood() ? "good" : "NOT good");
 }
 
 class CutVerb final : public Verb
@@ -174,13 +233,21 @@ private:
         const CutReport report = job.Run(progress);
         std::optional<VerifyReport> verdict;
         if (verify)
-            verdict = Verify(request.input, output, report.intervals);
+            verdict = VerifyTracks(report, session.GetInfo().duration);
         PrintReport(
             common, [&] { return ToJson(report, verdict); }, [&] { PrintText(report, verdict, session); },
             report.warnings, GetStatistics(session));
         if (verdict && !verdict->IsGood())
             throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
         return ExitCode::Done;
+    }
+
+    VerifyReport VerifyTracks(const CutReport& report, avTime duration) const
+    {
+        std::vector<int> tracks;
+        for (const TrackReport& track : report.tracks)
+            tracks.push_back(track.index);
+        return Verify(request.input, output, KeptTime(report.intervals, duration), tracks);
     }
 
     Json ToJson(const CutReport& report, const std::optional<VerifyReport>& verdict) const

@@ -1,16 +1,13 @@
 #include "cli/Verify.h"
 
-#include "Proc/Settings/SettingsFilterCutController.h"
-#include "cli/Interrupt.h"
-#include "cli/Pictures.h"
-#include "ffhost/codecs/CodecFactory.h"
+#include "Fnd/Exception.h"
+#include "cli/PlainFile.h"
+#include "cli/TrackSelection.h"
 #include "ffhost/io/Demuxer.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 #include <limits>
-#include <string_view>
 #include <unordered_set>
 
 namespace Tessor::Cli
@@ -19,154 +16,250 @@ namespace Tessor::Cli
 namespace
 {
 
-/// Pictures below this are no copy of their source.
-constexpr double least_ratio = 30;
+/// What rounding to ticks of a millisecond, once in each file, moves a packet by.
+constexpr avTime rounding = 2000;
 
-int FindVideo(const Host::MediaInfo& info)
+bool IsVideo(const Host::TrackInfo& info)
 {
-    for (const Host::TrackInfo& track : info.tracks)
-    {
-        if (track.type == MediaType::Video && !track.attachedPicture)
-            return track.index;
-    }
-    return -1;
+    return info.type == MediaType::Video && !info.attachedPicture;
 }
 
-SP<Proc::IStreamVideo> OpenDecoder(const std::string& path, SP<Host::Demuxer>& demuxer)
+long long CountCommon(const PlainTrack& a, const PlainTrack& b)
 {
-    demuxer = Host::Demuxer::Open(path);
-    const int video = FindVideo(demuxer->GetInfo());
-    return video < 0 ? nullptr
-                     : Host::CodecFactory::Create({.wanted = {}, .distinct = false})
-                           ->CreateDecoder(demuxer->GetStream(video), "");
+    std::unordered_set<uint64_t> known;
+    for (const Host::PacketPrint& print : a.packets)
+        known.insert(print.hash);
+    return std::count_if(b.packets.begin(), b.packets.end(),
+                         [&](const Host::PacketPrint& print) { return known.contains(print.hash); });
 }
 
-/// The decoded pictures of a file that lie in the kept ranges, in order.
-class KeptPictures
+/// Tracks of two files that are each other's: those of a kind that have the most in common.
+class Pairing
 {
 public:
-    KeptPictures(const std::string& path, const std::vector<Range>& ranges) : ranges(ranges)
+    Pairing(const std::vector<PlainTrack>& source, const std::vector<PlainTrack>& output)
+        : source(source), output(output), partners(source.size(), nullptr)
     {
-        decoder = OpenDecoder(path, demuxer);
-        if (decoder && !ranges.empty())
-            Enter();
+        std::vector<Candidate> candidates;
+        for (size_t s = 0; s < source.size(); ++s)
+            for (const PlainTrack& track : output)
+                if (std::string_view(KindName(track.info)) == KindName(source[s].info))
+                    candidates.push_back({CountCommon(source[s], track), s, &track});
+        std::stable_sort(candidates.begin(), candidates.end(),
+                         [](const Candidate& a, const Candidate& b) { return a.common > b.common; });
+        for (const Candidate& candidate : candidates)
+            if (!partners[candidate.place] && !IsTaken(*candidate.track))
+                partners[candidate.place] = candidate.track;
     }
 
-    bool HasVideo() const { return decoder != nullptr; }
-
-    SP<Proc::IDataVideo> Next()
+    /// Null when there is none.
+    const PlainTrack* GetPartner(size_t place) const { return partners[place]; }
+    bool IsTaken(const PlainTrack& track) const
     {
-        while (current < ranges.size())
-        {
-            const SP<Proc::IDataVideo> frame = decoder->Read();
-            if (frame && frame->GetPTS() < ranges[current].end)
-            {
-                if (frame->GetPTS() >= ranges[current].start)
-                    return frame;
-                continue;
-            }
-            if (++current < ranges.size())
-                Enter();
-        }
-        return nullptr;
+        return std::find(partners.begin(), partners.end(), &track) != partners.end();
+    }
+
+    /// How much later than expected tracks of the output lie, as told by all that is there once; NoTime when nothing
+    /// is.
+    avTime FindShift(bool video) const
+    {
+        std::vector<avTime> shifts;
+        for (size_t i = 0; i < source.size(); ++i)
+            if (partners[i] && IsVideo(source[i].info) == video)
+                for (const auto& [expected, found] : PacketJudge::FindUnique(source[i].packets, partners[i]->packets))
+                    shifts.push_back(found - expected);
+        if (shifts.empty())
+            return NoTime;
+        const auto middle = shifts.begin() + static_cast<std::ptrdiff_t>(shifts.size() / 2);
+        std::nth_element(shifts.begin(), middle, shifts.end());
+        return *middle;
     }
 
 private:
-    void Enter()
+    struct Candidate
     {
-        decoder->RequestSeek(ranges[current].start, nullptr);
-        decoder->DoSeek();
-    }
+        long long common;
+        size_t place; // of the source's track
+        const PlainTrack* track;
+    };
 
-    const std::vector<Range> ranges;
-    size_t current = 0; // the range that is being read
-    SP<Host::Demuxer> demuxer;
-    SP<Proc::IStreamVideo> decoder;
+    const std::vector<PlainTrack>& source;
+    const std::vector<PlainTrack>& output;
+    std::vector<const PlainTrack*> partners; // of the source's tracks
 };
 
-/// Hashes of a file's video packets.
-std::vector<size_t> PacketHashes(const std::string& path)
+avTime LongestOf(const PlainTrack& track)
 {
-    std::vector<size_t> hashes;
-    const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(path);
-    const int video = FindVideo(demuxer->GetInfo());
-    if (video < 0)
-        return hashes;
-    const SP<Proc::IStreamRaw> stream = demuxer->GetStream(video);
-    while (const SP<Proc::IDataPacket> packet = stream->Read())
-    {
-        ThrowIfInterrupted();
-        hashes.push_back(std::hash<std::string_view>()(
-            {reinterpret_cast<const char*>(packet->GetData()), static_cast<size_t>(packet->GetSize())}));
-    }
-    return hashes;
+    avTime longest = 0;
+    for (const Host::PacketPrint& print : track.packets)
+        longest = std::max(longest, print.length);
+    return longest;
 }
 
-void ComparePictures(KeptPictures& source, KeptPictures& output, const Proc::SettingsFilterCutController& cut,
-                     VerifyReport& report)
+/// How far a packet may lie from its place. Sound that is counted is kept within half a packet by who writes it; where
+/// packets just follow each other each piece may be off by one more. Ogg tells the ends of its pages alone.
+avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t pieces)
 {
-    avTime shift = NoTime;
-    report.lowestRatio = std::numeric_limits<double>::infinity();
-    for (;;)
-    {
-        ThrowIfInterrupted();
-        const SP<Proc::IDataVideo> expected = source.Next();
-        const SP<Proc::IDataVideo> found = output.Next();
-        report.expectedPictures += expected != nullptr;
-        report.outputPictures += found != nullptr;
-        if (!expected && !found)
-            return;
-        if (!expected || !found)
-            continue;
-        const double ratio = PictureRatio(*expected, *found);
-        report.identicalPictures += std::isinf(ratio);
-        report.lowestRatio = std::min(report.lowestRatio, ratio);
-        const avTime off = found->GetPTS() - cut.Source2Result(expected->GetPTS());
-        if (shift == NoTime)
-            shift = off; // a container may move the whole file
-        report.worstTimeErrorMs = std::max(report.worstTimeErrorMs, std::abs(Seconds(off - shift)) * 1000);
-    }
+    const Host::TrackInfo& info = output.info;
+    const avTime tick = info.timeBaseDen > 0 ? 1000000LL * info.timeBaseNum / info.timeBaseDen : 0;
+    if (Host::PacketForm::IsCounted(info))
+        return rounding + tick / 2;
+    const avTime longest = LongestOf(output);
+    const bool countsPackets = info.type == MediaType::Audio && tick > rounding && tick >= longest / 2;
+    if (countsPackets || !Host::PacketForm::TellsTimes(file))
+        return rounding + std::max(tick, longest) * static_cast<avTime>(pieces);
+    return file.container == "ogg" ? rounding + longest : std::max(rounding, tick);
 }
 
-void Judge(VerifyReport& report)
+/// Where packets may be left out or put in: at seams and in gaps, of sound that is counted, and of linear samples,
+/// which are kept or not by packets that have other bounds when reading begins elsewhere.
+std::vector<Range> FindLooseTime(const PlainTrack& track, const PlainTrack& partner, const KeptTime& kept)
 {
-    if (report.expectedPictures != report.outputPictures)
-        report.faults.push_back(
-            fmt::format("{} pictures, {} expected", report.outputPictures, report.expectedPictures));
-    else if (report.lowestRatio < least_ratio)
-        report.faults.push_back(fmt::format("a picture differs from its source: {:.1f} dB", report.lowestRatio));
-    constexpr double tolerance = 5;
-    if (report.worstTimeErrorMs > tolerance)
-        report.faults.push_back(fmt::format("a picture lies {:.1f} ms off its place", report.worstTimeErrorMs));
+    std::vector<Range> loose;
+    if (!track.linear && !Host::PacketForm::IsCounted(partner.info))
+        return loose;
+    const avTime reach = 2 * std::max(LongestOf(track), LongestOf(partner));
+    for (const avTime seam : kept.GetSeams())
+        loose.push_back({seam - reach, seam + reach});
+    for (size_t i = 1; i < track.packets.size(); ++i)
+    {
+        const avTime end = track.packets[i - 1].time + track.packets[i - 1].length;
+        if (track.packets[i].time > end + rounding)
+            loose.push_back({end - reach, track.packets[i].time + reach});
+    }
+    return loose;
 }
+
+class Verification
+{
+public:
+    Verification(const std::string& source, const std::string& output, const KeptTime& kept,
+                 const std::vector<int>& carried)
+        : pictures(source, output, kept), kept(kept), expected(ReadPlainFile(source, &kept).tracks),
+          found(ReadPlainFile(output))
+    {
+        std::erase_if(expected, [&](const PlainTrack& track)
+                      { return std::find(carried.begin(), carried.end(), track.info.index) == carried.end(); });
+    }
+
+    VerifyReport Run()
+    {
+        const Pairing pairing(expected, found.tracks);
+        shift = pairing.FindShift(true);
+        for (size_t i = 0; i < expected.size(); ++i)
+        {
+            // video comes first, and tells it by its pictures where all packets are encoded anew
+            if (shift == NoTime && !IsVideo(expected[i].info))
+                shift = pairing.FindShift(false);
+            JudgeTrack(expected[i], pairing.GetPartner(i));
+        }
+        for (const PlainTrack& track : found.tracks)
+            if (!pairing.IsTaken(track))
+                report.faults.push_back(fmt::format("the output's track {} ({}) is none of the source's",
+                                                    track.info.index, KindName(track.info)));
+        if (std::none_of(report.tracks.begin(), report.tracks.end(), IsChecked))
+            report.faults.push_back("nothing could be checked");
+        return std::move(report);
+    }
+
+private:
+    static bool IsChecked(const TrackVerdict& track)
+    {
+        return (track.pictures && track.pictures->expected > 0) || (track.packets && track.packets->expected > 0);
+    }
+
+    void JudgeTrack(const PlainTrack& track, const PlainTrack* partner)
+    {
+        TrackVerdict verdict{track.info.index, KindName(track.info), track.info.codecName, {}, {}, {}};
+        if (!partner)
+            AddFault(verdict, "it is gone");
+        else if (IsVideo(track.info))
+            JudgeVideo(verdict, track, *partner);
+        else
+            JudgePackets(verdict, track, *partner);
+        report.tracks.push_back(verdict);
+    }
+
+    void JudgeVideo(TrackVerdict& verdict, const PlainTrack& track, const PlainTrack& partner)
+    {
+        try
+        {
+            verdict.pictures = pictures.Judge(track.info.index, partner.info.index, shift);
+            shift = verdict.pictures->shift;
+            verdict.packets = Compare(track, partner);
+            AddFault(verdict, verdict.pictures->DescribeFaults());
+        }
+        catch (const Proc::CodecFactoryException& e)
+        {
+            verdict.unchecked = "it can't be decoded: " + Describe(e);
+        }
+    }
+
+    void JudgePackets(TrackVerdict& verdict, const PlainTrack& track, const PlainTrack& partner)
+    {
+        verdict.packets = Compare(track, partner);
+        if (verdict.packets->expected == 0 && verdict.packets->found == 0)
+            verdict.unchecked = "it has no packets";
+        AddFault(verdict, verdict.packets->DescribeFaults());
+    }
+
+    PacketVerdict Compare(const PlainTrack& track, const PlainTrack& partner) const
+    {
+        const PacketJudge judge(shift == NoTime ? 0 : shift, ToleranceOf(partner, found.info, kept.GetRanges().size()),
+                                FindLooseTime(track, partner, kept));
+        return judge.Judge(track.packets, partner.packets);
+    }
+
+    void AddFault(const TrackVerdict& track, const std::string& fault)
+    {
+        if (!fault.empty())
+            report.faults.push_back(fmt::format("track {} ({}, {}): {}", track.index, track.kind, track.codec, fault));
+    }
+
+    const PictureJudge pictures;
+    const KeptTime kept;
+    std::vector<PlainTrack> expected;
+    const PlainFile found;
+    avTime shift = NoTime; // how much later than expected the whole output lies; NoTime where nothing tells
+    VerifyReport report;   // as far as tracks have been judged
+};
 
 } // namespace
 
-VerifyReport Verify(const std::string& source, const std::string& output, const std::vector<Range>& kept)
+PictureVerdict VerifyReport::SumPictures() const
 {
-    VerifyReport report;
-    KeptPictures expected(source, kept);
-    KeptPictures found(output, {{-MAX_DURATION, MAX_DURATION}}); // all of it, priming included
-    if (!expected.HasVideo())
-        return report;
-    if (!found.HasVideo())
+    PictureVerdict sum;
+    sum.lowestRatio = std::numeric_limits<double>::infinity();
+    for (const TrackVerdict& track : tracks)
     {
-        report.faults.push_back("the video is gone");
-        return report;
+        if (!track.pictures)
+            continue;
+        sum.expected += track.pictures->expected;
+        sum.found += track.pictures->found;
+        sum.identical += track.pictures->identical;
+        sum.lowestRatio = std::min(sum.lowestRatio, track.pictures->lowestRatio);
+        sum.worstTimeErrorMs = std::max(sum.worstTimeErrorMs, track.pictures->worstTimeErrorMs);
     }
-    Proc::SettingsFilterCutController cut;
-    for (const Range& range : kept)
-        cut.AddInterval(range.start, range.end, NoTime, false);
-    cut.UpdateOptimizedList();
-    ComparePictures(expected, found, cut, report);
+    return sum;
+}
 
-    const std::vector<size_t> sourceHashes = PacketHashes(source), outputHashes = PacketHashes(output);
-    const std::unordered_set<size_t> known(sourceHashes.begin(), sourceHashes.end());
-    report.packets = static_cast<long long>(outputHashes.size());
-    report.identicalPackets =
-        std::count_if(outputHashes.begin(), outputHashes.end(), [&](size_t hash) { return known.contains(hash); });
-    Judge(report);
-    return report;
+PacketVerdict VerifyReport::SumVideoPackets() const
+{
+    PacketVerdict sum;
+    for (const TrackVerdict& track : tracks)
+    {
+        if (!track.pictures || !track.packets)
+            continue;
+        sum.found += track.packets->found;
+        sum.identical += track.packets->identical;
+    }
+    return sum;
+}
+
+VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
+                    const std::vector<int>& tracks)
+{
+    return Verification(source, output, kept, tracks).Run();
 }
 
 } // namespace Tessor::Cli

@@ -1,26 +1,40 @@
 #pragma once
 
-#include "cli/Times.h"
+#include "cli/PacketJudge.h"
+#include "cli/PictureJudge.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Tessor::Cli
 {
 
+/// The verdict on a track.
+struct TrackVerdict
+{
+    int index = 0; ///< in the source
+    std::string kind, codec;
+    std::string unchecked;                  ///< why nothing is said of it; empty where something is
+    std::optional<PictureVerdict> pictures; ///< of video
+    std::optional<PacketVerdict> packets;   ///< of all that is checked; of video some may be encoded anew
+};
+
 /// The verdict on a cut file, held against its source.
 struct VerifyReport
 {
-    long long expectedPictures = 0, outputPictures = 0, identicalPictures = 0;
-    double lowestRatio = 0;                      ///< dB, infinite when all pictures are identical
-    double worstTimeErrorMs = 0;                 ///< of a picture, against its place in the intervals
-    long long packets = 0, identicalPackets = 0; ///< of the video
+    std::vector<TrackVerdict> tracks;
     std::vector<std::string> faults;
 
     bool IsGood() const { return faults.empty(); }
+    /// All video tracks taken together.
+    PictureVerdict SumPictures() const;
+    PacketVerdict SumVideoPackets() const;
 };
 
-/// Decodes both files and judges: every kept picture is there, in order, at its time, and like its source.
-VerifyReport Verify(const std::string& source, const std::string& output, const std::vector<Range>& kept);
+/// Reads both files plainly and judges each of the source's `tracks`, which the output is said to carry: every kept
+/// picture and packet is there, once, at its time, and like its source. Nothing checked at all is a fault.
+VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
+                    const std::vector<int>& tracks);
 
 } // namespace Tessor::Cli

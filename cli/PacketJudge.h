@@ -1,0 +1,57 @@
+#pragma once
+
+#include "cli/Times.h"
+#include "ffhost/io/PacketForm.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// How the packets of a track that were found compare with those that were expected.
+struct PacketVerdict
+{
+    long long expected = 0, found = 0;
+    long long identical = 0; ///< found that carry what an expected one does, wherever they lie
+    long long doubled = 0;   ///< found once more often than expected
+    long long missing = 0;   ///< expected that were not found
+    long long misplaced = 0; ///< found elsewhere than expected
+    long long foreign = 0;   ///< found that carry something else than every expected one
+    long long adjusted = 0;  ///< left out or put in where that is allowed
+    double worstTimeErrorMs = 0;
+
+    /// "423 packets 3 missing, 1 doubled"; empty when all is as expected.
+    std::string DescribeFaults() const;
+};
+
+/// Holds packets against each other by what they carry and by their place. Packets that carry the same, like silence,
+/// are taken for the ones that lie where they do.
+class PacketJudge
+{
+public:
+    /// `shift`: how much later than expected the whole file lies. `tolerance`: how far a packet may lie from its place.
+    /// `loose`: where packets may be left out or put in, in the time of the expected ones.
+    PacketJudge(avTime shift, avTime tolerance, std::vector<Range> loose)
+        : shift(shift), tolerance(tolerance), loose(std::move(loose))
+    {
+    }
+
+    PacketVerdict Judge(std::vector<Host::PacketPrint> expected, std::vector<Host::PacketPrint> found) const;
+
+    /// Expected and found times of what is there once on either side.
+    static std::vector<std::pair<avTime, avTime>> FindUnique(std::vector<Host::PacketPrint> expected,
+                                                             std::vector<Host::PacketPrint> found);
+
+private:
+    using Times = std::vector<avTime>;
+
+    bool IsLoose(avTime time) const;
+    size_t TakeLoose(Times& times, avTime shifted) const;
+    void JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const;
+
+    const avTime shift, tolerance;
+    const std::vector<Range> loose;
+};
+
+} // namespace Tessor::Cli

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "cli/KeptTime.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// How the decoded pictures of a track compare with those of its source.
+struct PictureVerdict
+{
+    long long expected = 0, found = 0, identical = 0;
+    double lowestRatio = 0;      ///< dB, infinite when all pictures are identical
+    double worstTimeErrorMs = 0; ///< against the place in the intervals
+    avTime shift = NoTime;       ///< how much later than expected the whole file lies
+
+    /// "124 pictures, 125 expected; ..."; empty when all is as expected.
+    std::string DescribeFaults() const;
+};
+
+/// Decodes a track of two files: every kept picture of the source has to be there, in order, at its time, and like its
+/// source.
+class PictureJudge
+{
+public:
+    PictureJudge(const std::string& source, const std::string& output, const KeptTime& kept)
+        : source(source), output(output), kept(kept)
+    {
+    }
+
+    /// `shift`: how much later the whole output lies; NoTime: as its first picture does. Throws Exception where no
+    /// decoder takes a track.
+    PictureVerdict Judge(int sourceTrack, int outputTrack, avTime shift) const;
+
+private:
+    const std::string source, output;
+    const KeptTime kept;
+};
+
+} // namespace Tessor::Cli

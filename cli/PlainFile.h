@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cli/KeptTime.h"
+#include "ffhost/io/PacketForm.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Cli
+{
+
+/// A track of a file as a plain read from start to end finds it.
+struct PlainTrack
+{
+    Host::TrackInfo info;
+    bool linear = false; ///< the packets are stretches of linear samples
+    std::vector<Host::PacketPrint> packets;
+};
+
+struct PlainFile
+{
+    Host::MediaInfo info;
+    std::vector<PlainTrack> tracks;
+};
+
+/// Reads all tracks that can be copied, video first. With kept time only what it holds, at its place there.
+PlainFile ReadPlainFile(const std::string& path, const KeptTime* kept = nullptr);
+
+} // namespace Tessor::Cli

@@ -1,0 +1,177 @@
+// Faults in a file that was cut: the judge has to name each of them.
+
+#include "cli/Verify.h"
+#include "cli/ReadJointly.h"
+#include "cli/TrackSelection.h"
+#include "ffhost/io/Muxer.h"
+#include "tests/cli/ProgramFixture.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+using namespace Tessor;
+using namespace Tessor::Cli;
+using namespace Tessor::Cli::Tests;
+
+namespace
+{
+
+using Packets = std::vector<SP<Proc::IDataPacket>>;
+using Tracks = std::vector<Packets>;
+
+constexpr int first_video = 0, second_video = 1, sound = 2, subtitles = 3;
+
+void Move(Proc::IDataPacket& packet, avTime by)
+{
+    packet.SetPTS(packet.GetPTS() + by);
+    packet.SetDTS(packet.GetDTS() + by);
+}
+
+/// Copies a file with what `edit` makes of the packets of its tracks.
+void Rewrite(const std::string& from, const std::string& to, const std::function<void(Tracks&)>& edit)
+{
+    const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(from);
+    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(to);
+    const std::vector<Host::TrackInfo>& infos = demuxer->GetInfo().tracks;
+    std::vector<SP<Proc::IStreamRaw>> streams;
+    for (const Host::TrackInfo& info : infos)
+    {
+        muxer->AddTrack(info, info.format, true);
+        if (info.type == MediaType::Subtitle)
+            demuxer->SelectSparse(info.index);
+        else
+            streams.push_back(demuxer->GetStream(info.index));
+    }
+    muxer->Open();
+    Tracks tracks(infos.size());
+    ReadJointly(streams,
+                [&](size_t place, const SP<Proc::IDataPacket>& packet) { tracks[place].push_back(packet->Clone()); });
+    tracks[subtitles] = demuxer->TakeSparse(subtitles);
+    edit(tracks);
+    for (size_t i = 0; i < tracks.size(); ++i)
+    {
+        for (const SP<Proc::IDataPacket>& packet : tracks[i])
+            muxer->Write(static_cast<int>(i), packet);
+        muxer->EndTrack(static_cast<int>(i));
+    }
+    muxer->Finish();
+}
+
+class Verifying : public Program
+{
+protected:
+    /// Two videos with groups of a second, sound whose second half is silent, subtitles.
+    void MakeSource() const
+    {
+        const Outcome made = RunCommand(
+            "printf '1\\n00:00:01,500 --> 00:00:01,900\\none\\n\\n2\\n00:00:02,500 --> 00:00:03,500\\ntwo\\n' >s.srt "
+            "&& "
+            "ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 "
+            "-f lavfi -i 'aevalsrc=if(lt(t\\,2)\\,random(0)\\,0):s=48000' -i s.srt -map 0 -map 1 -map 2 -map 3 -t 4 "
+            "-c:v mpeg4 -g 25 -sc_threshold 1000000000 -c:a ac3 -c:s srt source.mkv");
+        ASSERT_EQ(made.status, 0) << made.err;
+    }
+
+    VerifyReport Judge(const std::string& output, const std::vector<int>& tracks) const
+    {
+        return Verify(folder / "source.mkv", folder / output, KeptTime({{1000000, 3000000}}, 4000000), tracks);
+    }
+};
+
+} // namespace
+
+TEST_F(Verifying, EveryFaultIsNamed)
+{
+    MakeSource();
+    ASSERT_EQ(Run("cut source.mkv good.mkv --keep 1-3").status, 0);
+    const struct
+    {
+        const char* fault;
+        std::function<void(Tracks&)> edit;
+    } rows[] = {
+        {"", [](Tracks&) {}},
+        {"track 2 (audio, ac3): of 62 packets 1 missing", [](Tracks& t) { t[sound].erase(t[sound].begin() + 10); }},
+        {"track 2 (audio, ac3): of 62 packets 1 missing", // silence, in the midst of more of it
+         [](Tracks& t) { t[sound].erase(t[sound].begin() + 50); }},
+        {"track 2 (audio, ac3): of 62 packets 30 missing", [](Tracks& t) { t[sound].resize(32); }},
+        {"track 2 (audio, ac3): of 62 packets 1 doubled",
+         [](Tracks& t)
+         {
+             const auto twice = t[sound].insert(t[sound].begin() + 11, t[sound][10]->Clone());
+             Move(**twice, 16000);
+         }},
+        {"track 2 (audio, ac3): of 62 packets 2 out of place",
+         [](Tracks& t)
+         {
+             std::swap(t[sound][10], t[sound][11]);
+             Move(*t[sound][10], -32000);
+             Move(*t[sound][11], 32000);
+         }},
+        {"track 2 (audio, ac3): of 62 packets 1 missing, 1 that are none of the source's",
+         [](Tracks& t) { t[sound][20]->GetAVPacket()->data[100] ^= 1; }},
+        {"track 1 (video, mpeg4): 75 pictures, 50 expected",
+         [](Tracks& t)
+         {
+             for (size_t i = 25; i < 50; ++i)
+             {
+                 t[second_video].push_back(t[second_video][i]->Clone());
+                 Move(*t[second_video].back(), 1000000);
+             }
+         }},
+        {"track 0 (video, mpeg4): 49 pictures, 50 expected", [](Tracks& t) { t[first_video].pop_back(); }},
+        {"track 3 (subtitle, subrip): of 2 packets 1 missing", [](Tracks& t) { t[subtitles].pop_back(); }},
+    };
+    for (const auto& row : rows)
+    {
+        Rewrite(folder / "good.mkv", folder / "bad.mkv", row.edit);
+        const VerifyReport report = Judge("bad.mkv", {0, 1, 2, 3});
+        EXPECT_EQ(report.faults, row.fault[0] ? std::vector<std::string>{row.fault} : std::vector<std::string>{});
+    }
+    // all of the sound lies late, against pictures that are where they should be
+    Rewrite(folder / "good.mkv", folder / "bad.mkv",
+            [](Tracks& t)
+            {
+                for (const SP<Proc::IDataPacket>& packet : t[sound])
+                    Move(*packet, 100000);
+            });
+    EXPECT_NE(Judge("bad.mkv", {0, 1, 2, 3}).faults.at(0).find("out of place"), std::string::npos);
+    EXPECT_EQ(Judge("good.mkv", {0, 1, 2}).faults,
+              std::vector<std::string>{"the output's track 3 (subtitle) is none of the source's"});
+    ASSERT_EQ(RunCommand("ffmpeg -v error -i good.mkv -map 0:v -c copy mute.mkv").status, 0);
+    EXPECT_EQ(Judge("mute.mkv", {0, 1, 2}).faults, std::vector<std::string>{"track 2 (audio, ac3): it is gone"});
+    EXPECT_EQ(Judge("mute.mkv", {}).faults.back(), "nothing could be checked");
+}
+
+// Sound is the same in every container: framed, split or counted.
+TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
+{
+    const struct
+    {
+        const char *codec, *source;
+        std::vector<std::string> outputs;
+    } rows[] = {
+        {"aac", "a.mp4", {"b.ts", "b.mkv", "b.aac", "b.mov"}},
+        {"pcm_s16le", "a.wav", {"b.mkv", "b.avi", "b.mov", "b.wav"}},
+        {"pcm_s16le", "a.mkv", {"b.avi", "b.mov"}},
+        {"libmp3lame", "a.mkv", {"b.avi", "b.mp4", "b.mp3"}},
+        {"libvorbis", "a.ogg", {"b.mkv", "b.ogg"}},
+    };
+    for (const auto& row : rows)
+    {
+        const Outcome made =
+            RunCommand(std::string("ffmpeg -v error -y -f lavfi -i 'aevalsrc=random(0)*lt(mod(t\\,2)\\,1.5)'"
+                                   " -t 12 -c:a ") +
+                       row.codec + " " + row.source);
+        ASSERT_EQ(made.status, 0) << made.err;
+        for (const std::string& output : row.outputs)
+        {
+            SCOPED_TRACE(row.source + (" " + output));
+            const json verdict = Report(std::string("cut ") + row.source + " " + output +
+                                        " -y --verify --keep 0.7-1.9,3.03-3.04,8-10.5")["verify"];
+            EXPECT_EQ(verdict["good"], true) << verdict;
+            EXPECT_GT(verdict["tracks"][0]["expected_packets"], 100) << verdict;
+        }
+    }
+}
