@@ -9,7 +9,7 @@
 namespace Tessor::Cli
 {
 
-/// What a cut will do with a group of pictures, and why.
+/// What a cut will do with a group of pictures of the file, and why.
 struct GroupPlan
 {
     enum class Action
@@ -19,14 +19,17 @@ struct GroupPlan
         Drop,
     };
 
+    int track = 0; ///< in the file
     Group group;
-    Action action = Action::Copy;
-    std::string reason;
+    Action action = Action::Drop;
+    long long copied = 0;  ///< pictures of the group
+    long long recoded = 0; ///< the others are dropped
+    std::string reason = {};
 };
 
 const char* ActionName(GroupPlan::Action action);
 
-/// The plan for the session's video track, group by group; empty when there is no video.
+/// The plan for all video tracks of the session, track by track: a row for each group of the file.
 std::vector<GroupPlan> MakePlan(CutSession& session);
 
 } // namespace Tessor::Cli

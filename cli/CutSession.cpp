@@ -149,11 +149,16 @@ void CutSession::JoinToController()
 
 void CutSession::AlignToGroups()
 {
+    // widened for one track the cut may run through a group of another one
+    for (std::vector<Range> before; before != ranges;)
+    {
+        before = ranges;
+        for (CutTrack& track : tracks)
+            if (track.IsVideo())
+                ranges = WidenToGroups(track);
+    }
     for (CutTrack& track : tracks)
-        if (!track.cutAnywhere)
-            ranges = WidenToGroups(*track.source);
-    for (CutTrack& track : tracks)
-        if (track.source && track.source->GetMediaType() == MediaType::Video)
+        if (track.IsVideo())
             track.untouched = TakesWholeGroups(*track.source);
 }
 
@@ -173,23 +178,31 @@ bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
                         [&](const Range& range) { return parts(range.start, true) || parts(range.end, false); });
 }
 
-std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
+std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
 {
+    Proc::IStreamRaw& stream = *track.source;
     std::vector<Range> wide;
     const avTime firstEntry = FindEntry(stream, 0);
-    avTime nextEntry = NoTime; // of the group behind the last range
-    for (Range range : ranges)
+    avTime nextEntry = NoTime; // of the group after the last range
+    for (const Range& asked : ranges)
     {
-        if (range.start > 0)
+        Range range = asked;
+        if (range.start > 0 && StaysWhole(track, range.start))
             range.start = std::min(range.start, FindEntry(stream, range.start));
         // with its first group the file is kept from its beginning, sound that comes before included
-        if (range.start <= firstEntry)
+        if (range.start < asked.start && range.start <= firstEntry)
             range.start = 0;
-        Seam seam;
-        if (range.end < GetInfo().duration)
+        Seam seam{range.end, range.end};
+        if (range.end >= GetInfo().duration)
+            seam = {GetInfo().duration, MAX_DURATION};
+        else if (StaysWhole(track, range.end - 1))
             seam = FindSeam(stream, range.end);
         range.end = seam.position == NoTime ? GetInfo().duration : seam.position;
-        // between a seam and the key picture behind it there is nothing to gain
+        if (range.start < asked.start)
+            NoteLargeGroup(track, asked.start);
+        if (range.end > asked.end)
+            NoteLargeGroup(track, asked.end - 1);
+        // between a seam and the key picture after it there is nothing to gain
         if (!wide.empty() && range.start <= nextEntry)
             wide.back().end = std::max(wide.back().end, range.end);
         else
@@ -197,6 +210,26 @@ std::vector<Range> CutSession::WidenToGroups(Proc::IStreamRaw& stream) const
         nextEntry = seam.entry == NoTime ? MAX_DURATION : seam.entry;
     }
     return wide;
+}
+
+bool CutSession::StaysWhole(const CutTrack& track, avTime time) const
+{
+    return !track.cutAnywhere || FindGroup(*track.source, time).IsTooLarge();
+}
+
+void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
+{
+    if (!track.cutAnywhere)
+        return;
+    const Group group = FindGroup(*track.source, time);
+    std::vector<avTime>& known = track.largeGroups;
+    if (std::find(known.begin(), known.end(), group.entry) != known.end())
+        return;
+    known.push_back(group.entry);
+    warnings.push_back(fmt::format("track {}: the group of pictures from {} to {} is kept whole: with {:.1f} MB in {} "
+                                   "packets it is too large to be re-encoded",
+                                   track.index, T2S(group.start), T2S(group.end),
+                                   static_cast<double>(group.bytes) / 1e6, group.pictures.size()));
 }
 
 void CutSession::Apply(const std::vector<Range>& list)

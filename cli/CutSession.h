@@ -31,11 +31,16 @@ struct CutTrack
     std::string obstacle = {};   ///< why cuts fall to key frames; empty where they are exact
     bool untouched = false;      ///< a video track of which the cut takes whole groups only: nothing is re-encoded
     SP<const Proc::IBlob> header = {}; ///< the source's own, without what a re-encoder adds to it; may be null
+    /// Key pictures of groups that are kept whole, since they are too large to be re-encoded.
+    std::vector<avTime> largeGroups = {};
+
+    bool IsVideo() const { return source && source->GetMediaType() == MediaType::Video; }
 };
 
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
-/// video track can't be re-encoded the request was widened to whole groups, so that no picture of it is lost. A piece
-/// that would show nothing at its start, since the picture before stands for long, begins where that picture does.
+/// video track, or a group of it, can't be re-encoded the request was widened to whole groups, so that no picture of it
+/// is lost. A piece that would show nothing at its start, since the picture before stands for long, begins where that
+/// picture does.
 class CutSession
 {
 public:
@@ -62,7 +67,9 @@ private:
     void JoinToController();
     void AlignToGroups();
     bool TakesWholeGroups(Proc::IStreamRaw& stream) const;
-    std::vector<Range> WidenToGroups(Proc::IStreamRaw& stream) const;
+    std::vector<Range> WidenToGroups(CutTrack& track);
+    bool StaysWhole(const CutTrack& track, avTime time) const;
+    void NoteLargeGroup(CutTrack& track, avTime time);
     void Apply(const std::vector<Range>& ranges);
 
     SP<Host::Demuxer> demuxer;

@@ -94,13 +94,24 @@ Json PlanToJson(const std::vector<GroupPlan>& plan)
 {
     Json json = Json::array();
     for (const GroupPlan& row : plan)
-        json.push_back({{"start", Seconds(row.group.start)},
+        json.push_back({{"track", row.track},
+                        {"start", Seconds(row.group.start)},
                         {"end", Seconds(row.group.end)},
-                        {"pictures", row.group.pictures},
+                        {"pictures", row.group.pictures.size()},
                         {"bytes", row.group.bytes},
                         {"open", row.group.IsOpen()},
                         {"action", ActionName(row.action)},
+                        {"copied_pictures", row.copied},
+                        {"recoded_pictures", row.recoded},
                         {"reason", row.reason}});
+    return json;
+}
+
+Json TrackToJson(const CutTrack& track)
+{
+    Json json = {{"index", track.index}, {"cut_anywhere", track.cutAnywhere}};
+    if (!track.cutAnywhere)
+        json["cut_at_key_frames_because"] = track.obstacle;
     return json;
 }
 
@@ -198,31 +209,39 @@ private:
         CutSession session(request);
         const std::vector<GroupPlan> plan = MakePlan(session);
         const std::vector<Range> kept = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
-        const CutTrack* video = session.GetVideo();
-        const std::string obstacle = video ? video->obstacle : "";
         PrintReport(
-            common, [&] { return ToJson(plan, kept, obstacle); }, [&] { PrintText(plan, kept, obstacle); },
+            common, [&] { return ToJson(plan, kept, session); }, [&] { PrintText(plan, kept, session); },
             session.GetWarnings());
         return ExitCode::Done;
     }
 
-    Json ToJson(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept, const std::string& obstacle) const
+    Json ToJson(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept, CutSession& session) const
     {
-        Json json = {{"input", request.input}, {"intervals", RangesToJson(kept)}, {"groups", PlanToJson(plan)}};
-        if (!obstacle.empty())
-            json["cut_at_key_frames_because"] = obstacle;
+        Json json = {{"input", request.input}, {"intervals", RangesToJson(kept)}, {"tracks", Json::array()}};
+        for (const CutTrack& track : session.GetTracks())
+            if (track.IsVideo())
+                json["tracks"].push_back(TrackToJson(track));
+        json["groups"] = PlanToJson(plan);
+        if (const CutTrack* video = session.GetVideo(); video && !video->obstacle.empty())
+            json["cut_at_key_frames_because"] = video->obstacle;
+        json["warnings"] = session.GetWarnings();
         return json;
     }
 
-    static void PrintText(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept,
-                          const std::string& obstacle)
+    static void PrintText(const std::vector<GroupPlan>& plan, const std::vector<Range>& kept, CutSession& session)
     {
         PrintRanges(kept);
-        if (!obstacle.empty())
-            fmt::print("  cuts fall to key frames: {}\n", obstacle);
-        for (const GroupPlan& row : plan)
-            fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
-                       row.group.pictures, ActionName(row.action), row.reason);
+        for (const CutTrack& track : session.GetTracks())
+        {
+            if (!track.IsVideo())
+                continue;
+            fmt::print("  track {}{}\n", track.index,
+                       track.cutAnywhere ? ":" : ", cuts fall to key frames: " + track.obstacle);
+            for (const GroupPlan& row : plan)
+                if (row.track == track.index)
+                    fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
+                               row.group.pictures.size(), ActionName(row.action), row.reason);
+        }
     }
 
     ExitCode Cut(const CommonOptions& common)

@@ -1,7 +1,13 @@
 #include "cli/Groups.h"
 
+#include "Proc/Filters/Filters/PacketQueue.h"
 #include "cli/Interrupt.h"
 #include "ffhost/FormatTags.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,29 +40,68 @@ void ForEachPacket(Proc::IStreamRaw& stream, avTime from, Callback callback)
 
 } // namespace
 
+bool Group::IsTooLarge() const
+{
+    return bytes > Proc::PacketQueue::maxBytes || std::cmp_greater(pictures.size(), Proc::PacketQueue::maxPackets);
+}
+
+void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet)
+{
+    const avTime time = packet.GetPTS();
+    if (groups.empty() || packet.IsKeyFrame())
+    {
+        if (!groups.empty())
+            groups.back().end = packet.GetPosition();
+        groups.push_back({.start = packet.GetPosition(), .entry = time, .end = NoTime, .pictures = {}});
+    }
+    Group& group = groups.back();
+    group.reordered |= !group.pictures.empty() && time < group.pictures.back();
+    group.pictures.push_back(time);
+    if ((packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0)
+        group.hidden.push_back(time);
+    group.bytes += packet.GetSize();
+    group.end = std::max(group.end, AddTime(time, packet.GetDuration()));
+}
+
 std::vector<Group> ScanGroups(Proc::IStreamRaw& stream)
 {
     std::vector<Group> groups;
-    avTime lastPts = NoTime;
     ForEachPacket(stream, 0,
                   [&](const Proc::IDataPacket& packet)
                   {
-                      if (groups.empty() || packet.IsKeyFrame())
-                      {
-                          if (!groups.empty())
-                              groups.back().end = packet.GetPosition();
-                          groups.push_back({packet.GetPosition(), packet.GetPTS(), NoTime});
-                          lastPts = NoTime;
-                      }
-                      Group& group = groups.back();
-                      ++group.pictures;
-                      group.bytes += packet.GetSize();
-                      group.reordered |= lastPts != NoTime && packet.GetPTS() < lastPts;
-                      lastPts = packet.GetPTS();
-                      group.end = std::max(group.end, AddTime(packet.GetPTS(), packet.GetDuration()));
+                      AddToGroups(groups, packet);
                       return true;
                   });
     return groups;
+}
+
+Group FindGroup(Proc::IStreamRaw& stream, avTime time)
+{
+    std::vector<Group> groups;
+    ForEachPacket(stream, time,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      const bool behind = packet.IsKeyFrame() && packet.GetPosition() > time;
+                      if (groups.empty() || !behind)
+                          AddToGroups(groups, packet);
+                      else
+                          groups.back().end = packet.GetPosition();
+                      return !behind || groups.back().entry == packet.GetPTS();
+                  });
+    return groups.empty() ? Group() : groups.back();
+}
+
+bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end)
+{
+    bool found = false;
+    ForEachPacket(stream, start,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      const avTime time = packet.GetPTS() != NoTime ? packet.GetPTS() : packet.GetDTS();
+                      found = time >= start && time < end;
+                      return !found && packet.GetDTS() < end;
+                  });
+    return found;
 }
 
 std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream)

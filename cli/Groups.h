@@ -14,16 +14,28 @@ struct Group
     avTime start = 0; ///< what it shows begins here
     avTime entry = 0; ///< presentation time of its key picture
     avTime end = 0;   ///< and ends here
-    long long pictures = 0;
     long long bytes = 0;
-    bool reordered = false; ///< decoding order differs from the order of display
+    bool reordered = false;          ///< decoding order differs from the order of display
+    std::vector<avTime> pictures;    ///< presentation times, in decoding order
+    std::vector<avTime> hidden = {}; ///< those among them that are decoded, but not shown
 
     /// Pictures are shown before the key picture: they need the group before.
     bool IsOpen() const { return start < entry; }
+    /// The cut takes it in parts, which can be copied, but not re-encoded.
+    bool IsTooLarge() const;
 };
+
+/// Adds a packet to the groups that those before it made.
+void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet);
 
 /// All groups of a compressed video stream, from its start. Moves the stream.
 std::vector<Group> ScanGroups(Proc::IStreamRaw& stream);
+
+/// The group that shows what is seen at the time; the last one behind the end. Moves the stream.
+Group FindGroup(Proc::IStreamRaw& stream, avTime time);
+
+/// Whether a packet is presented from `start` to before `end`. Moves the stream.
+bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end);
 
 /// Presentation times of all pictures, in the order of display. Moves the stream.
 std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream);

@@ -62,15 +62,16 @@ Json GroupsToJson(const std::vector<Group>& groups)
     long long pictures = 0, longest = 0, open = 0;
     for (const Group& group : groups)
     {
-        pictures += group.pictures;
-        longest = std::max(longest, group.pictures);
+        const auto count = static_cast<long long>(group.pictures.size());
+        pictures += count;
+        longest = std::max(longest, count);
         open += group.IsOpen();
     }
     Json list = Json::array();
     for (const Group& group : groups)
         list.push_back({{"start", Seconds(group.start)},
                         {"end", Seconds(group.end)},
-                        {"pictures", group.pictures},
+                        {"pictures", group.pictures.size()},
                         {"bytes", group.bytes},
                         {"open", group.IsOpen()},
                         {"reordered", group.reordered}});

@@ -1,0 +1,97 @@
+// What a plan says, and that the cut then does it.
+
+#include "tests/cli/ProgramFixture.h"
+
+using namespace Tessor::Cli::Tests;
+
+namespace
+{
+
+struct Sums
+{
+    long long pictures = 0, bytes = 0, copied = 0, recoded = 0;
+};
+
+class Planning : public Program
+{
+protected:
+    /// Pictures and bytes of a track as FFmpeg counts them.
+    Sums Probe(const std::string& clip, int track) const
+    {
+        std::istringstream sizes(RunCommand("ffprobe -v error -select_streams " + std::to_string(track) +
+                                            " -show_entries packet=size -of default=nokey=1:noprint_wrappers=1 " + clip)
+                                     .out);
+        Sums sums;
+        for (long long size; sizes >> size; ++sums.pictures)
+            sums.bytes += size;
+        return sums;
+    }
+
+    static Sums Add(const json& plan, int track)
+    {
+        Sums sums;
+        for (const json& row : plan["groups"])
+        {
+            if (row["track"] != track)
+                continue;
+            sums.pictures += row["pictures"].get<long long>();
+            sums.bytes += row["bytes"].get<long long>();
+            sums.copied += row["copied_pictures"].get<long long>();
+            sums.recoded += row["recoded_pictures"].get<long long>();
+        }
+        return sums;
+    }
+};
+
+} // namespace
+
+TEST_F(Planning, AddsUpToTheFileAndIsWhatTheCutDoes)
+{
+    // the first with short groups and the second with long ones
+    const Outcome made = RunCommand(
+        "ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 -map 0 -map 1 "
+        "-t 12 -c:v mpeg2video -bf:v:0 2 -g:v:0 12 -c:v:1 mpeg4 -g:v:1 150 -sc_threshold 1000000000 two.mkv");
+    ASSERT_EQ(made.status, 0) << made.err;
+    for (const std::string clip :
+         {"two.mkv", "$S/h264.mp4", "$S/h264.mkv", "$S/hevc.mp4", "$S/mpeg1.mpg", "$S/mpeg2.vob", "$S/vp9.webm"})
+        for (const std::string keep : {"0-2,6.5-8", "0.52-2.2,3.08-6.4", "1-1.04,5-5.52", "0-0.08", "2.4-7.96"})
+        {
+            SCOPED_TRACE(clip + " " + keep);
+            const json plan = Report("cut " + clip + " --plan --keep " + keep);
+            const json done = Report("cut " + clip + " out.mkv -y --keep " + keep);
+            EXPECT_EQ(plan["intervals"], done["intervals"]);
+            for (const json& track : done["tracks"])
+            {
+                if (track["kind"] != "video")
+                    continue;
+                const Sums file = Probe(clip, track["index"]), sums = Add(plan, track["index"]);
+                EXPECT_EQ(sums.pictures, file.pictures) << track["index"];
+                EXPECT_EQ(sums.bytes, file.bytes) << track["index"];
+                EXPECT_EQ(sums.copied, track["copied_packets"]) << track["index"];
+                EXPECT_EQ(sums.recoded, track["recoded_packets"]) << track["index"];
+            }
+        }
+}
+
+// The cut takes a group of more than 50 MB in parts: none of them can be decoded.
+TEST_F(Planning, GroupsThatAreTooLargeStayWhole)
+{
+    const Outcome made =
+        RunCommand("ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=sample_rate=48000 -t 7 "
+                   "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 75 -keyint_min 75 -sc_threshold 0 "
+                   "-x264-params nal-hrd=cbr -b:v 170M -maxrate 170M -minrate 170M -bufsize 170M -c:a aac large.mp4");
+    ASSERT_EQ(made.status, 0) << made.err;
+    const std::string args = " --keep 0.52-1,4-4.52,6.2-6.6";
+    // the last group is short, and cut where it was asked for
+    const json kept = json::parse("[[0.0, 6.0], [6.2, 6.6]]");
+    const json plan = Report("cut large.mp4 --plan" + args);
+    EXPECT_EQ(plan["intervals"], kept);
+    EXPECT_EQ(plan["warnings"].size(), 2u) << plan["warnings"];
+    EXPECT_EQ(plan["groups"][1]["reason"], "kept whole: it is too large to be re-encoded");
+    const json report = Report("cut large.mp4 out.mp4 --verify" + args);
+    EXPECT_EQ(report["intervals"], kept);
+    EXPECT_EQ(report["verify"]["good"], true) << report["verify"];
+    EXPECT_EQ(report["tracks"][0]["recoded_packets"], 10);
+    EXPECT_NE(report["warnings"].dump().find("track 0: the group of pictures from 0:00:03.000000"), std::string::npos)
+        << report["warnings"];
+}
