@@ -1,6 +1,7 @@
 #include "cli/CutSession.h"
 
 #include "cli/CutBounds.h"
+#include "cli/KeptContent.h"
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "ffhost/codecs/CodecFactory.h"
@@ -40,8 +41,10 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
     controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
+    LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     AlignToGroups();
+    LeaveOutEmpty(false);
     Apply(ranges);
 }
 
@@ -145,6 +148,23 @@ void CutSession::JoinToController()
         if (!track.cutAnywhere)
             track.obstacle = FindCutObstacle(*track.source);
     }
+}
+
+void CutSession::LeaveOutEmpty(bool video)
+{
+    KeptContent content(demuxer, ranges);
+    std::erase_if(tracks,
+                  [&](const CutTrack& track)
+                  {
+                      const Host::TrackInfo& info = GetInfo().tracks[static_cast<size_t>(track.index)];
+                      if (track.IsVideo() != video || content.Holds(info, track.source))
+                          return false;
+                      warnings.push_back(fmt::format("track {} ({}, {}) is left out: it has nothing in the kept time",
+                                                     info.index, KindName(info), info.codecName));
+                      return true;
+                  });
+    if (!video && std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source; }))
+        throw UserError(ExitCode::Failed, GetInfo().path + ": there is neither picture nor sound in the kept time");
 }
 
 void CutSession::AlignToGroups()

@@ -40,7 +40,7 @@ struct CutTrack
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
 /// video track, or a group of it, can't be re-encoded the request was widened to whole groups, so that no picture of it
 /// is lost. A piece that would show nothing at its start, since the picture before stands for long, begins where that
-/// picture does.
+/// picture does. Tracks that have nothing in the kept time are left out, with a warning.
 class CutSession
 {
 public:
@@ -64,6 +64,7 @@ private:
     std::vector<Range> ReadRequest(const CutRequest& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
+    void LeaveOutEmpty(bool video);
     void JoinToController();
     void AlignToGroups();
     bool TakesWholeGroups(Proc::IStreamRaw& stream) const;

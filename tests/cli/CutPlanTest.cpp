@@ -95,3 +95,38 @@ TEST_F(Planning, GroupsThatAreTooLargeStayWhole)
     EXPECT_NE(report["warnings"].dump().find("track 0: the group of pictures from 0:00:03.000000"), std::string::npos)
         << report["warnings"];
 }
+
+TEST_F(Planning, WhatHasNothingInTheKeptTimeIsLeftOut)
+{
+    const Outcome made = RunCommand(
+        "printf '1\\n00:00:01,000 --> 00:00:02,000\\none\\n' >s.srt && ffmpeg -v error -f lavfi -i "
+        "testsrc2=size=64x64:rate=25:duration=6 -f lavfi -i testsrc=size=64x64:rate=25:duration=3 -f lavfi -i "
+        "sine=duration=8 -f lavfi -i sine=duration=4 -i s.srt -map 0 -map 1 -map 2 -map 3 -map 4 -c:v mpeg4 "
+        "-c:a ac3 -c:s srt source.mkv");
+    ASSERT_EQ(made.status, 0) << made.err;
+    const struct
+    {
+        const char* keep;
+        json tracks; // those that are there, video first
+    } rows[] = {{"1.5-7", {0, 1, 2, 3, 4}}, {"2.5-5", {0, 1, 2, 3}}, {"3.5-5", {0, 2, 3}}, {"6.5-7", {2}}};
+    for (const auto& row : rows)
+    {
+        const json report = Report(std::string("cut source.mkv out.mkv -y --verify --keep ") + row.keep);
+        json there = json::array();
+        for (const json& track : report["tracks"])
+            there.push_back(track["index"]);
+        EXPECT_EQ(there, row.tracks) << row.keep;
+        EXPECT_EQ(report["warnings"].size(), 5 - row.tracks.size()) << report["warnings"];
+        EXPECT_EQ(report["verify"]["good"], true) << report["verify"];
+    }
+    fs::remove(folder / "out.mkv");
+    ASSERT_EQ(
+        RunCommand("ffmpeg -v error -i source.mkv -itsoffset 5 -i source.mkv -map 0:a:1 -map 1:a:1 -c copy gap.mkv")
+            .status,
+        0);
+    const Outcome nothing = Run("cut gap.mkv out.mkv --keep 4.3-4.7");
+    EXPECT_EQ(nothing.status, 1);
+    EXPECT_NE(nothing.err.find("gap.mkv: there is neither picture nor sound in the kept time"), std::string::npos)
+        << nothing.err;
+    EXPECT_FALSE(fs::exists(folder / "out.mkv"));
+}
