@@ -87,10 +87,18 @@ bool PacketJudge::IsLoose(avTime time) const
                        [=](const Range& range) { return time >= range.start && time < range.end; });
 }
 
-/// Takes out the times that are loose, and tells how many.
-size_t PacketJudge::TakeLoose(Times& times, avTime shifted) const
+/// Takes out loose times, `most` at most, and tells how many.
+size_t PacketJudge::TakeLoose(Times& times, size_t most, avTime shifted) const
 {
-    return std::erase_if(times, [&](avTime time) { return time != NoTime && IsLoose(time - shifted); });
+    size_t taken = 0;
+    std::erase_if(times,
+                  [&](avTime time)
+                  {
+                      const bool take = taken < most && time != NoTime && IsLoose(time - shifted);
+                      taken += take;
+                      return take;
+                  });
+    return taken;
 }
 
 void PacketJudge::JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const
@@ -110,8 +118,9 @@ void PacketJudge::JudgeEqual(const Times& expected, const Times& found, PacketVe
         e += off >= -tolerance;
         f += off <= tolerance;
     }
-    verdict.adjusted += static_cast<long long>(TakeLoose(absent, 0) + TakeLoose(surplus, shift));
     const size_t moved = std::min(absent.size(), surplus.size());
+    verdict.adjusted += static_cast<long long>(TakeLoose(absent, absent.size() - moved, 0) +
+                                               TakeLoose(surplus, surplus.size() - moved, shift));
     for (size_t i = 0; i < moved; ++i)
         verdict.worstTimeErrorMs =
             std::max(verdict.worstTimeErrorMs, std::abs(Seconds(OffBy(absent[i], surplus[i], shift))) * 1000);

@@ -47,7 +47,7 @@ private:
     using Times = std::vector<avTime>;
 
     bool IsLoose(avTime time) const;
-    size_t TakeLoose(Times& times, avTime shifted) const;
+    size_t TakeLoose(Times& times, size_t most, avTime shifted) const;
     void JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const;
 
     const avTime shift, tolerance;

@@ -34,7 +34,7 @@ public:
         {
             const Host::TrackInfo& info = demuxer->GetInfo().tracks[static_cast<size_t>(selected.index)];
             forms.emplace_back(info);
-            tracks.push_back({info, forms.back().IsLinear(), {}});
+            tracks.push_back({info, forms.back().IsLinear(), 0, {}});
             if (!selected.stream)
                 sparse.push_back({tracks.size() - 1, {}});
             else
@@ -55,7 +55,11 @@ public:
                     });
         CollectItems();
         for (const size_t track : dense)
+        {
             forms[track].Finish(tracks[track].packets);
+            for (const PacketPrint& print : tracks[track].packets)
+                tracks[track].longest = std::max(tracks[track].longest, print.length);
+        }
         for (const SparseItems& items : sparse)
             AddItems(items);
         return {demuxer->GetInfo(), std::move(tracks)};
@@ -72,8 +76,10 @@ private:
     {
         const avTime time = packet.GetPTS() != NoTime ? packet.GetPTS() : packet.GetDTS();
         const std::optional<avTime> place = kept ? kept->Find(time) : time;
-        if (place)
-            forms[track].Add(packet, *place, tracks[track].packets);
+        if (!place)
+            return;
+        forms[track].Add(packet, *place, tracks[track].packets);
+        tracks[track].longest = std::max(tracks[track].longest, packet.GetDuration());
     }
 
     void CollectItems()

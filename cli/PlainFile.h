@@ -13,7 +13,8 @@ namespace Tessor::Cli
 struct PlainTrack
 {
     Host::TrackInfo info;
-    bool linear = false; ///< the packets are stretches of linear samples
+    bool linear = false; ///< what stands for packets are stretches of linear samples
+    avTime longest = 0;  ///< of the packets and of what stands for them
     std::vector<Host::PacketPrint> packets;
 };
 

@@ -69,13 +69,22 @@ public:
                 for (const auto& [expected, found] : PacketJudge::FindUnique(source[i].packets, partners[i]->packets))
                     shifts.push_back(found - expected);
         if (shifts.empty())
-            return NoTime;
+            return video ? NoTime : CompareStarts();
         const auto middle = shifts.begin() + static_cast<std::ptrdiff_t>(shifts.size() / 2);
         std::nth_element(shifts.begin(), middle, shifts.end());
         return *middle;
     }
 
 private:
+    /// The shift of the first track that has a packet on both sides: for silence, which is the same everywhere.
+    avTime CompareStarts() const
+    {
+        for (size_t i = 0; i < source.size(); ++i)
+            if (partners[i] && !source[i].packets.empty() && !partners[i]->packets.empty())
+                return SubTime(partners[i]->packets.front().time, source[i].packets.front().time);
+        return NoTime;
+    }
+
     struct Candidate
     {
         long long common;
@@ -88,14 +97,6 @@ private:
     std::vector<const PlainTrack*> partners; // of the source's tracks
 };
 
-avTime LongestOf(const PlainTrack& track)
-{
-    avTime longest = 0;
-    for (const Host::PacketPrint& print : track.packets)
-        longest = std::max(longest, print.length);
-    return longest;
-}
-
 /// How far a packet may lie from its place. Sound that is counted is kept within half a packet by who writes it; where
 /// packets just follow each other each piece may be off by one more. Ogg tells the ends of its pages alone.
 avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t pieces)
@@ -104,7 +105,7 @@ avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t
     const avTime tick = info.timeBaseDen > 0 ? 1000000LL * info.timeBaseNum / info.timeBaseDen : 0;
     if (Host::PacketForm::IsCounted(info))
         return rounding + tick / 2;
-    const avTime longest = LongestOf(output);
+    const avTime longest = output.longest;
     const bool countsPackets = info.type == MediaType::Audio && tick > rounding && tick >= longest / 2;
     if (countsPackets || !Host::PacketForm::TellsTimes(file))
         return rounding + std::max(tick, longest) * static_cast<avTime>(pieces);
@@ -118,7 +119,8 @@ std::vector<Range> FindLooseTime(const PlainTrack& track, const PlainTrack& part
     std::vector<Range> loose;
     if (!track.linear && !Host::PacketForm::IsCounted(partner.info))
         return loose;
-    const avTime reach = 2 * std::max(LongestOf(track), LongestOf(partner));
+    const avTime reach = 3 * std::max(track.longest, partner.longest);
+    loose.push_back({-MAX_DURATION, 0}); // what fills the time to a late start
     for (const avTime seam : kept.GetSeams())
         loose.push_back({seam - reach, seam + reach});
     for (size_t i = 1; i < track.packets.size(); ++i)
