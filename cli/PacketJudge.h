@@ -21,7 +21,8 @@ struct PacketVerdict
     long long adjusted = 0;  ///< left out or put in where that is allowed
     double worstTimeErrorMs = 0;
 
-    /// "423 packets 3 missing, 1 doubled"; empty when all is as expected.
+    long long CountFaults() const { return doubled + missing + misplaced + foreign; }
+    /// "of 423 packets 3 missing, 1 doubled"; empty when all is as expected.
     std::string DescribeFaults() const;
 };
 

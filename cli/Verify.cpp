@@ -69,14 +69,13 @@ public:
                 for (const auto& [expected, found] : PacketJudge::FindUnique(source[i].packets, partners[i]->packets))
                     shifts.push_back(found - expected);
         if (shifts.empty())
-            return video ? NoTime : CompareStarts();
+            return NoTime;
         const auto middle = shifts.begin() + static_cast<std::ptrdiff_t>(shifts.size() / 2);
         std::nth_element(shifts.begin(), middle, shifts.end());
         return *middle;
     }
 
-private:
-    /// The shift of the first track that has a packet on both sides: for silence, which is the same everywhere.
+    /// How much later the first track begins that has packets on both sides.
     avTime CompareStarts() const
     {
         for (size_t i = 0; i < source.size(); ++i)
@@ -85,6 +84,7 @@ private:
         return NoTime;
     }
 
+private:
     struct Candidate
     {
         long long common;
@@ -152,7 +152,7 @@ public:
         {
             // video comes first, and tells it by its pictures where all packets are encoded anew
             if (shift == NoTime && !IsVideo(expected[i].info))
-                shift = pairing.FindShift(false);
+                SettleShift(pairing);
             JudgeTrack(expected[i], pairing.GetPartner(i));
         }
         for (const PlainTrack& track : found.tracks)
@@ -168,6 +168,26 @@ private:
     static bool IsChecked(const TrackVerdict& track)
     {
         return (track.pictures && track.pictures->expected > 0) || (track.packets && track.packets->expected > 0);
+    }
+
+    /// Without video. Of silence and of a steady tone nothing is there once: then the output begins where it should, or
+    /// with its first packet.
+    void SettleShift(const Pairing& pairing)
+    {
+        shift = pairing.FindShift(false);
+        if (shift != NoTime)
+            return;
+        const avTime late = pairing.CompareStarts();
+        const auto count = [&](avTime candidate)
+        {
+            shift = candidate;
+            long long faults = 0;
+            for (size_t i = 0; i < expected.size(); ++i)
+                if (const PlainTrack* partner = pairing.GetPartner(i); partner && !IsVideo(expected[i].info))
+                    faults += Compare(expected[i], *partner).CountFaults();
+            return faults;
+        };
+        shift = late == NoTime || count(0) <= count(late) ? 0 : late;
     }
 
     void JudgeTrack(const PlainTrack& track, const PlainTrack* partner)
