@@ -32,6 +32,12 @@ bool CutPlan::IsKeptStart(avTime time) const
     return std::any_of(stretches.begin(), stretches.end(), [=](const Stretch& s) { return s.end == time; });
 }
 
+bool CutPlan::IsDeleted(avTime start, avTime end) const
+{
+    const auto stretch = FindStretch(start);
+    return start >= end || (stretch && stretch->end >= end);
+}
+
 bool CutPlan::IsPartlyKept(avTime start, avTime end) const
 {
     return std::any_of(stretches.begin(), stretches.end(),

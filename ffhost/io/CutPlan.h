@@ -23,6 +23,8 @@ public:
     std::optional<Stretch> FindStretch(avTime time) const;
     /// Whether deleted time ends exactly there.
     bool IsKeptStart(avTime time) const;
+    /// Whether all of [start, end) is deleted.
+    bool IsDeleted(avTime start, avTime end) const;
     /// Whether some of [start, end) is deleted, and some is not.
     bool IsPartlyKept(avTime start, avTime end) const;
 

@@ -19,7 +19,7 @@ namespace Tessor::Host
 /// track group by group: a key packet's position is the time from which its group shows, that is its own PTS, or that
 /// of the first leading picture behind it when the group before was delivered too; of any other packet it is the end
 /// of what has been delivered (the running maximum of PTS plus duration). The last packet of a track never carries
-/// the key flag, so that the last group ends at its end.
+/// the key flag, nor does a key packet that only leading pictures follow there, so that the last group ends at its end.
 ///
 /// A seek lands on the last key frame at or before the target, exactly; one to 0 or before gives the file from its
 /// first packet on, priming and all. Leading pictures of a group that is entered by

@@ -123,7 +123,10 @@ bool GroupStaging::Land()
     {
         const Proc::DataPacketFF& packet = *staged[searched];
         const avTime dts = packet.GetDTS();
-        if (packet.IsKeyFrame() && packet.GetPTS() <= *target)
+        const bool candidate = packet.IsKeyFrame() && packet.GetPTS() <= *target;
+        if (candidate && !finished && !HasFollower(searched))
+            return false;
+        if (candidate && HasFollower(searched))
             TakeKey(packet.GetPTS());
         else
             ++searched;
@@ -140,6 +143,8 @@ void GroupStaging::TakeKey(avTime time)
     const bool firstOfFile = start == Start::OfFile && landedTime == NoTime && searched == 0;
     if (!firstOfFile)
         start = repeated ? Start::Sequence : Start::Entry;
+    // its leading pictures lie before, in deleted time
+    droppedBefore = repeated ? time : NoTime;
     landedTime = time;
     found = true;
     staged.erase(staged.begin(), staged.begin() + static_cast<std::ptrdiff_t>(searched + repeated));
@@ -166,6 +171,11 @@ bool GroupStaging::ProcessKey()
 {
     if (video && !KnowsLeading())
         return false;
+    if (start == Start::Sequence && !HasFollower(0))
+    {
+        JoinGroupBefore();
+        return true;
+    }
     if (video && cut && start == Start::Sequence)
         EnterKey(*staged.front());
     const Packet key = staged.front();
@@ -180,6 +190,24 @@ bool GroupStaging::ProcessKey()
     return !target || Land();
 }
 
+// Whether a group goes on after its key packet's leading pictures, or another one comes.
+bool GroupStaging::HasFollower(size_t key) const
+{
+    return !video || std::any_of(staged.begin() + static_cast<std::ptrdiff_t>(key) + 1, staged.end(),
+                                 [&](const Packet& packet)
+                                 { return packet->IsKeyFrame() || packet->GetPTS() > staged[key]->GetPTS(); });
+}
+
+// As with the last packet of a track: alone, a key packet would make a group that ends where it starts.
+void GroupStaging::JoinGroupBefore()
+{
+    const Packet key = staged.front();
+    staged.pop_front();
+    AVPacket& record = *key->GetAVPacket();
+    record.flags = (record.flags & ~AV_PKT_FLAG_KEY) | AV_PKT_FLAG_TRUSTED;
+    Deliver(key);
+}
+
 // A group in sequence is entered all the same where the cut leaves nothing of before as it was to lean on.
 void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
 {
@@ -187,7 +215,8 @@ void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
     const bool encodedBefore = groupStart != NoTime && cut->IsPartlyKept(groupStart, first);
     if (encodedBefore && first < key.GetPTS())
         CloseGroup();
-    if (encodedBefore || cut->IsKeptStart(key.GetPTS()))
+    // a leading picture that is kept holds its group together
+    if (encodedBefore || (cut->IsKeptStart(key.GetPTS()) && cut->IsDeleted(first, key.GetPTS())))
         start = Start::Entry;
 }
 

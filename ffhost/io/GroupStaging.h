@@ -20,9 +20,12 @@ namespace Tessor::Host
 /// A group that a cut runs through is encoded again, and what leans on its pictures has to be so too: leading pictures
 /// behind it move into it, with what they need of their own group for decoding alone (AV_PKT_FLAG_DISCARD); the
 /// next group then starts at its key picture, like one that is entered. So does one whose key picture a kept stretch
-/// starts with.
+/// starts with, if none of its leading pictures is kept.
 ///
 ///     decoding   K0  p  p  K1  b  b  p     out   K0  p  p (K1) b  b | K1  p
+///
+/// A key packet that only leading pictures follow, at the end of a track, is no place to begin at, as its last packet
+/// is none: it joins the group before.
 ///
 /// Packets go in fully timed; look-ahead ends where a DTS says that nothing earlier can be shown any more.
 class GroupStaging
@@ -92,6 +95,8 @@ private:
     bool ProcessKey();
     bool KnowsLeading() const;
     avTime FirstShown() const;
+    bool HasFollower(size_t key) const;
+    void JoinGroupBefore();
     void EnterKey(const Proc::DataPacketFF& key);
     void CloseGroup();
     void SetKeyPosition(Proc::DataPacketFF& key);

@@ -2,6 +2,8 @@
 
 #include "tests/cli/ProgramFixture.h"
 
+#include <random>
+
 using namespace Tessor::Cli::Tests;
 
 TEST_F(Program, CutsAndVerifiesEveryKindOfStreamInEveryContainer)
@@ -104,6 +106,38 @@ TEST_F(Program, KeyPicturesNeedNoTable)
         EXPECT_EQ(Report("probe all.mp4")["tracks"][0], known);
         const json report = Report("cut all.mp4 out.mp4 -y --verify --keep 2.52-4.2,5.08-6.4");
         EXPECT_EQ(report["intervals"], Report("cut $S/" + clip + " out.mp4 -y --keep 2.52-4.2,5.08-6.4")["intervals"]);
+    }
+}
+
+// Pieces of one to four pictures, the last one being the last picture: none is lost, wherever groups begin and end.
+TEST_F(Program, ManyShortPiecesLoseNothing)
+{
+    std::mt19937 dice(6);
+    const auto roll = [&](int from, int to) { return from + static_cast<int>(dice() % (to - from + 1)); };
+    for (const std::string row : {"mpeg1video -bf 2 -g 4 a.mkv", "mpeg2video -bf 2 -g 4 a.ts",
+                                  "mpeg4 -bf 2 -g 7 -flags +cgop -sc_threshold 1000000000 a.mp4",
+                                  "libx264 -bf 3 -g 8 -x264-params open-gop=0 a.mkv"})
+    {
+        const std::string file = row.substr(row.rfind(' ') + 1);
+        const Outcome made = RunCommand("ffmpeg -v error -y -f lavfi -i testsrc2=size=128x96:rate=25:d=4 "
+                                        "-pix_fmt yuv420p -q:v 3 -c:v " +
+                                        row);
+        ASSERT_EQ(made.status, 0) << made.err;
+        for (int list = 0; list < 10; ++list)
+        {
+            std::string keep;
+            int pictures = 1;
+            for (int start = roll(0, 3); start + 4 < 99; start += roll(1, 8))
+            {
+                const int first = start;
+                start += roll(1, 4);
+                keep += std::to_string(first) + "f-" + std::to_string(start) + "f,";
+                pictures += start - first;
+            }
+            SCOPED_TRACE(row + " " + keep);
+            const json verify = Report("cut " + file + " o-" + file + " -y --verify --keep " + keep + "99f-")["verify"];
+            EXPECT_EQ(verify["output_pictures"], pictures);
+        }
     }
 }
 
