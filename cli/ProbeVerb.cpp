@@ -136,6 +136,8 @@ private:
             AddVideo(json, *video);
         if (const auto* audio = dynamic_cast<const Conf::IFormatCodecAudio*>(track.format.get()))
             AddAudio(json, *audio);
+        if (!track.headerFault.empty())
+            json["header_unusable"] = track.headerFault;
         const Json header = DescribeHeader(*track.format);
         if (!header.is_null())
             json["header"] = header;
@@ -183,6 +185,9 @@ private:
         if (track.contains("sample_rate"))
             fmt::print(", {} Hz, {} channels", track["sample_rate"].get<int>(), track["channels"].get<int>());
         fmt::print("\n");
+        if (track.contains("header_unusable"))
+            fmt::print("    header unusable: {}{}\n", track["header_unusable"].get<std::string>(),
+                       track.contains("header") ? "; packets bring this one:" : "");
         if (track.contains("header"))
             fmt::print("    header: {}\n", track["header"].dump());
         if (track.contains("lossless"))

@@ -14,6 +14,12 @@ bool IsDense(const Host::TrackInfo& track)
     return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
 }
 
+bool IsUndecodable(const Host::TrackInfo& track)
+{
+    const SP<const Proc::IBlob> header = track.format ? track.format->GetExtradata() : nullptr;
+    return !track.headerFault.empty() && (!header || header->Size() == 0);
+}
+
 } // namespace
 
 std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings)
@@ -22,7 +28,12 @@ std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std:
     std::vector<SelectedTrack> tracks;
     for (const Host::TrackInfo& track : infos)
     {
-        if (IsDense(track))
+        if (IsUndecodable(track))
+            warnings.push_back(fmt::format("{}: track {} ({}, {}) is left out: its header is unusable ({}), and its "
+                                           "packets bring no parameter sets",
+                                           demuxer.GetInfo().path, track.index, KindName(track), track.codecName,
+                                           track.headerFault));
+        else if (IsDense(track))
             tracks.push_back({track.index, demuxer.GetStream(track.index)});
         else if (track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
             tracks.push_back({track.index, nullptr});

@@ -128,6 +128,9 @@ SP<Conf::IFormatCodec> BuildVideo(const AVStream& stream, const TrackInfo& track
         format->GetProperties().SetChildT<std::string>(
             FormatTags::REFUSE_RECODE,
             FindRecodeObstacle(parameters.extradata, static_cast<size_t>(parameters.extradata_size)));
+    else if (!track.headerFault.empty() && parameters.extradata_size <= 0)
+        format->GetProperties().SetChildT<std::string>(FormatTags::REFUSE_RECODE,
+                                                       "the header is unusable: " + track.headerFault);
     return format;
 }
 

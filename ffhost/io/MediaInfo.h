@@ -29,6 +29,9 @@ struct TrackInfo
     bool attachment = false;       ///< a font or another file inside of the file; its bytes are the extradata
     std::string codecName;         ///< FFmpeg's name of the codec
     SP<Conf::IFormatCodec> format; ///< our description, with extradata; null for tracks of no media type
+    /// Why the header that the container has of H.264 or HEVC is unusable, empty where it isn't: `format` has the one
+    /// that packets brought instead, or none
+    std::string headerFault;
     std::shared_ptr<const AVCodecParameters> parameters;
     int timeBaseNum = 1, timeBaseDen = 1000000; ///< seconds per tick of the container
     int frameRateNum = 0, frameRateDen = 1;     ///< 0 when unknown

@@ -94,9 +94,10 @@ std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters&
     return copy;
 }
 
-TrackInfo BuildTrack(const AVStream& stream, avTime origin)
+TrackInfo BuildTrack(const AVStream& stream, avTime origin, const std::string& headerFault)
 {
     TrackInfo track;
+    track.headerFault = headerFault;
     track.index = stream.index;
     track.type = TypeOf(*stream.codecpar);
     track.attachedPicture = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
@@ -142,7 +143,7 @@ MediaInfo BuildMediaInfo(const SourceFile& file, const std::string& path)
         info.chapters.push_back({time(chapter.start), time(chapter.end), CopyTags(chapter.metadata)});
     }
     for (int i = 0; i < file.StreamCount(); ++i)
-        info.tracks.push_back(BuildTrack(file.Stream(i), info.origin));
+        info.tracks.push_back(BuildTrack(file.Stream(i), info.origin, file.GetHeaderFault(i)));
     return info;
 }
 

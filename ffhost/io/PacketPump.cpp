@@ -1,11 +1,14 @@
 #include "ffhost/io/PacketPump.h"
 
+#include "Fnd/Exception.h"
+
 extern "C"
 {
 #include <libavformat/avformat.h>
 }
 
 #include <algorithm>
+#include <glog/logging.h>
 #include <limits>
 
 namespace Tessor::Host
@@ -148,12 +151,24 @@ void PacketPump::Deliver(DenseTrack& track)
 {
     while (SP<Proc::DataPacketFF> packet = track.times.Pull())
     {
-        // What is read may be left out: sets that it has brought have to be met again behind it.
-        const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
-        if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
-            packet = track.sets.Prepend(packet);
+        FollowSets(track, packet);
         track.staging.Push(std::move(packet));
     }
+}
+
+// What is read may be left out: sets that it has brought have to be met again behind it.
+void PacketPump::FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet)
+try
+{
+    const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
+    if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
+        packet = track.sets.Prepend(packet);
+}
+catch (const Exception& e)
+{
+    LOG(WARNING) << info->path << ": track " << packet->GetAVPacket()->stream_index << " at " << T2S(packet->GetPTS())
+                 << ": a header that is unusable is left out: " << Tessor::Describe(e);
+    ParameterSets::RemoveNewHeader(*packet);
 }
 
 void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)

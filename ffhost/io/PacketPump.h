@@ -59,6 +59,7 @@ private:
     bool ReadPacket();
     void FinishAll();
     void Deliver(DenseTrack& track);
+    void FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet);
     void AddSparse(SparseTrack& track, int index, PacketPtr packet);
     void ResetTimes(bool atStart, avTime near = NoTime);
     bool CanSeek() const;

@@ -23,22 +23,6 @@ namespace Tessor::Host
 using namespace Proc;
 using namespace Proc::CodecParsers;
 
-namespace
-{
-
-/// A writer would take it for the whole file's.
-void RemoveNewHeader(AVPacket& packet)
-{
-    for (int i = packet.side_data_elems - 1; i >= 0; --i)
-        if (packet.side_data[i].type == AV_PKT_DATA_NEW_EXTRADATA)
-        {
-            av_free(packet.side_data[i].data);
-            packet.side_data[i] = packet.side_data[--packet.side_data_elems];
-        }
-}
-
-} // namespace
-
 ParameterSets::ParameterSets(const std::string& codecId, const SP<const IBlob>& header)
     : hevc(codecId == Conf::IFormatCodecVideo::CODEC_ID_H265)
 {
@@ -50,12 +34,22 @@ ParameterSets::ParameterSets(const std::string& codecId, const SP<const IBlob>& 
         lengthSize = LengthSizeOf(*header);
         Restart(*header);
         original = inForce;
+        changed = false;
     }
-    catch (const Exception&)
+    catch (const Exception& e)
     {
-        // whoever converts the stream says what is wrong with the header
         known = false;
+        fault = Describe(e);
     }
+}
+
+bool ParameterSets::AreComplete() const
+{
+    const auto has = [this](uint32_t type) {
+        return std::any_of(inForce.begin(), inForce.end(), [type](const auto& set) { return set.first.first == type; });
+    };
+    return hevc ? has(HEVC_NALU_VPS) && has(HEVC_NALU_SPS) && has(HEVC_NALU_PPS)
+                : has(H264_NALU_SPS) && has(H264_NALU_PPS);
 }
 
 size_t ParameterSets::LengthSizeOf(const IBlob& header) const
@@ -129,6 +123,7 @@ void ParameterSets::Restart(const IBlob& header)
             messages.emplace_back(unit.first, unit.first + unit.second);
     const Sets before = std::exchange(inForce, Identify(sets));
     version += inForce != before;
+    changed = changed || inForce != before;
 }
 
 std::vector<Nalu> ParameterSets::FindHeadSets(const IDataPacket& packet) const
@@ -160,20 +155,49 @@ void ParameterSets::TakeOver(const Sets& brought)
         return;
     // An encoder that starts anew sends all of its sets: those that belong to the sequences before go.
     const uint32_t sps = hevc ? HEVC_NALU_SPS : static_cast<uint32_t>(H264_NALU_SPS);
-    const bool newSequence = std::any_of(brought.begin(), brought.end(),
-                                         [&](const auto& entry) { return entry.first.first == sps && isNew(entry); });
+    std::set<uint32_t> sequences;
+    for (const auto& entry : brought)
+        if (entry.first.first == sps && isNew(entry))
+            sequences.insert(entry.first.second);
     const bool hasPictures = brought.rbegin()->first.first > sps;
-    if (newSequence && hasPictures)
-        std::erase_if(inForce, [&](const auto& entry) { return entry.first.first > sps; });
+    if (hasPictures)
+        std::erase_if(inForce, [&](const auto& entry)
+                      { return entry.first.first > sps && RefersToAny(entry.second, sequences); });
     for (const auto& [key, bytes] : brought)
         inForce[key] = bytes;
     ++version;
+    changed = true;
+}
+
+// Both codecs begin a picture set with its identifier and that of its sequence set.
+bool ParameterSets::RefersToAny(const Bytes& pictureSet, const std::set<uint32_t>& sequences) const
+try
+{
+    RBSPInput rbsp({pictureSet.data(), pictureSet.size()}, hevc ? 16 : 8);
+    read_ue(rbsp.bits);
+    return sequences.count(read_ue(rbsp.bits)) > 0;
+}
+catch (const Exception&)
+{
+    return true;
 }
 
 void ParameterSets::Rewind()
 {
     inForce = original;
+    changed = false;
     ++version;
+}
+
+void ParameterSets::RemoveNewHeader(const IDataPacket& packet)
+{
+    AVPacket& record = *packet.GetAVPacket();
+    for (int i = record.side_data_elems - 1; i >= 0; --i)
+        if (record.side_data[i].type == AV_PKT_DATA_NEW_EXTRADATA)
+        {
+            av_free(record.side_data[i].data);
+            record.side_data[i] = record.side_data[--record.side_data_elems];
+        }
 }
 
 bool ParameterSets::HasNewHeader(const IDataPacket& packet)
@@ -245,7 +269,7 @@ SP<DataPacketFF> ParameterSets::Prepend(const SP<IDataPacket>& packet) const
     whole.insert(whole.end(), packet->GetData(), packet->GetData() + packet->GetSize());
     const SP<DataPacketFF> result = CreatePacketLike(*packet, whole.size());
     std::copy(whole.begin(), whole.end(), result->Data());
-    RemoveNewHeader(*result->GetAVPacket());
+    RemoveNewHeader(*result);
     return result;
 }
 

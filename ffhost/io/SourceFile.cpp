@@ -8,6 +8,7 @@ extern "C"
 #include <libavformat/avformat.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <string_view>
@@ -73,6 +74,8 @@ SourceFile::SourceFile(const std::string& path) : path(path)
     if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
         Fail("The file is empty");
     Open();
+    if (SurveyHeaders(*context, headers))
+        Open();
     FindStreams();
     if (context->nb_streams == 0)
         Fail("No streams found");
@@ -88,19 +91,44 @@ void SourceFile::Open()
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" : ErrorText(code));
     context.reset(opened);
+    ReplaceHeaders();
+}
+
+// Before libavformat looks for what streams are: it goes by their headers, too.
+void SourceFile::ReplaceHeaders()
+{
+    for (const auto& [index, found] : headers)
+    {
+        if (index >= static_cast<int>(context->nb_streams))
+            continue;
+        AVCodecParameters& parameters = *Stream(index).codecpar;
+        av_freep(&parameters.extradata);
+        parameters.extradata_size = 0;
+        if (found.header.empty())
+            continue;
+        const size_t size = found.header.size();
+        parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (!parameters.extradata)
+            Fail("Out of memory");
+        std::copy(found.header.begin(), found.header.end(), parameters.extradata);
+        parameters.extradata_size = static_cast<int>(size);
+    }
 }
 
 void SourceFile::FindStreams()
 {
     const int code = avformat_find_stream_info(context.get(), nullptr);
     const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
-    if (code >= 0 && !(noHeader && HasUnknownStream(*context)))
-        return;
-    // libavformat can look for what is missing once only
-    Open();
-    context->probesize = DEEP_PROBE_BYTES;
-    context->max_analyze_duration = DEEP_PROBE_TIME;
-    avformat_find_stream_info(context.get(), nullptr);
+    if (code < 0 || (noHeader && HasUnknownStream(*context)))
+    {
+        // libavformat can look for what is missing once only
+        Open();
+        context->probesize = DEEP_PROBE_BYTES;
+        context->max_analyze_duration = DEEP_PROBE_TIME;
+        avformat_find_stream_info(context.get(), nullptr);
+    }
+    // libavformat has remembered the container's own
+    ReplaceHeaders();
 }
 
 PacketPtr SourceFile::Read()
@@ -198,6 +226,12 @@ void SourceFile::SelectNone()
 AVStream& SourceFile::Stream(int index) const
 {
     return *context->streams[index];
+}
+
+std::string SourceFile::GetHeaderFault(int stream) const
+{
+    const auto found = headers.find(stream);
+    return found != headers.end() ? found->second.fault : "";
 }
 
 bool SourceFile::IsElementary() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Time.h"
+#include "ffhost/io/HeaderSurvey.h"
 #include "ffhost/io/PacketPtr.h"
 
 #include <memory>
@@ -40,6 +41,9 @@ public:
     AVFormatContext& Context() const { return *context; }
     int StreamCount() const { return static_cast<int>(selected.size()); }
     AVStream& Stream(int index) const;
+    /// Why the header that the container has of a stream of H.264 or HEVC is unusable; empty where it isn't. Its
+    /// packets may have brought another one.
+    std::string GetHeaderFault(int stream) const;
     /// No index and no times of its own: places are only found by reading from the beginning.
     bool IsElementary() const;
     std::pair<long long, long long> GetProgress() const;
@@ -55,16 +59,18 @@ private:
     void Open();
     void Reopen();
     bool SeekToFirst();
+    void ReplaceHeaders();
     void FindStreams();
     void ApplySelection();
     [[noreturn]] void Fail(const std::string& cause) const;
 
     const std::string path;
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
-    std::vector<bool> selected; // by stream; what is not selected is never delivered
-    bool atStart = true;        // until the first packet is read or a seek succeeds
-    bool rewinding = false;     // the next packet to be read is the first one of the file
-    long long damaged = 0;      // read errors and packets marked corrupt
+    std::map<int, FoundHeader> headers; // by stream, those in place of the container's
+    std::vector<bool> selected;         // by stream; what is not selected is never delivered
+    bool atStart = true;                // until the first packet is read or a seek succeeds
+    bool rewinding = false;             // the next packet to be read is the first one of the file
+    long long damaged = 0;              // read errors and packets marked corrupt
 };
 
 } // namespace Tessor::Host

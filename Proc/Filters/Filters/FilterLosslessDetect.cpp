@@ -1,5 +1,6 @@
 #include "Proc/Filters/Filters/FilterLosslessDetect.h"
 
+#include "Fnd/Exception.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/StreamTemplates/Visitors.h"
@@ -57,8 +58,16 @@ bool FilterLosslessDetect::PrepareForCRA()
         LOG(WARNING) << "There is no global header in stream, can't search fro CRA packets in hevc stream";
         return false;
     }
-    naluLengthSize = CodecParsers::GetHvccNALULengthSize(extradata->Data(), extradata->Size());
-    return true;
+    try
+    {
+        naluLengthSize = CodecParsers::GetHvccNALULengthSize(extradata->Data(), extradata->Size());
+        return true;
+    }
+    catch (const Exception& e)
+    {
+        LOG(WARNING) << "The global header is unusable, can't search for CRA packets in hevc stream: " << Describe(e);
+        return false;
+    }
 }
 
 bool FilterLosslessDetect::LosslessPossible() const
