@@ -105,6 +105,9 @@ void Encoder::SendNextFrame()
     if (!frame)
         return codec.Send(nullptr);
     const FramePtr record = ToRecord(*frame);
+    if (!Fits(*record))
+        Adapt(*record);
+    SetFields(*record);
     record->pts = frameCount * frameTicks;
     // The decoder's decisions are not the encoder's.
     record->pict_type = AV_PICTURE_TYPE_NONE;
@@ -116,20 +119,39 @@ void Encoder::SendNextFrame()
 
 FramePtr Encoder::ToRecord(const IDataVideo& frame) const
 {
-    const AVCodecContext* context = codec.GetContext();
-    if (frame.GetWidth() != context->width || frame.GetHeight() != context->height ||
-        static_cast<int>(frame.GetPixFmt()) != context->pix_fmt)
-        Throw<EncoderException>(TESSOR_HERE, setup->GetEncoderName() + ": the size or format of the pictures changes");
     const auto* known = dynamic_cast<const DataVideoFF*>(&frame);
     FramePtr record = known ? FramePtr(av_frame_clone(known->GetAVFrame())) : CopyRecord(frame);
     if (!record)
         throw std::bad_alloc();
-    if (context->flags & AV_CODEC_FLAG_INTERLACED_DCT)
-    {
-        record->interlaced_frame = 1;
-        record->top_field_first = context->field_order == AV_FIELD_TT || context->field_order == AV_FIELD_BT;
-    }
     return record;
+}
+
+bool Encoder::Fits(const AVFrame& record) const
+{
+    const AVCodecContext& context = *codec.GetContext();
+    return record.width == context.width && record.height == context.height && record.format == context.pix_fmt;
+}
+
+void Encoder::Adapt(const AVFrame& record)
+{
+    std::unique_ptr<const VideoSetup> other = frameCount == 0 ? setup->ForPicture(record) : nullptr;
+    if (!other)
+        Throw<EncoderException>(TESSOR_HERE, setup->GetEncoderName() +
+                                                 ": the size or format of the pictures changes at " +
+                                                 T2S(record.pts == AV_NOPTS_VALUE ? NoTime : record.pts));
+    setup = std::move(other);
+    codec.Replace(setup->Open());
+    parameters = MakeParameters(*codec.GetContext());
+    format->SetExtradata(CopyExtradata(*codec.GetContext()));
+}
+
+void Encoder::SetFields(AVFrame& record) const
+{
+    const AVCodecContext& context = *codec.GetContext();
+    if (!(context.flags & AV_CODEC_FLAG_INTERLACED_DCT))
+        return;
+    record.interlaced_frame = 1;
+    record.top_field_first = context.field_order == AV_FIELD_TT || context.field_order == AV_FIELD_BT;
 }
 
 SP<IDataPacket> Encoder::ToItem(AVPacket* packet)

@@ -18,6 +18,10 @@ namespace Tessor::Host
 /// Frames are numbered and encoded at the constant rate of the format; a packet's PTS is exactly that of its frame. A
 /// DTS is the PTS of the frame with the packet's place in decoding order, less the encoder's delay.
 ///
+/// Streams may change their pictures where a key picture comes. An encoder that stands in for that of a source and
+/// finds the first frame unlike the source's format begins anew for that frame: its format then has the header of that,
+/// which the packets need in front.
+///
 /// Throws EncoderException when a frame can't be encoded. Threads: as StreamImpl says.
 class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, TrackEncoder>, public RefCountImpl
 {
@@ -56,6 +60,9 @@ private:
     void Reset();
     /// The next frame of the source, or the end, for the encoder.
     void SendNextFrame();
+    bool Fits(const AVFrame& record) const;
+    void Adapt(const AVFrame& record);
+    void SetFields(AVFrame& record) const;
     FramePtr ToRecord(const Proc::IDataVideo& frame) const;
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);
     /// The time of frame `number`, which may lie before the first or behind the last that was sent.
@@ -66,12 +73,12 @@ private:
         avTime pts, duration;
     };
 
-    const std::unique_ptr<const VideoSetup> setup;
-    PacketEncoder codec; // without a context from a reset to the next read
+    std::unique_ptr<const VideoSetup> setup; // another one from a first frame on that the source's doesn't fit
+    PacketEncoder codec;                     // without a context from a reset to the next read
     const AVRational frameRate;
-    const int64_t frameTicks;                 // of the encoder, a frame
-    const SP<Conf::IFormatCodecVideo> format; // of the packets
-    const std::shared_ptr<const AVCodecParameters> parameters;
+    const int64_t frameTicks;                            // of the encoder, a frame
+    const SP<Conf::IFormatCodecVideo> format;            // of the packets
+    std::shared_ptr<const AVCodecParameters> parameters; // of the encoder of `setup`
     const SP<Core::IComputingResource> resource;
     const UseCallback onEnd;
     std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped behind the delay

@@ -28,6 +28,10 @@ constexpr int GROUP_SIZE = 600;
 /// The coarsest quantiser of H.264 at which a seam can't be seen (40 dB and more on real clips).
 constexpr int COARSEST_QP = 18;
 
+/// Identifiers of parameter sets, in the encoder's options.
+const std::string JOINED_ID = "sps-id=1";
+const std::string OWN_ID = "sps-id=2";
+
 /// The encoders, by their names: libavcodec's first choice of a codec may need hardware.
 const std::map<AVCodecID, const char*> ENCODERS = {
     {AV_CODEC_ID_H264, "libx264"},
@@ -117,6 +121,29 @@ CodecContextPtr EncoderSetup::Open() const
     if (result < 0)
         Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + AvError(result));
     return context;
+}
+
+// What the header told of the pictures before is left to the encoder; H.264 then has parameter sets that must not
+// replace those which the stream's header got for other groups.
+std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& picture) const
+{
+    const SP<IFormatCodecVideo> format = source->Clone();
+    const AVRational told = picture.sample_aspect_ratio;
+    const AVRational aspect = told.num > 0 && told.den > 0 ? told : AVRational{1, 1};
+    format->InitByPixelAspect(static_cast<unsigned>(picture.width), static_cast<unsigned>(picture.height),
+                              static_cast<unsigned>(aspect.num), static_cast<unsigned>(aspect.den));
+    format->SetPixelFormat(static_cast<PixFmt>(picture.format));
+    Core::Property tools = options, tree = recode;
+    tools.RemoveChild(IFormatCodec::TAG_PROFILE);
+    std::string special = GetText(options, IFormatCodecVideo::TAG_FF_SPECIAL_OPTS);
+    if (const size_t at = special.find(JOINED_ID); at != std::string::npos)
+        tools.SetChildT(IFormatCodecVideo::TAG_FF_SPECIAL_OPTS, special.replace(at, JOINED_ID.size(), OWN_ID));
+    tree.RemoveChild(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE);
+    tree.Add(tools);
+    tree.RemoveChild(FormatTags::LEVEL);
+    const AVFieldOrder fields = picture.top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
+    tree.SetChildT<long long>(FormatTags::FIELD_ORDER, picture.interlaced_frame ? fields : AV_FIELD_PROGRESSIVE);
+    return std::make_unique<EncoderSetup>(format, tree);
 }
 
 void EncoderSetup::CheckSource() const

@@ -18,6 +18,7 @@ public:
 
     /// Throws CodecFactoryException for what can't stand beside the source, EncoderException when opening fails.
     CodecContextPtr Open() const override;
+    std::unique_ptr<const VideoSetup> ForPicture(const AVFrame& picture) const override;
     const std::string& GetEncoderName() const override { return name; }
 
     /// The encoder of a codec that is there, or null.

@@ -11,6 +11,8 @@ class VideoSetup
 public:
     virtual ~VideoSetup() = default;
     virtual CodecContextPtr Open() const = 0;
+    /// One for pictures like this, which the encoder was not opened for; null where they can't be told from damage.
+    virtual std::unique_ptr<const VideoSetup> ForPicture(const AVFrame&) const { return nullptr; }
     /// libavcodec's name.
     virtual const std::string& GetEncoderName() const = 0;
 };

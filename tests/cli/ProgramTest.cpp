@@ -141,6 +141,83 @@ TEST_F(Program, ManyShortPiecesLoseNothing)
     }
 }
 
+namespace
+{
+
+/// Cuts a box of an MP4 short, and makes the rest a free one.
+void ShortenBox(const fs::path& file, const std::string& type, size_t size)
+{
+    std::string bytes = Slurp(file);
+    const size_t at = bytes.find(type);
+    const auto number = [](size_t n) { return std::string{0, 0, static_cast<char>(n >> 8), static_cast<char>(n)}; };
+    const size_t whole = static_cast<unsigned char>(bytes[at - 2]) << 8 | static_cast<unsigned char>(bytes[at - 1]);
+    bytes.replace(at - 4, 4, number(8 + size));
+    bytes.replace(at + 4 + size, 8, number(whole - 8 - size) + "free");
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+} // namespace
+
+// Packets may bring the parameter sets that a broken header doesn't tell. Where they don't, sound is still cut.
+TEST_F(Program, HeadersMayBeBroken)
+{
+    const struct
+    {
+        const char *source, *box;
+        size_t size;
+        bool found;
+    } rows[] = {{"-i $S/h264.ts", "avcC", 3, true},
+                {"-i $S/h264.ts -tag:v avc3", "avcC", 7, true},
+                {"-i $S/hevc.mp4 -c copy -f mpegts - | ffmpeg -y -v error -i - -tag:v hev1", "hvcC", 40, true},
+                {"-i $S/h264.mp4", "avcC", 3, false},
+                {"-i $S/hevc.mp4", "hvcC", 2, false}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.source);
+        const Outcome made = RunCommand(std::string("ffmpeg -y -v error ") + row.source + " -c copy in.mp4");
+        ASSERT_EQ(made.status, 0) << made.err;
+        ShortenBox(folder / "in.mp4", row.box, row.size);
+        EXPECT_TRUE(Report("probe in.mp4")["tracks"][0].contains("header_unusable"));
+        const json report =
+            Report(std::string("cut in.mp4 out.mp4 -y --keep 2.5-6.3") + (row.found ? " --verify" : ""));
+        ASSERT_EQ(report["tracks"].size(), row.found ? 2u : 1u) << report;
+        EXPECT_EQ(report["tracks"][0]["kind"], row.found ? "video" : "audio");
+        EXPECT_EQ(report["warnings"].dump().find("in.mp4: track 0 (video") != std::string::npos, !row.found) << report;
+    }
+}
+
+// Pictures that change their size or chroma format: each group is encoded as it is, with sets of its own.
+TEST_F(Program, PicturesMayChange)
+{
+    const std::string h264 = "-c:v libx264 -preset ultrafast -bf 2 -g 25 -sc_threshold 0 -f mpegts -pix_fmt ";
+    const std::string vp9 = "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -g 25 -f webm -pix_fmt ";
+    const struct
+    {
+        std::string encoder, size, format;
+        const char *in, *out;
+    } rows[] = {{h264, "192x128", "yuv420p", "in.ts", "out.ts"},
+                {h264, "192x128", "yuv420p", "in.mp4", "out.mp4"},
+                {h264, "192x128", "yuv420p", "in.mkv", "out.ts"},
+                {h264, "320x240", "yuv422p", "in.mkv", "out.mkv"},
+                {vp9, "192x128", "yuv420p", "in.webm", "out.mkv"}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.in) + row.out + row.format);
+        const std::string source = "ffmpeg -y -v error -f lavfi -i testsrc2=r=25:d=2:s=";
+        const Outcome made = RunCommand(source + "320x240 " + row.encoder + "yuv420p one && " + source + row.size +
+                                        " " + row.encoder + row.format +
+                                        " two && printf 'file one\nfile two\nfile one\n' >list && "
+                                        "ffmpeg -y -v error -f concat -i list -c copy " +
+                                        row.in);
+        ASSERT_EQ(made.status, 0) << made.err;
+        // of the second part a group is kept as well, and the first format comes back
+        const json report = Report(std::string("cut ") + row.in + " " + row.out +
+                                   " -y --verify --keep 0.4-0.8,2.4-3.6,4.4-4.8,5.2-5.6");
+        EXPECT_EQ(report["verify"]["output_pictures"], 60);
+        EXPECT_GT(report["tracks"][0]["recoded_packets"], 30) << report;
+    }
+}
+
 // Parts of a film that count time from their own start, one behind the other.
 TEST_F(Program, ClocksMayJump)
 {

@@ -19,12 +19,30 @@ using namespace CodecParsers;
 namespace
 {
 
-size_t GetLengthSize(const Conf::IFormatCodec& format)
+size_t GetLengthSize(const std::string& codec, const HeaderBytes& header)
+try
 {
-    const SP<const IBlob> extradata = format.GetExtradata();
-    const HeaderBytes header(extradata);
-    const bool h264 = format.GetCodecID() == Video::CODEC_ID_H264;
-    return h264 && header.Exist() ? GetAvccNALULengthSize(header.data, header.size) : 0;
+    return codec == Video::CODEC_ID_H264 && header.Exist() ? GetAvccNALULengthSize(header.data, header.size) : 0;
+}
+catch (const Exception& e)
+{
+    // unusable, so that it doesn't tell of lengths
+    VLOG(31) << "Cought exception while decoding h264 header: " << boost::diagnostic_information(e);
+    return 0;
+}
+
+/// Whether a header has all parameter sets among these units.
+bool HoldsSets(const HeaderBytes& header, const std::vector<Nalu>& units)
+{
+    return std::all_of(units.begin(), units.end(),
+                       [&](const Nalu& unit)
+                       {
+                           const int type = unit.second > 0 ? *unit.first & 31 : 0;
+                           if (type != H264_NALU_SPS && type != H264_NALU_PPS)
+                               return true;
+                           const uint8_t* const end = header.data + header.size;
+                           return std::search(header.data, end, unit.first, unit.first + unit.second) != end;
+                       });
 }
 
 } // namespace
@@ -33,7 +51,8 @@ GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue,
                        const SP<FilterCutController>& controller, const SP<ICodecFactory>& factory,
                        const RecodeAbility& ability, bool reencode)
     : gop(new StreamRawGOP(source, queue)), controller(controller), ability(ability), type(source->GetMediaType()),
-      codec(source->GetFormatCodec()->GetCodecID()), lengthSize(Proc::GetLengthSize(*source->GetFormatCodec()))
+      codec(source->GetFormatCodec()->GetCodecID()), header(source->GetFormatCodec()->GetExtradata()),
+      lengthSize(Proc::GetLengthSize(codec, HeaderBytes(header)))
 {
     if (reencode)
         CreateEncoder(factory);
@@ -98,13 +117,49 @@ std::vector<SP<IDataPacket>> GOPRecoder::ReadPackets()
 SP<IDataPacket> GOPRecoder::FitPacket(const SP<IDataPacket>& packet) const
 {
     // What was not encoded is in the source's framing already.
-    if (skipper && lengthSize != 0)
-        return AnnexBtoMp4(packet, lengthSize);
+    if (skipper && codec == Video::CODEC_ID_H264)
+        return FitH264(packet);
     if (codec == Video::CODEC_ID_MPEG4 && packet->IsKeyFrame())
         return MPEG4_AddPacketHeader(packet, reader->GetFormatCodec()->GetExtradata());
     if (codec == Video::CODEC_ID_MPEG2VIDEO && packet->IsKeyFrame())
         return MPEG2_AddPacketHeader(packet, reader->GetFormatCodec()->GetExtradata());
     return packet;
+}
+
+SP<IDataPacket> GOPRecoder::FitH264(const SP<IDataPacket>& packet) const
+{
+    SP<IDataPacket> result = packet;
+    if (packet->IsKeyFrame() && BringsOwnSets())
+    {
+        const SP<const IBlob> own = reader->GetFormatCodec()->GetExtradata();
+        const HeaderBytes sets(own);
+        result = sets.Exist() ? H264_ReplacePSs(packet, sets.data, sets.size) : packet;
+    }
+    return lengthSize != 0 ? AnnexBtoMp4(result, lengthSize) : result;
+}
+
+/// The encoder's sets are in the stream's header, which holds no longer where either side has others: the group brings
+/// others, or its pictures had the encoder begin anew.
+bool GOPRecoder::BringsOwnSets() const
+{
+    const IDataPacket& first = gop->GetFirst();
+    const auto size = static_cast<size_t>(first.GetSize());
+    std::vector<Nalu> units;
+    try
+    {
+        if (lengthSize != 0)
+            FindMP4Nalus(first.GetData(), size, units, lengthSize);
+        else
+            FindAnnexBNalus(first.GetData(), size, units);
+    }
+    catch (const std::logic_error& e)
+    {
+        VLOG(31) << "A group begins with a packet that can't be read: " << e.what();
+    }
+    const SP<const IBlob> own = reader->GetFormatCodec()->GetExtradata();
+    const HeaderBytes sets(own);
+    FindAnnexBNalus(sets.data, sets.size, units);
+    return !HoldsSets(HeaderBytes(header), units);
 }
 
 /// Each encoded picture takes over the time that the decoded one had in the result. The DTS keeps the encoder's own

@@ -29,7 +29,9 @@ private:
     void CreateEncoder(const SP<ICodecFactory>& factory);
     void SeekToStart();
     std::vector<SP<IDataPacket>> ReadPackets();
+    bool BringsOwnSets() const;
     SP<IDataPacket> FitPacket(const SP<IDataPacket>& packet) const;
+    SP<IDataPacket> FitH264(const SP<IDataPacket>& packet) const;
     void SetTimes(const std::vector<SP<IDataPacket>>& packets) const;
 
     const SP<StreamRawGOP> gop;
@@ -37,10 +39,11 @@ private:
     const RecodeAbility& ability;
     const MediaType type;
     const std::string codec;
-    const size_t lengthSize;  // of the source's units where it is H.264 in MP4 form, otherwise 0
-    SP<FrameSkipper> skipper; // between decoder and encoder; null when nothing is encoded
-    SP<IStreamRaw> reader;    // the end of the chain: the encoder, or what cuts packets
-    avTime keyOffset = 0;     // PTS - DTS of the encoder's first key frame
+    const SP<const IBlob> header; // the source's, joined with the encoder's sets where these have been added
+    const size_t lengthSize;      // of the source's units where it is H.264 in MP4 form, otherwise 0
+    SP<FrameSkipper> skipper;     // between decoder and encoder; null when nothing is encoded
+    SP<IStreamRaw> reader;        // the end of the chain: the encoder, or what cuts packets
+    avTime keyOffset = 0;         // PTS - DTS of the encoder's first key frame
 };
 
 } // namespace Tessor::Proc

@@ -20,6 +20,7 @@ public:
     avTime GetDuration() const override { return endTime; }
     /// The first time known from the first packet on, PTS before DTS, wherever the reader stands.
     avTime GetPosition() override;
+    const IDataPacket& GetFirst() const { return *packets.front(); }
     /// The first position known, NoTime when there is none.
     avTime GetStart() const { return startTime; }
 
