@@ -298,6 +298,7 @@ ConvertReport ConvertJob::Run(Progress& progress)
     }
     for (const std::string& loss : muxer->GetLosses())
         warnings.push_back("not carried over: " + loss);
+    AddLateStreams(*demuxer, warnings);
     if (const long long damaged = demuxer->GetDamagedCount())
         warnings.push_back(fmt::format("{} damaged packets in {}", damaged, request.input));
     report.warnings = warnings;

@@ -77,6 +77,7 @@ void TrackCopier::Finish()
     for (const Track& track : tracks)
         if (const long long damaged = pump.GetDamagedCount(track.place))
             warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
+    AddLateStreams(source, warnings);
     if (const long long damaged = source.GetDamagedCount())
         warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
 }

@@ -50,6 +50,14 @@ std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std:
     return tracks;
 }
 
+void AddLateStreams(const Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+{
+    for (const Host::LateStream& stream : demuxer.GetLateStreams())
+        warnings.push_back(
+            fmt::format("stream 0x{:x} ({}) is left out: it begins at {}, beyond where streams are searched", stream.id,
+                        stream.codecName, T2S(stream.start)));
+}
+
 const char* KindName(const Host::TrackInfo& track)
 {
     if (track.attachment)

@@ -62,13 +62,14 @@ FFmpegErrorCapture::~FFmpegErrorCapture()
 
 std::string FFmpegErrorCapture::GetText(int code) const
 {
-    if (first.empty())
-    {
-        char text[AV_ERROR_MAX_STRING_SIZE] = {};
-        return av_make_error_string(text, sizeof(text), code);
-    }
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    return first.empty() ? av_make_error_string(text, sizeof(text), code) : GetText();
+}
+
+std::string FFmpegErrorCapture::GetText() const
+{
     // Behind the name of the context, "[crop @ 0x55d0] ".
-    const size_t bracket = first.front() == '[' ? first.find("] ") : std::string::npos;
+    const size_t bracket = !first.empty() && first.front() == '[' ? first.find("] ") : std::string::npos;
     std::string text = bracket == std::string::npos ? first : first.substr(bracket + 2);
     while (!text.empty() && text.back() == '\n')
         text.pop_back();

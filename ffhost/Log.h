@@ -22,6 +22,8 @@ public:
 
     /// The error on one line, or the text of the code where nothing was logged.
     std::string GetText(int code) const;
+    /// The error on one line; empty where nothing was logged.
+    std::string GetText() const;
 
 private:
     FFmpegErrorCapture* const outer;

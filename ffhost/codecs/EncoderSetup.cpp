@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/Log.h"
 
 extern "C"
 {
@@ -117,9 +118,10 @@ CodecContextPtr EncoderSetup::Open() const
 {
     CheckSource();
     CodecContextPtr context = Prepare();
+    const FFmpegErrorCapture errors;
     const int result = avcodec_open2(context.get(), codec, nullptr);
     if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + AvError(result));
+        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + errors.GetText(result));
     return context;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "ffhost/Log.h"
 
 #include <cstring>
 
@@ -48,10 +49,11 @@ void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
     if (extradata && extradata->Size() && !frames)
         SetExtradata(*opening, *extradata);
     prepare(*opening);
+    const FFmpegErrorCapture errors;
     const int result = avcodec_open2(opening.get(), codec, nullptr);
     if (result < 0)
         Throw<FilterException>(TESSOR_HERE,
-                               std::string("Can't open the decoder ") + codec->name + ": " + AvError(result));
+                               std::string("Can't open the decoder ") + codec->name + ": " + errors.GetText(result));
     context = std::move(opening);
     draining = dirty = false;
 }

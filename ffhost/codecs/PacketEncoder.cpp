@@ -1,6 +1,7 @@
 #include "ffhost/codecs/PacketEncoder.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/Log.h"
 
 namespace Tessor::Host
 {
@@ -11,24 +12,26 @@ AVPacket* PacketEncoder::Receive(const std::function<void()>& feed)
     const std::unique_ptr<AVPacket*, void (*)(AVPacket**)> guard(&packet, av_packet_free);
     if (!packet)
         throw std::bad_alloc();
+    const FFmpegErrorCapture errors;
     int result = 0;
     while ((result = avcodec_receive_packet(context.get(), packet)) == AVERROR(EAGAIN))
         feed();
     if (result == AVERROR_EOF)
         return nullptr;
-    Check(result);
+    Check(result, errors);
     return std::exchange(packet, nullptr);
 }
 
 void PacketEncoder::Send(const AVFrame* frame)
 {
-    Check(avcodec_send_frame(context.get(), frame));
+    const FFmpegErrorCapture errors;
+    Check(avcodec_send_frame(context.get(), frame), errors);
 }
 
-void PacketEncoder::Check(int result) const
+void PacketEncoder::Check(int result, const FFmpegErrorCapture& errors) const
 {
     if (result < 0)
-        Throw<Proc::EncoderException>(TESSOR_HERE, std::string(context->codec->name) + ": " + AvError(result));
+        Throw<Proc::EncoderException>(TESSOR_HERE, std::string(context->codec->name) + ": " + errors.GetText(result));
 }
 
 } // namespace Tessor::Host

@@ -7,6 +7,8 @@
 namespace Tessor::Host
 {
 
+class FFmpegErrorCapture;
+
 /// libavcodec's encoder: frames in, packets out. Throws EncoderException with the encoder's name.
 class PacketEncoder
 {
@@ -23,7 +25,7 @@ public:
     AVCodecContext* GetContext() const { return context.get(); }
 
 private:
-    void Check(int result) const;
+    void Check(int result, const FFmpegErrorCapture& errors) const;
 
     CodecContextPtr context;
 };

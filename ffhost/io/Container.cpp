@@ -253,6 +253,12 @@ int Container::ChooseVideoTimescale(const TrackInfo& source) const
     return frames && even && source.timeBaseDen >= SLOWEST ? source.timeBaseDen : 0;
 }
 
+bool Container::TakesEqualTimes(MediaType type) const
+{
+    const bool sound = type == MediaType::Audio && (format->flags & AVFMT_TS_NONSTRICT) != 0;
+    return sound || type == MediaType::Subtitle;
+}
+
 bool Container::SharesTimes() const
 {
     return family == Family::TransportStream;

@@ -60,6 +60,9 @@ public:
     /// The source's ticks a second where the container's video can count in them, otherwise 0: the muxer's own choice.
     int ChooseVideoTimescale(const TrackInfo& source) const;
 
+    /// Whether packets of a track may share a decoding time. Pictures never do: where they are counted each has its
+    /// own.
+    bool TakesEqualTimes(MediaType type) const;
     /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
     bool SharesTimes() const;
     /// Only the ends of groups of packets are timed.

@@ -57,6 +57,8 @@ public:
     virtual std::pair<long long, long long> GetProgress() const = 0;
     /// Packets that were damaged or could not be placed in time.
     virtual long long GetDamagedCount() const = 0;
+    /// What reading has met so far and nobody can read, for a warning.
+    virtual std::vector<LateStream> GetLateStreams() const = 0;
 };
 
 } // namespace Tessor::Host

@@ -19,9 +19,20 @@ SP<Demuxer> Demuxer::Open(const std::string& path)
 DemuxerImpl::DemuxerImpl(const std::string& path) : pump(path), info(BuildMediaInfo(pump.GetFile(), path))
 {
     pump.Describe(&info);
+    Survey();
+    // what the survey has met by the way
+    if (pump.GetFile().LookDeeper())
+    {
+        info = BuildMediaInfo(pump.GetFile(), path);
+        Survey();
+    }
+    CompleteBitRates(info, pump.GetFile().GetProgress().second);
+}
+
+void DemuxerImpl::Survey()
+{
     FindAdtsHeaders(pump.GetFile(), info);
     Measure();
-    CompleteBitRates(info, pump.GetFile().GetProgress().second);
 }
 
 void DemuxerImpl::Measure()
@@ -35,6 +46,7 @@ void DemuxerImpl::Measure()
     info.duration = std::max<avTime>(0, last != NoTime ? last : info.duration);
     for (size_t i = 0; i < info.tracks.size(); ++i)
     {
+        info.tracks[i].end = measures[i].end;
         const SP<Conf::IFormatCodec>& format = info.tracks[i].format;
         if (!format)
             continue;
@@ -105,6 +117,12 @@ long long DemuxerImpl::GetDamagedCount() const
 {
     const boost::mutex::scoped_lock lock(mutex);
     return pump.GetDamagedCount();
+}
+
+std::vector<LateStream> DemuxerImpl::GetLateStreams() const
+{
+    const boost::mutex::scoped_lock lock(mutex);
+    return pump.GetFile().GetLateStreams();
 }
 
 SP<Proc::IDataPacket> DemuxerImpl::Read(int track)

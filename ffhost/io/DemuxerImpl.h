@@ -22,6 +22,7 @@ public:
     void KeepLeadIns(bool keep) override;
     std::pair<long long, long long> GetProgress() const override;
     long long GetDamagedCount() const override;
+    std::vector<LateStream> GetLateStreams() const override;
 
     // What the track streams are made of.
     SP<Proc::IDataPacket> Read(int track);
@@ -39,6 +40,7 @@ private:
     };
 
     const TrackInfo& FindTrack(int track) const;
+    void Survey();
     void Measure();
     void Move();
     bool FillQueue(int track);

@@ -13,7 +13,7 @@ namespace Tessor::Host
 
 void DtsRepair::Push(PacketPtr packet)
 {
-    const int64_t next = newestDts ? *newestDts + 1 : 0;
+    const int64_t next = newestDts ? *newestDts + step : 0;
     if (packet->pts == AV_NOPTS_VALUE)
         packet->pts = packet->dts != AV_NOPTS_VALUE ? packet->dts : next;
     if (packet->dts == AV_NOPTS_VALUE || packet->dts > packet->pts)
@@ -28,9 +28,9 @@ PacketPtr DtsRepair::Pull()
         return nullptr;
     int64_t dts = window.front()->dts;
     for (size_t i = 1; i < window.size(); ++i)
-        dts = std::min(dts, window[i]->dts - static_cast<int64_t>(i));
+        dts = std::min(dts, window[i]->dts - static_cast<int64_t>(i) * step);
     if (lastDts)
-        dts = std::max(dts, *lastDts + 1);
+        dts = std::max(dts, *lastDts + step);
 
     PacketPtr packet = std::move(window.front());
     window.pop_front();

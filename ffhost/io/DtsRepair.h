@@ -14,18 +14,18 @@ struct AVPacket;
 namespace Tessor::Host
 {
 
-/// Brings the decoding times of one track into an order that containers take: strictly rising, never above the
-/// presentation time. Times are ticks of the container.
+/// Brings the decoding times of one track into an order that containers take: rising by at least `step` (0 where
+/// packets may share a time), never above the presentation time. Times are ticks of the container.
 ///
 /// A group that was encoded anew, and copied ones of varying frame rate, may have decoding times that run ahead of what
 /// follows. Raising the later ones would push them over their presentation times, so the earlier ones are lowered:
-/// each to the lowest of those within `lookAhead` packets behind it, less a tick a packet. Where even that fails (more
+/// each to the lowest of those within `lookAhead` packets behind it, less a step a packet. Where even that fails (more
 /// packets than ticks) the presentation time gives way, by as few ticks as it takes. A missing decoding time is taken
 /// from the presentation time.
 class TESSOR_API DtsRepair
 {
 public:
-    explicit DtsRepair(size_t lookAhead) : lookAhead(lookAhead) {}
+    DtsRepair(size_t lookAhead, int64_t step) : lookAhead(lookAhead), step(step) {}
 
     void Push(PacketPtr packet);
     /// The next packet, null while more have to be seen first.
@@ -35,6 +35,7 @@ public:
 
 private:
     const size_t lookAhead;
+    const int64_t step;
     std::deque<PacketPtr> window;     // packets whose time is not settled yet
     std::optional<int64_t> lastDts;   // of the packet handed out last
     std::optional<int64_t> newestDts; // of the packet pushed last, for one that has no time at all

@@ -108,7 +108,9 @@ private:
     {
         while (const SP<Proc::DataPacketFF> packet = times[index]->Pull())
         {
-            ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
+            const bool shown = (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) == 0;
+            if (shown)
+                ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
             if (static_cast<int>(index) == anchor && packet->IsKeyFrame() && packet->GetAVPacket()->pos >= 0)
                 entries.push_back({packet->GetDTS(), packet->GetAVPacket()->pos});
         }

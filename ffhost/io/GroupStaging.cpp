@@ -284,8 +284,12 @@ void GroupStaging::Deliver(const Packet& packet)
     const bool key = packet->IsKeyFrame();
     const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
     const bool anew = end == NoTime || (key && start == Start::Entry);
-    end = anew ? shownUntil : std::max(end, shownUntil);
-    newestShown = anew ? packet->GetPTS() : std::max(newestShown, packet->GetPTS());
+    const bool hidden = (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
+    if (anew || !hidden)
+    {
+        end = anew ? shownUntil : std::max(end, shownUntil);
+        newestShown = anew ? packet->GetPTS() : std::max(newestShown, packet->GetPTS());
+    }
     if (!key)
         packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();

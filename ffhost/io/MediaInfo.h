@@ -36,10 +36,19 @@ struct TrackInfo
     int timeBaseNum = 1, timeBaseDen = 1000000; ///< seconds per tick of the container
     int frameRateNum = 0, frameRateDen = 1;     ///< 0 when unknown
     avTime start = NoTime;                      ///< its first item, counted from the file's origin; NoTime when unknown
+    avTime end = NoTime;                        ///< of what is shown or heard, likewise
     int disposition = 0;                        ///< AV_DISPOSITION_*
     std::vector<int32_t> displayMatrix;         ///< nine values, or empty
     SideData sideData;                          ///< what else the container says of the whole track
     Tags tags;                                  ///< language, title, ...
+};
+
+/// What a file holds beside its tracks: its beginning, as far as that is searched, doesn't tell of it.
+struct LateStream
+{
+    int id = 0; ///< the container's own number
+    std::string codecName;
+    avTime start = NoTime; ///< where reading met it, counted from the file's origin
 };
 
 struct ChapterInfo

@@ -2,13 +2,14 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "ffhost/Log.h"
 
 extern "C"
 {
+#include <libavcodec/avcodec.h>
 #include <libavutil/display.h>
 }
 
-#include <cerrno>
 #include <cstring>
 #include <set>
 
@@ -26,15 +27,7 @@ constexpr AVRational MICROSECONDS = {1, 1000000};
 constexpr size_t LOOK_AHEAD = 16;
 
 /// By how many ticks two times may differ that were rounded apart from each other.
-constexpr int64_t ROUNDING = 2;
-
-std::string AvError(int code)
-{
-    if (AVUNERROR(code) > 0 && AVUNERROR(code) < 4096)
-        return std::strerror(AVUNERROR(code));
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    return av_make_error_string(text, sizeof(text), code);
-}
+constexpr int ROUNDING = 2;
 
 /// What describes the source's file or stream as it was written, not what is in it.
 bool IsStale(const std::string& key)
@@ -71,6 +64,18 @@ void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, 
     if (!copy)
         throw std::bad_alloc();
     std::memcpy(copy, data, size);
+}
+
+/// In ticks: what the codec says, since a duration from the source may be rounded to that one's ticks. A rate that is
+/// not that of the samples shows in lengths that are far from the source's.
+int64_t SoundLength(const AVCodecParameters& parameters, const AVPacket& packet)
+{
+    const int samples = av_get_audio_frame_duration2(const_cast<AVCodecParameters*>(&parameters), packet.size);
+    if (samples <= 0 || parameters.sample_rate <= 0)
+        return packet.duration;
+    const int64_t length = av_rescale_q(samples, AVRational{1, parameters.sample_rate}, packet.time_base);
+    const bool likely = packet.duration <= 0 || std::abs(length - packet.duration) <= packet.duration / 2;
+    return likely ? length : packet.duration;
 }
 
 int64_t ToTick(avTime time, AVRational timeBase)
@@ -157,7 +162,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     return Track{source,
                  parameters,
                  entries,
-                 DtsRepair(reorders ? LOOK_AHEAD : 0),
+                 DtsRepair(reorders ? LOOK_AHEAD : 0, container.TakesEqualTimes(source.type) ? 0 : 1),
                  sparse || source.attachment || source.attachedPicture,
                  {},
                  delay};
@@ -225,9 +230,8 @@ void MuxerFF::Open()
     AVDictionary* options = container.MakeOptions(*context);
     if (const int timescale = GetVideoTimescale())
         av_dict_set_int(&options, "video_track_timescale", timescale, 0);
-    const int result = avformat_init_output(context.get(), &options);
+    Run("the header", [&] { return avformat_init_output(context.get(), &options); });
     av_dict_free(&options);
-    Check(std::min(result, 0));
     if (container.IsProgramStream())
         program.emplace(*file->GetContext());
     for (size_t i = 0; i < tracks.size(); ++i)
@@ -287,6 +291,9 @@ PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
     result->duration = duration == NoTime || duration <= 0 ? 0
                        : pts == NoTime                     ? ToTick(duration, timeBase)
                                                            : ToTick(AddTime(pts, duration), timeBase) - result->pts;
+    // An edit list ends with the last packet that lasts.
+    if (container.CarriesEditLists() && (result->flags & AV_PKT_FLAG_DISCARD))
+        result->duration = 0;
     result->time_base = timeBase;
     result->pos = -1;
     return result;
@@ -340,7 +347,11 @@ void MuxerFF::WriteHeader()
 {
     started = true;
     AddChapters();
-    Check(std::min(avformat_write_header(context.get(), nullptr), 0));
+    Run("the header", [&] { return avformat_write_header(context.get(), nullptr); });
+    // libavformat would guess a length by it where a hidden packet has none
+    for (unsigned i = 0; i < context->nb_streams; ++i)
+        if (container.CarriesEditLists())
+            context->streams[i]->avg_frame_rate = {0, 1};
 }
 
 void MuxerFF::AddChapters()
@@ -398,7 +409,7 @@ PacketPtr MuxerFF::TakeEnded(PacketPtr next)
     if (!next)
         return nullptr;
     const int64_t end = TrackOf(*next).waiting->pts;
-    if (std::abs(next->pts + next->duration - end) <= ROUNDING)
+    if (std::abs(next->pts + next->duration - end) <= GetRounding(*next))
         return next;
     next->duration = end - next->pts;
     Flush();
@@ -407,13 +418,22 @@ PacketPtr MuxerFF::TakeEnded(PacketPtr next)
     return nullptr;
 }
 
+/// By how many ticks two times of a track may differ that were rounded apart from each other, in the source or here.
+int64_t MuxerFF::GetRounding(const AVPacket& packet)
+{
+    const TrackInfo& source = TrackOf(packet).source;
+    const AVRational ticks{source.timeBaseNum * ROUNDING, source.timeBaseDen};
+    return std::max<int64_t>(ROUNDING, av_rescale_q_rnd(1, ticks, packet.time_base, AV_ROUND_UP));
+}
+
 /// Packets that do not abut go into groups of their own: what libavformat has gathered goes out first.
 void MuxerFF::KeepApart(const AVPacket& packet)
 {
     Track& track = TrackOf(packet);
-    if (track.end && std::abs(packet.pts - *track.end) > ROUNDING)
+    const bool abuts = track.end && std::abs(packet.pts - *track.end) <= GetRounding(packet);
+    if (track.end && !abuts)
         Flush();
-    track.end = packet.pts + packet.duration;
+    track.end = (abuts ? *track.end : packet.pts) + SoundLength(*track.parameters, packet);
 }
 
 /// libavformat fills the gaps between pictures, but not the one before the first.
@@ -451,12 +471,13 @@ void MuxerFF::Hand(AVPacket& packet)
 {
     if (program)
         program->Write(packet);
-    Check(program ? 0 : std::min(av_write_frame(context.get(), &packet), 0));
+    const std::string what = "track " + std::to_string(TrackOf(packet).source.index);
+    Run(what, [&] { return program ? 0 : av_write_frame(context.get(), &packet); });
 }
 
 void MuxerFF::Flush()
 {
-    Check(std::min(av_write_frame(context.get(), nullptr), 0));
+    Run("what was gathered", [&] { return av_write_frame(context.get(), nullptr); });
 }
 
 void MuxerFF::Finish()
@@ -470,16 +491,19 @@ void MuxerFF::Finish()
             Hand(*track.waiting);
     if (program)
         program->Finish();
-    Check(std::min(av_write_trailer(context.get()), 0));
+    Run("the end of the file", [&] { return av_write_trailer(context.get()); });
     file->Commit();
 }
 
-/// Throws for a failure of libavformat or, which tells more, of the file.
-void MuxerFF::Check(int result) const
+/// Throws for a failure of the call or, which tells more, of the file.
+template <class Call>
+void MuxerFF::Run(const std::string& what, Call call) const
 {
+    const FFmpegErrorCapture errors;
+    const int result = call();
     file->Check();
     if (result < 0)
-        file->Fail(AvError(result));
+        file->Fail(what + " can't be written: " + errors.GetText(result));
 }
 
 std::vector<std::string> MuxerFF::GetLosses() const

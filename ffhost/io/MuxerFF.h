@@ -56,7 +56,8 @@ private:
         bool ended = false;
         long long hidden = 0;            // packets that were not meant to be shown
         bool written = false;            // a packet has been handed to the container
-        std::optional<int64_t> end = {}; // of the last packet, in ticks, where packets share times or are counted
+        std::optional<int64_t> end = {}; // of the last packet, in ticks, where pictures are counted or, by what came
+                                         // since the last flush, where packets share times
         PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come
     };
 
@@ -75,6 +76,7 @@ private:
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
+    int64_t GetRounding(const AVPacket& packet);
     PacketPtr TakeEnded(PacketPtr next);
     void FillStart(const AVPacket& first);
     void FillGap(const AVPacket& packet);
@@ -83,7 +85,8 @@ private:
     void Hand(AVPacket& packet);
     void Flush();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
-    void Check(int result) const;
+    template <class Call>
+    void Run(const std::string& what, Call call) const;
 
     const std::string path;
     const Container container;

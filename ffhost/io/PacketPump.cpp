@@ -1,6 +1,7 @@
 #include "ffhost/io/PacketPump.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/io/DvbSegments.h"
 
 extern "C"
 {
@@ -179,8 +180,10 @@ void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
     const avTime pts = track.clock.ToTime(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts);
     const avTime dts = track.clock.ToTime(packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts);
     const avTime duration = std::max<avTime>(0, track.clock.ToTime(packet->duration) - track.clock.ToTime(0));
-    const MediaType type = info->tracks[static_cast<size_t>(index)].type;
-    track.inbox.Add(Proc::DataPacketFF::Create(packet.release(), type, pts, dts, duration));
+    const TrackInfo& described = info->tracks[static_cast<size_t>(index)];
+    if (described.parameters->codec_id == AV_CODEC_ID_DVB_SUBTITLE)
+        StripDvbWrapper(*packet);
+    track.inbox.Add(Proc::DataPacketFF::Create(packet.release(), described.type, pts, dts, duration));
 }
 
 avTime PacketPump::NewestDts() const

@@ -25,13 +25,6 @@ constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
 constexpr int MAX_RETRIES = 1000;
 constexpr std::string_view INDEXED = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
 
-std::string ErrorText(int code)
-{
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-    av_strerror(code, text.data(), text.size());
-    return text.data();
-}
-
 bool IsUnknown(const AVCodecParameters& parameters)
 {
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
@@ -85,11 +78,22 @@ SourceFile::SourceFile(const std::string& path) : path(path)
 
 void SourceFile::Open()
 {
-    // The protocol prefix keeps names with a colon from being taken for addresses.
     AVFormatContext* opened = nullptr;
-    const int code = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr);
+    AVDictionary* options = nullptr;
+    if (deep)
+    {
+        av_dict_set_int(&options, "probesize", DEEP_PROBE_BYTES, 0);
+        av_dict_set_int(&options, "analyzeduration", DEEP_PROBE_TIME, 0);
+        // without this, a transport stream counts as described by its first table
+        av_dict_set(&options, "scan_all_pmts", "1", 0);
+    }
+    // The protocol prefix keeps names with a colon from being taken for addresses.
+    const FFmpegErrorCapture errors;
+    const int code = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
+    av_dict_free(&options);
+    const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
     if (code < 0)
-        Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" : ErrorText(code));
+        Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" + cause : errors.GetText(code));
     context.reset(opened);
     ReplaceHeaders();
 }
@@ -119,16 +123,28 @@ void SourceFile::FindStreams()
 {
     const int code = avformat_find_stream_info(context.get(), nullptr);
     const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
-    if (code < 0 || (noHeader && HasUnknownStream(*context)))
+    const bool incomplete = code < 0 || (noHeader && HasUnknownStream(*context));
+    if (incomplete && !std::exchange(deep, true))
     {
         // libavformat can look for what is missing once only
         Open();
-        context->probesize = DEEP_PROBE_BYTES;
-        context->max_analyze_duration = DEEP_PROBE_TIME;
         avformat_find_stream_info(context.get(), nullptr);
     }
     // libavformat has remembered the container's own
     ReplaceHeaders();
+}
+
+bool SourceFile::LookDeeper()
+{
+    if (late.empty() || deep)
+        return false;
+    deep = rewinding = atStart = true;
+    late.clear();
+    Open();
+    FindStreams();
+    selected.assign(context->nb_streams, false);
+    ApplySelection();
+    return true;
 }
 
 PacketPtr SourceFile::Read()
@@ -157,9 +173,25 @@ PacketPtr SourceFile::Read()
             damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
             return packet;
         }
+        if (packet->stream_index >= StreamCount())
+            NoteLate(*packet);
         av_packet_unref(packet.get());
     }
     return nullptr;
+}
+
+void SourceFile::NoteLate(const AVPacket& packet)
+{
+    const AVStream& stream = Stream(packet.stream_index);
+    const auto known = [&](const LateStream& other) { return other.id == stream.id; };
+    if (std::any_of(late.begin(), late.end(), known))
+        return;
+    const int64_t ticks = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    const int64_t origin = context->start_time != AV_NOPTS_VALUE ? context->start_time : 0;
+    const avTime time = ticks == AV_NOPTS_VALUE
+                            ? NoTime
+                            : SubTime(av_rescale_q(ticks, stream.time_base, AVRational{1, AV_TIME_BASE}), origin);
+    late.push_back({stream.id, avcodec_get_name(stream.codecpar->codec_id), time});
 }
 
 bool SourceFile::Seek(int stream, avTime time)

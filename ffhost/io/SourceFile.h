@@ -2,6 +2,7 @@
 
 #include "Fnd/Time.h"
 #include "ffhost/io/HeaderSurvey.h"
+#include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/PacketPtr.h"
 
 #include <memory>
@@ -38,6 +39,13 @@ public:
     void SelectNone();
     bool IsSelected(int stream) const { return selected[static_cast<size_t>(stream)]; }
 
+    /// Opens the file anew where reading has met streams that its beginning did not tell: they are searched for as far
+    /// as that is reasonable. False where there is nothing to gain; otherwise all that was known of the streams is
+    /// void.
+    bool LookDeeper();
+    /// Those that are not among the streams all the same.
+    const std::vector<LateStream>& GetLateStreams() const { return late; }
+
     AVFormatContext& Context() const { return *context; }
     int StreamCount() const { return static_cast<int>(selected.size()); }
     AVStream& Stream(int index) const;
@@ -62,12 +70,15 @@ private:
     void ReplaceHeaders();
     void FindStreams();
     void ApplySelection();
+    void NoteLate(const AVPacket& packet);
     [[noreturn]] void Fail(const std::string& cause) const;
 
     const std::string path;
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
     std::map<int, FoundHeader> headers; // by stream, those in place of the container's
+    std::vector<LateStream> late;       // met in reading, each once
     std::vector<bool> selected;         // by stream; what is not selected is never delivered
+    bool deep = false;                  // the beginning alone does not tell all of the streams; from then on
     bool atStart = true;                // until the first packet is read or a seek succeeds
     bool rewinding = false;             // the next packet to be read is the first one of the file
     long long damaged = 0;              // read errors and packets marked corrupt

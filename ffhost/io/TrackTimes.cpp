@@ -29,7 +29,7 @@ avTime UsualDuration(const TrackInfo& track)
 } // namespace
 
 TrackTimes::TrackTimes(const TrackInfo& track, avTime origin, ClockJumps* jumps)
-    : type(track.type), parameters(track.parameters),
+    : type(track.type), parameters(track.parameters), amr(track.parameters->codec_id), end(track.end),
       clock(AVRational{track.timeBaseNum, track.timeBaseDen}, origin, jumps), usual(UsualDuration(track))
 {
 }
@@ -45,6 +45,26 @@ void TrackTimes::Push(PacketPtr packet)
     nextDts = timed.dts == NoTime ? NoTime : AddTime(timed.dts, std::max<avTime>(timed.duration, 1));
     if (type == MediaType::Audio && timed.pts == NoTime)
         timed.pts = timed.dts;
+    if (amr.IsAmr())
+        PlaceFrames(timed);
+    else
+        Place(std::move(timed));
+}
+
+void TrackTimes::PlaceFrames(const TimedPacket& block)
+{
+    bool torn = false;
+    avTime offset = 0;
+    for (PacketPtr& frame : amr.Split(*block.packet, torn))
+    {
+        Place({std::move(frame), AddTime(block.pts, offset), AddTime(block.dts, offset), AmrBlock::FRAME_LENGTH});
+        offset += AmrBlock::FRAME_LENGTH;
+    }
+    damaged += torn;
+}
+
+void TrackTimes::Place(TimedPacket&& timed)
+{
     if (timed.pts != NoTime && !order)
     {
         PlaceDts(std::move(timed));
@@ -65,6 +85,7 @@ void TrackTimes::Finish()
     }
     if (!withoutDts.empty())
         PlaceWaiting(AddTime(withoutDts.back().pts, 1));
+    hidden.clear();
     if (held.packet)
         Release(true, NoTime);
 }
@@ -87,6 +108,7 @@ void TrackTimes::Reset(bool atStart, avTime near)
     delay = 0;
     nextDts = lastDts = NoTime;
     withoutDts.clear();
+    hidden.clear();
     held = {};
     onlyOne = atStart;
     finished.clear();
@@ -170,6 +192,21 @@ void TrackTimes::Emit(TimedPacket&& timed)
     if (lastDts != NoTime && timed.dts <= lastDts)
         timed.dts = lastDts + 1;
     lastDts = timed.dts;
+    hidden.push_back(std::move(timed));
+    if (hidden.back().packet->flags & AV_PKT_FLAG_DISCARD)
+    {
+        // an edit list that ends there hides all of them
+        if (end != NoTime)
+            hidden.back().pts = std::min(hidden.back().pts, std::max(end, lastDts));
+        return;
+    }
+    for (TimedPacket& packet : hidden)
+        Hold(std::move(packet));
+    hidden.clear();
+}
+
+void TrackTimes::Hold(TimedPacket&& timed)
+{
     if (held.packet)
         Release(false, timed.dts);
     held = std::move(timed);

@@ -1,0 +1,164 @@
+#include "Fnd/Exception.h"
+#include "ffhost/io/Demuxer.h"
+#include "ffhost/io/Muxer.h"
+#include "media/DataPacketFF.h"
+#include "tests/ffhost/RawFile.h"
+#include "tests/ffhost/Streams.h"
+#include "tests/support/ScratchFolder.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <random>
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
+
+namespace Tessor::Host::Tests
+{
+
+using Tessor::Test::ScratchFolder;
+
+namespace
+{
+
+/// A track and its packets, written as they are and read by our demuxer.
+struct MadeTrack
+{
+    MadeTrack(AVCodecID codec, MediaType type, int rate)
+    {
+        const std::shared_ptr<AVCodecParameters> made(avcodec_parameters_alloc(),
+                                                      [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+        made->codec_id = codec;
+        made->codec_type = type == MediaType::Audio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_SUBTITLE;
+        made->sample_rate = rate;
+        made->ch_layout = AV_CHANNEL_LAYOUT_MONO;
+        info.type = type;
+        info.parameters = made;
+    }
+
+    void Add(const std::string& bytes, avTime pts, avTime duration)
+    {
+        AVPacket* record = Proc::CreatePacket(bytes.size());
+        std::copy(bytes.begin(), bytes.end(), record->data);
+        record->flags = AV_PKT_FLAG_KEY;
+        packets.push_back(Proc::DataPacketFF::Create(record, info.type, pts, pts, duration));
+    }
+
+    void Write(const std::string& path) const
+    {
+        const std::unique_ptr<Muxer> muxer = Muxer::Create(path);
+        muxer->AddTrack(info, nullptr, false);
+        muxer->Open();
+        for (const auto& packet : packets)
+            muxer->Write(0, packet);
+        muxer->Finish();
+    }
+
+    /// The first track of a file.
+    static MadeTrack Read(const std::string& path)
+    {
+        const SP<Demuxer> demuxer = Demuxer::Open(path);
+        MadeTrack track(demuxer->GetInfo().tracks.at(0));
+        if (track.info.type == MediaType::Subtitle)
+        {
+            demuxer->SelectSparse(0);
+            track.packets = demuxer->TakeSparse(0);
+        }
+        else
+            track.packets = ReadItems(*demuxer->GetStream(0));
+        track.damaged = demuxer->GetDamagedCount();
+        return track;
+    }
+
+    TrackInfo info;
+    Packets packets;
+    long long damaged = 0;
+
+private:
+    explicit MadeTrack(const TrackInfo& info) : info(info) {}
+};
+
+std::vector<std::string> Payloads(const Packets& packets)
+{
+    std::vector<std::string> payloads;
+    for (const auto& packet : packets)
+        payloads.push_back(Payload(*packet));
+    return payloads;
+}
+
+} // namespace
+
+// Blocks of several frames, as phones write them, with comfort noise and frames without data. What is torn ends its
+// block.
+TEST(SourceTest, FramesOfAmrComeOneByOne)
+{
+    const struct
+    {
+        AVCodecID codec;
+        int rate;
+        std::vector<std::pair<int, size_t>> frames; // type, size
+    } rows[] = {{AV_CODEC_ID_AMR_NB, 8000, {{0, 13}, {7, 32}, {8, 6}, {15, 1}, {3, 18}}},
+                {AV_CODEC_ID_AMR_WB, 16000, {{8, 61}, {0, 18}, {9, 6}, {14, 1}, {15, 1}}}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.rate);
+        const ScratchFolder folder;
+        std::mt19937 random(3);
+        MadeTrack source(row.codec, MediaType::Audio, row.rate);
+        std::vector<std::string> frames;
+        for (avTime block = 0; block < 20; ++block)
+        {
+            std::string bytes;
+            for (int i = 0; i < 50; ++i)
+            {
+                const auto& [type, size] = row.frames[random() % row.frames.size()];
+                frames.push_back(static_cast<char>(type << 3 | 4) + std::string(size - 1, static_cast<char>(random())));
+                bytes += frames.back();
+            }
+            source.Add(bytes, block * 1000000, 1000000);
+        }
+        // of this block two frames are whole, and behind the third comes a type that is none
+        source.Add(frames[0] + frames[1] + "\x64" + frames[2], 20000000, 1000000);
+        source.Add(frames[0] + frames[1].substr(0, frames[1].size() / 2), 21000000, 1000000);
+        source.Write(folder / "blocks.mkv");
+
+        const MadeTrack read = MadeTrack::Read(folder / "blocks.mkv");
+        frames.insert(frames.end(), {frames[0], frames[1], frames[0]});
+        EXPECT_EQ(Payloads(read.packets), frames);
+        EXPECT_EQ(read.damaged, frames[1].size() > 1 ? 2 : 1);
+        EXPECT_EQ(read.packets.at(999)->GetPTS(), 999 * 20000);
+        read.Write(folder / "frames.3gp");
+        EXPECT_EQ(Payloads(ReadRawFile(folder / "frames.3gp").tracks.at(0).packets), frames);
+    }
+}
+
+// Several packets of a display set go under one time; the wrapper that libavformat leaves on all but the first must not
+// stay on them. Segments are alike in every container.
+TEST(SourceTest, SegmentsOfDvbSubtitlesStayAsTheyWere)
+{
+    const ScratchFolder folder;
+    MadeTrack source(AV_CODEC_ID_DVB_SUBTITLE, MediaType::Subtitle, 0);
+    for (const avTime time : {1000000, 3000000})
+        for (int i = 0; i < 4; ++i)
+            source.Add(std::string("\x0F\x10\0\x01\0\x05", 6) + std::string(5, static_cast<char>('a' + i)), time, 0);
+    const std::vector<std::string> segments = Payloads(source.packets);
+    std::string from = folder / "0.ts";
+    source.Write(from);
+    int number = 0;
+    for (const char* extension : {".ts", ".mkv", ".ts"})
+    {
+        const MadeTrack read = MadeTrack::Read(from);
+        SCOPED_TRACE(from);
+        EXPECT_EQ(Payloads(read.packets), segments);
+        ASSERT_FALSE(read.packets.empty());
+        EXPECT_EQ(read.packets[0]->GetPTS(), read.packets[3 % read.packets.size()]->GetPTS());
+        from = folder / (std::to_string(++number) + extension);
+        read.Write(from);
+    }
+    EXPECT_EQ(Payloads(MadeTrack::Read(from).packets), segments);
+}
+
+} // namespace Tessor::Host::Tests
