@@ -68,6 +68,22 @@ void SetUpLogging(const CommonOptions& common)
     google::SetLogDestination(google::GLOG_INFO, common.logFile.c_str());
 }
 
+/// What the library throws in the middle of a job knows no files: it is told with the one that the job reads.
+std::string NameFile(Verb& verb, const std::string& text)
+{
+    for (const Option& option : verb.GetOptions())
+    {
+        if (!option.file)
+            continue;
+        const auto* const one = std::get_if<std::string*>(&option.target);
+        const auto* const many = std::get_if<std::vector<std::string>*>(&option.target);
+        const std::string name = one ? **one : many && !(*many)->empty() ? (*many)->front() : "";
+        if (!name.empty())
+            return text.find(name) != text.npos ? text : name + ": " + text;
+    }
+    return text;
+}
+
 int RunVerb(Verb& verb, const CommonOptions& common)
 {
     try
@@ -83,12 +99,12 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     catch (const Exception& e)
     {
         VLOG(11) << boost::diagnostic_information(e);
-        return Fail(ExitCode::Failed, Describe(e));
+        return Fail(ExitCode::Failed, NameFile(verb, Describe(e)));
     }
     catch (const std::exception& e)
     {
         VLOG(11) << boost::diagnostic_information(e);
-        return Fail(ExitCode::Failed, e.what());
+        return Fail(ExitCode::Failed, NameFile(verb, e.what()));
     }
 }
 
