@@ -100,7 +100,6 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
             continue;
         const double ratio = PictureRatio(*expected, *found);
         verdict.identical += std::isinf(ratio);
-        verdict.shift = shift;
         verdict.lowestRatio = std::min(verdict.lowestRatio, ratio);
         const avTime off = SubTime(found->GetPTS(), kept.Find(expected->GetPTS()).value_or(NoTime));
         verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
