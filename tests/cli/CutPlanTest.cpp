@@ -52,9 +52,8 @@ TEST_F(Planning, AddsUpToTheFileAndIsWhatTheCutDoes)
         "ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 -map 0 -map 1 "
         "-t 12 -c:v mpeg2video -bf:v:0 2 -g:v:0 12 -c:v:1 mpeg4 -g:v:1 150 -sc_threshold 1000000000 two.mkv");
     ASSERT_EQ(made.status, 0) << made.err;
-    for (const std::string clip :
-         {"two.mkv", "$S/h264.mp4", "$S/h264.mkv", "$S/hevc.mp4", "$S/mpeg1.mpg", "$S/mpeg2.vob", "$S/vp9.webm"})
-        for (const std::string keep : {"0-2,6.5-8", "0.52-2.2,3.08-6.4", "1-1.04,5-5.52", "0-0.08", "2.4-7.96"})
+    for (const std::string clip : {"two.mkv", "$S/h264.mp4", "$S/hevc.mp4", "$S/mpeg2.vob", "$S/vp9.webm"})
+        for (const std::string keep : {"0.52-2.2,3.08-6.4", "1-1.04,5-5.52", "2.4-7.96"})
         {
             SCOPED_TRACE(clip + " " + keep);
             const json plan = Report("cut " + clip + " --plan --keep " + keep);
