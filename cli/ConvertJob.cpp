@@ -35,6 +35,12 @@ bool IsDense(const Host::TrackInfo& track)
     return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
 }
 
+bool IsTransparent(const Host::TrackInfo& track)
+{
+    return std::any_of(track.tags.begin(), track.tags.end(),
+                       [](const auto& tag) { return tag.first == Host::TRANSPARENCY_TAG && tag.second == "1"; });
+}
+
 bool HasAlpha(const Conf::IFormatCodecVideo& format)
 {
     return PixFmtDescription::Find(format.GetPixelFormat()).HasAlpha();
@@ -149,6 +155,9 @@ void ConvertJob::AddPictures(const Host::TrackInfo& track)
     const Host::EncoderOptions options = Host::ChooseEncoder(request.output, MediaType::Video, request.video);
     const auto counts = std::make_shared<Counts>();
     SP<IStreamVideo> stream = Decode(*demuxer, track.index, counts);
+    if (IsTransparent(track) && !HasAlpha(*stream->GetFormatCodec()))
+        warnings.push_back(
+            fmt::format("track {}: the decoder of {} knows no transparency: it is lost", track.index, track.codecName));
     ConvertTrack report = MakeReport(track);
     report.sourceRate = RateOf(*stream);
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });

@@ -258,6 +258,7 @@ TrackInfo DescribeTrack(const TrackInfo& source, const TrackEncoder& encoder)
     track.parameters = encoder.GetParameters();
     track.codecName = avcodec_get_name(track.parameters->codec_id);
     track.format = encoder.GetFormatCodec();
+    std::erase_if(track.tags, [](const auto& tag) { return tag.first == TRANSPARENCY_TAG; }); // the muxer's to tell
     if (track.type == MediaType::Audio)
     {
         track.timeBaseNum = 1;

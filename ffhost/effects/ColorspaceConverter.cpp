@@ -1,5 +1,6 @@
 #include "ffhost/effects/ColorspaceConverter.h"
 
+#include "ffhost/FormatTags.h"
 #include "ffhost/effects/Frames.h"
 
 extern "C"
@@ -32,6 +33,13 @@ int GetDepth(PixFmt format)
     return description ? description->comp[0].depth : 0;
 }
 
+/// The identity matrix is that of RGB, and of no other format (ITU-T H.273, 8.3).
+bool IsLeftBehind(int matrix, PixFmt format)
+{
+    const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    return matrix == AVCOL_SPC_RGB && description && (description->flags & AV_PIX_FMT_FLAG_RGB) == 0;
+}
+
 /// The format that loses least, and what it loses as libavcodec counts it.
 std::pair<PixFmt, int> FindBest(const std::vector<PixFmt>& formats, PixFmt source)
 {
@@ -60,8 +68,13 @@ void ColorspaceConverter::ReleaseInternalData()
 
 void ColorspaceConverter::UpdateFormat(SP<Conf::IFormatCodecVideo>& format)
 {
-    if (format->GetPixelFormat() != PixFmt::None)
-        format->SetPixelFormat(Choose(format->GetPixelFormat()));
+    if (format->GetPixelFormat() == PixFmt::None)
+        return;
+    format->SetPixelFormat(Choose(format->GetPixelFormat()));
+    Core::Property& tree = format->GetProperties();
+    if (tree.ChildExists(FormatTags::COLOR_SPACE) &&
+        IsLeftBehind(static_cast<int>(tree[FormatTags::COLOR_SPACE].GetInt64()), format->GetPixelFormat()))
+        tree.SetChildT<long long>(FormatTags::COLOR_SPACE, AVCOL_SPC_UNSPECIFIED);
 }
 
 void ColorspaceConverter::ProcessItem(SP<IDataVideo>& frame)
@@ -76,6 +89,8 @@ void ColorspaceConverter::ProcessItem(SP<IDataVideo>& frame)
     // A format may have said what the record did not.
     if (PictureColors::Of(*source).fullRange)
         target->color_range = AVCOL_RANGE_JPEG;
+    if (IsLeftBehind(target->colorspace, format))
+        target->colorspace = AVCOL_SPC_UNSPECIFIED;
     scaler.Scale(*source, *target);
     frame = WrapFrame(std::move(target));
 }

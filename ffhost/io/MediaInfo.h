@@ -17,6 +17,9 @@ namespace Tessor::Host
 
 using Tags = std::vector<std::pair<std::string, std::string>>;
 
+/// The tag by which Matroska says that packets carry hidden pictures of the transparency.
+inline const std::string TRANSPARENCY_TAG = "alpha_mode";
+
 /// AVPacketSideDataType and bytes: mastering display, content light levels, Dolby Vision, loudness, ...
 using SideData = std::vector<std::pair<int, std::vector<uint8_t>>>;
 

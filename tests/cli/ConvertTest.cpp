@@ -186,9 +186,10 @@ TEST_F(Convert, ChainsThatChangeTimeTellHowLongTheyLast)
 
 TEST_F(Convert, DepthAndTransparencyAreKeptWhereTheyCanBe)
 {
-    RunCommand("picture='-v error -f lavfi -i testsrc2=s=64x48:r=25:d=0.2'; "
-               "ffmpeg $picture -vf format=rgba,colorchannelmixer=aa=0.5 -c:v png alpha.mov; "
-               "ffmpeg $picture -pix_fmt yuv420p10le -c:v ffv1 ten.mkv");
+    RunCommand(
+        "picture='-v error -f lavfi -i testsrc2=s=64x48:r=25:d=0.2'; "
+        "ffmpeg $picture -vf format=rgba,colorchannelmixer=aa=0.5 -c:v png alpha.mov; "
+        "ffmpeg $picture -pix_fmt bgra -c:v ffv1 rgb.mkv; ffmpeg $picture -pix_fmt yuv420p10le -c:v ffv1 ten.mkv");
     const struct
     {
         const char *args, *format, *told;
@@ -212,6 +213,11 @@ TEST_F(Convert, DepthAndTransparencyAreKeptWhereTheyCanBe)
     {
         ASSERT_EQ(Run("convert -y alpha.mov out.webm --video-encoder " + encoder).status, 0);
         EXPECT_EQ(Probe("out.webm")["video"]["tags"]["alpha_mode"], "1") << encoder;
+        EXPECT_NE(Run("convert -y out.webm gone.mkv").err.find("transparency"), std::string::npos) << encoder;
+        EXPECT_FALSE(Probe("gone.mkv")["video"]["tags"].contains("alpha_mode")) << encoder;
+        // its colours have no matrix, and those of the result one of their own
+        ASSERT_EQ(Run("convert -y rgb.mkv out.webm --video-encoder " + encoder).status, 0);
+        EXPECT_EQ(RunCommand("ffmpeg -v error -i out.webm -f null -").err, "") << encoder;
     }
 }
 
