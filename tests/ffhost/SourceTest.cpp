@@ -161,4 +161,21 @@ TEST(SourceTest, SegmentsOfDvbSubtitlesStayAsTheyWere)
     EXPECT_EQ(Payloads(MadeTrack::Read(from).packets), segments);
 }
 
+// An error code of FFmpeg alone tells nobody anything.
+TEST(SourceTest, FailuresTellTheirCause)
+{
+    const ScratchFolder folder;
+    MadeTrack blocks(AV_CODEC_ID_AMR_NB, MediaType::Audio, 8000);
+    blocks.Add(std::string("\x04") + std::string(12, 'x') + "\x04" + std::string(12, 'x'), 0, 40000);
+    try
+    {
+        blocks.Write(folder / "x.3gp");
+        ADD_FAILURE();
+    }
+    catch (const Core::IOException& e)
+    {
+        EXPECT_NE(Describe(e).find("single packet"), std::string::npos) << Describe(e);
+    }
+}
+
 } // namespace Tessor::Host::Tests
