@@ -159,9 +159,13 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     const avTime delay =
         delayed ? av_rescale(parameters->initial_padding, MICROSECONDS.den, parameters->sample_rate) : 0;
     const bool reorders = source.type == MediaType::Video && !source.attachedPicture;
+    std::optional<CountedPictures> pictures;
+    if (reorders && container.CountsPackets())
+        pictures.emplace(*parameters);
     return Track{source,
                  parameters,
                  entries,
+                 std::move(pictures),
                  DtsRepair(reorders ? LOOK_AHEAD : 0, container.TakesEqualTimes(source.type) ? 0 : 1),
                  sparse || source.attachment || source.attachedPicture,
                  {},
@@ -266,7 +270,10 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
-    track.repair.Push(std::move(ticks));
+    if (track.pictures)
+        track.pictures->Push(std::move(ticks));
+    else
+        track.repair.Push(std::move(ticks));
     Settle(number);
     Drain();
 }
@@ -305,7 +312,8 @@ void MuxerFF::EndTrack(int number)
     if (track.ended)
         return;
     track.ended = true;
-    track.repair.End();
+    if (track.pictures)
+        track.pictures->End();
     Settle(number);
     interleaver.EndTrack(number);
     Drain();
@@ -314,7 +322,12 @@ void MuxerFF::EndTrack(int number)
 /// Hands on what the repair has settled.
 void MuxerFF::Settle(int number)
 {
-    while (PacketPtr packet = tracks[static_cast<size_t>(number)].repair.Pull())
+    Track& track = tracks[static_cast<size_t>(number)];
+    while (PacketPtr packet = track.pictures ? track.pictures->Pull() : nullptr)
+        track.repair.Push(std::move(packet));
+    if (track.ended)
+        track.repair.End();
+    while (PacketPtr packet = track.repair.Pull())
         interleaver.Push(number, std::move(packet));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/io/Container.h"
+#include "ffhost/io/CountedPictures.h"
 #include "ffhost/io/DtsRepair.h"
 #include "ffhost/io/H264EntryRepair.h"
 #include "ffhost/io/Interleaver.h"
@@ -49,6 +50,7 @@ private:
         TrackInfo source;
         std::shared_ptr<const AVCodecParameters> parameters; // what the container is told
         std::optional<H264EntryRepair> entries;              // of H.264 tracks
+        std::optional<CountedPictures> pictures;             // before the repair, where the container counts them
         DtsRepair repair;
         bool sparse;
         std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds

@@ -171,6 +171,7 @@ PacketPtr SourceFile::Read()
         if (packet->stream_index < StreamCount() && IsSelected(packet->stream_index))
         {
             damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            ForgetGuess(*packet);
             return packet;
         }
         if (packet->stream_index >= StreamCount())
@@ -178,6 +179,14 @@ PacketPtr SourceFile::Read()
         av_packet_unref(packet.get());
     }
     return nullptr;
+}
+
+// AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering.
+void SourceFile::ForgetGuess(AVPacket& packet) const
+{
+    const bool counted = packet.dts != AV_NOPTS_VALUE && std::string_view(context->iformat->name) == "avi";
+    if (counted && context->streams[packet.stream_index]->codecpar->video_delay > 0)
+        packet.pts = AV_NOPTS_VALUE;
 }
 
 void SourceFile::NoteLate(const AVPacket& packet)

@@ -70,6 +70,7 @@ private:
     void ReplaceHeaders();
     void FindStreams();
     void ApplySelection();
+    void ForgetGuess(AVPacket& packet) const;
     void NoteLate(const AVPacket& packet);
     [[noreturn]] void Fail(const std::string& cause) const;
 

@@ -55,4 +55,14 @@ TEST_F(Program, PacketsShorterThanATickKeepTheirTimes)
     EXPECT_EQ(times("out.mkv"), expected);
 }
 
+// In AVI pictures are counted in decoding order: those that a cut leaves out must not leave a hole before the next.
+TEST_F(Program, PicturesThatAreCountedLieWhereTheSoundDoes)
+{
+    for (const char* name : {"mpeg1.mpg", "mpeg2.vob"})
+    {
+        const Outcome cut = Run("cut $S/" + std::string(name) + " out.avi -y --verify --keep 1-2,4.1-5,6-6.5");
+        EXPECT_EQ(cut.status, 0) << cut.out;
+    }
+}
+
 } // namespace Tessor::Cli::Tests
