@@ -65,6 +65,8 @@ public:
     bool TakesEqualTimes(MediaType type) const;
     /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
     bool SharesTimes() const;
+    /// Readers do not know a file of a few packets for what it is. (That with 192 bytes a packet holds larger ones.)
+    bool NeedsLength() const { return family == Family::TransportStream && !bluRay; }
     /// Only the ends of groups of packets are timed.
     bool TellsEnds() const;
     /// Pictures are counted, and libavformat fills no gaps between them.

@@ -10,7 +10,10 @@ extern "C"
 #include <libavutil/display.h>
 }
 
+#include <algorithm>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <set>
 
 namespace Tessor::Host
@@ -25,6 +28,9 @@ constexpr AVRational MICROSECONDS = {1, 1000000};
 
 /// Packets that the repair of decoding times sees at once: more than any reordering spans.
 constexpr size_t LOOK_AHEAD = 16;
+
+constexpr int TRANSPORT_PACKET = 188;
+constexpr int LEAST_TRANSPORT_PACKETS = 16;
 
 /// By how many ticks two times may differ that were rounded apart from each other.
 constexpr int ROUNDING = 2;
@@ -505,7 +511,20 @@ void MuxerFF::Finish()
     if (program)
         program->Finish();
     Run("the end of the file", [&] { return av_write_trailer(context.get()); });
+    if (container.NeedsLength())
+        FillUp();
     file->Commit();
+}
+
+/// Null packets, for readers that believe in a transport stream only when they have seen some packets of it.
+void MuxerFF::FillUp()
+{
+    std::array<uint8_t, TRANSPORT_PACKET> null;
+    null.fill(0xFF);
+    const uint8_t header[] = {0x47, 0x1F, 0xFF, 0x10};
+    std::copy(std::begin(header), std::end(header), null.begin());
+    while (avio_tell(context->pb) < LEAST_TRANSPORT_PACKETS * TRANSPORT_PACKET)
+        avio_write(context->pb, null.data(), TRANSPORT_PACKET);
 }
 
 /// Throws for a failure of the call or, which tells more, of the file.

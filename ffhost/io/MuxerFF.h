@@ -84,6 +84,7 @@ private:
     void FillGap(const AVPacket& packet);
     void KeepApart(const AVPacket& packet);
     void HandEmpty(int track, int64_t time);
+    void FillUp();
     void Hand(AVPacket& packet);
     void Flush();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }

@@ -65,4 +65,12 @@ TEST_F(Program, PicturesThatAreCountedLieWhereTheSoundDoes)
     }
 }
 
+// Readers look for a transport stream's packets, of which a short piece of sound has few.
+TEST_F(Program, AShortTransportStreamIsKnownForWhatItIs)
+{
+    const Outcome made = RunCommand("ffmpeg -v error -f lavfi -i sine=d=2:r=48000 -c:a aac -b:a 16k sound.mp4");
+    ASSERT_EQ(made.status, 0) << made.err;
+    ASSERT_EQ(Run("cut sound.mp4 out.ts --keep 0.1-0.25 --verify").status, 0);
+}
+
 } // namespace Tessor::Cli::Tests
