@@ -151,29 +151,6 @@ TEST(FilterBitStream, Conversions)
     }
 }
 
-TEST(FilterBitStream, ChangesBytesInPlaceUnlessTheyAreShared)
-{
-    for (const bool shared : {false, true})
-    {
-        const Bytes bytes = Sized(Slice, 4);
-        const auto source = Hooked<IStreamRaw>::Create(MakeSource(H264, Avcc, Sized(Idr, 4), bytes));
-        const uint8_t* data = nullptr;
-        SP<IDataPacket> sharer;
-        source->map = [&](const SP<IDataPacket>& packet)
-        {
-            data = packet->GetData();
-            sharer = shared ? packet->Clone() : nullptr;
-            return packet;
-        };
-        const SP<IStreamRawEx> filter = FilterBitStream::Create(source, Form(0));
-        filter->Read();
-        const SP<IDataPacket> packet = filter->Read();
-        EXPECT_EQ(BytesOf(packet), Code(Slice));
-        EXPECT_EQ(packet->GetData() == data, !shared);
-        EXPECT_EQ(BytesOf(sharer), shared ? bytes : Bytes());
-    }
-}
-
 TEST(FilterBitStream, BadPacketsAreDropped)
 {
     for (const auto& [codec, header] : {std::pair(H264, Avcc), {HEVC, Hvcc}})
@@ -210,19 +187,6 @@ TEST(FilterBitStream, OtherFailuresPass)
         const SP<IStreamRaw> source = MakeSource(codec, header);
         const SettingsFilterBitStream settings = Form(form);
         EXPECT_EQ(TextOf<std::exception>([&] { FilterBitStream::Create(source, settings); }), failure);
-    }
-}
-
-TEST(FilterBitStream, KeepsWhatAPacketIs)
-{
-    const SP<ScriptedRaw> source = MakeSource(H264, H264AnnexB, Code(Idr), {}, "80K:20d40p60=100");
-    for (int form = 0; form < 2; ++form)
-    {
-        const SP<IStreamRaw> filter = FilterBitStream::Create(source, Form(form));
-        Seek(filter, 0);
-        const SP<IDataPacket> packet = filter->Read();
-        EXPECT_EQ(PrintScript({DescribeItem(*packet)}), "80K:20d40 E");
-        EXPECT_EQ(packet->GetPosition(), 60 * ms);
     }
 }
 
