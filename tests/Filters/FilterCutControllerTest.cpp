@@ -169,12 +169,12 @@ TEST(FilterCutController, MovesStartsToKeyFramesOnce)
 
 TEST(FilterCutController, ACompressedStreamAlwaysVotesForTheJump)
 {
-    const RawRig rig({{0, 1000}, {7500, 9000}}, Regular(10, 1000, 3));
+    const RawRig rig({{0, 1000}, {7500, 10000}}, Regular(10, 1000, 3));
     Seek(rig.source, 9000 * ms);
     rig.source->TakeLog();
     rig.controller->SeekToNextPosition(2000 * ms);
     EXPECT_EQ(rig.source->TakeLog(), Seeks({7500, 6000}));
-    EXPECT_EQ(rig.controller->GetCut(), Keep({{0, 1000}, {6000, 9000}}));
+    EXPECT_EQ(rig.controller->GetCut(), Keep({{0, 1000}, {6000, 10000}}));
 }
 
 // ---- the cut of decoded streams
