@@ -169,6 +169,7 @@ TEST(HEVCPacket, ExtradataGoesInFrontOfKeyPacketsWithoutSets)
     const std::string hvccFailure = "Trying to insert hvcC extradata into annexB packet";
     const std::string idr = "00 00 01 46 01 50 00 00 01 44 00 00 01 26 01 af"; // a PPS without a header is none
     EXPECT_EQ(Headed(InsertHEVCExtradata, idr, ArraysAnnexB), ArraysAnnexB + " " + idr);
+    EXPECT_EQ(Headed(InsertHEVCExtradata, idr, ArraysAnnexB, false), "");
     EXPECT_EQ(Headed(InsertHEVCExtradata, idr, Fixed + Arrays), hvccFailure);
     EXPECT_EQ(Headed(InsertHEVCExtradata, idr, "00 01 60 00"), hvccFailure);
     for (const char* set : {"00 00 01 40 01 ", "00 00 01 42 01 ", "00 00 01 44 01 "})
