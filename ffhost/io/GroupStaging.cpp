@@ -136,10 +136,16 @@ bool GroupStaging::Land()
     return finished && EndLanding();
 }
 
-// The staged key packet that the search has come to is the best one so far.
+// The staged key packet that the search has come to is the best one so far, unless the one before has its stamp: what
+// starts there has both.
 void GroupStaging::TakeKey(avTime time)
 {
     const bool repeated = resumeAfter != NoTime && time <= resumeAfter;
+    if (!repeated && time <= landedTime)
+    {
+        ++searched;
+        return;
+    }
     const bool firstOfFile = start == Start::OfFile && landedTime == NoTime && searched == 0;
     if (!firstOfFile)
         start = repeated ? Start::Sequence : Start::Entry;

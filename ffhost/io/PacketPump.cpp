@@ -5,6 +5,7 @@
 
 extern "C"
 {
+#include <libavcodec/codec_desc.h>
 #include <libavformat/avformat.h>
 }
 
@@ -21,6 +22,7 @@ namespace
 constexpr avTime SECOND = 1000000;
 constexpr avTime SPARSE_LEAD = 10 * SECOND; // how long a subtitle may stand before the target and still be met
 constexpr avTime CLOCK_LEAD = 1 * SECOND;   // where a seek may land between the parts of a packet
+constexpr avTime STAMP_LEAD = 2000;         // longer than a tick, shorter than a picture
 constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
 constexpr avTime WORTH_A_JUMP = 3 * SECOND;
 
@@ -363,7 +365,13 @@ avTime PacketPump::BaseLead() const
 {
     if (!sparse.empty())
         return SPARSE_LEAD;
-    return file.Context().iformat->flags & AVFMT_TS_DISCONT ? CLOCK_LEAD : 0;
+    if (file.Context().iformat->flags & AVFMT_TS_DISCONT)
+        return CLOCK_LEAD;
+    // Of pictures with one stamp a container's index knows the last alone. Where each picture is a group, reading from
+    // the one before costs nothing.
+    const AVCodecParameters& anchor = *file.Context().streams[Anchor()]->codecpar;
+    const AVCodecDescriptor* codec = avcodec_descriptor_get(anchor.codec_id);
+    return codec && (codec->props & AV_CODEC_PROP_INTRA_ONLY) ? STAMP_LEAD : 0;
 }
 
 // The track whose entry points a seek goes by: the first video track, or the first one at all.
