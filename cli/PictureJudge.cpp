@@ -22,6 +22,13 @@ constexpr double least_ratio = 30;
 /// What the ticks of containers may move a picture by, in ms.
 constexpr double time_tolerance = 5;
 
+/// Whether a decoder need not start anew between two pictures.
+bool AreAlike(const Proc::IDataVideo& a, const Proc::IDataVideo& b)
+{
+    return a.GetWidth() == b.GetWidth() && a.GetHeight() == b.GetHeight() && a.GetPixFmt() == b.GetPixFmt() &&
+           a.IsInterlaced() == b.IsInterlaced();
+}
+
 /// The decoded pictures of a track that lie in ranges, in order.
 class KeptPictures
 {
@@ -65,6 +72,44 @@ private:
     const SP<Proc::IStreamVideo> decoder;
 };
 
+/// The pictures of two sides that belong to each other, by their order. Where size or fields change, decoders drop the
+/// picture that waits for its turn to be shown, and a seek between the two spares it: such a picture may be on one side
+/// only, one at each change.
+class PicturePairs
+{
+public:
+    PicturePairs(KeptPictures& wanted, KeptPictures& there) : wanted(wanted), there(there) {}
+
+    /// False when both sides are at their end.
+    bool Next()
+    {
+        const SP<Proc::IDataVideo> before = expected && found && AreAlike(*expected, *found) ? found : nullptr;
+        expected = wanted.Next();
+        found = there.Next();
+        if (before && expected && found && !AreAlike(*expected, *found) &&
+            PictureRatio(*expected, *found) < least_ratio)
+            PassWithheld(*before);
+        return expected || found;
+    }
+    const SP<Proc::IDataVideo>& GetExpected() const { return expected; }
+    const SP<Proc::IDataVideo>& GetFound() const { return found; }
+    long long GetWithheld() const { return withheld; }
+
+private:
+    void PassWithheld(const Proc::IDataVideo& before)
+    {
+        const bool foundChanged = AreAlike(*expected, before);
+        if (!foundChanged && !AreAlike(*found, before))
+            return;
+        (foundChanged ? expected : found) = (foundChanged ? wanted : there).Next();
+        ++withheld;
+    }
+
+    KeptPictures &wanted, &there;
+    SP<Proc::IDataVideo> expected, found; // the pair of the last Next
+    long long withheld = 0;               // passed so far
+};
+
 } // namespace
 
 std::string PictureVerdict::DescribeFaults() const
@@ -87,15 +132,14 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
     PictureVerdict verdict;
     verdict.shift = shift;
     verdict.lowestRatio = std::numeric_limits<double>::infinity();
-    for (;;)
+    for (PicturePairs pairs(wanted, there); pairs.Next();)
     {
         ThrowIfInterrupted();
-        const SP<Proc::IDataVideo> expected = wanted.Next();
-        const SP<Proc::IDataVideo> found = there.Next();
+        const SP<Proc::IDataVideo>& expected = pairs.GetExpected();
+        const SP<Proc::IDataVideo>& found = pairs.GetFound();
         verdict.expected += expected != nullptr;
         verdict.found += found != nullptr;
-        if (!expected && !found)
-            return verdict;
+        verdict.withheld = pairs.GetWithheld();
         if (!expected || !found)
             continue;
         const double ratio = PictureRatio(*expected, *found);
@@ -105,6 +149,7 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
         verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
         verdict.worstTimeErrorMs = std::max(verdict.worstTimeErrorMs, std::abs(Seconds(off - verdict.shift)) * 1000);
     }
+    return verdict;
 }
 
 } // namespace Tessor::Cli

@@ -15,6 +15,7 @@ struct PictureVerdict
     double lowestRatio = 0;      ///< dB, infinite when all pictures are identical
     double worstTimeErrorMs = 0; ///< against the place in the intervals
     avTime shift = NoTime;       ///< how much later than expected the whole file lies
+    long long withheld = 0;      ///< lost by one of the decoders when size or fields changed; not among the others
 
     /// "124 pictures, 125 expected; ..."; empty when all is as expected.
     std::string DescribeFaults() const;

@@ -209,6 +209,10 @@ private:
             shift = verdict.pictures->shift;
             verdict.packets = Compare(track, partner);
             AddFault(verdict, verdict.pictures->DescribeFaults());
+            // what no decoder shows is there as a packet all the same
+            if (verdict.pictures->withheld > 0 && verdict.packets->found < verdict.packets->expected)
+                AddFault(verdict,
+                         fmt::format("{} packets, {} expected", verdict.packets->found, verdict.packets->expected));
         }
         catch (const Proc::CodecFactoryException&)
         {
