@@ -129,7 +129,9 @@ FramePtr Encoder::ToRecord(const IDataVideo& frame) const
 bool Encoder::Fits(const AVFrame& record) const
 {
     const AVCodecContext& context = *codec.GetContext();
-    return record.width == context.width && record.height == context.height && record.format == context.pix_fmt;
+    // fields may come and go from picture to picture, but the first one tells what is meant
+    return record.width == context.width && record.height == context.height && record.format == context.pix_fmt &&
+           (frameCount > 0 || setup->KeepsFields(record));
 }
 
 void Encoder::Adapt(const AVFrame& record)

@@ -148,6 +148,12 @@ std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& pictur
     return std::make_unique<EncoderSetup>(format, tree);
 }
 
+bool EncoderSetup::KeepsFields(const AVFrame& picture) const
+{
+    return !picture.interlaced_frame || !CodesFields() ||
+           IsInterlaced(GetNumber(recode, FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN));
+}
+
 void EncoderSetup::CheckSource() const
 {
     const std::string refusal = GetText(recode, FormatTags::REFUSE_RECODE);
@@ -196,13 +202,16 @@ CodecContextPtr EncoderSetup::Prepare() const
     return context;
 }
 
+bool EncoderSetup::CodesFields() const
+{
+    return codec->id == AV_CODEC_ID_H264 || codec->id == AV_CODEC_ID_MPEG2VIDEO;
+}
+
 void EncoderSetup::SetFields(AVCodecContext& context) const
 {
     const long long order = GetNumber(recode, FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN);
     context.field_order = IsInterlaced(order) ? static_cast<AVFieldOrder>(order) : AV_FIELD_PROGRESSIVE;
-    if (!IsInterlaced(order))
-        return;
-    if (codec->id == AV_CODEC_ID_H264 || codec->id == AV_CODEC_ID_MPEG2VIDEO)
+    if (IsInterlaced(order) && CodesFields())
         context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
 }
 

@@ -19,6 +19,7 @@ public:
     /// Throws CodecFactoryException for what can't stand beside the source, EncoderException when opening fails.
     CodecContextPtr Open() const override;
     std::unique_ptr<const VideoSetup> ForPicture(const AVFrame& picture) const override;
+    bool KeepsFields(const AVFrame& picture) const override;
     const std::string& GetEncoderName() const override { return name; }
 
     /// The encoder of a codec that is there, or null.
@@ -27,6 +28,7 @@ public:
 private:
     void CheckSource() const;
     CodecContextPtr Prepare() const;
+    bool CodesFields() const;
     void SetFields(AVCodecContext& context) const;
     void SetCodecOptions(AVCodecContext& context) const;
     void SetupH264(AVCodecContext& context) const;
