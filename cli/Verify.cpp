@@ -37,7 +37,7 @@ class Pairing
 {
 public:
     Pairing(const std::vector<PlainTrack>& source, const std::vector<PlainTrack>& output)
-        : source(source), output(output), partners(source.size(), nullptr)
+        : source(source), partners(source.size(), nullptr)
     {
         std::vector<Candidate> candidates;
         for (size_t s = 0; s < source.size(); ++s)
@@ -92,7 +92,6 @@ private:
     };
 
     const std::vector<PlainTrack>& source;
-    const std::vector<PlainTrack>& output;
     std::vector<const PlainTrack*> partners; // of the source's tracks
 };
 
