@@ -49,10 +49,13 @@ PixFmt PixFmtDescription::FindByName(const std::string& name)
 
 PixFmtDescription PixFmtDescription::Find(PixFmt format)
 {
-    const AVPixelFormat native = static_cast<AVPixelFormat>(format);
+    const int value = static_cast<int>(format);
+    // a value beyond those that an enumeration was made for may not even be looked at
+    const AVPixelFormat native =
+        value >= 0 && value < AV_PIX_FMT_NB ? static_cast<AVPixelFormat>(value) : AV_PIX_FMT_NONE;
     const AVPixFmtDescriptor* found = av_pix_fmt_desc_get(native);
     if (!found)
-        Throw<std::invalid_argument>(TESSOR_HERE, "No pixel format " + std::to_string(static_cast<int>(format)));
+        Throw<std::invalid_argument>(TESSOR_HERE, "No pixel format " + std::to_string(value));
     PixFmtDescription result;
     result.format = format;
     result.name = found->name;
