@@ -2,8 +2,7 @@
 
 #include "Fnd/Statistics.h"
 #include "Fnd/TimerSimple.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/effects/IFlow.h"
 
@@ -18,10 +17,10 @@ namespace Tessor::Host
 /// it drains what is held. A seek empties the effect. Where that moves items in time, nobody knows how long all of them
 /// last, and a seek starts at the beginning and leaves out what comes before the target.
 template <class Kind, class Effect>
-class EffectStream final : public Proc::StreamImpl<Kind, Kind>, public RefCountImpl
+class EffectStream final : public Proc::PassThrough<Kind>, public RefCountImpl
 {
 public:
-    using Base = Proc::StreamImpl<Kind, Kind>;
+    using Base = Proc::PassThrough<Kind>;
     using Item = typename Kind::Item;
     using Format = typename Kind::Format;
 
@@ -30,11 +29,10 @@ public:
     {
         return SP<Kind>(new EffectStream(parent, effect));
     }
-    ~EffectStream() override { Base::StopThread(); }
 
 private:
     EffectStream(const SP<Kind>& parent, const SP<Effect>& effect)
-        : Base(parent, false), effect(effect), flow(dynamic_cast<IFlow<Item>*>(effect.get()))
+        : Base(parent, "EffectStream"), effect(effect), flow(dynamic_cast<IFlow<Item>*>(effect.get()))
     {
     }
 
@@ -79,7 +77,6 @@ private:
         seekTime = KeepsTimes() || target <= 0 ? NoTime : target;
         Base::parentStream->RequestSeek(KeepsTimes() ? target : 0, partner);
     }
-    void DoSeekInternal() override { Base::parentStream->DoSeek(); }
 
     bool KeepsTimes() const { return !flow || flow->KeepsTimes(); }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Proc/StreamTemplates/Visitors.h"
-#include "ffhost/PassThrough.h"
+#include "ffhost/Relay.h"
 
 #include <deque>
 #include <thread>
@@ -16,24 +15,20 @@ namespace Tessor::Host
 /// Threads: as StreamImpl says. While the thread runs the parent is its alone: what asks the parent for its format or
 /// statistics has to be allowed beside a read of it.
 template <class Kind>
-class ReadAhead final : public PassThrough<Kind>
+class ReadAhead final : public Relay<Kind>
 {
 public:
-    using Base = PassThrough<Kind>;
+    using Base = Relay<Kind>;
     using Item = typename Kind::Item;
 
     static SP<Kind> Create(const SP<Kind>& parent, size_t capacity)
     {
         return SP<Kind>(new ReadAhead(parent, std::max<size_t>(capacity, 1)));
     }
-    ~ReadAhead() override
-    {
-        Base::StopThread();
-        StopReading();
-    }
+    ~ReadAhead() override { StopReading(); }
 
 private:
-    ReadAhead(const SP<Kind>& parent, size_t capacity) : Base(parent), capacity(capacity) {}
+    ReadAhead(const SP<Kind>& parent, size_t capacity) : Base(parent, "ReadAhead"), capacity(capacity) {}
 
     void Terminate() override
     {
@@ -47,10 +42,6 @@ private:
         Base::ReleaseInternalData();
     }
 
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override
-    {
-        Proc::Visitors::ProcessStandartVisitors(visitor, "ReadAhead", FRAME_ALLOC_CPU, nullptr);
-    }
     SP<Item> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
     {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Proc/StreamTemplates/Visitors.h"
-#include "ffhost/PassThrough.h"
+#include "ffhost/Relay.h"
 
 #include <functional>
 
@@ -10,7 +9,7 @@ namespace Tessor::Host
 
 /// Shows every item that passes, on the thread that reads.
 template <class Kind>
-class Tap final : public PassThrough<Kind>
+class Tap final : public Relay<Kind>
 {
 public:
     using Item = typename Kind::Item;
@@ -20,15 +19,12 @@ public:
     {
         return SP<Kind>(new Tap(parent, std::move(viewer)));
     }
-    ~Tap() override { this->StopThread(); }
 
 private:
-    Tap(const SP<Kind>& parent, Viewer viewer) : PassThrough<Kind>(parent), viewer(std::move(viewer)) {}
-
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override
+    Tap(const SP<Kind>& parent, Viewer viewer) : Relay<Kind>(parent, "Tap", FRAME_ALLOC_ANY), viewer(std::move(viewer))
     {
-        Proc::Visitors::ProcessStandartVisitors(visitor, "Tap", FRAME_ALLOC_ANY, nullptr);
     }
+
     SP<Item> ReadInternal() override
     {
         const SP<Item> item = this->parentStream->Read();

@@ -5,6 +5,8 @@
 #include "media/IFormatCodecVideo.h"
 #include "tests/ffhost/Streams.h"
 
+#include <glog/logging.h>
+
 using namespace Tessor;
 using namespace Tessor::Fuzz;
 using namespace Tessor::Proc;

@@ -1,17 +1,14 @@
 #pragma once
 
 #include "Fnd/Exception.h"
+#include "Proc/StreamTemplates/BackgroundThread.h"
 #include "Proc/StreamTemplates/IStream.h"
 #include "Proc/StreamTemplates/IStreamVisitor.h"
 
 #include <algorithm>
 #include <atomic>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/recursive_mutex.hpp>
-#include <boost/thread/thread.hpp>
 #include <condition_variable>
 #include <exception>
-#include <glog/logging.h>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -37,7 +34,8 @@ namespace Tessor::Proc
 /// DoSeekInternal()
 ///     Phase two: parentStream->DoSeek(). Called with no lock.
 ///
-/// A destructor of a filter calls StopThread() first: the thread may be inside of the derived class. Overrides of
+/// Most filters derive from PassThrough, which supplies all but ReadInternal. What stands on this base itself and reads
+/// on a thread calls StopThread() first in its destructor: the thread may be inside of the derived class. Overrides of
 /// GetDuration, GetSeekResult and ReleaseInternalData are allowed; the last one calls the base's form too.
 ///
 /// Threads: one thread reads and seeks. Terminate and IsTerminated may come from any thread at any time. Lock order:
@@ -47,13 +45,29 @@ namespace Tessor::Proc
 ///     class FilterX final : public StreamImpl<IStreamVideo, IStreamVideo>, public RefCountImpl
 ///     {
 ///     public:
-///         static SP<IStreamVideo> Create(const SP<IStreamVideo>& parent) { return SP<IStreamVideo>(new
-///         FilterX(parent)); } ~FilterX() override { StopThread(); }
-///         // Initialize, GetSettings, GetFormatCodec, GetStatistic
+///         static SP<IStreamVideo> Create(const SP<IStreamVideo>& parent)
+///         {
+///             return SP<IStreamVideo>(new FilterX(parent));
+///         }
+///         ~FilterX() override { StopThread(); }
+///
 ///     private:
-///         void AcceptInternal(IStreamVisitor& visitor) override;
+///         explicit FilterX(const SP<IStreamVideo>& parent) : StreamImpl(parent, false) {}
+///
+///         void Initialize(const Core::Property&) override { ThrowMethodNotImplemented(TESSOR_HERE); }
+///         Core::Property GetSettings() const override { return Core::Property(); }
+///         Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
+///         SP<Conf::IFormatCodecVideo> GetFormatCodec() const override { return parentStream->GetFormatCodec(); }
+///
+///         void AcceptInternal(IStreamVisitor& visitor) override
+///         {
+///             Visitors::ProcessStandartVisitors(visitor, "FilterX", FRAME_ALLOC_NONE, nullptr);
+///         }
 ///         SP<IDataVideo> ReadInternal() override { return parentStream->Read(); }
-///         void RequestSeekInternal(avTime t, SP<IStream> partner) override { parentStream->RequestSeek(t, partner); }
+///         void RequestSeekInternal(avTime target, SP<IStream> partner) override
+///         {
+///             parentStream->RequestSeek(target, partner);
+///         }
 ///         void DoSeekInternal() override { parentStream->DoSeek(); }
 ///     };
 template <class IStreamParent, class IStreamThis>
@@ -108,13 +122,13 @@ private:
     void StoreException();
 
     const bool useReadThread;
-    boost::recursive_mutex readMutex; // serialises the public reads and seeks
+    std::recursive_mutex readMutex; // serialises the public reads and seeks
     // Plain ones, that know nothing of thread interruption: an interruption comes with a notification.
-    std::mutex nextDataMutex;                  // guards nextData and threadException against the thread
-    std::condition_variable spaceAvailable;    // the thread waits here for nextData to become empty
-    std::condition_variable dataAvailable;     // Read waits here for nextData to fill
-    std::unique_ptr<boost::thread> readThread; // from the first Read in background mode to the next seek
-    std::exception_ptr threadException;        // what ended the thread; survives seeks
+    std::mutex nextDataMutex;                     // guards nextData and threadException against the thread
+    std::condition_variable spaceAvailable;       // the thread waits here for nextData to become empty
+    std::condition_variable dataAvailable;        // Read waits here for nextData to fill
+    std::unique_ptr<BackgroundThread> readThread; // from the first Read in background mode to the next seek
+    std::exception_ptr threadException;           // what ended the thread; survives seeks
     mutable std::string codecID = Conf::IFormatCodec::CODEC_ID_NONE; // asked for until it is known
     std::atomic<avTime> position{NoTime}; // NoTime from a seek on until an item is known; written under readMutex
     SP<Item> nextData;                    // the item of look-ahead: from GetPosition or from the thread
@@ -142,13 +156,13 @@ StreamImpl<IStreamParent, IStreamThis>::~StreamImpl()
 {
     // A thread that is still here would run into a destroyed object: the derived destructor failed its duty.
     if (readThread)
-        readThread->detach();
+        readThread->Detach();
 }
 
 template <class IStreamParent, class IStreamThis>
 auto StreamImpl<IStreamParent, IStreamThis>::ReadDirectly() -> SP<Item>
 {
-    const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
+    const std::lock_guard<std::recursive_mutex> lock(readMutex);
     SP<Item> item;
     if (nextData)
         item.swap(nextData);
@@ -161,7 +175,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadDirectly() -> SP<Item>
 template <class IStreamParent, class IStreamThis>
 auto StreamImpl<IStreamParent, IStreamThis>::ReadFromThread() -> SP<Item>
 {
-    const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
+    const std::lock_guard<std::recursive_mutex> lock(readMutex);
     if (!readThread)
         StartThread();
     SP<Item> item;
@@ -183,7 +197,7 @@ void StreamImpl<IStreamParent, IStreamThis>::StartThread()
     // The thread's own StopThread must find the thread object.
     const std::lock_guard<std::mutex> lock(nextDataMutex);
     threadFailed = threadEnded = false;
-    readThread = std::make_unique<boost::thread>([this] { Read_thread(); });
+    readThread = std::make_unique<BackgroundThread>([this] { Read_thread(); });
     spaceAvailable.notify_all();
 }
 
@@ -212,12 +226,10 @@ void StreamImpl<IStreamParent, IStreamThis>::Read_thread()
         {
         }
     }
-    catch (const boost::thread_interrupted&)
-    {
-    }
     catch (...)
     {
-        StoreException(); // the parent's Terminate failed
+        if (!BackgroundThread::IsInterruption())
+            StoreException(); // the parent's Terminate failed
     }
     // whoever still waits must see that nothing comes any more
     const std::lock_guard<std::mutex> lock(nextDataMutex);
@@ -230,17 +242,17 @@ bool StreamImpl<IStreamParent, IStreamThis>::ReadAhead()
 {
     if (IsTerminated())
         return false;
-    boost::this_thread::interruption_point();
+    BackgroundThread::InterruptionPoint();
     SP<Item> item = ReadOrStoreException();
     if (!item)
         Terminate();
 
     std::unique_lock<std::mutex> lock(nextDataMutex);
-    boost::this_thread::interruption_point();
+    BackgroundThread::InterruptionPoint();
     while (nextData)
     {
         spaceAvailable.wait(lock);
-        boost::this_thread::interruption_point();
+        BackgroundThread::InterruptionPoint();
     }
     nextData.swap(item);
     dataAvailable.notify_one();
@@ -254,12 +266,10 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadOrStoreException() -> SP<Item>
     {
         return ReadInternal();
     }
-    catch (const boost::thread_interrupted&)
-    {
-        throw;
-    }
     catch (...)
     {
+        if (BackgroundThread::IsInterruption())
+            throw;
         {
             const std::lock_guard<std::mutex> lock(nextDataMutex);
             threadFailed = true;
@@ -273,7 +283,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadOrStoreException() -> SP<Item>
 template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::StoreException()
 {
-    LOG(ERROR) << "Background reading thread: " << boost::current_exception_diagnostic_information(true);
+    BackgroundThread::LogFailure();
     const std::lock_guard<std::mutex> lock(nextDataMutex);
     threadException = std::current_exception();
 }
@@ -288,12 +298,10 @@ void StreamImpl<IStreamParent, IStreamThis>::StopThread()
         const std::lock_guard<std::mutex> lock(nextDataMutex);
         if (!readThread)
             return;
-        readThread->interrupt();
+        readThread->Interrupt();
         spaceAvailable.notify_all();
     }
-    // Not to be cut short by an interruption of the caller: the derived class may be about to go away.
-    const boost::this_thread::disable_interruption noInterruption;
-    readThread->join();
+    readThread->Join(); // to the end: the derived class may be about to go away
     readThread.reset();
 }
 
@@ -303,7 +311,7 @@ avTime StreamImpl<IStreamParent, IStreamThis>::GetPosition()
     const avTime known = position.load(std::memory_order_relaxed);
     if (known != NoTime)
         return known;
-    const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
+    const std::lock_guard<std::recursive_mutex> lock(readMutex);
     LookAhead();
     const std::lock_guard<std::mutex> dataLock(nextDataMutex);
     if (nextData)
@@ -327,7 +335,7 @@ void StreamImpl<IStreamParent, IStreamThis>::LookAhead()
 template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::RequestSeek(avTime target, SP<IStream> partner)
 {
-    const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
+    const std::lock_guard<std::recursive_mutex> lock(readMutex);
     StopThread();
     terminated.exchange(false);
     const avTime duration = this->GetDuration();
@@ -347,7 +355,7 @@ template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::ReleaseInternalData()
 {
     StopThread();
-    const boost::lock_guard<boost::recursive_mutex> lock(readMutex);
+    const std::lock_guard<std::recursive_mutex> lock(readMutex);
     nextData.reset();
     parentStream->ReleaseInternalData();
 }

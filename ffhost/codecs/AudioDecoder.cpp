@@ -3,7 +3,6 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Fnd/TimerSimple.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
 
 #include <cstring>
@@ -49,14 +48,9 @@ SP<IStreamAudio> AudioDecoder::Create(const SP<IStreamRaw>& source)
 }
 
 AudioDecoder::AudioDecoder(const SP<IStreamRaw>& source)
-    : StreamImpl(source, false), format(CloneAudioFormat(source)), info(format->GetSampleInfo()), codec(format),
-      converter(info)
+    : PassThrough(source, "AudioDecoder"), format(CloneAudioFormat(source)), info(format->GetSampleInfo()),
+      codec(format), converter(info)
 {
-}
-
-AudioDecoder::~AudioDecoder()
-{
-    StopThread();
 }
 
 void AudioDecoder::Prepare(AVCodecContext& context) const
@@ -192,20 +186,10 @@ void AudioDecoder::RequestSeekInternal(avTime newTarget, SP<IStream>)
     parentStream->RequestSeek(std::max<avTime>(wanted - PRE_ROLL, 0), SP<IStream>(this));
 }
 
-void AudioDecoder::DoSeekInternal()
-{
-    parentStream->DoSeek();
-}
-
 void AudioDecoder::ReleaseInternalData()
 {
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
     Reset(target);
-}
-
-void AudioDecoder::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "AudioDecoder", FRAME_ALLOC_CPU, nullptr);
 }
 
 Core::Property AudioDecoder::GetStatistic() const

@@ -2,7 +2,7 @@
 
 #include "Proc/StreamTemplates/IStreamAudio.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/SampleConverter.h"
 #include "media/AudioTime.h"
@@ -27,12 +27,12 @@ namespace Tessor::Host
 /// mid-stream, the rest is brought to the one that the stream declares.
 ///
 /// Threads: as StreamImpl says.
-class TESSOR_API AudioDecoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamAudio>, public RefCountImpl
+class TESSOR_API AudioDecoder final : public Proc::PassThrough<Proc::IStreamRaw, Proc::IStreamAudio>,
+                                      public RefCountImpl
 {
 public:
     /// Throws CodecFactoryException for a codec without a decoder, for sources that are no sound or tell no format.
     static SP<Proc::IStreamAudio> Create(const SP<Proc::IStreamRaw>& source);
-    ~AudioDecoder() override;
 
 private:
     explicit AudioDecoder(const SP<Proc::IStreamRaw>& source);
@@ -47,10 +47,8 @@ private:
     }
     void ReleaseInternalData() override;
 
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
     SP<Proc::IDataAudio> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     void Prepare(AVCodecContext& context) const;
     void Reset(avTime newTarget);

@@ -3,7 +3,6 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Fnd/TimerSimple.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
@@ -46,18 +45,13 @@ void AudioEncoder::Deleter::operator()(AVAudioFifo* fifo) const
 }
 
 AudioEncoder::AudioEncoder(const SP<IStreamAudio>& source, const EncoderOptions& options)
-    : StreamImpl(source, false), options(options), info(source->GetFormatCodec()->GetSampleInfo()), codec(Open()),
-      frameSize(codec.GetContext()->frame_size), parameters(MakeParameters(*codec.GetContext())),
+    : PassThrough(source, "AudioEncoder"), options(options), info(source->GetFormatCodec()->GetSampleInfo()),
+      codec(Open()), frameSize(codec.GetContext()->frame_size), parameters(MakeParameters(*codec.GetContext())),
       format(MakeFormat(*source, *codec.GetContext())), resource(Core::ComputingResourceManager::TakeFakeResource()),
       fifo(av_audio_fifo_alloc(codec.GetContext()->sample_fmt, info.GetChannelCount(), std::max(frameSize, 1)))
 {
     if (!fifo)
         throw std::bad_alloc();
-}
-
-AudioEncoder::~AudioEncoder()
-{
-    StopThread();
 }
 
 CodecContextPtr AudioEncoder::Open() const
@@ -200,21 +194,11 @@ void AudioEncoder::RequestSeekInternal(avTime target, SP<IStream> partner)
     parentStream->RequestSeek(target, partner);
 }
 
-void AudioEncoder::DoSeekInternal()
-{
-    parentStream->DoSeek();
-}
-
 void AudioEncoder::ReleaseInternalData()
 {
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
     Reset();
     codec.Replace(nullptr);
-}
-
-void AudioEncoder::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "AudioEncoder", FRAME_ALLOC_CPU, nullptr);
 }
 
 Core::Property AudioEncoder::GetStatistic() const

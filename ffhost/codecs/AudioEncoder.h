@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketEncoder.h"
 #include "ffhost/codecs/TrackEncoder.h"
 #include "media/AudioTime.h"
@@ -15,11 +15,10 @@ namespace Tessor::Host
 /// encoder's delay.
 ///
 /// Throws EncoderException when the sound can't be encoded or its format changes. Threads: as StreamImpl says.
-class AudioEncoder final : public Proc::StreamImpl<Proc::IStreamAudio, TrackEncoder>, public RefCountImpl
+class AudioEncoder final : public Proc::PassThrough<Proc::IStreamAudio, TrackEncoder>, public RefCountImpl
 {
 public:
     AudioEncoder(const SP<Proc::IStreamAudio>& source, const EncoderOptions& options);
-    ~AudioEncoder() override;
 
 private:
     void Initialize(const Core::Property&) override {}
@@ -32,10 +31,8 @@ private:
     const std::string& GetEncoderName() const override { return options.name; }
     std::shared_ptr<const AVCodecParameters> GetParameters() const override { return parameters; }
 
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
     SP<Proc::IDataPacket> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     CodecContextPtr Open() const;
     void Reset();

@@ -108,14 +108,9 @@ SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const DecoderOpti
 }
 
 Decoder::Decoder(const SP<IStreamRaw>& source, const DecoderOptions& options)
-    : StreamImpl(source, false), format(CloneVideoFormat(source)), traits(PictureTraits::Of(format->GetProperties())),
-      options(options), codec(format)
+    : PassThrough(source, "Decoder"), format(CloneVideoFormat(source)),
+      traits(PictureTraits::Of(format->GetProperties())), options(options), codec(format)
 {
-}
-
-Decoder::~Decoder()
-{
-    StopThread();
 }
 
 void Decoder::Prepare(AVCodecContext& context) const
@@ -254,14 +249,9 @@ void Decoder::RequestSeekInternal(avTime target, SP<IStream>)
     parentStream->RequestSeek(target, SP<IStream>(this));
 }
 
-void Decoder::DoSeekInternal()
-{
-    parentStream->DoSeek();
-}
-
 void Decoder::ReleaseInternalData()
 {
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
     Reset();
     codec.Close();
 }

@@ -2,7 +2,7 @@
 
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideoDecoder.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/PictureTraits.h"
@@ -34,12 +34,11 @@ namespace Tessor::Host
 /// pictures say of themselves what it says, as PictureTraits settles it.
 ///
 /// Threads: as StreamImpl says.
-class Decoder final : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamVideoDecoder>, public RefCountImpl
+class Decoder final : public Proc::PassThrough<Proc::IStreamRaw, Proc::IStreamVideoDecoder>, public RefCountImpl
 {
 public:
     /// Throws CodecFactoryException for a codec without a decoder and for sources that are no video.
     static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source, const DecoderOptions& options = {});
-    ~Decoder() override;
 
 private:
     Decoder(const SP<Proc::IStreamRaw>& source, const DecoderOptions& options);
@@ -57,7 +56,6 @@ private:
     void AcceptInternal(Proc::IStreamVisitor& visitor) override;
     SP<Proc::IDataVideo> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     void Prepare(AVCodecContext& context) const;
     void Reset();

@@ -3,7 +3,6 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Fnd/TimerSimple.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/codecs/EncoderSetup.h"
 #include "host/ComputingResourceManager.h"
 #include "media/BlobFF.h"
@@ -69,7 +68,7 @@ SP<TrackEncoder> Encoder::Create(const SP<IStreamVideo>& source, std::unique_ptr
 
 Encoder::Encoder(const SP<IStreamVideo>& source, std::unique_ptr<const VideoSetup> newSetup,
                  const Core::Property& changes, const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
-    : StreamImpl(source, false), setup(std::move(newSetup)), codec(setup->Open()),
+    : PassThrough(source, "Encoder"), setup(std::move(newSetup)), codec(setup->Open()),
       frameRate(codec.GetContext()->framerate),
       frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(frameRate), codec.GetContext()->time_base), 1)),
       format(source->GetFormatCodec()->Clone()), parameters(MakeParameters(*codec.GetContext())),
@@ -82,7 +81,6 @@ Encoder::Encoder(const SP<IStreamVideo>& source, std::unique_ptr<const VideoSetu
 
 Encoder::~Encoder()
 {
-    StopThread();
     if (onEnd && packetCount > 0)
         onEnd(setup->GetEncoderName(), encodeTime);
 }
@@ -194,21 +192,11 @@ void Encoder::RequestSeekInternal(avTime target, SP<IStream> partner)
     parentStream->RequestSeek(target, partner);
 }
 
-void Encoder::DoSeekInternal()
-{
-    parentStream->DoSeek();
-}
-
 void Encoder::ReleaseInternalData()
 {
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
     Reset();
     codec.Replace(nullptr);
-}
-
-void Encoder::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "Encoder", FRAME_ALLOC_CPU, nullptr);
 }
 
 Core::Property Encoder::GetStatistic() const

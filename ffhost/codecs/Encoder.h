@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStreamVideo.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketEncoder.h"
 #include "ffhost/codecs/TrackEncoder.h"
 #include "ffhost/codecs/VideoSetup.h"
@@ -23,7 +23,7 @@ namespace Tessor::Host
 /// which the packets need in front.
 ///
 /// Throws EncoderException when a frame can't be encoded. Threads: as StreamImpl says.
-class Encoder final : public Proc::StreamImpl<Proc::IStreamVideo, TrackEncoder>, public RefCountImpl
+class Encoder final : public Proc::PassThrough<Proc::IStreamVideo, TrackEncoder>, public RefCountImpl
 {
 public:
     /// Told at the end of an encoder that has delivered packets: its name and the microseconds that it worked.
@@ -52,10 +52,8 @@ private:
     const std::string& GetEncoderName() const override { return setup->GetEncoderName(); }
     std::shared_ptr<const AVCodecParameters> GetParameters() const override { return parameters; }
 
-    void AcceptInternal(Proc::IStreamVisitor& visitor) override;
     SP<Proc::IDataPacket> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     void Reset();
     /// The next frame of the source, or the end, for the encoder.

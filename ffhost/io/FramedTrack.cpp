@@ -2,8 +2,8 @@
 
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/Filters/Filters/FilterBitStream.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/io/ParameterSets.h"
 
 extern "C"
@@ -75,12 +75,12 @@ private:
 
 /// The source as the conversion sees it. Knows whether a read that gave nothing met the end or a packet that the
 /// conversion did not take, and keeps to the parameter sets and configurations that are in force.
-class PacketGate final : public StreamImpl<IStreamRaw, IStreamRaw>, public RefCountImpl
+class PacketGate final : public PassThrough<IStreamRaw>, public RefCountImpl
 {
 public:
     PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format,
                const SettingsFilterBitStream& settings, const std::string& output)
-        : StreamImpl(source, false), settings(settings), format(format),
+        : PassThrough(source, "PacketGate", FRAME_ALLOC_NONE), settings(settings), format(format),
           sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output),
           announced(sets.GetVersion())
     {
@@ -92,23 +92,14 @@ public:
     bool HasDelivered() const { return delivered; }
     const SettingsFilterBitStream& GetFraming() const { return settings; }
 
-    void Initialize(const Core::Property&) override { Throw<FilterException>(TESSOR_HERE, "Method not implemented"); }
+    void Initialize(const Core::Property&) override { ThrowMethodNotImplemented(TESSOR_HERE); }
     Core::Property GetSettings() const override { return {}; }
     Core::Property GetStatistic() const override { return parentStream->GetStatistic(); }
     MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
     SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
 
 private:
-    void AcceptInternal(IStreamVisitor& visitor) override
-    {
-        Visitors::ProcessStandartVisitors(visitor, "PacketGate", FRAME_ALLOC_NONE, nullptr);
-    }
     SP<IDataPacket> ReadInternal() override { return std::exchange(fetched, nullptr); }
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override
-    {
-        parentStream->RequestSeek(target, partner);
-    }
-    void DoSeekInternal() override { parentStream->DoSeek(); }
 
     SP<IDataPacket> FollowSets(const SP<IDataPacket>& packet);
 

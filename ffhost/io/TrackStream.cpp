@@ -1,6 +1,7 @@
 #include "ffhost/io/TrackStream.h"
 
 #include "Fnd/Statistics.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/io/DemuxerImpl.h"
 
@@ -35,7 +36,7 @@ long TrackStream::Release() const
 
 void TrackStream::Initialize(const Core::Property&)
 {
-    Throw<Proc::FilterException>(TESSOR_HERE, "Method not implemented");
+    Proc::ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 Core::Property TrackStream::GetSettings() const

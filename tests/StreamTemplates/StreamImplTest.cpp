@@ -1,9 +1,22 @@
+#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
+#include "Proc/StreamTemplates/Visitors.h"
 #include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
+
+namespace Tessor::Proc
+{
+namespace
+{
+
+#include "FilterX.inc"
+
+} // namespace
+} // namespace Tessor::Proc
 
 namespace Tessor::Test
 {
@@ -146,6 +159,17 @@ TEST(StreamImplSynchronous, AFilterMayAskItsOwnPositionWhileItReads)
     probe->beforeRead = [&] { seen = probe->GetPosition(); };
     EXPECT_EQ(ReadSome(probe, 1), "40");
     EXPECT_EQ(seen, 40 * ms);
+}
+
+TEST(StreamImpl, TheFilterOfItsHeadWorks)
+{
+    const SP<IStreamVideo> filter = Proc::FilterX::Create(ScriptedVideo::Create("0 40 80"));
+    EXPECT_EQ(ReadAll(filter), "0 40 80 E");
+    Seek(filter, 40 * ms);
+    EXPECT_EQ(ReadAll(filter), "40 80 E");
+    Proc::Visitors::InfoCollector names;
+    filter->Accept(names);
+    EXPECT_EQ(names.GetElements().front(), "FilterX");
 }
 
 } // namespace

@@ -2,8 +2,9 @@
 
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 
+#include <glog/logging.h>
 #include <string>
 
 extern "C"
@@ -51,7 +52,9 @@ void LogTimes(const SP<Item>& original, avTime pts, avTime duration)
 template <class IStreamThis>
 DataSkipperStreamImpl<IStreamThis>::DataSkipperStreamImpl(const SP<IStreamThis>& source,
                                                           const SP<FilterCutController>& controller)
-    : StreamImpl<IStreamThis, IStreamThis>(source, false), SkipperMediaType<IStreamThis>(source), controller(controller)
+    : PassThrough<IStreamThis>(source, "DataSkipperStreamImpl", FRAME_ALLOC_NONE), SkipperMediaType<IStreamThis>(
+                                                                                       source),
+      controller(controller)
 {
 }
 
@@ -106,7 +109,7 @@ avTime DataSkipperStreamImpl<IStreamThis>::GetEvenTime() const
 template <class IStreamThis>
 void DataSkipperStreamImpl<IStreamThis>::Initialize(const Core::Property&)
 {
-    Throw<FilterException>(TESSOR_HERE, "Method not implemented");
+    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 template <class IStreamThis>
@@ -118,12 +121,6 @@ Core::Property DataSkipperStreamImpl<IStreamThis>::GetStatistic() const
     statistic.Add(
         Core::MakeStatistics(Core::StatisticsTag("DataSkipperStreamImpl", "IStreamThis", type), 0, itemsDelivered));
     return statistic;
-}
-
-template <class IStreamThis>
-void DataSkipperStreamImpl<IStreamThis>::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "DataSkipperStreamImpl", FRAME_ALLOC_NONE, nullptr);
 }
 
 template <class IStreamThis>

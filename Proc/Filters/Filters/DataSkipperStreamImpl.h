@@ -3,7 +3,7 @@
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <map>
 
@@ -40,7 +40,7 @@ private:
 ///
 /// Packets (IStreamRaw) are only cut. Used by one thread at a time.
 template <class IStreamThis>
-class TESSOR_API DataSkipperStreamImpl final : public StreamImpl<IStreamThis, IStreamThis>,
+class TESSOR_API DataSkipperStreamImpl final : public PassThrough<IStreamThis>,
                                                public SkipperMediaType<IStreamThis>,
                                                public RefCountImpl
 {
@@ -48,7 +48,6 @@ public:
     using Item = typename IStreamThis::Item;
 
     DataSkipperStreamImpl(const SP<IStreamThis>& source, const SP<FilterCutController>& controller);
-    ~DataSkipperStreamImpl() override { this->StopThread(); }
 
     /// One entry a frame delivered: its time in the result, and the time that it covers with all repeats.
     std::map<avTime, avTime> GetProcessedPktsTimes() const { return processedPkts; }
@@ -62,10 +61,8 @@ private:
     Core::Property GetSettings() const override { return Core::Property(); }
     SP<typename IStreamThis::Format> GetFormatCodec() const override { return this->parentStream->GetFormatCodec(); }
     Core::Property GetStatistic() const override;
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<Item> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override { this->parentStream->DoSeek(); }
 
     SP<Item> Cut(const SP<Item>& item) const;
     avTime GetEvenTime() const;

@@ -14,13 +14,8 @@ SP<IFilterApplyEffectsAudio> FilterApplyEffectsAudio::Create(const SP<IStreamAud
 
 FilterApplyEffectsAudio::FilterApplyEffectsAudio(const SP<IStreamAudio>& parent,
                                                  const SP<const IEffectFactory>& effectFactory)
-    : StreamImpl(parent, false), effects(effectFactory)
+    : PassThrough(parent, "FilterApplyEffectsAudio"), effects(effectFactory)
 {
-}
-
-FilterApplyEffectsAudio::~FilterApplyEffectsAudio()
-{
-    StopThread();
 }
 
 void FilterApplyEffectsAudio::Initialize(const Core::Property& settings)
@@ -93,16 +88,6 @@ SP<IDataAudio> FilterApplyEffectsAudio::ReadInternal()
         effect->Process(block);
     statisticsCount += block ? 1 : 0;
     return block;
-}
-
-void FilterApplyEffectsAudio::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-void FilterApplyEffectsAudio::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

@@ -2,7 +2,7 @@
 
 #include "Proc/Filters/Filters/EffectChain.h"
 #include "Proc/Filters/Filters/IFilterApplyEffectsAudio.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <mutex>
 
@@ -12,13 +12,12 @@ namespace Tessor::Proc
 /// Runs every block through a chain of effects. Effects see a null block where one before them has held the block
 /// back; they are not told of seeks, and keep their data when the filter releases its own.
 class TESSOR_API FilterApplyEffectsAudio final : public IFilterApplyEffectsAudio,
-                                                 public StreamImpl<IStreamAudio, IStreamAudio>,
+                                                 public PassThrough<IStreamAudio>,
                                                  public RefCountImpl
 {
 public:
     static SP<IFilterApplyEffectsAudio> Create(const SP<IStreamAudio>& parent,
                                                const SP<const IEffectFactory>& effectFactory);
-    ~FilterApplyEffectsAudio() override;
 
 private:
     FilterApplyEffectsAudio(const SP<IStreamAudio>& parent, const SP<const IEffectFactory>& effectFactory);
@@ -34,8 +33,6 @@ private:
 
     void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataAudio> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     using Lock = std::lock_guard<std::recursive_mutex>;
 

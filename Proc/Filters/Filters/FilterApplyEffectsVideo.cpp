@@ -15,13 +15,8 @@ SP<IFilterApplyEffectsVideo> FilterApplyEffectsVideo::Create(const SP<IStreamVid
 
 FilterApplyEffectsVideo::FilterApplyEffectsVideo(const SP<IStreamVideo>& parent,
                                                  const SP<const IEffectFactory>& effectFactory)
-    : StreamImpl(parent, false), effects(effectFactory), reconciler(effectFactory)
+    : PassThrough(parent, "FilterApplyEffectsVideo"), effects(effectFactory), reconciler(effectFactory)
 {
-}
-
-FilterApplyEffectsVideo::~FilterApplyEffectsVideo()
-{
-    StopThread();
 }
 
 void FilterApplyEffectsVideo::Initialize(const Core::Property& settings)
@@ -58,7 +53,7 @@ void FilterApplyEffectsVideo::ReleaseInternalData()
         for (const SP<IOneInputEffectVideo>& effect : effects.GetEffects())
             effect->ReleaseInternalData();
     }
-    StreamImpl::ReleaseInternalData(); // takes the lock of reads, which comes before this one
+    PassThrough::ReleaseInternalData(); // takes the lock of reads, which comes before this one
 }
 
 SP<Conf::IFormatCodecVideo> FilterApplyEffectsVideo::GetFormatCodec() const
@@ -132,16 +127,6 @@ SP<IDataVideo> FilterApplyEffectsVideo::ReadInternal()
     }
     statisticsCount += frame ? 1 : 0;
     return frame;
-}
-
-void FilterApplyEffectsVideo::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-void FilterApplyEffectsVideo::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

@@ -3,7 +3,7 @@
 #include "Proc/Filters/Filters/EffectChain.h"
 #include "Proc/Filters/Filters/FrameAllocReconciler.h"
 #include "Proc/Filters/Filters/IFilterApplyEffectsVideo.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <mutex>
 
@@ -13,13 +13,12 @@ namespace Tessor::Proc
 /// Runs every frame through a chain of effects, each in the frame memory that it works in. Effects see a null frame
 /// where one before them has held the frame back; they are not told of seeks.
 class TESSOR_API FilterApplyEffectsVideo final : public IFilterApplyEffectsVideo,
-                                                 public StreamImpl<IStreamVideo, IStreamVideo>,
+                                                 public PassThrough<IStreamVideo>,
                                                  public RefCountImpl
 {
 public:
     static SP<IFilterApplyEffectsVideo> Create(const SP<IStreamVideo>& parent,
                                                const SP<const IEffectFactory>& effectFactory);
-    ~FilterApplyEffectsVideo() override;
 
 private:
     FilterApplyEffectsVideo(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory);
@@ -38,8 +37,6 @@ private:
 
     void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataVideo> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     /// Has effects and converters report; what they answer is not kept.
     void SaveStat() const;

@@ -4,7 +4,6 @@
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Settings/IPreset.h"
 #include "Proc/Settings/SettingsFilterAudioFormatter.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "host/ImplNames.h"
 
 namespace Tessor::Proc
@@ -27,15 +26,11 @@ SP<IStreamAudioEx> FilterAudioFormatter::CreateStreamEx(const SP<IStreamAudio>& 
 
 FilterAudioFormatter::FilterAudioFormatter(const SP<IStreamAudio>& parent,
                                            const SP<const IAlgorithmFactory>& algorithms)
-    : StreamImpl(parent, false), engine(algorithms ? algorithms->CreateAudioFormatter(ImplNames::DEFAULT) : nullptr)
+    : PassThrough(parent, "FilterAudioFormatter"),
+      engine(algorithms ? algorithms->CreateAudioFormatter(ImplNames::DEFAULT) : nullptr)
 {
     if (!engine)
         Throw<std::invalid_argument>(TESSOR_HERE, "A formatter needs a factory of algorithms.");
-}
-
-FilterAudioFormatter::~FilterAudioFormatter()
-{
-    StopThread();
 }
 
 void FilterAudioFormatter::Initialize(const Core::Property& tree)
@@ -65,7 +60,7 @@ void FilterAudioFormatter::ReleaseInternalData()
 {
     // the lock is not held for the rest: a read takes the base's before this one
     ResetEngine(0);
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
 }
 
 Core::Property FilterAudioFormatter::GetStatistic() const
@@ -87,11 +82,6 @@ void FilterAudioFormatter::SetFormat(const Conf::SampleInfo& format)
 {
     const std::lock_guard lock(mutex);
     engine->Convert(format);
-}
-
-void FilterAudioFormatter::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterAudioFormatter", FRAME_ALLOC_CPU, nullptr);
 }
 
 SP<IDataAudio> FilterAudioFormatter::ReadInternal()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Filters/Filters/IFilterAudioFormatter.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "host/IAlgorithmFactory.h"
 #include "host/IAudioFormatter.h"
 
@@ -12,7 +12,7 @@ namespace Tessor::Proc
 
 /// The stream around an engine that cuts blocks to one duration. The last block may be shorter.
 class TESSOR_API FilterAudioFormatter final : public virtual IFilterAudioFormatter,
-                                              public StreamImpl<IStreamAudio, IStreamAudio>,
+                                              public PassThrough<IStreamAudio>,
                                               public RefCountImpl
 {
 public:
@@ -21,7 +21,6 @@ public:
     /// Takes SettingsFilterAudioFormatter; others throw std::bad_cast.
     static SP<IStreamAudioEx> CreateStreamEx(const SP<IStreamAudio>& parent,
                                              const SP<const IAlgorithmFactory>& algorithms, const Settings& settings);
-    ~FilterAudioFormatter() override;
 
 private:
     FilterAudioFormatter(const SP<IStreamAudio>& parent, const SP<const IAlgorithmFactory>& algorithms);
@@ -35,10 +34,8 @@ private:
     void SetPacketDuration(avTime duration) override;
     void SetFormat(const Conf::SampleInfo& format) override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataAudio> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
 
     void ResetEngine(avTime time);
     SP<IDataAudio> GetBlock(bool flush);

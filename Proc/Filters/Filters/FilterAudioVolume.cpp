@@ -3,7 +3,6 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "media/DataAudioFF.h"
 
 #include <cmath>
@@ -28,13 +27,8 @@ SP<IStreamAudioEx> FilterAudioVolume::Create(const SP<IStreamAudio>& parent, con
 }
 
 FilterAudioVolume::FilterAudioVolume(const SP<IStreamAudio>& parent, const Settings& settings)
-    : StreamImpl(parent, false), settings(SettingsCast<SettingsFilterAudioVolume>(settings))
+    : PassThrough(parent, "FilterAudioVolume"), settings(SettingsCast<SettingsFilterAudioVolume>(settings))
 {
-}
-
-FilterAudioVolume::~FilterAudioVolume()
-{
-    StopThread();
 }
 
 void FilterAudioVolume::Initialize(const Core::Property& tree)
@@ -64,11 +58,6 @@ Core::Property FilterAudioVolume::GetStatistic() const
 {
     return AddStatistics(parentStream->GetStatistic(), Core::StatisticsTag("FilterAudioVolume"), statisticsTime,
                          statisticsCount);
-}
-
-void FilterAudioVolume::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterAudioVolume", FRAME_ALLOC_CPU, nullptr);
 }
 
 SP<IDataAudio> FilterAudioVolume::ReadInternal()

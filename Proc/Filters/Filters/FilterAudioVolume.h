@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Filters/Filters/IFilterAudioVolume.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "effects/IEffectFactory.h"
 
 #include <mutex>
@@ -13,14 +13,13 @@ namespace Tessor::Proc
 /// 1 behind every seek, drops at once to what a block's peak allows, and climbs by 0.7 a second up to 4. It is judged
 /// by the block's positive peak.
 class TESSOR_API FilterAudioVolume final : public virtual IFilterAudioVolume,
-                                           public StreamImpl<IStreamAudio, IStreamAudio>,
+                                           public PassThrough<IStreamAudio>,
                                            public RefCountImpl
 {
 public:
     /// Takes SettingsFilterAudioVolume; others throw std::bad_cast. The factory is not used.
     static SP<IStreamAudioEx> Create(const SP<IStreamAudio>& parent, const SP<const IEffectFactory>& effects,
                                      const Settings& settings);
-    ~FilterAudioVolume() override;
 
 private:
     FilterAudioVolume(const SP<IStreamAudio>& parent, const Settings& settings);
@@ -31,10 +30,8 @@ private:
     Core::Property GetStatistic() const override;
     SP<Conf::IFormatCodecAudio> GetFormatCodec() const override { return parentStream->GetFormatCodec(); }
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataAudio> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
 
     void Initialize(const SettingsFilterAudioVolume& settings);
     double GetGain(const IDataAudio& block);

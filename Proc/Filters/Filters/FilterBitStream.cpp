@@ -5,7 +5,6 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "host/IEncoder.h"
 #include "media/IFormatCodecAudio.h"
 #include "media/IFormatCodecVideo.h"
@@ -14,6 +13,8 @@ extern "C"
 {
 #include <libavcodec/packet.h>
 }
+
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -90,14 +91,9 @@ SP<IStreamRawEx> FilterBitStream::Create(const SP<IStreamRaw>& parent, const Set
 }
 
 FilterBitStream::FilterBitStream(const SP<IStreamRaw>& parent, const Settings& settings)
-    : StreamImpl(parent, false), codecId(GetCodecID())
+    : PassThrough(parent, "FilterBitStream", FRAME_ALLOC_NONE), codecId(GetCodecID())
 {
     Initialize(settings);
-}
-
-FilterBitStream::~FilterBitStream()
-{
-    StopThread();
 }
 
 void FilterBitStream::Initialize(const Core::Property&)
@@ -139,11 +135,6 @@ SP<Conf::IFormatCodec> FilterBitStream::GetFormatCodec() const
         format = format->Clone();
     format->SetExtradata(IsADTS(extradata) ? nullptr : extradata);
     return format;
-}
-
-void FilterBitStream::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterBitStream", FRAME_ALLOC_NONE, nullptr);
 }
 
 SP<IDataPacket> FilterBitStream::ReadInternal()

@@ -2,7 +2,7 @@
 
 #include "Proc/Settings/SettingsFilterBitStream.h"
 #include "Proc/StreamTemplates/IStreamRawEx.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 namespace Tessor::Proc
 {
@@ -16,13 +16,12 @@ namespace Tessor::Proc
 ///
 /// Packets without parameter sets in front and with lengths of 3 or 4 bytes are converted in place, their bytes copied
 /// only where somebody else shares them: a parent that keeps the packets it gives out gives out clones.
-class TESSOR_API FilterBitStream final : public StreamImpl<IStreamRaw, IStreamRawEx>, public RefCountImpl
+class TESSOR_API FilterBitStream final : public PassThrough<IStreamRaw, IStreamRawEx>, public RefCountImpl
 {
 public:
     /// Takes SettingsFilterBitStream; others throw std::bad_cast. Throws FilterException where the stream's header does
     /// not say how packets are framed, and what the header conversions of Proc/CodecParsers throw.
     static SP<IStreamRawEx> Create(const SP<IStreamRaw>& parent, const Settings& settings);
-    ~FilterBitStream() override;
 
 private:
     using StreamFormat = SettingsFilterBitStream::StreamFormat;
@@ -40,10 +39,8 @@ private:
     /// lossless encoder of audio gets the header into its own format, which is returned.
     SP<Conf::IFormatCodec> GetFormatCodec() const override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataPacket> ReadInternal() override;
     void RequestSeekInternal(avTime time, SP<IStream> requester) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
 
     /// Index of the conversion to the form; asks `extradata` as the parent has it.
     uint32_t GetConversionType(StreamFormat format) const;

@@ -4,8 +4,9 @@
 #include "Proc/Algorithms/BorderBlur.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Filters/Filters/SharedConverterSettings.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "host/ImplNames.h"
+
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -31,17 +32,12 @@ SP<IStreamVideoEx> FilterBlurTransparentBorder::Create(const SP<IStreamVideo>& p
 FilterBlurTransparentBorder::FilterBlurTransparentBorder(const SP<IStreamVideo>& parent,
                                                          const SP<const IEffectFactory>& effectFactory,
                                                          const Settings& settings)
-    : StreamImpl(parent, false),
+    : PassThrough(parent, "FilterBlurTransparentBorder"),
       converter(RequireFactory(effectFactory)
                     .CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr))
 {
     converter->Initialise(GetSharedConverterSettings());
     FilterBlurTransparentBorder::Initialize(settings);
-}
-
-FilterBlurTransparentBorder::~FilterBlurTransparentBorder()
-{
-    StopThread();
 }
 
 void FilterBlurTransparentBorder::Initialize(const Core::Property&)
@@ -81,11 +77,6 @@ Core::Property FilterBlurTransparentBorder::GetStatistic() const
     return statistics;
 }
 
-void FilterBlurTransparentBorder::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterBlurTransparentBorder", FRAME_ALLOC_CPU, nullptr);
-}
-
 SP<IDataVideo> FilterBlurTransparentBorder::ReadInternal()
 {
     const Lock lock(mutex);
@@ -119,16 +110,6 @@ void FilterBlurTransparentBorder::Blur(IDataVideo& frame, int alphaByte) const
             settings.GetMatrixSize());
     }
     VLOG(4001) << "Processed " << processed << " pixels in " << time << " us";
-}
-
-void FilterBlurTransparentBorder::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-void FilterBlurTransparentBorder::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

@@ -2,7 +2,7 @@
 
 #include "Proc/Settings/SettingsFilterBlurTransparentBorder.h"
 #include "Proc/StreamTemplates/IStreamVideoEx.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "effects/IEffectFactory.h"
 #include "effects/IOneInputEffect.h"
 
@@ -13,14 +13,13 @@ namespace Tessor::Proc
 
 /// Gives every fully transparent pixel the mean colour of the visible ones near it and leaves it transparent, so that
 /// later scaling does not mix arbitrary colours into edges. Frames without alpha pass as they are.
-class TESSOR_API FilterBlurTransparentBorder final : public StreamImpl<IStreamVideo, IStreamVideoEx>,
+class TESSOR_API FilterBlurTransparentBorder final : public PassThrough<IStreamVideo, IStreamVideoEx>,
                                                      public RefCountImpl
 {
 public:
     /// Takes SettingsFilterBlurTransparentBorder; others throw std::bad_cast.
     static SP<IStreamVideoEx> Create(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
                                      const Settings& settings);
-    ~FilterBlurTransparentBorder() override;
 
 private:
     FilterBlurTransparentBorder(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
@@ -33,10 +32,7 @@ private:
     Core::Property GetStatistic() const override;
     SP<Conf::IFormatCodecVideo> GetFormatCodec() const override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataVideo> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     void Blur(IDataVideo& frame, int alphaByte) const;
 

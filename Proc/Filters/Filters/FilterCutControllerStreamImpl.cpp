@@ -1,7 +1,7 @@
 #include "Proc/Filters/Filters/FilterCutControllerStreamImpl.h"
 
 #include "Fnd/Statistics.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 
 namespace Tessor::Proc
 {
@@ -25,14 +25,13 @@ using Lock = boost::lock_guard<boost::recursive_mutex>;
 template <class IStreamThis>
 FilterCutControllerStreamImpl<IStreamThis>::FilterCutControllerStreamImpl(const SP<IStreamThis>& source,
                                                                           const SP<FilterCutController>& controller)
-    : StreamImpl<IStreamThis, IStreamThis>(source, false), controller(controller)
+    : PassThrough<IStreamThis>(source, "FilterCutControllerStreamImpl", FRAME_ALLOC_NONE), controller(controller)
 {
 }
 
 template <class IStreamThis>
 FilterCutControllerStreamImpl<IStreamThis>::~FilterCutControllerStreamImpl()
 {
-    this->StopThread();
     // Once the link is gone no jump of another stream starts the helper again.
     controller->EraseStream(this->parentStream.get());
     saveThread.WaitForAll();
@@ -41,7 +40,7 @@ FilterCutControllerStreamImpl<IStreamThis>::~FilterCutControllerStreamImpl()
 template <class IStreamThis>
 void FilterCutControllerStreamImpl<IStreamThis>::Initialize(const Core::Property&)
 {
-    Throw<FilterException>(TESSOR_HERE, "Method not implemented");
+    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 template <class IStreamThis>
@@ -62,13 +61,7 @@ void FilterCutControllerStreamImpl<IStreamThis>::ReleaseInternalData()
         std::deque<SP<Item>>().swap(savedData);
     }
     // Outside of the lock, for the base takes readMutex, under which a read takes the lock.
-    StreamImpl<IStreamThis, IStreamThis>::ReleaseInternalData();
-}
-
-template <class IStreamThis>
-void FilterCutControllerStreamImpl<IStreamThis>::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterCutControllerStreamImpl", FRAME_ALLOC_NONE, nullptr);
+    PassThrough<IStreamThis>::ReleaseInternalData();
 }
 
 /// The oldest saved item, or the source's next one.

@@ -2,7 +2,7 @@
 
 #include "Proc/Filters/Filters/FilterCutController.h"
 #include "Proc/Filters/Filters/SaveThread.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <atomic>
 #include <deque>
@@ -16,7 +16,7 @@ namespace Tessor::Proc
 /// and saves what lies before the stretch.
 template <class IStreamThis>
 class TESSOR_API FilterCutControllerStreamImpl final : public virtual IStreamCutInterval,
-                                                       public StreamImpl<IStreamThis, IStreamThis>,
+                                                       public PassThrough<IStreamThis>,
                                                        public RefCountImpl
 {
 public:
@@ -43,10 +43,8 @@ private:
     bool KeyframeSeek() override { return false; }
 
     // StreamImpl
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<Item> ReadInternal() override;
     void RequestSeekInternal(avTime time, SP<IStream> requester) override;
-    void DoSeekInternal() override { this->parentStream->DoSeek(); }
 
     SP<Item> TakeItem();
     void SavePacketsBeforeSeek_thread(avTime start);

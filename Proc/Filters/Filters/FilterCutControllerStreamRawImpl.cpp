@@ -5,7 +5,7 @@
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/Filters/Filters/GOPRecoder.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 #include "media/IFormatCodecVideo.h"
 
 #include <glog/logging.h>
@@ -37,14 +37,13 @@ std::string Times(const IDataPacket& packet)
 FilterCutControllerStreamRawImpl::FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source,
                                                                    const SP<FilterCutController>& controller,
                                                                    const SP<ICodecFactory>& factory)
-    : StreamImpl(source, false), controller(controller), codecFactory(factory),
+    : PassThrough(source, "FilterCutControllerStreamRawImpl"), controller(controller), codecFactory(factory),
       ability(SearchRecodeAbility(source, factory)), video(source->GetMediaType() == MediaType::Video)
 {
 }
 
 FilterCutControllerStreamRawImpl::~FilterCutControllerStreamRawImpl()
 {
-    StopThread();
     saveThread.WaitForAll();
     controller->EraseStream(parentStream.get());
 }
@@ -56,7 +55,7 @@ bool FilterCutControllerStreamRawImpl::CanCutAnywhere() const
 
 void FilterCutControllerStreamRawImpl::Initialize(const Core::Property&)
 {
-    Throw<FilterException>(TESSOR_HERE, "Method not implemented");
+    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 SP<Conf::IFormatCodec> FilterCutControllerStreamRawImpl::GetFormatCodec() const
@@ -90,11 +89,6 @@ Core::Property FilterCutControllerStreamRawImpl::GetStatistic() const
     Core::Property statistic = parentStream->GetStatistic();
     statistic.Add(std::move(record));
     return statistic;
-}
-
-void FilterCutControllerStreamRawImpl::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterCutControllerStreamRawImpl", FRAME_ALLOC_CPU, nullptr);
 }
 
 SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()

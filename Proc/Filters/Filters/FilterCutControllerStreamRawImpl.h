@@ -6,7 +6,7 @@
 #include "Proc/Filters/Filters/SaveThread.h"
 #include "Proc/StreamTemplates/IStreamCutInterval.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "host/ICodecFactory.h"
 
 #include <algorithm>
@@ -32,7 +32,7 @@ namespace Tessor::Proc
 ///
 /// Threads: one thread reads and seeks; during a jump over a long deleted stretch a helper thread reads as well.
 class TESSOR_API FilterCutControllerStreamRawImpl final : public virtual IStreamCutInterval,
-                                                          public StreamImpl<IStreamRaw, IStreamRaw>,
+                                                          public PassThrough<IStreamRaw>,
                                                           public RefCountImpl
 {
 public:
@@ -61,10 +61,8 @@ private:
     bool IsRawStream() override { return true; }
     bool KeyframeSeek() override { return !CanCutAnywhere(); }
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataPacket> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override { parentStream->DoSeek(); }
 
     /// A place in the source's order of groups: the latest entry up to there, and how many groups came since it did,
     /// for entries may repeat or step back. It is the same on every way that begins at or before the latest entry.

@@ -2,8 +2,9 @@
 
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Filters/Filters/SharedConverterSettings.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "host/ImplNames.h"
+
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -24,7 +25,7 @@ SP<IStreamVideoEx> FilterDeinterlace::Create(const SP<IStreamVideo>& parent,
 
 FilterDeinterlace::FilterDeinterlace(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
                                      const Settings& settings)
-    : StreamImpl(parent, false),
+    : PassThrough(parent, "FilterDeinterlace", FRAME_ALLOC_ANY),
       deinterlacer(
           RequireFactory(effectFactory).CreateEffectVideo(SettingsDeinterlace::CLASS_ID, ImplNames::DEFAULT, nullptr)),
       converter(effectFactory->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr)),
@@ -32,11 +33,6 @@ FilterDeinterlace::FilterDeinterlace(const SP<IStreamVideo>& parent, const SP<co
 {
     converter->Initialise(GetSharedConverterSettings());
     FilterDeinterlace::Initialize(settings);
-}
-
-FilterDeinterlace::~FilterDeinterlace()
-{
-    StopThread();
 }
 
 void FilterDeinterlace::Initialize(const Core::Property& newSettings)
@@ -84,7 +80,7 @@ Core::Property FilterDeinterlace::GetStatistic() const
 void FilterDeinterlace::ReleaseInternalData()
 {
     ResetInternalToDefaults();
-    StreamImpl::ReleaseInternalData(); // takes the lock of reads, which comes before this filter's
+    PassThrough::ReleaseInternalData(); // takes the lock of reads, which comes before this filter's
 }
 
 void FilterDeinterlace::ResetInternalToDefaults()
@@ -95,11 +91,6 @@ void FilterDeinterlace::ResetInternalToDefaults()
     carriedDuration = 0;
     mode = Mode::Undecided;
     readAhead.clear();
-}
-
-void FilterDeinterlace::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterDeinterlace", FRAME_ALLOC_ANY, nullptr);
 }
 
 SP<IDataVideo> FilterDeinterlace::ReadInternal()
@@ -167,11 +158,6 @@ void FilterDeinterlace::RequestSeekInternal(avTime target, SP<IStream> partner)
 {
     ResetInternalToDefaults();
     parentStream->RequestSeek(target, partner);
-}
-
-void FilterDeinterlace::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

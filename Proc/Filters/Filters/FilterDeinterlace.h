@@ -3,7 +3,7 @@
 #include "Proc/Filters/Filters/FrameAllocReconciler.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
 #include "Proc/StreamTemplates/IStreamVideoEx.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <deque>
 #include <mutex>
@@ -14,13 +14,12 @@ namespace Tessor::Proc
 /// Runs frames through a deinterlacing effect, if there is an interlaced one among the first three behind the start or
 /// a seek; otherwise all frames pass as they are until the next seek. Time of frames that the effect holds back goes to
 /// the start of the next result. An effect that gives nothing for three frames in a row ends the stream.
-class TESSOR_API FilterDeinterlace final : public StreamImpl<IStreamVideo, IStreamVideoEx>, public RefCountImpl
+class TESSOR_API FilterDeinterlace final : public PassThrough<IStreamVideo, IStreamVideoEx>, public RefCountImpl
 {
 public:
     /// Takes SettingsDeinterlace; others throw std::bad_cast.
     static SP<IStreamVideoEx> Create(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
                                      const Settings& settings);
-    ~FilterDeinterlace() override;
 
 private:
     enum class Mode : int32_t
@@ -41,10 +40,8 @@ private:
     /// A still picture keeps its format.
     SP<Conf::IFormatCodecVideo> GetFormatCodec() const override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataVideo> ReadInternal() override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     void ResetInternalToDefaults();
     void Decide();

@@ -3,7 +3,6 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Settings/DataHelper.h"
-#include "Proc/StreamTemplates/Visitors.h"
 
 extern "C"
 {
@@ -11,6 +10,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -42,14 +42,10 @@ SP<IStreamVideoEx> FilterFrameRate::CreateEx(const SP<IStreamVideo>& parent, con
     return filter;
 }
 
-FilterFrameRate::FilterFrameRate(const SP<IStreamVideo>& parent) : StreamImpl(parent, false)
+FilterFrameRate::FilterFrameRate(const SP<IStreamVideo>& parent)
+    : PassThrough(parent, "FilterFrameRate", FRAME_ALLOC_NONE)
 {
     FilterFrameRate::Initialize(CreateDataHelper(CLASS_ID, CLASS_ID));
-}
-
-FilterFrameRate::~FilterFrameRate()
-{
-    StopThread();
 }
 
 void FilterFrameRate::Initialize(const Core::Property& settings)
@@ -113,12 +109,7 @@ void FilterFrameRate::ReleaseInternalData()
         current.reset();
         frameNumber = 0;
     }
-    StreamImpl::ReleaseInternalData(); // takes the lock of reads, which comes before this one
-}
-
-void FilterFrameRate::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterFrameRate", FRAME_ALLOC_NONE, nullptr);
+    PassThrough::ReleaseInternalData(); // takes the lock of reads, which comes before this one
 }
 
 avTime FilterFrameRate::GetSlotBegin(int64_t slot) const
@@ -220,11 +211,6 @@ void FilterFrameRate::RequestSeekInternal(avTime target, SP<IStream> partner)
     seekTime = target;
     current.reset();
     parentStream->RequestSeek(parentTarget, partner);
-}
-
-void FilterFrameRate::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

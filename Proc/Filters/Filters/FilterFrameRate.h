@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Filters/Filters/IFilterFrameRate.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <mutex>
 
@@ -17,7 +17,7 @@ namespace Tessor::Proc
 /// A seek into a slot cuts the first result's start to the target; the last slot ends with the stream. A stream of
 /// unknown duration is at its end at once.
 class TESSOR_API FilterFrameRate : public IFilterFrameRate,
-                                   public StreamImpl<IStreamVideo, IStreamVideoEx>,
+                                   public PassThrough<IStreamVideo, IStreamVideoEx>,
                                    public RefCountImpl
 {
 public:
@@ -25,7 +25,6 @@ public:
     static SP<IFilterFrameRate> Create(const SP<IStreamVideo>& parent);
     /// Takes SettingsFilterFrameRate; others throw std::bad_cast.
     static SP<IStreamVideoEx> CreateEx(const SP<IStreamVideo>& parent, const Settings& settings);
-    ~FilterFrameRate() override;
 
 protected:
     explicit FilterFrameRate(const SP<IStreamVideo>& parent);
@@ -51,9 +50,7 @@ private:
     void ReleaseInternalData() override;
     SP<Conf::IFormatCodecVideo> GetFormatCodec() const override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     /// The time at which a slot starts. Throws FilterException when the rate is no rate.
     avTime GetSlotBegin(int64_t slot) const;

@@ -4,6 +4,7 @@
 
 #include <boost/math/special_functions/round.hpp>
 #include <boost/math/special_functions/trunc.hpp>
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -24,11 +25,6 @@ SP<IStreamVideoEx> FilterFrameRateAdjust::Create(const SP<IStreamVideo>& parent,
     const SP<FilterFrameRateAdjust> filter(new FilterFrameRateAdjust(parent));
     filter->Initialize(settings);
     return filter;
-}
-
-FilterFrameRateAdjust::~FilterFrameRateAdjust()
-{
-    StopThread();
 }
 
 SP<IDataVideo> FilterFrameRateAdjust::ReadInternal()

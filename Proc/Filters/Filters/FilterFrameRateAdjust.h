@@ -13,7 +13,6 @@ class TESSOR_API FilterFrameRateAdjust final : public FilterFrameRate
 public:
     /// Takes SettingsFilterFrameRate; others throw std::bad_cast.
     static SP<IStreamVideoEx> Create(const SP<IStreamVideo>& parent, const Settings& settings);
-    ~FilterFrameRateAdjust() override;
 
 private:
     using FilterFrameRate::FilterFrameRate;

@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Proc/Settings/Settings.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 #include "effects/IEffectFactory.h"
 
 #include <stdexcept>
@@ -11,7 +12,7 @@
 namespace Tessor::Proc
 {
 
-// What all filters do alike: the record of statistics and the refusals of Initialize. SettingsCast lies with Settings.
+// What all filters do alike: the record of statistics and the checks of Initialize. SettingsCast lies with Settings.
 
 /// The filter's record behind what its parent reports: `time` in microseconds, `count` items delivered.
 inline Core::Property AddStatistics(Core::Property upstream, const std::string& tag, long long time,
@@ -19,12 +20,6 @@ inline Core::Property AddStatistics(Core::Property upstream, const std::string& 
 {
     upstream.Add(Core::MakeStatistics(tag, time, count));
     return upstream;
-}
-
-/// For the property forms of filters with typed settings.
-[[noreturn]] inline void ThrowMethodNotImplemented(const boost::source_location& where)
-{
-    Throw<FilterException>(where, "Method not implemented");
 }
 
 /// Throws FilterException when a filter's tree is not named after its class. `what` begins the text.

@@ -3,10 +3,10 @@
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
-#include "Proc/StreamTemplates/Visitors.h"
 #include "media/IFormatCodecVideo.h"
 
 #include <algorithm>
+#include <glog/logging.h>
 
 namespace Tessor::Proc
 {
@@ -25,14 +25,9 @@ SP<FilterLosslessDetect> FilterLosslessDetect::Create(const SP<IStreamRaw>& pare
 }
 
 FilterLosslessDetect::FilterLosslessDetect(const SP<IStreamRaw>& parent, const Settings& settings)
-    : StreamImpl(parent, false)
+    : PassThrough(parent, "FilterLosslessDetect")
 {
     Initialize(SettingsCast<SettingsLosslessDetect>(settings));
-}
-
-FilterLosslessDetect::~FilterLosslessDetect()
-{
-    StopThread();
 }
 
 void FilterLosslessDetect::Initialize(const SettingsLosslessDetect& newSettings)
@@ -96,11 +91,6 @@ Core::Property FilterLosslessDetect::GetStatistic() const
                          static_cast<long long>(statisticsIn), packetCount);
 }
 
-void FilterLosslessDetect::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterLosslessDetect", FRAME_ALLOC_CPU, nullptr);
-}
-
 SP<IDataPacket> FilterLosslessDetect::ReadInternal()
 {
     if (IsTerminated())
@@ -114,16 +104,6 @@ SP<IDataPacket> FilterLosslessDetect::ReadInternal()
         for (const Detector& detector : activeDetectors)
             detector(*this, packet);
     return packet;
-}
-
-void FilterLosslessDetect::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-void FilterLosslessDetect::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 void FilterLosslessDetect::DetectDtsOverPts(const SP<IDataPacket>& packet)

@@ -2,7 +2,7 @@
 
 #include "Proc/Settings/SettingsLosslessDetect.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 #include <functional>
 #include <utility>
@@ -15,14 +15,13 @@ namespace Tessor::Proc
 /// and whether it can be cut at its key frames. Both are thought possible until a packet shows otherwise, for good: a
 /// seek resets nothing, so that one backwards counts as times that don't rise. Read a stream once from start to end
 /// and ask then. Queries belong to the reading thread.
-class TESSOR_API FilterLosslessDetect final : public StreamImpl<IStreamRaw, IStreamRaw>, public RefCountImpl
+class TESSOR_API FilterLosslessDetect final : public PassThrough<IStreamRaw>, public RefCountImpl
 {
 public:
     using Detector = std::function<void(FilterLosslessDetect&, const SP<IDataPacket>&)>;
 
     /// Takes SettingsLosslessDetect; others throw std::bad_cast.
     static SP<FilterLosslessDetect> Create(const SP<IStreamRaw>& parent, const Settings& settings);
-    ~FilterLosslessDetect() override;
 
     /// Sets or replaces what is looked for from the next packet on; verdicts and counts stay.
     void Initialize(const SettingsLosslessDetect& newSettings);
@@ -51,10 +50,7 @@ private:
     MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
     SP<Conf::IFormatCodec> GetFormatCodec() const override { return parentStream->GetFormatCodec(); }
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataPacket> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     /// Learns how packets of HEVC are framed; false when that can't be known.
     bool PrepareForCRA();

@@ -3,7 +3,6 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "Proc/Settings/IPreset.h"
-#include "Proc/StreamTemplates/Visitors.h"
 
 namespace Tessor::Proc
 {
@@ -22,16 +21,11 @@ SP<IStreamAudioEx> FilterResample::CreateStreamEx(const SP<IStreamAudio>& parent
 }
 
 FilterResample::FilterResample(const SP<IStreamAudio>& parent, const SP<const IEffectFactory>& effects)
-    : StreamImpl(parent, false), effects(effects)
+    : PassThrough(parent, "FilterResample"), effects(effects)
 {
     if (!effects)
         Throw<std::invalid_argument>(TESSOR_HERE, "A resampler needs a factory of effects.");
     FilterResample::Initialize(Settings2Property(SettingsFilterResample()));
-}
-
-FilterResample::~FilterResample()
-{
-    StopThread();
 }
 
 void FilterResample::Initialize(const Core::Property& tree)
@@ -69,7 +63,7 @@ void FilterResample::ReleaseInternalData()
         const std::lock_guard lock(mutex);
         engine->Reset();
     }
-    StreamImpl::ReleaseInternalData();
+    PassThrough::ReleaseInternalData();
 }
 
 Core::Property FilterResample::GetStatistic() const
@@ -100,11 +94,6 @@ void FilterResample::InitByFormat(const SP<const Conf::IFormatCodecAudio>& forma
     Init(format->GetSampleInfo());
 }
 
-void FilterResample::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterResample", FRAME_ALLOC_CPU, nullptr);
-}
-
 SP<IDataAudio> FilterResample::ReadInternal()
 {
     const std::lock_guard lock(mutex);
@@ -119,11 +108,6 @@ SP<IDataAudio> FilterResample::ReadInternal()
             return block;
     }
     return nullptr;
-}
-
-void FilterResample::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
 }
 
 void FilterResample::DoSeekInternal()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Filters/Filters/IFilterResample.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "effects/IEffectFactory.h"
 #include "effects/IResample.h"
 
@@ -13,7 +13,7 @@ namespace Tessor::Proc
 /// The stream around a resampling engine. An engine that Initialize makes has only the output that it was initialised
 /// with: a former Init is to be repeated.
 class TESSOR_API FilterResample final : public virtual IFilterResample,
-                                        public StreamImpl<IStreamAudio, IStreamAudio>,
+                                        public PassThrough<IStreamAudio>,
                                         public RefCountImpl
 {
 public:
@@ -21,7 +21,6 @@ public:
     /// Takes SettingsFilterResample; others throw std::bad_cast.
     static SP<IStreamAudioEx> CreateStreamEx(const SP<IStreamAudio>& parent, const SP<const IEffectFactory>& effects,
                                              const Settings& settings);
-    ~FilterResample() override;
 
 private:
     FilterResample(const SP<IStreamAudio>& parent, const SP<const IEffectFactory>& effects);
@@ -35,9 +34,7 @@ private:
     void Init(const Conf::SampleInfo& output) override;
     void InitByFormat(const SP<const Conf::IFormatCodecAudio>& format) override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataAudio> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
     void DoSeekInternal() override;
 
     mutable std::recursive_mutex mutex; // guards the engine against changes of the output and seeks during a read

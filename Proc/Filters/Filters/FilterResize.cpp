@@ -20,16 +20,11 @@ SP<IStreamVideoEx> FilterResize::CreateStreamEx(const SP<IStreamVideo>& parent,
 
 FilterResize::FilterResize(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
                            const Settings& settings)
-    : StreamImpl(parent, false), effectFactory(effectFactory),
+    : PassThrough(parent, "FilterResize"), effectFactory(effectFactory),
       reconciler(effectFactory, "Downloading from GPU. Possible speed loss. Please use OGL resizer here.",
                  "Uploading to GPU. Possible speed loss. Please use software resizer here.")
 {
     FilterResize::Initialize(settings);
-}
-
-FilterResize::~FilterResize()
-{
-    StopThread();
 }
 
 void FilterResize::Initialize(const Core::Property& settings)
@@ -89,7 +84,7 @@ void FilterResize::ReleaseInternalData()
         const Lock lock(mutex);
         resizer->ReleaseInternalData();
     }
-    StreamImpl::ReleaseInternalData(); // takes the lock of reads, which comes before this one
+    PassThrough::ReleaseInternalData(); // takes the lock of reads, which comes before this one
 }
 
 void FilterResize::AcceptInternal(IStreamVisitor& visitor)
@@ -109,16 +104,6 @@ SP<IDataVideo> FilterResize::ReadInternal()
     resizer->Process(frame);
     statisticsCount += frame ? 1 : 0;
     return frame;
-}
-
-void FilterResize::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-void FilterResize::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 } // namespace Tessor::Proc

@@ -2,7 +2,7 @@
 
 #include "Proc/Filters/Filters/FrameAllocReconciler.h"
 #include "Proc/Filters/Filters/IFilterResize.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 #include "effects/IResize.h"
 
 #include <mutex>
@@ -12,7 +12,7 @@ namespace Tessor::Proc
 
 /// Runs every frame through a resize effect, in the frame memory that the effect works in.
 class TESSOR_API FilterResize final : public IFilterResize,
-                                      public StreamImpl<IStreamVideo, IStreamVideoEx>,
+                                      public PassThrough<IStreamVideo, IStreamVideoEx>,
                                       public RefCountImpl
 {
 public:
@@ -21,7 +21,6 @@ public:
     /// Takes SettingsResizer; others throw std::bad_cast.
     static SP<IStreamVideoEx> CreateStreamEx(const SP<IStreamVideo>& parent,
                                              const SP<const IEffectFactory>& effectFactory, const Settings& settings);
-    ~FilterResize() override;
 
 private:
     FilterResize(const SP<IStreamVideo>& parent, const SP<const IEffectFactory>& effectFactory,
@@ -38,8 +37,6 @@ private:
 
     void AcceptInternal(IStreamVisitor& visitor) override;
     SP<IDataVideo> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     using Lock = std::lock_guard<std::recursive_mutex>;
 

@@ -1,7 +1,6 @@
 #include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
 
 #include "Fnd/Statistics.h"
-#include "Proc/StreamTemplates/Visitors.h"
 
 namespace Tessor::Proc
 {
@@ -16,16 +15,10 @@ SP<IStreamThis> FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::Create(
 template <class IStreamParent, class IStreamThis>
 FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::FilterStreamMetadataUpdater(const SP<IStreamParent>& parent,
                                                                                      const Settings& settings)
-    : StreamImpl<IStreamParent, IStreamThis>(parent, false),
+    : PassThrough<IStreamParent, IStreamThis>(parent, "FilterStreamMetadataUpdater", FRAME_ALLOC_NONE),
       settings(SettingsCast<SettingsStreamMetadataUpdater>(settings))
 {
     this->settings.metadata.RequireNode("Create");
-}
-
-template <class IStreamParent, class IStreamThis>
-FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::~FilterStreamMetadataUpdater()
-{
-    this->StopThread();
 }
 
 template <class IStreamParent, class IStreamThis>
@@ -65,27 +58,9 @@ auto FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetFormatCodec() c
 }
 
 template <class IStreamParent, class IStreamThis>
-void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::AcceptInternal(IStreamVisitor& visitor)
-{
-    Visitors::ProcessStandartVisitors(visitor, "FilterStreamMetadataUpdater", FRAME_ALLOC_NONE, nullptr);
-}
-
-template <class IStreamParent, class IStreamThis>
 auto FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::ReadInternal() -> SP<Item>
 {
     return parentStream->Read();
-}
-
-template <class IStreamParent, class IStreamThis>
-void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::RequestSeekInternal(avTime target, SP<IStream> partner)
-{
-    parentStream->RequestSeek(target, partner);
-}
-
-template <class IStreamParent, class IStreamThis>
-void FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::DoSeekInternal()
-{
-    parentStream->DoSeek();
 }
 
 template class FilterStreamMetadataUpdater<IStreamAudio, IStreamAudioEx>;

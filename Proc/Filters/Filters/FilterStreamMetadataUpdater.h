@@ -3,7 +3,7 @@
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "Proc/StreamTemplates/IStreamAudioEx.h"
 #include "Proc/StreamTemplates/IStreamVideoEx.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 namespace Tessor::Proc
 {
@@ -11,19 +11,18 @@ namespace Tessor::Proc
 /// Hands items through and applies metadata to the format as seen behind it. It hides the statistics of all that lies
 /// upstream.
 template <class IStreamParent, class IStreamThis>
-class TESSOR_API FilterStreamMetadataUpdater final : public StreamImpl<IStreamParent, IStreamThis>, public RefCountImpl
+class TESSOR_API FilterStreamMetadataUpdater final : public PassThrough<IStreamParent, IStreamThis>, public RefCountImpl
 {
 public:
-    using typename StreamImpl<IStreamParent, IStreamThis>::Item;
+    using typename PassThrough<IStreamParent, IStreamThis>::Item;
     using Format = typename IStreamThis::Format;
 
     /// Takes SettingsStreamMetadataUpdater; others throw std::bad_cast. Metadata that is no node throws
     /// Core::MethodIsNotApplicable, here and in Initialize.
     static SP<IStreamThis> Create(const SP<IStreamParent>& parent, const Settings& settings);
-    ~FilterStreamMetadataUpdater() override;
 
 private:
-    using StreamImpl<IStreamParent, IStreamThis>::parentStream;
+    using PassThrough<IStreamParent, IStreamThis>::parentStream;
 
     FilterStreamMetadataUpdater(const SP<IStreamParent>& parent, const Settings& settings);
 
@@ -35,10 +34,7 @@ private:
     /// A new object at every call; the parent's stays as it is.
     SP<Format> GetFormatCodec() const override;
 
-    void AcceptInternal(IStreamVisitor& visitor) override;
     SP<Item> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
-    void DoSeekInternal() override;
 
     SettingsStreamMetadataUpdater settings; // replaced by Initialize
 };

@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/Visitors.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ avTime StreamRawGOP::GetPosition()
 
 void StreamRawGOP::Initialize(const Core::Property&)
 {
-    Throw<FilterException>(TESSOR_HERE, "Method not implemented");
+    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 void StreamRawGOP::RequestSeek(avTime, SP<IStream> partner)

@@ -1,47 +1,44 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/StreamImpl.h"
+#include "Proc/StreamTemplates/PassThrough.h"
 
 namespace Tessor::Host
 {
 
-/// StreamImpl with what only some kinds of streams have.
+/// PassThrough with what only some kinds of streams have.
 template <class Kind>
-class PassThroughOf : public Proc::StreamImpl<Kind, Kind>
+class RelayOf : public Proc::PassThrough<Kind>
 {
-public:
-    using Proc::StreamImpl<Kind, Kind>::StreamImpl;
+protected:
+    using Proc::PassThrough<Kind>::PassThrough;
 };
 
 template <>
-class PassThroughOf<Proc::IStreamRaw> : public Proc::StreamImpl<Proc::IStreamRaw, Proc::IStreamRaw>
+class RelayOf<Proc::IStreamRaw> : public Proc::PassThrough<Proc::IStreamRaw>
 {
 public:
-    using StreamImpl::StreamImpl;
     MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
+
+protected:
+    using PassThrough::PassThrough;
 };
 
 /// A stream that hands its parent's items on as they are.
 template <class Kind>
-class PassThrough : public PassThroughOf<Kind>, public RefCountImpl
+class Relay : public RelayOf<Kind>, public RefCountImpl
 {
 public:
     using Item = typename Kind::Item;
     using Format = typename Kind::Format;
 
 protected:
-    explicit PassThrough(const SP<Kind>& parent) : PassThroughOf<Kind>(parent, false) {}
+    using RelayOf<Kind>::RelayOf;
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
     SP<Format> GetFormatCodec() const override { return this->parentStream->GetFormatCodec(); }
     Core::Property GetStatistic() const override { return this->parentStream->GetStatistic(); }
-    void RequestSeekInternal(avTime target, SP<Proc::IStream> partner) override
-    {
-        this->parentStream->RequestSeek(target, partner);
-    }
-    void DoSeekInternal() override { this->parentStream->DoSeek(); }
 };
 
 } // namespace Tessor::Host
