@@ -132,6 +132,15 @@ void SourceFile::FindStreams()
     }
     // libavformat has remembered the container's own
     ReplaceHeaders();
+    FindPacked();
+}
+
+void SourceFile::FindPacked()
+{
+    packed.clear();
+    for (int i = 0; i < static_cast<int>(context->nb_streams); ++i)
+        if (AVCodecParameters& parameters = *Stream(i).codecpar; PictureUnpacker::IsPacked(parameters))
+            packed.emplace(i, parameters);
 }
 
 bool SourceFile::LookDeeper()
@@ -172,7 +181,8 @@ PacketPtr SourceFile::Read()
         {
             damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
             ForgetGuess(*packet);
-            return packet;
+            if (Unpack(*packet))
+                return packet;
         }
         if (packet->stream_index >= StreamCount())
             NoteLate(*packet);
@@ -181,12 +191,26 @@ PacketPtr SourceFile::Read()
     return nullptr;
 }
 
-// AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering.
+// AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering. Where
+// pictures are packed, times that look like such are those of packets.
 void SourceFile::ForgetGuess(AVPacket& packet) const
 {
     const bool counted = packet.dts != AV_NOPTS_VALUE && std::string_view(context->iformat->name) == "avi";
-    if (counted && context->streams[packet.stream_index]->codecpar->video_delay > 0)
+    const bool ofPacket = packet.pts == packet.dts && packed.contains(packet.stream_index);
+    if ((counted || ofPacket) && context->streams[packet.stream_index]->codecpar->video_delay > 0)
         packet.pts = AV_NOPTS_VALUE;
+}
+
+bool SourceFile::Unpack(AVPacket& packet)
+{
+    const auto found = packed.find(packet.stream_index);
+    return found == packed.end() || found->second.Unpack(packet);
+}
+
+void SourceFile::ForgetPacked()
+{
+    for (auto& [stream, unpacker] : packed)
+        unpacker.Reset();
 }
 
 void SourceFile::NoteLate(const AVPacket& packet)
@@ -209,6 +233,7 @@ bool SourceFile::Seek(int stream, avTime time)
     if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
         return false;
     atStart = rewinding = false;
+    ForgetPacked();
     return true;
 }
 
@@ -217,6 +242,7 @@ bool SourceFile::SeekToByte(long long position)
     if (av_seek_frame(context.get(), -1, position, AVSEEK_FLAG_BYTE) < 0)
         return false;
     atStart = false;
+    ForgetPacked();
     return true;
 }
 
@@ -239,6 +265,7 @@ bool SourceFile::SeekToFirst()
             first = i;
     const AVIndexEntry* const entry = avformat_index_get_entry(&Stream(first), 0);
     // The other streams are sought to the time of this one, and so to their first packets.
+    ForgetPacked();
     return entry && av_seek_frame(context.get(), first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD) >= 0;
 }
 

@@ -4,7 +4,9 @@
 #include "ffhost/io/HeaderSurvey.h"
 #include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/PacketPtr.h"
+#include "ffhost/io/PictureUnpacker.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -69,20 +71,24 @@ private:
     bool SeekToFirst();
     void ReplaceHeaders();
     void FindStreams();
+    void FindPacked();
     void ApplySelection();
+    bool Unpack(AVPacket& packet);
+    void ForgetPacked();
     void ForgetGuess(AVPacket& packet) const;
     void NoteLate(const AVPacket& packet);
     [[noreturn]] void Fail(const std::string& cause) const;
 
     const std::string path;
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
-    std::map<int, FoundHeader> headers; // by stream, those in place of the container's
-    std::vector<LateStream> late;       // met in reading, each once
-    std::vector<bool> selected;         // by stream; what is not selected is never delivered
-    bool deep = false;                  // the beginning alone does not tell all of the streams; from then on
-    bool atStart = true;                // until the first packet is read or a seek succeeds
-    bool rewinding = false;             // the next packet to be read is the first one of the file
-    long long damaged = 0;              // read errors and packets marked corrupt
+    std::map<int, FoundHeader> headers;    // by stream, those in place of the container's
+    std::map<int, PictureUnpacker> packed; // by stream, those whose pictures are packed
+    std::vector<LateStream> late;          // met in reading, each once
+    std::vector<bool> selected;            // by stream; what is not selected is never delivered
+    bool deep = false;                     // the beginning alone does not tell all of the streams; from then on
+    bool atStart = true;                   // until the first packet is read or a seek succeeds
+    bool rewinding = false;                // the next packet to be read is the first one of the file
+    long long damaged = 0;                 // read errors and packets marked corrupt
 };
 
 } // namespace Tessor::Host

@@ -65,6 +65,27 @@ TEST_F(Program, PicturesThatAreCountedLieWhereTheSoundDoes)
     }
 }
 
+// AVI packs pictures for players that know no reordering: each is shown where such a player shows it.
+TEST_F(Program, PackedPicturesAreTakenApart)
+{
+    const Outcome made = RunCommand("ffmpeg -v error -f lavfi -i testsrc2=size=128x96:rate=25:d=4 -c:v libxvid -bf 2 "
+                                    "-g 25 -q:v 3 in.avi && ffmpeg -v error -i in.avi -c copy in.mp4");
+    ASSERT_EQ(made.status, 0) << made.err;
+    const auto shown = [&](const std::string& name)
+    {
+        return RunCommand("ffmpeg -v error -i " + name +
+                          " -f framemd5 - | grep -v '#' | awk -F, 'NR == 1 {first = $3} {print $3 - first, $6}'")
+            .out;
+    };
+    const std::string expected = shown("in.avi");
+    for (const std::string way : {"in.avi out.avi", "in.avi out.mkv", "in.mp4 out.mp4"})
+    {
+        ASSERT_EQ(Run("repack " + way + " -y").status, 0);
+        EXPECT_EQ(shown(way.substr(7)), expected) << way;
+        EXPECT_EQ(Report("cut " + way + " -y --verify --remove 1.05-3.3")["verify"]["output_pictures"], 48) << way;
+    }
+}
+
 // Readers look for a transport stream's packets, of which a short piece of sound has few.
 TEST_F(Program, AShortTransportStreamIsKnownForWhatItIs)
 {
