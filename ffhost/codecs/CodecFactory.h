@@ -21,8 +21,8 @@ struct DecoderOptions
     /// A cut that may fall between two pictures has to leave out those that begin before it: the filters behind would
     /// keep them with a shorter duration.
     std::function<bool(avTime)> wanted;
-    /// A picture that is shown again differs from the one before, in the padding of its rows, for consumers that fold
-    /// repeats. That takes a copy of every picture; without it they share libavcodec's memory.
+    /// A picture that is shown again differs from the one before in the last bit of a sample, for consumers that fold
+    /// repeats, which are few: encoders do not see it.
     bool distinct = true;
 };
 

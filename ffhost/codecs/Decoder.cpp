@@ -25,9 +25,6 @@ namespace
 {
 
 constexpr AVRational MICROSECONDS = {1, 1000000};
-constexpr int MAX_PLANES = 4;
-constexpr int ROW_PADDING = 16;
-constexpr int ROW_ALIGNMENT = 64;
 
 /// When neither packets nor neighbours tell.
 constexpr avTime DEFAULT_DURATION = 40000;
@@ -41,27 +38,23 @@ SP<IFormatCodecVideo> CloneVideoFormat(const SP<IStreamRaw>& source)
     return video->Clone();
 }
 
-/// Rows of each plane: their bytes of pixels, their stride with padding, and how many there are.
-struct PlaneLayout
+/// Whether all rows of all planes are, as far as they are seen.
+bool AreEqual(const AVFrame& a, const AVFrame& b)
 {
-    int rowBytes[MAX_PLANES] = {};
-    int strides[MAX_PLANES] = {};
-    int heights[MAX_PLANES] = {};
-    size_t size = 0;
-
-    explicit PlaneLayout(const AVFrame& frame)
+    if (a.format != b.format || a.width != b.width || a.height != b.height)
+        return false;
+    const AVPixelFormat format = static_cast<AVPixelFormat>(a.format);
+    const AVPixFmtDescriptor* const description = av_pix_fmt_desc_get(format);
+    for (int i = 0; i < av_pix_fmt_count_planes(format); ++i)
     {
-        const AVPixelFormat format = static_cast<AVPixelFormat>(frame.format);
-        const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
-        for (int i = 0; i < av_pix_fmt_count_planes(format); ++i)
-        {
-            rowBytes[i] = av_image_get_linesize(format, frame.width, i);
-            strides[i] = FFALIGN(rowBytes[i] + ROW_PADDING, ROW_ALIGNMENT);
-            heights[i] = i == 1 || i == 2 ? AV_CEIL_RSHIFT(frame.height, description->log2_chroma_h) : frame.height;
-            size += static_cast<size_t>(strides[i]) * static_cast<size_t>(heights[i]);
-        }
+        const int rows = i == 1 || i == 2 ? AV_CEIL_RSHIFT(a.height, description->log2_chroma_h) : a.height;
+        const auto bytes = static_cast<size_t>(av_image_get_linesize(format, a.width, i));
+        for (ptrdiff_t y = 0; y < rows; ++y)
+            if (std::memcmp(a.data[i] + y * a.linesize[i], b.data[i] + y * b.linesize[i], bytes) != 0)
+                return false;
     }
-};
+    return true;
+}
 
 /// The frame's own picture, or a copy.
 FramePtr Share(const AVFrame& source, bool copied)
@@ -70,34 +63,6 @@ FramePtr Share(const AVFrame& source, bool copied)
     if (!shared || (copied && av_frame_make_writable(shared.get()) < 0))
         throw std::bad_alloc();
     return shared;
-}
-
-/// A frame with a picture of its own, in padded rows, the number in the padding of the first one.
-FramePtr CopyPadded(const AVFrame& source, uint64_t number)
-{
-    const PlaneLayout layout(source);
-    FramePtr copy(av_frame_alloc());
-    // Behind the last row some readers look ahead by a vector.
-    AVBufferRef* buffer = copy ? av_buffer_allocz(layout.size + ROW_ALIGNMENT) : nullptr;
-    if (!buffer)
-        Throw<Exception>(TESSOR_HERE, "Can't allocate a frame");
-    copy->buf[0] = buffer;
-    copy->format = source.format;
-    copy->width = source.width;
-    copy->height = source.height;
-    uint8_t* at = buffer->data;
-    for (int i = 0; i < MAX_PLANES && layout.rowBytes[i]; ++i)
-    {
-        copy->data[i] = at;
-        copy->linesize[i] = layout.strides[i];
-        av_image_copy_plane(at, layout.strides[i], source.data[i], source.linesize[i], layout.rowBytes[i],
-                            layout.heights[i]);
-        at += static_cast<ptrdiff_t>(layout.strides[i]) * layout.heights[i];
-    }
-    std::memcpy(copy->data[0] + layout.rowBytes[0], &number, sizeof(number));
-    if (av_frame_copy_props(copy.get(), &source) < 0)
-        Throw<Exception>(TESSOR_HERE, "Can't copy a frame");
-    return copy;
 }
 
 } // namespace
@@ -138,6 +103,7 @@ void Decoder::Reset()
     codec.Flush();
     ready.clear();
     leadInTimes.clear();
+    lastDistinct.reset();
     fresh = true;
     drained = false;
     lastStart = lastEnd = NoTime;
@@ -145,10 +111,12 @@ void Decoder::Reset()
 
 SP<IDataVideo> Decoder::ReadInternal()
 {
-    while (const SP<DataVideoFF> frame = TakeReady())
-        if (!options.wanted || options.wanted(frame->GetPTS()))
-            return frame;
-    return nullptr;
+    SP<DataVideoFF> frame = TakeReady();
+    while (frame && options.wanted && !options.wanted(frame->GetPTS()))
+        frame = TakeReady();
+    if (frame && options.distinct)
+        SetApart(*frame->GetAVFrame());
+    return frame;
 }
 
 SP<DataVideoFF> Decoder::TakeReady()
@@ -213,8 +181,7 @@ void Decoder::Deliver(const AVFrame& decoded)
     if (time != NoTime && leadInTimes.count(time))
         return;
     ++decodedCount;
-    FramePtr picture =
-        options.distinct ? CopyPadded(decoded, ++pictureNumber) : Share(decoded, decoded.data[0] == lastPicture);
+    FramePtr picture = Share(decoded, decoded.data[0] == lastPicture);
     lastPicture = decoded.data[0];
     traits.Settle(*picture);
     const SP<DataVideoFF> frame = DataVideoFF::Create(picture.release());
@@ -223,6 +190,18 @@ void Decoder::Deliver(const AVFrame& decoded)
     lastStart = frame->GetPTS();
     lastEnd = lastStart + frame->GetDuration();
     ready.push_back(frame);
+}
+
+// The picture before was set apart, too, if it was a repeat: so every other one is.
+void Decoder::SetApart(AVFrame& picture)
+{
+    if (lastDistinct && AreEqual(picture, *lastDistinct))
+    {
+        if (av_frame_make_writable(&picture) < 0)
+            throw std::bad_alloc();
+        picture.data[0][0] ^= 1;
+    }
+    lastDistinct = Share(picture, false);
 }
 
 avTime Decoder::FindPlace(avTime time) const

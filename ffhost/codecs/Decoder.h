@@ -22,13 +22,11 @@ namespace Tessor::Host
 /// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
 ///
-/// A still picture is delivered once for each time it was shown, and, where pictures are to be distinct, so that it
-/// stays a frame of the result for consumers that fold repeats: those compare whole rows, padding included. Every
-/// picture then lies in a buffer of its own with at least 16 bytes of padding behind the pixels of a row, all zero but
-/// the first row of the first plane, which carries the picture's running number there.
+/// A still picture is delivered once for each time it was shown. Where pictures are to be distinct it then differs from
+/// the one before in the last bit of a sample, so that it stays a frame of the result for consumers that fold repeats.
 ///
-/// Otherwise pictures lie where libavcodec decoded them, and it may still predict others from them: who changes one
-/// takes a copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
+/// Pictures lie where libavcodec decoded them, and it may still predict others from them: who changes one takes a copy.
+/// Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
 /// The format is the source's, extradata included, so that an encoder behind can match what the source was made with;
 /// pictures say of themselves what it says, as PictureTraits settles it.
@@ -59,6 +57,7 @@ private:
 
     void Prepare(AVCodecContext& context) const;
     void Reset();
+    void SetApart(AVFrame& picture);
     /// The next picture, wanted or not; null at the end.
     SP<Proc::DataVideoFF> TakeReady();
     /// Sends packets and takes frames until at least `count` are ready or the source has ended.
@@ -81,7 +80,7 @@ private:
     const uint8_t* lastPicture = nullptr;    // where libavcodec had the picture delivered last
     avTime lastStart = NoTime;               // of the picture decoded last
     avTime lastEnd = NoTime;                 // where one without a time starts
-    uint64_t pictureNumber = 0;              // of the last distinct picture; goes into its padding
+    FramePtr lastDistinct;                   // the picture delivered last, where pictures are to be distinct
     unsigned long decodedCount = 0;          // statistics
     long long decodeTime = 0;                // statistics, microseconds
 };

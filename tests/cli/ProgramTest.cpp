@@ -71,8 +71,8 @@ TEST_F(Program, PiecesAreWhatCanBeKept)
     }
 }
 
-// Pictures that stand for long, in containers of coarse ticks, or for no time, with the stamp of the one before: each
-// is there, at its place.
+// Pictures that stand for long, in containers of coarse ticks, for no time, with the stamp of the one before, or that
+// are shown again: each is there, at its place.
 TEST_F(Program, PicturesStandForAnyTime)
 {
     const struct
@@ -85,6 +85,7 @@ TEST_F(Program, PicturesStandForAnyTime)
         {"\"testsrc2=r=15:d=12,select='not(mod(n,4))',format=yuv420p\" -r 15 -c:v mpeg4 -g 6", "v.avi",
          "0.1-0.5,0.9-1.7,2.1-2.5,2.8-3.1,3.4-3.5,4-4.9,5.3-5.8,6.1-6.7,7.2-7.3,7.7-8.9,9.2-", 37},
         {"testsrc2=r=25:d=4 -c:v mjpeg -bsf:v \"setts=ts=TS-40*eq(N\\,50)\"", "w.mkv", "1-1.5,1.96-2.4", 24},
+        {"color=gray:r=25:d=4 -c:v libx264", "s.mp4", "0.52-1.2,1.6-2.4", 37},
     };
     for (const auto& row : rows)
     {
