@@ -59,6 +59,13 @@ public:
         return nullptr;
     }
 
+    /// So far.
+    long long CountDisordered() const
+    {
+        const Core::Property records = decoder->GetStatistic(); // its own comes last
+        return (*std::prev(records.end()))["Disordered"].GetInt64();
+    }
+
 private:
     void Enter()
     {
@@ -122,6 +129,8 @@ std::string PictureVerdict::DescribeFaults() const
         append(fmt::format("a picture differs from its source: {:.1f} dB", lowestRatio));
     if (worstTimeErrorMs > time_tolerance)
         append(fmt::format("a picture lies {:.1f} ms off its place", worstTimeErrorMs));
+    if (disordered > 0)
+        append(fmt::format("the times of {} pictures contradict the order in which they are shown", disordered));
     return text;
 }
 
@@ -149,6 +158,7 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
         verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
         verdict.worstTimeErrorMs = std::max(verdict.worstTimeErrorMs, std::abs(Seconds(off - verdict.shift)) * 1000);
     }
+    verdict.disordered = there.CountDisordered();
     return verdict;
 }
 

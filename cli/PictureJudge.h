@@ -16,6 +16,7 @@ struct PictureVerdict
     double worstTimeErrorMs = 0; ///< against the place in the intervals
     avTime shift = NoTime;       ///< how much later than expected the whole file lies
     long long withheld = 0;      ///< lost by one of the decoders when size or fields changed; not among the others
+    long long disordered = 0;    ///< of the output, whose times contradict the order in which they are shown
 
     /// "124 pictures, 125 expected; ..."; empty when all is as expected.
     std::string DescribeFaults() const;

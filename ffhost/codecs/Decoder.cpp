@@ -106,7 +106,7 @@ void Decoder::Reset()
     lastDistinct.reset();
     fresh = true;
     drained = false;
-    lastStart = lastEnd = NoTime;
+    lastStart = lastEnd = newestTime = NoTime;
 }
 
 SP<IDataVideo> Decoder::ReadInternal()
@@ -204,10 +204,12 @@ void Decoder::SetApart(AVFrame& picture)
     lastDistinct = Share(picture, false);
 }
 
-avTime Decoder::FindPlace(avTime time) const
+avTime Decoder::FindPlace(avTime time)
 {
     if (time == NoTime)
         return lastEnd == NoTime ? 0 : lastEnd;
+    disorderedCount += time < newestTime;
+    newestTime = std::max(newestTime, time);
     // Out of order in a damaged stream: right behind the one before, so that those that follow keep their places.
     return lastStart == NoTime ? time : std::max(time, lastStart + 1);
 }
@@ -246,6 +248,7 @@ Core::Property Decoder::GetStatistic() const
     Core::Property record = Core::MakeStatistics("virtual Core::Property Tessor::Host::Decoder::GetStatistic() const",
                                                  decodeTime, decodedCount);
     record.SetChildT<long long>("Damaged", static_cast<long long>(codec.GetDamagedCount()));
+    record.SetChildT<long long>("Disordered", disorderedCount);
     statistic.Add(record);
     return statistic;
 }

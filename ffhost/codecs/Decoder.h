@@ -17,7 +17,8 @@ namespace Tessor::Host
 /// A video decoder over libavcodec. One frame for each picture, in the order of presentation, with PTS and a duration
 /// above 0; frames abut exactly, each reaching to the next one. After a seek of the source decoding starts afresh; at
 /// its end the decoder is drained, so that no reordered picture is lost. Damaged pictures are delivered and counted,
-/// packets that can't be decoded are counted and left out.
+/// packets that can't be decoded are counted and left out. So are pictures counted whose times contradict the order in
+/// which they are shown: they are delivered right behind the one before.
 ///
 /// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
@@ -66,7 +67,7 @@ private:
     void SendLeadIn(const Proc::IDataPacket& packet);
     void TakeFrames();
     void Deliver(const AVFrame& decoded);
-    avTime FindPlace(avTime time) const;
+    avTime FindPlace(avTime time);
     avTime GetFrameDuration(const AVFrame& decoded) const;
 
     const SP<Conf::IFormatCodecVideo> format;
@@ -80,8 +81,10 @@ private:
     const uint8_t* lastPicture = nullptr;    // where libavcodec had the picture delivered last
     avTime lastStart = NoTime;               // of the picture decoded last
     avTime lastEnd = NoTime;                 // where one without a time starts
+    avTime newestTime = NoTime;              // the latest that a picture has told since the last reset
     FramePtr lastDistinct;                   // the picture delivered last, where pictures are to be distinct
     unsigned long decodedCount = 0;          // statistics
+    long long disorderedCount = 0;           // statistics
     long long decodeTime = 0;                // statistics, microseconds
 };
 

@@ -129,6 +129,15 @@ TEST_F(Verifying, EveryFaultIsNamed)
         const VerifyReport report = Judge("bad.mkv", {0, 1, 2, 3});
         EXPECT_EQ(report.faults, row.fault[0] ? std::vector<std::string>{row.fault} : std::vector<std::string>{});
     }
+    // two pictures that are shown in another order than they are decoded in, as the source is misread as well
+    Rewrite(folder / "source.mkv", folder / "bad.mkv",
+            [](Tracks& t)
+            {
+                t[first_video][30]->SetPTS(t[first_video][31]->GetPTS());
+                t[first_video][31]->SetPTS(t[first_video][29]->GetPTS() + 40000);
+            });
+    EXPECT_EQ(Verify(folder / "bad.mkv", folder / "bad.mkv", KeptTime({{0, 4000000}}, 4000000), {0}).faults.at(0),
+              "track 0 (video, mpeg4): the times of 1 pictures contradict the order in which they are shown");
     // all of the sound lies late, against pictures that are where they should be
     Rewrite(folder / "good.mkv", folder / "bad.mkv",
             [](Tracks& t)
