@@ -5,6 +5,7 @@
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/io/Container.h"
 #include "media/IFormatCodecVideo.h"
 
 #include <algorithm>
@@ -17,7 +18,11 @@ namespace Tessor::Cli
 namespace
 {
 
-Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration)
+/// What decoders of sound may need to have read before; nobody minds to hear it.
+constexpr avTime longest_run_in = 100000;
+
+/// `keepsLead`: a range from 0 on holds what comes before, too.
+Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration, bool keepsLead)
 {
     Proc::SettingsFilterCutController settings;
     for (const Range& range : ranges)
@@ -26,6 +31,8 @@ Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges,
         const avTime end = range.end >= duration ? MAX_DURATION : range.end;
         settings.AddInterval(std::max<avTime>(range.start, 0), end, NoTime, false);
     }
+    if (!keepsLead)
+        settings.AddInterval(-MAX_DURATION, 0, NoTime, true);
     settings.UpdateOptimizedList();
     return settings;
 }
@@ -40,9 +47,10 @@ CutSession::CutSession(const CutRequest& request) : demuxer(Host::Demuxer::Open(
         ranges = CutBounds(*video->source, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
     // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
-    controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration), codecs);
+    controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration, keepsLead), codecs);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
+    keepsLead = !CanCutLead(request.output);
     AlignToGroups();
     LeaveOutEmpty(false);
     Apply(ranges);
@@ -150,6 +158,23 @@ void CutSession::JoinToController()
     }
 }
 
+/// Whether the output would show or let be heard what the source hides before 0, and can do without. Where a group of
+/// pictures can't be parted there, all is kept: sound goes with its pictures.
+bool CutSession::CanCutLead(const std::string& output)
+{
+    if (output.empty() || ranges.front().start > 0 || Host::Container::Guess(output).CarriesEditLists())
+        return false;
+    bool hides = false;
+    for (const CutTrack& track : tracks)
+    {
+        const avTime lead = track.source ? FindHiddenLead(*track.source) : 0;
+        if (track.IsVideo() && lead > 0 && StaysWhole(track, 0))
+            return false;
+        hides |= lead > (track.IsVideo() ? 0 : longest_run_in);
+    }
+    return hides;
+}
+
 void CutSession::LeaveOutEmpty(bool video)
 {
     KeptContent content(demuxer, ranges);
@@ -185,6 +210,8 @@ void CutSession::AlignToGroups()
 /// False where it is not certain.
 bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
 {
+    if (!keepsLead && FindHiddenLead(stream) > 0)
+        return false;
     const avTime first = FindEntry(stream, 0);
     const auto parts = [&](avTime bound, bool begins)
     {
@@ -254,7 +281,7 @@ void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
 
 void CutSession::Apply(const std::vector<Range>& list)
 {
-    const Proc::SettingsFilterCutController settings = MakeSettings(list, GetInfo().duration);
+    const Proc::SettingsFilterCutController settings = MakeSettings(list, GetInfo().duration, keepsLead);
     *cut = settings;
     controller->Initialize(settings);
     demuxer->SetCut(settings);

@@ -17,6 +17,7 @@ namespace Tessor::Cli
 struct CutRequest
 {
     std::string input;
+    std::string output; ///< where it goes; empty when that is not known
     std::vector<std::string> keep;
     std::vector<std::string> remove;
 };
@@ -40,7 +41,8 @@ struct CutTrack
 /// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
 /// video track, or a group of it, can't be re-encoded the request was widened to whole groups, so that no picture of it
 /// is lost. A piece that would show nothing at its start, since the picture before stands for long, begins where that
-/// picture does. Tracks that have nothing in the kept time are left out, with a warning.
+/// picture does. Tracks that have nothing in the kept time are left out, with a warning. What the source hides before 0
+/// is kept for decoding where the output hides it, too; otherwise it is cut off where it can be.
 class CutSession
 {
 public:
@@ -53,6 +55,8 @@ public:
     std::vector<CutTrack>& GetTracks() { return tracks; }
     /// The first video track, null when there is none.
     CutTrack* GetVideo();
+    /// What lies before 0 is kept along with what begins there.
+    bool KeepsLead() const { return keepsLead; }
     /// The intervals as they stand now; during the cut they may only widen.
     Proc::SettingsFilterCutController GetCut() const { return controller->GetCut(); }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
@@ -66,6 +70,7 @@ private:
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
     void LeaveOutEmpty(bool video);
     void JoinToController();
+    bool CanCutLead(const std::string& output);
     void AlignToGroups();
     bool TakesWholeGroups(Proc::IStreamRaw& stream) const;
     std::vector<Range> WidenToGroups(CutTrack& track);
@@ -81,6 +86,7 @@ private:
         std::make_shared<Proc::SettingsFilterCutController>();
     std::vector<CutTrack> tracks; // video first
     std::vector<Range> ranges;    // what is asked of the controller: the request, brought to pictures and groups
+    bool keepsLead = true;        // settled once the tracks are joined
     std::vector<std::string> warnings;
 };
 

@@ -180,7 +180,7 @@ public:
     {
         return {
             {"IN", "", "the file to cut", &request.input, {}, true, true},
-            {"OUT", "", "the file to write; its name tells the container", &output, {}, true},
+            {"OUT", "", "the file to write; its name tells the container", &request.output, {}, true},
             {"--keep", "A-B[,C-D]", "ranges to keep, from picture to picture; may be given several times",
              &request.keep},
             {"--remove", "A-B[,C-D]", "ranges to remove", &request.remove},
@@ -197,9 +197,9 @@ public:
     {
         if (planOnly)
             return Plan(common);
-        if (output.empty())
+        if (request.output.empty())
             throw UserError(ExitCode::Usage, "OUT is missing");
-        CheckOutput(output, {request.input}, overwrite);
+        CheckOutput(request.output, {request.input}, overwrite);
         return Cut(common);
     }
 
@@ -248,30 +248,35 @@ private:
     {
         CutSession session(request);
         Progress progress(common, "cut");
-        CutJob job(session, output);
+        CutJob job(session, request.output);
         const CutReport report = job.Run(progress);
         std::optional<VerifyReport> verdict;
         if (verify)
-            verdict = VerifyTracks(report, session.GetInfo().duration);
+            verdict = VerifyTracks(report, session);
         PrintReport(
             common, [&] { return ToJson(report, verdict); }, [&] { PrintText(report, verdict, session); },
             report.warnings, GetStatistics(session));
         if (verdict && !verdict->IsGood())
-            throw UserError(ExitCode::VerificationFailed, output + ": " + verdict->faults.front());
+            throw UserError(ExitCode::VerificationFailed, request.output + ": " + verdict->faults.front());
         return ExitCode::Done;
     }
 
-    VerifyReport VerifyTracks(const CutReport& report, avTime duration) const
+    VerifyReport VerifyTracks(const CutReport& report, const CutSession& session) const
     {
         std::vector<int> tracks;
+        ExposedPictures exposed;
         for (const TrackReport& track : report.tracks)
+        {
             tracks.push_back(track.index);
-        return Verify(request.input, output, KeptTime(report.intervals, duration), tracks);
+            exposed[track.index] = track.exposed;
+        }
+        const KeptTime kept(report.intervals, session.GetInfo().duration, session.KeepsLead());
+        return Verify(request.input, request.output, kept, tracks, exposed);
     }
 
     Json ToJson(const CutReport& report, const std::optional<VerifyReport>& verdict) const
     {
-        Json json = {{"input", request.input}, {"output", output}};
+        Json json = {{"input", request.input}, {"output", request.output}};
         json["intervals"] = RangesToJson(report.intervals);
         json["result_duration"] = Seconds(report.resultDuration);
         json["tracks"] = Json::array();
@@ -286,8 +291,8 @@ private:
 
     void PrintText(const CutReport& report, const std::optional<VerifyReport>& verdict, CutSession& session) const
     {
-        fmt::print("{}: {} of {} in {:.2f} s\n", output, T2S(report.resultDuration), T2S(session.GetInfo().duration),
-                   report.wallSeconds);
+        fmt::print("{}: {} of {} in {:.2f} s\n", request.output, T2S(report.resultDuration),
+                   T2S(session.GetInfo().duration), report.wallSeconds);
         PrintRanges(report.intervals);
         PrintTracks(report);
         if (verdict)
@@ -304,7 +309,6 @@ private:
     }
 
     CutRequest request;
-    std::string output;
     bool planOnly = false;
     bool verify = false;
     bool overwrite = false;

@@ -19,6 +19,11 @@ namespace Tessor::Cli
 namespace
 {
 
+bool IsHidden(const Proc::IDataPacket& packet)
+{
+    return (packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
+}
+
 void Seek(Proc::IStreamRaw& stream, avTime time)
 {
     stream.RequestSeek(time, nullptr);
@@ -57,7 +62,7 @@ void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet)
     Group& group = groups.back();
     group.reordered |= !group.pictures.empty() && time < group.pictures.back();
     group.pictures.push_back(time);
-    if ((packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0)
+    if (IsHidden(packet))
         group.hidden.push_back(time);
     group.bytes += packet.GetSize();
     group.end = std::max(group.end, AddTime(time, packet.GetDuration()));
@@ -138,6 +143,19 @@ avTime FindLateEntry(Proc::IStreamRaw& stream)
                       return !packet.IsKeyFrame();
                   });
     return entry;
+}
+
+avTime FindHiddenLead(Proc::IStreamRaw& stream)
+{
+    avTime lead = 0;
+    ForEachPacket(stream, 0,
+                  [&](const Proc::IDataPacket& packet)
+                  {
+                      if (IsHidden(packet))
+                          lead = std::max(lead, SubTime(0, packet.GetPTS()));
+                      return packet.GetDTS() < 0;
+                  });
+    return lead;
 }
 
 std::string FindCutObstacle(Proc::IStreamRaw& stream)

@@ -48,6 +48,9 @@ avTime FindEntry(Proc::IStreamRaw& stream, avTime time);
 /// the stream.
 avTime FindLateEntry(Proc::IStreamRaw& stream);
 
+/// How far before 0 a stream begins with what is decoded, but neither shown nor heard. Moves the stream.
+avTime FindHiddenLead(Proc::IStreamRaw& stream);
+
 /// Why a video stream that can't be cut anywhere can't: its groups can't be re-encoded. Moves the stream.
 std::string FindCutObstacle(Proc::IStreamRaw& stream);
 

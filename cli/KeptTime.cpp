@@ -6,18 +6,20 @@ namespace Tessor::Cli
 namespace
 {
 
-std::deque<Proc::CutTimeline::Interval> MakeIntervals(const std::vector<Range>& kept, avTime duration)
+std::deque<Proc::CutTimeline::Interval> MakeIntervals(const std::vector<Range>& kept, avTime duration, bool keepsLead)
 {
     Proc::SettingsFilterCutController cut;
     for (const Range& range : kept)
         cut.AddInterval(range.start, range.end >= duration ? MAX_DURATION : range.end, NoTime, false);
+    if (!keepsLead)
+        cut.AddInterval(-MAX_DURATION, 0, NoTime, true);
     return cut.intervals;
 }
 
 } // namespace
 
-KeptTime::KeptTime(const std::vector<Range>& kept, avTime duration)
-    : ranges(kept), timeline(MakeIntervals(kept, duration))
+KeptTime::KeptTime(const std::vector<Range>& kept, avTime duration, bool keepsLead)
+    : ranges(kept), timeline(MakeIntervals(kept, duration, keepsLead))
 {
 }
 

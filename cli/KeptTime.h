@@ -12,8 +12,9 @@ namespace Tessor::Cli
 class KeptTime
 {
 public:
-    /// Ranges that reach the duration hold all that comes later, and a first one from 0 on all that comes earlier.
-    KeptTime(const std::vector<Range>& kept, avTime duration);
+    /// Ranges that reach the duration hold all that comes later, and with `keepsLead` a first one from 0 on all that
+    /// comes earlier.
+    KeptTime(const std::vector<Range>& kept, avTime duration, bool keepsLead = true);
 
     const std::vector<Range>& GetRanges() const { return ranges; }
     /// Where the pieces meet in the result, its start and its end.

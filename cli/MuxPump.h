@@ -42,6 +42,8 @@ public:
     long long GetPacketCount(size_t place) const { return tracks.at(place).packets; }
     /// Packets of it that could not be framed, and were left out.
     long long GetDamagedCount(size_t place) const;
+    /// As the muxer's.
+    std::vector<avTime> GetExposed(size_t place) const { return muxer.GetExposed(tracks.at(place).number); }
     /// Of all tracks that came from streams; after Run.
     Statistics GetStatistics() const;
 

@@ -2,13 +2,20 @@
 
 #include "cli/Interrupt.h"
 #include "cli/Pictures.h"
+#include "ffhost/Tap.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Demuxer.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
 
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 #include <limits>
+#include <set>
 
 namespace Tessor::Cli
 {
@@ -22,6 +29,9 @@ constexpr double least_ratio = 30;
 /// What the ticks of containers may move a picture by, in ms.
 constexpr double time_tolerance = 5;
 
+/// What decoders move a picture by that would begin with the one before, in microseconds.
+constexpr avTime longest_step_aside = 16;
+
 /// Whether a decoder need not start anew between two pictures.
 bool AreAlike(const Proc::IDataVideo& a, const Proc::IDataVideo& b)
 {
@@ -29,14 +39,16 @@ bool AreAlike(const Proc::IDataVideo& a, const Proc::IDataVideo& b)
            a.IsInterlaced() == b.IsInterlaced();
 }
 
-/// The decoded pictures of a track that lie in ranges, in order.
+/// The decoded pictures of a track that lie in ranges, in order, with those of the hidden ones that are exposed.
 class KeptPictures
 {
 public:
-    KeptPictures(const std::string& path, int track, const std::vector<Range>& ranges)
-        : ranges(ranges), demuxer(Host::Demuxer::Open(path)),
-          decoder(Host::CodecFactory::Create({.wanted = {}, .distinct = false})
-                      ->CreateDecoder(demuxer->GetStream(track), ""))
+    using IsExposed = std::function<bool(avTime)>;
+
+    KeptPictures(const std::string& path, int track, const std::vector<Range>& ranges,
+                 const IsExposed& isExposed = nullptr)
+        : ranges(ranges), demuxer(Host::Demuxer::Open(path)), isExposed(isExposed),
+          decoder(Host::CodecFactory::Create({.wanted = {}, .distinct = false})->CreateDecoder(OpenTrack(track), ""))
     {
         if (!ranges.empty())
             Enter();
@@ -47,6 +59,8 @@ public:
         while (current < ranges.size())
         {
             const SP<Proc::IDataVideo> frame = decoder->Read();
+            if (frame && IsUncovered(frame->GetPTS()))
+                return frame;
             if (frame && frame->GetPTS() < ranges[current].end)
             {
                 if (frame->GetPTS() >= ranges[current].start)
@@ -67,6 +81,31 @@ public:
     }
 
 private:
+    SP<Proc::IStreamRaw> OpenTrack(int track)
+    {
+        const SP<Proc::IStreamRaw> stream = demuxer->GetStream(track);
+        if (!isExposed)
+            return stream;
+        return Host::Tap<Proc::IStreamRaw>::Create(stream,
+                                                   [this](const SP<Proc::IDataPacket>& packet) { Uncover(*packet); });
+    }
+
+    /// Takes away the mark by which decoders hide a picture.
+    void Uncover(Proc::IDataPacket& packet)
+    {
+        int& flags = packet.GetAVPacket()->flags;
+        if ((flags & AV_PKT_FLAG_DISCARD) == 0 || !isExposed(packet.GetPTS()))
+            return;
+        flags &= ~AV_PKT_FLAG_DISCARD;
+        uncovered.insert(packet.GetPTS());
+    }
+
+    bool IsUncovered(avTime time) const
+    {
+        const auto next = uncovered.upper_bound(time);
+        return next != uncovered.begin() && time - *std::prev(next) < longest_step_aside;
+    }
+
     void Enter()
     {
         decoder->RequestSeek(ranges[current].start, nullptr);
@@ -76,6 +115,8 @@ private:
     const std::vector<Range> ranges;
     size_t current = 0; // the range that is being read
     const SP<Host::Demuxer> demuxer;
+    const IsExposed isExposed;  // null: nothing is
+    std::set<avTime> uncovered; // times of hidden pictures that the decoder was made to show
     const SP<Proc::IStreamVideo> decoder;
 };
 
@@ -136,7 +177,14 @@ std::string PictureVerdict::DescribeFaults() const
 
 PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shift) const
 {
-    KeptPictures wanted(source, sourceTrack, kept.GetRanges());
+    const auto known = exposed.find(sourceTrack);
+    const auto isExposed = [&](avTime time)
+    {
+        const std::optional<avTime> place = kept.Find(time);
+        return place && std::find(known->second.begin(), known->second.end(), *place) != known->second.end();
+    };
+    const bool any = known != exposed.end() && !known->second.empty();
+    KeptPictures wanted(source, sourceTrack, kept.GetRanges(), any ? KeptPictures::IsExposed(isExposed) : nullptr);
     KeptPictures there(output, outputTrack, {{-MAX_DURATION, MAX_DURATION}}); // all of it, priming included
     PictureVerdict verdict;
     verdict.shift = shift;

@@ -2,11 +2,15 @@
 
 #include "cli/KeptTime.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
 namespace Tessor::Cli
 {
+
+/// Times in the result of pictures that the source hides and the output shows, by the source's tracks.
+using ExposedPictures = std::map<int, std::vector<avTime>>;
 
 /// How the decoded pictures of a track compare with those of its source.
 struct PictureVerdict
@@ -27,8 +31,9 @@ struct PictureVerdict
 class PictureJudge
 {
 public:
-    PictureJudge(const std::string& source, const std::string& output, const KeptTime& kept)
-        : source(source), output(output), kept(kept)
+    PictureJudge(const std::string& source, const std::string& output, const KeptTime& kept,
+                 const ExposedPictures& exposed)
+        : source(source), output(output), kept(kept), exposed(exposed)
     {
     }
 
@@ -39,6 +44,7 @@ public:
 private:
     const std::string source, output;
     const KeptTime kept;
+    const ExposedPictures exposed;
 };
 
 } // namespace Tessor::Cli

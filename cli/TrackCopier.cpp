@@ -88,7 +88,8 @@ std::vector<CopiedTrack> TrackCopier::GetTracks() const
     for (const Track& track : tracks)
     {
         const Host::TrackInfo& info = InfoOf(track.index);
-        reports.push_back({track.index, KindName(info), info.codecName, pump.GetPacketCount(track.place)});
+        reports.push_back({track.index, KindName(info), info.codecName, pump.GetPacketCount(track.place),
+                           pump.GetExposed(track.place)});
     }
     return reports;
 }

@@ -15,6 +15,8 @@ struct CopiedTrack
     int index = 0; ///< in the source
     std::string kind, codec;
     long long packets = 0; ///< written
+    /// Times of pictures that the source hides, and the output does not.
+    std::vector<avTime> exposed = {};
 };
 
 /// Pulls tracks of a file, whatever was done to them on the way, and writes them to another one with all that the

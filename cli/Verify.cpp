@@ -134,8 +134,8 @@ class Verification
 {
 public:
     Verification(const std::string& source, const std::string& output, const KeptTime& kept,
-                 const std::vector<int>& carried)
-        : pictures(source, output, kept), kept(kept), expected(ReadPlainFile(source, &kept).tracks),
+                 const std::vector<int>& carried, const ExposedPictures& exposed)
+        : pictures(source, output, kept, exposed), kept(kept), expected(ReadPlainFile(source, &kept).tracks),
           found(ReadPlainFile(output))
     {
         std::erase_if(expected, [&](const PlainTrack& track)
@@ -282,9 +282,9 @@ PacketVerdict VerifyReport::SumVideoPackets() const
 }
 
 VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks)
+                    const std::vector<int>& tracks, const ExposedPictures& exposed)
 {
-    return Verification(source, output, kept, tracks).Run();
+    return Verification(source, output, kept, tracks, exposed).Run();
 }
 
 } // namespace Tessor::Cli

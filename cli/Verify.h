@@ -33,8 +33,9 @@ struct VerifyReport
 };
 
 /// Reads both files plainly and judges each of the source's `tracks`, which the output is said to carry: every kept
-/// picture and packet is there, once, at its time, and like its source. Nothing checked at all is a fault.
+/// picture and packet is there, once, at its time, and like its source; of those that the source hides the `exposed`
+/// ones, too. Nothing checked at all is a fault.
 VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks);
+                    const std::vector<int>& tracks, const ExposedPictures& exposed = {});
 
 } // namespace Tessor::Cli

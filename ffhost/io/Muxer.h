@@ -47,6 +47,8 @@ public:
     /// Drains, writes the trailer, flushes to disk and moves the file to its place.
     virtual void Finish() = 0;
 
+    /// Times, as they came, of the track's packets that are decoded only, where the container shows them all the same.
+    virtual std::vector<avTime> GetExposed(int track) const = 0;
     /// Names of tags, chapters and tracks that the container did not take, for a warning.
     virtual std::vector<std::string> GetLosses() const = 0;
 };

@@ -272,7 +272,8 @@ int MuxerFF::GetVideoTimescale() const
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
 {
     Track& track = tracks.at(static_cast<size_t>(number));
-    track.hidden += (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
+    if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0 && !container.CarriesEditLists())
+        track.exposed.push_back(packet->GetPTS());
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
@@ -538,6 +539,11 @@ void MuxerFF::Run(const std::string& what, Call call) const
         file->Fail(what + " can't be written: " + errors.GetText(result));
 }
 
+std::vector<avTime> MuxerFF::GetExposed(int track) const
+{
+    return tracks.at(static_cast<size_t>(track)).exposed;
+}
+
 std::vector<std::string> MuxerFF::GetLosses() const
 {
     std::vector<std::string> losses;
@@ -558,8 +564,9 @@ std::vector<std::string> MuxerFF::GetLosses() const
         if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
             losses.push_back("rotation" + of);
         // hidden sound is a decoder's run-in, which players hardly let be heard
-        if (track.hidden && track.source.type == MediaType::Video && !container.CarriesEditLists())
-            losses.push_back("the edit list that hides " + std::to_string(track.hidden) + " packets" + of);
+        if (!track.exposed.empty() && track.source.type == MediaType::Video)
+            losses.push_back("the edit list that hides " + std::to_string(track.exposed.size()) + " pictures" + of +
+                             ", which are shown");
     }
     return losses;
 }

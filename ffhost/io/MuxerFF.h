@@ -36,6 +36,7 @@ public:
     void Write(int track, const SP<Proc::IDataPacket>& packet) override;
     void EndTrack(int track) override;
     void Finish() override;
+    std::vector<avTime> GetExposed(int track) const override;
     std::vector<std::string> GetLosses() const override;
 
 private:
@@ -56,11 +57,11 @@ private:
         std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
         avTime delay = 0;                         // added to its times, on top of the common shift
         bool ended = false;
-        long long hidden = 0;            // packets that were not meant to be shown
-        bool written = false;            // a packet has been handed to the container
-        std::optional<int64_t> end = {}; // of the last packet, in ticks, where pictures are counted or, by what came
-                                         // since the last flush, where packets share times
-        PacketPtr waiting = {};          // sound whose end is told by the next packet, which is still to come
+        std::vector<avTime> exposed = {}; // times of packets that are decoded only, where that can't be told
+        bool written = false;             // a packet has been handed to the container
+        std::optional<int64_t> end = {};  // of the last packet, in ticks, where pictures are counted or, by what came
+                                          // since the last flush, where packets share times
+        PacketPtr waiting = {};           // sound whose end is told by the next packet, which is still to come
     };
 
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;

@@ -1,3 +1,4 @@
+#include "cli/Verify.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace Tessor::Cli::Tests
@@ -40,6 +41,37 @@ TEST_F(Program, PicturesThatAnEditListEndsStayHidden)
     EXPECT_EQ(std::count(expected.begin(), expected.end(), '\n'), milliseconds / 40);
     EXPECT_EQ(shown("out.mp4"), expected);
     EXPECT_EQ(Run("cut ended.mp4 out.mp4 -y --verify --keep 1-").status, 0);
+}
+
+// What an edit list hides before its start is cut off where the container would show it. Where groups can't be parted
+// it is shown, which is told, and the judge accepts no more than that.
+TEST_F(Program, PicturesThatAnEditListHidesAreCutOffOrTold)
+{
+    const struct
+    {
+        const char *clip, *output;
+        int pictures; // 13 more where they are shown
+        bool cut;
+    } rows[] = {{"h264.mp4", "o.mp4", 187, false}, {"h264.mp4", "o.mkv", 187, true},
+                {"h264.mp4", "o.avi", 187, true},  {"mpeg4.mp4", "o.ts", 187, true},
+                {"hevc.mp4", "o.mov", 187, false}, {"hevc.mp4", "o.mkv", 200, false}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.clip) + row.output);
+        const Outcome made =
+            RunCommand(std::string("ffmpeg -v error -y -ss 0.5 -i $S/") + row.clip + " -c copy in.mp4");
+        ASSERT_EQ(made.status, 0) << made.err;
+        const json report = Report(std::string("cut in.mp4 ") + row.output + " -y --verify --keep 0-");
+        EXPECT_EQ(report["verify"]["output_pictures"], row.pictures) << report;
+        EXPECT_EQ(report["tracks"][0]["recoded_packets"] > 0, row.cut) << report;
+        EXPECT_EQ(report["warnings"].dump().find("which are shown") != std::string::npos, row.pictures == 200);
+        std::vector<int> tracks;
+        for (const json& track : report["tracks"])
+            tracks.push_back(track["index"]);
+        const KeptTime kept({{0, MAX_DURATION}}, MAX_DURATION, !row.cut);
+        const VerifyReport untold = Verify(folder / "in.mp4", folder / row.output, kept, tracks);
+        EXPECT_EQ(untold.IsGood(), row.pictures == 187);
+    }
 }
 
 // Packets of TrueHD are shorter than a tick of Matroska, and several share a stamp.
