@@ -4,6 +4,7 @@
 #include "cli/TrackSelection.h"
 #include "cli/UserError.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace Tessor::Cli
@@ -56,7 +57,10 @@ void TrackCopier::LeaveOut(const Host::TrackInfo& info, const std::string& cause
 
 void TrackCopier::Open(const std::vector<Host::ChapterInfo>& chapters)
 {
-    if (tracks.empty())
+    const bool any = std::any_of(tracks.begin(), tracks.end(),
+                                 [&](const Track& track)
+                                 { return !InfoOf(track.index).attachedPicture && !InfoOf(track.index).attachment; });
+    if (!any)
         throw UserError(ExitCode::Failed,
                         source.GetInfo().path + ": the output's container can carry none of the tracks");
     muxer->SetTags(source.GetInfo().tags);

@@ -34,7 +34,7 @@ public:
     /// Adds a track whose packets are met while others are read. Without a placement they are written as they are.
     bool AddSparse(int track, MuxPump::Placement placement = nullptr);
 
-    /// Throws UserError when no track was added.
+    /// Throws UserError when no track was added but covers and attachments.
     void Open(const std::vector<Host::ChapterInfo>& chapters);
     /// `duration` of what will be written, for the progress.
     void Copy(Progress& progress, avTime duration);

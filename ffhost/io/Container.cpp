@@ -222,6 +222,26 @@ bool Container::KnowsCodec(AVCodecID codec) const
     return avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 0 || Is({"matroska"});
 }
 
+Container::CoverForm Container::ChooseCoverForm(AVCodecID codec) const
+{
+    const bool usual = codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_PNG;
+    if (Is({"mp4", "ipod", "f4v", "psp"}))
+        return usual || codec == AV_CODEC_ID_BMP ? CoverForm::Picture : CoverForm::None;
+    if (Is({"mp3", "flac"}))
+        return usual ? CoverForm::Picture : CoverForm::None;
+    return Is({"matroska"}) && !GetCoverType(codec).empty() ? CoverForm::Attachment : CoverForm::None;
+}
+
+std::string Container::GetCoverType(AVCodecID codec)
+{
+    static const std::map<AVCodecID, std::string> types = {{AV_CODEC_ID_MJPEG, "image/jpeg"},
+                                                           {AV_CODEC_ID_PNG, "image/png"},
+                                                           {AV_CODEC_ID_GIF, "image/gif"},
+                                                           {AV_CODEC_ID_TIFF, "image/tiff"}};
+    const auto known = types.find(codec);
+    return known != types.end() ? known->second : "";
+}
+
 unsigned Container::ChooseTag(AVCodecID codec, unsigned sourceTag) const
 {
     return format->codec_tag && av_codec_get_id(format->codec_tag, sourceTag) == codec ? sourceTag : 0;
@@ -289,12 +309,16 @@ bool Container::CarriesRotation() const
     return IsMov();
 }
 
-bool Container::CarriesTag(const std::string& key, bool ofTrack) const
+bool Container::CarriesTag(const std::string& key, TagOwner owner) const
 {
     if (IsMatroska() || IsOgg() || Is({"nut"}))
         return true;
     const std::string name = Lower(key);
-    if (ofTrack)
+    // The name and the type of an attached file are the attachment's.
+    if (owner == TagOwner::Cover)
+        return name == "filename" || name == "mimetype" ||
+               (Is({"mp3", "flac"}) && (name == "title" || name == "comment"));
+    if (owner == TagOwner::Track)
     {
         const bool language = IsMov() || family == Family::TransportStream || family == Family::Asf;
         // The bookkeeping of QuickTime is no loss elsewhere.

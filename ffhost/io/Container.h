@@ -19,6 +19,21 @@ namespace Tessor::Host
 class TESSOR_API Container
 {
 public:
+    /// How a cover is written.
+    enum class CoverForm
+    {
+        None,       ///< not at all: it would become a track of video
+        Picture,    ///< libavformat writes what is marked as one
+        Attachment, ///< a file inside of the file
+    };
+
+    enum class TagOwner
+    {
+        File,
+        Track,
+        Cover,
+    };
+
     /// Which times must not be negative.
     enum class Origin
     {
@@ -50,6 +65,10 @@ public:
     Proc::SettingsFilterBitStream::StreamFormat ChooseFraming(AVCodecID codec) const;
     /// Whether the container names the codec in a way that readers understand.
     bool KnowsCodec(AVCodecID codec) const;
+    /// The same of a cover, in the form of which readers know it again.
+    CoverForm ChooseCoverForm(AVCodecID codec) const;
+    /// The media type of an attached cover; empty for one that readers take for no picture.
+    static std::string GetCoverType(AVCodecID codec);
     /// The source's tag where it means the same codec here, otherwise 0: the muxer's own choice. For HEVC that has no
     /// sample entry yet this is hev1 in MP4. hvc1 promises that no packet carries parameter sets (ISO/IEC 14496-15,
     /// 8.4.1), and whether other ones follow is known at the end of the stream only, when packets are long written: a
@@ -76,7 +95,7 @@ public:
     bool CarriesEditLists() const;
     bool CarriesChapters() const;
     bool CarriesRotation() const;
-    bool CarriesTag(const std::string& key, bool ofTrack) const;
+    bool CarriesTag(const std::string& key, TagOwner owner) const;
 
 private:
     /// Muxers that write the same but for names and limits.

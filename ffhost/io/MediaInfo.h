@@ -29,6 +29,7 @@ struct TrackInfo
     int index = 0; ///< in the file
     MediaType type = MediaType::None;
     bool attachedPicture = false;  ///< a cover, no stream of pictures
+    SP<const Proc::IBlob> picture; ///< the bytes of the cover; null for all else
     bool attachment = false;       ///< a font or another file inside of the file; its bytes are the extradata
     std::string codecName;         ///< FFmpeg's name of the codec
     SP<Conf::IFormatCodec> format; ///< our description, with extradata; null for tracks of no media type

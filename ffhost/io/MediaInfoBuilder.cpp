@@ -2,6 +2,7 @@
 
 #include "ffhost/FormatTags.h"
 #include "ffhost/io/FormatBuilder.h"
+#include "media/BlobFF.h"
 
 extern "C"
 {
@@ -101,6 +102,8 @@ TrackInfo BuildTrack(const AVStream& stream, avTime origin, const std::string& h
     track.index = stream.index;
     track.type = TypeOf(*stream.codecpar);
     track.attachedPicture = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    if (track.attachedPicture && stream.attached_pic.size > 0)
+        track.picture = Proc::BlobFF::Create(stream.attached_pic.data, static_cast<size_t>(stream.attached_pic.size));
     track.attachment = stream.codecpar->codec_type == AVMEDIA_TYPE_ATTACHMENT;
     track.codecName = avcodec_get_name(stream.codecpar->codec_id);
     track.parameters = CopyParameters(*stream.codecpar);

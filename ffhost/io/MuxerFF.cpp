@@ -64,6 +64,15 @@ void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t siz
     parameters.extradata_size = static_cast<int>(size);
 }
 
+std::shared_ptr<AVCodecParameters> NewParameters(const AVCodecParameters& source)
+{
+    std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                  [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    if (!parameters || avcodec_parameters_copy(parameters.get(), &source) < 0)
+        throw std::bad_alloc();
+    return parameters;
+}
+
 void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
 {
     uint8_t* copy = av_stream_new_side_data(&stream, type, size);
@@ -82,6 +91,11 @@ int64_t SoundLength(const AVCodecParameters& parameters, const AVPacket& packet)
     const int64_t length = av_rescale_q(samples, AVRational{1, parameters.sample_rate}, packet.time_base);
     const bool likely = packet.duration <= 0 || std::abs(length - packet.duration) <= packet.duration / 2;
     return likely ? length : packet.duration;
+}
+
+bool HasTag(const Tags& tags, const std::string& key)
+{
+    return std::any_of(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == key; });
 }
 
 int64_t ToTick(avTime time, AVRational timeBase)
@@ -110,7 +124,11 @@ MuxerFF::~MuxerFF()
 
 bool MuxerFF::CanCarry(const TrackInfo& track) const
 {
-    if (!track.parameters || !container.KnowsCodec(track.parameters->codec_id))
+    if (!track.parameters)
+        return false;
+    if (track.attachedPicture)
+        return container.ChooseCoverForm(track.parameters->codec_id) != Container::CoverForm::None;
+    if (!container.KnowsCodec(track.parameters->codec_id))
         return false;
     ContextPtr trial = MakeContext();
     AddStream(*trial, MakeTrack(track, nullptr, false));
@@ -133,16 +151,44 @@ int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& for
 {
     if (!source.parameters)
         Throw<std::invalid_argument>(TESSOR_HERE, "A track without parameters can't be written.");
-    tracks.push_back(MakeTrack(source, format, sparse));
+    tracks.push_back(IsAttached(source) ? MakeTrack(MakeAttachment(source), nullptr, true)
+                                        : MakeTrack(source, format, sparse));
     return static_cast<int>(tracks.size()) - 1;
+}
+
+bool MuxerFF::IsAttached(const TrackInfo& cover) const
+{
+    return cover.attachedPicture && cover.picture &&
+           container.ChooseCoverForm(cover.parameters->codec_id) == Container::CoverForm::Attachment;
+}
+
+/// The cover as a file inside of the file, under the name by which players look for it.
+TrackInfo MuxerFF::MakeAttachment(const TrackInfo& cover) const
+{
+    TrackInfo attachment = cover;
+    attachment.type = MediaType::None;
+    attachment.attachedPicture = false;
+    attachment.attachment = true;
+    attachment.format = nullptr;
+    attachment.disposition = 0;
+    const auto parameters = NewParameters(*cover.parameters);
+    parameters->codec_type = AVMEDIA_TYPE_ATTACHMENT;
+    SetExtradata(*parameters, cover.picture->Data(), cover.picture->Size());
+    attachment.parameters = parameters;
+    const std::string type = Container::GetCoverType(parameters->codec_id);
+    const auto others =
+        std::count_if(tracks.begin(), tracks.end(), [](const Track& track) { return track.source.picture != nullptr; });
+    if (!HasTag(attachment.tags, "filename"))
+        attachment.tags.emplace_back("filename", "cover" + (others ? "-" + std::to_string(others + 1) : "") + "." +
+                                                     (type == "image/jpeg" ? "jpg" : type.substr(type.find('/') + 1)));
+    if (!HasTag(attachment.tags, "mimetype"))
+        attachment.tags.emplace_back("mimetype", type);
+    return attachment;
 }
 
 MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const
 {
-    const auto parameters = std::shared_ptr<AVCodecParameters>(avcodec_parameters_alloc(), [](AVCodecParameters* p)
-                                                               { avcodec_parameters_free(&p); });
-    if (!parameters || avcodec_parameters_copy(parameters.get(), source.parameters.get()) < 0)
-        throw std::bad_alloc();
+    const auto parameters = NewParameters(*source.parameters);
     parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
     if (container.TakesBlocksForConstant(parameters->codec_id))
         parameters->block_align = 0;
@@ -197,7 +243,8 @@ void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
         throw std::bad_alloc();
     const TrackInfo& source = track.source;
     stream->time_base = container.ChooseTimeBase(source);
-    stream->disposition = source.disposition;
+    // with any other mark beside it libavformat would take it for a track of pictures
+    stream->disposition = source.attachedPicture ? AV_DISPOSITION_ATTACHED_PIC : source.disposition;
     stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
     if (source.frameRateNum > 0 && source.frameRateDen > 0)
         stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
@@ -272,6 +319,8 @@ int MuxerFF::GetVideoTimescale() const
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
 {
     Track& track = tracks.at(static_cast<size_t>(number));
+    if (track.source.attachment)
+        return;
     if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0 && !container.CarriesEditLists())
         track.exposed.push_back(packet->GetPTS());
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
@@ -547,19 +596,19 @@ std::vector<avTime> MuxerFF::GetExposed(int track) const
 std::vector<std::string> MuxerFF::GetLosses() const
 {
     std::vector<std::string> losses;
-    const auto addTags = [&](const Tags& lost, bool ofTrack, const std::string& of)
+    const auto addTags = [&](const Tags& lost, Container::TagOwner owner, const std::string& of)
     {
         for (const auto& [key, text] : lost)
-            if (!IsStale(key) && !container.CarriesTag(key, ofTrack))
+            if (!IsStale(key) && !container.CarriesTag(key, owner))
                 losses.push_back("tag \"" + key + "\"" + of);
     };
-    addTags(tags, false, "");
+    addTags(tags, Container::TagOwner::File, "");
     if (!chapters.empty() && !container.CarriesChapters())
         losses.push_back("chapters");
     for (const Track& track : tracks)
     {
         const std::string of = " of track " + std::to_string(track.source.index);
-        addTags(track.source.tags, true, of);
+        addTags(track.source.tags, track.source.picture ? Container::TagOwner::Cover : Container::TagOwner::Track, of);
         const std::vector<int32_t>& matrix = track.source.displayMatrix;
         if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
             losses.push_back("rotation" + of);

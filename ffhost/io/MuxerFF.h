@@ -64,6 +64,8 @@ private:
         PacketPtr waiting = {};           // sound whose end is told by the next packet, which is still to come
     };
 
+    bool IsAttached(const TrackInfo& cover) const;
+    TrackInfo MakeAttachment(const TrackInfo& cover) const;
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
     ContextPtr MakeContext() const;
     void AddStream(AVFormatContext& target, const Track& track) const;

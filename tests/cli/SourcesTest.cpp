@@ -74,6 +74,45 @@ TEST_F(Program, PicturesThatAnEditListHidesAreCutOffOrTold)
     }
 }
 
+// A cover becomes no track of video: it is written as the container has covers, or left out with a warning.
+TEST_F(Program, CoversStayCovers)
+{
+    const Outcome made = RunCommand(
+        "ffmpeg -v error -f lavfi -i testsrc2=s=64x64 -frames:v 1 c.png && "
+        "ffmpeg -v error -i c.png c.jpg && ffmpeg -v error -f lavfi -i sine=d=4 -i c.jpg -map 0 -map 1 -c:a libmp3lame "
+        "-c:v copy -disposition:v attached_pic in.mp3 && ffmpeg -v error -i $S/h264.mp4 -i c.png -i c.jpg "
+        "-map 0 -map 1 -map 2 -c copy -disposition:v:1 attached_pic -disposition:v:2 attached_pic in.mp4");
+    ASSERT_EQ(made.status, 0) << made.err;
+    const struct
+    {
+        const char *input, *output, *covers;
+        size_t leftOut;
+    } rows[] = {{"in.mp4", "o.m4a", "png mjpeg ", 0},
+                {"in.mp4", "o.mkv", "png cover.png mjpeg cover-2.jpg ", 0},
+                {"o.mkv", "p.mp4", "png mjpeg ", 0},
+                {"in.mp4", "o.mov", "", 2},
+                {"in.mp4", "o.ts", "", 2},
+                {"in.mp3", "o.mp3", "mjpeg ", 0},
+                {"in.mp3", "o.avi", "", 1}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(std::string(row.input) + row.output);
+        const json report = Report(std::string("cut ") + row.input + " " + row.output + " --verify --keep 0.5-2");
+        EXPECT_EQ(report["verify"]["good"], true) << report;
+        const std::string warnings = report["warnings"].dump();
+        size_t leftOut = 0;
+        for (size_t at = 0; (at = warnings.find("(cover, ", at)) != std::string::npos; ++at)
+            ++leftOut;
+        EXPECT_EQ(leftOut, row.leftOut) << warnings;
+        std::string covers = RunCommand(std::string("ffprobe -v error -select_streams v -show_entries "
+                                                    "stream=codec_name:stream_disposition=attached_pic:"
+                                                    "stream_tags=filename -of csv=p=0 ") +
+                                        row.output + " | sed -n 's/,1$//p; s/,1,/ /p' | tr '\n' ' '")
+                                 .out;
+        EXPECT_EQ(covers, row.covers);
+    }
+}
+
 // Packets of TrueHD are shorter than a tick of Matroska, and several share a stamp.
 TEST_F(Program, PacketsShorterThanATickKeepTheirTimes)
 {
