@@ -50,6 +50,20 @@ bool HasUnknownStream(const AVFormatContext& context)
     return false;
 }
 
+/// Pages of Ogg tell where their last packet ends. For the first page after a seek that takes the lengths of packets,
+/// which libavformat knows of some codecs only. Of others it counts from an entry of its index, which may be that of
+/// any packet of the page, or of another stream.
+bool HasUntimedPages(const AVFormatContext& context)
+{
+    constexpr std::array timed{AV_CODEC_ID_VORBIS, AV_CODEC_ID_OPUS, AV_CODEC_ID_THEORA, AV_CODEC_ID_VP8};
+    if (std::string_view(context.iformat->name) != "ogg")
+        return false;
+    for (unsigned i = 0; i < context.nb_streams; ++i)
+        if (std::find(timed.begin(), timed.end(), context.streams[i]->codecpar->codec_id) == timed.end())
+            return true;
+    return false;
+}
+
 } // namespace
 
 void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
@@ -304,6 +318,8 @@ std::string SourceFile::GetHeaderFault(int stream) const
 
 bool SourceFile::IsElementary() const
 {
+    if (HasUntimedPages(*context))
+        return true;
     // Without an Xing table an MP3 file is sought by its bit rate only.
     return (context->iformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||
            context->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE ||
