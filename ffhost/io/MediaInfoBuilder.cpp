@@ -8,6 +8,7 @@ extern "C"
 {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/intreadwrite.h>
 }
 
 #include <algorithm>
@@ -17,6 +18,10 @@ namespace Tessor::Host
 
 namespace
 {
+
+// bytes of the header of Opus
+constexpr int OPUS_PRE_SKIP = 10;
+constexpr int OPUS_HEAD = 19;
 
 Tags CopyTags(const AVDictionary* dictionary)
 {
@@ -92,6 +97,9 @@ std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters&
                                             [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
     if (!copy || avcodec_parameters_copy(copy.get(), &parameters) < 0)
         throw std::bad_alloc();
+    // libavformat's reader of Matroska counts it in samples of before the encoder, its writers in those of the codec
+    if (copy->codec_id == AV_CODEC_ID_OPUS && copy->extradata_size >= OPUS_HEAD)
+        copy->initial_padding = AV_RL16(copy->extradata + OPUS_PRE_SKIP);
     return copy;
 }
 
