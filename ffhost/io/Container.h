@@ -88,6 +88,9 @@ public:
     bool NeedsLength() const { return family == Family::TransportStream && !bluRay; }
     /// Only the ends of groups of packets are timed.
     bool TellsEnds() const;
+    /// Readers take the first packet of the codec for the beginning of time, and do not look back from the end that its
+    /// group tells.
+    bool BeginsAtZero(AVCodecID codec) const { return IsOgg() && codec == AV_CODEC_ID_FLAC; }
     /// Pictures are counted, and libavformat fills no gaps between them.
     bool CountsPictures() const;
 

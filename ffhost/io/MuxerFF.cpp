@@ -326,6 +326,8 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
+    if (!grid && container.CountsPictures() && track.source.type == MediaType::Video)
+        grid = SubTime(av_rescale_q(ticks->pts, ticks->time_base, MICROSECONDS), packet->GetPTS());
     if (track.pictures)
         track.pictures->Push(std::move(ticks));
     else
@@ -409,6 +411,10 @@ void MuxerFF::Start(const AVPacket& first)
     }
     else if (container.GetOrigin() == Container::Origin::Presentation)
         shift = -earliest;
+    else if (grid)
+        shift = *grid;
+    else if (container.BeginsAtZero(TrackOf(first).parameters->codec_id))
+        shift = -av_rescale_q(first.pts, first.time_base, MICROSECONDS);
     WriteHeader();
 }
 
@@ -447,10 +453,11 @@ void MuxerFF::AddChapters()
 void MuxerFF::WriteOut(PacketPtr packet)
 {
     const AVRational timeBase = packet->time_base;
-    const int64_t ticks = av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
+    const bool sound = TrackOf(*packet).source.type == MediaType::Audio;
+    const bool onGrid = grid && TrackOf(*packet).source.type == MediaType::Video;
+    const int64_t ticks = onGrid ? 0 : av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
-    const bool sound = TrackOf(*packet).source.type == MediaType::Audio;
     if (container.CountsPackets())
         FillStart(*packet);
     if (container.CountsPictures() && !sound)
@@ -471,14 +478,20 @@ void MuxerFF::WriteOut(PacketPtr packet)
 }
 
 /// Where only the ends of pages are timed, a packet's end is the next one's beginning. One for which that is not so by
-/// its samples gets a page of its own, so that no other is moved by it.
+/// its samples gets a page of its own, so that no other is moved by it. So does the one after, for readers may take its
+/// length from the one before, and a first one whose time is not told.
 PacketPtr MuxerFF::TakeEnded(PacketPtr next)
 {
-    std::swap(TrackOf(*next).waiting, next);
+    Track& track = TrackOf(*next);
+    std::swap(track.waiting, next);
     if (!next)
         return nullptr;
-    const int64_t end = TrackOf(*next).waiting->pts;
-    if (std::abs(next->pts + next->duration - end) <= GetRounding(*next))
+    const int64_t end = track.waiting->pts;
+    const bool first = !std::exchange(track.written, true);
+    const bool untold = first && next->pts != 0 && container.BeginsAtZero(track.parameters->codec_id);
+    const bool abuts = std::abs(next->pts + next->duration - end) <= GetRounding(*next);
+    const bool parted = std::exchange(track.parted, !abuts);
+    if (abuts && !parted && !untold)
         return next;
     next->duration = end - next->pts;
     Flush();

@@ -61,6 +61,7 @@ private:
         bool written = false;             // a packet has been handed to the container
         std::optional<int64_t> end = {};  // of the last packet, in ticks, where pictures are counted or, by what came
                                           // since the last flush, where packets share times
+        bool parted = false;              // the packet of sound before ends elsewhere than by its samples
         PacketPtr waiting = {};           // sound whose end is told by the next packet, which is still to come
     };
 
@@ -104,6 +105,7 @@ private:
     std::optional<ProgramStream> program; // from Open on, where it is ours to write
     Interleaver interleaver;              // knows the tracks from Open on
     avTime earliest = 0;                  // lowest presentation time below 0 until the start, sparse tracks apart
+    std::optional<avTime> grid;           // by what pictures that are counted have moved to lie on their ticks
     avTime shift = 0;                     // added to all times; settled at the start
     bool started = false;                 // the header is written
 };
