@@ -55,11 +55,7 @@ public:
                     });
         CollectItems();
         for (const size_t track : dense)
-        {
-            forms[track].Finish(tracks[track].packets);
-            for (const PacketPrint& print : tracks[track].packets)
-                tracks[track].longest = std::max(tracks[track].longest, print.length);
-        }
+            Finish(track);
         for (const SparseItems& items : sparse)
             AddItems(items);
         return {demuxer->GetInfo(), std::move(tracks)};
@@ -80,6 +76,16 @@ private:
             return;
         forms[track].Add(packet, *place, tracks[track].packets);
         tracks[track].longest = std::max(tracks[track].longest, packet.GetDuration());
+    }
+
+    void Finish(size_t track)
+    {
+        std::vector<PacketPrint>& packets = tracks[track].packets;
+        forms[track].Finish(packets);
+        for (const PacketPrint& print : packets)
+            tracks[track].longest = std::max(tracks[track].longest, print.length);
+        if (!kept && packets.size() > 1 && PacketForm::BeginsUntold(demuxer->GetInfo(), tracks[track].info))
+            packets[0].time = packets[1].time - packets[0].length;
     }
 
     void CollectItems()

@@ -96,7 +96,7 @@ private:
 };
 
 /// How far a packet may lie from its place. Sound that is counted is kept within half a packet by who writes it; where
-/// packets just follow each other each piece may be off by one more. Ogg tells the ends of its pages alone.
+/// packets just follow each other each piece may be off by one more.
 avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t pieces)
 {
     const Host::TrackInfo& info = output.info;
@@ -107,7 +107,7 @@ avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t
     const bool countsPackets = info.type == MediaType::Audio && tick > rounding && tick >= longest / 2;
     if (countsPackets || !Host::PacketForm::TellsTimes(file))
         return rounding + std::max(tick, longest) * static_cast<avTime>(pieces);
-    return file.container == "ogg" ? rounding + longest : std::max(rounding, tick);
+    return std::max(rounding, tick);
 }
 
 /// Where packets may be left out or put in: at seams and in gaps, of sound that is counted, and of linear samples,

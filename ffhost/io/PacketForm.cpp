@@ -86,6 +86,11 @@ bool PacketForm::IsCounted(const TrackInfo& track)
            SoundCounter::Counts(*track.parameters, {track.timeBaseNum, track.timeBaseDen});
 }
 
+bool PacketForm::BeginsUntold(const MediaInfo& file, const TrackInfo& track)
+{
+    return file.container == "ogg" && track.parameters && track.parameters->codec_id == AV_CODEC_ID_FLAC;
+}
+
 // Elementary streams, whose containers are named after the codec.
 bool PacketForm::TellsTimes(const MediaInfo& file)
 {

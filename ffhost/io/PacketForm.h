@@ -37,6 +37,8 @@ public:
     /// Whether the container counts samples or packets of the track, and who writes it leaves some out or puts some in,
     /// so that the sound keeps its place.
     static bool IsCounted(const TrackInfo& track);
+    /// Whether readers know when the first packet of the track ends, and not when it begins.
+    static bool BeginsUntold(const MediaInfo& file, const TrackInfo& track);
     /// Whether a file tells when packets are due. Otherwise they follow each other.
     static bool TellsTimes(const MediaInfo& file);
 

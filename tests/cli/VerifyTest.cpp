@@ -153,6 +153,25 @@ TEST_F(Verifying, EveryFaultIsNamed)
     EXPECT_EQ(Judge("mute.mkv", {}).faults.back(), "nothing could be checked");
 }
 
+// Ogg tells the ends of pages alone: seams part them, and all lies where it should.
+TEST_F(Verifying, SoundInPagesKeepsItsTimes)
+{
+    const std::string picture = "-f lavfi -i testsrc2=r=25:d=9:s=64x48 -c:v libtheora -g 12 -q:v 5 ";
+    for (const std::string row : {"flac a.ogg b.ogg", "flac a.ogg b.mkv", "libspeex a.ogg b.ogg", "libopus a.ogv b.ogv",
+                                  "libvorbis a.ogv b.ogv", "flac a.ogv b.ogv", "libspeex a.ogv b.ogv",
+                                  "libvorbis a.mkv b.ogv", "libopus a.mkv b.ogv"})
+    {
+        SCOPED_TRACE(row);
+        const std::string codec = row.substr(0, row.find(' ')), files = row.substr(codec.size() + 1);
+        const Outcome made = RunCommand("ffmpeg -v error -y -f lavfi -i aevalsrc='random(0):s=16000:d=9' " +
+                                        (files[2] == 'o' && files[4] == 'g' ? "" : picture) + "-c:a " + codec + " " +
+                                        files.substr(0, 5));
+        ASSERT_EQ(made.status, 0) << made.err;
+        for (const std::string keep : {"1.3-2.9,4.7-5.3,6.2-8", "0-1.3,4.7-8"})
+            EXPECT_EQ(Report("cut " + files + " -y --verify --keep " + keep)["verify"]["good"], true) << keep;
+    }
+}
+
 // Sound is the same in every container: framed, split or counted.
 TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
 {
