@@ -284,6 +284,11 @@ bool Container::SharesTimes() const
     return family == Family::TransportStream;
 }
 
+bool Container::TakesFields() const
+{
+    return family == Family::TransportStream || family == Family::ProgramStream || Is({"h264"});
+}
+
 bool Container::TellsEnds() const
 {
     return IsOgg();

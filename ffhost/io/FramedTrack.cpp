@@ -4,6 +4,7 @@
 #include "Proc/Filters/Filters/FilterBitStream.h"
 #include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/PassThrough.h"
+#include "ffhost/io/FieldJoiner.h"
 #include "ffhost/io/ParameterSets.h"
 
 extern "C"
@@ -158,7 +159,8 @@ SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
 
 FramedTrack::FramedTrack(const SP<IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Muxer& muxer,
                          const TrackInfo& info)
-    : gate(new PacketGate(stream, format, ChooseFraming(*format, muxer, info), muxer.GetPath())),
+    : gate(new PacketGate(muxer.TakesFields() ? stream : FieldJoiner::Create(stream, info, format), format,
+                          ChooseFraming(*format, muxer, info), muxer.GetPath())),
       framed(FilterBitStream::Create(gate, gate->GetFraming()))
 {
 }

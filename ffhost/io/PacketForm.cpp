@@ -64,6 +64,13 @@ bool IsSlice(int codec, const Nalu& unit)
     return codec == AV_CODEC_ID_H264 ? type >= H264_NALU_SLICE && type <= H264_NALU_IDR : type < 32;
 }
 
+/// first_mb_in_slice of 0, first_slice_segment_in_pic_flag: the bit behind the unit's header.
+bool BeginsPicture(int codec, const Nalu& slice)
+{
+    const size_t header = codec == AV_CODEC_ID_H264 ? 1 : 2;
+    return slice.second > header && (slice.first[header] & 0x80) != 0;
+}
+
 } // namespace
 
 PacketForm::PacketForm(const TrackInfo& track)
@@ -104,15 +111,21 @@ void PacketForm::Add(const Proc::IDataPacket& packet, avTime time, std::vector<P
 {
     if (IsLinear())
         return AddSamples(packet, time, prints);
-    uint64_t hash = 0;
-    size_t size = 0;
-    for (const Bytes& bytes : FindContent(packet))
+    const std::vector<Picture> pictures = FindContent(packet);
+    const avTime length = packet.GetDuration() / std::max<avTime>(static_cast<avTime>(pictures.size()), 1);
+    for (const Picture& picture : pictures)
     {
-        hash = Combine(hash, HashOf(bytes.first, bytes.second));
-        size += bytes.second;
+        uint64_t hash = 0;
+        size_t size = 0;
+        for (const Bytes& bytes : picture)
+        {
+            hash = Combine(hash, HashOf(bytes.first, bytes.second));
+            size += bytes.second;
+        }
+        if (size > 0)
+            prints.push_back({hash, time, length});
+        time = AddTime(time, length);
     }
-    if (size > 0)
-        prints.push_back({hash, time, packet.GetDuration()});
 }
 
 void PacketForm::Finish(std::vector<PacketPrint>& prints)
@@ -122,7 +135,7 @@ void PacketForm::Finish(std::vector<PacketPrint>& prints)
         prints.push_back(stretch);
 }
 
-std::vector<PacketForm::Bytes> PacketForm::FindContent(const Proc::IDataPacket& packet) const
+std::vector<PacketForm::Picture> PacketForm::FindContent(const Proc::IDataPacket& packet) const
 {
     const uint8_t* data = packet.GetData();
     const auto size = static_cast<size_t>(packet.GetSize());
@@ -131,10 +144,10 @@ std::vector<PacketForm::Bytes> PacketForm::FindContent(const Proc::IDataPacket& 
     if (codec == AV_CODEC_ID_MOV_TEXT && size == 2 && data[0] == 0 && data[1] == 0)
         return {};
     const size_t head = codec == AV_CODEC_ID_AAC ? GetADTSHeaderSize(data, size) : 0;
-    return {{data + std::min(head, size), size - std::min(head, size)}};
+    return {{{data + std::min(head, size), size - std::min(head, size)}}};
 }
 
-std::vector<PacketForm::Bytes> PacketForm::FindSlices(const Proc::IDataPacket& packet) const
+std::vector<PacketForm::Picture> PacketForm::FindSlices(const Proc::IDataPacket& packet) const
 {
     const uint8_t* data = packet.GetData();
     const auto size = static_cast<size_t>(packet.GetSize());
@@ -150,11 +163,18 @@ std::vector<PacketForm::Bytes> PacketForm::FindSlices(const Proc::IDataPacket& p
     {
         units.clear();
     }
-    std::erase_if(units, [&](const Nalu& unit) { return !IsSlice(codec, unit); });
-    for (auto& [start, length] : units)
-        while (length > 0 && start[length - 1] == 0)
-            --length;
-    return units.empty() ? std::vector<Bytes>{{data, size}} : units;
+    std::vector<Picture> pictures;
+    for (Nalu unit : units)
+    {
+        if (!IsSlice(codec, unit))
+            continue;
+        if (pictures.empty() || BeginsPicture(codec, unit))
+            pictures.emplace_back();
+        while (unit.second > 0 && unit.first[unit.second - 1] == 0)
+            --unit.second;
+        pictures.back().push_back(unit);
+    }
+    return pictures.empty() ? std::vector<Picture>{{{data, size}}} : pictures;
 }
 
 // A stretch ends where the last samples say so, wherever it began: two files agree again right behind a difference.

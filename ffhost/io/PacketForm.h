@@ -19,7 +19,7 @@ struct PacketPrint
 /// The packets of a track in a form that does not depend on the container, so that those of two files can be held
 /// against each other:
 /// - AAC counts without ADTS headers,
-/// - of H.264 and HEVC the slices count, without their lengths or start codes,
+/// - of H.264 and HEVC the slices count, without their lengths or start codes, and of two fields each by itself,
 /// - linear samples, which every container splits its own way, count in stretches that the samples themselves delimit,
 /// - the nothing that ends a timed text is left out, as are packets without bytes.
 class TESSOR_API PacketForm
@@ -45,8 +45,10 @@ public:
 private:
     using Bytes = std::pair<const uint8_t*, size_t>;
 
-    std::vector<Bytes> FindContent(const Proc::IDataPacket& packet) const;
-    std::vector<Bytes> FindSlices(const Proc::IDataPacket& packet) const;
+    using Picture = std::vector<Bytes>;
+
+    std::vector<Picture> FindContent(const Proc::IDataPacket& packet) const;
+    std::vector<Picture> FindSlices(const Proc::IDataPacket& packet) const;
     void AddSamples(const Proc::IDataPacket& packet, avTime time, std::vector<PacketPrint>& prints);
     avTime LengthOf(size_t samples) const;
 

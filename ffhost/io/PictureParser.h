@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Fnd/RefCount.h"
+#include "media/IBlob.h"
+
 #include <cstdint>
 #include <memory>
 
@@ -15,18 +18,29 @@ namespace Tessor::Host
 class PictureParser
 {
 public:
-    explicit PictureParser(const AVCodecParameters& parameters);
+    /// `header` is that of the packets where they do not go by the one of `parameters`.
+    explicit PictureParser(const AVCodecParameters& parameters, const SP<const Proc::IBlob>& header = nullptr);
+
+    enum class Field
+    {
+        Neither, ///< a frame, or unknown
+        Top,
+        Bottom,
+    };
 
     struct Picture
     {
         bool bidirectional = false; ///< shown where it is decoded, not kept for others
         int64_t order = 0; ///< H.264 and HEVC: rises in display order from one instantaneous refresh to the next
+        Field field = Field::Neither;
     };
     Picture Look(const AVPacket& packet);
     /// Display order is told by Picture::order rather than by the types.
     bool HasOrder() const { return hasOrder; }
 
 private:
+    void SetHeader(const Proc::IBlob& header);
+
     struct Deleter
     {
         void operator()(AVCodecContext* context) const;
