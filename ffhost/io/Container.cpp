@@ -81,6 +81,10 @@ const std::set<AVCodecID> ASF_CODECS = {
     AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
 };
 
+/// Readers of WAVE find no bounds of packets, and nothing in these tells them.
+const std::set<AVCodecID> NEVER_IN_WAVE = {AV_CODEC_ID_AAC,   AV_CODEC_ID_FLAC,  AV_CODEC_ID_OPUS,  AV_CODEC_ID_VORBIS,
+                                           AV_CODEC_ID_SPEEX, AV_CODEC_ID_WMAV1, AV_CODEC_ID_WMAV2, AV_CODEC_ID_WMAPRO};
+
 /// How many bits a pixel has is told by QuickTime's description of samples, of which Matroska keeps too little.
 const std::set<AVCodecID> NEVER_IN_MATROSKA = {AV_CODEC_ID_QTRLE, AV_CODEC_ID_8BPS};
 
@@ -216,6 +220,8 @@ bool Container::KnowsCodec(AVCodecID codec) const
         return AVI_CODECS.count(codec) != 0;
     if (family == Family::Asf)
         return ASF_CODECS.count(codec) != 0;
+    if (Is({"wav", "w64"}) && NEVER_IN_WAVE.count(codec) != 0)
+        return false;
     if (IsMatroska() && NEVER_IN_MATROSKA.count(codec) != 0)
         return false;
     // Where libavformat doesn't know, the trial of a header decides.
@@ -284,7 +290,7 @@ bool Container::SharesTimes() const
     return family == Family::TransportStream;
 }
 
-bool Container::TakesFields() const
+bool Container::IsByteStream() const
 {
     return family == Family::TransportStream || family == Family::ProgramStream || Is({"h264"});
 }

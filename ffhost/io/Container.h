@@ -86,8 +86,9 @@ public:
     bool SharesTimes() const;
     /// Readers do not know a file of a few packets for what it is. (That with 192 bytes a packet holds larger ones.)
     bool NeedsLength() const { return family == Family::TransportStream && !bluRay; }
-    /// Packets are parts of one stream of bytes, and not what is indexed, counted or timed: fields may stand alone.
-    bool TakesFields() const;
+    /// Packets are parts of one stream of bytes, and not what is indexed, counted or timed: fields may stand alone, and
+    /// headers lie among the packets.
+    bool IsByteStream() const;
     /// Only the ends of groups of packets are timed.
     bool TellsEnds() const;
     /// Readers take the first packet of the codec for the beginning of time, and do not look back from the end that its

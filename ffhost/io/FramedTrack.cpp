@@ -1,11 +1,13 @@
 #include "ffhost/io/FramedTrack.h"
 
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/Filters/Filters/FilterBitStream.h"
 #include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/io/FieldJoiner.h"
 #include "ffhost/io/ParameterSets.h"
+#include "media/IFormatCodecVideo.h"
 
 extern "C"
 {
@@ -30,6 +32,17 @@ SettingsFilterBitStream ChooseFraming(const Conf::IFormatCodec& format, const Mu
     const SP<const IBlob> header = format.GetExtradata();
     const bool known = (header && header->Size() > 0) || info.type != MediaType::Video;
     return SettingsFilterBitStream(known ? muxer.GetFraming(info) : SettingsFilterBitStream::STREAM_FORMAT_UNCHANGED);
+}
+
+/// Whether a video object layer's header (ISO/IEC 14496-2, start codes 0x20 to 0x2F) stands before the picture.
+bool DescribesLayer(const SP<IDataPacket>& packet)
+{
+    const SP<const IBlob> header = CodecParsers::MPEG4_GetPacketHeaders(packet);
+    const uint8_t* const data = header->Data();
+    for (size_t i = 3; i < header->Size(); ++i)
+        if (data[i - 3] == 0 && data[i - 2] == 0 && data[i - 1] == 1 && data[i] >> 4 == 2)
+            return true;
+    return false;
 }
 
 /// Sound of ADTS that loses its headers: two frames in a row of another configuration (ISO/IEC 13818-7, 6.2.1) than the
@@ -80,9 +93,9 @@ class PacketGate final : public PassThrough<IStreamRaw>, public RefCountImpl
 {
 public:
     PacketGate(const SP<IStreamRaw>& source, const SP<Conf::IFormatCodec>& format,
-               const SettingsFilterBitStream& settings, const std::string& output)
-        : PassThrough(source, "PacketGate", FRAME_ALLOC_NONE), settings(settings), format(format),
-          sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, output),
+               const SettingsFilterBitStream& settings, const Muxer& muxer)
+        : PassThrough(source, "PacketGate", FRAME_ALLOC_NONE), settings(settings), headersInBand(muxer.IsByteStream()),
+          format(format), sets(format->GetCodecID(), format->GetExtradata()), adts(*format, settings, muxer.GetPath()),
           announced(sets.GetVersion())
     {
     }
@@ -102,9 +115,11 @@ public:
 private:
     SP<IDataPacket> ReadInternal() override { return std::exchange(fetched, nullptr); }
 
+    SP<IDataPacket> AddHeader(const SP<IDataPacket>& packet) const;
     SP<IDataPacket> FollowSets(const SP<IDataPacket>& packet);
 
     const SettingsFilterBitStream settings;
+    const bool headersInBand;      // the container has no other place for them
     SP<Conf::IFormatCodec> format; // with the header in force when that is the filter's to write
     ParameterSets sets;
     AdtsWatch adts;
@@ -130,7 +145,7 @@ bool PacketGate::Fetch()
     delivered = true;
     if (!accepted)
         Throw<Exception>(TESSOR_HERE, "A frame of another configuration.");
-    fetched = FollowSets(packet);
+    fetched = FollowSets(AddHeader(packet));
     const bool stale = settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_ANNEX_B &&
                        fetched->IsKeyFrame() && announced != sets.GetVersion();
     if (!stale)
@@ -139,6 +154,15 @@ bool PacketGate::Fetch()
     format->SetExtradata(sets.MakeHeader());
     announced = sets.GetVersion();
     return true;
+}
+
+/// Without a header of its own an MPEG-4 stream is nothing that a decoder could begin with.
+SP<IDataPacket> PacketGate::AddHeader(const SP<IDataPacket>& packet) const
+{
+    const bool mpeg4 = format->GetCodecID() == Conf::IFormatCodecVideo::CODEC_ID_MPEG4;
+    if (!headersInBand || !mpeg4 || !packet->IsKeyFrame() || !format->GetExtradata())
+        return packet;
+    return DescribesLayer(packet) ? packet : CodecParsers::MPEG4_AddPacketHeader(packet, format->GetExtradata());
 }
 
 /// The packet with the sets in force, where a decoder that enters there would look for them in vain.
@@ -159,8 +183,8 @@ SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
 
 FramedTrack::FramedTrack(const SP<IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Muxer& muxer,
                          const TrackInfo& info)
-    : gate(new PacketGate(muxer.TakesFields() ? stream : FieldJoiner::Create(stream, info, format), format,
-                          ChooseFraming(*format, muxer, info), muxer.GetPath())),
+    : gate(new PacketGate(muxer.IsByteStream() ? stream : FieldJoiner::Create(stream, info, format), format,
+                          ChooseFraming(*format, muxer, info), muxer)),
       framed(FilterBitStream::Create(gate, gate->GetFraming()))
 {
 }

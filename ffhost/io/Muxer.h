@@ -33,8 +33,8 @@ public:
     /// The framing that packets of the track have to come in.
     virtual Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const = 0;
 
-    /// Whether a packet may be a field of a picture.
-    virtual bool TakesFields() const = 0;
+    /// Whether a packet may be a field of a picture, and headers have to lie among the packets.
+    virtual bool IsByteStream() const = 0;
 
     /// A track like the source's, with the format that the packets really have. `format` may be null: the source's.
     /// Returns the number to write under. `sparse`: the interleaving does not wait for it.

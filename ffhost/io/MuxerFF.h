@@ -29,7 +29,7 @@ public:
     const std::string& GetPath() const override { return path; }
     bool CanCarry(const TrackInfo& track) const override;
     Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
-    bool TakesFields() const override { return container.TakesFields(); }
+    bool IsByteStream() const override { return container.IsByteStream(); }
     int AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) override;
     void SetTags(const Tags& newTags) override { tags = newTags; }
     void SetChapters(const std::vector<ChapterInfo>& newChapters) override { chapters = newChapters; }

@@ -113,6 +113,35 @@ TEST_F(Program, CoversStayCovers)
     }
 }
 
+// What readers would not find again is left out; what they can't decode without its header gets that.
+TEST_F(Program, WhatIsCarriedComesBack)
+{
+    const struct
+    {
+        const char *source, *output;
+        int items; // that come back of the first track; 0: the track is left out
+    } rows[] = {{"-i $S/mpeg4.mp4 -map 0:v -c copy", "o.ts", 200},
+                {"-f lavfi -i testsrc2=s=64x64:d=1 -c:v mjpeg", "o.ts", 0},
+                {"-f lavfi -i sine=d=1 -c:a aac", "o.wav", 0},
+                {"-f lavfi -i sine=d=1:r=16000 -c:a libspeex", "o.wav", 0},
+                {"-f lavfi -i sine=d=1:r=48000 -c:a ac3", "o.wav", 32}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.source);
+        const Outcome made = RunCommand(std::string("ffmpeg -v error -y ") + row.source + " in.mkv");
+        ASSERT_EQ(made.status, 0) << made.err;
+        const Outcome repacked = Run(std::string("repack in.mkv ") + row.output + " -y");
+        EXPECT_EQ(repacked.status, row.items == 0) << repacked.err;
+        EXPECT_EQ(repacked.err.find("can carry none of the tracks") != std::string::npos, row.items == 0);
+        if (row.items == 0)
+            continue;
+        const Outcome found =
+            RunCommand(std::string("ffprobe -v error -count_frames -show_entries stream=nb_read_frames -of csv=p=0 ") +
+                       row.output + " | head -1");
+        EXPECT_EQ(std::atoi(found.out.c_str()), row.items) << found.out;
+    }
+}
+
 // Packets of TrueHD are shorter than a tick of Matroska, and several share a stamp.
 TEST_F(Program, PacketsShorterThanATickKeepTheirTimes)
 {
