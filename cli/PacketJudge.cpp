@@ -53,6 +53,26 @@ avTime OffBy(avTime expected, avTime found, avTime shift)
     return found - expected - shift;
 }
 
+bool IsIn(const std::vector<Range>& ranges, avTime time)
+{
+    return std::any_of(ranges.begin(), ranges.end(),
+                       [=](const Range& range) { return time >= range.start && time < range.end; });
+}
+
+/// Takes out times that lie in loose ones, `most` at most, and tells how many.
+size_t TakeLoose(std::vector<avTime>& times, size_t most, avTime shifted, const std::vector<Range>& loose)
+{
+    size_t taken = 0;
+    std::erase_if(times,
+                  [&](avTime time)
+                  {
+                      const bool take = taken < most && time != NoTime && IsIn(loose, time - shifted);
+                      taken += take;
+                      return take;
+                  });
+    return taken;
+}
+
 void Append(std::string& text, long long count, const char* what)
 {
     if (count > 0)
@@ -81,26 +101,6 @@ PacketVerdict PacketJudge::Judge(std::vector<PacketPrint> expected, std::vector<
     return verdict;
 }
 
-bool PacketJudge::IsLoose(avTime time) const
-{
-    return std::any_of(loose.begin(), loose.end(),
-                       [=](const Range& range) { return time >= range.start && time < range.end; });
-}
-
-/// Takes out loose times, `most` at most, and tells how many.
-size_t PacketJudge::TakeLoose(Times& times, size_t most, avTime shifted) const
-{
-    size_t taken = 0;
-    std::erase_if(times,
-                  [&](avTime time)
-                  {
-                      const bool take = taken < most && time != NoTime && IsLoose(time - shifted);
-                      taken += take;
-                      return take;
-                  });
-    return taken;
-}
-
 void PacketJudge::JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const
 {
     Times absent, surplus;
@@ -119,8 +119,8 @@ void PacketJudge::JudgeEqual(const Times& expected, const Times& found, PacketVe
         f += off <= tolerance;
     }
     const size_t moved = std::min(absent.size(), surplus.size());
-    verdict.adjusted += static_cast<long long>(TakeLoose(absent, absent.size() - moved, 0) +
-                                               TakeLoose(surplus, surplus.size() - moved, shift));
+    verdict.adjusted += static_cast<long long>(TakeLoose(absent, absent.size() - moved, 0, loose.leftOut) +
+                                               TakeLoose(surplus, surplus.size() - moved, shift, loose.putIn));
     for (size_t i = 0; i < moved; ++i)
         verdict.worstTimeErrorMs =
             std::max(verdict.worstTimeErrorMs, std::abs(Seconds(OffBy(absent[i], surplus[i], shift))) * 1000);

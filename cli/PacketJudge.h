@@ -26,14 +26,20 @@ struct PacketVerdict
     std::string DescribeFaults() const;
 };
 
+/// Where packets may be adjusted, in the time of the expected ones.
+struct LooseTime
+{
+    std::vector<Range> leftOut; ///< expected ones that begin there may be missing
+    std::vector<Range> putIn;   ///< what is found there may be more than is expected
+};
+
 /// Holds packets against each other by what they carry and by their place. Packets that carry the same, like silence,
 /// are taken for the ones that lie where they do.
 class PacketJudge
 {
 public:
     /// `shift`: how much later than expected the whole file lies. `tolerance`: how far a packet may lie from its place.
-    /// `loose`: where packets may be left out or put in, in the time of the expected ones.
-    PacketJudge(avTime shift, avTime tolerance, std::vector<Range> loose)
+    PacketJudge(avTime shift, avTime tolerance, LooseTime loose)
         : shift(shift), tolerance(tolerance), loose(std::move(loose))
     {
     }
@@ -47,12 +53,10 @@ public:
 private:
     using Times = std::vector<avTime>;
 
-    bool IsLoose(avTime time) const;
-    size_t TakeLoose(Times& times, size_t most, avTime shifted) const;
     void JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const;
 
     const avTime shift, tolerance;
-    const std::vector<Range> loose;
+    const LooseTime loose;
 };
 
 } // namespace Tessor::Cli

@@ -110,13 +110,11 @@ avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t
     return std::max(rounding, tick);
 }
 
-/// Where packets may be left out or put in: at seams and in gaps, of sound that is counted, and of linear samples,
-/// which are kept or not by packets that have other bounds when reading begins elsewhere.
-std::vector<Range> FindLooseTime(const PlainTrack& track, const PlainTrack& partner, const KeptTime& kept)
+/// Linear samples are kept or not by packets that have other bounds when reading begins elsewhere, and may be cut or
+/// filled up at seams and in gaps.
+LooseTime FindLooseSamples(const PlainTrack& track, const PlainTrack& partner, const KeptTime& kept)
 {
     std::vector<Range> loose;
-    if (!track.linear && !Host::PacketForm::IsCounted(partner.info))
-        return loose;
     const avTime reach = 3 * std::max(track.longest, partner.longest);
     loose.push_back({-MAX_DURATION, 0}); // what fills the time to a late start
     for (const avTime seam : kept.GetSeams())
@@ -127,7 +125,32 @@ std::vector<Range> FindLooseTime(const PlainTrack& track, const PlainTrack& part
         if (track.packets[i].time > end + rounding)
             loose.push_back({end - reach, track.packets[i].time + reach});
     }
+    return {loose, loose};
+}
+
+/// Whole packets that are counted are put in where expected ones leave a hole, and left out where they overlap. Each
+/// may lie off its place by half of one.
+LooseTime FindLoosePackets(const PlainTrack& track)
+{
+    LooseTime loose;
+    avTime end = -MAX_DURATION;
+    for (const Host::PacketPrint& print : track.packets)
+    {
+        const avTime half = print.length / 2 + rounding;
+        if (print.time > end + rounding)
+            loose.putIn.push_back({end - half, print.time});
+        if (print.time < end - rounding)
+            loose.leftOut.push_back({end - print.length - rounding, end});
+        end = print.time + print.length;
+    }
     return loose;
+}
+
+LooseTime FindLooseTime(const PlainTrack& track, const PlainTrack& partner, const KeptTime& kept)
+{
+    if (track.linear)
+        return FindLooseSamples(track, partner, kept);
+    return Host::PacketForm::IsCounted(partner.info) ? FindLoosePackets(track) : LooseTime{};
 }
 
 class Verification
