@@ -1,5 +1,6 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "media/BlobFF.h"
 #include "media/DataPacketFF.h"
 #include "media/IFormatCodecVideo.h"

@@ -1,4 +1,5 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "media/DataPacketFF.h"
 
 extern "C"

@@ -2,7 +2,7 @@
 
 #include "cli/FilterCatalog.h"
 #include "cli/MuxPump.h"
-#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/TrackEncoding.h"
 
 #include <atomic>
 #include <deque>

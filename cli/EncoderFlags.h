@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/OptionTable.h"
-#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/TrackEncoding.h"
 
 namespace Tessor::Cli
 {

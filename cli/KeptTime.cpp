@@ -1,5 +1,7 @@
 #include "cli/KeptTime.h"
 
+#include "Proc/Settings/SettingsFilterCutController.h"
+
 namespace Tessor::Cli
 {
 

@@ -2,7 +2,7 @@
 
 #include "cli/Progress.h"
 #include "cli/Statistics.h"
-#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/TrackEncoding.h"
 #include "ffhost/io/Demuxer.h"
 #include "ffhost/io/FramedTrack.h"
 #include "ffhost/io/Muxer.h"

@@ -3,7 +3,7 @@
 #include "cli/FilterCatalog.h"
 #include "cli/Progress.h"
 #include "cli/Statistics.h"
-#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/TrackEncoding.h"
 
 #include <string>
 #include <vector>

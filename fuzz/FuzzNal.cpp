@@ -1,5 +1,6 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/H264PTSRestorer.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "fuzz/FuzzTools.h"
 #include "media/IFormatCodecVideo.h"

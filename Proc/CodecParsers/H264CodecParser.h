@@ -2,7 +2,7 @@
 
 #include "Proc/CodecParsers/H264Levels.h"
 #include "Proc/CodecParsers/H264ParameterSets.h"
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
+#include "Proc/CodecParsers/Nalu.h"
 #include "media/IBlob.h"
 #include "media/IDataPacket.h"
 

@@ -2,6 +2,7 @@
 
 #include "Fnd/DataOutputString.h"
 #include "Proc/CodecParsers/HEVCParameterSetSyntax.h"
+#include "Proc/CodecParsers/LengthPrefixes.h"
 #include "Proc/CodecParsers/NaluTools.h"
 #include "Proc/CodecParsers/RBSPInput.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "Proc/CodecParsers/HEVCParameterSets.h"
+#include "Proc/CodecParsers/Nalu.h"
 #include "media/IBlob.h"
 #include "media/IDataPacket.h"
 

@@ -1,5 +1,6 @@
 #include "Proc/CodecParsers/NaluTools.h"
 
+#include "Fnd/Exception.h"
 #include "Proc/CodecParsers/PacketTools.h"
 
 #include <algorithm>

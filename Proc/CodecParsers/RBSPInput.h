@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fnd/DataInputMemory.h"
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
+#include "Proc/CodecParsers/Nalu.h"
 
 namespace Tessor::Proc::CodecParsers
 {

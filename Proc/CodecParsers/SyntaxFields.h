@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/CodecParsers/H264_HEVC_Common.h"
+#include "Proc/CodecParsers/Nalu.h"
 
 namespace Tessor::Proc::CodecParsers
 {

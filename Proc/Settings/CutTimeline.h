@@ -1,7 +1,9 @@
 #pragma once
 
-#include "Proc/Settings/SettingsFilterCutController.h"
+#include "Fnd/Export.h"
+#include "Proc/Settings/CutInterval.h"
 
+#include <deque>
 #include <vector>
 
 namespace Tessor::Proc
@@ -12,7 +14,7 @@ namespace Tessor::Proc
 class TESSOR_API CutTimeline
 {
 public:
-    using Interval = SettingsFilterCutController::Interval;
+    using Interval = CutInterval;
 
     explicit CutTimeline(const std::deque<Interval>& intervals);
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fnd/Property/Property.h"
-#include "Fnd/Time.h"
+#include "Proc/Settings/CutInterval.h"
 #include "Proc/Settings/Settings.h"
 
 #include <cstdint>
@@ -36,15 +36,7 @@ public:
     inline static const std::string KEY_DELETED = "deleted";
     inline static const std::string KEY_STREAM_INDEX = "streamIndex";
 
-    struct Interval
-    {
-        avTime start = 0;
-        avTime end = 0;
-        avTime shift = NoTime; ///< carried along
-        bool deleted = false;
-
-        bool operator==(const Interval&) const = default;
-    };
+    using Interval = CutInterval;
 
     /// One deleted interval from 0 to 30 days: callers add what stays.
     SettingsFilterCutController();

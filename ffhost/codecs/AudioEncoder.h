@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Proc/StreamTemplates/IStreamAudio.h"
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketEncoder.h"
 #include "ffhost/codecs/TrackEncoder.h"

@@ -2,7 +2,6 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
-#include "ffhost/codecs/PictureTraits.h"
 #include "media/BlobFF.h"
 #include "media/IFormatCodecVideo.h"
 
@@ -45,15 +44,6 @@ AVCodecID FindCodecID(const Core::Property& format)
         return AV_CODEC_ID_HEVC;
     const AVCodecDescriptor* descriptor = avcodec_descriptor_get_by_name(name.c_str());
     return descriptor ? descriptor->id : AV_CODEC_ID_NONE;
-}
-
-void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context)
-{
-    PictureTraits::Of(format).ApplyTo(context);
-    if (!format.ChildExists(IFormatCodecVideo::TAG_FPS))
-        return;
-    const Core::Property::Ratio rate = format[IFormatCodecVideo::TAG_FPS].GetRatio();
-    context.framerate = {static_cast<int>(rate.numerator()), static_cast<int>(rate.denominator())};
 }
 
 void SetFrameRate(AVCodecContext& context, const Core::Property& format)

@@ -39,9 +39,6 @@ std::string GetText(const Core::Property& tree, const std::string& tag);
 /// Where the track of a format ends; the file, which a source without an end of its own tells of, may last longer.
 avTime GetTrackDuration(const Core::Property& format, avTime sourceDuration);
 
-/// Colours, sample aspect and frame rate of a format's tree, where they are set.
-void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context);
-
 /// Frames are numbered, so that a tick is a frame: the rate of a format's tree, 25 where that tells none. Codecs that
 /// know certain rates only get the nearest.
 void SetFrameRate(AVCodecContext& context, const Core::Property& format);

@@ -3,7 +3,7 @@
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideoDecoder.h"
 #include "Proc/StreamTemplates/PassThrough.h"
-#include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/codecs/DecoderOptions.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/PictureTraits.h"
 #include "media/DataVideoFF.h"

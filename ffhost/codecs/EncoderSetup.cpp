@@ -4,6 +4,7 @@
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/PictureTraits.h"
 
 extern "C"
 {

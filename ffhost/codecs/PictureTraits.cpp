@@ -83,4 +83,13 @@ void PictureTraits::Settle(AVFrame& picture) const
     picture.top_field_first = fields == AV_FIELD_TT || fields == AV_FIELD_BT;
 }
 
+void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context)
+{
+    PictureTraits::Of(format).ApplyTo(context);
+    if (!format.ChildExists(IFormatCodecVideo::TAG_FPS))
+        return;
+    const Core::Property::Ratio rate = format[IFormatCodecVideo::TAG_FPS].GetRatio();
+    context.framerate = {static_cast<int>(rate.numerator()), static_cast<int>(rate.denominator())};
+}
+
 } // namespace Tessor::Host

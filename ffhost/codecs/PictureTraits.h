@@ -32,4 +32,8 @@ struct PictureTraits
     void Settle(AVFrame& picture) const;
 };
 
+/// What a format's tree says of its pictures, and their rate, to a codec that is not open yet; what it leaves open
+/// stays.
+void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context);
+
 } // namespace Tessor::Host

@@ -1,14 +1,12 @@
 #pragma once
 
 #include "Fnd/Export.h"
-#include "Proc/StreamTemplates/IStreamAudio.h"
-#include "Proc/StreamTemplates/IStreamVideo.h"
-#include "ffhost/io/MediaInfo.h"
 #include "host/IEncoder.h"
 
 #include <memory>
 #include <string>
-#include <vector>
+
+struct AVCodecParameters;
 
 namespace Tessor::Host
 {
@@ -33,32 +31,5 @@ struct EncoderOptions
     bool runIn = true;     ///< what comes before the first sample may be written; it is left out otherwise
     bool header = true;    ///< the header stands in front of the packets, not among them
 };
-
-/// The options completed for a file of that name: its container's usual encoder, and where its header belongs. Throws
-/// CodecFactoryException for an encoder that is missing, of the other kind or that the container can't carry, with the
-/// names of those that there are.
-TESSOR_API EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted);
-
-/// Whether a file of that name has a place for tracks of that kind.
-TESSOR_API bool HasPlaceFor(const std::string& path, MediaType type);
-
-/// The pixel formats that an encoder takes and that suit a source: those with alpha for sources with alpha, where there
-/// are some; of the others all that keep what it has, 4:2:0 for sources that are no YUV. Empty for any.
-TESSOR_API std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source);
-
-/// The size nearest to a picture's, and not above it, that an encoder takes in that pixel format.
-TESSOR_API Conf::FrameInfo FitSize(const std::string& encoder, PixFmt format, Conf::FrameInfo size);
-
-/// The format of samples nearest to the source's that an encoder takes.
-TESSOR_API Conf::SampleInfo FitSampleInfo(const std::string& encoder, const Conf::SampleInfo& source);
-
-/// One packet for each picture, with its times. The pictures have to be in a format and size that the encoder takes.
-/// Throws EncoderException when opening fails or the encoder does not know an option.
-TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamVideo>& source, const EncoderOptions& options);
-/// Packets whose times follow the samples, the first as much before the sound as the encoder delays it.
-TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamAudio>& source, const EncoderOptions& options);
-
-/// The source's track as a container is told of it when the encoder's packets stand for those of the source.
-TESSOR_API TrackInfo DescribeTrack(const TrackInfo& source, const TrackEncoder& encoder);
 
 } // namespace Tessor::Host

@@ -4,6 +4,7 @@
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
+#include "ffhost/codecs/PictureTraits.h"
 
 #include <algorithm>
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Proc/StreamTemplates/IStreamVideo.h"
 #include "ffhost/codecs/TrackEncoder.h"
 #include "ffhost/codecs/VideoSetup.h"
 

@@ -9,7 +9,7 @@
 namespace Tessor::Host
 {
 
-class DemuxerImpl final : public Demuxer, public RefCountImpl
+class DemuxerImpl final : public Demuxer, public ITrackOwner, public RefCountImpl
 {
 public:
     explicit DemuxerImpl(const std::string& path);
@@ -24,11 +24,10 @@ public:
     long long GetDamagedCount() const override;
     std::vector<LateStream> GetLateStreams() const override;
 
-    // What the track streams are made of.
-    SP<Proc::IDataPacket> Read(int track);
-    avTime GetPosition(int track);
-    void RequestSeek(int track, avTime target);
-    void DoSeek();
+    SP<Proc::IDataPacket> Read(int track) override;
+    avTime GetPosition(int track) override;
+    void RequestSeek(int track, avTime target) override;
+    void DoSeek() override;
 
 private:
     struct Reader

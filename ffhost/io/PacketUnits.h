@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Proc/CodecParsers/LengthPrefixes.h"
 #include "Proc/CodecParsers/NaluTools.h"
 #include "Proc/CodecParsers/StartCode.h"
 #include "media/IDataPacket.h"

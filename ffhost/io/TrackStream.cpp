@@ -3,7 +3,6 @@
 #include "Fnd/Statistics.h"
 #include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/Visitors.h"
-#include "ffhost/io/DemuxerImpl.h"
 
 namespace Tessor::Host
 {

@@ -1,19 +1,29 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStreamRaw.h"
+#include "ffhost/io/MediaInfo.h"
 
 #include <atomic>
 
 namespace Tessor::Host
 {
 
-class DemuxerImpl;
+/// What holds the tracks of a file, and keeps them as long as it lives.
+class ITrackOwner : public virtual IRefCountable
+{
+public:
+    virtual const MediaInfo& GetInfo() const = 0;
+    virtual SP<Proc::IDataPacket> Read(int track) = 0;
+    virtual avTime GetPosition(int track) = 0;
+    virtual void RequestSeek(int track, avTime target) = 0;
+    virtual void DoSeek() = 0;
+};
 
-/// A track of a file as a stream. It lives in its demuxer and counts on that one's count, so that either keeps both.
+/// A track of a file as a stream. It lives in its owner and counts on that one's count, so that either keeps both.
 class TrackStream final : public Proc::IStreamRaw
 {
 public:
-    TrackStream(DemuxerImpl& owner, int track) : owner(owner), track(track) {}
+    TrackStream(ITrackOwner& owner, int track) : owner(owner), track(track) {}
 
     long AddRef() const override;
     long GetRefCount() const override;
@@ -37,7 +47,7 @@ public:
     SP<Conf::IFormatCodec> GetFormatCodec() const override;
 
 private:
-    DemuxerImpl& owner;
+    ITrackOwner& owner;
     const int track;
     std::atomic<bool> terminated{false};
 };

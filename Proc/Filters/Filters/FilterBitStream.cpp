@@ -3,6 +3,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "Proc/Filters/Filters/FilterHelpers.h"
 #include "host/IEncoder.h"

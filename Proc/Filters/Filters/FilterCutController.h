@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Proc/Settings/CutTimeline.h"
+#include "Proc/Settings/SettingsFilterCutController.h"
 #include "Proc/StreamTemplates/IStreamController.h"
 #include "Proc/StreamTemplates/IStreamCutInterval.h"
 #include "host/ICodecFactory.h"

@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/Filters/Filters/RecodeSettings.h"

@@ -1,4 +1,4 @@
-#include "ffhost/codecs/TrackEncoder.h"
+#include "ffhost/codecs/TrackEncoding.h"
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Fnd/Time.h"
+
+#include <functional>
+
+namespace Tessor::Host
+{
+
+/// What decoders deliver.
+struct DecoderOptions
+{
+    /// Tells by its time whether a picture is wanted; null: all are. What decoders leave out is never seen behind them.
+    /// A cut that may fall between two pictures has to leave out those that begin before it: the filters behind would
+    /// keep them with a shorter duration.
+    std::function<bool(avTime)> wanted;
+    /// A picture that is shown again differs from the one before in the last bit of a sample, for consumers that fold
+    /// repeats, which are few: encoders do not see it.
+    bool distinct = true;
+};
+
+} // namespace Tessor::Host
