@@ -59,15 +59,20 @@ public:
     }
 
     /// How much later than expected tracks of the output lie, as told by all that is there once; NoTime when nothing
-    /// is.
+    /// is. Of pictures most have to be: those that were encoded anew may by chance be packets of another place.
     avTime FindShift(bool video) const
     {
         std::vector<avTime> shifts;
+        size_t packets = 0;
         for (size_t i = 0; i < source.size(); ++i)
-            if (partners[i] && IsVideo(source[i].info) == video)
-                for (const auto& [expected, found] : PacketJudge::FindUnique(source[i].packets, partners[i]->packets))
-                    shifts.push_back(found - expected);
-        if (shifts.empty())
+        {
+            if (!partners[i] || IsVideo(source[i].info) != video)
+                continue;
+            packets += source[i].packets.size();
+            for (const auto& [expected, found] : PacketJudge::FindUnique(source[i].packets, partners[i]->packets))
+                shifts.push_back(found - expected);
+        }
+        if (shifts.empty() || (video && shifts.size() < packets / 2))
             return NoTime;
         const auto middle = shifts.begin() + static_cast<std::ptrdiff_t>(shifts.size() / 2);
         std::nth_element(shifts.begin(), middle, shifts.end());
@@ -105,7 +110,7 @@ avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t
         return rounding + tick / 2;
     const avTime longest = output.longest;
     const bool countsPackets = info.type == MediaType::Audio && tick > rounding && tick >= longest / 2;
-    if (countsPackets || !Host::PacketForm::TellsTimes(file))
+    if (countsPackets || (!output.linear && !Host::PacketForm::TellsTimes(file)))
         return rounding + std::max(tick, longest) * static_cast<avTime>(pieces);
     return std::max(rounding, tick);
 }

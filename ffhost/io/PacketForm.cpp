@@ -13,6 +13,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace Tessor::Host
@@ -98,13 +99,16 @@ bool PacketForm::BeginsUntold(const MediaInfo& file, const TrackInfo& track)
     return file.container == "ogg" && track.parameters && track.parameters->codec_id == AV_CODEC_ID_FLAC;
 }
 
-// Elementary streams, whose containers are named after the codec.
+// Elementary streams do not, whose containers are named after the codec, and files of sound alone.
 bool PacketForm::TellsTimes(const MediaInfo& file)
 {
+    constexpr std::array<std::string_view, 6> soundAlone{"mp3", "wav", "w64", "aiff", "caf", "au"};
+    if (std::find(soundAlone.begin(), soundAlone.end(), file.container) != soundAlone.end())
+        return false;
     const AVInputFormat* format = av_find_input_format(file.container.c_str());
     const bool elementary = std::any_of(file.tracks.begin(), file.tracks.end(),
                                         [&](const TrackInfo& track) { return track.codecName == file.container; });
-    return !elementary && format && (format->flags & AVFMT_NOTIMESTAMPS) == 0 && file.container != "mp3";
+    return !elementary && format && (format->flags & AVFMT_NOTIMESTAMPS) == 0;
 }
 
 void PacketForm::Add(const Proc::IDataPacket& packet, avTime time, std::vector<PacketPrint>& prints)

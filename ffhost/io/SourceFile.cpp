@@ -64,6 +64,16 @@ bool HasUntimedPages(const AVFormatContext& context)
     return false;
 }
 
+/// WAVE and its kin are sought by bit rate, which is near enough where a sample has a whole number of bits only.
+bool IsSoughtByBitRate(const AVFormatContext& context)
+{
+    const std::string_view name = context.iformat->name;
+    if (name != "wav" && name != "w64" && name != "aiff" && name != "au")
+        return false;
+    const AVCodecID codec = context.streams[0]->codecpar->codec_id;
+    return av_get_bits_per_sample(codec) > 0 && av_get_exact_bits_per_sample(codec) == 0;
+}
+
 } // namespace
 
 void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
@@ -318,7 +328,7 @@ std::string SourceFile::GetHeaderFault(int stream) const
 
 bool SourceFile::IsElementary() const
 {
-    if (HasUntimedPages(*context))
+    if (HasUntimedPages(*context) || IsSoughtByBitRate(*context))
         return true;
     // Without an Xing table an MP3 file is sought by its bit rate only.
     return (context->iformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||

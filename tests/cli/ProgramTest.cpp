@@ -86,6 +86,7 @@ TEST_F(Program, PicturesStandForAnyTime)
          "0.1-0.5,0.9-1.7,2.1-2.5,2.8-3.1,3.4-3.5,4-4.9,5.3-5.8,6.1-6.7,7.2-7.3,7.7-8.9,9.2-", 37},
         {"testsrc2=r=25:d=4 -c:v mjpeg -bsf:v \"setts=ts=TS-40*eq(N\\,50)\"", "w.mkv", "1-1.5,1.96-2.4", 24},
         {"color=gray:r=25:d=4 -c:v libx264", "s.mp4", "0.52-1.2,1.6-2.4", 37},
+        {"color=red:r=25:d=6 -c:v mpeg2video -g 40 -bf 2", "s.ts", "0.5-2.3", 45},
     };
     for (const auto& row : rows)
     {

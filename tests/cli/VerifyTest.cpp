@@ -199,6 +199,7 @@ TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
         {"pcm_s16le", "a.mkv", {"b.avi", "b.mov"}},
         {"libmp3lame", "a.mkv", {"b.avi", "b.mp4", "b.mp3"}},
         {"libvorbis", "a.ogg", {"b.mkv", "b.ogg"}},
+        {"adpcm_ima_wav -block_size 1024", "a.wav", {"b.wav"}},
     };
     for (const auto& row : rows)
     {
