@@ -181,7 +181,8 @@ void Decoder::Deliver(const AVFrame& decoded)
     if (time != NoTime && leadInTimes.count(time))
         return;
     ++decodedCount;
-    FramePtr picture = Share(decoded, decoded.data[0] == lastPicture);
+    // What waits for an encoder shall not depend on what libavcodec goes on to do with its memory.
+    FramePtr picture = Share(decoded, options.distinct || decoded.data[0] == lastPicture);
     lastPicture = decoded.data[0];
     traits.Settle(*picture);
     const SP<DataVideoFF> frame = DataVideoFF::Create(picture.release());

@@ -23,11 +23,12 @@ namespace Tessor::Host
 /// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
 ///
-/// A still picture is delivered once for each time it was shown. Where pictures are to be distinct it then differs from
-/// the one before in the last bit of a sample, so that it stays a frame of the result for consumers that fold repeats.
+/// A still picture is delivered once for each time it was shown. Where pictures are to be distinct each lies in memory
+/// of its own, and one that is shown again differs from the one before in the last bit of a sample, so that it stays a
+/// frame of the result for consumers that fold repeats.
 ///
-/// Pictures lie where libavcodec decoded them, and it may still predict others from them: who changes one takes a copy.
-/// Two in a row never lie in the same place, even where libavcodec delivers one a second time.
+/// Otherwise they lie where libavcodec decoded them, and it may still predict others from them: who changes one takes a
+/// copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
 /// The format is the source's, extradata included, so that an encoder behind can match what the source was made with;
 /// pictures say of themselves what it says, as PictureTraits settles it.

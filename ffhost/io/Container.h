@@ -94,6 +94,8 @@ public:
     /// Readers take the first packet of the codec for the beginning of time, and do not look back from the end that its
     /// group tells.
     bool BeginsAtZero(AVCodecID codec) const { return IsOgg() && codec == AV_CODEC_ID_FLAC; }
+    /// At the end libavformat divides the length of a track by its packets, and makes none up.
+    bool DividesLength() const { return Is({"caf"}); }
     /// Pictures are counted, and libavformat fills no gaps between them.
     bool CountsPictures() const;
 

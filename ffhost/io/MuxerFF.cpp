@@ -553,8 +553,19 @@ void MuxerFF::Hand(AVPacket& packet)
 {
     if (program)
         program->Write(packet);
+    if (container.DividesLength())
+        MeasureLength(packet);
     const std::string what = "track " + std::to_string(TrackOf(packet).source.index);
     Run(what, [&] { return program ? 0 : av_write_frame(context.get(), &packet); });
+}
+
+/// All packets but the last last as long as it comes after the first.
+void MuxerFF::MeasureLength(const AVPacket& packet)
+{
+    AVStream& stream = *context->streams[packet.stream_index];
+    if (stream.start_time == AV_NOPTS_VALUE)
+        stream.start_time = packet.pts;
+    stream.duration = packet.pts - stream.start_time;
 }
 
 void MuxerFF::Flush()

@@ -91,6 +91,7 @@ private:
     void HandEmpty(int track, int64_t time);
     void FillUp();
     void Hand(AVPacket& packet);
+    void MeasureLength(const AVPacket& packet);
     void Flush();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
     template <class Call>

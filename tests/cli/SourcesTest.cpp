@@ -124,7 +124,8 @@ TEST_F(Program, WhatIsCarriedComesBack)
                 {"-f lavfi -i testsrc2=s=64x64:d=1 -c:v mjpeg", "o.ts", 0},
                 {"-f lavfi -i sine=d=1 -c:a aac", "o.wav", 0},
                 {"-f lavfi -i sine=d=1:r=16000 -c:a libspeex", "o.wav", 0},
-                {"-f lavfi -i sine=d=1:r=48000 -c:a ac3", "o.wav", 32}};
+                {"-f lavfi -i sine=d=1:r=48000 -c:a ac3", "o.wav", 32},
+                {"-f lavfi -i sine=d=1:r=48000 -c:a libopus", "o.caf", 51}};
     for (const auto& row : rows)
     {
         SCOPED_TRACE(row.source);
