@@ -214,7 +214,7 @@ TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
             const json verdict = Report(std::string("cut ") + row.source + " " + output +
                                         " -y --verify --keep 0.7-1.9,3.03-3.04,8-10.5")["verify"];
             EXPECT_EQ(verdict["good"], true) << verdict;
-            EXPECT_GT(verdict["tracks"][0]["expected_packets"], 100) << verdict;
+            EXPECT_GE(verdict["tracks"][0]["expected_packets"], 20) << verdict;
         }
     }
 }
