@@ -53,6 +53,14 @@ bool IsUsable(const AVCodec& codec)
            !(codec.capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID | AV_CODEC_CAP_EXPERIMENTAL));
 }
 
+/// Always, and not as one way of several.
+bool IsLossless(const AVCodec& codec)
+{
+    const AVCodecDescriptor* const description = avcodec_descriptor_get(codec.id);
+    constexpr int either = AV_CODEC_PROP_LOSSLESS | AV_CODEC_PROP_LOSSY;
+    return description && (description->props & either) == AV_CODEC_PROP_LOSSLESS;
+}
+
 /// Containers of one kind of track take their own codec, whatever libavformat doesn't know of others.
 bool MayCarry(const Container& container, const AVCodec& codec)
 {
@@ -210,8 +218,10 @@ std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source)
     }
     if (!transparent.empty() && PixFmtDescription::Find(source).HasAlpha())
         return transparent;
-    // Players take little else than 4:2:0, so that what has not been YUV becomes that.
-    if (description && !IsYuv(*description) && IsListed(known, AV_PIX_FMT_NONE, AV_PIX_FMT_YUV420P) &&
+    // Players take little else than 4:2:0, so that what has not been YUV becomes that, but for who wants to lose
+    // nothing.
+    if (description && !IsYuv(*description) && !IsLossless(GetEncoder(encoder)) &&
+        IsListed(known, AV_PIX_FMT_NONE, AV_PIX_FMT_YUV420P) &&
         !IsListed(known, AV_PIX_FMT_NONE, static_cast<AVPixelFormat>(source)))
         return {PixFmt::YUV420P};
     return formats;

@@ -21,7 +21,8 @@ TESSOR_API EncoderOptions ChooseEncoder(const std::string& path, MediaType type,
 TESSOR_API bool HasPlaceFor(const std::string& path, MediaType type);
 
 /// The pixel formats that an encoder takes and that suit a source: those with alpha for sources with alpha, where there
-/// are some; of the others all that keep what it has, 4:2:0 for sources that are no YUV. Empty for any.
+/// are some; of the others all that keep what it has, but 4:2:0 for sources that are no YUV where the encoder is not
+/// always lossless. Empty for any.
 TESSOR_API std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source);
 
 /// The size nearest to a picture's, and not above it, that an encoder takes in that pixel format.

@@ -189,7 +189,8 @@ TEST_F(Convert, DepthAndTransparencyAreKeptWhereTheyCanBe)
     RunCommand(
         "picture='-v error -f lavfi -i testsrc2=s=64x48:r=25:d=0.2'; "
         "ffmpeg $picture -vf format=rgba,colorchannelmixer=aa=0.5 -c:v png alpha.mov; "
-        "ffmpeg $picture -pix_fmt bgra -c:v ffv1 rgb.mkv; ffmpeg $picture -pix_fmt yuv420p10le -c:v ffv1 ten.mkv");
+        "ffmpeg $picture -pix_fmt bgra -c:v ffv1 rgb.mkv; ffmpeg $picture -pix_fmt yuv420p10le -c:v ffv1 ten.mkv; "
+        "ffmpeg $picture -pix_fmt rgb24 -c:v rawvideo plain.nut");
     const struct
     {
         const char *args, *format, *told;
@@ -199,6 +200,7 @@ TEST_F(Convert, DepthAndTransparencyAreKeptWhereTheyCanBe)
         {"alpha.mov out.mov --video-encoder prores_ks", "yuva444p12le", ""},
         {"alpha.mov out.mkv --video-encoder libx264", "yuvj420p", "libx264 carries no transparency"},
         {"ten.mkv out.mkv --video-encoder ffv1 --vf deinterlace", "yuv420p10le", ""},
+        {"plain.nut out.mkv --video-encoder ffv1", "bgr0", ""},
     };
     for (const auto& row : rows)
     {
