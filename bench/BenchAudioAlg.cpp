@@ -1,6 +1,6 @@
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "Proc/Algorithms/AudioAlg/AudioKernels.h"
-#include "media/DataAudioFF.h"
+#include "media/items/DataAudioFF.h"
 
 extern "C"
 {

@@ -1,9 +1,9 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/BlobFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

@@ -3,11 +3,11 @@
 #include "Proc/Settings/SettingsResizer.h"
 #include "bench/LoopStream.h"
 #include "effects/IOneInputEffect.h"
-#include "ffhost/EffectStream.h"
 #include "ffhost/registry/Host.h"
+#include "ffhost/streams/EffectStream.h"
 #include "host/ImplNames.h"
-#include "media/DataAudioFF.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataAudioFF.h"
+#include "media/items/DataVideoFF.h"
 
 extern "C"
 {

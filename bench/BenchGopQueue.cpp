@@ -1,7 +1,7 @@
 #include "Fnd/Exception.h"
-#include "Proc/Filters/Filters/StreamRawGOP.h"
+#include "Proc/Filters/Filters/Cutting/StreamRawGOP.h"
 #include "bench/LoopStream.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

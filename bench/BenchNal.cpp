@@ -1,6 +1,6 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

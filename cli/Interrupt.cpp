@@ -1,7 +1,5 @@
 #include "cli/Interrupt.h"
 
-#include "cli/UserError.h"
-
 #include <csignal>
 
 namespace Tessor::Cli
@@ -34,10 +32,9 @@ void CatchInterrupts()
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-void ThrowIfInterrupted()
+bool IsInterrupted()
 {
-    if (interrupted)
-        throw UserError(ExitCode::Interrupted, "interrupted");
+    return interrupted != 0;
 }
 
 } // namespace Tessor::Cli

@@ -1,12 +1,13 @@
 #include "cli/Program.h"
 
 #include "Fnd/Exception.h"
-#include "cli/Completion.h"
 #include "cli/Interrupt.h"
-#include "cli/ManPage.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
+#include "cli/options/Completion.h"
+#include "cli/options/ManPage.h"
 #include "ffhost/Log.h"
+#include "jobs/JobError.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/exception/diagnostic_information.hpp>
@@ -68,6 +69,22 @@ void SetUpLogging(const CommonOptions& common)
     google::SetLogDestination(google::GLOG_INFO, common.logFile.c_str());
 }
 
+ExitCode ExitCodeOf(Jobs::JobError::Kind kind)
+{
+    switch (kind)
+    {
+    case Jobs::JobError::BadRequest:
+        return ExitCode::Usage;
+    case Jobs::JobError::OutputExists:
+        return ExitCode::OutputExists;
+    case Jobs::JobError::Cancelled:
+        return ExitCode::Interrupted;
+    case Jobs::JobError::Failed:
+        break;
+    }
+    return ExitCode::Failed;
+}
+
 /// What the library throws in the middle of a job knows no files: it is told with the one that the job reads.
 std::string NameFile(Verb& verb, const std::string& text)
 {
@@ -95,6 +112,10 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     catch (const UserError& e)
     {
         return Fail(e.code, e.what());
+    }
+    catch (const Jobs::JobError& e)
+    {
+        return Fail(ExitCodeOf(e.kind), e.what());
     }
     catch (const Exception& e)
     {

@@ -1,5 +1,8 @@
 #include "cli/Progress.h"
 
+#include "cli/Interrupt.h"
+#include "jobs/Times.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <fmt/format.h>
@@ -24,7 +27,7 @@ Progress::~Progress()
         std::fputs("\r\033[K", stderr);
 }
 
-void Progress::Tell(double done, double mediaSeconds)
+void Progress::Tell(double done, avTime written)
 {
     if (form == Form::None)
         return;
@@ -34,17 +37,23 @@ void Progress::Tell(double done, double mediaSeconds)
         return;
     lastDrawn = now;
     drawn = form == Form::Bar;
-    Draw(done, mediaSeconds, false);
+    Draw(done, written, false);
 }
 
-void Progress::Finish(double mediaSeconds)
+void Progress::Finish(avTime written)
 {
     if (form == Form::Json)
-        Draw(1, mediaSeconds, true);
+        Draw(1, written, true);
 }
 
-void Progress::Draw(double done, double mediaSeconds, bool finished) const
+bool Progress::IsCancelled() const
 {
+    return IsInterrupted();
+}
+
+void Progress::Draw(double done, avTime written, bool finished) const
+{
+    const double mediaSeconds = Jobs::Seconds(written);
     done = std::clamp(done, 0.0, 1.0);
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
     const double rate = elapsed > 0 ? mediaSeconds / elapsed : 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Verb.h"
+#include "jobs/IProgress.h"
 
 #include <chrono>
 #include <string>
@@ -10,18 +11,17 @@ namespace Tessor::Cli
 
 /// Progress of a job on standard error: a bar with rate and time left on a terminal, or JSON lines. Redrawn a few
 /// times a second however often it is told.
-class Progress
+class Progress final : public Jobs::IProgress
 {
 public:
     Progress(const CommonOptions& common, std::string title);
-    ~Progress();
+    ~Progress() override;
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// `done` from 0 to 1; `mediaSeconds` is the media time written so far.
-    void Tell(double done, double mediaSeconds);
-    /// The job is complete.
-    void Finish(double mediaSeconds);
+    void Tell(double done, avTime written) override;
+    void Finish(avTime written) override;
+    bool IsCancelled() const override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -32,7 +32,7 @@ private:
         Json,
     };
 
-    void Draw(double done, double mediaSeconds, bool finished) const;
+    void Draw(double done, avTime written, bool finished) const;
     void DrawBar(double done, double rate, double left) const;
 
     const Form form;

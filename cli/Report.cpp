@@ -1,12 +1,14 @@
 #include "cli/Report.h"
 
-#include "cli/PropertyJson.h"
+#include "jobs/reports/PropertyJson.h"
 
 #include <fmt/format.h>
 #include <iostream>
 
 namespace Tessor::Cli
 {
+
+using namespace Jobs;
 
 namespace
 {

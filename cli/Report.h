@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/Statistics.h"
 #include "cli/Verb.h"
+#include "jobs/reports/Statistics.h"
 
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -15,6 +15,6 @@ using Json = nlohmann::ordered_json;
 /// schema in front, what `text` prints, or nothing. With -v the statistics follow. Warnings go to standard error; with
 /// a document they are part of it.
 void PrintReport(const CommonOptions& common, const std::function<Json()>& document, const std::function<void()>& text,
-                 const std::vector<std::string>& warnings = {}, const Statistics& statistics = {});
+                 const std::vector<std::string>& warnings = {}, const Jobs::Statistics& statistics = {});
 
 } // namespace Tessor::Cli

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/ExitCode.h"
-#include "cli/OptionTable.h"
+#include "cli/options/OptionTable.h"
 
 #include <memory>
 #include <string>

@@ -4,8 +4,8 @@
 #include "Fnd/RefCount.h"
 #include "Proc/Settings/Settings.h"
 #include "effects/TimeToProgress.h"
-#include "media/FrameAllocType.h"
-#include "media/IData.h"
+#include "media/items/FrameAllocType.h"
+#include "media/items/IData.h"
 
 #include <vector>
 

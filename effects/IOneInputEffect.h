@@ -1,10 +1,10 @@
 #pragma once
 
 #include "effects/IEffect.h"
-#include "media/IDataAudio.h"
-#include "media/IDataVideo.h"
-#include "media/IFormatCodecAudio.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/IDataAudio.h"
+#include "media/items/IDataVideo.h"
 
 namespace Tessor::Proc
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "effects/IOneInputEffect.h"
-#include "media/SampleInfo.h"
+#include "media/formats/SampleInfo.h"
 
 #include <string>
 

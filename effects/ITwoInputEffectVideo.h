@@ -1,7 +1,7 @@
 #pragma once
 
 #include "effects/IEffect.h"
-#include "media/IDataVideo.h"
+#include "media/items/IDataVideo.h"
 
 namespace Tessor::Proc
 {

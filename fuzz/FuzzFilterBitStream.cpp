@@ -1,8 +1,8 @@
 // Any header and any packets through every conversion of the filter.
-#include "Proc/Filters/Filters/FilterBitStream.h"
+#include "Proc/Filters/Filters/Cutting/FilterBitStream.h"
 #include "fuzz/FuzzTools.h"
-#include "media/IFormatCodecAudio.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
 #include "tests/ffhost/Streams.h"
 
 #include <glog/logging.h>

@@ -1,6 +1,6 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "fuzz/FuzzTools.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 using namespace Tessor;
 using namespace Tessor::Fuzz;

@@ -3,7 +3,7 @@
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 #include "fuzz/FuzzTools.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 using namespace Tessor;
 using namespace Tessor::Fuzz;

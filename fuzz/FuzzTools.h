@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Fnd/Exception.h"
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
+#include "media/items/BlobFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

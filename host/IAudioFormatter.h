@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fnd/Property/Property.h"
-#include "media/IDataAudio.h"
+#include "media/items/IDataAudio.h"
 
 #include <string>
 

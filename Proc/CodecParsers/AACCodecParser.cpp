@@ -3,7 +3,7 @@
 #include "Fnd/DataInputMemory.h"
 #include "Fnd/DataOutputString.h"
 #include "Fnd/Exception.h"
-#include "Proc/CodecParsers/NaluTools.h"
+#include "Proc/CodecParsers/Nal/NaluTools.h"
 #include "Proc/CodecParsers/PacketTools.h"
 
 extern "C"

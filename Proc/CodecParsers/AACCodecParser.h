@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Proc/CodecParsers/AACProgramConfig.h"
-#include "media/IDataPacket.h"
+#include "Proc/CodecParsers/Syntax/AACProgramConfig.h"
+#include "media/items/IDataPacket.h"
 
 #include <array>
 

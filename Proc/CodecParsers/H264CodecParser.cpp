@@ -1,12 +1,12 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 
 #include "Fnd/DataOutputString.h"
-#include "Proc/CodecParsers/H264ParameterSetSyntax.h"
-#include "Proc/CodecParsers/LengthPrefixes.h"
-#include "Proc/CodecParsers/NaluTools.h"
+#include "Proc/CodecParsers/Nal/LengthPrefixes.h"
+#include "Proc/CodecParsers/Nal/NaluTools.h"
+#include "Proc/CodecParsers/Nal/RBSPInput.h"
+#include "Proc/CodecParsers/Nal/StartCode.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "Proc/CodecParsers/RBSPInput.h"
-#include "Proc/CodecParsers/StartCode.h"
+#include "Proc/CodecParsers/Syntax/H264ParameterSetSyntax.h"
 
 #include <algorithm>
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Proc/CodecParsers/H264Levels.h"
 #include "Proc/CodecParsers/H264ParameterSets.h"
-#include "Proc/CodecParsers/Nalu.h"
-#include "media/IBlob.h"
-#include "media/IDataPacket.h"
+#include "Proc/CodecParsers/Nal/Nalu.h"
+#include "Proc/CodecParsers/Syntax/H264Levels.h"
+#include "media/items/IBlob.h"
+#include "media/items/IDataPacket.h"
 
 #include <array>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Proc/CodecParsers/H264ParameterSets.h"
 
-#include "Proc/CodecParsers/H264Levels.h"
-#include "media/IFormatCodecVideo.h"
+#include "Proc/CodecParsers/Syntax/H264Levels.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 #include <algorithm>
 #include <tuple>

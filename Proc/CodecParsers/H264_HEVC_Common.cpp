@@ -2,10 +2,10 @@
 
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
-#include "Proc/CodecParsers/LengthPrefixes.h"
-#include "Proc/CodecParsers/NaluTools.h"
+#include "Proc/CodecParsers/Nal/LengthPrefixes.h"
+#include "Proc/CodecParsers/Nal/NaluTools.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 extern "C"
 {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Proc/CodecParsers/Nalu.h"
-#include "media/IBlob.h"
-#include "media/IDataPacket.h"
+#include "Proc/CodecParsers/Nal/Nalu.h"
+#include "media/items/IBlob.h"
+#include "media/items/IDataPacket.h"
 
 #include <string>
 

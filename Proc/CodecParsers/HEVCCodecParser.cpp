@@ -1,10 +1,10 @@
 #include "Proc/CodecParsers/HEVCCodecParser.h"
 
 #include "Fnd/DataOutputString.h"
-#include "Proc/CodecParsers/HEVCParameterSetSyntax.h"
-#include "Proc/CodecParsers/LengthPrefixes.h"
-#include "Proc/CodecParsers/NaluTools.h"
-#include "Proc/CodecParsers/RBSPInput.h"
+#include "Proc/CodecParsers/Nal/LengthPrefixes.h"
+#include "Proc/CodecParsers/Nal/NaluTools.h"
+#include "Proc/CodecParsers/Nal/RBSPInput.h"
+#include "Proc/CodecParsers/Syntax/HEVCParameterSetSyntax.h"
 
 #include <algorithm>
 

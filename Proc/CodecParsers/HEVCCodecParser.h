@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Proc/CodecParsers/HEVCParameterSets.h"
-#include "Proc/CodecParsers/Nalu.h"
-#include "media/IBlob.h"
-#include "media/IDataPacket.h"
+#include "Proc/CodecParsers/Nal/Nalu.h"
+#include "media/items/IBlob.h"
+#include "media/items/IDataPacket.h"
 
 /// Headers and packets of ITU-T H.265. A header comes in Annex B form or as the HEVCDecoderConfigurationRecord of
 /// ISO/IEC 14496-15, 8.3.3.1 ("hvcC"), which some writers damage by zeros in front of it. Functions are stateless;

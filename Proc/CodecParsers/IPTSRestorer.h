@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/IDataPacket.h"
+#include "media/items/IDataPacket.h"
 
 #include <utility>
 

@@ -3,8 +3,8 @@
 #include "Fnd/DataBitInput.h"
 #include "Fnd/DataInputMemory.h"
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/Nal/StartCode.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "Proc/CodecParsers/StartCode.h"
 
 #include <algorithm>
 

@@ -3,9 +3,9 @@
 #include "Fnd/DataBitInput.h"
 #include "Fnd/DataInputMemory.h"
 #include "Fnd/Exception.h"
+#include "Proc/CodecParsers/Nal/StartCode.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "Proc/CodecParsers/StartCode.h"
-#include "media/BlobFF.h"
+#include "media/items/BlobFF.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,7 +1,7 @@
 #include "Proc/CodecParsers/PacketTools.h"
 
 #include "Fnd/Exception.h"
-#include "Proc/CodecParsers/StartCode.h"
+#include "Proc/CodecParsers/Nal/StartCode.h"
 
 extern "C"
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 namespace Tessor::Proc::CodecParsers
 {

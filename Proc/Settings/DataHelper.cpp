@@ -1,7 +1,7 @@
 #include "Proc/Settings/DataHelper.h"
 
 #include "Proc/Settings/SettingsFilterFrameRate.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 #include <map>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Settings/SettingsField.h"
-#include "media/SampleInfo.h"
+#include "media/formats/SampleInfo.h"
 
 namespace Tessor::Proc
 {

@@ -2,7 +2,7 @@
 
 #include "Fnd/Time.h"
 #include "Proc/Settings/Settings.h"
-#include "media/SampleInfo.h"
+#include "media/formats/SampleInfo.h"
 
 namespace Tessor::Proc
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Settings/SettingsField.h"
-#include "media/PixFmt.h"
+#include "media/formats/PixFmt.h"
 
 namespace Tessor::Proc
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Proc/Settings/SettingsField.h"
-#include "media/FrameInfo.h"
+#include "media/formats/FrameInfo.h"
 
 namespace Tessor::Proc
 {

@@ -3,8 +3,8 @@
 #include "Fnd/Property/Property.h"
 #include "Fnd/RefCount.h"
 #include "Fnd/Time.h"
-#include "media/IData.h"
-#include "media/IFormatCodec.h"
+#include "media/formats/IFormatCodec.h"
+#include "media/items/IData.h"
 
 namespace Tessor::Proc
 {

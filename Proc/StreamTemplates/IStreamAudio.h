@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStream.h"
-#include "media/IDataAudio.h"
-#include "media/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/items/IDataAudio.h"
 
 namespace Tessor::Proc
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStream.h"
-#include "media/IDataPacket.h"
-#include "media/MediaType.h"
+#include "media/formats/MediaType.h"
+#include "media/items/IDataPacket.h"
 
 namespace Tessor::Proc
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStream.h"
-#include "media/IDataSubtitle.h"
-#include "media/IFormatCodecSubtitle.h"
+#include "media/formats/IFormatCodecSubtitle.h"
+#include "media/items/IDataSubtitle.h"
 
 namespace Tessor::Proc
 {

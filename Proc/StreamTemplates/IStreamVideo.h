@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Proc/StreamTemplates/IStream.h"
-#include "media/IDataVideo.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/IDataVideo.h"
 
 namespace Tessor::Proc
 {

@@ -5,8 +5,8 @@
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/SampleConverter.h"
-#include "media/AudioTime.h"
-#include "media/DataAudioFF.h"
+#include "media/audio/AudioTime.h"
+#include "media/items/DataAudioFF.h"
 
 #include <deque>
 

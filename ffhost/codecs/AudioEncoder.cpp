@@ -7,7 +7,7 @@
 #include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "host/ComputingResourceManager.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

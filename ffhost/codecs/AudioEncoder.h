@@ -4,7 +4,7 @@
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketEncoder.h"
 #include "ffhost/codecs/TrackEncoder.h"
-#include "media/AudioTime.h"
+#include "media/audio/AudioTime.h"
 
 struct AVAudioFifo;
 

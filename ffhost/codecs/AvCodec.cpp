@@ -2,8 +2,8 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
-#include "media/BlobFF.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/BlobFF.h"
 
 extern "C"
 {

@@ -2,7 +2,7 @@
 
 #include "Fnd/Property/Property.h"
 #include "Fnd/Time.h"
-#include "media/IBlob.h"
+#include "media/items/IBlob.h"
 
 extern "C"
 {

@@ -5,7 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 extern "C"
 {

@@ -6,7 +6,7 @@
 #include "ffhost/codecs/DecoderOptions.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/PictureTraits.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataVideoFF.h"
 
 #include <deque>
 #include <set>

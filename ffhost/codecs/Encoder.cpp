@@ -5,9 +5,9 @@
 #include "Fnd/TimerSimple.h"
 #include "ffhost/codecs/EncoderSetup.h"
 #include "host/ComputingResourceManager.h"
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
-#include "media/DataVideoFF.h"
+#include "media/items/BlobFF.h"
+#include "media/items/DataPacketFF.h"
+#include "media/items/DataVideoFF.h"
 
 extern "C"
 {

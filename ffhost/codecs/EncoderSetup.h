@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/VideoSetup.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 namespace Tessor::Host
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/AvCodec.h"
-#include "media/IFormatCodec.h"
+#include "media/formats/IFormatCodec.h"
 
 #include <functional>
 

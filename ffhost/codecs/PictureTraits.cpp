@@ -1,7 +1,7 @@
 #include "ffhost/codecs/PictureTraits.h"
 
 #include "ffhost/FormatTags.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/AvCodec.h"
-#include "media/SampleInfo.h"
+#include "media/formats/SampleInfo.h"
 
 struct SwrContext;
 

@@ -4,7 +4,7 @@
 #include "Proc/Settings/IPreset.h"
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/Resampler.h"
-#include "media/DataAudioFF.h"
+#include "media/items/DataAudioFF.h"
 
 #include <algorithm>
 #include <limits>

@@ -2,7 +2,7 @@
 
 #include "Fnd/RefCount.h"
 #include "host/IAudioFormatter.h"
-#include "media/AudioTime.h"
+#include "media/audio/AudioTime.h"
 
 #include <deque>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/DataAudioFF.h"
+#include "media/items/DataAudioFF.h"
 
 #include <memory>
 

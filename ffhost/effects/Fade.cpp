@@ -4,7 +4,7 @@
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/PictureView.h"
 #include "ffhost/effects/PlainFormats.h"
-#include "media/AudioTime.h"
+#include "media/audio/AudioTime.h"
 
 extern "C"
 {

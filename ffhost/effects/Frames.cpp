@@ -1,8 +1,8 @@
 #include "ffhost/effects/Frames.h"
 
 #include "Fnd/Exception.h"
-#include "media/DataAudioFF.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataAudioFF.h"
+#include "media/items/DataVideoFF.h"
 
 extern "C"
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ffhost/codecs/AvCodec.h"
-#include "media/IDataAudio.h"
-#include "media/IDataVideo.h"
+#include "media/items/IDataAudio.h"
+#include "media/items/IDataVideo.h"
 
 #include <boost/container/small_vector.hpp>
 #include <vector>

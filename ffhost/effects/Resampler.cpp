@@ -3,7 +3,7 @@
 #include "Fnd/Exception.h"
 #include "ffhost/Log.h"
 #include "ffhost/effects/Frames.h"
-#include "media/DataAudioFF.h"
+#include "media/items/DataAudioFF.h"
 
 extern "C"
 {

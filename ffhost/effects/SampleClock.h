@@ -1,7 +1,7 @@
 #pragma once
 
-#include "media/AudioTime.h"
-#include "media/IDataAudio.h"
+#include "media/audio/AudioTime.h"
+#include "media/items/IDataAudio.h"
 
 namespace Tessor::Host
 {

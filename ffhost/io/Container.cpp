@@ -1,6 +1,6 @@
 #include "ffhost/io/Container.h"
 
-#include "ffhost/io/ProgramStream.h"
+#include "ffhost/io/writing/ProgramStream.h"
 
 extern "C"
 {

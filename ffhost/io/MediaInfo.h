@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Fnd/Time.h"
-#include "media/IFormatCodec.h"
-#include "media/MediaType.h"
+#include "media/formats/IFormatCodec.h"
+#include "media/formats/MediaType.h"
 
 #include <map>
 #include <memory>

@@ -1,13 +1,13 @@
 #include "ffhost/registry/FilterRegistry.h"
 
-#include "Proc/Filters/Filters/IFilterApplyEffectsAudio.h"
-#include "Proc/Filters/Filters/IFilterApplyEffectsVideo.h"
-#include "Proc/Filters/Filters/IFilterAudioFormatter.h"
-#include "Proc/Filters/Filters/IFilterAudioMixer.h"
-#include "Proc/Filters/Filters/IFilterFrameRate.h"
-#include "Proc/Filters/Filters/IFilterResample.h"
-#include "Proc/Filters/Filters/IFilterResize.h"
-#include "Proc/Filters/Filters/IFilterVolumeDetect.h"
+#include "Proc/Filters/Filters/Audio/IFilterAudioFormatter.h"
+#include "Proc/Filters/Filters/Audio/IFilterAudioMixer.h"
+#include "Proc/Filters/Filters/Audio/IFilterResample.h"
+#include "Proc/Filters/Filters/Audio/IFilterVolumeDetect.h"
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsAudio.h"
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsVideo.h"
+#include "Proc/Filters/Filters/Video/IFilterFrameRate.h"
+#include "Proc/Filters/Filters/Video/IFilterResize.h"
 #include "host/ICodecFactory.h"
 
 namespace Tessor::Host

@@ -2,8 +2,8 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/Algorithms/AudioAlg/AudioKernels.h"
-#include "media/AudioTime.h"
-#include "media/DataAudioFF.h"
+#include "media/audio/AudioTime.h"
+#include "media/items/DataAudioFF.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "media/BlobFF.h"
+#include "media/items/BlobFF.h"
 #include "tests/support/FakeItems.h"
 #include "tests/support/ReadAll.h"
 

@@ -1,6 +1,6 @@
 #include "Fnd/DataInputMemory.h"
 #include "Proc/CodecParsers/PacketTools.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 #include "tests/CodecParsers/HeaderTools.h"
 
 extern "C"

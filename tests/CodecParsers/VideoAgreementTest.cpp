@@ -4,7 +4,7 @@
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/CodecParsers/TheoraCodecParser.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
 #include "tests/CodecParsers/RealClip.h"
 

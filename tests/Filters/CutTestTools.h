@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Filters/Filters/FilterCutController.h"
+#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 #include "tests/Filters/FakeCodecs.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"

@@ -1,5 +1,5 @@
-#include "Proc/Filters/Filters/DataSkipperStreamImpl.h"
-#include "media/DataVideoFF.h"
+#include "Proc/Filters/Filters/Cutting/DataSkipperStreamImpl.h"
+#include "media/items/DataVideoFF.h"
 #include "tests/Filters/CutTestTools.h"
 #include "tests/support/Decorators.h"
 

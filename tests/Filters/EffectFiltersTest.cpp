@@ -1,9 +1,9 @@
-#include "Proc/Filters/Filters/FilterBlurTransparentBorder.h"
-#include "Proc/Filters/Filters/FilterDeinterlace.h"
-#include "Proc/Filters/Filters/FilterResize.h"
+#include "Proc/Filters/Filters/Video/FilterBlurTransparentBorder.h"
+#include "Proc/Filters/Filters/Video/FilterDeinterlace.h"
+#include "Proc/Filters/Filters/Video/FilterResize.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFrameDownloader.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataVideoFF.h"
 #include "tests/Filters/FakeEffects.h"
 #include "tests/support/ReadAll.h"
 

@@ -4,8 +4,8 @@
 #include "Proc/StreamTemplates/StreamImpl.h"
 #include "host/ICodecFactory.h"
 #include "host/ImplNames.h"
-#include "media/BlobFF.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/BlobFF.h"
 #include "tests/support/FakeItems.h"
 
 #include <algorithm>

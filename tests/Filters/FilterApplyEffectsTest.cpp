@@ -1,5 +1,5 @@
-#include "Proc/Filters/Filters/FilterApplyEffectsAudio.h"
-#include "Proc/Filters/Filters/FilterApplyEffectsVideo.h"
+#include "Proc/Filters/Filters/Effects/FilterApplyEffectsAudio.h"
+#include "Proc/Filters/Filters/Effects/FilterApplyEffectsVideo.h"
 #include "Proc/Settings/SettingsEffectStabilizer.h"
 #include "Proc/Settings/SettingsFrameDownloader.h"
 #include "Proc/Settings/SettingsFrameUploader.h"

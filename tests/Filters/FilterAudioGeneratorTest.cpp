@@ -1,4 +1,4 @@
-#include "Proc/Filters/Filters/FilterAudioGenerator.h"
+#include "Proc/Filters/Filters/Audio/FilterAudioGenerator.h"
 
 #include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "tests/support/ReadAll.h"

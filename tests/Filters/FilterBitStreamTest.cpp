@@ -1,8 +1,8 @@
-#include "Proc/Filters/Filters/FilterBitStream.h"
+#include "Proc/Filters/Filters/Cutting/FilterBitStream.h"
 
 #include "host/IEncoder.h"
-#include "media/IFormatCodecAudio.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
 #include "tests/Filters/FakeCodecs.h"
 #include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"

@@ -1,4 +1,4 @@
-#include "Proc/Filters/Filters/FilterCutController.h"
+#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "tests/Filters/CutTestTools.h"

@@ -1,4 +1,4 @@
-#include "Proc/Filters/Filters/FilterFrameRateAdjust.h"
+#include "Proc/Filters/Filters/Video/FilterFrameRateAdjust.h"
 
 #include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"

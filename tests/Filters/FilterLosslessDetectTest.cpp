@@ -1,4 +1,4 @@
-#include "Proc/Filters/Filters/FilterLosslessDetect.h"
+#include "Proc/Filters/Filters/Proof/FilterLosslessDetect.h"
 
 #include "tests/Filters/FakeCodecs.h"
 #include "tests/support/ReadAll.h"

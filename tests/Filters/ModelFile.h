@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Filters/Filters/PacketQueue.h"
+#include "Proc/Filters/Filters/Cutting/PacketQueue.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "tests/Filters/ModelTrack.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
 #include "tests/support/FakeItems.h"
 
 #include <algorithm>

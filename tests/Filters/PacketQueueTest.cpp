@@ -1,5 +1,5 @@
-#include "Proc/Filters/Filters/PacketQueueWithGOP.h"
-#include "Proc/Filters/Filters/StreamRawGOP.h"
+#include "Proc/Filters/Filters/Cutting/PacketQueueWithGOP.h"
+#include "Proc/Filters/Filters/Cutting/StreamRawGOP.h"
 #include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 

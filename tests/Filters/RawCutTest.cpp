@@ -1,4 +1,4 @@
-#include "Proc/Filters/Filters/FilterCutControllerStreamRawImpl.h"
+#include "Proc/Filters/Filters/Cutting/FilterCutControllerStreamRawImpl.h"
 #include "tests/Filters/CutTestTools.h"
 
 #include <gtest/gtest.h>

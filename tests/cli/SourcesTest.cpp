@@ -1,4 +1,4 @@
-#include "cli/Verify.h"
+#include "jobs/cut/Verify.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace Tessor::Cli::Tests
@@ -68,8 +68,9 @@ TEST_F(Program, PicturesThatAnEditListHidesAreCutOffOrTold)
         std::vector<int> tracks;
         for (const json& track : report["tracks"])
             tracks.push_back(track["index"]);
-        const KeptTime kept({{0, MAX_DURATION}}, MAX_DURATION, !row.cut);
-        const VerifyReport untold = Verify(folder / "in.mp4", folder / row.output, kept, tracks);
+        const Jobs::KeptTime kept({{0, MAX_DURATION}}, MAX_DURATION, !row.cut);
+        const Jobs::VerifyReport untold =
+            Jobs::Verify(folder / "in.mp4", folder / row.output, kept, tracks, {}, Jobs::NoProgress());
         EXPECT_EQ(untold.IsGood(), row.pictures == 187);
     }
 }

@@ -1,9 +1,9 @@
 // Faults in a file that was cut: the judge has to name each of them.
 
-#include "cli/Verify.h"
-#include "cli/ReadJointly.h"
-#include "cli/TrackSelection.h"
-#include "ffhost/io/Muxer.h"
+#include "jobs/cut/Verify.h"
+#include "ffhost/io/writing/Muxer.h"
+#include "jobs/ReadJointly.h"
+#include "jobs/TrackSelection.h"
 #include "tests/cli/ProgramFixture.h"
 
 extern "C"
@@ -12,7 +12,7 @@ extern "C"
 }
 
 using namespace Tessor;
-using namespace Tessor::Cli;
+using namespace Tessor::Jobs;
 using namespace Tessor::Cli::Tests;
 
 namespace
@@ -77,7 +77,8 @@ protected:
 
     VerifyReport Judge(const std::string& output, const std::vector<int>& tracks) const
     {
-        return Verify(folder / "source.mkv", folder / output, KeptTime({{1000000, 3000000}}, 4000000), tracks);
+        return Verify(folder / "source.mkv", folder / output, KeptTime({{1000000, 3000000}}, 4000000), tracks, {},
+                      NoProgress());
     }
 };
 
@@ -137,7 +138,8 @@ TEST_F(Verifying, EveryFaultIsNamed)
                 t[first_video][30]->SetPTS(t[first_video][31]->GetPTS());
                 t[first_video][31]->SetPTS(t[first_video][29]->GetPTS() + 40000);
             });
-    EXPECT_EQ(Verify(folder / "bad.mkv", folder / "bad.mkv", KeptTime({{0, 4000000}}, 4000000), {0}).faults.at(0),
+    EXPECT_EQ(Verify(folder / "bad.mkv", folder / "bad.mkv", KeptTime({{0, 4000000}}, 4000000), {0}, {}, NoProgress())
+                  .faults.at(0),
               "track 0 (video, mpeg4): the times of 1 pictures contradict the order in which they are shown");
     // all of the sound lies late, against pictures that are where they should be
     Rewrite(folder / "good.mkv", folder / "bad.mkv",
@@ -163,7 +165,7 @@ TEST_F(Verifying, CountedSoundIsAdjustedOnlyWhereItHasToBe)
     ASSERT_EQ(Run("cut in.avi good.avi --keep 0.52-1,1.52-1.92 --verify").status, 0);
     const KeptTime kept({{520000, 1000000}, {1520000, 1920000}}, 4000000);
     Rewrite(folder / "good.avi", folder / "bad.avi", [](Tracks& t) { t[1].erase(t[1].begin() + 13); });
-    EXPECT_EQ(Verify(folder / "in.avi", folder / "bad.avi", kept, {0, 1}).faults.at(0),
+    EXPECT_EQ(Verify(folder / "in.avi", folder / "bad.avi", kept, {0, 1}, {}, NoProgress()).faults.at(0),
               "track 1 (audio, ac3): of 27 packets 1 missing, 1 doubled");
 }
 

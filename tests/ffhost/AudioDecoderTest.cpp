@@ -1,8 +1,8 @@
 #include "ffhost/codecs/AudioDecoder.h"
 
 #include "ffhost/FormatTags.h"
-#include "ffhost/io/Demuxer.h"
-#include "media/DataPacketFF.h"
+#include "ffhost/io/reading/Demuxer.h"
+#include "media/items/DataPacketFF.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/Media.h"
 #include "tests/support/ReadAll.h"

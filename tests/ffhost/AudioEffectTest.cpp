@@ -3,7 +3,7 @@
 #include "effects/IResample.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
-#include "media/AudioTime.h"
+#include "media/audio/AudioTime.h"
 #include "tests/ffhost/Items.h"
 
 #include <gtest/gtest.h>

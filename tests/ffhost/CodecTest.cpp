@@ -2,7 +2,7 @@
 #include "ffhost/FormatTags.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "host/ImplNames.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 #include "tests/ffhost/Items.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/ReadAll.h"

@@ -1,8 +1,8 @@
-#include "ffhost/io/FieldJoiner.h"
+#include "ffhost/io/writing/FieldJoiner.h"
 
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/BlobFF.h"
+#include "media/items/DataPacketFF.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"

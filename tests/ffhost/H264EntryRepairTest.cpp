@@ -1,8 +1,8 @@
-#include "ffhost/io/H264EntryRepair.h"
+#include "ffhost/bitstream/H264EntryRepair.h"
 
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "media/BlobFF.h"
-#include "media/DataPacketFF.h"
+#include "media/items/BlobFF.h"
+#include "media/items/DataPacketFF.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
 
 extern "C"

@@ -1,8 +1,8 @@
 #include "tests/ffhost/Items.h"
 
-#include "media/AudioTime.h"
-#include "media/DataAudioFF.h"
-#include "media/DataVideoFF.h"
+#include "media/audio/AudioTime.h"
+#include "media/items/DataAudioFF.h"
+#include "media/items/DataVideoFF.h"
 
 #include <cmath>
 

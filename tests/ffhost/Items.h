@@ -1,9 +1,9 @@
 #pragma once
 
-#include "media/IDataAudio.h"
-#include "media/IDataVideo.h"
-#include "media/IFormatCodecAudio.h"
-#include "media/IFormatCodecVideo.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/items/IDataAudio.h"
+#include "media/items/IDataVideo.h"
 
 struct AVFrame;
 

@@ -1,8 +1,8 @@
+#include "ffhost/bitstream/SoundCounter.h"
 #include "ffhost/io/Container.h"
-#include "ffhost/io/DtsRepair.h"
-#include "ffhost/io/Interleaver.h"
-#include "ffhost/io/OutputFile.h"
-#include "ffhost/io/SoundCounter.h"
+#include "ffhost/io/writing/DtsRepair.h"
+#include "ffhost/io/writing/Interleaver.h"
+#include "ffhost/io/writing/OutputFile.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "tests/ffhost/RawFile.h"
 
-#include "ffhost/io/Demuxer.h"
+#include "ffhost/io/reading/Demuxer.h"
 
 extern "C"
 {

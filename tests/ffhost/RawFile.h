@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ffhost/io/MediaInfo.h"
-#include "media/DataPacketFF.h"
+#include "media/items/DataPacketFF.h"
 
 #include <string>
 #include <vector>

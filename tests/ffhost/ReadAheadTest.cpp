@@ -1,4 +1,4 @@
-#include "ffhost/ReadAhead.h"
+#include "ffhost/streams/ReadAhead.h"
 
 #include "tests/support/Decorators.h"
 #include "tests/support/ReadAll.h"

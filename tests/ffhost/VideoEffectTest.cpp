@@ -7,7 +7,7 @@
 #include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataVideoFF.h"
 #include "tests/ffhost/Items.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "Fnd/Exception.h"
-#include "media/AudioTime.h"
-#include "media/DataAudioFF.h"
+#include "media/audio/AudioTime.h"
+#include "media/items/DataAudioFF.h"
 
 extern "C"
 {

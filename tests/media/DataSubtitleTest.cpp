@@ -1,4 +1,4 @@
-#include "media/DataSubtitleFF.h"
+#include "media/items/DataSubtitleFF.h"
 
 extern "C"
 {

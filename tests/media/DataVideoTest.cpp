@@ -1,5 +1,5 @@
 #include "Fnd/Exception.h"
-#include "media/DataVideoFF.h"
+#include "media/items/DataVideoFF.h"
 
 extern "C"
 {

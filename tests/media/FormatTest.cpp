@@ -1,5 +1,5 @@
-#include "media/IFormatCodecVideo.h"
-#include "media/SampleInfo.h"
+#include "media/formats/IFormatCodecVideo.h"
+#include "media/formats/SampleInfo.h"
 
 extern "C"
 {

@@ -1,6 +1,6 @@
 #include "tests/support/FakeItems.h"
 
-#include "media/DataVideoFF.h"
+#include "media/items/DataVideoFF.h"
 
 extern "C"
 {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Fnd/Exception.h"
-#include "media/DataAudioFF.h"
-#include "media/DataPacketFF.h"
-#include "media/IDataVideo.h"
+#include "media/items/DataAudioFF.h"
+#include "media/items/DataPacketFF.h"
+#include "media/items/IDataVideo.h"
 #include "tests/support/Script.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/AudioRef.h"
+#include "media/audio/AudioRef.h"
 
 #include <cstdint>
 

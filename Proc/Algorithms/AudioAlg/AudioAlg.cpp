@@ -2,7 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/Algorithms/AudioAlg/AudioKernels.h"
-#include "media/AudioTime.h"
+#include "media/audio/AudioTime.h"
 
 #include <algorithm>
 #include <cmath>

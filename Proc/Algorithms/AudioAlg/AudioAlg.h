@@ -2,7 +2,7 @@
 
 #include "Fnd/Export.h"
 #include "Proc/Algorithms/AudioAlg/Audio2Mix.h"
-#include "media/IDataAudio.h"
+#include "media/items/IDataAudio.h"
 
 #include <vector>
 

@@ -1,0 +1,391 @@
+#include "Proc/Filters/Filters/Cutting/FilterCutControllerStreamRawImpl.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Proc/CodecParsers/MPEG2CodecParser.h"
+#include "Proc/CodecParsers/MPEG4CodecParser.h"
+#include "Proc/Filters/Filters/Cutting/GOPRecoder.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
+#include "media/formats/IFormatCodecVideo.h"
+
+#include <glog/logging.h>
+
+namespace Tessor::Proc
+{
+
+using Video = Conf::IFormatCodecVideo;
+
+namespace
+{
+
+// Further than any packet of sound is long, and far less than a stretch that is jumped over.
+constexpr avTime LARGEST_STEP_BACK = 1000000;
+
+// A length; times that are equal are no distance apart, known or not.
+avTime Distance(avTime start, avTime end)
+{
+    return start == end ? 0 : SubTime(end, start);
+}
+
+std::string Times(const IDataPacket& packet)
+{
+    return T2S(packet.GetPTS()) + ", " + T2S(packet.GetDTS()) + ", " + T2S(packet.GetDuration());
+}
+
+} // namespace
+
+FilterCutControllerStreamRawImpl::FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source,
+                                                                   const SP<FilterCutController>& controller,
+                                                                   const SP<ICodecFactory>& factory)
+    : PassThrough(source, "FilterCutControllerStreamRawImpl"), controller(controller), codecFactory(factory),
+      ability(SearchRecodeAbility(source, factory)), video(source->GetMediaType() == MediaType::Video)
+{
+}
+
+FilterCutControllerStreamRawImpl::~FilterCutControllerStreamRawImpl()
+{
+    saveThread.WaitForAll();
+    controller->EraseStream(parentStream.get());
+}
+
+bool FilterCutControllerStreamRawImpl::CanCutAnywhere() const
+{
+    return !video || ability.canRecode;
+}
+
+void FilterCutControllerStreamRawImpl::Initialize(const Core::Property&)
+{
+    ThrowMethodNotImplemented(TESSOR_HERE);
+}
+
+SP<Conf::IFormatCodec> FilterCutControllerStreamRawImpl::GetFormatCodec() const
+{
+    SP<Conf::IFormatCodec> format = parentStream->GetFormatCodec();
+    if (video)
+        format = format->Clone();
+    UpdateFormatCodec(*format);
+    return format;
+}
+
+void FilterCutControllerStreamRawImpl::UpdateFormatCodec(Conf::IFormatCodec& format) const
+{
+    // The source's own object is written once: others may be reading it later.
+    const Core::Property& known = std::as_const(format).GetProperties();
+    if (!known.ChildExists(Video::TAG_CUT_ANYWHERE) || known[Video::TAG_CUT_ANYWHERE].GetBool() != CanCutAnywhere())
+        format.GetProperties().SetChildT(Video::TAG_CUT_ANYWHERE, CanCutAnywhere());
+    if (ability.joinedHeader)
+        format.SetExtradata(ability.joinedHeader);
+}
+
+Core::Property FilterCutControllerStreamRawImpl::GetStatistic() const
+{
+    // Packets in and the time of re-coding are not counted.
+    constexpr long long packetsIn = 0;
+    constexpr double recodeTime = 0;
+    const std::string tag = Core::StatisticsTag("FilterCutControllerStreamRawImpl");
+    Core::Property record = Core::MakeStatistics(tag, packetsIn, packetsOut);
+    record.Add(Core::Property("Recode time", recodeTime));
+    record.Add(Core::Property("Recoded pakets", static_cast<long long>(recodedPackets)));
+    Core::Property statistic = parentStream->GetStatistic();
+    statistic.Add(std::move(record));
+    return statistic;
+}
+
+SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
+{
+    if (PassesUncut())
+        return ReadPacket();
+    bool sought;
+    {
+        const Lock lock(mutex);
+        sought = std::exchange(seekRequested, false);
+        eof = false;
+    }
+    while (!IsTerminated())
+    {
+        avTime next = NoTime, back;
+        uint64_t moves;
+        {
+            const Lock lock(mutex);
+            if (const SP<IDataPacket> packet = TakeOutput())
+                return packet;
+            back = rereadFrom;
+            if (back == NoTime && eof)
+                return nullptr;
+            if (back == NoTime)
+                next = GetNextSeekPositionAfterGOP(sought);
+            moves = movesSeen;
+        }
+        // The jump waits for this stream's own helper thread, which needs the mutex.
+        if (next != NoTime)
+            controller->SeekToNextPosition(next, moves);
+        if (back != NoTime)
+            Reread(back);
+    }
+    return nullptr;
+}
+
+/// Without cuts the source passes. Where there were some when reading began, groups may still come again.
+bool FilterCutControllerStreamRawImpl::PassesUncut()
+{
+    const Lock lock(mutex);
+    FollowSource();
+    const bool begun = handled != Place() || !outputPackets.empty() || queue.Position() != NoTime || queue.Size() > 0;
+    return !begun && controller->CutsAreAbsent();
+}
+
+SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadPacket()
+{
+    const Lock lock(mutex);
+    return parentStream->Read();
+}
+
+SP<IDataPacket> FilterCutControllerStreamRawImpl::TakeOutput()
+{
+    if (outputPackets.empty())
+        return nullptr;
+    const SP<IDataPacket> packet = outputPackets.front();
+    outputPackets.pop_front();
+    ++packetsOut;
+    return packet;
+}
+
+void FilterCutControllerStreamRawImpl::RequestSeekInternal(avTime target, SP<IStream> partner)
+{
+    controller->DetectNewGOPS(); // before the mapping: it may move starts of intervals
+    {
+        const Lock lock(mutex);
+        eof = false;
+        seekRequested = true;
+        handled = Place();
+        movesSeen = NOT_FOLLOWED;
+        savedTo = rereadFrom = NoTime;
+    }
+    parentStream->RequestSeek(controller->Result2Source(target), partner);
+}
+
+/// After a move of the source what was read of it for later is of no use: it comes again, or was jumped over.
+void FilterCutControllerStreamRawImpl::FollowSource()
+{
+    const uint64_t moves = controller->GetMoveCount();
+    if (movesSeen == moves)
+        return;
+    movesSeen = moves;
+    here = Place();
+    eof = false;
+    // Not as soon as the stretch is reached: the sources may stay where they are after all.
+    queue.Reset(GetStartLimit());
+}
+
+/// However the sources land behind a jump, what comes before the end of the stretch is thrown away; but not what has
+/// become kept because one of them starts on key frames only.
+avTime FilterCutControllerStreamRawImpl::GetStartLimit() const
+{
+    const bool jumped = savedTo != NoTime && controller->IsPointDeleted(savedTo);
+    return jumped ? controller->GetIntervalEndTime(savedTo) : NoTime;
+}
+
+/// Reads a group from one place: no move comes in between.
+bool FilterCutControllerStreamRawImpl::ReadGOP()
+{
+    while (true)
+    {
+        FollowSource();
+        const auto hold = controller->HoldSources();
+        if (controller->GetMoveCount() == movesSeen)
+            return queue.ReadGOP(parentStream);
+    }
+}
+
+avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sought)
+{
+    if (!ReadGOP())
+    {
+        eof = true;
+        return NoTime;
+    }
+    here.Advance(queue.GetEntry());
+    const avTime gopStart = queue.Position();
+    const avTime gopEnd = queue.GetEnd();
+    if (!queue.GoesOn())
+    {
+        firstPiece = pieceEnd = gopStart;
+        piecesKept = false;
+    }
+    if (here <= handled)
+    {
+        piecesKept = true;
+        pieceEnd = gopEnd;
+        queue.SoftReset();
+        return NoTime;
+    }
+    if (video && (queue.IsCutShort() || queue.GoesOn()))
+        return CutPiece(gopEnd, sought);
+    return CutGOP(gopStart, gopEnd, sought);
+}
+
+avTime FilterCutControllerStreamRawImpl::CutGOP(avTime gopStart, avTime gopEnd, bool& sought)
+{
+    // Where stamps repeat or step back a group has no length, and says nothing about what follows. It is not for that
+    // to be lost: it is kept or deleted by its start, as a packet is.
+    if (gopEnd <= gopStart && gopStart != NoTime && !controller->IsPointDeleted(gopStart))
+    {
+        sought = false;
+        PassGOP();
+        return NoTime;
+    }
+    const avTime gopDuration = Distance(gopStart, gopEnd);
+    if (gopDuration < 0)
+    {
+        queue.SoftReset();
+        VLOG(31) << "GOP: " << T2S(gopStart) << " + " << T2S(gopDuration) << " = " << T2S(gopEnd);
+        return NoTime;
+    }
+    avTime resultDuration = controller->GetResultDuration(gopStart, gopEnd);
+    if (resultDuration < 0)
+        return NoTime;
+    if (resultDuration == 0)
+    {
+        seekRequested |= gopEnd == gopStart;
+        return DropGOP(gopStart, sought);
+    }
+    if (KeyframeSeek() && resultDuration != gopDuration)
+        resultDuration = controller->KeepWhole(gopStart, gopEnd);
+    sought = false;
+    if (resultDuration != gopDuration)
+        RecodeGOP();
+    else
+        PassGOP();
+    return NoTime;
+}
+
+/// A piece of a group that the queue can't hold. It can't be decoded without the pieces before it, so that such a group
+/// is neither re-encoded nor parted: once one of its pieces has to be kept all are, from the first one on.
+avTime FilterCutControllerStreamRawImpl::CutPiece(avTime gopEnd, bool& sought)
+{
+    const avTime start = pieceEnd; // other packets than key frames may be placed by the end of what they show
+    pieceEnd = std::max(start, gopEnd);
+    const bool kept = start < pieceEnd ? controller->GetResultDuration(start, pieceEnd) > 0
+                                       : !queue.GoesOn() && !controller->IsPointDeleted(start);
+    if (!kept && !piecesKept)
+        return DropGOP(start, sought);
+    sought = false;
+    const bool incomplete = queue.GoesOn() && !piecesKept;
+    controller->KeepWhole(firstPiece, pieceEnd);
+    piecesKept = true;
+    if (incomplete)
+    {
+        rereadFrom = firstPiece;
+        queue.SoftReset();
+    }
+    else
+        PassGOP();
+    return NoTime;
+}
+
+/// Nothing of the group stays. Met right after a seek it just goes: to ask for a jump again would loop. The key frame
+/// that waits stays for the next group, until the sources are really moved.
+avTime FilterCutControllerStreamRawImpl::DropGOP(avTime gopStart, bool& sought)
+{
+    queue.SoftReset();
+    if (sought)
+        return NoTime;
+    sought = true;
+    eof = controller->CheckPositionForEOF(gopStart);
+    return KeyframeSeek() && !eof ? gopStart : NoTime;
+}
+
+/// Goes back, with all streams of the file, to a piece that was dropped before it was known to be needed.
+void FilterCutControllerStreamRawImpl::Reread(avTime start)
+{
+    controller->SeekInputStreams(start, false);
+    const Lock lock(mutex);
+    rereadFrom = NoTime;
+}
+
+/// The lossless path: packets are only moved in time.
+void FilterCutControllerStreamRawImpl::PassGOP()
+{
+    while (queue.Size() > 0)
+    {
+        const SP<IDataPacket> packet = queue.Pop();
+        SP<IDataPacket> cut = controller->CutData(packet);
+        if (!cut)
+        {
+            VLOG(31) << "Time shift: " << T2S(packet->GetPTS()) << ", " << T2S(packet->GetDTS()) << " --> NULL";
+            continue;
+        }
+        cut = AddPacketHeader(cut);
+        VLOG(31) << "Time shift: " << Times(*packet) << " --> " << Times(*cut) << (cut->IsKeyFrame() ? " (key)" : "");
+        outputPackets.push_back(cut);
+        handled = here;
+    }
+}
+
+/// After a cut the stream must be able to start at a key frame, and some codecs carry their headers in-band.
+SP<IDataPacket> FilterCutControllerStreamRawImpl::AddPacketHeader(const SP<IDataPacket>& packet) const
+{
+    if (!video || !packet->IsKeyFrame())
+        return packet;
+    const std::string& codec = GetCodecID();
+    if (codec == Video::CODEC_ID_MPEG4)
+        return CodecParsers::MPEG4_AddPacketHeader(packet, parentStream->GetFormatCodec()->GetExtradata());
+    if (codec == Video::CODEC_ID_MPEG2VIDEO)
+        return CodecParsers::MPEG2_AddPacketHeader(packet, parentStream->GetFormatCodec()->GetExtradata());
+    return packet;
+}
+
+void FilterCutControllerStreamRawImpl::RecodeGOP()
+{
+    const bool reencode = video && !KeyframeSeek();
+    GOPRecoder recoder(parentStream, queue, controller, codecFactory, ability, reencode);
+    for (const SP<IDataPacket>& packet : recoder.Recode())
+    {
+        ++recodedPackets;
+        outputPackets.push_back(packet);
+        handled = here;
+        VLOG(31) << "New packet: (" << outputPackets.size() << "): PTS=" << T2S(packet->GetPTS())
+                 << ", DTS=" << T2S(packet->GetDTS()) << ", duration=" << T2S(packet->GetDuration())
+                 << (packet->IsKeyFrame() ? " (key)" : "");
+    }
+    VLOG(31) << "--------";
+}
+
+void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek(avTime start, avTime end)
+{
+    saveThread.Start([this, start, end] { SavePacketsBeforeSeek_thread(start, end); },
+                     [this] { controller->RefuseJump(); });
+}
+
+void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek_thread(avTime start, avTime)
+{
+    // Stamps of sound may step back: what is to be kept may come after the first packets of the stretch.
+    const avTime saveTo = video ? start : AddTime(start, LARGEST_STEP_BACK);
+    while (!IsTerminated() && SaveGOP(start, saveTo))
+    {
+    }
+    const Lock lock(mutex);
+    savedTo = start;
+}
+
+/// Handles one group that begins before `saveTo`; false when there is none any more.
+bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start, avTime saveTo)
+{
+    const Lock lock(mutex);
+    FollowSource();
+    if (rereadFrom != NoTime)
+        controller->RefuseJump(); // the reader has to go back before
+    if (rereadFrom != NoTime || eof)
+        return false;
+    avTime position = queue.Position();
+    if (position == NoTime)
+        position = parentStream->GetPosition();
+    const bool begun = queue.IsCutShort(); // the rest of its group is wherever the source stands
+    if (!begun && (position == NoTime || position >= saveTo))
+        return false;
+    bool sought = std::exchange(seekRequested, false);
+    const avTime next = GetNextSeekPositionAfterGOP(sought);
+    return next == NoTime || controller->GetIntervalEndTime(next) != start;
+}
+
+} // namespace Tessor::Proc

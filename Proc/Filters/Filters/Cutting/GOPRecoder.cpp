@@ -1,0 +1,191 @@
+#include "Proc/Filters/Filters/Cutting/GOPRecoder.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/CodecParsers/H264CodecParser.h"
+#include "Proc/CodecParsers/H264_HEVC_Common.h"
+#include "Proc/CodecParsers/MPEG2CodecParser.h"
+#include "Proc/CodecParsers/MPEG4CodecParser.h"
+#include "Proc/Filters/Filters/Cutting/RecodeSettings.h"
+#include "media/formats/IFormatCodecVideo.h"
+
+#include <algorithm>
+#include <glog/logging.h>
+
+namespace Tessor::Proc
+{
+
+using Video = Conf::IFormatCodecVideo;
+using namespace CodecParsers;
+
+namespace
+{
+
+size_t GetLengthSize(const std::string& codec, const HeaderBytes& header)
+try
+{
+    return codec == Video::CODEC_ID_H264 && header.Exist() ? GetAvccNALULengthSize(header.data, header.size) : 0;
+}
+catch (const Exception& e)
+{
+    // unusable, so that it doesn't tell of lengths
+    VLOG(31) << "Cought exception while decoding h264 header: " << boost::diagnostic_information(e);
+    return 0;
+}
+
+/// Whether a header has all parameter sets among these units.
+bool HoldsSets(const HeaderBytes& header, const std::vector<Nalu>& units)
+{
+    return std::all_of(units.begin(), units.end(),
+                       [&](const Nalu& unit)
+                       {
+                           const int type = unit.second > 0 ? *unit.first & 31 : 0;
+                           if (type != H264_NALU_SPS && type != H264_NALU_PPS)
+                               return true;
+                           const uint8_t* const end = header.data + header.size;
+                           return std::search(header.data, end, unit.first, unit.first + unit.second) != end;
+                       });
+}
+
+} // namespace
+
+GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue,
+                       const SP<FilterCutController>& controller, const SP<ICodecFactory>& factory,
+                       const RecodeAbility& ability, bool reencode)
+    : gop(new StreamRawGOP(source, queue)), controller(controller), ability(ability), type(source->GetMediaType()),
+      codec(source->GetFormatCodec()->GetCodecID()), header(source->GetFormatCodec()->GetExtradata()),
+      lengthSize(Proc::GetLengthSize(codec, HeaderBytes(header)))
+{
+    if (reencode)
+        CreateEncoder(factory);
+    if (reader)
+        return;
+    // The last resort for video: the picture may stay damaged up to the next key frame.
+    VLOG(31) << "Re-coded packets (" << (type == MediaType::Audio ? "Audio" : "Video") << ", Raw)";
+    skipper.reset();
+    reader = new DataSkipperStreamImpl<IStreamRaw>(gop, controller);
+}
+
+void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
+{
+    try
+    {
+        const SP<IStreamVideo> decoder = factory->CreateDecoder(gop, "");
+        skipper = new FrameSkipper(decoder, controller);
+        reader = factory->CreateEncoder(skipper, ability.recodeFormat, ability.encoderName, ability.encoderResource);
+        if (reader)
+            VLOG(31) << "Re-coded packets (Video) with " << ability.encoderName;
+    }
+    catch (const EncoderException& e)
+    {
+        VLOG(31) << "Re-coding packets (Video) with " << ability.encoderName
+                 << " was failed: " << boost::diagnostic_information(e);
+    }
+}
+
+std::vector<SP<IDataPacket>> GOPRecoder::Recode()
+{
+    SeekToStart();
+    std::vector<SP<IDataPacket>> packets = ReadPackets();
+    if (skipper)
+        SetTimes(packets);
+    return packets;
+}
+
+void GOPRecoder::SeekToStart()
+{
+    const avTime start = gop->GetPosition();
+    VLOG(31) << "GOP: start=" << T2S(start) << ", dur=" << T2S(gop->GetDuration()) << " --> ";
+    reader->RequestSeek(controller->Source2Result(start), nullptr);
+    reader->DoSeek();
+}
+
+std::vector<SP<IDataPacket>> GOPRecoder::ReadPackets()
+{
+    std::vector<SP<IDataPacket>> packets;
+    bool keyFound = false;
+    while (const SP<IDataPacket> packet = reader->Read())
+    {
+        packets.push_back(FitPacket(packet));
+        if (keyFound || !packet->IsKeyFrame())
+            continue;
+        keyFound = true;
+        keyOffset = SubTime(packet->GetPTS(), packet->GetDTS());
+    }
+    return packets;
+}
+
+/// The packet in the source's framing, with the headers that its codec carries in-band.
+SP<IDataPacket> GOPRecoder::FitPacket(const SP<IDataPacket>& packet) const
+{
+    // What was not encoded is in the source's framing already.
+    if (skipper && codec == Video::CODEC_ID_H264)
+        return FitH264(packet);
+    if (codec == Video::CODEC_ID_MPEG4 && packet->IsKeyFrame())
+        return MPEG4_AddPacketHeader(packet, reader->GetFormatCodec()->GetExtradata());
+    if (codec == Video::CODEC_ID_MPEG2VIDEO && packet->IsKeyFrame())
+        return MPEG2_AddPacketHeader(packet, reader->GetFormatCodec()->GetExtradata());
+    return packet;
+}
+
+SP<IDataPacket> GOPRecoder::FitH264(const SP<IDataPacket>& packet) const
+{
+    SP<IDataPacket> result = packet;
+    if (packet->IsKeyFrame() && BringsOwnSets())
+    {
+        const SP<const IBlob> own = reader->GetFormatCodec()->GetExtradata();
+        const HeaderBytes sets(own);
+        result = sets.Exist() ? H264_ReplacePSs(packet, sets.data, sets.size) : packet;
+    }
+    return lengthSize != 0 ? AnnexBtoMp4(result, lengthSize) : result;
+}
+
+/// The encoder's sets are in the stream's header, which holds no longer where either side has others: the group brings
+/// others, or its pictures had the encoder begin anew.
+bool GOPRecoder::BringsOwnSets() const
+{
+    const IDataPacket& first = gop->GetFirst();
+    const auto size = static_cast<size_t>(first.GetSize());
+    std::vector<Nalu> units;
+    try
+    {
+        if (lengthSize != 0)
+            FindMP4Nalus(first.GetData(), size, units, lengthSize);
+        else
+            FindAnnexBNalus(first.GetData(), size, units);
+    }
+    catch (const std::logic_error& e)
+    {
+        VLOG(31) << "A group begins with a packet that can't be read: " << e.what();
+    }
+    const SP<const IBlob> own = reader->GetFormatCodec()->GetExtradata();
+    const HeaderBytes sets(own);
+    FindAnnexBNalus(sets.data, sets.size, units);
+    return !HoldsSets(HeaderBytes(header), units);
+}
+
+/// Each encoded picture takes over the time that the decoded one had in the result. The DTS keeps the encoder's own
+/// reordering, moved so that key frames have the source's distance:
+///
+///     encoded  e, d            key frame: e - d = keyOffset
+///     result   t, t - (e - d) + keyOffset - dtsShift
+void GOPRecoder::SetTimes(const std::vector<SP<IDataPacket>>& packets) const
+{
+    const std::map<avTime, avTime> times = skipper->GetProcessedPktsTimes();
+    if (times.size() != packets.size())
+        Throw<Exception>(TESSOR_HERE, "Count of original and encoded packts are not equal!");
+    std::vector<SP<IDataPacket>> shown = packets;
+    std::stable_sort(shown.begin(), shown.end(),
+                     [](const auto& a, const auto& b) { return a->GetPTS() < b->GetPTS(); });
+    auto packet = shown.begin();
+    for (const auto& [time, duration] : times)
+    {
+        const avTime moved = AddTime(SubTime(keyOffset, (*packet)->GetPTS()), time);
+        const avTime dts = SubTime(AddTime(moved, (*packet)->GetDTS()), ability.dtsShift);
+        (*packet)->SetDuration(duration);
+        (*packet)->SetPTS(time);
+        (*packet)->SetDTS(dts);
+        ++packet;
+    }
+}
+
+} // namespace Tessor::Proc

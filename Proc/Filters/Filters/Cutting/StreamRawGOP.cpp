@@ -1,0 +1,77 @@
+#include "Proc/Filters/Filters/Cutting/StreamRawGOP.h"
+
+#include "Fnd/Exception.h"
+#include "Fnd/Statistics.h"
+#include "Proc/StreamTemplates/NotImplemented.h"
+#include "Proc/StreamTemplates/Visitors.h"
+
+#include <algorithm>
+#include <glog/logging.h>
+
+namespace Tessor::Proc
+{
+
+StreamRawGOP::StreamRawGOP(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue) : source(source)
+{
+    if (queue.Size() == 0)
+        Throw<FilterException>(TESSOR_HERE, "Queue hasn't packets");
+    endTime = queue.GetEnd();
+    packets.reserve(static_cast<size_t>(queue.Size()));
+    while (queue.Size() > 0)
+    {
+        packets.push_back(queue.Pop());
+        if (startTime == NoTime)
+            startTime = packets.back()->GetPosition();
+    }
+}
+
+avTime StreamRawGOP::GetPosition()
+{
+    for (const SP<IDataPacket>& packet : packets)
+    {
+        const avTime time = packet->GetPTS() != NoTime ? packet->GetPTS() : packet->GetDTS();
+        if (time != NoTime)
+            return time;
+    }
+    return NoTime;
+}
+
+void StreamRawGOP::Initialize(const Core::Property&)
+{
+    ThrowMethodNotImplemented(TESSOR_HERE);
+}
+
+void StreamRawGOP::RequestSeek(avTime, SP<IStream> partner)
+{
+    if (partner && std::find(seekers.begin(), seekers.end(), partner) == seekers.end())
+        seekers.insert(seekers.begin(), partner);
+}
+
+void StreamRawGOP::DoSeek()
+{
+    readIndex = 0;
+    for (const SP<IStream>& seeker : seekers)
+        if (!seeker->GetSeekResult())
+            VLOG(31) << "Decoder seek result = 0\n";
+    seekers.clear();
+}
+
+Core::Property StreamRawGOP::GetStatistic() const
+{
+    Core::Property statistic = source->GetStatistic();
+    statistic.Add(Core::MakeStatistics(Core::StatisticsTag("StreamRawGOP"), 0, 0));
+    return statistic;
+}
+
+void StreamRawGOP::Accept(IStreamVisitor& visitor)
+{
+    Visitors::ProcessStandartVisitors(visitor, "StreamRawGOP", FRAME_ALLOC_CPU, nullptr);
+    source->Accept(visitor);
+}
+
+SP<IDataPacket> StreamRawGOP::Read()
+{
+    return readIndex < packets.size() ? packets[readIndex++] : nullptr;
+}
+
+} // namespace Tessor::Proc

@@ -1,0 +1,75 @@
+#include "cli/options/EncoderFlags.h"
+
+#include "cli/UserError.h"
+
+#include <charconv>
+
+namespace Tessor::Cli
+{
+
+namespace
+{
+
+/// More than any encoder of pictures has.
+constexpr int worst_crf = 63;
+
+constexpr double highest_bit_rate = 1e9;
+
+} // namespace
+
+long long ReadBitRate(const std::string& text)
+{
+    if (text.empty())
+        return 0;
+    double value = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    const std::string unit(rest, end);
+    const double factor = unit.empty() ? 1 : unit == "k" || unit == "K" ? 1e3 : unit == "M" ? 1e6 : 0;
+    if (error != std::errc() || factor == 0 || !(value * factor >= 1 && value * factor <= highest_bit_rate))
+        throw UserError(ExitCode::Usage, "\"" + text + "\" is no bit rate such as 800k or 2.5M");
+    return static_cast<long long>(value * factor);
+}
+
+void VideoEncoderFlags::AddOptions(OptionTable& table)
+{
+    table.push_back(
+        {"--video-encoder", "NAME", "FFmpeg's name of the encoder of pictures; the container's usual one", &name});
+    table.push_back({"--crf", "N", "constant quality on the encoder's scale, lower is better", &crf});
+    table.push_back({"--preset", "NAME", "speed against size, in the encoder's words", &preset});
+    table.push_back({"--video-bitrate", "RATE", "bits per second of the pictures, such as 2.5M", &bitRate});
+}
+
+Host::EncoderOptions VideoEncoderFlags::Read() const
+{
+    Host::EncoderOptions options;
+    options.name = name;
+    options.preset = preset;
+    options.bitRate = ReadBitRate(bitRate);
+    if (crf.empty())
+        return options;
+    const char* end = crf.data() + crf.size();
+    const auto [rest, error] = std::from_chars(crf.data(), end, options.crf);
+    if (error != std::errc() || rest != end || options.crf < 0 || options.crf > worst_crf)
+        throw UserError(ExitCode::Usage, "\"" + crf + "\" is no constant quality from 0 to 63");
+    if (options.bitRate > 0)
+        throw UserError(ExitCode::Usage, "--crf and --video-bitrate exclude each other");
+    return options;
+}
+
+void AudioEncoderFlags::AddOptions(OptionTable& table)
+{
+    table.push_back(
+        {"--audio-encoder", "NAME", "FFmpeg's name of the encoder of sound; the container's usual one", &name});
+    table.push_back({"--audio-bitrate", "RATE", "bits per second of the sound, such as 192k", &bitRate});
+}
+
+Host::EncoderOptions AudioEncoderFlags::Read() const
+{
+    Host::EncoderOptions options;
+    options.name = name;
+    options.bitRate = ReadBitRate(bitRate);
+    return options;
+}
+
+} // namespace Tessor::Cli

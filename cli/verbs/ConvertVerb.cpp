@@ -1,0 +1,127 @@
+#include "cli/Progress.h"
+#include "cli/Report.h"
+#include "cli/UserError.h"
+#include "cli/options/EncoderFlags.h"
+#include "jobs/OutputFile.h"
+#include "jobs/Times.h"
+#include "jobs/convert/ConvertJob.h"
+
+#include <cmath>
+#include <fmt/format.h>
+
+namespace Tessor::Cli
+{
+
+using namespace Jobs;
+
+namespace
+{
+
+bool ChangesRate(const ConvertTrack& track)
+{
+    return track.doubled > 0 || track.dropped > 0 || std::abs(track.sourceRate - track.resultRate) > 1e-6;
+}
+
+/// "29.97", "25"
+std::string Rate(double rate)
+{
+    return fmt::format("{:g}", std::round(rate * 1000) / 1000);
+}
+
+Json TrackToJson(const ConvertTrack& track)
+{
+    Json json = {{"index", track.index},      {"kind", track.kind},
+                 {"codec", track.codec},      {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
+                 {"items_in", track.itemsIn}, {"items_out", track.itemsOut}};
+    if (track.resultRate > 0)
+    {
+        json["frame_rate_in"] = track.sourceRate;
+        json["frame_rate_out"] = track.resultRate;
+        json["frames_doubled"] = track.doubled;
+        json["frames_dropped"] = track.dropped;
+    }
+    return json;
+}
+
+void PrintTrack(const ConvertTrack& track)
+{
+    fmt::print("  track {}, {} ({}): ", track.index, track.kind, track.codec);
+    if (track.encoder.empty())
+        fmt::print("{} packets copied\n", track.itemsOut);
+    else
+        fmt::print("{} {} in, {} packets out of {}\n", track.itemsIn, track.kind == "video" ? "frames" : "blocks",
+                   track.itemsOut, track.encoder);
+    if (ChangesRate(track))
+        fmt::print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
+                   track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
+}
+
+class ConvertVerb final : public Verb
+{
+public:
+    std::string GetName() const override { return "convert"; }
+    std::string GetSummary() const override { return "decode a file, run it through filters and encode it anew"; }
+    OptionTable GetOptions() override
+    {
+        OptionTable table = {
+            {"IN", "", "the file to convert", &request.input, {}, true, true},
+            {"OUT", "", "the file to write; its name tells the container", &request.output, {}, true, true},
+            {"--vf", "CHAIN", "filters of pictures: name=key=value:key=value,name=... (tessor filters lists them)",
+             &request.videoChain},
+            {"--af", "CHAIN", "filters of sound", &request.audioChain},
+            {"--no-video", "", "leave the pictures out", &request.noVideo},
+            {"--no-audio", "", "leave the sound out", &request.noAudio},
+        };
+        video.AddOptions(table);
+        audio.AddOptions(table);
+        table.push_back({"-y,--overwrite", "", "overwrite the output", &overwrite});
+        return table;
+    }
+
+    ExitCode Run(const CommonOptions& common) override
+    {
+        CheckOutput(request.output, {request.input}, overwrite);
+        request.video = video.Read();
+        request.audio = audio.Read();
+        Progress progress(common, "convert");
+        ConvertJob job(request, progress);
+        const ConvertReport report = job.Run(progress);
+        PrintReport(
+            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings, report.statistics);
+        return ExitCode::Done;
+    }
+
+private:
+    Json ToJson(const ConvertReport& report) const
+    {
+        Json json = {{"input", request.input}, {"output", request.output}};
+        json["duration"] = Seconds(report.duration);
+        json["tracks"] = Json::array();
+        for (const ConvertTrack& track : report.tracks)
+            json["tracks"].push_back(TrackToJson(track));
+        json["warnings"] = report.warnings;
+        json["wall_seconds"] = report.wallSeconds;
+        return json;
+    }
+
+    void PrintText(const ConvertReport& report) const
+    {
+        fmt::print("{}: {} in {:.2f} s\n", request.output, T2S(report.duration), report.wallSeconds);
+        for (const ConvertTrack& track : report.tracks)
+            PrintTrack(track);
+    }
+
+    ConvertRequest request;
+    VideoEncoderFlags video;
+    AudioEncoderFlags audio;
+    bool overwrite = false;
+};
+
+} // namespace
+
+std::unique_ptr<Verb> MakeConvertVerb()
+{
+    return std::make_unique<ConvertVerb>();
+}
+
+} // namespace Tessor::Cli

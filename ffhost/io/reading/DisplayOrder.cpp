@@ -1,0 +1,100 @@
+#include "ffhost/io/reading/DisplayOrder.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+void DisplayOrder::Push(TimedPacket&& timed)
+{
+    const PictureParser::Picture picture = parser.Look(*timed.packet);
+    const bool key = (timed.packet->flags & AV_PKT_FLAG_KEY) != 0;
+    if (parser.HasOrder())
+    {
+        sequence += key && picture.order <= lastOrder;
+        lastOrder = key ? picture.order : std::max(lastOrder, picture.order);
+        PushByOrder({std::move(timed), sequence, picture.order});
+    }
+    else
+        PushByType({std::move(timed), 0, 0}, picture.bidirectional);
+}
+
+// A picture that others lean on is shown when the next such one is decoded; one that nothing leans on at once.
+void DisplayOrder::PushByType(Waiting&& next, bool bidirectional)
+{
+    if (bidirectional || depth == 0)
+    {
+        if (next.timed.pts == NoTime)
+            next.timed.pts = next.timed.dts;
+    }
+    else
+    {
+        for (Waiting& entry : waiting)
+            if (entry.timed.pts == NoTime)
+                entry.timed.pts = next.timed.dts;
+    }
+    waiting.push_back(std::move(next));
+}
+
+// The n-th picture to be shown takes the n-th decoding time, late by the depth of the reordering.
+void DisplayOrder::PushByOrder(Waiting&& next)
+{
+    if (next.timed.pts == NoTime)
+        slots.push_back(AddTime(next.timed.dts, depth * next.timed.duration));
+    const bool refresh = !waiting.empty() && next.sequence > waiting.back().sequence;
+    if (refresh)
+        while (CountUntimed() > 0)
+            ShowFirst();
+    waiting.push_back(std::move(next));
+    while (CountUntimed() > static_cast<size_t>(depth))
+        ShowFirst();
+}
+
+void DisplayOrder::ShowFirst()
+{
+    Waiting* first = nullptr;
+    for (Waiting& entry : waiting)
+        if (entry.timed.pts == NoTime && (!first || entry.order < first->order))
+            first = &entry;
+    first->timed.pts = std::max(slots.front(), first->timed.dts);
+    slots.pop_front();
+}
+
+size_t DisplayOrder::CountUntimed() const
+{
+    return static_cast<size_t>(
+        std::count_if(waiting.begin(), waiting.end(), [](const Waiting& entry) { return entry.timed.pts == NoTime; }));
+}
+
+void DisplayOrder::Finish()
+{
+    if (parser.HasOrder())
+        while (CountUntimed() > 0)
+            ShowFirst();
+    for (Waiting& entry : waiting)
+        if (entry.timed.pts == NoTime)
+            entry.timed.pts = AddTime(waiting.back().timed.dts, waiting.back().timed.duration);
+}
+
+bool DisplayOrder::Pull(TimedPacket& timed)
+{
+    if (waiting.empty() || waiting.front().timed.pts == NoTime)
+        return false;
+    timed = std::move(waiting.front().timed);
+    waiting.pop_front();
+    return true;
+}
+
+void DisplayOrder::Reset()
+{
+    waiting.clear();
+    slots.clear();
+    sequence = lastOrder = 0;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,340 @@
+#include "ffhost/io/reading/GroupStaging.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr size_t MAX_LEAD_IN_PACKETS = 600;
+constexpr size_t MAX_LEAD_IN_BYTES = 64 << 20;
+constexpr size_t MAX_LOOK_AHEAD = 64;
+
+// TrackTimes takes the key flag from the last packet alone, and leaves this one.
+bool IsLast(const Proc::DataPacketFF& packet)
+{
+    return (packet.GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0;
+}
+
+} // namespace
+
+void GroupStaging::Push(Packet packet)
+{
+    newestDts = packet->GetDTS();
+    staged.push_back(std::move(packet));
+    Process();
+}
+
+void GroupStaging::Finish()
+{
+    finished = true;
+    Process();
+}
+
+GroupStaging::Packet GroupStaging::Pop()
+{
+    Packet packet = std::move(ready.front());
+    ready.pop_front();
+    return packet;
+}
+
+void GroupStaging::Restart(avTime newTarget, bool atFileStart)
+{
+    ready.clear();
+    Jump(newTarget);
+    if (newTarget == NoTime)
+        target.reset();
+    skipping = held = false;
+    resumeAfter = deliveredTime = NoTime;
+    start = atFileStart ? Start::OfFile : Start::Entry;
+    end = NoTime;
+    // From the beginning on, what comes first will do when no key packet lies at or before the target.
+    found = atFileStart;
+}
+
+void GroupStaging::Jump(std::optional<avTime> newTarget)
+{
+    staged.clear();
+    group.clear();
+    groupBytes = searched = 0;
+    groupTooLarge = true;
+    finished = found = missed = false;
+    droppedBefore = newestDts = landedTime = groupStart = NoTime;
+    resumeAfter = deliveredTime;
+    start = Start::Entry;
+    target = newTarget;
+    deferred = !newTarget;
+    skipping = held = true;
+}
+
+void GroupStaging::LandAt(avTime newTarget)
+{
+    target = newTarget;
+    deferred = false;
+    searched = 0;
+    Process();
+}
+
+void GroupStaging::Resume()
+{
+    held = false;
+    Process();
+}
+
+GroupStaging::Landing GroupStaging::GetLanding() const
+{
+    if (missed)
+        return Landing::Missed;
+    if (!target && !deferred)
+        return Landing::Done;
+    return found ? Landing::Found : Landing::Searching;
+}
+
+void GroupStaging::Process()
+{
+    if (deferred || missed || (target && !Land()) || held)
+        return;
+    while (!staged.empty())
+    {
+        if (staged.front()->IsKeyFrame())
+        {
+            if (!ProcessKey())
+                return;
+            continue;
+        }
+        const Packet packet = staged.front();
+        staged.pop_front();
+        if (droppedBefore == NoTime || packet->GetPTS() >= droppedBefore)
+            Deliver(packet);
+    }
+}
+
+// True when it is known where reading begins: what is staged then starts there.
+bool GroupStaging::Land()
+{
+    while (searched < staged.size())
+    {
+        const Proc::DataPacketFF& packet = *staged[searched];
+        const avTime dts = packet.GetDTS();
+        const bool candidate = packet.IsKeyFrame() && packet.GetPTS() <= *target;
+        if (candidate && !finished && !HasFollower(searched))
+            return false;
+        if (candidate && HasFollower(searched))
+            TakeKey(packet.GetPTS());
+        else
+            ++searched;
+        if (dts > *target)
+            return EndLanding();
+    }
+    return finished && EndLanding();
+}
+
+// The staged key packet that the search has come to is the best one so far, unless the one before has its stamp: what
+// starts there has both.
+void GroupStaging::TakeKey(avTime time)
+{
+    const bool repeated = resumeAfter != NoTime && time <= resumeAfter;
+    if (!repeated && time <= landedTime)
+    {
+        ++searched;
+        return;
+    }
+    const bool firstOfFile = start == Start::OfFile && landedTime == NoTime && searched == 0;
+    if (!firstOfFile)
+        start = repeated ? Start::Sequence : Start::Entry;
+    // its leading pictures lie before, in deleted time
+    droppedBefore = repeated ? time : NoTime;
+    landedTime = time;
+    found = true;
+    staged.erase(staged.begin(), staged.begin() + static_cast<std::ptrdiff_t>(searched + repeated));
+    searched = repeated ? 0 : 1;
+}
+
+bool GroupStaging::EndLanding()
+{
+    missed = !found;
+    target.reset();
+    resumeAfter = NoTime;
+    skipping = false;
+    return found;
+}
+
+void GroupStaging::AcceptMissed()
+{
+    missed = false;
+    start = Start::OfFile;
+    Process();
+}
+
+bool GroupStaging::ProcessKey()
+{
+    if (video && !KnowsLeading())
+        return false;
+    if (start == Start::Sequence && !HasFollower(0))
+    {
+        JoinGroupBefore();
+        return true;
+    }
+    if (video && cut && start == Start::Sequence)
+        EnterKey(*staged.front());
+    const Packet key = staged.front();
+    droppedBefore = video && start == Start::Entry ? key->GetPTS() : NoTime;
+    SetKeyPosition(*key);
+    key->SetEntered(video && start == Start::Entry);
+    staged.pop_front();
+    Deliver(key);
+    start = Start::Sequence;
+    groupStart = key->GetPosition();
+    SkipFrom(*key);
+    return !target || Land();
+}
+
+// Whether a group goes on after its key packet's leading pictures, or another one comes.
+bool GroupStaging::HasFollower(size_t key) const
+{
+    return !video || std::any_of(staged.begin() + static_cast<std::ptrdiff_t>(key) + 1, staged.end(),
+                                 [&](const Packet& packet)
+                                 { return packet->IsKeyFrame() || packet->GetPTS() > staged[key]->GetPTS(); });
+}
+
+// As with the last packet of a track: alone, a key packet would make a group that ends where it starts.
+void GroupStaging::JoinGroupBefore()
+{
+    const Packet key = staged.front();
+    staged.pop_front();
+    AVPacket& record = *key->GetAVPacket();
+    record.flags = (record.flags & ~AV_PKT_FLAG_KEY) | AV_PKT_FLAG_TRUSTED;
+    Deliver(key);
+}
+
+// A group in sequence is entered all the same where the cut leaves nothing of before as it was to lean on.
+void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
+{
+    const avTime first = FirstShown();
+    const bool encodedBefore = groupStart != NoTime && cut->IsPartlyKept(groupStart, first);
+    if (encodedBefore && first < key.GetPTS())
+        CloseGroup();
+    // a leading picture that is kept holds its group together
+    if (encodedBefore || (cut->IsKeptStart(key.GetPTS()) && cut->IsDeleted(first, key.GetPTS())))
+        start = Start::Entry;
+}
+
+// The leading pictures of the staged group go to the end of the group before.
+void GroupStaging::CloseGroup()
+{
+    const avTime shown = staged.front()->GetPTS();
+    size_t count = 1;
+    for (size_t i = 1; i < staged.size() && !staged[i]->IsKeyFrame(); ++i)
+        count = staged[i]->GetPTS() < shown ? i + 1 : count;
+    const avTime seam = end;
+    for (size_t i = 0; i < count; ++i)
+    {
+        const Packet packet = static_cast<Proc::DataPacketFF*>(staged[i]->Clone().get());
+        AVPacket& record = *packet->GetAVPacket();
+        record.flags &= ~AV_PKT_FLAG_KEY;
+        if (packet->GetPTS() >= shown)
+            record.flags |= AV_PKT_FLAG_DISCARD;
+        packet->SetLeadIn({});
+        packet->SetPosition(seam);
+        ready.push_back(packet);
+    }
+}
+
+// Leading pictures are decoded before the key picture's own time comes.
+bool GroupStaging::KnowsLeading() const
+{
+    if (finished || staged.size() > MAX_LOOK_AHEAD)
+        return true;
+    return std::any_of(staged.begin() + 1, staged.end(),
+                       [&](const Packet& packet)
+                       { return packet->IsKeyFrame() || packet->GetDTS() >= staged.front()->GetPTS(); });
+}
+
+avTime GroupStaging::FirstShown() const
+{
+    avTime first = staged.front()->GetPTS();
+    for (size_t i = 1; i < staged.size() && !staged[i]->IsKeyFrame(); ++i)
+        first = std::min(first, staged[i]->GetPTS());
+    return first;
+}
+
+void GroupStaging::SetKeyPosition(Proc::DataPacketFF& key)
+{
+    key.SetPosition(key.GetPTS());
+    if (!video || start == Start::Entry)
+        return;
+    const avTime first = FirstShown();
+    const bool open = start == Start::Sequence && first < key.GetPTS();
+    key.SetPosition(open ? StartOfOpenGroup(first) : first);
+    if (open && !groupTooLarge)
+        key.SetLeadIn(std::move(group));
+}
+
+// Copied whole, a group would begin with pictures whose reference, the last picture of the group before, is cut away:
+// it must count as cut itself, and so begins in deleted time.
+avTime GroupStaging::StartOfOpenGroup(avTime first) const
+{
+    const auto lost = cut && newestShown != NoTime ? cut->FindStretch(newestShown) : std::nullopt;
+    return lost && lost->end <= first ? lost->end - 1 : first;
+}
+
+void GroupStaging::Deliver(const Packet& packet)
+{
+    const bool key = packet->IsKeyFrame();
+    const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
+    const bool anew = end == NoTime || (key && start == Start::Entry);
+    const bool hidden = (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
+    if (anew || !hidden)
+    {
+        end = anew ? shownUntil : std::max(end, shownUntil);
+        newestShown = anew ? packet->GetPTS() : std::max(newestShown, packet->GetPTS());
+    }
+    if (!key)
+        packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
+    deliveredTime = packet->GetPTS();
+    if (video && keepsLeadIns)
+        Remember(packet, key);
+    ready.push_back(packet);
+}
+
+void GroupStaging::Remember(const Packet& packet, bool key)
+{
+    if (key)
+    {
+        group.clear();
+        groupBytes = 0;
+        groupTooLarge = false;
+    }
+    groupBytes += static_cast<size_t>(packet->GetSize());
+    groupTooLarge = groupTooLarge || group.size() >= MAX_LEAD_IN_PACKETS || groupBytes > MAX_LEAD_IN_BYTES;
+    if (groupTooLarge)
+    {
+        group.clear();
+        return;
+    }
+    const SP<Proc::IDataPacket> copy = packet->Clone();
+    static_cast<Proc::DataPacketFF&>(*copy).SetLeadIn({});
+    group.push_back(copy);
+}
+
+// What follows a key packet in deleted time is not wanted up to the last key packet before the stretch ends.
+void GroupStaging::SkipFrom(const Proc::DataPacketFF& packet)
+{
+    const auto stretch = cut && skips ? cut->FindStretch(packet.GetPosition()) : std::nullopt;
+    if (!stretch)
+        return;
+    target = stretch->end;
+    resumeAfter = packet.GetPTS();
+    skipOrigin = packet.GetPosition();
+    searched = 0;
+    found = skipping = true;
+}
+
+} // namespace Tessor::Host

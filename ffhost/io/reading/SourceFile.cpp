@@ -1,0 +1,359 @@
+#include "ffhost/io/reading/SourceFile.h"
+
+#include "Fnd/Exception.h"
+#include "ffhost/Log.h"
+
+extern "C"
+{
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr int64_t DEEP_PROBE_BYTES = 200000000;
+constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
+constexpr int MAX_RETRIES = 1000;
+constexpr std::string_view INDEXED = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
+
+bool IsUnknown(const AVCodecParameters& parameters)
+{
+    if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
+        return parameters.codec_id == AV_CODEC_ID_NONE || parameters.width <= 0;
+    if (parameters.codec_type == AVMEDIA_TYPE_AUDIO)
+        return parameters.codec_id == AV_CODEC_ID_NONE || parameters.sample_rate <= 0;
+    return false;
+}
+
+/// By the first packets in their indexes; a stream that has none comes last.
+bool StartsBefore(AVStream& a, AVStream& b)
+{
+    const AVIndexEntry* const first = avformat_index_get_entry(&a, 0);
+    const AVIndexEntry* const other = avformat_index_get_entry(&b, 0);
+    return first && (!other || av_compare_ts(first->timestamp, a.time_base, other->timestamp, b.time_base) < 0);
+}
+
+bool HasUnknownStream(const AVFormatContext& context)
+{
+    for (unsigned i = 0; i < context.nb_streams; ++i)
+        if (IsUnknown(*context.streams[i]->codecpar))
+            return true;
+    return false;
+}
+
+/// Pages of Ogg tell where their last packet ends. For the first page after a seek that takes the lengths of packets,
+/// which libavformat knows of some codecs only. Of others it counts from an entry of its index, which may be that of
+/// any packet of the page, or of another stream.
+bool HasUntimedPages(const AVFormatContext& context)
+{
+    constexpr std::array timed{AV_CODEC_ID_VORBIS, AV_CODEC_ID_OPUS, AV_CODEC_ID_THEORA, AV_CODEC_ID_VP8};
+    if (std::string_view(context.iformat->name) != "ogg")
+        return false;
+    for (unsigned i = 0; i < context.nb_streams; ++i)
+        if (std::find(timed.begin(), timed.end(), context.streams[i]->codecpar->codec_id) == timed.end())
+            return true;
+    return false;
+}
+
+/// WAVE and its kin are sought by bit rate, which is near enough where a sample has a whole number of bits only.
+bool IsSoughtByBitRate(const AVFormatContext& context)
+{
+    const std::string_view name = context.iformat->name;
+    if (name != "wav" && name != "w64" && name != "aiff" && name != "au")
+        return false;
+    const AVCodecID codec = context.streams[0]->codecpar->codec_id;
+    return av_get_bits_per_sample(codec) > 0 && av_get_exact_bits_per_sample(codec) == 0;
+}
+
+} // namespace
+
+void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
+{
+    avformat_close_input(&context);
+}
+
+SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings) : path(path), settings(settings)
+{
+    RouteFFmpegLog();
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (std::filesystem::is_directory(status))
+        Fail("Is a directory");
+    if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
+        Fail("The file is empty");
+    Open();
+    if (SurveyHeaders(*context, headers))
+        Open();
+    FindStreams();
+    if (context->nb_streams == 0)
+        Fail("No streams found");
+    selected.assign(context->nb_streams, false);
+    ApplySelection();
+}
+
+void SourceFile::Open()
+{
+    AVFormatContext* opened = nullptr;
+    AVDictionary* options = nullptr;
+    if (deep)
+    {
+        av_dict_set_int(&options, "probesize", DEEP_PROBE_BYTES, 0);
+        av_dict_set_int(&options, "analyzeduration", DEEP_PROBE_TIME, 0);
+        // without this, a transport stream counts as described by its first table
+        av_dict_set(&options, "scan_all_pmts", "1", 0);
+    }
+    // The protocol prefix keeps names with a colon from being taken for addresses.
+    const FFmpegErrorCapture errors;
+    const int code = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
+    av_dict_free(&options);
+    const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
+    if (code < 0)
+        Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" + cause : errors.GetText(code));
+    context.reset(opened);
+    ReplaceHeaders();
+}
+
+// Before libavformat looks for what streams are: it goes by their headers, too.
+void SourceFile::ReplaceHeaders()
+{
+    for (const auto& [index, found] : headers)
+    {
+        if (index >= static_cast<int>(context->nb_streams))
+            continue;
+        AVCodecParameters& parameters = *Stream(index).codecpar;
+        av_freep(&parameters.extradata);
+        parameters.extradata_size = 0;
+        if (found.header.empty())
+            continue;
+        const size_t size = found.header.size();
+        parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+        if (!parameters.extradata)
+            Fail("Out of memory");
+        std::copy(found.header.begin(), found.header.end(), parameters.extradata);
+        parameters.extradata_size = static_cast<int>(size);
+    }
+}
+
+void SourceFile::FindStreams()
+{
+    const int code = avformat_find_stream_info(context.get(), nullptr);
+    const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
+    const bool incomplete = code < 0 || (noHeader && HasUnknownStream(*context));
+    if (incomplete && !std::exchange(deep, true))
+    {
+        // libavformat can look for what is missing once only
+        Open();
+        avformat_find_stream_info(context.get(), nullptr);
+    }
+    // libavformat has remembered the container's own
+    ReplaceHeaders();
+    FindPacked();
+}
+
+void SourceFile::FindPacked()
+{
+    packed.clear();
+    for (int i = 0; i < static_cast<int>(context->nb_streams); ++i)
+        if (AVCodecParameters& parameters = *Stream(i).codecpar; PictureUnpacker::IsPacked(parameters))
+            packed.emplace(i, parameters);
+}
+
+bool SourceFile::LookDeeper()
+{
+    if (late.empty() || deep)
+        return false;
+    deep = rewinding = atStart = true;
+    late.clear();
+    Open();
+    FindStreams();
+    selected.assign(context->nb_streams, false);
+    ApplySelection();
+    return true;
+}
+
+PacketPtr SourceFile::Read()
+{
+    if (settings.checkpoint)
+        settings.checkpoint();
+    PacketPtr packet(av_packet_alloc());
+    if (!packet)
+        Fail("Out of memory");
+    if (std::exchange(rewinding, false) && !SeekToFirst())
+        Reopen();
+    atStart = false;
+    for (int retries = 0; retries < MAX_RETRIES;)
+    {
+        const int code = av_read_frame(context.get(), packet.get());
+        if (code == AVERROR(EAGAIN))
+        {
+            ++retries;
+            continue;
+        }
+        if (code < 0)
+        {
+            damaged += code != AVERROR_EOF;
+            return nullptr;
+        }
+        if (packet->stream_index < StreamCount() && IsSelected(packet->stream_index))
+        {
+            damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            ForgetGuess(*packet);
+            if (Unpack(*packet))
+                return packet;
+        }
+        if (packet->stream_index >= StreamCount())
+            NoteLate(*packet);
+        av_packet_unref(packet.get());
+    }
+    return nullptr;
+}
+
+// AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering. Where
+// pictures are packed, times that look like such are those of packets.
+void SourceFile::ForgetGuess(AVPacket& packet) const
+{
+    const bool counted = packet.dts != AV_NOPTS_VALUE && std::string_view(context->iformat->name) == "avi";
+    const bool ofPacket = packet.pts == packet.dts && packed.contains(packet.stream_index);
+    if ((counted || ofPacket) && context->streams[packet.stream_index]->codecpar->video_delay > 0)
+        packet.pts = AV_NOPTS_VALUE;
+}
+
+bool SourceFile::Unpack(AVPacket& packet)
+{
+    const auto found = packed.find(packet.stream_index);
+    return found == packed.end() || found->second.Unpack(packet);
+}
+
+void SourceFile::ForgetPacked()
+{
+    for (auto& [stream, unpacker] : packed)
+        unpacker.Reset();
+}
+
+void SourceFile::NoteLate(const AVPacket& packet)
+{
+    const AVStream& stream = Stream(packet.stream_index);
+    const auto known = [&](const LateStream& other) { return other.id == stream.id; };
+    if (std::any_of(late.begin(), late.end(), known))
+        return;
+    const int64_t ticks = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+    const int64_t origin = context->start_time != AV_NOPTS_VALUE ? context->start_time : 0;
+    const avTime time = ticks == AV_NOPTS_VALUE
+                            ? NoTime
+                            : SubTime(av_rescale_q(ticks, stream.time_base, AVRational{1, AV_TIME_BASE}), origin);
+    late.push_back({stream.id, avcodec_get_name(stream.codecpar->codec_id), time});
+}
+
+bool SourceFile::Seek(int stream, avTime time)
+{
+    const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
+    if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
+        return false;
+    atStart = rewinding = false;
+    ForgetPacked();
+    return true;
+}
+
+bool SourceFile::SeekToByte(long long position)
+{
+    if (av_seek_frame(context.get(), -1, position, AVSEEK_FLAG_BYTE) < 0)
+        return false;
+    atStart = false;
+    ForgetPacked();
+    return true;
+}
+
+void SourceFile::Rewind()
+{
+    rewinding = rewinding || !atStart;
+    atStart = true;
+    damaged = 0;
+}
+
+// By the first packets in the index of a file that gives each packet its place and all of its times: libavformat then
+// reads as from a new file, whose index would be long to read.
+bool SourceFile::SeekToFirst()
+{
+    if (std::string_view(context->iformat->name) != INDEXED)
+        return false;
+    int first = -1;
+    for (int i = 0; i < static_cast<int>(context->nb_streams); ++i)
+        if (first < 0 || StartsBefore(Stream(i), Stream(first)))
+            first = i;
+    const AVIndexEntry* const entry = avformat_index_get_entry(&Stream(first), 0);
+    // The other streams are sought to the time of this one, and so to their first packets.
+    ForgetPacked();
+    return entry && av_seek_frame(context.get(), first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+void SourceFile::Reopen()
+{
+    Open();
+    FindStreams();
+    // A file that was changed under us must not shift the numbers of its tracks.
+    if (context->nb_streams < selected.size())
+        Fail("The file has changed");
+    ApplySelection();
+}
+
+void SourceFile::Select(int stream)
+{
+    selected[static_cast<size_t>(stream)] = true;
+    ApplySelection();
+}
+
+void SourceFile::SelectNone()
+{
+    selected.assign(selected.size(), false);
+    ApplySelection();
+}
+
+AVStream& SourceFile::Stream(int index) const
+{
+    return *context->streams[index];
+}
+
+std::string SourceFile::GetHeaderFault(int stream) const
+{
+    const auto found = headers.find(stream);
+    return found != headers.end() ? found->second.fault : "";
+}
+
+bool SourceFile::IsElementary() const
+{
+    if (HasUntimedPages(*context) || IsSoughtByBitRate(*context))
+        return true;
+    // Without an Xing table an MP3 file is sought by its bit rate only.
+    return (context->iformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||
+           context->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE ||
+           std::string_view(context->iformat->name) == "mp3";
+}
+
+std::pair<long long, long long> SourceFile::GetProgress() const
+{
+    if (!context->pb)
+        return {0, 0};
+    return {std::max<int64_t>(0, avio_tell(context->pb)), std::max<int64_t>(0, avio_size(context->pb))};
+}
+
+void SourceFile::ApplySelection()
+{
+    for (unsigned i = 0; i < context->nb_streams; ++i)
+        context->streams[i]->discard = i < selected.size() && selected[i] ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+}
+
+void SourceFile::Fail(const std::string& cause) const
+{
+    Throw<Core::IOException>(TESSOR_HERE, path + ": " + cause);
+}
+
+} // namespace Tessor::Host

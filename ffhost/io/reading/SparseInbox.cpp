@@ -1,0 +1,22 @@
+#include "ffhost/io/reading/SparseInbox.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+namespace Tessor::Host
+{
+
+void SparseInbox::Add(const SP<Proc::IDataPacket>& packet)
+{
+    if (seen.emplace(packet->GetAVPacket()->pos, packet->GetPTS(), packet->GetSize()).second)
+        packets.push_back(packet);
+}
+
+std::vector<SP<Proc::IDataPacket>> SparseInbox::Take()
+{
+    return std::exchange(packets, {});
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,80 @@
+#include "ffhost/io/reading/TrackClock.h"
+
+extern "C"
+{
+#include <libavutil/avutil.h>
+#include <libavutil/mathematics.h>
+}
+
+#include <cstdlib>
+#include <utility>
+
+namespace Tessor::Host
+{
+
+namespace
+{
+
+constexpr avTime MAX_GAP = 10000000;
+constexpr avTime MAX_FALL = 100000; // jitter of careless multiplexers stays below
+
+} // namespace
+
+bool TrackClock::GoesOn(avTime from, avTime to)
+{
+    return to - from <= MAX_GAP && to - from >= -MAX_FALL;
+}
+
+avTime TrackClock::ToTime(int64_t ticks) const
+{
+    if (ticks == AV_NOPTS_VALUE)
+        return NoTime;
+    return ToTime(ticks, epoch);
+}
+
+avTime TrackClock::ToTime(int64_t ticks, size_t behind) const
+{
+    const avTime time = av_rescale_q(ticks, timeBase, AVRational{1, AV_TIME_BASE});
+    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[behind] : 0);
+}
+
+void TrackClock::JoinNear(int64_t ticks, avTime near)
+{
+    if (!jumps || ticks == AV_NOPTS_VALUE || near == NoTime)
+        return;
+    for (size_t i = 0; i < jumps->shifts.size(); ++i)
+        if (std::abs(ToTime(ticks, i) - near) < std::abs(ToTime(ticks, epoch) - near))
+            epoch = i;
+}
+
+bool TrackClock::Follow(int64_t ticks, avTime step)
+{
+    JoinNear(ticks, std::exchange(place, NoTime));
+    const avTime time = ToTime(ticks);
+    if (!jumps || time == NoTime)
+        return false;
+    const avTime before = last;
+    last = time;
+    if (before == NoTime || GoesOn(before, time))
+        return false;
+    while (++epoch < jumps->shifts.size())
+    {
+        last = ToTime(ticks);
+        if (GoesOn(before, last))
+            return false;
+    }
+    jumps->shifts.push_back(0);
+    jumps->shifts.back() = SubTime(AddTime(before, step), ToTime(ticks));
+    last = AddTime(before, step);
+    return true;
+}
+
+void TrackClock::Reset(bool atStart, avTime near)
+{
+    last = NoTime;
+    place = near;
+    if (atStart)
+        epoch = 0;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,647 @@
+#include "ffhost/io/writing/MuxerFF.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/CodecParsers/AACCodecParser.h"
+#include "ffhost/Log.h"
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+#include <libavutil/display.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <set>
+
+namespace Tessor::Host
+{
+
+using namespace Proc;
+
+namespace
+{
+
+constexpr AVRational MICROSECONDS = {1, 1000000};
+
+/// Packets that the repair of decoding times sees at once: more than any reordering spans.
+constexpr size_t LOOK_AHEAD = 16;
+
+constexpr int TRANSPORT_PACKET = 188;
+constexpr int LEAST_TRANSPORT_PACKETS = 16;
+
+/// By how many ticks two times may differ that were rounded apart from each other.
+constexpr int ROUNDING = 2;
+
+/// What describes the source's file or stream as it was written, not what is in it.
+bool IsStale(const std::string& key)
+{
+    static const std::set<std::string> stale = {"major_brand", "minor_version", "compatible_brands", "encoder",
+                                                "DURATION",    "BPS",           "NUMBER_OF_FRAMES",  "NUMBER_OF_BYTES"};
+    const std::string stem = key.substr(0, key.find("-eng"));
+    return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
+}
+
+void CopyTags(const Tags& tags, AVDictionary** target)
+{
+    for (const auto& [key, text] : tags)
+        if (!IsStale(key))
+            av_dict_set(target, key.c_str(), text.c_str(), AV_DICT_MULTIKEY);
+}
+
+void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t size)
+{
+    av_freep(&parameters.extradata);
+    parameters.extradata_size = 0;
+    if (size == 0)
+        return;
+    parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (!parameters.extradata)
+        throw std::bad_alloc();
+    std::memcpy(parameters.extradata, data, size);
+    parameters.extradata_size = static_cast<int>(size);
+}
+
+std::shared_ptr<AVCodecParameters> NewParameters(const AVCodecParameters& source)
+{
+    std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
+                                                  [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    if (!parameters || avcodec_parameters_copy(parameters.get(), &source) < 0)
+        throw std::bad_alloc();
+    return parameters;
+}
+
+void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
+{
+    uint8_t* copy = av_stream_new_side_data(&stream, type, size);
+    if (!copy)
+        throw std::bad_alloc();
+    std::memcpy(copy, data, size);
+}
+
+/// In ticks: what the codec says, since a duration from the source may be rounded to that one's ticks. A rate that is
+/// not that of the samples shows in lengths that are far from the source's.
+int64_t SoundLength(const AVCodecParameters& parameters, const AVPacket& packet)
+{
+    const int samples = av_get_audio_frame_duration2(const_cast<AVCodecParameters*>(&parameters), packet.size);
+    if (samples <= 0 || parameters.sample_rate <= 0)
+        return packet.duration;
+    const int64_t length = av_rescale_q(samples, AVRational{1, parameters.sample_rate}, packet.time_base);
+    const bool likely = packet.duration <= 0 || std::abs(length - packet.duration) <= packet.duration / 2;
+    return likely ? length : packet.duration;
+}
+
+bool HasTag(const Tags& tags, const std::string& key)
+{
+    return std::any_of(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == key; });
+}
+
+int64_t ToTick(avTime time, AVRational timeBase)
+{
+    return time == NoTime ? AV_NOPTS_VALUE : av_rescale_q(time, MICROSECONDS, timeBase);
+}
+
+} // namespace
+
+std::unique_ptr<Muxer> Muxer::Create(const std::string& path)
+{
+    return std::make_unique<MuxerFF>(path);
+}
+
+MuxerFF::MuxerFF(const std::string& path) : path(path), container(Container::Guess(path))
+{
+    if (!container.GetFormat())
+        Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
+}
+
+MuxerFF::~MuxerFF()
+{
+    // The muxer may still write when it is freed: before the file goes.
+    context.reset();
+}
+
+bool MuxerFF::CanCarry(const TrackInfo& track) const
+{
+    if (!track.parameters)
+        return false;
+    if (track.attachedPicture)
+        return container.ChooseCoverForm(track.parameters->codec_id) != Container::CoverForm::None;
+    if (!container.KnowsCodec(track.parameters->codec_id))
+        return false;
+    ContextPtr trial = MakeContext();
+    AddStream(*trial, MakeTrack(track, nullptr, false));
+    return !TryHeader(std::move(trial)).empty();
+}
+
+SettingsFilterBitStream::StreamFormat MuxerFF::GetFraming(const TrackInfo& track) const
+{
+    using Framing = SettingsFilterBitStream;
+    const auto framing = container.ChooseFraming(track.parameters ? track.parameters->codec_id : AV_CODEC_ID_NONE);
+    // A PCE often stands in the source's first frame only. libavformat makes it part of the first one written.
+    const SP<const IBlob> header = track.format ? track.format->GetExtradata() : nullptr;
+    const bool configured = header && track.parameters->codec_id == AV_CODEC_ID_AAC &&
+                            Proc::CodecParsers::HasADTSHeader(header->Data(), header->Size()) &&
+                            CodecParsers::DataToADTSHeader(header->Data(), header->Size()).pce;
+    return framing == Framing::STREAM_FORMAT_UNCHANGED && configured ? Framing::STREAM_FORMAT_RAW_AAC : framing;
+}
+
+int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse)
+{
+    if (!source.parameters)
+        Throw<std::invalid_argument>(TESSOR_HERE, "A track without parameters can't be written.");
+    tracks.push_back(IsAttached(source) ? MakeTrack(MakeAttachment(source), nullptr, true)
+                                        : MakeTrack(source, format, sparse));
+    return static_cast<int>(tracks.size()) - 1;
+}
+
+bool MuxerFF::IsAttached(const TrackInfo& cover) const
+{
+    return cover.attachedPicture && cover.picture &&
+           container.ChooseCoverForm(cover.parameters->codec_id) == Container::CoverForm::Attachment;
+}
+
+/// The cover as a file inside of the file, under the name by which players look for it.
+TrackInfo MuxerFF::MakeAttachment(const TrackInfo& cover) const
+{
+    TrackInfo attachment = cover;
+    attachment.type = MediaType::None;
+    attachment.attachedPicture = false;
+    attachment.attachment = true;
+    attachment.format = nullptr;
+    attachment.disposition = 0;
+    const auto parameters = NewParameters(*cover.parameters);
+    parameters->codec_type = AVMEDIA_TYPE_ATTACHMENT;
+    SetExtradata(*parameters, cover.picture->Data(), cover.picture->Size());
+    attachment.parameters = parameters;
+    const std::string type = Container::GetCoverType(parameters->codec_id);
+    const auto others =
+        std::count_if(tracks.begin(), tracks.end(), [](const Track& track) { return track.source.picture != nullptr; });
+    if (!HasTag(attachment.tags, "filename"))
+        attachment.tags.emplace_back("filename", "cover" + (others ? "-" + std::to_string(others + 1) : "") + "." +
+                                                     (type == "image/jpeg" ? "jpg" : type.substr(type.find('/') + 1)));
+    if (!HasTag(attachment.tags, "mimetype"))
+        attachment.tags.emplace_back("mimetype", type);
+    return attachment;
+}
+
+MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const
+{
+    const auto parameters = NewParameters(*source.parameters);
+    parameters->codec_tag = container.ChooseTag(parameters->codec_id, parameters->codec_tag);
+    if (container.TakesBlocksForConstant(parameters->codec_id))
+        parameters->block_align = 0;
+
+    const SP<Conf::IFormatCodec>& described = format ? format : source.format;
+    const SP<const IBlob> extradata = described ? described->GetExtradata() : nullptr;
+    std::optional<H264EntryRepair> entries;
+    if (parameters->codec_id == AV_CODEC_ID_H264)
+        entries.emplace(extradata);
+    // The header of an ADTS frame is no configuration: libavformat finds that in the packets.
+    if (extradata && parameters->codec_id == AV_CODEC_ID_AAC &&
+        Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size()))
+        SetExtradata(*parameters, nullptr, 0);
+    else if (extradata)
+        SetExtradata(*parameters, extradata->Data(), extradata->Size());
+
+    // Readers take it off all times; the writer leaves it to us to add it.
+    const bool delayed =
+        container.TellsDelay(parameters->codec_id) && parameters->initial_padding > 0 && parameters->sample_rate > 0;
+    const avTime delay =
+        delayed ? av_rescale(parameters->initial_padding, MICROSECONDS.den, parameters->sample_rate) : 0;
+    const bool reorders = source.type == MediaType::Video && !source.attachedPicture;
+    std::optional<CountedPictures> pictures;
+    if (reorders && container.CountsPackets())
+        pictures.emplace(*parameters);
+    return Track{source,
+                 parameters,
+                 entries,
+                 std::move(pictures),
+                 DtsRepair(reorders ? LOOK_AHEAD : 0, container.TakesEqualTimes(source.type) ? 0 : 1),
+                 sparse || source.attachment || source.attachedPicture,
+                 {},
+                 delay};
+}
+
+MuxerFF::ContextPtr MuxerFF::MakeContext() const
+{
+    AVFormatContext* made = nullptr;
+    if (avformat_alloc_output_context2(&made, container.GetFormat(), nullptr, path.c_str()) < 0)
+        throw std::bad_alloc();
+    ContextPtr target(made);
+    CopyTags(tags, &target->metadata);
+    for (const Track& track : tracks)
+        AddStream(*target, track);
+    return target;
+}
+
+void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
+{
+    AVStream* stream = avformat_new_stream(&target, nullptr);
+    if (!stream || avcodec_parameters_copy(stream->codecpar, track.parameters.get()) < 0)
+        throw std::bad_alloc();
+    const TrackInfo& source = track.source;
+    stream->time_base = container.ChooseTimeBase(source);
+    // with any other mark beside it libavformat would take it for a track of pictures
+    stream->disposition = source.attachedPicture ? AV_DISPOSITION_ATTACHED_PIC : source.disposition;
+    stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
+    if (source.frameRateNum > 0 && source.frameRateDen > 0)
+        stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
+    CopyTags(source.tags, &stream->metadata);
+    for (const auto& [type, bytes] : source.sideData)
+        AddSideData(*stream, static_cast<AVPacketSideDataType>(type), bytes.data(), bytes.size());
+    if (source.displayMatrix.size() == 9)
+        AddSideData(*stream, AV_PKT_DATA_DISPLAYMATRIX, source.displayMatrix.data(), 9 * sizeof(int32_t));
+}
+
+std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
+{
+    if (avio_open_dyn_buf(&trial->pb) < 0)
+        throw std::bad_alloc();
+    AVDictionary* options = container.MakeOptions(*trial);
+    std::vector<AVRational> timeBases;
+    if (avformat_write_header(trial.get(), &options) >= 0)
+        for (unsigned i = 0; i < trial->nb_streams; ++i)
+            timeBases.push_back(trial->streams[i]->time_base);
+    av_dict_free(&options);
+    // Freeing the muxer may still write, so the buffer goes last.
+    AVIOContext* buffer = trial->pb;
+    trial.reset();
+    uint8_t* bytes = nullptr;
+    avio_close_dyn_buf(buffer, &bytes);
+    av_free(bytes);
+    return timeBases;
+}
+
+void MuxerFF::Open()
+{
+    // Some muxers choose their ticks as late as with the header, which waits for the first packets.
+    const std::vector<AVRational> timeBases = TryHeader(MakeContext());
+    context = MakeContext();
+    for (size_t i = 0; i < timeBases.size(); ++i)
+        context->streams[i]->time_base = timeBases[i];
+    file = std::make_unique<OutputFile>(path);
+    context->pb = file->GetContext();
+    context->flags |= AVFMT_FLAG_CUSTOM_IO;
+    AVDictionary* options = container.MakeOptions(*context);
+    if (const int timescale = GetVideoTimescale())
+        av_dict_set_int(&options, "video_track_timescale", timescale, 0);
+    Run("the header", [&] { return avformat_init_output(context.get(), &options); });
+    av_dict_free(&options);
+    if (container.IsProgramStream())
+        program.emplace(*file->GetContext());
+    for (size_t i = 0; i < tracks.size(); ++i)
+    {
+        Track& track = tracks[i];
+        if (program)
+            program->AddTrack(*track.parameters);
+        const AVStream& stream = *context->streams[i];
+        if (container.CountsSound() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
+            track.counter.emplace(*stream.codecpar, stream.time_base, !container.CountsPackets());
+        interleaver.AddTrack(
+            {GetTicks(static_cast<int>(i)), track.source.type == MediaType::Video ? 0 : 1, track.sparse});
+        if (track.source.attachment)
+            EndTrack(static_cast<int>(i));
+    }
+}
+
+/// One for all tracks of video: several that differ leave it to the muxer.
+int MuxerFF::GetVideoTimescale() const
+{
+    std::set<int> timescales;
+    for (const Track& track : tracks)
+        if (track.source.type == MediaType::Video && !track.source.attachedPicture)
+            timescales.insert(container.ChooseVideoTimescale(track.source));
+    return timescales.size() == 1 ? *timescales.begin() : 0;
+}
+
+void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
+{
+    Track& track = tracks.at(static_cast<size_t>(number));
+    if (track.source.attachment)
+        return;
+    if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0 && !container.CarriesEditLists())
+        track.exposed.push_back(packet->GetPTS());
+    PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
+    if (!started && !track.sparse && packet->GetPTS() != NoTime)
+        earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
+    if (!grid && container.CountsPictures() && track.source.type == MediaType::Video)
+        grid = SubTime(av_rescale_q(ticks->pts, ticks->time_base, MICROSECONDS), packet->GetPTS());
+    if (track.pictures)
+        track.pictures->Push(std::move(ticks));
+    else
+        track.repair.Push(std::move(ticks));
+    Settle(number);
+    Drain();
+}
+
+/// Those of a track's packets until they are handed to the container.
+AVRational MuxerFF::GetTicks(int number) const
+{
+    return tracks[static_cast<size_t>(number)].counter ? MICROSECONDS : context->streams[number]->time_base;
+}
+
+PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
+{
+    const AVRational timeBase = GetTicks(number);
+    PacketPtr result(av_packet_clone(packet.GetAVPacket()));
+    if (!result)
+        throw std::bad_alloc();
+    const avTime delay = tracks[static_cast<size_t>(number)].delay;
+    const avTime pts = AddTime(packet.GetPTS(), delay), duration = packet.GetDuration();
+    result->pts = ToTick(pts, timeBase);
+    result->dts = ToTick(AddTime(packet.GetDTS(), delay), timeBase);
+    // By the end, not by the length: rounding then doesn't add up.
+    result->duration = duration == NoTime || duration <= 0 ? 0
+                       : pts == NoTime                     ? ToTick(duration, timeBase)
+                                                           : ToTick(AddTime(pts, duration), timeBase) - result->pts;
+    // An edit list ends with the last packet that lasts.
+    if (container.CarriesEditLists() && (result->flags & AV_PKT_FLAG_DISCARD))
+        result->duration = 0;
+    result->time_base = timeBase;
+    result->pos = -1;
+    return result;
+}
+
+void MuxerFF::EndTrack(int number)
+{
+    Track& track = tracks.at(static_cast<size_t>(number));
+    if (track.ended)
+        return;
+    track.ended = true;
+    if (track.pictures)
+        track.pictures->End();
+    Settle(number);
+    interleaver.EndTrack(number);
+    Drain();
+}
+
+/// Hands on what the repair has settled.
+void MuxerFF::Settle(int number)
+{
+    Track& track = tracks[static_cast<size_t>(number)];
+    while (PacketPtr packet = track.pictures ? track.pictures->Pull() : nullptr)
+        track.repair.Push(std::move(packet));
+    if (track.ended)
+        track.repair.End();
+    while (PacketPtr packet = track.repair.Pull())
+        interleaver.Push(number, std::move(packet));
+}
+
+void MuxerFF::Drain()
+{
+    while (PacketPtr packet = interleaver.Pull())
+    {
+        if (!started)
+            Start(*packet);
+        WriteOut(std::move(packet));
+    }
+}
+
+/// `first`: the packet with the lowest decoding time of all.
+void MuxerFF::Start(const AVPacket& first)
+{
+    if (container.GetOrigin() == Container::Origin::Decoding)
+    {
+        // in whole ticks, which the rounding up of WriteOut finds again
+        const int64_t lead = av_rescale_q_rnd(container.GetLead(), MICROSECONDS, first.time_base, AV_ROUND_UP);
+        const int64_t ticks = std::max<int64_t>(lead - first.dts, 0);
+        shift = av_rescale_q_rnd(ticks, first.time_base, MICROSECONDS, AV_ROUND_DOWN);
+    }
+    else if (container.GetOrigin() == Container::Origin::Presentation)
+        shift = -earliest;
+    else if (grid)
+        shift = *grid;
+    else if (container.BeginsAtZero(TrackOf(first).parameters->codec_id))
+        shift = -av_rescale_q(first.pts, first.time_base, MICROSECONDS);
+    WriteHeader();
+}
+
+void MuxerFF::WriteHeader()
+{
+    started = true;
+    AddChapters();
+    Run("the header", [&] { return avformat_write_header(context.get(), nullptr); });
+    // libavformat would guess a length by it where a hidden packet has none
+    for (unsigned i = 0; i < context->nb_streams; ++i)
+        if (container.CarriesEditLists())
+            context->streams[i]->avg_frame_rate = {0, 1};
+}
+
+void MuxerFF::AddChapters()
+{
+    if (chapters.empty() || !container.CarriesChapters())
+        return;
+    context->chapters = static_cast<AVChapter**>(av_calloc(chapters.size(), sizeof(AVChapter*)));
+    if (!context->chapters)
+        throw std::bad_alloc();
+    for (const ChapterInfo& chapter : chapters)
+    {
+        AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+        if (!made)
+            throw std::bad_alloc();
+        made->id = static_cast<int64_t>(context->nb_chapters) + 1;
+        made->time_base = MICROSECONDS;
+        made->start = std::max<avTime>(AddTime(chapter.start, shift), 0);
+        made->end = std::max<avTime>(AddTime(chapter.end, shift), made->start);
+        CopyTags(chapter.tags, &made->metadata);
+        context->chapters[context->nb_chapters++] = made;
+    }
+}
+
+void MuxerFF::WriteOut(PacketPtr packet)
+{
+    const AVRational timeBase = packet->time_base;
+    const bool sound = TrackOf(*packet).source.type == MediaType::Audio;
+    const bool onGrid = grid && TrackOf(*packet).source.type == MediaType::Video;
+    const int64_t ticks = onGrid ? 0 : av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
+    packet->pts += ticks;
+    packet->dts += ticks;
+    if (container.CountsPackets())
+        FillStart(*packet);
+    if (container.CountsPictures() && !sound)
+        FillGap(*packet);
+    if (container.SharesTimes() && sound)
+        KeepApart(*packet);
+    // A subtitle that begins before everything else.
+    if (container.GetOrigin() == Container::Origin::Presentation)
+        packet->pts = std::max<int64_t>(packet->pts, 0);
+    if (container.TellsEnds() && sound)
+        packet = TakeEnded(std::move(packet));
+    if (!packet)
+        return;
+    if (std::optional<SoundCounter>& counter = TrackOf(*packet).counter)
+        counter->Place(std::move(packet), [this](AVPacket& counted) { Hand(counted); });
+    else
+        Hand(*packet);
+}
+
+/// Where only the ends of pages are timed, a packet's end is the next one's beginning. One for which that is not so by
+/// its samples gets a page of its own, so that no other is moved by it. So does the one after, for readers may take its
+/// length from the one before, and a first one whose time is not told.
+PacketPtr MuxerFF::TakeEnded(PacketPtr next)
+{
+    Track& track = TrackOf(*next);
+    std::swap(track.waiting, next);
+    if (!next)
+        return nullptr;
+    const int64_t end = track.waiting->pts;
+    const bool first = !std::exchange(track.written, true);
+    const bool untold = first && next->pts != 0 && container.BeginsAtZero(track.parameters->codec_id);
+    const bool abuts = std::abs(next->pts + next->duration - end) <= GetRounding(*next);
+    const bool parted = std::exchange(track.parted, !abuts);
+    if (abuts && !parted && !untold)
+        return next;
+    next->duration = end - next->pts;
+    Flush();
+    Hand(*next);
+    Flush();
+    return nullptr;
+}
+
+/// By how many ticks two times of a track may differ that were rounded apart from each other, in the source or here.
+int64_t MuxerFF::GetRounding(const AVPacket& packet)
+{
+    const TrackInfo& source = TrackOf(packet).source;
+    const AVRational ticks{source.timeBaseNum * ROUNDING, source.timeBaseDen};
+    return std::max<int64_t>(ROUNDING, av_rescale_q_rnd(1, ticks, packet.time_base, AV_ROUND_UP));
+}
+
+/// Packets that do not abut go into groups of their own: what libavformat has gathered goes out first.
+void MuxerFF::KeepApart(const AVPacket& packet)
+{
+    Track& track = TrackOf(packet);
+    const bool abuts = track.end && std::abs(packet.pts - *track.end) <= GetRounding(packet);
+    if (track.end && !abuts)
+        Flush();
+    track.end = (abuts ? *track.end : packet.pts) + SoundLength(*track.parameters, packet);
+}
+
+/// libavformat fills the gaps between pictures, but not the one before the first.
+void MuxerFF::FillStart(const AVPacket& first)
+{
+    Track& track = TrackOf(first);
+    const bool fill = !track.written && track.source.type == MediaType::Video && first.dts > 0;
+    track.written = true;
+    if (fill)
+        HandEmpty(first.stream_index, 0);
+}
+
+/// Readers that count pictures show the one before again for an empty packet.
+void MuxerFF::FillGap(const AVPacket& packet)
+{
+    Track& track = TrackOf(packet);
+    if (track.end)
+        for (int64_t time = *track.end; time < packet.pts; ++time)
+            HandEmpty(packet.stream_index, time);
+    track.end = packet.pts + 1;
+}
+
+void MuxerFF::HandEmpty(int number, int64_t time)
+{
+    const PacketPtr empty(av_packet_alloc());
+    if (!empty)
+        throw std::bad_alloc();
+    empty->stream_index = number;
+    empty->pts = empty->dts = time;
+    empty->duration = 1;
+    Hand(*empty);
+}
+
+void MuxerFF::Hand(AVPacket& packet)
+{
+    if (program)
+        program->Write(packet);
+    if (container.DividesLength())
+        MeasureLength(packet);
+    const std::string what = "track " + std::to_string(TrackOf(packet).source.index);
+    Run(what, [&] { return program ? 0 : av_write_frame(context.get(), &packet); });
+}
+
+/// All packets but the last last as long as it comes after the first.
+void MuxerFF::MeasureLength(const AVPacket& packet)
+{
+    AVStream& stream = *context->streams[packet.stream_index];
+    if (stream.start_time == AV_NOPTS_VALUE)
+        stream.start_time = packet.pts;
+    stream.duration = packet.pts - stream.start_time;
+}
+
+void MuxerFF::Flush()
+{
+    Run("what was gathered", [&] { return av_write_frame(context.get(), nullptr); });
+}
+
+void MuxerFF::Finish()
+{
+    for (size_t i = 0; i < tracks.size(); ++i)
+        EndTrack(static_cast<int>(i));
+    if (!started)
+        WriteHeader();
+    for (const Track& track : tracks)
+        if (track.waiting)
+            Hand(*track.waiting);
+    if (program)
+        program->Finish();
+    Run("the end of the file", [&] { return av_write_trailer(context.get()); });
+    if (container.NeedsLength())
+        FillUp();
+    file->Commit();
+}
+
+/// Null packets, for readers that believe in a transport stream only when they have seen some packets of it.
+void MuxerFF::FillUp()
+{
+    std::array<uint8_t, TRANSPORT_PACKET> null;
+    null.fill(0xFF);
+    const uint8_t header[] = {0x47, 0x1F, 0xFF, 0x10};
+    std::copy(std::begin(header), std::end(header), null.begin());
+    while (avio_tell(context->pb) < LEAST_TRANSPORT_PACKETS * TRANSPORT_PACKET)
+        avio_write(context->pb, null.data(), TRANSPORT_PACKET);
+}
+
+/// Throws for a failure of the call or, which tells more, of the file.
+template <class Call>
+void MuxerFF::Run(const std::string& what, Call call) const
+{
+    const FFmpegErrorCapture errors;
+    const int result = call();
+    file->Check();
+    if (result < 0)
+        file->Fail(what + " can't be written: " + errors.GetText(result));
+}
+
+std::vector<avTime> MuxerFF::GetExposed(int track) const
+{
+    return tracks.at(static_cast<size_t>(track)).exposed;
+}
+
+std::vector<std::string> MuxerFF::GetLosses() const
+{
+    std::vector<std::string> losses;
+    const auto addTags = [&](const Tags& lost, Container::TagOwner owner, const std::string& of)
+    {
+        for (const auto& [key, text] : lost)
+            if (!IsStale(key) && !container.CarriesTag(key, owner))
+                losses.push_back("tag \"" + key + "\"" + of);
+    };
+    addTags(tags, Container::TagOwner::File, "");
+    if (!chapters.empty() && !container.CarriesChapters())
+        losses.push_back("chapters");
+    for (const Track& track : tracks)
+    {
+        const std::string of = " of track " + std::to_string(track.source.index);
+        addTags(track.source.tags, track.source.picture ? Container::TagOwner::Cover : Container::TagOwner::Track, of);
+        const std::vector<int32_t>& matrix = track.source.displayMatrix;
+        if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
+            losses.push_back("rotation" + of);
+        // hidden sound is a decoder's run-in, which players hardly let be heard
+        if (!track.exposed.empty() && track.source.type == MediaType::Video)
+            losses.push_back("the edit list that hides " + std::to_string(track.exposed.size()) + " pictures" + of +
+                             ", which are shown");
+    }
+    return losses;
+}
+
+} // namespace Tessor::Host

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "ffhost/bitstream/H264EntryRepair.h"
+#include "ffhost/bitstream/SoundCounter.h"
+#include "ffhost/io/Container.h"
+#include "ffhost/io/writing/CountedPictures.h"
+#include "ffhost/io/writing/DtsRepair.h"
+#include "ffhost/io/writing/Interleaver.h"
+#include "ffhost/io/writing/Muxer.h"
+#include "ffhost/io/writing/OutputFile.h"
+#include "ffhost/io/writing/ProgramStream.h"
+
+#include <deque>
+#include <optional>
+
+namespace Tessor::Host
+{
+
+/// The muxer over libavformat, and over our own for program streams. A packet's way: repair of entries, ticks of the
+/// container, repair of decoding times, interleaving, the common shift, the container.
+///
+/// The header is written when the first packet of every track is known, for the shift moves the chapters too.
+class MuxerFF final : public Muxer
+{
+public:
+    explicit MuxerFF(const std::string& path);
+    ~MuxerFF() override;
+
+    const std::string& GetPath() const override { return path; }
+    bool CanCarry(const TrackInfo& track) const override;
+    Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
+    bool IsByteStream() const override { return container.IsByteStream(); }
+    int AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) override;
+    void SetTags(const Tags& newTags) override { tags = newTags; }
+    void SetChapters(const std::vector<ChapterInfo>& newChapters) override { chapters = newChapters; }
+    void Open() override;
+    void Write(int track, const SP<Proc::IDataPacket>& packet) override;
+    void EndTrack(int track) override;
+    void Finish() override;
+    std::vector<avTime> GetExposed(int track) const override;
+    std::vector<std::string> GetLosses() const override;
+
+private:
+    struct ContextDeleter
+    {
+        void operator()(AVFormatContext* context) const { avformat_free_context(context); }
+    };
+    using ContextPtr = std::unique_ptr<AVFormatContext, ContextDeleter>;
+
+    struct Track
+    {
+        TrackInfo source;
+        std::shared_ptr<const AVCodecParameters> parameters; // what the container is told
+        std::optional<H264EntryRepair> entries;              // of H.264 tracks
+        std::optional<CountedPictures> pictures;             // before the repair, where the container counts them
+        DtsRepair repair;
+        bool sparse;
+        std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
+        avTime delay = 0;                         // added to its times, on top of the common shift
+        bool ended = false;
+        std::vector<avTime> exposed = {}; // times of packets that are decoded only, where that can't be told
+        bool written = false;             // a packet has been handed to the container
+        std::optional<int64_t> end = {};  // of the last packet, in ticks, where pictures are counted or, by what came
+                                          // since the last flush, where packets share times
+        bool parted = false;              // the packet of sound before ends elsewhere than by its samples
+        PacketPtr waiting = {};           // sound whose end is told by the next packet, which is still to come
+    };
+
+    bool IsAttached(const TrackInfo& cover) const;
+    TrackInfo MakeAttachment(const TrackInfo& cover) const;
+    Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
+    ContextPtr MakeContext() const;
+    void AddStream(AVFormatContext& target, const Track& track) const;
+    /// The ticks that libavformat's muxer chose for each track; empty when it does not take the header.
+    std::vector<AVRational> TryHeader(ContextPtr trial) const;
+    int GetVideoTimescale() const;
+
+    AVRational GetTicks(int number) const;
+    PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
+    void Settle(int track);
+    void Drain();
+    void Start(const AVPacket& first);
+    void WriteHeader();
+    void AddChapters();
+    void WriteOut(PacketPtr packet);
+    int64_t GetRounding(const AVPacket& packet);
+    PacketPtr TakeEnded(PacketPtr next);
+    void FillStart(const AVPacket& first);
+    void FillGap(const AVPacket& packet);
+    void KeepApart(const AVPacket& packet);
+    void HandEmpty(int track, int64_t time);
+    void FillUp();
+    void Hand(AVPacket& packet);
+    void MeasureLength(const AVPacket& packet);
+    void Flush();
+    Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
+    template <class Call>
+    void Run(const std::string& what, Call call) const;
+
+    const std::string path;
+    const Container container;
+    Tags tags;
+    std::vector<ChapterInfo> chapters;
+    std::deque<Track> tracks;
+    std::unique_ptr<OutputFile> file;     // from Open on
+    ContextPtr context;                   // from Open on
+    std::optional<ProgramStream> program; // from Open on, where it is ours to write
+    Interleaver interleaver;              // knows the tracks from Open on
+    avTime earliest = 0;                  // lowest presentation time below 0 until the start, sparse tracks apart
+    std::optional<avTime> grid;           // by what pictures that are counted have moved to lie on their ticks
+    avTime shift = 0;                     // added to all times; settled at the start
+    bool started = false;                 // the header is written
+};
+
+} // namespace Tessor::Host

@@ -1,0 +1,14 @@
+#include "jobs/IProgress.h"
+
+#include "jobs/JobError.h"
+
+namespace Tessor::Jobs
+{
+
+void ThrowIfCancelled(const IProgress& progress)
+{
+    if (progress.IsCancelled())
+        throw JobError(JobError::Cancelled, "interrupted");
+}
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Fnd/Time.h"
+
+namespace Tessor::Jobs
+{
+
+/// Follows a job, and may end it.
+///
+/// Threads: a job tells its progress on the thread that runs it, and asks on all of its threads.
+class IProgress
+{
+public:
+    virtual ~IProgress() = default;
+
+    /// `done` from 0 to 1; `written` is the time of the result that has been written so far. Comes for every packet.
+    virtual void Tell(double done, avTime written) = 0;
+    /// All is written, and complete once the job has returned.
+    virtual void Finish(avTime written) = 0;
+    /// Asked between packets: true ends the job with JobError::Cancelled, and nothing of its result stays.
+    virtual bool IsCancelled() const = 0;
+};
+
+/// Of a job that nobody follows.
+class NoProgress final : public IProgress
+{
+    void Tell(double, avTime) override {}
+    void Finish(avTime) override {}
+    bool IsCancelled() const override { return false; }
+};
+
+/// Throws JobError when that is wanted.
+void ThrowIfCancelled(const IProgress& progress);
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// Refuses an output that is one of the inputs (whatever its name) or exists already. Throws JobError.
+void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
+
+} // namespace Tessor::Jobs

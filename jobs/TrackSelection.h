@@ -1,0 +1,28 @@
+#pragma once
+
+#include "ffhost/io/reading/Demuxer.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// A track that takes part.
+struct SelectedTrack
+{
+    int index = 0; ///< in the file
+    /// Null for sparse tracks: subtitles and covers, whose packets are met while others are read, and attachments.
+    SP<Proc::IStreamRaw> stream;
+};
+
+/// Selects all tracks that are picture, sound, subtitles or attachments, video first; others are named in a warning.
+std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+
+/// Names what reading has met that is no track.
+void AddLateStreams(const Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+
+/// What a track is, in a word for reports.
+const char* KindName(const Host::TrackInfo& track);
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,291 @@
+#include "jobs/cut/CutSession.h"
+
+#include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/io/Container.h"
+#include "jobs/JobError.h"
+#include "jobs/TrackSelection.h"
+#include "jobs/cut/CutBounds.h"
+#include "jobs/cut/KeptContent.h"
+#include "media/formats/IFormatCodecVideo.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <memory>
+
+namespace Tessor::Jobs
+{
+
+namespace
+{
+
+/// What decoders of sound may need to have read before; nobody minds to hear it.
+constexpr avTime longest_run_in = 100000;
+
+/// `keepsLead`: a range from 0 on holds what comes before, too.
+Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration, bool keepsLead)
+{
+    Proc::SettingsFilterCutController settings;
+    for (const Range& range : ranges)
+    {
+        // what reaches the end has no seam there
+        const avTime end = range.end >= duration ? MAX_DURATION : range.end;
+        settings.AddInterval(std::max<avTime>(range.start, 0), end, NoTime, false);
+    }
+    if (!keepsLead)
+        settings.AddInterval(-MAX_DURATION, 0, NoTime, true);
+    settings.UpdateOptimizedList();
+    return settings;
+}
+
+} // namespace
+
+CutSession::CutSession(const CutRequest& request, const IProgress& progress)
+    : demuxer(OpenInput(request.input, progress))
+{
+    JoinTracks();
+    ranges = FromFirstEntry(ReadRequest(request));
+    if (const CutTrack* video = GetVideo())
+        ranges = CutBounds(*video->source, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
+    // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
+    codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
+    controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration, keepsLead), codecs);
+    LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
+    JoinToController();
+    keepsLead = !CanCutLead(request.output);
+    AlignToGroups();
+    LeaveOutEmpty(false);
+    Apply(ranges);
+}
+
+CutTrack* CutSession::GetVideo()
+{
+    const auto found = std::find_if(tracks.begin(), tracks.end(),
+                                    [&](const CutTrack& track)
+                                    { return GetInfo().tracks[track.index].type == MediaType::Video && track.source; });
+    return found == tracks.end() ? nullptr : &*found;
+}
+
+void CutSession::JoinTracks()
+{
+    for (const SelectedTrack& track : SelectTracks(*demuxer, warnings))
+        tracks.push_back({track.index, track.stream, nullptr});
+    if (std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source != nullptr; }))
+        throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
+}
+
+TimeContext CutSession::MakeTimeContext()
+{
+    // scanned once, and only when a time is given as a frame
+    const auto times = std::make_shared<std::vector<avTime>>();
+    return {GetInfo().duration, [this, times](long long frame)
+            {
+                CutTrack* video = GetVideo();
+                if (!video)
+                    throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
+                if (times->empty())
+                    *times = ScanPictureTimes(*video->source);
+                if (frame > static_cast<long long>(times->size()))
+                    throw JobError(JobError::BadRequest,
+                                   fmt::format("there is no frame {}f: the video has {}", frame, times->size()));
+                return frame == static_cast<long long>(times->size()) ? GetInfo().duration : times->at(frame);
+            }};
+}
+
+std::vector<Range> CutSession::ReadRequest(const CutRequest& request)
+{
+    const bool keeps = !request.keep.empty();
+    if (keeps == !request.remove.empty())
+        throw JobError(JobError::BadRequest, "give either --keep or --remove");
+    const std::vector<std::string>& texts = keeps ? request.keep : request.remove;
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ",") + text;
+    const TimeContext context = MakeTimeContext();
+    std::vector<Range> list = ParseRanges(keeps ? "--keep" : "--remove", all, context);
+    for (Range& range : list)
+    {
+        if (range.end <= context.duration)
+            continue;
+        warnings.push_back("a range ends beyond the end of the file, " + T2S(context.duration));
+        range.end = context.duration;
+    }
+    if (!keeps)
+        list = Complement(list, context.duration);
+    if (list.empty())
+        throw JobError(JobError::BadRequest, "nothing would be left of " + GetInfo().path);
+    return list;
+}
+
+std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)
+{
+    const avTime entry = GetVideo() ? FindLateEntry(*GetVideo()->source) : NoTime;
+    const auto parts = [&](const Range& range)
+    { return range.start < entry && (range.start > 0 || range.end < entry); };
+    if (entry == NoTime || std::none_of(list.begin(), list.end(), parts))
+        return list;
+    for (Range& range : list)
+        if (parts(range))
+            range.start = std::min(entry, range.end);
+    std::erase_if(list, [](const Range& range) { return range.start >= range.end; });
+    if (list.empty())
+        throw JobError(JobError::Failed, GetInfo().path + ": nothing can be decoded before " + T2S(entry) +
+                                             ", where the first key picture is");
+    warnings.push_back("pictures before the first key picture, " + T2S(entry) + ", can't be decoded and are left out");
+    return list;
+}
+
+void CutSession::JoinToController()
+{
+    for (CutTrack& track : tracks)
+    {
+        if (!track.source)
+            continue;
+        // Whether a video track can be re-encoded is told by its beginning. Others are not read here, and a seek that
+        // waits for that would hold back the next one of the video.
+        if (track.source->GetMediaType() == MediaType::Video)
+        {
+            track.source->RequestSeek(0, nullptr);
+            track.source->DoSeek();
+        }
+        // the search for an encoder joins its parameter sets to the format's
+        track.header = track.source->GetFormatCodec()->GetExtradata();
+        track.stream = controller->AddStream(track.source);
+        const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
+        const Core::Property& tree = format->GetProperties();
+        const std::string& tag = Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE;
+        track.cutAnywhere = !tree.ChildExists(tag) || tree[tag].GetBool();
+        if (!track.cutAnywhere)
+            track.obstacle = FindCutObstacle(*track.source);
+    }
+}
+
+/// Whether the output would show or let be heard what the source hides before 0, and can do without. Where a group of
+/// pictures can't be parted there, all is kept: sound goes with its pictures.
+bool CutSession::CanCutLead(const std::string& output)
+{
+    if (output.empty() || ranges.front().start > 0 || Host::Container::Guess(output).CarriesEditLists())
+        return false;
+    bool hides = false;
+    for (const CutTrack& track : tracks)
+    {
+        const avTime lead = track.source ? FindHiddenLead(*track.source) : 0;
+        if (track.IsVideo() && lead > 0 && StaysWhole(track, 0))
+            return false;
+        hides |= lead > (track.IsVideo() ? 0 : longest_run_in);
+    }
+    return hides;
+}
+
+void CutSession::LeaveOutEmpty(bool video)
+{
+    KeptContent content(demuxer, ranges);
+    std::erase_if(tracks,
+                  [&](const CutTrack& track)
+                  {
+                      const Host::TrackInfo& info = GetInfo().tracks[static_cast<size_t>(track.index)];
+                      if (track.IsVideo() != video || content.Holds(info, track.source))
+                          return false;
+                      warnings.push_back(fmt::format("track {} ({}, {}) is left out: it has nothing in the kept time",
+                                                     info.index, KindName(info), info.codecName));
+                      return true;
+                  });
+    if (!video && std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source; }))
+        throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound in the kept time");
+}
+
+void CutSession::AlignToGroups()
+{
+    // widened for one track the cut may run through a group of another one
+    for (std::vector<Range> before; before != ranges;)
+    {
+        before = ranges;
+        for (CutTrack& track : tracks)
+            if (track.IsVideo())
+                ranges = WidenToGroups(track);
+    }
+    for (CutTrack& track : tracks)
+        if (track.IsVideo())
+            track.untouched = TakesWholeGroups(*track.source);
+}
+
+/// False where it is not certain.
+bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
+{
+    if (!keepsLead && FindHiddenLead(stream) > 0)
+        return false;
+    const avTime first = FindEntry(stream, 0);
+    const auto parts = [&](avTime bound, bool begins)
+    {
+        if (bound <= first || bound >= GetInfo().duration)
+            return false;
+        const Seam seam = FindSeam(stream, bound);
+        // an open group lacks its reference where a piece begins with it
+        return seam.position != bound || (begins && seam.entry != bound);
+    };
+    return std::none_of(ranges.begin(), ranges.end(),
+                        [&](const Range& range) { return parts(range.start, true) || parts(range.end, false); });
+}
+
+std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
+{
+    Proc::IStreamRaw& stream = *track.source;
+    std::vector<Range> wide;
+    const avTime firstEntry = FindEntry(stream, 0);
+    avTime nextEntry = NoTime; // of the group after the last range
+    for (const Range& asked : ranges)
+    {
+        Range range = asked;
+        if (range.start > 0 && StaysWhole(track, range.start))
+            range.start = std::min(range.start, FindEntry(stream, range.start));
+        // with its first group the file is kept from its beginning, sound that comes before included
+        if (range.start < asked.start && range.start <= firstEntry)
+            range.start = 0;
+        Seam seam{range.end, range.end};
+        if (range.end >= GetInfo().duration)
+            seam = {GetInfo().duration, MAX_DURATION};
+        else if (StaysWhole(track, range.end - 1))
+            seam = FindSeam(stream, range.end);
+        range.end = seam.position == NoTime ? GetInfo().duration : seam.position;
+        if (range.start < asked.start)
+            NoteLargeGroup(track, asked.start);
+        if (range.end > asked.end)
+            NoteLargeGroup(track, asked.end - 1);
+        // between a seam and the key picture after it there is nothing to gain
+        if (!wide.empty() && range.start <= nextEntry)
+            wide.back().end = std::max(wide.back().end, range.end);
+        else
+            wide.push_back(range);
+        nextEntry = seam.entry == NoTime ? MAX_DURATION : seam.entry;
+    }
+    return wide;
+}
+
+bool CutSession::StaysWhole(const CutTrack& track, avTime time) const
+{
+    return !track.cutAnywhere || FindGroup(*track.source, time).IsTooLarge();
+}
+
+void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
+{
+    if (!track.cutAnywhere)
+        return;
+    const Group group = FindGroup(*track.source, time);
+    std::vector<avTime>& known = track.largeGroups;
+    if (std::find(known.begin(), known.end(), group.entry) != known.end())
+        return;
+    known.push_back(group.entry);
+    warnings.push_back(fmt::format("track {}: the group of pictures from {} to {} is kept whole: with {:.1f} MB in {} "
+                                   "packets it is too large to be re-encoded",
+                                   track.index, T2S(group.start), T2S(group.end),
+                                   static_cast<double>(group.bytes) / 1e6, group.pictures.size()));
+}
+
+void CutSession::Apply(const std::vector<Range>& list)
+{
+    const Proc::SettingsFilterCutController settings = MakeSettings(list, GetInfo().duration, keepsLead);
+    *cut = settings;
+    controller->Initialize(settings);
+    demuxer->SetCut(settings);
+}
+
+} // namespace Tessor::Jobs

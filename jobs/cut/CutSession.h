@@ -1,0 +1,93 @@
+#pragma once
+
+#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
+#include "ffhost/codecs/CodecFactory.h"
+#include "jobs/InputFile.h"
+#include "jobs/Times.h"
+#include "jobs/cut/Groups.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// What a person asked to keep or to remove; exactly one of the two is not empty.
+struct CutRequest
+{
+    std::string input;
+    std::string output; ///< where it goes; empty when that is not known
+    std::vector<std::string> keep;
+    std::vector<std::string> remove;
+};
+
+/// A track that is cut.
+struct CutTrack
+{
+    int index = 0; ///< in the file
+    SP<Proc::IStreamRaw> source;
+    SP<Proc::IStreamRaw> stream; ///< the cut one; null for sparse tracks, which are mapped by the intervals
+    bool cutAnywhere = true;     ///< cuts are exact; otherwise they fall to key frames
+    std::string obstacle = {};   ///< why cuts fall to key frames; empty where they are exact
+    bool untouched = false;      ///< a video track of which the cut takes whole groups only: nothing is re-encoded
+    SP<const Proc::IBlob> header = {}; ///< the source's own, without what a re-encoder adds to it; may be null
+    /// Key pictures of groups that are kept whole, since they are too large to be re-encoded.
+    std::vector<avTime> largeGroups = {};
+
+    bool IsVideo() const { return source && source->GetMediaType() == MediaType::Video; }
+};
+
+/// A file opened for cutting: its tracks joined to one controller, and the intervals that can really be kept. Where a
+/// video track, or a group of it, can't be re-encoded the request was widened to whole groups, so that no picture of it
+/// is lost. A piece that would show nothing at its start, since the picture before stands for long, begins where that
+/// picture does. Tracks that have nothing in the kept time are left out, with a warning. What the source hides before 0
+/// is kept for decoding where the output hides it, too; otherwise it is cut off where it can be.
+class CutSession
+{
+public:
+    /// Throws JobError for a request that is not understood or leaves nothing.
+    CutSession(const CutRequest& request, const IProgress& progress);
+
+    Host::Demuxer& GetDemuxer() { return *demuxer; }
+    const SP<Host::Demuxer>& ShareDemuxer() const { return demuxer; }
+    const Host::MediaInfo& GetInfo() const { return demuxer->GetInfo(); }
+    std::vector<CutTrack>& GetTracks() { return tracks; }
+    /// The first video track, null when there is none.
+    CutTrack* GetVideo();
+    /// What lies before 0 is kept along with what begins there.
+    bool KeepsLead() const { return keepsLead; }
+    /// The intervals as they stand now; during the cut they may only widen.
+    Proc::SettingsFilterCutController GetCut() const { return controller->GetCut(); }
+    const std::vector<std::string>& GetWarnings() const { return warnings; }
+    Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
+
+private:
+    void JoinTracks();
+    TimeContext MakeTimeContext();
+    std::vector<Range> ReadRequest(const CutRequest& request);
+    /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
+    std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
+    void LeaveOutEmpty(bool video);
+    void JoinToController();
+    bool CanCutLead(const std::string& output);
+    void AlignToGroups();
+    bool TakesWholeGroups(Proc::IStreamRaw& stream) const;
+    std::vector<Range> WidenToGroups(CutTrack& track);
+    bool StaysWhole(const CutTrack& track, avTime time) const;
+    void NoteLargeGroup(CutTrack& track, avTime time);
+    void Apply(const std::vector<Range>& ranges);
+
+    SP<Host::Demuxer> demuxer;
+    SP<Host::CodecFactory> codecs; // null until the request is read, like the controller
+    SP<Proc::FilterCutController> controller;
+    // what the decoders ask; shared with them, for streams may outlive the session
+    const std::shared_ptr<Proc::SettingsFilterCutController> cut =
+        std::make_shared<Proc::SettingsFilterCutController>();
+    std::vector<CutTrack> tracks; // video first
+    std::vector<Range> ranges;    // what is asked of the controller: the request, brought to pictures and groups
+    bool keepsLead = true;        // settled once the tracks are joined
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Proc/Settings/CutTimeline.h"
+#include "jobs/Times.h"
+
+#include <optional>
+
+namespace Tessor::Jobs
+{
+
+/// Where kept ranges of a file put what lies in it, for those who judge a cut: made of the ranges alone.
+class KeptTime
+{
+public:
+    /// Ranges that reach the duration hold all that comes later, and with `keepsLead` a first one from 0 on all that
+    /// comes earlier.
+    KeptTime(const std::vector<Range>& kept, avTime duration, bool keepsLead = true);
+
+    const std::vector<Range>& GetRanges() const { return ranges; }
+    /// Where the pieces meet in the result, its start and its end.
+    std::vector<avTime> GetSeams() const;
+    /// The place in the result; nothing for a time that is not kept.
+    std::optional<avTime> Find(avTime time) const;
+    /// The same for an item that stands: without a duration until the next one, which may be unknown.
+    std::optional<avTime> FindItem(avTime time, avTime duration, avTime next) const;
+
+private:
+    const std::vector<Range> ranges;
+    const Proc::CutTimeline timeline;
+};
+
+} // namespace Tessor::Jobs

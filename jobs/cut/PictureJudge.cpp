@@ -1,0 +1,213 @@
+#include "jobs/cut/PictureJudge.h"
+
+#include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/streams/Tap.h"
+#include "jobs/InputFile.h"
+#include "jobs/cut/Pictures.h"
+
+extern "C"
+{
+#include <libavcodec/packet.h>
+}
+
+#include <algorithm>
+#include <cmath>
+#include <fmt/format.h>
+#include <limits>
+#include <set>
+
+namespace Tessor::Jobs
+{
+
+namespace
+{
+
+/// Pictures below this are no copy of their source, in dB.
+constexpr double least_ratio = 30;
+
+/// What the ticks of containers may move a picture by, in ms.
+constexpr double time_tolerance = 5;
+
+/// What decoders move a picture by that would begin with the one before, in microseconds.
+constexpr avTime longest_step_aside = 16;
+
+/// Whether a decoder need not start anew between two pictures.
+bool AreAlike(const Proc::IDataVideo& a, const Proc::IDataVideo& b)
+{
+    return a.GetWidth() == b.GetWidth() && a.GetHeight() == b.GetHeight() && a.GetPixFmt() == b.GetPixFmt() &&
+           a.IsInterlaced() == b.IsInterlaced();
+}
+
+/// The decoded pictures of a track that lie in ranges, in order, with those of the hidden ones that are exposed.
+class KeptPictures
+{
+public:
+    using IsExposed = std::function<bool(avTime)>;
+
+    KeptPictures(const SP<Host::Demuxer>& demuxer, int track, const std::vector<Range>& ranges,
+                 const IsExposed& isExposed = nullptr)
+        : ranges(ranges), demuxer(demuxer), isExposed(isExposed),
+          decoder(Host::CodecFactory::Create({.wanted = {}, .distinct = false})->CreateDecoder(OpenTrack(track), ""))
+    {
+        if (!ranges.empty())
+            Enter();
+    }
+
+    SP<Proc::IDataVideo> Next()
+    {
+        while (current < ranges.size())
+        {
+            const SP<Proc::IDataVideo> frame = decoder->Read();
+            if (frame && IsUncovered(frame->GetPTS()))
+                return frame;
+            if (frame && frame->GetPTS() < ranges[current].end)
+            {
+                if (frame->GetPTS() >= ranges[current].start)
+                    return frame;
+                continue;
+            }
+            if (++current < ranges.size())
+                Enter();
+        }
+        return nullptr;
+    }
+
+    /// So far.
+    long long CountDisordered() const
+    {
+        const Core::Property records = decoder->GetStatistic(); // its own comes last
+        return (*std::prev(records.end()))["Disordered"].GetInt64();
+    }
+
+private:
+    SP<Proc::IStreamRaw> OpenTrack(int track)
+    {
+        const SP<Proc::IStreamRaw> stream = demuxer->GetStream(track);
+        if (!isExposed)
+            return stream;
+        return Host::Tap<Proc::IStreamRaw>::Create(stream,
+                                                   [this](const SP<Proc::IDataPacket>& packet) { Uncover(*packet); });
+    }
+
+    /// Takes away the mark by which decoders hide a picture.
+    void Uncover(Proc::IDataPacket& packet)
+    {
+        int& flags = packet.GetAVPacket()->flags;
+        if ((flags & AV_PKT_FLAG_DISCARD) == 0 || !isExposed(packet.GetPTS()))
+            return;
+        flags &= ~AV_PKT_FLAG_DISCARD;
+        uncovered.insert(packet.GetPTS());
+    }
+
+    bool IsUncovered(avTime time) const
+    {
+        const auto next = uncovered.upper_bound(time);
+        return next != uncovered.begin() && time - *std::prev(next) < longest_step_aside;
+    }
+
+    void Enter()
+    {
+        decoder->RequestSeek(ranges[current].start, nullptr);
+        decoder->DoSeek();
+    }
+
+    const std::vector<Range> ranges;
+    size_t current = 0; // the range that is being read
+    const SP<Host::Demuxer> demuxer;
+    const IsExposed isExposed;  // null: nothing is
+    std::set<avTime> uncovered; // times of hidden pictures that the decoder was made to show
+    const SP<Proc::IStreamVideo> decoder;
+};
+
+/// The pictures of two sides that belong to each other, by their order. Where size or fields change, decoders drop the
+/// picture that waits for its turn to be shown, and a seek between the two spares it: such a picture may be on one side
+/// only, one at each change.
+class PicturePairs
+{
+public:
+    PicturePairs(KeptPictures& wanted, KeptPictures& there) : wanted(wanted), there(there) {}
+
+    /// False when both sides are at their end.
+    bool Next()
+    {
+        const SP<Proc::IDataVideo> before = expected && found && AreAlike(*expected, *found) ? found : nullptr;
+        expected = wanted.Next();
+        found = there.Next();
+        if (before && expected && found && !AreAlike(*expected, *found) &&
+            PictureRatio(*expected, *found) < least_ratio)
+            PassWithheld(*before);
+        return expected || found;
+    }
+    const SP<Proc::IDataVideo>& GetExpected() const { return expected; }
+    const SP<Proc::IDataVideo>& GetFound() const { return found; }
+    long long GetWithheld() const { return withheld; }
+
+private:
+    void PassWithheld(const Proc::IDataVideo& before)
+    {
+        const bool foundChanged = AreAlike(*expected, before);
+        if (!foundChanged && !AreAlike(*found, before))
+            return;
+        (foundChanged ? expected : found) = (foundChanged ? wanted : there).Next();
+        ++withheld;
+    }
+
+    KeptPictures &wanted, &there;
+    SP<Proc::IDataVideo> expected, found; // the pair of the last Next
+    long long withheld = 0;               // passed so far
+};
+
+} // namespace
+
+std::string PictureVerdict::DescribeFaults() const
+{
+    std::string text;
+    const auto append = [&](const std::string& fault) { text += (text.empty() ? "" : "; ") + fault; };
+    if (expected != found)
+        append(fmt::format("{} pictures, {} expected", found, expected));
+    else if (lowestRatio < least_ratio)
+        append(fmt::format("a picture differs from its source: {:.1f} dB", lowestRatio));
+    if (worstTimeErrorMs > time_tolerance)
+        append(fmt::format("a picture lies {:.1f} ms off its place", worstTimeErrorMs));
+    if (disordered > 0)
+        append(fmt::format("the times of {} pictures contradict the order in which they are shown", disordered));
+    return text;
+}
+
+PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shift) const
+{
+    const auto known = exposed.find(sourceTrack);
+    const auto isExposed = [&](avTime time)
+    {
+        const std::optional<avTime> place = kept.Find(time);
+        return place && std::find(known->second.begin(), known->second.end(), *place) != known->second.end();
+    };
+    const bool any = known != exposed.end() && !known->second.empty();
+    KeptPictures wanted(OpenInput(source, progress), sourceTrack, kept.GetRanges(),
+                        any ? KeptPictures::IsExposed(isExposed) : nullptr);
+    KeptPictures there(OpenInput(output, progress), outputTrack,
+                       {{-MAX_DURATION, MAX_DURATION}}); // all of it, priming included
+    PictureVerdict verdict;
+    verdict.shift = shift;
+    verdict.lowestRatio = std::numeric_limits<double>::infinity();
+    for (PicturePairs pairs(wanted, there); pairs.Next();)
+    {
+        const SP<Proc::IDataVideo>& expected = pairs.GetExpected();
+        const SP<Proc::IDataVideo>& found = pairs.GetFound();
+        verdict.expected += expected != nullptr;
+        verdict.found += found != nullptr;
+        verdict.withheld = pairs.GetWithheld();
+        if (!expected || !found)
+            continue;
+        const double ratio = PictureRatio(*expected, *found);
+        verdict.identical += std::isinf(ratio);
+        verdict.lowestRatio = std::min(verdict.lowestRatio, ratio);
+        const avTime off = SubTime(found->GetPTS(), kept.Find(expected->GetPTS()).value_or(NoTime));
+        verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
+        verdict.worstTimeErrorMs = std::max(verdict.worstTimeErrorMs, std::abs(Seconds(off - verdict.shift)) * 1000);
+    }
+    verdict.disordered = there.CountDisordered();
+    return verdict;
+}
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,95 @@
+#include "jobs/detect/Lossless.h"
+
+#include "Proc/Filters/Filters/Proof/FilterLosslessDetect.h"
+#include "jobs/ReadJointly.h"
+#include "jobs/TrackSelection.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace Tessor::Jobs
+{
+
+namespace
+{
+
+using Settings = Proc::SettingsLosslessDetect;
+
+/// An unknown time here and there is what containers do; a run of them, or many, is no clock.
+constexpr uint64_t longest_run_of_unknown_times = 16;
+constexpr uint64_t packets_per_unknown_time = 20;
+
+Settings MakeSettings()
+{
+    Settings settings;
+    settings.detectors = Settings::DetectDtsOverPts | Settings::DetectNotIncresingDts | Settings::DetectBadPts |
+                         Settings::DetectCRAinHEVC;
+    settings.maxSequentialBadPts = longest_run_of_unknown_times;
+    settings.minPacketsPerBadPts = packets_per_unknown_time;
+    return settings;
+}
+
+struct Detection
+{
+    SP<Proc::FilterLosslessDetect> filter;
+    LosslessFinding finding;
+};
+
+LosslessFinding Conclude(const Detection& detection)
+{
+    LosslessFinding finding = detection.finding;
+    finding.statistic = SP<Proc::IStream>(detection.filter)->GetStatistic();
+    finding.copying = detection.filter->LosslessPossible();
+    finding.cutting = detection.filter->LosslessCutPossible();
+    finding.copyingEnd = static_cast<long long>(detection.filter->GetLosslessEnd());
+    finding.cuttingEnd = static_cast<long long>(detection.filter->GetLosslessCutEnd());
+    return finding;
+}
+
+std::string At(long long packet)
+{
+    return packet > 0 ? fmt::format(", as packet {} shows", packet) : "";
+}
+
+} // namespace
+
+std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
+{
+    std::vector<std::string> ignored;
+    std::vector<Detection> detections;
+    for (const SelectedTrack& track : SelectTracks(demuxer, ignored))
+    {
+        const Host::TrackInfo& info = demuxer.GetInfo().tracks[static_cast<size_t>(track.index)];
+        if (track.stream)
+            detections.push_back({Proc::FilterLosslessDetect::Create(track.stream, MakeSettings()),
+                                  {track.index, KindName(info), info.codecName}});
+    }
+    std::vector<SP<Proc::IStreamRaw>> streams;
+    for (const Detection& detection : detections)
+        streams.emplace_back(detection.filter);
+    ReadJointly(streams, [&](size_t place, const SP<Proc::IDataPacket>&) { ++detections[place].finding.packets; });
+    std::vector<LosslessFinding> findings;
+    std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);
+    return findings;
+}
+
+nlohmann::ordered_json LosslessToJson(const LosslessFinding& finding)
+{
+    nlohmann::ordered_json json = {{"copy", finding.copying}, {"cut", finding.cutting}};
+    if (!finding.copying)
+        json["copy_ended_at_packet"] = finding.copyingEnd;
+    if (!finding.cutting)
+        json["cut_ended_at_packet"] = finding.cuttingEnd;
+    return json;
+}
+
+std::string DescribeLossless(const nlohmann::ordered_json& json)
+{
+    if (!json["copy"].get<bool>())
+        return "packets can't be copied: their times are not sound" + At(json["copy_ended_at_packet"]);
+    if (!json["cut"].get<bool>())
+        return "packets can be copied, but key frames are no clean cuts" + At(json["cut_ended_at_packet"]);
+    return "packets can be copied, and cut at key frames";
+}
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "ffhost/io/reading/Demuxer.h"
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// What Proc::FilterLosslessDetect finds out about a track of picture or sound.
+struct LosslessFinding
+{
+    int track = 0; ///< in the file
+    std::string kind, codec;
+    long long packets = 0;
+    bool copying = true;           ///< packets can be copied as they are
+    bool cutting = true;           ///< and cut at key frames
+    long long copyingEnd = 0;      ///< number of the packet, from 1, that ended the possibility; 0: no single one did
+    long long cuttingEnd = 0;      ///< the same for cutting
+    Core::Property statistic = {}; ///< of the filters that looked
+
+    bool IsLossless() const { return copying && cutting; }
+};
+
+/// Reads a file once from start to end.
+std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer);
+
+/// "copy", "cut", and for those that are false the packet that showed it.
+nlohmann::ordered_json LosslessToJson(const LosslessFinding& finding);
+
+/// LosslessToJson's document in words.
+std::string DescribeLossless(const nlohmann::ordered_json& json);
+
+} // namespace Tessor::Jobs

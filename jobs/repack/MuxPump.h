@@ -1,0 +1,71 @@
+#pragma once
+
+#include "ffhost/codecs/TrackEncoding.h"
+#include "ffhost/io/reading/Demuxer.h"
+#include "ffhost/io/writing/FramedTrack.h"
+#include "ffhost/io/writing/Muxer.h"
+#include "jobs/IProgress.h"
+#include "jobs/reports/Statistics.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// Fills the tracks of a muxer from streams, in the framing of its container, and from the sparse tracks of a file:
+/// always the one that is furthest behind in decoding time.
+class MuxPump
+{
+public:
+    explicit MuxPump(Host::Muxer& muxer) : muxer(muxer) {}
+
+    /// Adds a track of packets that come from `stream` in `format`. Returns its place here. Throws what
+    /// Host::FramedTrack does.
+    size_t Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Host::TrackInfo& info);
+
+    /// Adds a track that an encoder makes, on a thread of its own.
+    size_t AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info);
+
+    /// What is written of a packet of a sparse track.
+    using Placement = std::function<std::vector<SP<Proc::IDataPacket>>(const SP<Proc::IDataPacket>& packet)>;
+    /// Adds a track of the file that is met while others are read; `source` outlives the pump. Without a placement
+    /// packets are written as they are; covers, which stand for the whole file, always are.
+    size_t AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Placement placement = nullptr);
+
+    /// Seeks all streams to 0 and writes all there is. `duration` is that of the result, for the progress. Ctrl-C ends
+    /// it with JobError.
+    void Run(avTime duration, IProgress& progress);
+
+    /// Packets written of the track at that place.
+    long long GetPacketCount(size_t place) const { return tracks.at(place).packets; }
+    /// Packets of it that could not be framed, and were left out.
+    long long GetDamagedCount(size_t place) const;
+    /// As the muxer's.
+    std::vector<avTime> GetExposed(size_t place) const { return muxer.GetExposed(tracks.at(place).number); }
+    /// Of all tracks that came from streams; after Run.
+    Statistics GetStatistics() const;
+
+private:
+    struct Track
+    {
+        int number;                             // under which the muxer knows it
+        std::optional<Host::FramedTrack> dense; // none: sparse
+        Host::Demuxer* source = nullptr;        // of sparse packets; null when there are none
+        int index = 0;                          // in the source
+        Placement placement = nullptr;          // of sparse packets
+        avTime lastTime = NoTime;               // decoding time of the last packet written
+        bool ended = false;
+        long long packets = 0;
+    };
+
+    Track* Earliest();
+    void WriteNext(Track& track);
+    void WriteSparse();
+
+    Host::Muxer& muxer;
+    std::vector<Track> tracks;
+};
+
+} // namespace Tessor::Jobs

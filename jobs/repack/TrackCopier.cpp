@@ -1,0 +1,101 @@
+#include "jobs/repack/TrackCopier.h"
+
+#include "Fnd/Exception.h"
+#include "jobs/JobError.h"
+#include "jobs/TrackSelection.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace Tessor::Jobs
+{
+
+TrackCopier::TrackCopier(Host::Demuxer& source, const std::string& output)
+    : source(source), muxer(Host::Muxer::Create(output)), pump(*muxer)
+{
+}
+
+bool TrackCopier::AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format)
+{
+    const Host::TrackInfo& info = InfoOf(track);
+    if (!CanCarry(info))
+        return false;
+    try
+    {
+        tracks.push_back({track, pump.Add(stream, format, info)});
+        return true;
+    }
+    catch (const Exception& e)
+    {
+        LeaveOut(info, "its header can't be brought into the output's form: " + Describe(e));
+        return false;
+    }
+}
+
+bool TrackCopier::AddSparse(int track, MuxPump::Placement placement)
+{
+    const Host::TrackInfo& info = InfoOf(track);
+    if (!CanCarry(info))
+        return false;
+    tracks.push_back({track, pump.AddSparse(source, info, std::move(placement))});
+    return true;
+}
+
+bool TrackCopier::CanCarry(const Host::TrackInfo& info)
+{
+    const bool carried = muxer->CanCarry(info);
+    if (!carried)
+        LeaveOut(info, "the output's container can't carry it");
+    return carried;
+}
+
+void TrackCopier::LeaveOut(const Host::TrackInfo& info, const std::string& cause)
+{
+    warnings.push_back(
+        fmt::format("track {} ({}, {}) is left out: {}", info.index, KindName(info), info.codecName, cause));
+}
+
+void TrackCopier::Open(const std::vector<Host::ChapterInfo>& chapters)
+{
+    const bool any = std::any_of(tracks.begin(), tracks.end(),
+                                 [&](const Track& track)
+                                 { return !InfoOf(track.index).attachedPicture && !InfoOf(track.index).attachment; });
+    if (!any)
+        throw JobError(JobError::Failed,
+                       source.GetInfo().path + ": the output's container can carry none of the tracks");
+    muxer->SetTags(source.GetInfo().tags);
+    muxer->SetChapters(chapters);
+    muxer->Open();
+}
+
+void TrackCopier::Copy(IProgress& progress, avTime duration)
+{
+    pump.Run(duration, progress);
+}
+
+void TrackCopier::Finish()
+{
+    muxer->Finish();
+    for (const std::string& loss : muxer->GetLosses())
+        warnings.push_back("not carried over: " + loss);
+    for (const Track& track : tracks)
+        if (const long long damaged = pump.GetDamagedCount(track.place))
+            warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
+    AddLateStreams(source, warnings);
+    if (const long long damaged = source.GetDamagedCount())
+        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
+}
+
+std::vector<CopiedTrack> TrackCopier::GetTracks() const
+{
+    std::vector<CopiedTrack> reports;
+    for (const Track& track : tracks)
+    {
+        const Host::TrackInfo& info = InfoOf(track.index);
+        reports.push_back({track.index, KindName(info), info.codecName, pump.GetPacketCount(track.place),
+                           pump.GetExposed(track.place)});
+    }
+    return reports;
+}
+
+} // namespace Tessor::Jobs

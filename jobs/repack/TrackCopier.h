@@ -1,0 +1,66 @@
+#pragma once
+
+#include "jobs/repack/MuxPump.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// A track in a report.
+struct CopiedTrack
+{
+    int index = 0; ///< in the source
+    std::string kind, codec;
+    long long packets = 0; ///< written
+    /// Times of pictures that the source hides, and the output does not.
+    std::vector<avTime> exposed = {};
+};
+
+/// Pulls tracks of a file, whatever was done to them on the way, and writes them to another one with all that the
+/// source says of them. What the container can't carry is named in a warning.
+///
+/// Tracks are added first, then the file is opened, then copied. Names of failures as the muxer's.
+class TrackCopier
+{
+public:
+    TrackCopier(Host::Demuxer& source, const std::string& output);
+
+    /// Adds a track of packets that come from `stream` in `format`. False when it is left out.
+    bool AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format);
+
+    /// Adds a track whose packets are met while others are read. Without a placement they are written as they are.
+    bool AddSparse(int track, MuxPump::Placement placement = nullptr);
+
+    /// Throws JobError when no track was added but covers and attachments.
+    void Open(const std::vector<Host::ChapterInfo>& chapters);
+    /// `duration` of what will be written, for the progress.
+    void Copy(IProgress& progress, avTime duration);
+    /// Completes the file, and the warnings.
+    void Finish();
+
+    /// In the order in which they were added.
+    std::vector<CopiedTrack> GetTracks() const;
+    Statistics GetStatistics() const { return pump.GetStatistics(); }
+    const std::vector<std::string>& GetWarnings() const { return warnings; }
+
+private:
+    struct Track
+    {
+        int index;    // in the source
+        size_t place; // in the pump
+    };
+
+    const Host::TrackInfo& InfoOf(int track) const { return source.GetInfo().tracks.at(static_cast<size_t>(track)); }
+    bool CanCarry(const Host::TrackInfo& info);
+    void LeaveOut(const Host::TrackInfo& info, const std::string& cause);
+    Host::Demuxer& source;
+    const std::unique_ptr<Host::Muxer> muxer;
+    MuxPump pump;
+    std::vector<Track> tracks;
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Jobs

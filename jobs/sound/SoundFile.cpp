@@ -1,0 +1,72 @@
+#include "jobs/sound/SoundFile.h"
+
+#include "ffhost/codecs/AudioDecoder.h"
+#include "ffhost/streams/ReadAhead.h"
+#include "jobs/InputFile.h"
+#include "jobs/JobError.h"
+#include "jobs/Times.h"
+#include "jobs/repack/MuxPump.h"
+
+extern "C"
+{
+#include <libavcodec/codec_par.h>
+}
+
+#include <algorithm>
+#include <chrono>
+#include <fmt/format.h>
+
+namespace Tessor::Jobs
+{
+
+using namespace Proc;
+
+SP<IStreamAudio> ReadSoundAhead(const SP<IStreamAudio>& stream)
+{
+    // Enough to even out work that varies.
+    constexpr size_t waiting_blocks = 32;
+    return Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
+}
+
+SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::EncoderOptions& options,
+                                   const Factories& factories)
+{
+    const Conf::SampleInfo info = stream->GetFormatCodec()->GetSampleInfo();
+    const Conf::SampleInfo fitting = Host::FitSampleInfo(options.name, info);
+    return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
+}
+
+OpenedSound OpenSound(const std::string& path, const IProgress& progress)
+{
+    const SP<Host::Demuxer> demuxer = OpenInput(path, progress);
+    const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
+    const auto sound = std::find_if(tracks.begin(), tracks.end(),
+                                    [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
+    if (sound == tracks.end())
+        throw JobError(JobError::Failed, path + ": there is no sound");
+    return {sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
+}
+
+SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::EncoderOptions& options,
+                       const Factories& factories, IProgress& progress)
+{
+    const auto start = std::chrono::steady_clock::now();
+    const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
+    const SP<Host::TrackEncoder> encoder = EncodeSound(stream, chosen, factories);
+
+    Host::TrackInfo blank;
+    blank.type = MediaType::Audio;
+    const Host::TrackInfo track = Host::DescribeTrack(blank, *encoder);
+    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path);
+    MuxPump pump(*muxer);
+    pump.AddEncoded(encoder, track);
+    muxer->Open();
+    pump.Run(stream->GetDuration(), progress);
+    muxer->Finish();
+    const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
+    const AVCodecParameters& parameters = *track.parameters;
+    return {stream->GetDuration(), chosen.name,         parameters.sample_rate, parameters.ch_layout.nb_channels,
+            wall.count(),          pump.GetStatistics()};
+}
+
+} // namespace Tessor::Jobs

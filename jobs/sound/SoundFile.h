@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ffhost/codecs/TrackEncoding.h"
+#include "jobs/IProgress.h"
+#include "jobs/chains/FilterCatalog.h"
+#include "jobs/reports/Statistics.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// Sound that is read on a thread of its own.
+SP<Proc::IStreamAudio> ReadSoundAhead(const SP<Proc::IStreamAudio>& stream);
+
+/// Brings sound to what the encoder takes, and encodes it.
+SP<Host::TrackEncoder> EncodeSound(const SP<Proc::IStreamAudio>& stream, const Host::EncoderOptions& options,
+                                   const Factories& factories);
+
+struct OpenedSound
+{
+    int track; ///< in the file
+    SP<Proc::IStreamAudio> stream;
+};
+
+/// The first track of sound of a file, decoded ahead. Throws JobError when there is none.
+OpenedSound OpenSound(const std::string& path, const IProgress& progress);
+
+struct SoundReport
+{
+    avTime duration = 0;
+    std::string encoder;
+    int rate = 0, channels = 0;
+    double wallSeconds = 0;
+    Statistics statistics = {};
+};
+
+/// Encodes a stream as the only track of a file.
+SoundReport WriteSound(const SP<Proc::IStreamAudio>& stream, const std::string& path,
+                       const Host::EncoderOptions& options, const Factories& factories, IProgress& progress);
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,67 @@
+#include "media/audio/AudioTime.h"
+
+#include "Fnd/Exception.h"
+
+extern "C"
+{
+#include <libavutil/mathematics.h>
+}
+
+#include <algorithm>
+
+namespace Tessor::Proc
+{
+
+namespace
+{
+
+constexpr int64_t second = 1000000;
+
+/// av_rescale, but a result outside of the range stops at its bound: av_rescale itself would give NoTime.
+int64_t Rescale(int64_t value, int64_t num, int64_t den)
+{
+    const int64_t result = av_rescale(value, num, den);
+    return result != NoTime ? result : value < 0 ? NoTime + 1 : std::numeric_limits<int64_t>::max();
+}
+
+} // namespace
+
+void AudioTime::Reset(avTime time)
+{
+    base = time;
+    rate = 0;
+    count = 0;
+}
+
+void AudioTime::AddSamples(int sampleRate, unsigned long long sampleCount)
+{
+    if (!isInit())
+        return;
+    if (sampleRate <= 0)
+        Throw<std::invalid_argument>(TESSOR_HERE, "Samples of no rate");
+    if (sampleRate != rate)
+    {
+        Reset(GetTime());
+        rate = sampleRate;
+    }
+    if (__builtin_add_overflow(count, sampleCount, &count))
+        count = std::numeric_limits<unsigned long long>::max();
+}
+
+avTime AudioTime::GetTime() const
+{
+    return rate == 0 ? base : AddTime(base, SampleCount2Duration(count, rate));
+}
+
+long long Duration2SampleCount(avTime duration, int sampleRate)
+{
+    return duration == NoTime || sampleRate <= 0 ? 0 : Rescale(duration, sampleRate, second);
+}
+
+avTime SampleCount2Duration(unsigned long long sampleCount, int sampleRate)
+{
+    constexpr unsigned long long longest = std::numeric_limits<int64_t>::max();
+    return sampleRate <= 0 ? NoTime : Rescale(static_cast<int64_t>(std::min(sampleCount, longest)), second, sampleRate);
+}
+
+} // namespace Tessor::Proc
