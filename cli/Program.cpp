@@ -85,6 +85,12 @@ ExitCode ExitCodeOf(Jobs::JobError::Kind kind)
     return ExitCode::Failed;
 }
 
+/// The program's own way out of a refusal.
+const char* HintFor(Jobs::JobError::Kind kind)
+{
+    return kind == Jobs::JobError::OutputExists ? " (-y overwrites it)" : "";
+}
+
 /// What the library throws in the middle of a job knows no files: it is told with the one that the job reads.
 std::string NameFile(Verb& verb, const std::string& text)
 {
@@ -115,7 +121,7 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     }
     catch (const Jobs::JobError& e)
     {
-        return Fail(ExitCodeOf(e.kind), e.what());
+        return Fail(ExitCodeOf(e.kind), e.what() + std::string(HintFor(e.kind)));
     }
     catch (const Exception& e)
     {

@@ -8,7 +8,7 @@ namespace Tessor::Jobs
 /// Follows a job, and may end it.
 ///
 /// Threads: a job tells its progress on the thread that runs it, and asks on all of its threads.
-class IProgress
+class TESSOR_API IProgress
 {
 public:
     virtual ~IProgress() = default;
@@ -22,7 +22,7 @@ public:
 };
 
 /// Of a job that nobody follows.
-class NoProgress final : public IProgress
+class TESSOR_API NoProgress final : public IProgress
 {
     void Tell(double, avTime) override {}
     void Finish(avTime) override {}
@@ -30,6 +30,6 @@ class NoProgress final : public IProgress
 };
 
 /// Throws JobError when that is wanted.
-void ThrowIfCancelled(const IProgress& progress);
+TESSOR_API void ThrowIfCancelled(const IProgress& progress);
 
 } // namespace Tessor::Jobs

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Fnd/Export.h"
+
 #include <stdexcept>
 #include <string>
 
@@ -8,7 +10,7 @@ namespace Tessor::Jobs
 
 /// Why a job did not do what it was asked for, in one line that names the file and the cause. What fails inside of the
 /// library comes as the library's own exceptions.
-class JobError : public std::runtime_error
+class TESSOR_API JobError : public std::runtime_error
 {
 public:
     enum Kind

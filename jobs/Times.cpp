@@ -137,6 +137,16 @@ std::vector<Range> ParseRanges(const std::string& option, const std::string& tex
     return ranges;
 }
 
+std::string RangeList::GetText() const
+{
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ",") + text;
+    for (const Range& range : times)
+        all += (all.empty() ? "" : ",") + std::to_string(range.start) + "us-" + std::to_string(range.end) + "us";
+    return all;
+}
+
 std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration)
 {
     std::vector<Range> rest;

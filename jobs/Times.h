@@ -25,6 +25,17 @@ struct Range
     bool operator==(const Range&) const = default;
 };
 
+/// Ranges as people write them and as programs know them, all of them together.
+struct TESSOR_API RangeList
+{
+    std::vector<std::string> texts; ///< "A-B[,C-D]", as ParseRanges takes them
+    std::vector<Range> times;
+
+    bool IsEmpty() const { return texts.empty() && times.empty(); }
+    /// One text for all.
+    std::string GetText() const;
+};
+
 /// A time in one of FFmpeg's forms ([-][HH:]MM:SS[.m], S[.m][s|ms|us]), a frame ("123f"), "start" or "end". What is not
 /// understood throws JobError.
 avTime ParseTime(const std::string& text, const TimeContext& context);

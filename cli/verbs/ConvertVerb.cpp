@@ -28,21 +28,6 @@ std::string Rate(double rate)
     return fmt::format("{:g}", std::round(rate * 1000) / 1000);
 }
 
-Json TrackToJson(const ConvertTrack& track)
-{
-    Json json = {{"index", track.index},      {"kind", track.kind},
-                 {"codec", track.codec},      {"encoder", track.encoder.empty() ? Json(nullptr) : Json(track.encoder)},
-                 {"items_in", track.itemsIn}, {"items_out", track.itemsOut}};
-    if (track.resultRate > 0)
-    {
-        json["frame_rate_in"] = track.sourceRate;
-        json["frame_rate_out"] = track.resultRate;
-        json["frames_doubled"] = track.doubled;
-        json["frames_dropped"] = track.dropped;
-    }
-    return json;
-}
-
 void PrintTrack(const ConvertTrack& track)
 {
     fmt::print("  track {}, {} ({}): ", track.index, track.kind, track.codec);
@@ -54,6 +39,13 @@ void PrintTrack(const ConvertTrack& track)
     if (ChangesRate(track))
         fmt::print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
                    track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
+}
+
+void PrintText(const ConvertReport& report)
+{
+    fmt::print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
+    for (const ConvertTrack& track : report.tracks)
+        PrintTrack(track);
 }
 
 class ConvertVerb final : public Verb
@@ -86,31 +78,11 @@ public:
         Progress progress(common, "convert");
         ConvertJob job(request, progress);
         const ConvertReport report = job.Run(progress);
-        PrintReport(
-            common, [&] { return ToJson(report); }, [&] { PrintText(report); }, report.warnings, report.statistics);
+        PrintReport(common, report, [&] { PrintText(report); });
         return ExitCode::Done;
     }
 
 private:
-    Json ToJson(const ConvertReport& report) const
-    {
-        Json json = {{"input", request.input}, {"output", request.output}};
-        json["duration"] = Seconds(report.duration);
-        json["tracks"] = Json::array();
-        for (const ConvertTrack& track : report.tracks)
-            json["tracks"].push_back(TrackToJson(track));
-        json["warnings"] = report.warnings;
-        json["wall_seconds"] = report.wallSeconds;
-        return json;
-    }
-
-    void PrintText(const ConvertReport& report) const
-    {
-        fmt::print("{}: {} in {:.2f} s\n", request.output, T2S(report.duration), report.wallSeconds);
-        for (const ConvertTrack& track : report.tracks)
-            PrintTrack(track);
-    }
-
     ConvertRequest request;
     VideoEncoderFlags video;
     AudioEncoderFlags audio;

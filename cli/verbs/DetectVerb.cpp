@@ -1,13 +1,10 @@
-#include "Proc/Filters/Filters/Audio/IFilterVolumeDetect.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
-#include "host/ImplNames.h"
-#include "jobs/InputFile.h"
-#include "jobs/detect/Lossless.h"
-#include "jobs/sound/SoundFile.h"
+#include "cli/verbs/LosslessText.h"
+#include "jobs/detect/LosslessJob.h"
+#include "jobs/detect/VolumeJob.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 
 namespace Tessor::Cli
@@ -18,60 +15,40 @@ using namespace Jobs;
 namespace
 {
 
-/// What a detector found: a document, lines for people, and the answer for scripts.
-struct Detected
+ExitCode DetectLossless(const std::string& input, const CommonOptions& common)
 {
-    Json json = Json::object();
-    std::vector<std::string> lines;
-    bool positive = true;
-    Statistics statistics = {};
-};
-
-Detected FindLossless(const std::string& input, const IProgress& progress)
-{
-    Detected detected;
-    detected.json["tracks"] = Json::array();
-    for (const LosslessFinding& finding : DetectLossless(*OpenInput(input, progress)))
-    {
-        Json row = {
-            {"index", finding.track}, {"kind", finding.kind}, {"codec", finding.codec}, {"packets", finding.packets}};
-        row.update(LosslessToJson(finding));
-        detected.json["tracks"].push_back(row);
-        detected.lines.push_back(fmt::format("track {}, {} ({}), {} packets: {}", finding.track, finding.kind,
-                                             finding.codec, finding.packets, DescribeLossless(row)));
-        detected.positive = detected.positive && finding.IsLossless();
-        detected.statistics.push_back({finding.track, finding.statistic});
-    }
-    detected.json["lossless"] = detected.positive;
-    return detected;
+    Progress progress(common, "detect");
+    const LosslessReport report = LosslessJob({input}).Run(progress);
+    PrintReport(common, report,
+                [&]
+                {
+                    for (const LosslessFinding& track : report.tracks)
+                        fmt::print("track {}, {} ({}), {} packets: {}\n", track.track, track.kind, track.codec,
+                                   track.packets, DescribeLossless(track));
+                });
+    return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 
-Detected DetectVolume(const std::string& input, const IProgress& progress)
+ExitCode DetectVolume(const std::string& input, const CommonOptions& common)
 {
-    const Factories factories = Factories::Make();
-    const SP<Proc::IFilterVolumeDetect> detector = factories.filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
-    const OpenedSound sound = OpenSound(input, progress);
-    detector->Process(sound.stream);
-    const double peak = detector->GetPeakValue();
-    const bool silent = peak <= 0;
-    const double decibels = silent ? 0 : 20 * std::log10(peak);
-    const std::string level = silent ? "silence" : fmt::format("peak {:.4f} ({:.1f} dB)", peak, decibels);
-    return {
-        {{"peak", peak}, {"peak_db", silent ? Json(nullptr) : Json(decibels)}, {"low_level", detector->IsLowLevel()}},
-        {input + ": " + level + (detector->IsLowLevel() ? ": quiet" : "")},
-        true,
-        {{sound.track, detector->GetStatistic()}}};
+    Progress progress(common, "detect");
+    const VolumeReport report = VolumeJob({input}).Run(progress);
+    const std::optional<double> decibels = report.GetDecibels();
+    const std::string level = decibels ? fmt::format("peak {:.4f} ({:.1f} dB)", report.peak, *decibels) : "silence";
+    PrintReport(common, report,
+                [&] { fmt::print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
+    return ExitCode::Done;
 }
 
 struct Kind
 {
     const char* name;
     const char* help;
-    Detected (*detect)(const std::string& input, const IProgress& progress);
+    ExitCode (*detect)(const std::string& input, const CommonOptions& common);
 };
 
 constexpr Kind kinds[] = {
-    {"lossless", "whether all tracks can be copied and cut at key frames; status 1 when not", FindLossless},
+    {"lossless", "whether all tracks can be copied and cut at key frames; status 1 when not", DetectLossless},
     {"volume", "how loud the beginning is, and whether that is quiet", DetectVolume},
 };
 
@@ -96,23 +73,7 @@ public:
     {
         const Kind& chosen =
             *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
-        const Progress progress(common, "detect");
-        const Detected detected = chosen.detect(input, progress);
-        PrintReport(
-            common,
-            [&]
-            {
-                Json json = {{"input", input}, {"kind", kind}};
-                json.update(detected.json);
-                return json;
-            },
-            [&]
-            {
-                for (const std::string& line : detected.lines)
-                    fmt::print("{}\n", line);
-            },
-            {}, detected.statistics);
-        return detected.positive ? ExitCode::Done : ExitCode::Failed;
+        return chosen.detect(input, common);
     }
 
 private:

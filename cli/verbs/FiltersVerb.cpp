@@ -1,9 +1,7 @@
 #include "cli/Report.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/chains/FilterValue.h"
-#include "jobs/reports/PropertyJson.h"
 
-#include <cmath>
 #include <fmt/format.h>
 
 namespace Tessor::Cli
@@ -17,32 +15,6 @@ namespace
 const char* KindOf(const CatalogRow& row)
 {
     return row.kind == MediaType::Video ? "video" : "audio";
-}
-
-Json KeyToJson(const Proc::FieldInfo& key)
-{
-    Json json = {
-        {"key", key.key}, {"help", key.help}, {"default", PropertyToJson(key.value)}, {"values", DescribeValues(key)}};
-    if (!key.choices.empty())
-        json["choices"] = key.choices;
-    const Core::Property::Type type = key.value.GetType();
-    const bool number =
-        type == Core::Property::TypeInt64 || type == Core::Property::TypeDouble || type == Core::Property::TypeRatio;
-    if (number && std::isfinite(key.least))
-        json["least"] = key.least;
-    if (number && std::isfinite(key.most))
-        json["most"] = key.most;
-    return json;
-}
-
-Json RowToJson(const CatalogRow& row, const Factories& factories)
-{
-    Json json = {{"name", row.name}, {"kind", KindOf(row)}, {"summary", row.summary}};
-    json["implementations"] = ListImplementations(row, factories);
-    json["keys"] = Json::array();
-    for (const Proc::FieldInfo& key : row.GetKeys())
-        json["keys"].push_back(KeyToJson(key));
-    return json;
 }
 
 std::string Example(const CatalogRow& row)
@@ -89,14 +61,6 @@ public:
     }
 
 private:
-    static Json ToJson(const std::vector<const CatalogRow*>& rows, const Factories& factories)
-    {
-        Json json = {{"filters", Json::array()}};
-        for (const CatalogRow* row : rows)
-            json["filters"].push_back(RowToJson(*row, factories));
-        return json;
-    }
-
     void PrintText(const std::vector<const CatalogRow*>& rows, const Factories& factories) const
     {
         for (const CatalogRow* row : rows)

@@ -1,7 +1,6 @@
 #include "cli/verbs/SoundText.h"
 
 #include "cli/Report.h"
-#include "jobs/Times.h"
 
 #include <fmt/format.h>
 
@@ -10,22 +9,14 @@ namespace Tessor::Cli
 
 using namespace Jobs;
 
-void PrintSound(const SoundReport& report, const std::string& path, const CommonOptions& common)
+void PrintSound(const SoundReport& report, const CommonOptions& common)
 {
-    const Json json = {{"output", path},
-                       {"duration", Seconds(report.duration)},
-                       {"encoder", report.encoder},
-                       {"sample_rate", report.rate},
-                       {"channels", report.channels},
-                       {"wall_seconds", report.wallSeconds}};
-    PrintReport(
-        common, [&] { return json; },
-        [&]
-        {
-            fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", path, T2S(report.duration), report.rate,
-                       report.channels, report.encoder, report.wallSeconds);
-        },
-        {}, report.statistics);
+    PrintReport(common, report,
+                [&]
+                {
+                    fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", report.output, T2S(report.duration),
+                               report.rate, report.channels, report.encoder, report.wallSeconds);
+                });
 }
 
 } // namespace Tessor::Cli

@@ -287,6 +287,8 @@ ConvertReport ConvertJob::Run(IProgress& progress)
     muxer->Finish();
 
     ConvertReport report;
+    report.input = request.input;
+    report.output = request.output;
     for (Output& output : outputs)
     {
         ConvertTrack& track = output.report;

@@ -3,6 +3,7 @@
 #include "ffhost/codecs/TrackEncoding.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/repack/MuxPump.h"
+#include "jobs/reports/JobReport.h"
 
 #include <atomic>
 #include <deque>
@@ -33,12 +34,11 @@ struct ConvertTrack
     long long doubled = 0, dropped = 0; ///< pictures, by changes of the frame rate
 };
 
-struct ConvertReport
+struct ConvertReport : JobReport
 {
+    std::string input, output;
     avTime duration = 0; ///< of the result
     std::vector<ConvertTrack> tracks;
-    std::vector<std::string> warnings;
-    Statistics statistics;
     double wallSeconds = 0;
 };
 

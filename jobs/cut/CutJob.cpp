@@ -1,113 +1,49 @@
 #include "jobs/cut/CutJob.h"
 
-#include "jobs/JobError.h"
-#include "jobs/cut/SparseTrack.h"
-
-#include <algorithm>
-#include <chrono>
+#include "jobs/OutputFile.h"
+#include "jobs/cut/CutWriter.h"
+#include "jobs/cut/VerifyJob.h"
 
 namespace Tessor::Jobs
 {
 
-std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
+PlanReport CutJob::Plan(IProgress& progress) const
 {
-    std::vector<Range> ranges;
-    for (const auto& interval : cut.intervals)
-    {
-        if (!interval.deleted && interval.start < duration)
-            ranges.push_back({interval.start, std::min(interval.end, duration)});
-    }
-    return ranges;
-}
-
-CutJob::CutJob(CutSession& session, const std::string& output) : session(session), copier(session.GetDemuxer(), output)
-{
-    AddTracks();
-    copier.Open(MapChapters());
-}
-
-void CutJob::AddTracks()
-{
-    bool any = false;
+    CutSession session(settings, progress);
+    PlanReport report;
+    report.input = settings.input;
+    report.groups = MakePlan(session);
+    report.intervals = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
     for (const CutTrack& track : session.GetTracks())
-    {
-        if (!track.stream)
-        {
-            copier.AddSparse(track.index, [this, sparse = SparseTrack()](const SP<Proc::IDataPacket>& packet) mutable
-                             { return sparse.Push(packet, session.GetCut()); });
-            continue;
-        }
-        const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
-        // parameter sets that no packet uses would keep the result from being cut again
-        if (track.untouched)
-            format->SetExtradata(track.header);
-        any = copier.AddStream(track.index, track.stream, format) || any;
-    }
-    if (!any)
-        throw JobError(JobError::Failed,
-                       session.GetInfo().path + ": the output's container can carry neither its picture nor its sound");
-}
-
-std::vector<Host::ChapterInfo> CutJob::MapChapters() const
-{
-    const Proc::SettingsFilterCutController cut = session.GetCut();
-    std::vector<Host::ChapterInfo> chapters;
-    for (Host::ChapterInfo chapter : session.GetInfo().chapters)
-    {
-        chapter.start = cut.Source2Result(chapter.start);
-        chapter.end = cut.Source2Result(std::min(chapter.end, session.GetInfo().duration));
-        if (chapter.start < chapter.end)
-            chapters.push_back(chapter);
-    }
-    return chapters;
-}
-
-CutReport CutJob::Run(IProgress& progress)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const avTime duration = session.GetInfo().duration;
-    copier.Copy(progress, session.GetCut().Source2Result(duration));
-
-    CutReport report;
-    for (const CopiedTrack& copied : copier.GetTracks())
-        report.tracks.push_back(MakeReport(copied));
-    copier.Finish();
-    report.intervals = GetKeptRanges(session.GetCut(), duration);
-    report.resultDuration = session.GetCut().Source2Result(duration);
+        if (track.IsVideo())
+            report.tracks.push_back({track.index, track.cutAnywhere, track.obstacle});
     report.warnings = session.GetWarnings();
-    report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
-    report.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return report;
 }
 
-TrackReport CutJob::MakeReport(const CopiedTrack& copied)
+CutReport CutJob::Run(IProgress& progress) const
 {
-    const auto track = std::find_if(session.GetTracks().begin(), session.GetTracks().end(),
-                                    [&](const CutTrack& candidate) { return candidate.index == copied.index; });
-    TrackReport report;
-    static_cast<CopiedTrack&>(report) = copied;
-    report.cutAnywhere = track->cutAnywhere;
-    report.obstacle = track->obstacle;
-    // other kinds are never encoded: what the cut counts there are packets that were cut one by one
-    if (track->stream && track->stream->GetMediaType() == MediaType::Video)
-        AddStatistics(report, *track);
+    CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    CutSession session(settings, progress);
+    CutReport report = CutWriter(session, settings.output).Run(progress);
+    report.input = settings.input;
+    report.output = settings.output;
+    if (settings.verify)
+        report.verdict = Judge(report, progress);
     return report;
 }
 
-void CutJob::AddStatistics(TrackReport& report, const CutTrack& track) const
+VerifyReport CutJob::Judge(const CutReport& report, IProgress& progress) const
 {
-    const Core::Property statistics = track.stream->GetStatistic();
-    for (const Core::Property& record : statistics)
+    try
     {
-        if (record.ChildExists("Recoded pakets"))
-            report.recodedPackets = record["Recoded pakets"].GetInt64();
+        return VerifyJob(VerifySettings::Of(report)).Run(progress);
     }
-    if (report.recodedPackets == 0)
-        return;
-    if (track.untouched)
-        throw JobError(JobError::Failed, "groups were re-encoded that had to stay whole");
-    report.encoder = session.GetEncoderUse().encoder;
-    report.recodeSeconds = Seconds(session.GetEncoderUse().time);
+    catch (...)
+    {
+        RemoveOutput(settings.output);
+        throw;
+    }
 }
 
 } // namespace Tessor::Jobs

@@ -39,7 +39,7 @@ Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges,
 
 } // namespace
 
-CutSession::CutSession(const CutRequest& request, const IProgress& progress)
+CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     : demuxer(OpenInput(request.input, progress))
 {
     JoinTracks();
@@ -91,17 +91,14 @@ TimeContext CutSession::MakeTimeContext()
             }};
 }
 
-std::vector<Range> CutSession::ReadRequest(const CutRequest& request)
+std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
 {
-    const bool keeps = !request.keep.empty();
-    if (keeps == !request.remove.empty())
+    const bool keeps = !request.keep.IsEmpty();
+    if (keeps == !request.remove.IsEmpty())
         throw JobError(JobError::BadRequest, "give either --keep or --remove");
-    const std::vector<std::string>& texts = keeps ? request.keep : request.remove;
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ",") + text;
     const TimeContext context = MakeTimeContext();
-    std::vector<Range> list = ParseRanges(keeps ? "--keep" : "--remove", all, context);
+    std::vector<Range> list = keeps ? ParseRanges("--keep", request.keep.GetText(), context)
+                                    : ParseRanges("--remove", request.remove.GetText(), context);
     for (Range& range : list)
     {
         if (range.end <= context.duration)

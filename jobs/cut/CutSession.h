@@ -4,6 +4,7 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "jobs/InputFile.h"
 #include "jobs/Times.h"
+#include "jobs/cut/CutSettings.h"
 #include "jobs/cut/Groups.h"
 
 #include <memory>
@@ -12,15 +13,6 @@
 
 namespace Tessor::Jobs
 {
-
-/// What a person asked to keep or to remove; exactly one of the two is not empty.
-struct CutRequest
-{
-    std::string input;
-    std::string output; ///< where it goes; empty when that is not known
-    std::vector<std::string> keep;
-    std::vector<std::string> remove;
-};
 
 /// A track that is cut.
 struct CutTrack
@@ -47,7 +39,7 @@ class CutSession
 {
 public:
     /// Throws JobError for a request that is not understood or leaves nothing.
-    CutSession(const CutRequest& request, const IProgress& progress);
+    CutSession(const CutSettings& request, const IProgress& progress);
 
     Host::Demuxer& GetDemuxer() { return *demuxer; }
     const SP<Host::Demuxer>& ShareDemuxer() const { return demuxer; }
@@ -65,7 +57,7 @@ public:
 private:
     void JoinTracks();
     TimeContext MakeTimeContext();
-    std::vector<Range> ReadRequest(const CutRequest& request);
+    std::vector<Range> ReadRequest(const CutSettings& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
     void LeaveOutEmpty(bool video);

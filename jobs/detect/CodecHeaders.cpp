@@ -12,8 +12,10 @@
 #include "media/formats/IFormatCodecVideo.h"
 #include "media/items/BlobFF.h"
 
+#include <concepts>
 #include <functional>
 #include <map>
+#include <type_traits>
 
 namespace Tessor::Jobs
 {
@@ -22,9 +24,32 @@ namespace
 {
 
 namespace Parsers = Proc::CodecParsers;
-using Json = nlohmann::ordered_json;
 
-Json H264(const uint8_t* data, size_t size)
+/// A field of a header: a truth value, any whole number, or a text.
+struct Field
+{
+    template <std::integral T>
+    Field(const char* name, T value)
+        : property(name, static_cast<std::conditional_t<std::is_same_v<T, bool>, bool, long long>>(value))
+    {
+    }
+    Field(const char* name, const std::string& value) : property(name, value) {}
+
+    Core::Property property;
+};
+
+/// A tree of them.
+class Fields : public Core::Property
+{
+public:
+    Fields(std::initializer_list<Field> fields) : Property(std::string())
+    {
+        for (const Field& field : fields)
+            Add(field.property);
+    }
+};
+
+Fields H264(const uint8_t* data, size_t size)
 {
     Parsers::SPS_decoded sps;
     Parsers::PPS_decoded pps;
@@ -50,7 +75,7 @@ Json H264(const uint8_t* data, size_t size)
             {"chroma_qp_index_offset", pps.chroma_qp_index_offset}};
 }
 
-Json HEVC(const uint8_t* data, size_t size)
+Fields HEVC(const uint8_t* data, size_t size)
 {
     const SP<const Proc::IBlob> units = Parsers::HEVC_Extradata_hvcCtoAnnexB(Proc::BlobFF::Create(data, size));
     Parsers::HEVC_VPS vps;
@@ -73,7 +98,7 @@ Json HEVC(const uint8_t* data, size_t size)
             {"reorder_window", sps.ComputeReorderWindow()}};
 }
 
-Json AAC(const uint8_t* data, size_t size)
+Fields AAC(const uint8_t* data, size_t size)
 {
     const bool adts = Parsers::HasADTSHeader(data, size);
     const Parsers::AudioSpecificConfig config = adts ? Parsers::ADTStoASC(Parsers::DataToADTSHeader(data, size))
@@ -86,7 +111,7 @@ Json AAC(const uint8_t* data, size_t size)
             {"program_config_element_bytes", config.pce ? config.pce->Size() : 0}};
 }
 
-Json MPEG2(const uint8_t* data, size_t size)
+Fields MPEG2(const uint8_t* data, size_t size)
 {
     Parsers::MPEG2_Config config;
     Parsers::DecodeMPEG2Config(data, Parsers::GetMPEG2ConfigSize(data, size), config);
@@ -102,7 +127,7 @@ Json MPEG2(const uint8_t* data, size_t size)
             {"low_delay", config.low_delay}};
 }
 
-Json MPEG4(const uint8_t* data, size_t size)
+Fields MPEG4(const uint8_t* data, size_t size)
 {
     Parsers::MPEG4_Config config;
     Parsers::DecodeMPEG4Config(data, size, config);
@@ -119,7 +144,7 @@ Json MPEG4(const uint8_t* data, size_t size)
             {"low_delay", config.low_delay}};
 }
 
-Json Theora(const uint8_t* data, size_t size)
+Fields Theora(const uint8_t* data, size_t size)
 {
     Parsers::Theora_Config config;
     Parsers::DecodeTheoraConfig(data, size, config);
@@ -135,7 +160,7 @@ Json Theora(const uint8_t* data, size_t size)
             {"quality", config.quality}};
 }
 
-Json WMV2(const uint8_t* data, size_t size)
+Fields WMV2(const uint8_t* data, size_t size)
 {
     Parsers::WMV2_Config config;
     Parsers::DecodeWMV2Config(data, size, config);
@@ -152,11 +177,11 @@ Json WMV2(const uint8_t* data, size_t size)
 
 } // namespace
 
-nlohmann::ordered_json DescribeHeader(const Conf::IFormatCodec& format)
+Core::Property DescribeHeader(const Conf::IFormatCodec& format)
 {
     using Audio = Conf::IFormatCodecAudio;
     using Video = Conf::IFormatCodecVideo;
-    static const std::map<std::string, std::function<Json(const uint8_t*, size_t)>> parsers = {
+    static const std::map<std::string, std::function<Fields(const uint8_t*, size_t)>> parsers = {
         {Audio::CODEC_ID_AAC, AAC},          {Video::CODEC_ID_H264, H264},        {Video::CODEC_ID_H265, HEVC},
         {Video::CODEC_ID_MPEG1VIDEO, MPEG2}, {Video::CODEC_ID_MPEG2VIDEO, MPEG2}, {Video::CODEC_ID_MPEG4, MPEG4},
         {Video::CODEC_ID_THEORA, Theora},    {Video::CODEC_ID_WMV2, WMV2},
@@ -164,14 +189,14 @@ nlohmann::ordered_json DescribeHeader(const Conf::IFormatCodec& format)
     const auto parser = parsers.find(format.GetCodecID());
     const SP<const Proc::IBlob> header = format.GetExtradata();
     if (parser == parsers.end() || !header || header->Size() == 0)
-        return nullptr;
+        return {};
     try
     {
         return parser->second(header->Data(), header->Size());
     }
     catch (const std::exception& e)
     {
-        return {{"error", Describe(e)}};
+        return Fields{{"error", Describe(e)}};
     }
 }
 

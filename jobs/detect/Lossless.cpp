@@ -5,7 +5,6 @@
 #include "jobs/TrackSelection.h"
 
 #include <algorithm>
-#include <fmt/format.h>
 
 namespace Tessor::Jobs
 {
@@ -46,11 +45,6 @@ LosslessFinding Conclude(const Detection& detection)
     return finding;
 }
 
-std::string At(long long packet)
-{
-    return packet > 0 ? fmt::format(", as packet {} shows", packet) : "";
-}
-
 } // namespace
 
 std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
@@ -71,25 +65,6 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
     std::vector<LosslessFinding> findings;
     std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);
     return findings;
-}
-
-nlohmann::ordered_json LosslessToJson(const LosslessFinding& finding)
-{
-    nlohmann::ordered_json json = {{"copy", finding.copying}, {"cut", finding.cutting}};
-    if (!finding.copying)
-        json["copy_ended_at_packet"] = finding.copyingEnd;
-    if (!finding.cutting)
-        json["cut_ended_at_packet"] = finding.cuttingEnd;
-    return json;
-}
-
-std::string DescribeLossless(const nlohmann::ordered_json& json)
-{
-    if (!json["copy"].get<bool>())
-        return "packets can't be copied: their times are not sound" + At(json["copy_ended_at_packet"]);
-    if (!json["cut"].get<bool>())
-        return "packets can be copied, but key frames are no clean cuts" + At(json["cut_ended_at_packet"]);
-    return "packets can be copied, and cut at key frames";
 }
 
 } // namespace Tessor::Jobs

@@ -2,7 +2,7 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 
-#include <nlohmann/json.hpp>
+#include <string>
 #include <vector>
 
 namespace Tessor::Jobs
@@ -25,11 +25,5 @@ struct LosslessFinding
 
 /// Reads a file once from start to end.
 std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer);
-
-/// "copy", "cut", and for those that are false the packet that showed it.
-nlohmann::ordered_json LosslessToJson(const LosslessFinding& finding);
-
-/// LosslessToJson's document in words.
-std::string DescribeLossless(const nlohmann::ordered_json& json);
 
 } // namespace Tessor::Jobs

@@ -87,6 +87,7 @@ void MuxPump::Run(avTime duration, IProgress& progress)
         progress.Tell(Seconds(reached) / whole, reached);
     }
     WriteSparse();
+    ThrowIfCancelled(progress); // who reads ahead may have been told so, and nobody waited for what was read
     progress.Finish(std::max<avTime>(duration, 1));
 }
 

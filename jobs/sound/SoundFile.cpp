@@ -4,7 +4,7 @@
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
-#include "jobs/Times.h"
+#include "jobs/Stopwatch.h"
 #include "jobs/repack/MuxPump.h"
 
 extern "C"
@@ -13,8 +13,6 @@ extern "C"
 }
 
 #include <algorithm>
-#include <chrono>
-#include <fmt/format.h>
 
 namespace Tessor::Jobs
 {
@@ -50,7 +48,7 @@ OpenedSound OpenSound(const std::string& path, const IProgress& progress)
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::EncoderOptions& options,
                        const Factories& factories, IProgress& progress)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
     const SP<Host::TrackEncoder> encoder = EncodeSound(stream, chosen, factories);
 
@@ -63,10 +61,16 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     muxer->Open();
     pump.Run(stream->GetDuration(), progress);
     muxer->Finish();
-    const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
-    const AVCodecParameters& parameters = *track.parameters;
-    return {stream->GetDuration(), chosen.name,         parameters.sample_rate, parameters.ch_layout.nb_channels,
-            wall.count(),          pump.GetStatistics()};
+
+    SoundReport report;
+    report.output = path;
+    report.duration = stream->GetDuration();
+    report.encoder = chosen.name;
+    report.rate = track.parameters->sample_rate;
+    report.channels = track.parameters->ch_layout.nb_channels;
+    report.statistics = pump.GetStatistics();
+    report.wallSeconds = watch.GetSeconds();
+    return report;
 }
 
 } // namespace Tessor::Jobs

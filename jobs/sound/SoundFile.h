@@ -3,7 +3,7 @@
 #include "ffhost/codecs/TrackEncoding.h"
 #include "jobs/IProgress.h"
 #include "jobs/chains/FilterCatalog.h"
-#include "jobs/reports/Statistics.h"
+#include "jobs/reports/JobReport.h"
 
 #include <string>
 #include <vector>
@@ -27,13 +27,14 @@ struct OpenedSound
 /// The first track of sound of a file, decoded ahead. Throws JobError when there is none.
 OpenedSound OpenSound(const std::string& path, const IProgress& progress);
 
-struct SoundReport
+/// What was written.
+struct SoundReport : JobReport
 {
+    std::string output;
     avTime duration = 0;
     std::string encoder;
     int rate = 0, channels = 0;
     double wallSeconds = 0;
-    Statistics statistics = {};
 };
 
 /// Encodes a stream as the only track of a file.

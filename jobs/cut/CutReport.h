@@ -1,0 +1,56 @@
+#pragma once
+
+#include "jobs/cut/CutPlan.h"
+#include "jobs/cut/Verify.h"
+#include "jobs/repack/TrackCopier.h"
+#include "jobs/reports/JobReport.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// What a cut did to a track.
+struct TrackReport : CopiedTrack
+{
+    long long recodedPackets = 0; ///< of all its packets
+    double recodeSeconds = 0;     ///< of work on what was re-encoded, decoding included
+    std::string encoder;          ///< empty when nothing was re-encoded
+    bool cutAnywhere = true;
+    std::string obstacle; ///< why cuts fall to key frames
+
+    long long GetCopiedPackets() const { return packets - recodedPackets; }
+};
+
+struct CutReport : JobReport
+{
+    std::string input, output;
+    avTime sourceDuration = 0;
+    std::vector<Range> intervals; ///< as really kept, source time
+    bool keepsLead = true;        ///< what lies before 0 is kept along with what begins there
+    avTime resultDuration = 0;
+    std::vector<TrackReport> tracks;
+    std::optional<VerifyReport> verdict; ///< where it was asked for
+    double wallSeconds = 0;              ///< of writing
+};
+
+/// How a track of video will be cut.
+struct PlannedTrack
+{
+    int index = 0; ///< in the file
+    bool cutAnywhere = true;
+    std::string obstacle; ///< why cuts fall to key frames
+};
+
+/// What a cut will do.
+struct PlanReport : JobReport
+{
+    std::string input;
+    std::vector<Range> intervals;     ///< as they will be kept, source time
+    std::vector<PlannedTrack> tracks; ///< of video
+    std::vector<GroupPlan> groups;    ///< of these, track by track
+};
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,126 @@
+#include "jobs/cut/CutWriter.h"
+
+#include "jobs/JobError.h"
+#include "jobs/Stopwatch.h"
+#include "jobs/cut/SparseTrack.h"
+
+#include <algorithm>
+
+namespace Tessor::Jobs
+{
+
+std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
+{
+    std::vector<Range> ranges;
+    for (const auto& interval : cut.intervals)
+    {
+        if (!interval.deleted && interval.start < duration)
+            ranges.push_back({interval.start, std::min(interval.end, duration)});
+    }
+    return ranges;
+}
+
+CutWriter::CutWriter(CutSession& session, const std::string& output)
+    : session(session), copier(session.GetDemuxer(), output)
+{
+    AddTracks();
+    copier.Open(MapChapters());
+}
+
+void CutWriter::AddTracks()
+{
+    bool any = false;
+    for (const CutTrack& track : session.GetTracks())
+    {
+        if (!track.stream)
+        {
+            copier.AddSparse(track.index, [this, sparse = SparseTrack()](const SP<Proc::IDataPacket>& packet) mutable
+                             { return sparse.Push(packet, session.GetCut()); });
+            continue;
+        }
+        const SP<Conf::IFormatCodec> format = track.stream->GetFormatCodec();
+        // parameter sets that no packet uses would keep the result from being cut again
+        if (track.untouched)
+            format->SetExtradata(track.header);
+        any = copier.AddStream(track.index, track.stream, format) || any;
+    }
+    if (!any)
+        throw JobError(JobError::Failed,
+                       session.GetInfo().path + ": the output's container can carry neither its picture nor its sound");
+}
+
+std::vector<Host::ChapterInfo> CutWriter::MapChapters() const
+{
+    const Proc::SettingsFilterCutController cut = session.GetCut();
+    std::vector<Host::ChapterInfo> chapters;
+    for (Host::ChapterInfo chapter : session.GetInfo().chapters)
+    {
+        chapter.start = cut.Source2Result(chapter.start);
+        chapter.end = cut.Source2Result(std::min(chapter.end, session.GetInfo().duration));
+        if (chapter.start < chapter.end)
+            chapters.push_back(chapter);
+    }
+    return chapters;
+}
+
+CutReport CutWriter::Run(IProgress& progress)
+{
+    const Stopwatch watch;
+    const avTime duration = session.GetInfo().duration;
+    copier.Copy(progress, session.GetCut().Source2Result(duration));
+
+    CutReport report;
+    for (const CopiedTrack& copied : copier.GetTracks())
+        report.tracks.push_back(MakeReport(copied));
+    copier.Finish();
+    report.sourceDuration = duration;
+    report.intervals = GetKeptRanges(session.GetCut(), duration);
+    report.keepsLead = session.KeepsLead();
+    report.resultDuration = session.GetCut().Source2Result(duration);
+    report.warnings = session.GetWarnings();
+    report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
+    report.statistics = GetStatistics();
+    report.wallSeconds = watch.GetSeconds();
+    return report;
+}
+
+TrackReport CutWriter::MakeReport(const CopiedTrack& copied) const
+{
+    const auto track = std::find_if(session.GetTracks().begin(), session.GetTracks().end(),
+                                    [&](const CutTrack& candidate) { return candidate.index == copied.index; });
+    TrackReport report;
+    static_cast<CopiedTrack&>(report) = copied;
+    report.cutAnywhere = track->cutAnywhere;
+    report.obstacle = track->obstacle;
+    // other kinds are never encoded: what the cut counts there are packets that were cut one by one
+    if (track->stream && track->stream->GetMediaType() == MediaType::Video)
+        AddRecoding(report, *track);
+    return report;
+}
+
+void CutWriter::AddRecoding(TrackReport& report, const CutTrack& track) const
+{
+    const Core::Property statistics = track.stream->GetStatistic();
+    for (const Core::Property& record : statistics)
+    {
+        if (record.ChildExists("Recoded pakets"))
+            report.recodedPackets = record["Recoded pakets"].GetInt64();
+    }
+    if (report.recodedPackets == 0)
+        return;
+    if (track.untouched)
+        throw JobError(JobError::Failed, "groups were re-encoded that had to stay whole");
+    report.encoder = session.GetEncoderUse().encoder;
+    report.recodeSeconds = Seconds(session.GetEncoderUse().time);
+}
+
+Statistics CutWriter::GetStatistics() const
+{
+    Statistics statistics;
+    for (const CutTrack& track : session.GetTracks())
+        if (track.stream)
+            statistics.push_back({track.index, track.stream->GetStatistic()});
+    return statistics;
+}
+
+} // namespace Tessor::Jobs

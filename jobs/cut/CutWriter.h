@@ -1,0 +1,35 @@
+#pragma once
+
+#include "jobs/IProgress.h"
+#include "jobs/cut/CutReport.h"
+#include "jobs/cut/CutSession.h"
+#include "jobs/repack/TrackCopier.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// The kept intervals of a cut, those that reach the end closed at the duration.
+std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration);
+
+/// Pulls a session's streams, writes them to a file, and tells what became of them.
+class CutWriter
+{
+public:
+    CutWriter(CutSession& session, const std::string& output);
+    CutReport Run(IProgress& progress);
+
+private:
+    void AddTracks();
+    std::vector<Host::ChapterInfo> MapChapters() const;
+    TrackReport MakeReport(const CopiedTrack& copied) const;
+    void AddRecoding(TrackReport& report, const CutTrack& track) const;
+    Statistics GetStatistics() const;
+
+    CutSession& session;
+    TrackCopier copier;
+};
+
+} // namespace Tessor::Jobs

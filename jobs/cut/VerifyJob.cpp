@@ -1,0 +1,34 @@
+#include "jobs/cut/VerifyJob.h"
+
+#include "jobs/InputFile.h"
+
+namespace Tessor::Jobs
+{
+
+VerifySettings VerifySettings::Of(const CutReport& report)
+{
+    VerifySettings settings;
+    settings.source = report.input;
+    settings.output = report.output;
+    settings.intervals = report.intervals;
+    settings.duration = report.sourceDuration;
+    settings.keepsLead = report.keepsLead;
+    for (const TrackReport& track : report.tracks)
+    {
+        settings.tracks.push_back(track.index);
+        settings.exposed[track.index] = track.exposed;
+    }
+    return settings;
+}
+
+VerifyReport VerifyJob::Run(IProgress& progress) const
+{
+    const avTime duration =
+        settings.duration != NoTime ? settings.duration : OpenInput(settings.source, progress)->GetInfo().duration;
+    const KeptTime kept(settings.intervals, duration, settings.keepsLead);
+    VerifyReport report = Verify(settings.source, settings.output, kept, settings.tracks, settings.exposed, progress);
+    ThrowIfCancelled(progress);
+    return report;
+}
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,25 @@
+#include "jobs/detect/LosslessJob.h"
+
+#include "jobs/InputFile.h"
+
+#include <algorithm>
+
+namespace Tessor::Jobs
+{
+
+bool LosslessReport::IsLossless() const
+{
+    return std::all_of(tracks.begin(), tracks.end(), [](const LosslessFinding& track) { return track.IsLossless(); });
+}
+
+LosslessReport LosslessJob::Run(IProgress& progress) const
+{
+    LosslessReport report;
+    report.input = settings.input;
+    report.tracks = DetectLossless(*OpenInput(settings.input, progress));
+    for (const LosslessFinding& track : report.tracks)
+        report.statistics.push_back({track.track, track.statistic});
+    return report;
+}
+
+} // namespace Tessor::Jobs

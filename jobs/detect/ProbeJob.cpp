@@ -1,0 +1,97 @@
+#include "jobs/detect/ProbeJob.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
+#include "ffhost/codecs/CodecFactory.h"
+#include "jobs/InputFile.h"
+#include "jobs/TrackSelection.h"
+#include "jobs/detect/CodecHeaders.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
+
+namespace Tessor::Jobs
+{
+
+namespace
+{
+
+void AddVideo(ProbeTrack& track, const Conf::IFormatCodecVideo& format)
+{
+    track.frame = format.GetFrameInfo();
+    const std::string& fps = Conf::IFormatCodecVideo::TAG_FPS;
+    if (format.GetProperties().ChildExists(fps))
+        track.frameRate = format.GetProperties()[fps].GetRatio();
+}
+
+/// Whether cuts of a video track can fall anywhere, as the cut stream itself finds out.
+bool CanCutAnywhere(const SP<Proc::IStreamRaw>& stream)
+{
+    const auto controller =
+        Proc::FilterCutController::Create(Proc::SettingsFilterCutController(), Host::CodecFactory::Create());
+    const SP<Proc::IStreamRaw> cut = controller->AddStream(stream);
+    return cut->GetFormatCodec()->GetProperties()[Conf::IFormatCodecVideo::TAG_CUT_ANYWHERE].GetBool();
+}
+
+} // namespace
+
+ProbeReport ProbeJob::Run(IProgress& progress) const
+{
+    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    const Host::MediaInfo& info = demuxer->GetInfo();
+    ProbeReport report;
+    report.input = settings.input;
+    report.container = info.container;
+    report.duration = info.duration;
+    report.origin = info.origin;
+    report.bitRate = info.bitRate;
+    report.tags = info.tags;
+    report.chapters = info.chapters;
+    for (const Host::TrackInfo& track : info.tracks)
+        report.tracks.push_back(ProbeOne(*demuxer, track));
+    // last: it has all tracks delivered, where the scans before read one
+    for (const LosslessFinding& finding : DetectLossless(*demuxer))
+    {
+        report.tracks[static_cast<size_t>(finding.track)].lossless = finding;
+        report.statistics.push_back({finding.track, finding.statistic});
+    }
+    return report;
+}
+
+ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info)
+{
+    ProbeTrack track;
+    track.index = info.index;
+    track.kind = KindName(info);
+    track.codec = info.codecName;
+    track.tags = info.tags;
+    if (!info.format)
+        return track;
+    if (const auto* video = dynamic_cast<const Conf::IFormatCodecVideo*>(info.format.get()))
+        AddVideo(track, *video);
+    if (const auto* audio = dynamic_cast<const Conf::IFormatCodecAudio*>(info.format.get()))
+        track.samples = audio->GetSampleInfo();
+    track.headerFault = info.headerFault;
+    track.header = DescribeHeader(*info.format);
+    if (info.type == MediaType::Video && !info.attachedPicture)
+        track.cutting = ProbeCuts(demuxer.GetStream(info.index));
+    return track;
+}
+
+ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream)
+{
+    ProbeCutting cutting;
+    try
+    {
+        cutting.anywhere = CanCutAnywhere(stream);
+        if (!cutting.anywhere)
+            cutting.obstacle = FindCutObstacle(*stream);
+    }
+    catch (const Exception& e) // a cut will end with it
+    {
+        cutting.refusal = Describe(e);
+    }
+    cutting.groups = ScanGroups(*stream);
+    return cutting;
+}
+
+} // namespace Tessor::Jobs

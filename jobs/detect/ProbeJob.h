@@ -1,0 +1,31 @@
+#pragma once
+
+#include "ffhost/io/reading/Demuxer.h"
+#include "jobs/IProgress.h"
+#include "jobs/detect/ProbeReport.h"
+
+#include <string>
+
+namespace Tessor::Jobs
+{
+
+struct ProbeSettings
+{
+    std::string input;
+};
+
+/// Tells a file's tracks, codec headers and groups of pictures, and how it can be cut. Reads it several times.
+class TESSOR_API ProbeJob
+{
+public:
+    explicit ProbeJob(ProbeSettings settings) : settings(std::move(settings)) {}
+    ProbeReport Run(IProgress& progress) const;
+
+private:
+    static ProbeTrack ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info);
+    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream);
+
+    const ProbeSettings settings;
+};
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,45 @@
+#include "jobs/repack/RepackJob.h"
+
+#include "jobs/InputFile.h"
+#include "jobs/OutputFile.h"
+#include "jobs/Stopwatch.h"
+#include "jobs/TrackSelection.h"
+
+namespace Tessor::Jobs
+{
+
+RepackReport RepackJob::Run(IProgress& progress) const
+{
+    CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    const Stopwatch watch;
+    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    // nothing is decoded, and packets that nobody else holds are converted where they lie
+    demuxer->KeepLeadIns(false);
+    RepackReport report;
+    report.input = settings.input;
+    report.output = settings.output;
+    report.duration = demuxer->GetInfo().duration;
+    TrackCopier copier(*demuxer, settings.output);
+    AddTracks(copier, *demuxer, report.warnings);
+    copier.Open(demuxer->GetInfo().chapters);
+    copier.Copy(progress, report.duration);
+    copier.Finish();
+    report.tracks = copier.GetTracks();
+    report.statistics = copier.GetStatistics();
+    report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
+    report.wallSeconds = watch.GetSeconds();
+    return report;
+}
+
+void RepackJob::AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+{
+    for (const SelectedTrack& track : SelectTracks(demuxer, warnings))
+    {
+        if (track.stream)
+            copier.AddStream(track.index, track.stream, track.stream->GetFormatCodec());
+        else
+            copier.AddSparse(track.index);
+    }
+}
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "jobs/IProgress.h"
+#include "jobs/repack/TrackCopier.h"
+#include "jobs/reports/JobReport.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+struct RepackSettings
+{
+    std::string input;
+    std::string output; ///< its name tells the container
+    bool overwrite = false;
+};
+
+struct RepackReport : JobReport
+{
+    std::string input, output;
+    avTime duration = 0; ///< of the input
+    std::vector<CopiedTrack> tracks;
+    double wallSeconds = 0;
+};
+
+/// Brings a file into another container: all tracks are copied, none is decoded.
+class TESSOR_API RepackJob
+{
+public:
+    explicit RepackJob(RepackSettings settings) : settings(std::move(settings)) {}
+    RepackReport Run(IProgress& progress) const;
+
+private:
+    static void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+
+    const RepackSettings settings;
+};
+
+} // namespace Tessor::Jobs

@@ -1,0 +1,44 @@
+#include "jobs/reports/DocumentParts.h"
+
+#include "jobs/reports/PropertyJson.h"
+
+namespace Tessor::Jobs
+{
+
+Json BeginDocument()
+{
+    return {{"schema_version", SCHEMA_VERSION}};
+}
+
+Json RangesToJson(const std::vector<Range>& ranges)
+{
+    Json json = Json::array();
+    for (const Range& range : ranges)
+        json.push_back({Seconds(range.start), Seconds(range.end)});
+    return json;
+}
+
+Json TextToJson(const std::string& text)
+{
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+Json LosslessToJson(const LosslessFinding& finding)
+{
+    Json json = {{"copy", finding.copying}, {"cut", finding.cutting}};
+    if (!finding.copying)
+        json["copy_ended_at_packet"] = finding.copyingEnd;
+    if (!finding.cutting)
+        json["cut_ended_at_packet"] = finding.cuttingEnd;
+    return json;
+}
+
+Json ToJson(const Statistics& statistics)
+{
+    Json json = Json::array();
+    for (const TrackStatistics& track : statistics)
+        json.push_back({{"track", track.track}, {"filters", PropertyToJson(track.filters)}});
+    return json;
+}
+
+} // namespace Tessor::Jobs

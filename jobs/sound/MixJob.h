@@ -1,0 +1,38 @@
+#pragma once
+
+#include "jobs/sound/SoundFile.h"
+
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+struct MixSettings
+{
+    struct Input
+    {
+        std::string path;
+        int volume = 100; ///< percent, up to 10000 to either side; below 0 the sound is turned over
+    };
+
+    std::vector<Input> inputs;
+    std::string output; ///< its name tells the container
+    Host::EncoderOptions encoder = {};
+    bool overwrite = false;
+};
+
+/// Adds up the first tracks of sound of several files.
+class TESSOR_API MixJob
+{
+public:
+    explicit MixJob(MixSettings settings) : settings(std::move(settings)) {}
+    SoundReport Run(IProgress& progress) const;
+
+private:
+    void Check() const;
+
+    const MixSettings settings;
+};
+
+} // namespace Tessor::Jobs
