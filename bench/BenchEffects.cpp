@@ -1,10 +1,10 @@
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsVideo.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "bench/LoopStream.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/registry/Host.h"
-#include "ffhost/streams/EffectStream.h"
 #include "host/ImplNames.h"
 #include "media/items/DataAudioFF.h"
 #include "media/items/DataVideoFF.h"
@@ -94,7 +94,9 @@ SP<IStreamVideo> MakeFilters(int64_t pair, const std::vector<SP<IDataVideo>>& pi
         const SP<IOneInputEffectVideo> converter =
             host.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
         converter->Initialise(SettingsColorspaceConverter({PixFmt::RGBA}));
-        stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
+        const SP<IFilterApplyEffectsVideo> filter = host.filters->CreateApplyEffectsVideo(ImplNames::DEFAULT, stream);
+        filter->AddEffect(converter);
+        stream = filter;
     }
     return stream;
 }

@@ -3,19 +3,16 @@
 #include "Proc/Settings/SettingsAVFilter.h"
 #include "effects/EffectBaseOneInput.h"
 #include "effects/IFactoryDataVideo.h"
-#include "ffhost/effects/FrameSpacer.h"
 #include "ffhost/effects/GraphRunner.h"
-#include "ffhost/effects/IFlow.h"
 
 namespace Tessor::Host
 {
 
-/// Any chain of libavfilter; what may change the number and the times of items runs in full only as a flow. It may
-/// change size, rate and format; a source that changes its format in mid-stream gets a new chain, and what the old one
-/// held is delivered before. No chain passes items as they are.
+/// Any chain of libavfilter as far as an effect can run it: one item for each. It may change size and format. What
+/// makes more items than it is given, or fewer, or moves them in time has its place in a GraphStream. No chain passes
+/// items as they are.
 template <class Interface, class FactoryData>
-class AVFilterEffect final : public Proc::EffectBaseOneInput<Interface, Proc::SettingsAVFilter, FactoryData>,
-                             public IFlow<typename Interface::Item>
+class AVFilterEffect final : public Proc::EffectBaseOneInput<Interface, Proc::SettingsAVFilter, FactoryData>
 {
 public:
     using Base = Proc::EffectBaseOneInput<Interface, Proc::SettingsAVFilter, FactoryData>;
@@ -24,25 +21,16 @@ public:
 
     explicit AVFilterEffect(const SP<const FactoryData>& data) : Base(data) {}
 
-    void ReleaseInternalData() override;
+    void ReleaseInternalData() override { runner.Reset(); }
     /// Throws EffectException where the chain can't work on the format. A format without size or rate stays as it is.
-    void UpdateFormat(SP<Format>& format) override;
-
-    void Give(const SP<Item>& item) override;
-    SP<Item> Take() override;
-    bool KeepsTimes() const override { return keepsTimes; }
+    void UpdateFormat(SP<Format>& format) override { runner.UpdateFormat(*format); }
 
 private:
     /// Throws EffectException for settings that are no chain.
     void Update() override;
     void ProcessItem(SP<Item>& item) override;
 
-    SP<Item> TakeMade();
-
     GraphRunner runner;
-    FrameSpacer spacer;     // of frames that a chain moves
-    bool keepsTimes = true; // the chain of the settings does
-    SP<Item> passing;       // given and not yet taken where there is no chain
 };
 
 using AVFilterEffectVideo = AVFilterEffect<Proc::IOneInputEffectVideo, Proc::IFactoryDataVideo>;

@@ -11,6 +11,8 @@ namespace Tessor::Host
 {
 
 using namespace Proc;
+using Conf::IFormatCodecAudio;
+using Conf::IFormatCodecVideo;
 
 namespace
 {
@@ -18,14 +20,84 @@ namespace
 /// Of frames that nobody takes.
 constexpr size_t most_waiting = 128;
 
+GraphFormat ToGraphFormat(const IFormatCodecVideo& format)
+{
+    const Conf::FrameInfo info = format.GetFrameInfo();
+    GraphFormat input;
+    if (info.width <= 0 || info.height <= 0 || format.GetPixelFormat() == PixFmt::None)
+        return input;
+    input.type = AVMEDIA_TYPE_VIDEO;
+    input.format = static_cast<int>(format.GetPixelFormat());
+    input.width = info.width;
+    input.height = info.height;
+    input.aspect = {static_cast<int>(info.aspectNum), static_cast<int>(info.aspectDen)};
+    const Core::Property& tree = format.GetProperties();
+    if (tree.ChildExists(IFormatCodecVideo::TAG_FPS))
+    {
+        const Core::Property::Ratio rate = tree[IFormatCodecVideo::TAG_FPS].GetRatio();
+        av_reduce(&input.frameRate.num, &input.frameRate.den, rate.numerator(), rate.denominator(), INT32_MAX);
+    }
+    return input;
+}
+
+void SetFormat(IFormatCodecVideo& format, const GraphFormat& output)
+{
+    const auto positive = [](int value, int unset) { return static_cast<unsigned>(value > 0 ? value : unset); };
+    format.InitByPixelAspect(positive(output.width, 0), positive(output.height, 0), positive(output.aspect.num, 1),
+                             positive(output.aspect.den, 1));
+    format.SetPixelFormat(static_cast<PixFmt>(output.format));
+    if (output.frameRate.num > 0 && output.frameRate.den > 0)
+        format.SetFrameRate(positive(output.frameRate.num, 0), positive(output.frameRate.den, 0));
+}
+
+GraphFormat ToGraphFormat(const IFormatCodecAudio& format)
+{
+    const Conf::SampleInfo info = format.GetSampleInfo();
+    GraphFormat input;
+    if (info.GetSampleRate() <= 0 || info.GetFormat().bits == 0 || info.GetChannelCount() == 0)
+        return input;
+    input.type = AVMEDIA_TYPE_AUDIO;
+    input.format = static_cast<int>(info.GetFormat().format);
+    input.sampleRate = info.GetSampleRate();
+    input.channelMask = ToFFChannelMask(info.GetChannelLayout());
+    return input;
+}
+
+void SetFormat(IFormatCodecAudio& format, const GraphFormat& output)
+{
+    format.SetSampleInfo(
+        Conf::SampleInfo(static_cast<Conf::SampleFormats>(output.format), output.sampleRate,
+                         Conf::FromFFChannelMask(output.channelMask, __builtin_popcountll(output.channelMask))));
+}
+
+template <class Format>
+void Update(const std::string& chain, Format& format)
+{
+    const GraphFormat input = ToGraphFormat(format);
+    if (!chain.empty() && input.type != AVMEDIA_TYPE_UNKNOWN)
+        SetFormat(format, AvGraph(chain, input).GetOutput());
+}
+
 } // namespace
 
 void GraphRunner::SetChain(const std::string& newChain)
 {
     if (newChain == chain)
         return;
+    const bool keeps = newChain.empty() || AvGraph::KeepsTimes(newChain);
     Finish();
     chain = newChain;
+    keepsTimes = keeps;
+}
+
+void GraphRunner::UpdateFormat(IFormatCodecVideo& format) const
+{
+    Update(chain, format);
+}
+
+void GraphRunner::UpdateFormat(IFormatCodecAudio& format) const
+{
+    Update(chain, format);
 }
 
 void GraphRunner::Reset()

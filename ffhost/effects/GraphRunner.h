@@ -3,6 +3,8 @@
 #include "ffhost/effects/AvGraph.h"
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/SampleClock.h"
+#include "media/formats/IFormatCodecAudio.h"
+#include "media/formats/IFormatCodecVideo.h"
 
 #include <deque>
 #include <memory>
@@ -18,11 +20,17 @@ namespace Tessor::Host
 class GraphRunner
 {
 public:
-    /// From the next item on.
+    /// From the next item on. Throws EffectException for what is no chain.
     void SetChain(const std::string& newChain);
     const std::string& GetChain() const { return chain; }
+    /// Whether items leave the chain at the times at which they enter it, and all of them do.
+    bool KeepsTimes() const { return keepsTimes; }
     /// The pixel format of the input is that of the output, too.
     void KeepPixelFormat() { keepsPixels = true; }
+    /// Brings a format to what the chain makes of it; one without size or rate stays as it is. Throws EffectException
+    /// where the chain can't work on it.
+    void UpdateFormat(Conf::IFormatCodecVideo& format) const;
+    void UpdateFormat(Conf::IFormatCodecAudio& format) const;
     /// Drops what is held.
     void Reset();
 
@@ -50,6 +58,7 @@ private:
     std::string GetWholeChain(const GraphFormat& format) const;
 
     std::string chain;
+    bool keepsTimes = true; // the chain does
     bool keepsPixels = false;
     // Those before the last have been told the end and are still to be pulled. Empty before the first item and when all
     // has come out behind the end.

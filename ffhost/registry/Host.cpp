@@ -1,9 +1,13 @@
 #include "ffhost/registry/Host.h"
 
 #include "Proc/Filters/Filters/FilterRegistrator.h"
+#include "ffhost/streams/GraphStream.h"
+#include "host/ImplNames.h"
 
 namespace Tessor::Host
 {
+
+using namespace Proc;
 
 std::vector<RegistryEntry> MediaHost::List() const
 {
@@ -19,6 +23,8 @@ MediaHost MakeHost()
     const SP<AlgorithmFactory> algorithms = AlgorithmFactory::Create();
     const SP<FilterRegistry> filters = FilterRegistry::Create(effects, algorithms, nullptr);
     FilterRegistrator(filters.get());
+    filters->RegisterFilterVideoEx(SettingsAVFilter::CLASS_ID, ImplNames::FFMPEG, GraphStreamVideo::Create);
+    filters->RegisterFilterAudioEx(SettingsAVFilter::CLASS_ID, ImplNames::FFMPEG, GraphStreamAudio::Create);
     return {effects, algorithms, filters};
 }
 

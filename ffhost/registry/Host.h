@@ -12,7 +12,7 @@ struct TESSOR_API MediaHost
 {
     SP<const EffectFactory> effects;
     SP<const AlgorithmFactory> algorithms;
-    SP<const FilterRegistry> filters; ///< with all that the library registers
+    SP<const FilterRegistry> filters; ///< with all that the library registers, and our own
 
     /// What all three make, for lists.
     std::vector<RegistryEntry> List() const;

@@ -1,5 +1,7 @@
 #include "jobs/chains/FilterCatalog.h"
 
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsAudio.h"
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsVideo.h"
 #include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
@@ -12,12 +14,10 @@
 #include "Proc/Settings/SettingsFilterResample.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "Proc/Settings/SettingsStreamMetadataUpdater.h"
-#include "effects/IOneInputEffect.h"
 #include "effects/IResample.h"
 #include "effects/IResize.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
-#include "ffhost/streams/EffectStream.h"
 #include "host/ImplNames.h"
 #include "jobs/JobError.h"
 #include "jobs/chains/FilterValue.h"
@@ -61,14 +61,14 @@ std::vector<CatalogRow> MakeCatalog()
         Row<SettingsEffectStabilizer>("stabilize", video, Form::Effect, "takes small movements of the camera out"),
         Row<SettingsColorspaceConverter>("format", video, Form::Effect, "brings pictures to one of some pixel formats"),
         Row<SettingsFade>("fade", video, Form::TimedEffect, "fades from or to black"),
-        Row<SettingsAVFilter>("avfilter", video, Form::Effect, "runs a chain of FFmpeg's own filters"),
+        Row<SettingsAVFilter>("avfilter", video, Form::Filter, "runs a chain of FFmpeg's own filters"),
         Row<SettingsFilterAudioVolume>("volume", audio, Form::Filter, "scales the sound, or levels it"),
         Row<SettingsFilterResample>("resample", audio, Form::Filter,
                                     "brings the sound to a rate, sample format and channel layout", {},
                                     IResample::CLASS_ID),
         Row<SettingsFilterAudioFormatter>("blocks", audio, Form::Filter, "cuts the sound into blocks of one length"),
         Row<SettingsFade>("fade", audio, Form::TimedEffect, "fades from or to silence"),
-        Row<SettingsAVFilter>("avfilter", audio, Form::Effect, "runs a chain of FFmpeg's own filters"),
+        Row<SettingsAVFilter>("avfilter", audio, Form::Filter, "runs a chain of FFmpeg's own filters"),
     };
 }
 
@@ -223,14 +223,14 @@ FilterStep ReadStep(const FilterCall& call, MediaType kind)
     return step;
 }
 
-/// The effect with its settings and its range of time.
+/// Brings the effect to its settings and its range of time.
 template <class Effect, class Kind>
-SP<Kind> MakeEffect(const FilterStep& step, const SP<Kind>& source, SP<Effect> effect)
+SP<Effect> SetUp(const SP<Effect>& effect, const FilterStep& step, const SP<Kind>& source)
 {
     effect->Initialise(*step.settings);
     const avTime end = step.duration != NoTime ? AddTime(step.start, step.duration) : source->GetDuration();
     effect->SetTimeToProgress({step.start, end, TimeToProgress::Linear});
-    return Host::EffectStream<Kind, Effect>::Create(source, effect);
+    return effect;
 }
 
 /// The filter knows nothing of what a container says of its fields.
@@ -332,16 +332,34 @@ SP<IStreamVideo> MakeFilter(const FilterStep& step, const SP<IStreamVideo>& sour
         return step.settings->GetClassId() == SettingsDeinterlace::CLASS_ID ? MarkProgressive(stream, factories)
                                                                             : stream;
     }
-    return MakeEffect(step, source,
-                      factories.effects->CreateEffectVideo(step.settings->GetClassId(), ImplOf(step), nullptr));
+    return ApplyEffect(
+        SetUp(factories.effects->CreateEffectVideo(step.settings->GetClassId(), ImplOf(step), nullptr), step, source),
+        source, factories);
 }
 
 SP<IStreamAudio> MakeFilter(const FilterStep& step, const SP<IStreamAudio>& source, const Factories& factories)
 {
     if (step.row->form == Form::Filter)
         return factories.filters->CreateFilterAudioEx(*step.settings, ImplOf(step), source);
-    return MakeEffect(step, source,
-                      factories.effects->CreateEffectAudio(step.settings->GetClassId(), ImplOf(step), nullptr));
+    return ApplyEffect(
+        SetUp(factories.effects->CreateEffectAudio(step.settings->GetClassId(), ImplOf(step), nullptr), step, source),
+        source, factories);
+}
+
+SP<IStreamVideo> ApplyEffect(const SP<IOneInputEffectVideo>& effect, const SP<IStreamVideo>& source,
+                             const Factories& factories)
+{
+    const SP<IFilterApplyEffectsVideo> filter = factories.filters->CreateApplyEffectsVideo(ImplNames::DEFAULT, source);
+    filter->AddEffect(effect);
+    return filter;
+}
+
+SP<IStreamAudio> ApplyEffect(const SP<IOneInputEffectAudio>& effect, const SP<IStreamAudio>& source,
+                             const Factories& factories)
+{
+    const SP<IFilterApplyEffectsAudio> filter = factories.filters->CreateApplyEffectsAudio(ImplNames::DEFAULT, source);
+    filter->AddEffect(effect);
+    return filter;
 }
 
 SP<IStreamAudio> MakeResampler(const SP<IStreamAudio>& source, const Conf::SampleInfo& output,

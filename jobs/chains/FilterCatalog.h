@@ -2,6 +2,7 @@
 
 #include "Proc/Settings/SettingsTree.h"
 #include "effects/IEffectFactory.h"
+#include "effects/IOneInputEffect.h"
 #include "ffhost/registry/RegistryEntry.h"
 #include "host/IFilterFactory.h"
 #include "jobs/chains/FilterChain.h"
@@ -81,6 +82,12 @@ bool NeedsLength(const FilterStep& step);
 /// The stream behind the filter.
 SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source, const Factories&);
 SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source, const Factories&);
+
+/// The stream with an effect over it.
+SP<Proc::IStreamVideo> ApplyEffect(const SP<Proc::IOneInputEffectVideo>& effect, const SP<Proc::IStreamVideo>& source,
+                                   const Factories&);
+SP<Proc::IStreamAudio> ApplyEffect(const SP<Proc::IOneInputEffectAudio>& effect, const SP<Proc::IStreamAudio>& source,
+                                   const Factories&);
 
 /// The stream in another format of samples; what is unset in it stays.
 SP<Proc::IStreamAudio> MakeResampler(const SP<Proc::IStreamAudio>& source, const Conf::SampleInfo& output,

@@ -7,7 +7,6 @@
 #include "effects/IOneInputEffect.h"
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/codecs/CodecFactory.h"
-#include "ffhost/streams/EffectStream.h"
 #include "ffhost/streams/ReadAhead.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
@@ -231,7 +230,7 @@ SP<IStreamVideo> ConvertJob::Fit(SP<IStreamVideo> stream, const std::string& enc
         warnings.push_back(fmt::format("track {}: {} carries no transparency: it is lost", index, encoder));
     // One of them for all pictures: the source's may change in the middle, as their size may.
     converter->Initialise(SettingsColorspaceConverter({format->GetPixelFormat()}));
-    stream = Host::EffectStream<IStreamVideo, IOneInputEffectVideo>::Create(stream, converter);
+    stream = ApplyEffect(converter, stream, factories);
     const Conf::FrameInfo size = format->GetFrameInfo();
     const Conf::FrameInfo fitting = Host::FitSize(encoder, format->GetPixelFormat(), size);
     if (!(fitting == size))
