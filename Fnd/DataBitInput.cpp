@@ -35,11 +35,13 @@ size_t DataBitInput::BitsLeft() const
 
 void DataBitInput::SkipBitsToNextByte()
 {
+    // whole bytes were fetched, so this stays within them
     bitPosition = (bitPosition + 7) / 8 * 8;
 }
 
 bool DataBitInput::Refill()
 {
+    // called with the buffer used up; at the end of the data both fields become 0, and every later read throws again
     fetched = input->Read(buffer.data(), buffer.size());
     bitPosition = 0;
     return fetched > 0;

@@ -15,6 +15,7 @@ void DataBitOutput::WriteBits(uint32_t value, unsigned count)
     {
         const unsigned taken = std::min(count, 8 - pendingBits);
         count -= taken;
+        // `taken` is at least 1, so this shifts by 31 at most: a shift by 32 would be undefined
         const unsigned bits = value >> count & ((1u << taken) - 1);
         pending = static_cast<uint8_t>(pending << taken | bits);
         pendingBits += taken;
@@ -44,6 +45,7 @@ void DataBitOutput::WriteData(const uint8_t* data, size_t size)
 void DataBitOutput::Flush()
 {
     if (pendingBits > 0)
+        // the byte is full then, and WriteBits writes it
         WriteBits(0, 8 - pendingBits);
 }
 

@@ -13,9 +13,10 @@ void Rethrow(const std::exception_ptr& stored)
     }
     catch (const boost::exception_detail::clone_base& e)
     {
+        // a copy has records of its own, which no other thread counts
         const std::unique_ptr<const boost::exception_detail::clone_base> copy(e.clone());
         copy->rethrow();
-        throw;
+        throw; // never reached: rethrow() is not marked as one that does not return
     }
 }
 

@@ -106,8 +106,8 @@ template <class E>
 }
 
 /// Throws what another thread has left. What was thrown with boost::throw_exception comes as a copy with records of its
-/// own, for those are counted without care for threads: the copies of two throws share nothing, and one may be held
-/// while the stored one is replaced. Anything else is that very object. The caller guards `stored` with a mutex.
+/// own, because those are counted without regard to threads: the copies of two throws share nothing, and one may be
+/// held while the stored one is replaced. Anything else is that very object. The caller guards `stored` with a mutex.
 [[noreturn]] TESSOR_API void Rethrow(const std::exception_ptr& stored);
 
 /// The message for a person: the description when there is one, otherwise what().

@@ -41,6 +41,8 @@ using SP = boost::intrusive_ptr<T>;
 class TESSOR_API RefCountImpl : public virtual IRefCountable
 {
 public:
+    // Relaxed, because whoever adds a reference has one. The last release must see what all others wrote before it
+    // deletes, hence its order.
     long AddRef() const override { return count.fetch_add(1, std::memory_order_relaxed) + 1; }
     long GetRefCount() const override { return count.load(std::memory_order_acquire); }
     long Release() const override

@@ -8,6 +8,7 @@ namespace Tessor
 namespace
 {
 
+/// The bound of the range on that side; NoTime lies just below it.
 avTime Saturated(bool negative)
 {
     return negative ? NoTime + 1 : std::numeric_limits<avTime>::max();
@@ -20,6 +21,7 @@ avTime AddTime(avTime a, avTime b)
     if (a == NoTime || b == NoTime)
         return NoTime;
     avTime sum = 0;
+    // numbers of unlike signs don't overflow, so either sign tells at which end the sum left the range
     if (__builtin_add_overflow(a, b, &sum) || sum == NoTime)
         return Saturated(a < 0);
     return sum;

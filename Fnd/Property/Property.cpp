@@ -169,6 +169,7 @@ size_t Property::size() const
 void Property::SetChild(const std::string& key, const Property& child)
 {
     RequireNode("SetChild");
+    // copied first: a new child may move the others in memory, and `child` may be one of them
     Property copy(child);
     (*this)[key] = std::move(copy);
 }
@@ -187,6 +188,7 @@ void Property::Add(Property&& child)
 void Property::RemoveChild(const std::string& key)
 {
     RequireNode("RemoveChild");
+    // not by erase, which assigns elements to each other: that would leave the names where they were
     Children kept;
     for (Property& child : std::get<Children>(value))
         if (child.name != key)
@@ -201,6 +203,7 @@ void Property::MergeFrom(Property&& other)
         *this = std::move(other);
         return;
     }
+    // a missing child is made as an empty node first, which takes a node and a value alike
     for (Property& child : other)
         (*this)[child.name].MergeFrom(std::move(child));
 }
