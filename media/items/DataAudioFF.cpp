@@ -35,6 +35,7 @@ size_t GetStep(const Conf::SampleInfo& info)
 
 size_t GetAudioLinesize(const Conf::SampleInfo& info, int sampleCount)
 {
+    // no overflow: at most 2^31 samples of 8 channels and 8 bytes
     const size_t bytes = GetStep(info) * static_cast<size_t>(sampleCount);
     return (bytes + line_alignment - 1) / line_alignment * line_alignment;
 }
@@ -65,6 +66,7 @@ SP<DataAudioFF> DataAudioFF::CreateOver(const Conf::SampleInfo& info, int count,
     if (buffer->size < size)
         Throw<std::invalid_argument>(TESSOR_HERE, "An audio block of " + std::to_string(size) +
                                                       " bytes in a buffer of " + std::to_string(buffer->size));
+    // what lies beyond is neither copied with the block nor counted as its memory
     buffer->size = size;
     SP<DataAudioFF> block(new DataAudioFF(info, count, std::move(owned)));
     block->ZeroPadding();
@@ -80,8 +82,8 @@ void DataAudioFF::CheckSize(const Conf::SampleInfo& info, int count)
 }
 
 DataAudioFF::DataAudioFF(const Conf::SampleInfo& info, int count, Buffer buffer)
-    : info(info), sampleCount(count), buffer(std::move(buffer)),
-      duration(SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate()))
+    : TimedData(NoTime, SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate())), info(info),
+      sampleCount(count), buffer(std::move(buffer))
 {
 }
 
@@ -95,7 +97,7 @@ DataAudioFF::Buffer DataAudioFF::Allocate(const Conf::SampleInfo& info, int coun
     return buffer;
 }
 
-/// Behind the samples of each plane.
+/// What follows the samples of each plane.
 void DataAudioFF::ZeroPadding()
 {
     const size_t linesize = GetAudioLinesize(info, sampleCount);
@@ -106,6 +108,7 @@ void DataAudioFF::ZeroPadding()
 
 void DataAudioFF::TrimStart(avTime amount)
 {
+    // the samples first: where this throws, no time has moved yet
     KeepSamples(0, GetSampleIndex(amount));
     pts = AddTime(pts, amount);
     duration = SubTime(duration, amount);
@@ -148,6 +151,7 @@ AudioRef DataAudioFF::GetConstAudioRef() const
 
 void DataAudioFF::FillSilence()
 {
+    // a shared buffer is replaced rather than copied, as nothing of it would stay
     if (!av_buffer_is_writable(buffer.get()))
         buffer = Allocate(info, sampleCount);
     const uint8_t silence = info.GetFormat().bits == 8 ? 128 : 0;
@@ -160,6 +164,7 @@ void DataAudioFF::RemovePart(avTime start, avTime length)
 {
     if (start < 0 || length < 0)
         Throw<Exception>(TESSOR_HERE, "Can't remove " + T2S(length) + " from " + T2S(start) + " of an audio block");
+    // both ends are rounded from the block's start, as the trims round theirs
     const int tailStart = GetSampleIndex(AddTime(start, length));
     KeepSamples(GetSampleIndex(start), tailStart);
     duration = SubTime(duration, length);
@@ -171,6 +176,7 @@ void DataAudioFF::Shorten(int count)
         Throw<std::invalid_argument>(TESSOR_HERE, "No " + std::to_string(count) + " samples in an audio block of " +
                                                       std::to_string(sampleCount));
     MakeUnique();
+    // towards the front and in this order: no plane lands on one that has yet to move
     const size_t oldLine = GetAudioLinesize(info, sampleCount), newLine = GetAudioLinesize(info, count);
     for (size_t plane = 1; newLine != oldLine && plane < GetPlanes(info); ++plane)
         std::memmove(buffer->data + plane * newLine, buffer->data + plane * oldLine, newLine);
@@ -180,7 +186,7 @@ void DataAudioFF::Shorten(int count)
     duration = SampleCount2Duration(static_cast<unsigned long long>(count), info.GetSampleRate());
 }
 
-/// The sample that stands `offset` behind the block's start, or one behind the last. A stated duration may be a little
+/// The sample that stands `offset` after the block's start, or one past the last. A stated duration may be a little
 /// longer than the samples last; an offset in that rest is their end.
 int DataAudioFF::GetSampleIndex(avTime offset) const
 {
@@ -216,7 +222,7 @@ void DataAudioFF::MakeUnique()
 {
     AVBufferRef* raw = buffer.release();
     const int result = av_buffer_make_writable(&raw);
-    buffer.reset(raw);
+    buffer.reset(raw); // a failure leaves the old reference in place
     if (result < 0)
         Throw<Exception>(TESSOR_HERE, "Can't copy an audio block");
 }

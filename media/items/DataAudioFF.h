@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/items/IDataAudio.h"
+#include "media/items/TimedData.h"
 
 #include <memory>
 
@@ -11,7 +12,7 @@ namespace Tessor::Proc
 
 /// A block of samples in one contiguous buffer. The line size is a function of sample count and format alone; padding
 /// is zero. Clones of mode 0 share the buffer until one of them is trimmed, silenced or asked for a writable view.
-class TESSOR_API DataAudioFF final : public IDataAudio, public RefCountImpl
+class TESSOR_API DataAudioFF final : public Details::TimedData<IDataAudio>
 {
 public:
     /// A block with room for `count` samples a channel, all zero, with the duration of that many samples (NoTime
@@ -23,10 +24,6 @@ public:
     static SP<DataAudioFF> CreateOver(const Conf::SampleInfo& info, int count, AVBufferRef* buffer);
     ~DataAudioFF() override;
 
-    avTime GetDuration() const override { return duration; }
-    void SetDuration(avTime newDuration) override { duration = newDuration; }
-    avTime GetPTS() const override { return pts; }
-    void SetPTS(avTime newPts) override { pts = newPts; }
     /// Removes whole samples, repacks the block, and moves duration and PTS by the stated amount. Throws Exception when
     /// the amount is negative or more than the block (its duration, or its samples where that is unknown).
     void TrimStart(avTime amount) override;
@@ -67,8 +64,6 @@ private:
     const Conf::SampleInfo info;
     int sampleCount; // per channel; shrinks with trims
     Buffer buffer;   // the samples; shared between clones of mode 0 and replaced before it is changed
-    avTime pts = NoTime;
-    avTime duration = NoTime;
 };
 
 /// Bytes of one plane of that many samples (of all channels when interleaved), rounded up to 32 so that every plane is

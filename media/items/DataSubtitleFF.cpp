@@ -1,7 +1,6 @@
 #include "media/items/DataSubtitleFF.h"
 
 #include "Fnd/Exception.h"
-#include "media/items/TimeTrim.h"
 
 extern "C"
 {
@@ -21,11 +20,13 @@ namespace
 
 void FreeSubtitle(const AVSubtitle* subtitle)
 {
+    // const for those who share it; nobody does any more
     AVSubtitle* owned = const_cast<AVSubtitle*>(subtitle);
     avsubtitle_free(owned);
     delete owned;
 }
 
+/// By FFmpeg's allocator, because avsubtitle_free gives the memory back.
 template <class T>
 T* Allocate(size_t count)
 {
@@ -43,7 +44,8 @@ char* CopyText(const char* text)
     return static_cast<char*>(std::memcpy(Allocate<char>(size), text, size));
 }
 
-/// Indices with tight rows, and a palette of full length, so that no index can read past it.
+/// Indices with tight rows, and a palette of full length, so that no index can read past it: colours that the source
+/// doesn't have are transparent.
 void CopyBitmap(const AVSubtitleRect& from, AVSubtitleRect& to)
 {
     if (from.w <= 0 || from.h <= 0 || std::abs(from.linesize[0]) < from.w || !from.data[0] || !from.data[1])
@@ -107,13 +109,8 @@ SP<DataSubtitleFF> DataSubtitleFF::Create(const AVSubtitle& subtitle, avTime pts
 }
 
 DataSubtitleFF::DataSubtitleFF(std::shared_ptr<const AVSubtitle> subtitle, avTime pts, avTime duration)
-    : subtitle(std::move(subtitle)), pts(pts), duration(duration)
+    : TimedData(pts, duration), subtitle(std::move(subtitle))
 {
-}
-
-void DataSubtitleFF::TrimStart(avTime amount)
-{
-    Details::TrimTimeStart(pts, duration, amount);
 }
 
 size_t DataSubtitleFF::GetMemorySize() const
@@ -122,11 +119,6 @@ size_t DataSubtitleFF::GetMemorySize() const
     for (unsigned i = 0; i < subtitle->num_rects; ++i)
         size += GetRectSize(*subtitle->rects[i]);
     return size;
-}
-
-void DataSubtitleFF::TrimEnd(avTime amount)
-{
-    Details::TrimTimeEnd(pts, duration, amount);
 }
 
 SP<IDataSubtitle> DataSubtitleFF::Clone(int mode) const

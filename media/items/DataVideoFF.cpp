@@ -2,7 +2,6 @@
 
 #include "Fnd/Exception.h"
 #include "media/items/ColorPainter.h"
-#include "media/items/TimeTrim.h"
 
 extern "C"
 {
@@ -20,7 +19,7 @@ namespace Tessor::Proc
 namespace
 {
 
-constexpr int row_alignment = 64;
+constexpr int row_alignment = 64; // that of the widest vectors, so that no reader has to copy rows first
 constexpr size_t palette_bytes = AVPALETTE_SIZE;
 
 struct FreeFrame
@@ -62,6 +61,7 @@ void AllocatePicture(AVFrame& frame)
         Throw<Exception>(TESSOR_HERE, "Can't allocate the picture of a frame");
 }
 
+/// The padding of rows too, which the allocation leaves as it finds it.
 void ZeroPicture(AVFrame& frame)
 {
     for (AVBufferRef* buffer : frame.buf)
@@ -92,6 +92,7 @@ bool HasPlanes(const AVFrame& frame, const AVPixFmtDescriptor& description)
 
 int CeilShift(int value, int shift)
 {
+    // a shift of a negative number rounds down, away from zero
     return -((-value) >> shift);
 }
 
@@ -104,6 +105,7 @@ Details::PlaneTemplate<isConst> ViewPlane(const AVFrame& frame, int index)
         Throw<std::out_of_range>(TESSOR_HERE, "No plane " + std::to_string(index) + " in " + description->name);
     if (palette)
         return {frame.data[1], static_cast<ptrdiff_t>(palette_bytes), palette_bytes, 1};
+    // plane 3 is an alpha of full size; formats without subsampled chroma have a shift of 0
     const bool chroma = index == 1 || index == 2;
     return {frame.data[index], frame.linesize[index],
             static_cast<size_t>(av_image_get_linesize(GetFormat(frame), frame.width, index)),
@@ -125,6 +127,7 @@ SP<DataVideoFF> DataVideoFF::Create(PixFmt format, const Conf::FrameInfo& info, 
         ZeroPicture(*frame);
         return Create(frame.release());
     }
+    // av_image_fill_arrays believes any size, and planes past the end would be read and written
     if (buffer->size < size)
         Throw<std::invalid_argument>(TESSOR_HERE, "A frame of " + std::to_string(size) + " bytes in a buffer of " +
                                                       std::to_string(buffer->size));
@@ -152,19 +155,9 @@ DataVideoFF::~DataVideoFF()
     av_frame_free(&owned);
 }
 
-void DataVideoFF::TrimStart(avTime amount)
-{
-    Details::TrimTimeStart(pts, duration, amount);
-}
-
 size_t DataVideoFF::GetMemorySize() const
 {
     return PixFmtDescription::Find(GetPixFmt()).GetAllPlanesFullSize(frame->width, frame->height);
-}
-
-void DataVideoFF::TrimEnd(avTime amount)
-{
-    Details::TrimTimeEnd(pts, duration, amount);
 }
 
 int DataVideoFF::GetWidth() const
@@ -209,6 +202,7 @@ SP<IDataVideo> DataVideoFF::Clone(int mode) const
 
 void DataVideoFF::Fill(const Color& color)
 {
+    // first, as it refuses formats: a frame that can't be painted keeps sharing its picture
     const Details::ColorPainter painter(color, GetPixFmt(), frame->color_range == AVCOL_RANGE_JPEG);
     if (av_frame_make_writable(frame) < 0)
         Throw<Exception>(TESSOR_HERE, "Can't copy a frame");

@@ -2,6 +2,7 @@
 
 #include "media/formats/FrameInfo.h"
 #include "media/items/IDataVideo.h"
+#include "media/items/TimedData.h"
 
 struct AVBufferRef;
 struct AVFrame;
@@ -10,10 +11,10 @@ namespace Tessor::Proc
 {
 
 /// A frame over FFmpeg's record.
-class TESSOR_API DataVideoFF final : public IDataVideo, public RefCountImpl
+class TESSOR_API DataVideoFF final : public Details::TimedData<IDataVideo>
 {
 public:
-    /// A frame over a buffer that holds all planes tightly, one behind the other. Takes the reference over, also when
+    /// A frame over a buffer that holds all planes tightly, one after the other. Takes the reference over, also when
     /// it throws; null makes a new picture with aligned rows, all zero. Throws std::invalid_argument when the buffer is
     /// too small for the format and size, or there is no such format or size.
     static SP<DataVideoFF> Create(PixFmt format, const Conf::FrameInfo& info, AVBufferRef* buffer);
@@ -22,15 +23,7 @@ public:
     static SP<DataVideoFF> Create(AVFrame* frame);
     ~DataVideoFF() override;
 
-    avTime GetDuration() const override { return duration; }
-    void SetDuration(avTime newDuration) override { duration = newDuration; }
-    avTime GetPTS() const override { return pts; }
-    void SetPTS(avTime newPts) override { pts = newPts; }
-    /// A frame is cut in time. Throws Exception when the amount is negative or reaches the duration, or a time is
-    /// unknown.
-    void TrimStart(avTime amount) override;
     size_t GetMemorySize() const override;
-    void TrimEnd(avTime amount) override;
 
     FrameAllocType GetFrameAllocType() const override { return FRAME_ALLOC_CPU; }
     int GetWidth() const override;
@@ -54,8 +47,6 @@ private:
     SP<DataVideoFF> Wrap(AVFrame* copy) const;
 
     AVFrame* const frame; // owned; its own time fields are not used here
-    avTime pts = NoTime;
-    avTime duration = NoTime;
 };
 
 } // namespace Tessor::Proc

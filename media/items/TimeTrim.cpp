@@ -8,6 +8,7 @@ namespace Tessor::Proc::Details
 namespace
 {
 
+/// A cut of the whole duration is refused as well: an item that lasts no time would stay.
 void RequireTrim(avTime pts, avTime duration, avTime amount)
 {
     if (pts == NoTime || duration == NoTime || amount < 0 || amount >= duration)
