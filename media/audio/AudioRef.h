@@ -8,7 +8,7 @@
 namespace Tessor::Proc
 {
 
-/// A cheap, non-owning view of one audio block. Planes lie one behind the other at distance `linesize`.
+/// A cheap, non-owning view of one audio block. Planes lie one after the other at distance `linesize`.
 struct AudioRef
 {
     int sampleCount = 0; ///< per channel

@@ -39,11 +39,13 @@ void AudioTime::AddSamples(int sampleRate, unsigned long long sampleCount)
         return;
     if (sampleRate <= 0)
         Throw<std::invalid_argument>(TESSOR_HERE, "Samples of no rate");
+    // a count means something at one rate only; this is the one place where a rounding stays
     if (sampleRate != rate)
     {
         Reset(GetTime());
         rate = sampleRate;
     }
+    // a count that stops is as good as a right one: its time has long stopped at the end of the range
     if (__builtin_add_overflow(count, sampleCount, &count))
         count = std::numeric_limits<unsigned long long>::max();
 }
@@ -60,6 +62,7 @@ long long Duration2SampleCount(avTime duration, int sampleRate)
 
 avTime SampleCount2Duration(unsigned long long sampleCount, int sampleRate)
 {
+    // av_rescale is signed; more samples than that last longer than any time
     constexpr unsigned long long longest = std::numeric_limits<int64_t>::max();
     return sampleRate <= 0 ? NoTime : Rescale(static_cast<int64_t>(std::min(sampleCount, longest)), second, sampleRate);
 }

@@ -21,6 +21,7 @@ struct Row
     uint64_t mask;
 };
 
+// Surrounds of 5.0 and 5.1 stand at the back, as in what FFmpeg calls "5.0" and "5.1".
 constexpr Row rows[] = {
     {ChannelLayout::None, 0, 0},
     {ChannelLayout::Mono, 1, AV_CH_LAYOUT_MONO},

@@ -14,6 +14,7 @@ FrameInfo FormatCodecVideo::GetFrameInfo() const
 {
     const Core::Property::Ratio aspect =
         properties.ChildExists(TAG_ASPECT) ? properties[TAG_ASPECT].GetRatio() : Core::Property::Ratio(1);
+    // a tree from outside may hold any ratio; FrameInfo takes 0 for unknown
     const auto positive = [](long long value) { return static_cast<unsigned>(std::max(value, 0LL)); };
     return FrameInfo(static_cast<int>(GetInt64(TAG_WIDTH, 0)), static_cast<int>(GetInt64(TAG_HEIGHT, 0)),
                      positive(aspect.numerator()), positive(aspect.denominator()));
@@ -31,6 +32,7 @@ void FormatCodecVideo::SetPixelFormat(PixFmt format)
 
 void FormatCodecVideo::SetFrameRate(unsigned num, unsigned den)
 {
+    // an unknown rate has no child: 0 would be taken for one
     if (num == 0 || den == 0)
         properties.RemoveChild(TAG_FPS);
     else
@@ -39,6 +41,7 @@ void FormatCodecVideo::SetFrameRate(unsigned num, unsigned den)
 
 void FormatCodecVideo::InitByPixelAspect(unsigned width, unsigned height, unsigned aspectNum, unsigned aspectDen)
 {
+    // through a FrameInfo, which reduces the aspect and makes an unknown one 1:1
     const FrameInfo info(static_cast<int>(width), static_cast<int>(height), aspectNum, aspectDen);
     properties.SetChildT<long long>(TAG_WIDTH, width);
     properties.SetChildT<long long>(TAG_HEIGHT, height);

@@ -23,6 +23,7 @@ const SampleFormatDescription& HigherFormat(const SampleFormatDescription& a, co
 {
     if (a.bits == 0 || b.bits == 0)
         return a.bits == 0 ? b : a;
+    // the planar values follow the interleaved ones in the same order: the remainder ranks both
     const int rankA = static_cast<int>(a.format) % kinds;
     const int rankB = static_cast<int>(b.format) % kinds;
     const SampleFormatDescription& winner = rankB > rankA ? b : a;
@@ -50,6 +51,7 @@ void SampleInfo::Init(SampleFormats newFormat, int newRate, ChannelLayout newLay
 
 void SampleInfo::MergeWith(const SampleInfo& other, MergeStrategy)
 {
+    // unset values lose each time: rates of 0 or -1, layouts without channels, formats of 0 bits
     rate = std::max(rate, other.rate);
     if (other.GetChannelCount() > GetChannelCount())
         layout = other.layout;

@@ -13,6 +13,7 @@ extern "C"
 namespace Tessor::Proc
 {
 
+// FFmpeg's readers look past the end of what they are given, and zeros must stand there.
 BlobFF::BlobFF(size_t size) : size(size), bytes(size + AV_INPUT_BUFFER_PADDING_SIZE) {}
 
 SP<BlobFF> BlobFF::Create(size_t size)

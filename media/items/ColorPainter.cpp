@@ -17,6 +17,7 @@ namespace Tessor::Proc::Details
 namespace
 {
 
+/// Whether each component fills a byte of its own, in main memory.
 bool IsPaintable(const AVPixFmtDescriptor& description)
 {
     constexpr uint64_t other_layouts =
@@ -38,6 +39,7 @@ const AVPixFmtDescriptor* RequirePaintable(PixFmt format)
 
 uint8_t Round(double value)
 {
+    // chroma of full range reaches 255.5
     return static_cast<uint8_t>(std::clamp(std::lround(value), 0L, 255L));
 }
 
@@ -48,6 +50,7 @@ std::array<uint8_t, 3> ToYuv(const Color& color, bool fullRange)
     const double y = red * color.r + green * color.g + blue * color.b;
     const double cb = (color.b - y) / (2 * (1 - blue));
     const double cr = (color.r - y) / (2 * (1 - red));
+    // limited range: luma from 16 to 235, chroma from 16 to 240 with its middle at 128
     const double lumaScale = fullRange ? 1 : 219.0 / 255;
     const double chromaScale = fullRange ? 1 : 224.0 / 255;
     return {Round((fullRange ? 0 : 16) + y * lumaScale), Round(128 + cb * chromaScale), Round(128 + cr * chromaScale)};
@@ -58,6 +61,7 @@ std::array<uint8_t, 3> ToYuv(const Color& color, bool fullRange)
 ColorPainter::ColorPainter(const Color& color, PixFmt format, bool fullRange) : description(RequirePaintable(format))
 {
     const bool grey = description->nb_components <= 2;
+    // these formats carry their range in the name, whatever the frame says
     const bool jpeg = std::string_view(description->name).starts_with("yuvj");
     const bool rgb = (description->flags & AV_PIX_FMT_FLAG_RGB) != 0;
     const std::array<uint8_t, 3> yuv = ToYuv(color, fullRange || jpeg || grey);
@@ -82,6 +86,7 @@ void ColorPainter::Paint(int index, const PlaneTemplate<false>& plane) const
              x += static_cast<size_t>(component.step))
             first[x] = components[static_cast<size_t>(i)];
     }
+    // all rows are alike, and a copy is faster than single bytes
     for (size_t y = 1; y < plane.GetHeight(); ++y)
         std::copy_n(first, plane.GetRowBytes(), plane.GetOffsetPtr(0, y));
 }

@@ -30,6 +30,7 @@ SP<DataPacketFF> DataPacketFF::Create(AVPacket* packet, MediaType type, long lon
 {
     if (!packet)
         Throw<std::invalid_argument>(TESSOR_HERE, "packet is NULL.");
+    // owned from here on, so that each throw below frees it
     SP<DataPacketFF> result(new DataPacketFF(packet, type));
     if (packet->size < 0 || (packet->size > 0 && !packet->data))
         Throw<std::invalid_argument>(TESSOR_HERE, "A packet without its payload");

@@ -64,7 +64,7 @@ private:
     AVPacket* const packet;
     const MediaType type;
     avTime position = NoTime; // known when the order in the stream is not that of PTS or DTS
-    bool entered = false;     // set by a source where reading goes on behind a gap
+    bool entered = false;     // set by a source where reading goes on after a gap
     LeadIn leadIn;            // set by a source on the key packet of an open group
 };
 
