@@ -210,7 +210,7 @@ private:
     /// Brings the sums of one pixel's window to another one's further right.
     template <class Window>
     void MoveTotal(int from, int to, typename Window::Total& total) const;
-    /// Colours pixels of a row and leaves `total` at the window of the pixel behind them.
+    /// Colours pixels of a row and leaves `total` at the window of the pixel after them.
     template <class Window>
     size_t ColourRun(int begin, int end, int y, typename Window::Total& total) const;
     template <class Count>
@@ -290,12 +290,13 @@ void BorderBlur<AlphaByte>::Scan()
 template <int AlphaByte>
 uint32_t BorderBlur<AlphaByte>::CountVisibleBlocks(int rowBegin, int rowEnd, int columnBegin, int columnEnd) const
 {
-    const size_t first = static_cast<size_t>(columnBegin / BLOCK);
-    const size_t behind = static_cast<size_t>((columnEnd - 1) / BLOCK) + 1;
+    // four corners of the table of sums give any rectangle
+    const size_t begin = static_cast<size_t>(columnBegin / BLOCK);
+    const size_t end = static_cast<size_t>((columnEnd - 1) / BLOCK) + 1;
     const size_t across = static_cast<size_t>(blocks) + 1;
     const uint32_t* const top = visibleSums.data() + static_cast<size_t>(rowBegin) * across;
     const uint32_t* const bottom = visibleSums.data() + static_cast<size_t>(rowEnd) * across;
-    return bottom[behind] - bottom[first] - top[behind] + top[first];
+    return bottom[end] - bottom[begin] - top[end] + top[begin];
 }
 
 template <int AlphaByte>
@@ -334,7 +335,8 @@ void BorderBlur<AlphaByte>::Accumulate(int block, int y)
 template <int AlphaByte>
 void BorderBlur<AlphaByte>::MoveBlock(int block, Rows window)
 {
-    // Rows come in order, so that windows move down only.
+    // Rows come in order, so that windows move down only. Where more rows change than the window has, or none is
+    // common to both, it is cheaper to sum the window afresh.
     Rows& rows = windows[static_cast<size_t>(block)];
     if (rows == window)
         return;
@@ -381,6 +383,7 @@ size_t BorderBlur<AlphaByte>::ColourRun(int begin, int end, int y, typename Wind
             x += 4;
             continue;
         }
+        // near an edge the test above fails again and again, so that it is not made for each pixel there
         for (const int stop = std::min(x + 16, end); x < stop;)
         {
             coloured += ColourPixel<Window>(row + ptrdiff_t{4} * x, total);
@@ -400,6 +403,7 @@ bool BorderBlur<AlphaByte>::IsToPass(int x, int y, Count count, const Sums* ente
     const auto clear = reinterpret_cast<Pixels4>((Load<Pixels4>(At(x, y)) & alphaMask) == 0);
     if ((clear[0] | clear[1] | clear[2] | clear[3]) == 0)
         return true;
+    // on their way right, the windows of the other three gain these columns and no others
     return count == 0 && (entering[0] + entering[1] + entering[2])[AlphaByte] == 0;
 }
 
@@ -430,8 +434,8 @@ void BorderBlur<AlphaByte>::MoveTotal(int from, int to, typename Window::Total& 
         return;
     }
     total = typename Window::Total{};
-    const Sums* const behind = columns.data() + std::min(to + 2 * reach, reach + picture.width);
-    for (const Sums* column = columns.data() + std::max(to, reach); column < behind; ++column)
+    const Sums* const end = columns.data() + std::min(to + 2 * reach, reach + picture.width);
+    for (const Sums* column = columns.data() + std::max(to, reach); column < end; ++column)
         total += *column;
 }
 
@@ -451,7 +455,7 @@ size_t BorderBlur<AlphaByte>::ColourRow(int y, Start<Window>& start)
             continue;
         const int begin = block * BLOCK;
         const int end = BlockEnd(block);
-        MoveColumns(begin - reach, end + reach, window); // with the column that enters behind the run
+        MoveColumns(begin - reach, end + reach, window); // with the column that enters after the run
         if (place < 0 && start.place == begin && start.window == window)
             total = start.total;
         else

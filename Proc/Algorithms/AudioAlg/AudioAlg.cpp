@@ -52,7 +52,7 @@ T* Samples(const AudioRef& audio)
     return reinterpret_cast<T*>(audio.data);
 }
 
-/// A volume as the loops take it. 8.8 fixed point goes through 64 bits, for what a double holds may be more.
+/// A volume as the loops take it. 8.8 fixed point goes through 64 bits, because a double may hold more than the gain.
 template <class Gain>
 Gain MakeGain(double volume)
 {
@@ -62,7 +62,7 @@ Gain MakeGain(double volume)
     }
     else
     {
-        constexpr double bound = 9.2e18;
+        constexpr double bound = 9.2e18; // below 2^63: to convert more would be undefined
         const double fixed = std::clamp(volume * 256.0 + 0.5, -bound, bound);
         return static_cast<Gain>(std::isnan(fixed) ? 0 : static_cast<int64_t>(fixed));
     }
@@ -73,6 +73,7 @@ int64_t StoreGain(Gain gain)
 {
     if constexpr (std::is_integral_v<Gain>)
         return gain;
+    // the bits of the double; the loops turn them back
     int64_t stored;
     static_assert(std::is_integral_v<Gain> || sizeof(stored) == sizeof(gain));
     std::memcpy(&stored, &gain, sizeof(gain));
@@ -198,6 +199,8 @@ long long FindIntersection(const SP<IDataAudio>& first, const SP<IDataAudio>& se
         return std::numeric_limits<long long>::max();
     // Every plane would be looked for in the first one, with the same result.
     const long long count = Duration2SampleCount(overlap, first->GetSampleRate());
+    // the last half of what should overlap: place and length of its match are what the second block repeats. Blocks
+    // that only touch are tried with five samples.
     const long long half = count > 0 ? count / 2 : 5;
     const long long stride = static_cast<long long>(Stride(head.sampleInfo));
     // the second block has a stride of its own when the format has changed between the two
