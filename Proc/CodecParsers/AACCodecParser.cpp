@@ -20,7 +20,7 @@ namespace Tessor::Proc::CodecParsers
 namespace
 {
 
-constexpr size_t headerSize = 7;     // of an ADTS header without anything behind it
+constexpr size_t headerSize = 7;     // of an ADTS header without anything after it
 constexpr size_t errorCheckSize = 2; // adts_error_check
 constexpr uint32_t syncWord = 0xFFF;
 constexpr size_t maxFrameLength = 0x1FFF; // what 13 bits hold
@@ -100,6 +100,7 @@ void ReadExtension(Core::DataBitInput& input, AudioSpecificConfig& config)
 /// of the mark.
 void ReadLosslessRate(Core::DataBitInput& input, AudioSpecificConfig& config)
 {
+    // fillBits bring the mark to a byte boundary; without a mark the rate stays as it was
     input.ReadBits(5); // fillBits
     if (input.ReadBits(24) != alsMark && input.ReadBits(24) != alsMark)
         return;
@@ -118,7 +119,7 @@ void SkipGeneralAudioHead(Core::DataBitInput& input)
     input.ReadBits(1); // extensionFlag
 }
 
-/// The first element behind a header, when it is a PCE.
+/// The first element after a header, when it is a PCE.
 SP<const IBlob> ReadLeadingPCE(Core::DataBitInput& input)
 {
     return input.ReadBits(3) == AAC_ID_PCE ? CopyPCEData(input) : nullptr;
@@ -151,6 +152,7 @@ size_t GetADTSHeaderSize(const uint8_t* data, size_t size)
     if (!HasADTSHeader(data, size))
         return 0;
     const size_t fixedSize = (data[1] & 1) != 0 ? headerSize : headerSize + errorCheckSize;
+    // a PCE counts as header: the AudioSpecificConfig has it too, so that a raw frame can go without
     if (size <= fixedSize || !HasPCE(data + fixedSize, size - fixedSize))
         return fixedSize;
     Core::DataBitInput input(Core::DataInputMemory::Create(data + fixedSize, size - fixedSize));
@@ -173,7 +175,7 @@ ADTSHeader DataToADTSHeader(const uint8_t* data, size_t size)
         Throw<Exception>(TESSOR_HERE, "Invalid data - no sync word found");
     input.ReadBits(1 + 2); // ID, layer
     header.protectionAbsent = static_cast<uint8_t>(input.ReadBits(1));
-    header.objectType = static_cast<uint8_t>(input.ReadBits(2) + 1);
+    header.objectType = static_cast<uint8_t>(input.ReadBits(2) + 1); // profile_ObjectType has one less
     header.frequencyIndex = static_cast<uint8_t>(input.ReadBits(4));
     header.sampleRate = AAC_SAMPLE_RATES[header.frequencyIndex];
     if (header.sampleRate == 0)
@@ -184,6 +186,7 @@ ADTSHeader DataToADTSHeader(const uint8_t* data, size_t size)
     if (input.ReadBits(13) < headerSize)
         Throw<Exception>(TESSOR_HERE, "Frame length is smaller than ADTS header size!");
     input.ReadBits(11); // adts_buffer_fullness
+    // with a check, adts_header_error_check() lists the positions of the further blocks, which nothing here reads
     if (input.ReadBits(2) > 0 && !header.protectionAbsent)
         Throw<Exception>(TESSOR_HERE, "Multiple RDBs per frame with CRC");
     if (header.channelConfiguration == 0)
@@ -233,6 +236,7 @@ AudioSpecificConfig DataToAudioSpecificConfig(const uint8_t* data, size_t size)
         ReadExtension(input, config);
     if (config.objectType == audioLossless)
         ReadLosslessRate(input, config);
+    // only GASpecificConfig can hold a PCE
     if (config.channelConfiguration == 0 && IsGeneralAudio(config.objectType))
     {
         SkipGeneralAudioHead(input);
@@ -276,6 +280,7 @@ ADTSHeader ASCtoADTS(const AudioSpecificConfig& config)
 {
     if (config.objectType >= 4)
         Throw<Exception>(TESSOR_HERE, "Given MPEG-4 AOT is not allowed in ADTS");
+    // decoders find an extension in the frames by themselves
     const bool extended = config.coreSampleRate != 0;
     const uint32_t rate = extended ? config.coreSampleRate : config.sampleRate;
     const uint8_t index = extended ? config.coreFrequencyIndex : config.frequencyIndex;
@@ -310,6 +315,7 @@ SP<const IBlob> SetADTSFrameLength(const SP<const IBlob> header, size_t length)
     const SP<BlobFF> result = CreateBlob(bytes.size());
     uint8_t* to = result->Data();
     std::copy(bytes.begin(), bytes.end(), to);
+    // aac_frame_length: 13 bits from the last two of byte 3 on
     to[3] = static_cast<uint8_t>((to[3] & 0xFC) | (length >> 11 & 3));
     to[4] = static_cast<uint8_t>(length >> 3);
     to[5] = static_cast<uint8_t>((to[5] & 0x1F) | (length & 7) << 5);

@@ -48,7 +48,7 @@ struct TESSOR_API AudioSpecificConfig
 /// Whether data begins with an ADTS header; just the first 12 bits are looked at.
 TESSOR_API bool HasADTSHeader(const uint8_t* data, size_t size);
 
-/// Bytes of the ADTS header with its error check and a PCE right behind it; 0 when there is no header. The fixed part
+/// Bytes of the ADTS header with its error check and a PCE right after it; 0 when there is no header. The fixed part
 /// may be longer than the data is.
 TESSOR_API size_t GetADTSHeaderSize(const uint8_t* data, size_t size);
 
@@ -60,7 +60,7 @@ TESSOR_API SP<const IBlob> ExtractADTSHeader(const AVPacket& packet);
 TESSOR_API ADTSHeader DataToADTSHeader(const uint8_t* data, size_t size);
 
 /// The header with frame length 0, which SetADTSFrameLength sets, and with its PCE for channel configuration 0. There
-/// is no error check behind it: a writer that wants one supplies it. Throws Exception for a PCE that is missing.
+/// is no error check after it: a writer that wants one supplies it. Throws Exception for a PCE that is missing.
 TESSOR_API SP<const IBlob> ADTSHeaderToData(const ADTSHeader& header);
 
 /// Reads up to the PCE. Of GASpecificConfig the PCE is all that is kept. Throws Exception on reserved values.

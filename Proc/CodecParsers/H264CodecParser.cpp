@@ -19,7 +19,7 @@ namespace
 constexpr unsigned NalHeaderBits = 8;
 constexpr size_t AvccSize = 7; ///< bytes of an avcC without any parameter set
 
-/// Type of a unit that is not empty.
+/// nal_unit_type of a unit that is not empty, 7.3.1: below forbidden_zero_bit and nal_ref_idc.
 uint32_t TypeOf(const Nalu& unit)
 {
     return *unit.first & 31;
@@ -30,7 +30,7 @@ bool IsParameterSet(const Nalu& unit)
     return unit.second > 0 && (TypeOf(unit) == H264_NALU_SPS || TypeOf(unit) == H264_NALU_PPS);
 }
 
-/// A slice whose header can be read: a unit of one byte has none.
+/// A slice whose header can be read: a unit of one byte has none, nor have the data partitions B and C.
 bool IsSlice(const Nalu& unit)
 {
     if (unit.second < 2)
@@ -103,6 +103,8 @@ SP<const IBlob> CreateAvcc(const std::array<uint8_t, 5>& head, const std::vector
     const auto record = Core::DataOutputString::Create();
     Core::DataBitOutput output(record);
     output.WriteData(head.data(), head.size());
+    // numOfSequenceParameterSets has 5 bits, numOfPictureParameterSets 8. The fields for high profiles that may follow
+    // are left out: readers find all of that in the SPS.
     output.WriteBits(7, 3); // reserved
     WriteSizedUnits(sps, 5, output);
     WriteSizedUnits(pps, 8, output);
@@ -124,6 +126,7 @@ SP<const IBlob> JoinAvcc(std::span<const uint8_t> first, std::span<const uint8_t
         sps.push_back(*firstSPS);
         pps.push_back(*firstPPS);
     }
+    // the length size in the fifth byte stays too: the packets keep their form
     return CreateAvcc({first[0], first[1], first[2], first[3], first[4]}, sps, pps);
 }
 
@@ -181,6 +184,7 @@ void FindAvccHeaderNalus(const uint8_t* data, size_t size, std::vector<Nalu>& ou
     if (data[0] != 1)
         Throw<Exception>(TESSOR_HERE, "Unknown avcC version");
     const std::span header(data, size);
+    // the SPS and then the PPS; the upper 3 bits of the first count are reserved
     FindAvccRun(header, FindAvccRun(header, 5, 31, out), 255, out);
 }
 
@@ -205,6 +209,7 @@ SP<const IBlob> H264_Extradata_AnnexBtoMp4(const SP<const IBlob>& extradata)
     const auto& [first, firstSize] = sps.front();
     if (firstSize < 4)
         Throw<Exception>(TESSOR_HERE, "At least 4 bytes requires from first sps to form the avcc header");
+    // profile, compatibility and level as they stand in the SPS; 0xFF is the length size of 4 under reserved bits
     return CreateAvcc({1, first[1], first[2], first[3], 0xFF}, sps, pps);
 }
 
@@ -228,10 +233,13 @@ std::pair<NALUTypes, H264_Slice_Type> GetH264Type(const SP<const IDataPacket>& p
     const Nalu slice = isMp4 ? FindMP4Slice(bytes, lengthSize) : FindAnnexBSlice(bytes);
     if (!slice.first)
         return {H264_NALU_UNKNOWN, H264_SLICE_UNKNOWN};
+    // Straight from the bytes, because every packet comes by here: an emulation prevention byte could stand only in a
+    // number of at least 22 leading zeros, and no picture has that many macroblocks.
     Core::DataBitInput bits(Core::DataInputMemory::Create(slice.first, slice.second));
     bits.ReadBits(NalHeaderBits);
     read_ue(bits); // first_mb_in_slice
     const uint32_t type = read_ue(bits);
+    // 5 to 9 say that all other slices of the picture are of the same type, Table 7-6
     return {static_cast<NALUTypes>(TypeOf(slice)), static_cast<H264_Slice_Type>(type >= 5 ? type - 5 : type)};
 }
 
@@ -277,6 +285,7 @@ SP<IDataPacket> H264_ReplacePSs(const SP<IDataPacket>& packet, const uint8_t* he
 uint32_t GetFirstEmptyPSId(const SP<const IBlob>& header)
 {
     const auto bytes = BlobBytes(header);
+    // read only to find malformed sets; the numbers themselves make no difference
     for (const Nalu& unit : FindHeaderNalus(bytes.data(), bytes.size()))
     {
         if (!IsParameterSet(unit))

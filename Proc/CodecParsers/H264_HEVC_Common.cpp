@@ -48,6 +48,7 @@ SP<T> Mp4toAnnexB(const SP<T>& packet, size_t lengthSize, const SP<const IBlob> 
 {
     if (lengthSize == 0)
         Throw<std::logic_error>(TESSOR_HERE, "Invalid header size");
+    // a start code fits into such a length: most packets are converted without a new allocation
     if (lengthSize >= 3 && !packet->IsKeyFrame())
         return InplaceConvertMP4ToAnnexB(packet, lengthSize);
     return InsertAnnexBHeader(packet, lengthSize, extradata, codecId);
@@ -78,6 +79,7 @@ SP<T> AnnexBtoMp4(const SP<T>& packet, size_t lengthSize)
     const auto bytes = PacketBytes(*packet);
     std::vector<Nalu> units;
     FindAnnexBNalus(bytes.data(), bytes.size(), units);
+    // a length of 0 is a fault in MP4 form, where two start codes side by side are none
     std::erase_if(units, [](const Nalu& unit) { return unit.second == 0; });
     size_t size = 0;
     for (const Nalu& unit : units)

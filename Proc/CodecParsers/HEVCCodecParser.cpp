@@ -33,7 +33,7 @@ bool BeginsWith(const uint8_t* data, const std::vector<uint8_t>& bytes)
     return std::equal(bytes.begin(), bytes.end(), data);
 }
 
-/// Big-endian number of `count` bytes at `at`, which moves behind it. Throws Exception `fault` when they don't fit.
+/// Big-endian number of `count` bytes at `at`, which moves past it. Throws Exception `fault` when they don't fit.
 size_t TakeNumber(std::span<const uint8_t> header, size_t& at, size_t count, const char* fault)
 {
     if (count > header.size() - at)
@@ -65,6 +65,7 @@ void WriteHvccHead(const HEVC_VPS& vps, const HEVC_SPS& sps, Core::DataBitOutput
     output.WriteData(ptl.general_profile_compatibility_flags.data(), ptl.general_profile_compatibility_flags.size());
     output.WriteData(ptl.general_constraint_indicator_flags.data(), ptl.general_constraint_indicator_flags.size());
     output.WriteBits(ptl.general_level_idc, 8);
+    // of the next five fields the upper bits are reserved and set
     output.WriteBits(0xF000, 16); // min_spatial_segmentation_idc, unknown
     output.WriteBits(0xFC, 8);    // parallelismType, unknown
     output.WriteBits(sps.chroma_format_idc | 0xFC, 8);
@@ -125,6 +126,7 @@ bool FindBrokenHVCCHeader(const uint8_t* data, size_t size)
         Throw<Exception>(TESSOR_HERE, "Not enougth data to determine h264 format type");
     if (BeginsWith(data, NALU_START_CODE_4_BYTE) || BeginsWith(data, NALU_START_CODE_3_BYTE) || data[0] == 1)
         return false;
+    // the version byte, if zeros were put before it
     const uint8_t* const first = std::find_if(data, data + size, [](uint8_t byte) { return byte != 0; });
     return first == data + size || *first == 1;
 }
@@ -135,6 +137,7 @@ bool RecoverHVCCHeader(uint8_t* data, size_t size)
         return false;
     if (!FindBrokenHVCCHeader(data, size))
         return true;
+    // deliberately no more than that: all that follows stays one byte late
     std::copy_n(data + 1, 2, data);
     return true;
 }
@@ -175,7 +178,7 @@ HEVC_NALU_Types GetHEVCType(const uint8_t* data, size_t size)
 {
     if (!data || size < 2)
         return HEVC_NALU_INVALID;
-    const uint32_t type = data[0] >> 1 & 63;
+    const uint32_t type = data[0] >> 1 & 63; // 7.3.1.2: after forbidden_zero_bit
     const bool reserved = (type >= 10 && type <= 15) || (type >= 22 && type <= 31) || type >= 41;
     return reserved ? HEVC_NALU_INVALID : static_cast<HEVC_NALU_Types>(type);
 }

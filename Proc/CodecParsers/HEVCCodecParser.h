@@ -46,7 +46,7 @@ enum HEVC_NALU_Types : uint32_t
 /// Whether a header is an hvcC, sound or broken. Throws Exception on an empty one and where FindBrokenHVCCHeader does.
 TESSOR_API bool IsHvcCHeader(const uint8_t* data, size_t size);
 
-/// Whether a header is an hvcC behind zeros: neither a start code nor the version byte comes first, and the first byte
+/// Whether a header is an hvcC after zeros: neither a start code nor the version byte comes first, and the first byte
 /// that is not 0 is the version, or there is none. Throws Exception below 4 bytes.
 TESSOR_API bool FindBrokenHVCCHeader(const uint8_t* data, size_t size);
 
@@ -79,7 +79,7 @@ TESSOR_API void HEVCDecodeSPS(const uint8_t* data, size_t size, HEVC_SPS& out);
 /// each. Throws as HEVCDecodeVPS, and Exception for units that the record can't count or measure.
 TESSOR_API SP<const IBlob> HEVC_Extradata_AnnexBtoHvcC(const SP<const IBlob>& extradata);
 
-/// The units of an hvcC, sound or broken, behind 4-byte start codes; the blob itself when it is no hvcC. Throws as
+/// The units of an hvcC, sound or broken, after 4-byte start codes; the blob itself when it is no hvcC. Throws as
 /// IsHvcCHeader and FindHvccHeaderNalus.
 TESSOR_API SP<const IBlob> HEVC_Extradata_hvcCtoAnnexB(const SP<const IBlob>& extradata);
 

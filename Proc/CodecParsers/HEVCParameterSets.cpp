@@ -10,7 +10,7 @@ namespace
 
 uint32_t ReorderWindow(const HEVC_SubLayers& reorderPics, size_t highestSubLayer)
 {
-    constexpr uint8_t limit = 16;
+    constexpr uint8_t limit = 16; // MaxDpbSize is never more
     return std::min(reorderPics[std::min(highestSubLayer, reorderPics.size() - 1)], limit);
 }
 

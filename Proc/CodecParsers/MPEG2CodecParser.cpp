@@ -19,6 +19,7 @@ constexpr uint8_t sequenceHeaderCode = 0xB3;
 constexpr uint8_t extensionStartCode = 0xB5;
 constexpr uint8_t sequenceExtensionId = 1;
 
+/// frame_rate_value, Table 6-4.
 double FrameRateOfCode(uint8_t code)
 {
     static constexpr std::array rates{23.976, 24.0, 25.0, 29.97, 30.0, 50.0, 59.94, 60.0};
@@ -33,13 +34,14 @@ void ReadMatrix(Core::DataBitInput& input, std::array<uint8_t, 64>& matrix)
         value = input.ReadBits(8);
 }
 
+/// sequence_header() of ISO/IEC 13818-2, 6.2.2.1, which MPEG-1 has too.
 void ReadSequenceHeader(Core::DataBitInput& input, MPEG2_Config& config)
 {
     config.horizontal_size_value = input.ReadBits(12);
     config.vertical_size_value = input.ReadBits(12);
     config.aspect_ratio_information = input.ReadBits(4);
     config.frame_rate_code = input.ReadBits(4);
-    FrameRateOfCode(config.frame_rate_code); // throws for a code that there is not
+    FrameRateOfCode(config.frame_rate_code); // throws for an unknown code
     config.bit_rate_value = input.ReadBits(18);
     input.ReadBits(1); // marker_bit
     config.vbv_buffer_size_value = input.ReadBits(10);
@@ -52,6 +54,7 @@ void ReadSequenceHeader(Core::DataBitInput& input, MPEG2_Config& config)
         ReadMatrix(input, config.non_intra_quantiser_matrix);
 }
 
+/// sequence_extension(), 6.2.2.3. Other extensions share its start code and differ in the identifier.
 void ReadSequenceExtension(Core::DataBitInput& input, MPEG2_Config& config)
 {
     if (input.ReadBits(4) != sequenceExtensionId)
@@ -98,6 +101,7 @@ void DecodeMPEG2Config(const uint8_t* data, size_t size, MPEG2_Config& config)
 
 size_t GetMPEG2ConfigSize(const uint8_t* data, size_t size)
 {
+    // without an extension this is the size, and so is what is found from there
     const size_t extension = FindStartCodeOf(data, size, extensionStartCode);
     return FindStartCode(data, size, std::min(extension + 3, size));
 }
@@ -112,7 +116,7 @@ MPEG1_2_Picture_Type GetMPEG1_2FrameType(const SP<const IDataPacket>& packet)
     const uint8_t* data = packet->GetData();
     const auto size = static_cast<size_t>(packet->GetSize());
     const size_t at = FindStartCodeOf(data, size, pictureStartCode);
-    // Behind the code: temporal_reference of 10 bits, then the type of 3.
+    // After the code: temporal_reference of 10 bits, then the type of 3.
     if (at + 5 >= size)
         return MPEG_PICTURE_NONE;
     const int type = data[at + 5] >> 3 & 7;

@@ -39,6 +39,7 @@ enum Shape : uint8_t
     Grayscale = 3,
 };
 
+/// A marker bit is always 1, so that fields can't make up a start code. One that is 0 does no harm here.
 void SkipMarker(Core::DataBitInput& input)
 {
     input.ReadBits(1);
@@ -59,6 +60,7 @@ void ReadVideoSignalType(Core::DataBitInput& input, MPEG4_Config& config)
     config.matrix_coefficients = input.ReadBits(8);
 }
 
+/// VisualObject() of ISO/IEC 14496-2.
 void ReadVisualObject(Core::DataBitInput& input, MPEG4_Config& config)
 {
     if (input.ReadBits(1)) // is_visual_object_identifier
@@ -69,7 +71,7 @@ void ReadVisualObject(Core::DataBitInput& input, MPEG4_Config& config)
     config.visual_object_type = input.ReadBits(4);
     if (config.visual_object_type == visualObjectTypeVideo || config.visual_object_type == visualObjectTypeStillTexture)
         ReadVideoSignalType(input, config);
-    input.SkipBitsToNextByte();
+    input.SkipBitsToNextByte(); // next_start_code()
 }
 
 void ReadVbvParameters(Core::DataBitInput& input, MPEG4_Config& config)
@@ -109,6 +111,7 @@ void ReadTimeIncrement(Core::DataBitInput& input, MPEG4_Config& config)
     config.fixed_vop_time_increment = input.ReadBits(std::max(std::bit_width(resolution - 1), 1u));
 }
 
+/// VideoObjectLayer() up to the time increment.
 void ReadLayerHead(Core::DataBitInput& input, MPEG4_Config& config)
 {
     config.random_accessible_vol = input.ReadBits(1);
@@ -152,6 +155,7 @@ void ReadLayerCoding(Core::DataBitInput& input, MPEG4_Config& config)
     const uint8_t shape = config.video_object_layer_shape;
     config.interlaced = input.ReadBits(1);
     config.obmc_disable = input.ReadBits(1);
+    // Where a field opens a block that is not read, decoding ends: all that follows would be taken from a wrong place.
     config.sprite_enable = input.ReadBits(firstVersion ? 1 : 2);
     if (config.sprite_enable)
         Throw<Exception>(TESSOR_HERE, "MPEG-4 sprite parameters in Video Object Layer are not implemented!");
@@ -213,6 +217,8 @@ void DecodeMPEG4Config(const uint8_t* data, size_t size, MPEG4_Config& config)
         Throw<Exception>(TESSOR_HERE, "MPEG-4 config is not begining with VOS Start Code: " + std::to_string(first));
     config.profile = input.ReadBits(4);
     config.level = input.ReadBits(4);
+    // all that comes before the layer ends at a whole byte, so that codes follow each other directly; data without a
+    // layer ends the walk by a fault of the bit reader
     for (;;)
     {
         const uint32_t code = input.ReadBits(32);

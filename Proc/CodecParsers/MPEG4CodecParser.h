@@ -71,7 +71,7 @@ struct MPEG4_Config
     bool operator==(const MPEG4_Config&) const = default;
 };
 
-/// Decodes from the visual object sequence through the first video object layer; nothing behind it is looked at.
+/// Decodes from the visual object sequence through the first video object layer; nothing after it is looked at.
 /// Throws Exception for data that does not begin with the sequence's start code, for another start code that is not
 /// expected, and for sprites, quantisation matrices, complexity estimation and user data; Core::IOException when the
 /// data ends before the layer does. After a throw the record is filled up to the fault.

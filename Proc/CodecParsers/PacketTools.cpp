@@ -72,6 +72,7 @@ SP<IDataPacket> PrependToPacket(const SP<IDataPacket>& packet, const uint8_t* he
 
 SP<IDataPacket> DropPacketHead(const SP<IDataPacket>& packet, size_t size, MediaType type)
 {
+    // the record's reference still spans the whole payload; only the view on it is shorter
     RecordPtr record = Own(av_packet_clone(packet->GetAVPacket()));
     record->data += size;
     record->size -= static_cast<int>(size);

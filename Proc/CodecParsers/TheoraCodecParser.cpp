@@ -12,11 +12,12 @@ namespace Tessor::Proc::CodecParsers
 namespace
 {
 
-constexpr uint32_t versionAlpha3 = 0x30200;
+constexpr uint32_t versionAlpha3 = 0x30200; // VMAJ, VMIN and VREV as one number
 constexpr uint8_t identificationHeader = 0x80;
 constexpr uint8_t setupHeader = 0x82;
 constexpr size_t headSize = 7; // the type and "theora"
 
+/// PICW, PICH, PICX and PICY, which the alpha versions do not have.
 void ReadPicture(Core::DataBitInput& input, Theora_Config& config)
 {
     config.pictureWidth = config.frameWidth;
@@ -29,11 +30,12 @@ void ReadPicture(Core::DataBitInput& input, Theora_Config& config)
     config.offsetY = input.ReadBits(8);
 }
 
+/// The identification header of Theora I, 6.2, from VMAJ to PF.
 void ReadIdentification(Core::DataBitInput& input, Theora_Config& config)
 {
     config.version = input.ReadBits(24);
     config.beforeAlpha3 = config.version < versionAlpha3;
-    config.frameWidth = input.ReadBits(16) * 16;
+    config.frameWidth = input.ReadBits(16) * 16; // FMBW and FMBH count macroblocks
     config.frameHeight = input.ReadBits(16) * 16;
     ReadPicture(input, config);
     config.frameRateNum = input.ReadBits(32);
@@ -51,7 +53,7 @@ void ReadIdentification(Core::DataBitInput& input, Theora_Config& config)
     config.pixelFormat = input.ReadBits(2);
 }
 
-// The packet's bytes behind its head.
+// The packet's bytes after its head.
 std::pair<const uint8_t*, size_t> GetBody(const uint8_t* packet, size_t size)
 {
     if (size < headSize)
@@ -59,7 +61,7 @@ std::pair<const uint8_t*, size_t> GetBody(const uint8_t* packet, size_t size)
     return {packet + headSize, size - headSize};
 }
 
-// The size of the packet behind the length field that the data begins with.
+// The size of the packet after the length field that the data begins with.
 size_t GetPacketSize(const uint8_t* data, size_t size)
 {
     if (size < 2)
@@ -101,6 +103,7 @@ void DecodeTheoraConfig(const uint8_t* data, size_t size, Theora_Config& config)
             const auto [body, bodySize] = GetBody(packet, length);
             config.setup.assign(body, body + bodySize);
         }
+        // others, such as the comment header, say nothing of the pictures
         data = packet + length;
         size -= length + 2;
     }

@@ -24,6 +24,7 @@ void FindAnnexBNalus(const uint8_t* data, size_t size, std::vector<Nalu>& out)
         const bool found = code < size;
         if (open > 0)
         {
+            // zero_byte of Annex B stands before the prefix; more zeros (trailing_zero_8bits) are left to the unit
             const size_t trimmed = found && data[code - 1] == 0 ? 1 : 0;
             out.emplace_back(data + open, code - trimmed - open);
         }
@@ -33,6 +34,7 @@ void FindAnnexBNalus(const uint8_t* data, size_t size, std::vector<Nalu>& out)
 
 void InplaceConvertMP4ToAnnexB(uint8_t* data, size_t size, size_t lengthSize)
 {
+    // a first walk that only checks, so that bad data is not half converted
     WalkMP4Nalus(data, size, lengthSize, [](const uint8_t*, size_t) {});
     const std::vector<uint8_t>& code = lengthSize == 4 ? NALU_START_CODE_4_BYTE : NALU_START_CODE_3_BYTE;
     WalkMP4Nalus(data, size, lengthSize,
@@ -45,7 +47,8 @@ uint32_t read_ue(Core::DataBitInput& input)
     unsigned zeros = 0;
     while (zeros < limit && input.ReadBits(1) == 0)
         ++zeros;
-    // At the limit the shift wraps, as it does in 32 bits: nothing is added.
+    // At the limit the shift wraps, as it does in 32 bits: nothing is added. No standard code is that long, so that
+    // damaged data alone gets here.
     const uint32_t offset = (1u << zeros % limit) - 1;
     return input.ReadBits(zeros) + offset;
 }
@@ -53,6 +56,7 @@ uint32_t read_ue(Core::DataBitInput& input)
 int64_t read_se(Core::DataBitInput& input)
 {
     const uint32_t codeNum = read_ue(input);
+    // odd numbers stand for positive values, even ones for 0 and the negative ones
     const auto magnitude = static_cast<int64_t>(std::ceil(codeNum / 2.0));
     return codeNum % 2 == 0 ? -magnitude : magnitude;
 }
@@ -70,6 +74,7 @@ std::vector<uint8_t> RemoveEmulationByte(const uint8_t* data, size_t size)
             out.insert(out.end(), data + at, data + size);
             break;
         }
+        // emulation_prevention_three_byte, 7.4.1: an encoder puts it only before bytes up to 3
         const bool prevention = data[pattern + 3] <= 3;
         out.insert(out.end(), data + at, data + pattern + (prevention ? 2 : 4));
         at = pattern + (prevention ? 3 : 4);

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-/// The byte-level framing that H.264 and HEVC share: NAL units behind start codes (Annex B of ITU-T H.264 and H.265) or
-/// behind big-endian lengths of 1 to 4 bytes (ISO/IEC 14496-15, "MP4 form"). All functions are stateless and may be
+/// The byte-level framing that H.264 and HEVC share: NAL units after start codes (Annex B of ITU-T H.264 and H.265) or
+/// after big-endian lengths of 1 to 4 bytes (ISO/IEC 14496-15, "MP4 form"). All functions are stateless and may be
 /// called from any thread.
 namespace Tessor::Proc::CodecParsers
 {
@@ -14,7 +14,7 @@ namespace Tessor::Proc::CodecParsers
 inline const std::vector<uint8_t> NALU_START_CODE_4_BYTE{0, 0, 0, 1};
 inline const std::vector<uint8_t> NALU_START_CODE_3_BYTE{0, 0, 1};
 
-/// A NAL unit within the caller's bytes, behind its start code or length: the first byte is the NAL header.
+/// A NAL unit within the caller's bytes, after its start code or length: the first byte is the NAL header.
 using Nalu = std::pair<const uint8_t*, size_t>;
 
 /// Appends the units of length-prefixed data. T is `unsigned char` or `const unsigned char`.

@@ -47,6 +47,7 @@ SP<IDataPacket> InsertParameterSets(const SP<IDataPacket>& packet, const IBlob& 
 void WriteSizedUnits(const std::vector<Nalu>& units, unsigned countBits, Core::DataBitOutput& output)
 {
     constexpr unsigned sizeBits = 16;
+    // readers could not tell a number that was cut short from a true one
     if (units.size() >> countBits != 0)
         Throw<Exception>(TESSOR_HERE, "Too many NALUs for the header");
     output.WriteBits(static_cast<uint32_t>(units.size()), countBits);

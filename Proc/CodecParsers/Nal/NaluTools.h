@@ -37,17 +37,17 @@ std::vector<Nalu> FindPacketNalus(const IDataPacket& packet);
 SP<IDataPacket> InsertParameterSets(const SP<IDataPacket>& packet, const IBlob& extradata,
                                     bool (*isParameterSet)(const Nalu&));
 
-/// Writes a run of units as avcC and hvcC have it: their count in that many bits, then each behind its 16-bit size.
+/// Writes a run of units as avcC and hvcC have it: their count in that many bits, then each after its 16-bit size.
 /// Throws Exception when a number does not fit.
 void WriteSizedUnits(const std::vector<Nalu>& units, unsigned countBits, Core::DataBitOutput& output);
 
-/// Bytes that the units take behind 4-byte start codes.
+/// Bytes that the units take with 4-byte start codes.
 size_t AnnexBSize(const std::vector<Nalu>& units);
 
-/// Writes each unit behind a 4-byte start code; returns the end of what it wrote.
+/// Writes each unit after a 4-byte start code; returns the end of what it wrote.
 uint8_t* WriteAnnexB(const std::vector<Nalu>& units, uint8_t* to);
 
-/// A blob with the units behind 4-byte start codes.
+/// A blob with the units after 4-byte start codes.
 SP<const IBlob> CreateAnnexBBlob(const std::vector<Nalu>& units);
 
 } // namespace Tessor::Proc::CodecParsers

@@ -6,7 +6,7 @@
 namespace Tessor::Proc::CodecParsers
 {
 
-/// Reads the bits of a unit's RBSP behind the NAL header, which is of 8 bits in H.264 and of 16 in HEVC.
+/// Reads the bits of a unit's RBSP after the NAL header, which is of 8 bits in H.264 and of 16 in HEVC.
 class RBSPInput
 {
 public:

@@ -5,7 +5,7 @@
 namespace Tessor::Proc::CodecParsers
 {
 
-// The third byte is sought and the two zeros are checked behind it: runs of zeros are common, 01 and 03 are not. The C
+// The third byte is sought and the two zeros are checked after it: runs of zeros are common, 01 and 03 are not. The C
 // library's memchr is vectorised for the machine at hand, so that no intrinsics are needed here.
 size_t FindZeroZero(const uint8_t* data, size_t size, uint8_t third, size_t from)
 {
@@ -14,6 +14,7 @@ size_t FindZeroZero(const uint8_t* data, size_t size, uint8_t third, size_t from
         const void* hit = std::memchr(data + at + 2, third, size - at - 2);
         if (!hit)
             break;
+        // all places up to here have another third byte
         at = static_cast<size_t>(static_cast<const uint8_t*>(hit) - data) - 2;
         if (data[at] == 0 && data[at + 1] == 0)
             return at;

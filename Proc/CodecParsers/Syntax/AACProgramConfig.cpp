@@ -43,6 +43,7 @@ void CopyElement(Core::DataBitInput& input, Core::DataBitOutput& output)
     copyRun(front + side + back, 1 + 4); // is_cpe, tag_select
     copyRun(lfe + associatedData, 4);
     copyRun(coupling, 1 + 4); // is_ind_sw, tag_select
+    // byte_alignment(): each side drops or adds as many bits as its own place asks for
     input.SkipBitsToNextByte();
     output.Flush();
     copyRun(copy(8), 8); // comment_field_bytes, comment_field_data
@@ -74,6 +75,7 @@ SP<const IBlob> ExtractPCEFromASCExtradata(const uint8_t* data, size_t size, Cor
 {
     try
     {
+        // from the byte that holds the first bit, so that alignment counts as it does from the start of the data
         const size_t begin = std::min<Core::ioSize>(bitPosition / 8, size);
         Core::DataBitInput input(Core::DataInputMemory::Create(data + begin, size - begin));
         input.ReadBits(bitPosition % 8);

@@ -5,7 +5,7 @@
 #include "media/items/IBlob.h"
 
 /// The program config element (PCE) of ISO/IEC 14496-3, 4.4.1.1: the channels of a stream that has none of the standard
-/// channel configurations. It can begin at any bit and holds a byte alignment in its midst, so that its bits are not
+/// channel configurations. It can begin at any bit and holds a byte alignment inside, so that its bits are not
 /// the same everywhere.
 namespace Tessor::Proc::CodecParsers
 {

@@ -11,7 +11,8 @@ namespace Tessor::Proc::CodecParsers
 namespace
 {
 
-constexpr uint8_t ExtendedSAR = 255;
+constexpr uint8_t ExtendedSAR = 255; // Extended_SAR of Table E-1: the aspect is written out
+// Default lists, Tables 7-3 and 7-4, in the order of the stream (zigzag).
 
 constexpr std::array<uint32_t, 16> Default_4x4_Intra{6, 13, 13, 20, 20, 20, 28, 28, 28, 28, 32, 32, 32, 37, 37, 42};
 constexpr std::array<uint32_t, 16> Default_4x4_Inter{10, 14, 14, 20, 20, 20, 24, 24, 24, 24, 27, 27, 27, 30, 30, 34};
@@ -32,7 +33,8 @@ void Append(std::vector<T>& out, uint64_t count, Read&& read)
         out.push_back(static_cast<T>(read()));
 }
 
-/// Profiles whose SPS has the block from chroma_format_idc to the scaling matrix.
+/// Profiles whose SPS has the block from chroma_format_idc to the scaling matrix, 7.3.2.1.1. Later editions add more,
+/// which are read as if they had none.
 bool HasChromaBlock(uint8_t profile)
 {
     constexpr uint8_t profiles[] = {44, 83, 86, 100, 110, 118, 122, 128, 138, 144, 244};
@@ -49,6 +51,7 @@ bool ReadScalingList(Core::DataBitInput& input, std::array<uint32_t, Size>& list
     {
         if (nextScale != 0)
         {
+            // modulo 256; from a 0 on the last value holds for the rest of the list
             nextScale = static_cast<uint8_t>(lastScale + read_se(input));
             if (j == 0 && nextScale == 0)
                 return false;
@@ -133,6 +136,7 @@ void ReadFrameLayout(SyntaxFields& in, SPS_decoded& sps)
               sps.frame_crop_bottom_offset);
 }
 
+/// hrd_parameters(), E.1.2. The claimed count is not bounded here: the end of the data bounds it.
 void Decode_HRD_parameters(SyntaxFields& in, HRD_parameters_decoded& hrd)
 {
     in.UE(hrd.cpb_cnt_minus1);
@@ -147,6 +151,7 @@ void Decode_HRD_parameters(SyntaxFields& in, HRD_parameters_decoded& hrd)
          hrd.dpb_output_delay_length_minus1, hrd.time_offset_length);
 }
 
+/// vui_parameters(), E.1.1, up to the colour description.
 void ReadVideoSignal(SyntaxFields& in, VUI_decoded& vui)
 {
     in.Flags(vui.aspect_ratio_info_present_flag);
@@ -201,6 +206,7 @@ void ReadVUI(SyntaxFields& in, VUI_decoded& vui)
           vui.log2_max_mv_length_vertical, vui.max_num_reorder_frames, vui.max_dec_frame_buffering);
 }
 
+/// The slice groups of 7.3.2.2. Type 1, dispersed groups, has no fields.
 void ReadSliceGroups(SyntaxFields& in, PPS_decoded& pps)
 {
     const uint64_t groups = uint64_t{pps.num_slice_groups_minus1} + 1;

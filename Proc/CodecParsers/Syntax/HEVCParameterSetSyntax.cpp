@@ -13,7 +13,7 @@ namespace
 /// Passes over the sub-layers' own profiles and levels, of which nothing is kept.
 void SkipSubLayers(SyntaxFields& in, size_t maxSubLayersMinus1)
 {
-    constexpr size_t profileBits = 88;
+    constexpr size_t profileBits = 88; // from sub_layer_profile_space up to the level
     constexpr size_t levelBits = 8;
     size_t bits = 0;
     for (size_t i = 0; i < maxSubLayersMinus1; ++i)
@@ -23,6 +23,7 @@ void SkipSubLayers(SyntaxFields& in, size_t maxSubLayersMinus1)
         in.Flags(hasProfile, hasLevel);
         bits += (hasProfile ? profileBits : 0) + (hasLevel ? levelBits : 0);
     }
+    // the flags are filled up to those of eight sub-layers, once there are any
     if (maxSubLayersMinus1 > 0)
         in.Skip(16 - 2 * maxSubLayersMinus1); // alignment
     in.Skip(bits);

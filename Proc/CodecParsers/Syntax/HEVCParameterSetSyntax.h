@@ -3,7 +3,7 @@
 #include "Fnd/DataBitInput.h"
 #include "Proc/CodecParsers/HEVCParameterSets.h"
 
-/// The syntax tables 7.3.2.1, 7.3.2.2 and 7.3.3 of ITU-T H.265, read from an RBSP behind its NAL header. A
+/// The syntax tables 7.3.2.1, 7.3.2.2 and 7.3.3 of ITU-T H.265, read from an RBSP after its NAL header. A
 /// Core::IOException of the bit reader bounds them, and leaves the record partly filled.
 namespace Tessor::Proc::CodecParsers
 {
