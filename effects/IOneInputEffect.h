@@ -24,7 +24,7 @@ public:
     /// Works on the frame in place or replaces it; null for a frame that is held back. A null frame in drains what is
     /// held.
     virtual void Process(SP<IDataVideo>& frame) = 0;
-    /// Brings the format to what is delivered behind the effect.
+    /// Brings the format to what is delivered after the effect.
     virtual void UpdateFormat(SP<Conf::IFormatCodecVideo>& format) = 0;
 };
 
@@ -38,7 +38,7 @@ public:
     /// Works on the block in place or replaces it; null for a block that is held back. A null block in drains what is
     /// held.
     virtual void Process(SP<IDataAudio>& block) = 0;
-    /// Brings the format to what is delivered behind the effect.
+    /// Brings the format to what is delivered after the effect.
     virtual void UpdateFormat(SP<Conf::IFormatCodecAudio>& format) = 0;
 };
 

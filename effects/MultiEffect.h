@@ -73,7 +73,7 @@ public:
 private:
     void Update() override
     {
-        std::vector<SP<Interface>> made;
+        std::vector<SP<Interface>> made; // complete before it counts: a member that fails leaves the former ones
         for (const std::shared_ptr<Settings>& member : this->settings.effects)
         {
             made.push_back(MultiEffectTraits<Interface>::Create(*factory, member->GetClassId(), implName, this->data));

@@ -10,7 +10,7 @@ namespace Tessor::Proc
 /// source has it.
 struct ResampleOutput
 {
-    /// The formats by their numbers, behind the one that stands for none.
+    /// The formats by their numbers, after the one that stands for none.
     enum class Format
     {
         Source,

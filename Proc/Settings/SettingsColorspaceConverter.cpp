@@ -8,6 +8,7 @@ namespace Tessor::Proc
 Core::Property FieldConversion<std::vector<PixFmt>>::ToProperty(const std::string& key,
                                                                 const std::vector<PixFmt>& formats)
 {
+    // no commas or colons, which part filters and their keys where chains are written as text
     std::string names;
     for (const PixFmt format : formats)
         names += (names.empty() ? "" : "|") + PixFmtDescription::Find(format).GetName();

@@ -77,6 +77,7 @@ public:
           set(
               [member, names](S& settings, const Core::Property& value)
               {
+                  // Set has checked that it is one of them
                   const auto found = std::find(names.begin(), names.end(), value.GetString());
                   settings.*member = static_cast<T>(found - names.begin());
               }),
@@ -166,7 +167,7 @@ public:
     }
     void FromProperty(const Core::Property& tree) override
     {
-        S changed = Self();
+        S changed = Self(); // so that a wrong child leaves all fields as they were
         for (const Core::Property& child : tree)
         {
             const auto field = std::find_if(S::GetFields().begin(), S::GetFields().end(),

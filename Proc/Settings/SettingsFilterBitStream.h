@@ -15,10 +15,10 @@ public:
 
     enum StreamFormat : uint32_t
     {
-        STREAM_FORMAT_ANNEX_B = 0,   ///< H.264 and HEVC behind start codes
-        STREAM_FORMAT_MP4 = 1,       ///< H.264 and HEVC behind lengths
+        STREAM_FORMAT_ANNEX_B = 0,   ///< H.264 and HEVC with start codes
+        STREAM_FORMAT_MP4 = 1,       ///< H.264 and HEVC with lengths
         STREAM_FORMAT_RAW_AAC = 2,   ///< AAC without headers
-        STREAM_FORMAT_ADTS = 3,      ///< AAC behind ADTS headers; raw AAC is left unchanged
+        STREAM_FORMAT_ADTS = 3,      ///< AAC with ADTS headers; raw AAC is left unchanged
         STREAM_FORMAT_UNCHANGED = 4, ///< everything as it is
     };
 

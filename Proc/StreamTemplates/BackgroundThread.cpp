@@ -18,6 +18,7 @@ void BackgroundThread::Interrupt()
 
 void BackgroundThread::Join()
 {
+    // cut short by an interruption of the caller, the thread would be left running over an object that goes away
     const boost::this_thread::disable_interruption noInterruption;
     thread->join();
 }
@@ -38,7 +39,7 @@ bool BackgroundThread::IsInterruption() noexcept
     {
         throw;
     }
-    catch (const boost::thread_interrupted&)
+    catch (const boost::thread_interrupted&) // derives from nothing
     {
         return true;
     }

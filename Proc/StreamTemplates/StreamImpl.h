@@ -24,8 +24,8 @@ namespace Tessor::Proc
 /// ReadInternal()
 ///     The next item of the filter's kind, null at the end of the stream. Called under readMutex on the reader's
 ///     thread; may call anything of the parent, and GetPosition of this. A failure is an exception: the filter must
-///     leave itself usable, for the next Read calls ReadInternal again. So it does after the end, and must go on
-///     getting null. Termination is the filter's own business: Read does not look at it. In background mode it runs
+///     leave itself usable, because the next Read calls ReadInternal again. So it does after the end, and must get
+///     null again. Termination is the filter's own business: Read does not look at it. In background mode it runs
 ///     on the base's own thread without readMutex, may not call GetPosition of this, and null is final until a seek.
 /// RequestSeekInternal(target, partner)
 ///     Phase one: drop the filter's own state, map the time if the filter changes times, and call
@@ -40,7 +40,7 @@ namespace Tessor::Proc
 ///
 /// Threads: one thread reads and seeks. Terminate and IsTerminated may come from any thread at any time. Lock order:
 /// readMutex before nextDataMutex; the background thread takes nextDataMutex alone. A failure in background mode is
-/// thrown by the next Read and, for it is never forgotten, by all later ones.
+/// thrown by the next Read and by every later one: it is never forgotten.
 ///
 ///     class FilterX final : public StreamImpl<IStreamVideo, IStreamVideo>, public RefCountImpl
 ///     {
@@ -112,7 +112,7 @@ private:
     void AwaitData(std::unique_lock<std::mutex>& lock);
     /// Fills nextData where that takes no more than reading; not at the end of the stream.
     void LookAhead();
-    void MovePositionBehind(const SP<Item>& item);
+    void MovePositionAfter(const SP<Item>& item);
 
     void Read_thread();
     /// One turn of the thread; false when it has to end.
@@ -168,7 +168,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadDirectly() -> SP<Item>
         item.swap(nextData);
     else
         item = ReadInternal();
-    MovePositionBehind(item);
+    MovePositionAfter(item);
     return item;
 }
 
@@ -187,7 +187,7 @@ auto StreamImpl<IStreamParent, IStreamThis>::ReadFromThread() -> SP<Item>
         if (threadException)
             Rethrow(threadException);
     }
-    MovePositionBehind(item);
+    MovePositionAfter(item);
     return item;
 }
 
@@ -211,7 +211,7 @@ void StreamImpl<IStreamParent, IStreamThis>::AwaitData(std::unique_lock<std::mut
 }
 
 template <class IStreamParent, class IStreamThis>
-void StreamImpl<IStreamParent, IStreamThis>::MovePositionBehind(const SP<Item>& item)
+void StreamImpl<IStreamParent, IStreamThis>::MovePositionAfter(const SP<Item>& item)
 {
     if (item)
         position.store(AddTime(item->GetPTS(), item->GetDuration()), std::memory_order_relaxed);
@@ -243,11 +243,13 @@ bool StreamImpl<IStreamParent, IStreamThis>::ReadAhead()
     if (IsTerminated())
         return false;
     BackgroundThread::InterruptionPoint();
+    // without the mutex: GetPosition and Read may take what is buffered meanwhile
     SP<Item> item = ReadOrStoreException();
     if (!item)
-        Terminate();
+        Terminate(); // null is handed over like an item; the next turn ends the thread
 
     std::unique_lock<std::mutex> lock(nextDataMutex);
+    // StopThread interrupts under this mutex: what it sends is seen here or wakes the wait
     BackgroundThread::InterruptionPoint();
     while (nextData)
     {
@@ -308,6 +310,7 @@ void StreamImpl<IStreamParent, IStreamThis>::StopThread()
 template <class IStreamParent, class IStreamThis>
 avTime StreamImpl<IStreamParent, IStreamThis>::GetPosition()
 {
+    // without the lock, which a read on another thread may hold for long
     const avTime known = position.load(std::memory_order_relaxed);
     if (known != NoTime)
         return known;
@@ -336,7 +339,7 @@ template <class IStreamParent, class IStreamThis>
 void StreamImpl<IStreamParent, IStreamThis>::RequestSeek(avTime target, SP<IStream> partner)
 {
     const std::lock_guard<std::recursive_mutex> lock(readMutex);
-    StopThread();
+    StopThread(); // first: the thread could still fill nextData, or terminate what is revived here
     terminated.exchange(false);
     const avTime duration = this->GetDuration();
     position.store(NoTime, std::memory_order_relaxed);
