@@ -14,7 +14,7 @@ namespace Tessor::Proc
 
 // What all filters do alike: the record of statistics and the checks of Initialize. SettingsCast lies with Settings.
 
-/// The filter's record behind what its parent reports: `time` in microseconds, `count` items delivered.
+/// The filter's record after what its parent reports: `time` in microseconds, `count` items delivered.
 inline Core::Property AddStatistics(Core::Property upstream, const std::string& tag, long long time,
                                     unsigned long count)
 {
@@ -30,7 +30,7 @@ inline void CheckClassName(const boost::source_location& where, const Core::Prop
         Throw<FilterException>(where, what + " was initialized with incorrect class (" + settings.GetName() + ")!");
 }
 
-/// The factory, of which a filter has need now. Throws std::invalid_argument for null.
+/// The factory, for a filter that can't do without. Throws std::invalid_argument for null.
 inline const IEffectFactory& RequireFactory(const SP<const IEffectFactory>& effectFactory)
 {
     if (!effectFactory)

@@ -86,6 +86,7 @@ void RegisterRawFilters(IFilterFactoryRegistrator& registrator)
 
 void FilterRegistrator(IFilterFactoryRegistrator* registrator)
 {
+    // the order of these calls, and of those within them, is one that hosts may rely on
     RegisterTyped(*registrator);
     RegisterAudioFilters(*registrator);
     RegisterVideoFilters(*registrator);

@@ -43,7 +43,7 @@ Core::Property FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetSetti
 template <class IStreamParent, class IStreamThis>
 Core::Property FilterStreamMetadataUpdater<IStreamParent, IStreamThis>::GetStatistic() const
 {
-    return Core::GetRootItem();
+    return Core::GetRootItem(); // not the parent's: what lies upstream is hidden on purpose
 }
 
 template <class IStreamParent, class IStreamThis>

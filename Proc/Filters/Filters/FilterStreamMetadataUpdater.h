@@ -8,7 +8,7 @@
 namespace Tessor::Proc
 {
 
-/// Hands items through and applies metadata to the format as seen behind it. It hides the statistics of all that lies
+/// Hands items through and applies metadata to the format as seen after it. It hides the statistics of all that lies
 /// upstream.
 template <class IStreamParent, class IStreamThis>
 class TESSOR_API FilterStreamMetadataUpdater final : public PassThrough<IStreamParent, IStreamThis>, public RefCountImpl

@@ -36,6 +36,7 @@ FilterAudioFormatter::FilterAudioFormatter(const SP<IStreamAudio>& parent,
 void FilterAudioFormatter::Initialize(const Core::Property& tree)
 {
     CheckClassName(TESSOR_HERE, tree, IFilterAudioFormatter::CLASS_ID);
+    // over both steps, so that no read sees the one without the other; SetPacketDuration takes it again
     const std::lock_guard lock(mutex);
     engine->Initialize(tree[IAudioFormatter::CLASS_ID]);
     SetPacketDuration(tree[PACKET_DURATION].GetInt64());
@@ -89,6 +90,7 @@ SP<IDataAudio> FilterAudioFormatter::ReadInternal()
     const std::lock_guard lock(mutex);
     while (!IsTerminated())
     {
+        // the engine before the parent: one block of the parent may hold several
         if (const SP<IDataAudio> block = GetBlock(false))
             return block;
         SP<IDataAudio> input = parentStream->Read();
@@ -110,7 +112,7 @@ SP<IDataAudio> FilterAudioFormatter::GetBlock(bool flush)
 
 void FilterAudioFormatter::RequestSeekInternal(avTime target, SP<IStream> partner)
 {
-    ResetEngine(NoTime);
+    ResetEngine(NoTime); // times go on from wherever the parent lands
     parentStream->RequestSeek(target, partner);
 }
 

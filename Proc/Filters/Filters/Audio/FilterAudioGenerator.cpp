@@ -36,7 +36,7 @@ T MakeSample(double x)
     else if constexpr (std::is_same_v<T, uint8_t>)
         return Truncate<T>(x * 127.0 + 128.0);
     else
-        return Truncate<T>(x * 32767.0); // of 32 bits too
+        return Truncate<T>(x * 32767.0); // of 32 bits too, deliberately
 }
 
 template <class T>
@@ -51,6 +51,7 @@ void FillInterleaved(const AudioRef& audio, double (*generator)(int))
 template <class T>
 void FillPlanar(const AudioRef& audio, double (*generator)(int))
 {
+    // asked once a sample and not once a channel: the function is the host's, and may be slow
     T* first = reinterpret_cast<T*>(audio.data);
     for (int i = 0; i < audio.sampleCount; ++i)
         first[i] = MakeSample<T>(generator(i));
@@ -126,7 +127,9 @@ SP<IDataAudio> FilterAudioGenerator::Read()
 {
     const std::lock_guard lock(mutex);
     const avTime blockTime = GetBlockTime();
+    // the count follows from the time, not the other way: the last block ends where the stream does
     const auto samples = static_cast<int>(blockTime > 0 ? av_rescale(blockTime, settings.sampleRate, 1000000) : 0);
+    // the end, or a rest of less than half a sample, which no later read would make longer
     if (samples == 0)
         return nullptr;
     const SP<IDataAudio> block = DataAudioFF::CreateBySampleCount(sampleInfo, samples);

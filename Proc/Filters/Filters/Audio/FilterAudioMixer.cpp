@@ -22,7 +22,7 @@ bool CanBeAdded(const AudioRef& block, const AudioRef& sum)
            block.sampleInfo.GetChannelCount() == sum.sampleInfo.GetChannelCount();
 }
 
-/// The samples in lines as another block has them: cut off, or with silence behind them.
+/// The samples in lines as another block has them: cut off, or with silence after them.
 SP<IDataAudio> FitLines(const AudioRef& block, const AudioRef& model)
 {
     const SP<IDataAudio> fitted = DataAudioFF::CreateBySampleCount(model.sampleInfo, model.sampleCount);
@@ -60,7 +60,7 @@ avTime FilterAudioMixer::GetDuration() const
 {
     if (chains.empty())
         return 0;
-    avTime longest = NoTime;
+    avTime longest = NoTime; // the lowest number: unknown durations count only where all are
     for (const AudioStreamChain& chain : chains)
         longest = std::max(longest, chain.output->GetDuration());
     return longest;
@@ -187,6 +187,7 @@ FilterAudioMixer::Index FilterAudioMixer::AddStream(SP<IStreamAudio> stream, int
     const Conf::SampleInfo former = GetResampleSettings();
     Conf::SampleInfo common = former;
     common.MergeWith(format->GetSampleInfo());
+    // the chains that there are; the new one gets the format when it is made
     if (!(common == former))
         InitChains(common);
 

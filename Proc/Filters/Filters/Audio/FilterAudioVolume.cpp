@@ -78,6 +78,7 @@ SP<IDataAudio> FilterAudioVolume::ReadInternal()
 
 double FilterAudioVolume::GetGain(const IDataAudio& block)
 {
+    // held for the decision alone: neither the parent's read nor the scaling keeps a change of the settings waiting
     const std::lock_guard lock(mutex);
     return UpdateNormalizeFactor(block) * settings.volume;
 }
@@ -87,7 +88,7 @@ double FilterAudioVolume::UpdateNormalizeFactor(const IDataAudio& block)
     if (!settings.normalize)
         return 1.0;
     const double peak = EstimatePeak(block.GetConstAudioRef());
-    const double limit = 1.0 / peak; // infinite for silence
+    const double limit = 1.0 / peak; // at which the peak reaches full scale; infinite for silence
     // The climb is not held to the limit: the next block of that peak pulls the factor back.
     if (normalizeFactor > limit)
         normalizeFactor = limit;

@@ -10,7 +10,7 @@ namespace Tessor::Proc
 {
 
 /// A block that is scaled is a new one: the parent may hold on to its own. The gain of a normalised stream starts at
-/// 1 behind every seek, drops at once to what a block's peak allows, and climbs by 0.7 a second up to 4. It is judged
+/// 1 after every seek, drops at once to what a block's peak allows, and climbs by 0.7 a second up to 4. It is judged
 /// by the block's positive peak.
 class TESSOR_API FilterAudioVolume final : public virtual IFilterAudioVolume,
                                            public PassThrough<IStreamAudio>,
@@ -41,7 +41,7 @@ private:
 
     mutable std::recursive_mutex mutex; // guards what Initialize and seeks change during a read
     SettingsFilterAudioVolume settings; // replaced by Initialize
-    double normalizeFactor = 1.0;       // of the block read last; 1 behind a seek
+    double normalizeFactor = 1.0;       // of the block read last; 1 after a seek
     // of the blocks delivered; microseconds
     long long statisticsTime = 0;
     unsigned long statisticsCount = 0;

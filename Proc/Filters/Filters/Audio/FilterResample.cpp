@@ -34,6 +34,7 @@ void FilterResample::Initialize(const Core::Property& tree)
     const std::lock_guard lock(mutex);
     const Core::Property& engineTree = tree[IResample::CLASS_ID];
     const std::string& newName = engineTree[IPreset::KEY_TYPE_ID].GetString();
+    // where an engine can't be made or is none, the old one stays
     const SP<IOneInputEffectAudio> effect = effects->CreateEffectAudio(IResample::CLASS_ID, newName, nullptr);
     engine.reset(&dynamic_cast<IResample&>(*effect));
     implName = newName;
@@ -102,6 +103,8 @@ SP<IDataAudio> FilterResample::ReadInternal()
         SP<IDataAudio> block = parentStream->Read();
         const bool parentEnded = !block;
         const Core::TimerSimple timer(statisticsTime);
+        // At the end the engine gets null and gives back what it holds: reading goes on until that is null as well.
+        // Before the end, null only means that it collects.
         engine->Process(block);
         statisticsCount += block ? 1 : 0;
         if (block || parentEnded)

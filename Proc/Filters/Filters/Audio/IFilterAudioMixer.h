@@ -8,7 +8,7 @@ namespace Tessor::Proc
 /// The weighted sum of any number of streams, in the format in which all of them meet. Blocks are added as the streams
 /// deliver them: nothing is aligned in time.
 ///
-/// A stream is named by its place among the others: removing one moves those behind it down. Volumes are in percent,
+/// A stream is named by its place among the others: removing one moves those after it down. Volumes are in percent,
 /// with no bounds: a negative one inverts. An identifier that is none throws std::out_of_range.
 ///
 /// Threads: one at a time, reads included.

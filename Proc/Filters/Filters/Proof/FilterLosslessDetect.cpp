@@ -108,13 +108,14 @@ SP<IDataPacket> FilterLosslessDetect::ReadInternal()
 
 void FilterLosslessDetect::DetectDtsOverPts(const SP<IDataPacket>& packet)
 {
+    // an unknown DTS is the lowest number, which is never above
     if (packet->GetPTS() != NoTime && packet->GetDTS() > packet->GetPTS())
         Clear(losslessPossible, losslessEnd, "Lossless impossible: dts > pts");
 }
 
 void FilterLosslessDetect::DetectNotIncresingDts(const SP<IDataPacket>& packet)
 {
-    // No time is the lowest one: unknown behind a known one does not rise either.
+    // No time is the lowest one: unknown after a known one does not rise either.
     if (lastDts != NoTime && packet->GetDTS() <= lastDts)
         Clear(losslessPossible, losslessEnd, "Lossless impossible: dts does not increase");
     lastDts = packet->GetDTS();

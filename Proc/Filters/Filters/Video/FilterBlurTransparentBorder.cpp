@@ -14,6 +14,7 @@ namespace Tessor::Proc
 namespace
 {
 
+/// By two pixels, because neighbours of a packed format may share bytes.
 bool HasFourBytesAPixel(const IDataVideo& frame)
 {
     const PixFmtDescription description = PixFmtDescription::Find(frame.GetPixFmt());
@@ -93,7 +94,7 @@ SP<IDataVideo> FilterBlurTransparentBorder::ReadInternal()
     converter->Process(frame);
     if (!frame || !HasFourBytesAPixel(*frame))
         return frame;
-    frame = frame->MakeWritableCopy();
+    frame = frame->MakeWritableCopy(); // the converter may have handed on the parent's own frame
     Blur(*frame, alphaByte);
     return frame;
 }

@@ -116,7 +116,7 @@ void FilterDeinterlace::Decide()
         const SP<IDataVideo> frame = parentStream->Read();
         if (!frame)
             break;
-        readAhead.push_back(frame);
+        readAhead.push_back(frame); // to be delivered like all others, whatever the decision is
         if (frame->IsInterlaced())
             mode = Mode::Deinterlacing;
     }
@@ -136,6 +136,7 @@ SP<IDataVideo> FilterDeinterlace::TakeFrame()
 SP<IDataVideo> FilterDeinterlace::Deinterlace(SP<IDataVideo> frame)
 {
     reconciler.Reconcile(frame, FRAME_ALLOC_CPU);
+    // asked before the effect takes the frame: it has to reach the next result if this one gives none
     const avTime duration = frame ? frame->GetDuration() : 0;
     converter->Process(frame);
     deinterlacer->Process(frame);
@@ -144,6 +145,7 @@ SP<IDataVideo> FilterDeinterlace::Deinterlace(SP<IDataVideo> frame)
         carriedDuration = AddTime(carriedDuration, duration);
         return nullptr;
     }
+    // the frames held back came just before this one, which now lasts from their start
     if (carriedDuration != 0)
     {
         frame->SetPTS(SubTime(frame->GetPTS(), carriedDuration));

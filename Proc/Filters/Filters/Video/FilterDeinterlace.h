@@ -11,7 +11,7 @@
 namespace Tessor::Proc
 {
 
-/// Runs frames through a deinterlacing effect, if there is an interlaced one among the first three behind the start or
+/// Runs frames through a deinterlacing effect, if there is an interlaced one among the first three after the start or
 /// a seek; otherwise all frames pass as they are until the next seek. Time of frames that the effect holds back goes to
 /// the start of the next result. An effect that gives nothing for three frames in a row ends the stream.
 class TESSOR_API FilterDeinterlace final : public PassThrough<IStreamVideo, IStreamVideoEx>, public RefCountImpl
@@ -57,7 +57,7 @@ private:
     SettingsDeinterlace settings;             // replaced by Initialize
     FrameAllocReconciler reconciler;
     avTime carriedDuration = 0;           // of the frames held back since the last result
-    Mode mode = Mode::Undecided;          // from the first read behind a seek to the next seek
+    Mode mode = Mode::Undecided;          // from the first read after a seek to the next seek
     std::deque<SP<IDataVideo>> readAhead; // frames read while deciding
 };
 

@@ -20,7 +20,8 @@ namespace
 
 constexpr int64_t SECOND = 1000000;
 
-/// Throws FilterException for a rate by which times can't be divided.
+/// Throws FilterException for a rate by which times can't be divided: the products of the denominator with a second
+/// have to fit 64 bits.
 void CheckRate(const Core::Property::Ratio& rate)
 {
     if (rate.numerator() < 1 || rate.denominator() < 1 ||
@@ -115,6 +116,7 @@ void FilterFrameRate::ReleaseInternalData()
 avTime FilterFrameRate::GetSlotBegin(int64_t slot) const
 {
     CheckRate(frameRate);
+    // from the start in one go, so that roundings don't add up
     return av_rescale(slot, frameRate.denominator() * SECOND, frameRate.numerator());
 }
 
@@ -129,6 +131,7 @@ SP<IDataVideo> FilterFrameRate::ReadInternal()
 {
     const auto lock = LockMutex();
     const Core::TimerSimple timer(statisticsTime);
+    // the lowest number where it is unknown, so that the stream is at its end then
     const avTime total = parentStream->GetDuration();
     if (lastEnd >= total)
     {
@@ -143,7 +146,7 @@ SP<IDataVideo> FilterFrameRate::ReadInternal()
     const avTime begin = std::max(slotBegin, seekTime);
     const avTime limit = std::min(total, slotEnd);
     const SP<IDataVideo> best = ChooseFrame(slotBegin, slotEnd, limit);
-    const SP<IDataVideo> result = best ? best->Clone(0) : nullptr;
+    const SP<IDataVideo> result = best ? best->Clone(0) : nullptr; // the next slot may take the same frame
     if (result)
     {
         result->SetPTS(begin);
@@ -152,7 +155,7 @@ SP<IDataVideo> FilterFrameRate::ReadInternal()
     }
     else
         VLOG(4000) << "ReFrame: NULL (eof?)\n";
-    frameNumber = static_cast<int32_t>(int64_t{frameNumber} + 1);
+    frameNumber = static_cast<int32_t>(int64_t{frameNumber} + 1); // wraps; as an int it must not overflow
     ++statisticsCount;
     lastEnd = limit;
     return result;
@@ -166,7 +169,7 @@ SP<IDataVideo> FilterFrameRate::ReadParent()
         const Core::TimerSimple timer(parentTime);
         frame = parentStream->Read();
     }
-    statisticsTime -= parentTime;
+    statisticsTime -= parentTime; // taken off in advance: the caller's timer runs on
     return frame;
 }
 
@@ -185,6 +188,7 @@ SP<IDataVideo> FilterFrameRate::ChooseFrame(avTime slotBegin, avTime slotEnd, av
             best = current;
             bestOverlap = overlap;
         }
+        // nothing that follows can cover more; this one stays in hand for the next slot
         if (begin >= slotEnd || end >= limit)
             break;
         SP<IDataVideo> next = ReadParent();

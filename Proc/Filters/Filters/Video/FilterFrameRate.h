@@ -56,7 +56,7 @@ private:
     avTime GetSlotBegin(int64_t slot) const;
     /// The number of the slot that holds a time, under the same condition.
     int32_t GetSlotAt(avTime time) const;
-    /// The frame that covers the slot best, out of the one in hand and those behind it. Reads to the end of the slot.
+    /// The frame that covers the slot best, out of the one in hand and those after it. Reads to the end of the slot.
     SP<IDataVideo> ChooseFrame(avTime slotBegin, avTime slotEnd, avTime limit);
 
     mutable std::recursive_mutex mutex; // guards all members below, also while the parent is read

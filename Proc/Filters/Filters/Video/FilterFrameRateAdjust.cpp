@@ -44,6 +44,7 @@ SP<IDataVideo> FilterFrameRateAdjust::ReadInternal()
         pending.swap(next);
         next = ReadParent();
     }
+    // the time first: the duration lasts to wherever the next frame has been moved
     if (next)
     {
         AdjustTimestamp(*pending, *next);
@@ -77,6 +78,7 @@ void FilterFrameRateAdjust::AdjustTimestamp(const IDataVideo& previous, IDataVid
 {
     const long long previousNumber = CalculateFrameNumber(previous.GetPTS());
     const long long nextNumber = CalculateFrameNumber(next.GetPTS());
+    // frame numbers of their own: the times stay, however uneven they are
     if (previousNumber < nextNumber)
         return;
     if (nextNumber < previousNumber)

@@ -39,7 +39,7 @@ void FilterResize::Initialize(const Settings& settings)
         RequireFactory(effectFactory)
             .CreateEffect(IResize::CLASS_ID, Settings2Property(given), parentStream, given.GetImplName(), nullptr);
     effect->Initialise(given);
-    effect->SetTimeToProgress({0, GetDuration(), TimeToProgress::Linear});
+    effect->SetTimeToProgress({0, GetDuration(), TimeToProgress::Linear}); // it works on the whole stream
     // Only what is complete takes the place of the running one.
     const Lock lock(mutex);
     resizer = SP<IResize>(&dynamic_cast<IResize&>(*effect));

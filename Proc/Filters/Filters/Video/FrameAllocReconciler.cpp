@@ -19,6 +19,7 @@ void FrameAllocReconciler::Reconcile(SP<IDataVideo>& frame, FrameAllocType requi
         return Transfer(frame, frameDownloader, SettingsFrameDownloader::CLASS_ID, downloadWarning);
     if (required == FRAME_ALLOC_OGL && current == FRAME_ALLOC_CPU)
         return Transfer(frame, frameUploader, SettingsFrameUploader::CLASS_ID, uploadWarning);
+    // an effect that takes either gets what there is: a transfer costs more than it could save
     if (required == FRAME_ALLOC_ANY && (current == FRAME_ALLOC_CPU || current == FRAME_ALLOC_OGL))
         return;
     Throw<ProcException>(TESSOR_HERE, "Unsupported frame allocators set");
