@@ -19,7 +19,7 @@ public:
     uint32_t ReadBits(unsigned count);
     /// Bits not yet read.
     size_t BitsLeft() const;
-    /// Drops what is left of the present byte.
+    /// Drops what is left of the current byte.
     void SkipBitsToNextByte();
 
 private:

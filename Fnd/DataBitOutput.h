@@ -15,7 +15,7 @@ public:
     void WriteBits(uint32_t value, unsigned count);
     /// Whole bytes, at any bit position.
     void WriteData(const uint8_t* data, size_t size);
-    /// Fills the present byte with zeros and writes it.
+    /// Fills the current byte with zeros and writes it.
     void Flush();
 
 private:

@@ -18,7 +18,7 @@ Property GetRootItem()
 
 std::string StatisticsTag(const std::string& className)
 {
-    // spelt out, for __PRETTY_FUNCTION__ differs between compilers and hosts look records up by this text
+    // spelt out, because __PRETTY_FUNCTION__ differs between compilers and hosts look records up by this text
     return "virtual Core::Property Tessor::Proc::" + className + "::GetStatistic() const";
 }
 

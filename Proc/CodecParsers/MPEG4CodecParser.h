@@ -81,7 +81,7 @@ TESSOR_API void DecodeMPEG4Config(const uint8_t* data, size_t size, MPEG4_Config
 /// there is no extradata.
 TESSOR_API SP<IDataPacket> MPEG4_AddPacketHeader(const SP<IDataPacket>& packet, const SP<const IBlob>& extradata);
 
-/// A copy of what stands in front of the first picture (VOP) of the packet, the whole payload when it holds no picture.
+/// A copy of what stands before the first picture (VOP) of the packet, the whole payload when it holds no picture.
 /// Null for a null packet.
 TESSOR_API SP<const IBlob> MPEG4_GetPacketHeaders(const SP<IDataPacket>& packet);
 

@@ -5,7 +5,7 @@
 namespace Tessor::Proc::CodecParsers
 {
 
-/// What becomes of a packet whose side data can't be copied, for want of memory: it may go on without.
+/// What becomes of a packet whose side data can't be copied because memory is short: it may go on without.
 enum class PropsFault
 {
     Throw,

@@ -101,7 +101,7 @@ public:
     }
 
 private:
-    /// None for what is no number.
+    /// None for anything but a number.
     static std::optional<double> ToNumber(const Core::Property& value)
     {
         switch (value.GetType())

@@ -26,7 +26,7 @@ class TESSOR_API SettingsTree : public Settings
 public:
     virtual std::vector<FieldInfo> Describe() const = 0;
     virtual Core::Property ToProperty() const = 0;
-    /// Sets the fields that the tree names and leaves the others. Throws SettingsException for a key that is none, a
+    /// Sets the fields that the tree names and leaves the others. Throws SettingsException for an unknown key, a
     /// value of another type or beyond its bounds, and then changes nothing.
     virtual void FromProperty(const Core::Property& tree) = 0;
 };

@@ -24,7 +24,7 @@ public:
     SP<IFormatCodec> Clone() const { return SP<IFormatCodec>(CloneInternal()); }
     virtual Core::Property& GetProperties() = 0;
     virtual const Core::Property& GetProperties() const = 0;
-    /// Applies a tree to this one, child by child. Throws Core::MethodIsNotApplicable for what is no node.
+    /// Applies a tree to this one, child by child. Throws Core::MethodIsNotApplicable for anything but a node.
     virtual void Merge(const Core::Property& properties) = 0;
     /// The codec's global header, null when there is none. Clones share it.
     virtual SP<const Proc::IBlob> GetExtradata() const = 0;

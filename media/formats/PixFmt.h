@@ -39,7 +39,7 @@ public:
     /// Throws std::invalid_argument for a value that is no pixel format.
     static PixFmtDescription Find(PixFmt format);
 
-    /// The format of FFmpeg's name, None for a name that is none.
+    /// The format of FFmpeg's name, None for an unknown name.
     static PixFmt FindByName(const std::string& name);
 
     PixFmt GetPixFmt() const { return format; }

@@ -31,7 +31,7 @@ struct SampleFormatDescription
     bool planar;
     SampleFormats planarCounterpart;
 
-    /// The descriptor of a format; a value that is none gets one of 0 bits.
+    /// The descriptor of a format; an unknown value gets one of 0 bits.
     TESSOR_API static const SampleFormatDescription& Find(SampleFormats format);
 };
 

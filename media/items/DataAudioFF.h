@@ -16,7 +16,7 @@ class TESSOR_API DataAudioFF final : public Details::TimedData<IDataAudio>
 {
 public:
     /// A block with room for `count` samples a channel, all zero, with the duration of that many samples (NoTime
-    /// without a rate). A format that is none has no bytes. Throws std::invalid_argument for a negative count and
+    /// without a rate). An unset format has no bytes. Throws std::invalid_argument for a negative count and
     /// layouts without channels.
     static SP<DataAudioFF> CreateBySampleCount(const Conf::SampleInfo& info, int count);
     /// The same over memory that becomes the block's, whose samples stay as they are. Throws std::invalid_argument also

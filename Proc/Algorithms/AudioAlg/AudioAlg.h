@@ -8,7 +8,7 @@
 
 /// Routines on raw samples. They allocate no block and hold no state; the caller owes the destination its room, and
 /// lengths are not compared. All sample formats are served, interleaved and planar alike; others throw Exception.
-/// Threads: pure functions on the caller's memory, but for MixAudio, which writes the scratch words of its inputs.
+/// Threads: pure functions on the caller's memory, except MixAudio, which writes the scratch words of its inputs.
 namespace Tessor::Proc
 {
 

@@ -24,7 +24,7 @@ template <class T>
 void FindMP4Nalus(T* data, size_t size, std::vector<std::pair<T*, size_t>>& out, size_t lengthSize);
 
 /// Appends the units of start-coded data. One zero byte in front of a start code belongs to that code; further ones
-/// stay with the unit, as do all at the end of the data. Two adjacent start codes give a unit of size 0. Bytes ahead of
+/// stay with the unit, as do all at the end of the data. Two adjacent start codes give a unit of size 0. Bytes before
 /// the first start code are ignored.
 TESSOR_API void FindAnnexBNalus(const uint8_t* data, size_t size, std::vector<Nalu>& out);
 
@@ -37,7 +37,7 @@ TESSOR_API uint32_t read_ue(Core::DataBitInput& input);
 /// se(v) of H.264, 9.1.1.
 TESSOR_API int64_t read_se(Core::DataBitInput& input);
 
-/// The RBSP of a unit: without its emulation prevention bytes, but for one at the very end, which stays.
+/// The RBSP of a unit: without its emulation prevention bytes, except one at the very end, which stays.
 TESSOR_API std::vector<uint8_t> RemoveEmulationByte(const uint8_t* data, size_t size);
 
 } // namespace Tessor::Proc::CodecParsers

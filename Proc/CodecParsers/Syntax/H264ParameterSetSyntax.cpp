@@ -81,7 +81,7 @@ void ReadScalingMatrix(Core::DataBitInput& input, SPS_decoded& sps)
         const auto& defaults = i < 3 ? Default_4x4_Intra : Default_4x4_Inter;
         ReadListOrFallBack(input, sps.ScalingList4x4[i], defaults, i % 3 == 0 ? defaults : sps.ScalingList4x4[i - 1]);
     }
-    // Intra and inter by turns, each for Y, Cb and Cr.
+    // Intra and inter alternate, for Y, then for Cb and Cr.
     const size_t count = sps.chroma_format_idc == 3 ? 6 : 2;
     for (size_t i = 0; i < count; ++i)
     {

@@ -53,7 +53,7 @@ void ReadSubLayerOrdering(SyntaxFields& in, size_t max, HEVC_SubLayers& decPicBu
         {
             uint8_t value = 0;
             in.UE(value);
-            // An eighth sub-layer is read, for what follows it, but has no place.
+            // An eighth sub-layer is read, because more follows it, but there is no place to keep it.
             const auto begin = values->begin() + std::min(infoPresent ? i : 0, values->size());
             const auto end = values->begin() + std::min(i + 1, values->size());
             std::fill(begin, end, value);

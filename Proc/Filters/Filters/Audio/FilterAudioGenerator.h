@@ -12,7 +12,7 @@ namespace Tessor::Proc
 /// A source of sound from a function of the sample's index, or of silence. The index starts at 0 in every block: a
 /// wave goes on across blocks only where its period divides their length. Times move by the rounded length of a block.
 ///
-/// Threads: any, but for termination, which changes nothing of what is read, all under one lock. The function runs
+/// Threads: any. One lock covers everything but termination, which changes nothing of what is read; the function runs
 /// under it.
 class TESSOR_API FilterAudioGenerator final : public virtual IStreamAudioEx, public RefCountImpl
 {

@@ -11,7 +11,7 @@ namespace Tessor::Proc
 {
 
 /// The stream around a resampling engine. An engine that Initialize makes has only the output that it was initialised
-/// with: a former Init is to be repeated.
+/// with: call Init again after it.
 class TESSOR_API FilterResample final : public virtual IFilterResample,
                                         public PassThrough<IStreamAudio>,
                                         public RefCountImpl

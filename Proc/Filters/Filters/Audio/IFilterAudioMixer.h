@@ -9,7 +9,7 @@ namespace Tessor::Proc
 /// deliver them: nothing is aligned in time.
 ///
 /// A stream is named by its place among the others: removing one moves those after it down. Volumes are in percent,
-/// with no bounds: a negative one inverts. An identifier that is none throws std::out_of_range.
+/// with no bounds: a negative one inverts. An unknown identifier throws std::out_of_range.
 ///
 /// Threads: one at a time, reads included.
 class TESSOR_API IFilterAudioMixer : public virtual IStreamAudio

@@ -53,7 +53,7 @@ private:
 
     mutable std::recursive_mutex mutex; // guards all members below, also while the parent is read
     const SP<IOneInputEffectVideo> deinterlacer;
-    const SP<IOneInputEffectVideo> converter; // in front of it
+    const SP<IOneInputEffectVideo> converter; // runs before it
     SettingsDeinterlace settings;             // replaced by Initialize
     FrameAllocReconciler reconciler;
     avTime carriedDuration = 0;           // of the frames held back since the last result
