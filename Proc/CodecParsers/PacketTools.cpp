@@ -40,11 +40,7 @@ SP<DataPacketFF> WrapLike(const IDataPacket& source, RecordPtr record, MediaType
     const SP<DataPacketFF> packet =
         DataPacketFF::Create(record.release(), type, source.GetPTS(), source.GetDTS(), source.GetDuration());
     CopyPosition(source, *packet);
-    if (const auto* from = dynamic_cast<const DataPacketFF*>(&source))
-    {
-        packet->SetLeadIn(from->GetLeadIn());
-        packet->SetEntered(from->IsEntered());
-    }
+    packet->SetFacts(GetFacts(source));
     return packet;
 }
 

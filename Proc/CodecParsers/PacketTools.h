@@ -13,7 +13,7 @@ enum class PropsFault
 };
 
 /// A new packet with an unwritten payload of that size and everything else of the source: times, explicit position,
-/// flags, side data, lead-in. Throws Exception "Can't allocate new AVPacket" and "Can't copy packet properties".
+/// flags, side data, facts. Throws Exception "Can't allocate new AVPacket" and "Can't copy packet properties".
 TESSOR_API SP<DataPacketFF> CreatePacketLike(const IDataPacket& source, size_t size,
                                              PropsFault fault = PropsFault::Throw, MediaType type = MediaType::Video);
 

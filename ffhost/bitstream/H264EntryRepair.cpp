@@ -58,8 +58,7 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
         if (!slice)
             return packet;
         const H264SliceHeader read = syntax->Parse(RemoveEmulationByte(slice, std::min(size, MAX_HEADER_BYTES)));
-        const auto* own = dynamic_cast<const DataPacketFF*>(packet.get());
-        const bool enters = !read.idr && own && own->IsEntered();
+        const bool enters = !read.idr && GetFacts(*packet).entered;
         const bool first = !std::exchange(started, true);
         known = known || read.idr || (first && enters);
         if (!known)

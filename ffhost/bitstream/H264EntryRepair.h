@@ -12,7 +12,7 @@ namespace Tessor::Host
 {
 
 /// Makes decoders pass a seam without faults where an open group of H.264 pictures is entered
-/// (DataPacketFF::IsEntered). Its key picture is no IDR picture, so two things run on from what was cut away (ITU-T
+/// (PacketFacts::entered). Its key picture is no IDR picture, so two things run on from what was cut away (ITU-T
 /// H.264, 8.2.1 and 8.2.5):
 ///
 /// - Picture order counts are told by their low bits. Where they seem to step back, decoders take the pictures for late

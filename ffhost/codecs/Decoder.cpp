@@ -5,7 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
-#include "media/items/DataPacketFF.h"
+#include "media/items/IPacketFacts.h"
 
 extern "C"
 {
@@ -158,10 +158,7 @@ void Decoder::SendNextPacket()
 
 void Decoder::SendLeadIn(const IDataPacket& packet)
 {
-    const auto* first = dynamic_cast<const DataPacketFF*>(&packet);
-    if (!first)
-        return;
-    for (const SP<IDataPacket>& before : first->GetLeadIn())
+    for (const SP<IDataPacket>& before : GetFacts(packet).leadIn)
     {
         leadInTimes.insert(before->GetPTS());
         codec.Send(before->GetAVPacket());

@@ -20,7 +20,7 @@ namespace Tessor::Host
 /// packets that can't be decoded are counted and left out. So are pictures counted whose times contradict the order in
 /// which they are shown: they are delivered right behind the one before.
 ///
-/// When the first packet after a seek has a lead-in (DataPacketFF), that is decoded first and its pictures are dropped:
+/// When the first packet after a seek has a lead-in (PacketFacts), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
 ///
 /// A still picture is delivered once for each time it was shown. Where pictures are to be distinct each lies in memory

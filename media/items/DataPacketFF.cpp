@@ -43,6 +43,13 @@ SP<DataPacketFF> DataPacketFF::Create(AVPacket* packet, MediaType type, long lon
     return result;
 }
 
+const PacketFacts& GetFacts(const IDataPacket& packet)
+{
+    static const PacketFacts none;
+    const auto* keeper = dynamic_cast<const IPacketFacts*>(&packet);
+    return keeper ? keeper->GetFacts() : none;
+}
+
 DataPacketFF::DataPacketFF(AVPacket* packet, MediaType type) : packet(packet), type(type) {}
 
 DataPacketFF::~DataPacketFF()
@@ -123,8 +130,7 @@ SP<IDataPacket> DataPacketFF::Clone() const
         Throw<Exception>(TESSOR_HERE, "Can't allocate new AVPacket");
     SP<DataPacketFF> clone(new DataPacketFF(copy, type));
     clone->position = position;
-    clone->leadIn = leadIn;
-    clone->entered = entered;
+    clone->facts = facts;
     return clone;
 }
 
@@ -136,6 +142,12 @@ SP<const IBlob> DataPacketFF::GetBlob() const
 void DataPacketFF::SetPosition(avTime newPosition)
 {
     position = newPosition;
+}
+
+void DataPacketFF::HideKey()
+{
+    facts.hiddenKey = facts.hiddenKey || IsKeyFrame();
+    packet->flags &= ~AV_PKT_FLAG_KEY;
 }
 
 const uint8_t* DataPacketFF::GetData() const

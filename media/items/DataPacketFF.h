@@ -1,9 +1,7 @@
 #pragma once
 
 #include "media/formats/MediaType.h"
-#include "media/items/IDataPacket.h"
-
-#include <vector>
+#include "media/items/IPacketFacts.h"
 
 namespace Tessor::Proc
 {
@@ -13,7 +11,7 @@ TESSOR_API AVPacket* CreatePacket(size_t size);
 
 /// A packet over FFmpeg's record, which is also its own blob. Clones share the payload, which is not to be written
 /// then.
-class TESSOR_API DataPacketFF final : public IDataPacket, public IBlob, public RefCountImpl
+class TESSOR_API DataPacketFF final : public IDataPacket, public IPacketFacts, public IBlob, public RefCountImpl
 {
 public:
     /// Takes the record over, also when it throws; the times are in microseconds. A payload that the record does not
@@ -45,18 +43,14 @@ public:
     uint8_t* Data() override;
     size_t Size() const override;
 
+    const PacketFacts& GetFacts() const override { return facts; }
+    void SetFacts(PacketFacts newFacts) override { facts = std::move(newFacts); }
+
     MediaType GetMediaType() const { return type; }
-
-    /// Packets that a decoder must be given first to decode this one and those that follow: the group before an open
-    /// group of pictures. Empty for all others. Clones share it.
-    using LeadIn = std::vector<SP<IDataPacket>>;
-    const LeadIn& GetLeadIn() const { return leadIn; }
-    void SetLeadIn(LeadIn packets) { leadIn = std::move(packets); }
-
-    /// Of a key packet: what comes before it in the file was left out, and with it what its group leans on. Clones keep
-    /// it.
-    bool IsEntered() const { return entered; }
-    void SetEntered(bool enter) { entered = enter; }
+    void SetLeadIn(PacketFacts::LeadIn packets) { facts.leadIn = std::move(packets); }
+    void SetEntered(bool entered) { facts.entered = entered; }
+    /// Takes the key flag off a key packet, and notes it.
+    void HideKey();
 
 private:
     DataPacketFF(AVPacket* packet, MediaType type);
@@ -64,8 +58,7 @@ private:
     AVPacket* const packet;
     const MediaType type;
     avTime position = NoTime; // known when the order in the stream is not that of PTS or DTS
-    bool entered = false;     // set by a source where reading goes on after a gap
-    LeadIn leadIn;            // set by a source on the key packet of an open group
+    PacketFacts facts;        // set by the source as it lays out its packets
 };
 
 } // namespace Tessor::Proc

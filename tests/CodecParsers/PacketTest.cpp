@@ -139,7 +139,7 @@ TEST(PacketTools, NewPacketKeepsEverythingButThePayload)
         EXPECT_EQ(result->GetDTS(), 400);
         EXPECT_TRUE(result->IsKeyFrame());
         EXPECT_EQ(result->GetAVPacket()->side_data[0].data[3], 5);
-        EXPECT_EQ(dynamic_cast<DataPacketFF&>(*result).GetLeadIn().size(), 1u);
+        EXPECT_EQ(GetFacts(*result).leadIn.size(), 1u);
         result->SetPTS(1100);
         EXPECT_EQ(result->GetPosition(), position == NoTime ? 1100 : 1000);
     }

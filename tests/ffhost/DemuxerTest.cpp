@@ -163,10 +163,10 @@ TEST_P(Clip, LinearRead)
             for (size_t j = i + 1; j < packets.size() && !packets[j]->IsKeyFrame(); ++j)
                 first = std::min(first, packets[j]->GetPTS());
             EXPECT_EQ(packets[i]->GetPosition(), first);
-            const Packets leadIn = static_cast<const Proc::DataPacketFF&>(*packets[i]).GetLeadIn();
+            const Packets leadIn = GetFacts(*packets[i]).leadIn;
             EXPECT_EQ(leadIn.size(), first < packets[i]->GetPTS() ? i - group : 0);
             for (const auto& packet : leadIn)
-                EXPECT_TRUE(static_cast<const Proc::DataPacketFF&>(*packet).GetLeadIn().empty());
+                EXPECT_TRUE(GetFacts(*packet).leadIn.empty());
             group = i;
         }
         EXPECT_EQ(packets.back()->GetPosition(), packets.size() > 1 ? end : packets.back()->GetPTS());

@@ -319,7 +319,8 @@ TEST(FramedTrackTest, ALastKeyPacketGetsItsParameterSets)
     TESSOR_SKIP_WITHOUT(avcClip);
     RawFile::Track source = ReadRawFile(ClipPath(avcClip)).tracks.at(0);
     source.packets.resize(1);
-    source.packets[0]->GetAVPacket()->flags = AV_PKT_FLAG_TRUSTED;
+    dynamic_cast<Proc::DataPacketFF&>(*source.packets[0]).HideKey();
+    ASSERT_FALSE(source.packets[0]->IsKeyFrame());
     const SP<IDataPacket> framed = Frame(source, *Muxer::Create("x.ts")).Read();
     EXPECT_TRUE(framed->IsKeyFrame());
     EXPECT_EQ(Payload(*framed).substr(0, 5), std::string("\0\0\0\1\x67", 5));

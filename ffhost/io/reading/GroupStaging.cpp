@@ -17,10 +17,10 @@ constexpr size_t MAX_LEAD_IN_PACKETS = 600;
 constexpr size_t MAX_LEAD_IN_BYTES = 64 << 20;
 constexpr size_t MAX_LOOK_AHEAD = 64;
 
-// TrackTimes takes the key flag from the last packet alone, and leaves this one.
+// TrackTimes hides the key flag of the last packet alone.
 bool IsLast(const Proc::DataPacketFF& packet)
 {
-    return (packet.GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0;
+    return packet.GetFacts().hiddenKey;
 }
 
 } // namespace
@@ -209,8 +209,7 @@ void GroupStaging::JoinGroupBefore()
 {
     const Packet key = staged.front();
     staged.pop_front();
-    AVPacket& record = *key->GetAVPacket();
-    record.flags = (record.flags & ~AV_PKT_FLAG_KEY) | AV_PKT_FLAG_TRUSTED;
+    key->HideKey();
     Deliver(key);
 }
 

@@ -133,7 +133,7 @@ private:
     avTime newestDts = NoTime;
     avTime deliveredTime = NoTime;
     bool keepsLeadIns = true;
-    Proc::DataPacketFF::LeadIn group; // the group being delivered, for the next one's lead-in; empty when too large
+    Proc::PacketFacts::LeadIn group; // the group being delivered, for the next one's lead-in; empty when too large
     size_t groupBytes = 0;
     bool groupTooLarge = false;
 };

@@ -217,10 +217,10 @@ void TrackTimes::Release(bool last, avTime next)
     if (held.duration <= 0)
         held.duration = next != NoTime ? next - held.dts : std::max<avTime>(usual, 1);
     usual = usual > 0 ? usual : held.duration;
-    if (last && !onlyOne && (held.packet->flags & AV_PKT_FLAG_KEY))
-        held.packet->flags = (held.packet->flags & ~AV_PKT_FLAG_KEY) | AV_PKT_FLAG_TRUSTED;
-    onlyOne = false;
     finished.push_back(Proc::DataPacketFF::Create(held.packet.release(), type, held.pts, held.dts, held.duration));
+    if (last && !onlyOne)
+        finished.back()->HideKey();
+    onlyOne = false;
     held = {};
 }
 

@@ -13,7 +13,7 @@ namespace Tessor::Host
 /// that strictly rises, and a duration above 0; of AMR, a packet for each frame. Packets that an edit list hides
 /// (AV_PKT_FLAG_DISCARD) stay where later ones that are shown may lean on them, none with a PTS beyond the end of what
 /// is shown; those that come last are gone.
-/// The last packet has lost its key flag to AV_PKT_FLAG_TRUSTED, unless it is the only one.
+/// The last packet hides its key flag (PacketFacts::hiddenKey), unless it is the only one.
 class TrackTimes
 {
 public:

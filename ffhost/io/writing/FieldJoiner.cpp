@@ -70,9 +70,9 @@ FieldJoiner::Packet FieldJoiner::Join(const IDataPacket& first, const IDataPacke
     packet->SetDTS(first.GetDTS());
     packet->SetDuration(end - start);
     packet->SetPosition(first.GetPosition());
-    joined->flags |= second.GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED;
-    if (const auto* own = dynamic_cast<const DataPacketFF*>(&first))
-        packet->SetEntered(own->IsEntered());
+    PacketFacts facts = GetFacts(first);
+    facts.hiddenKey = facts.hiddenKey || GetFacts(second).hiddenKey;
+    packet->SetFacts(std::move(facts));
     return packet;
 }
 

@@ -135,10 +135,9 @@ bool PacketGate::Fetch()
     fetched = nullptr;
     if (!packet)
         return false;
-    if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_TRUSTED) != 0)
+    if (GetFacts(*packet).hiddenKey)
     {
         packet = packet->Clone();
-        packet->GetAVPacket()->flags ^= AV_PKT_FLAG_TRUSTED;
         packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
     }
     const bool accepted = adts.Accept(*packet);

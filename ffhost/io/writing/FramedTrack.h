@@ -11,9 +11,9 @@ class PacketGate;
 /// A track's packets in the framing of the container that they go to: whoever fills a track of a muxer pulls from here
 /// and adds the track with GetFormatCodec.
 ///
-/// The key flag that the demuxer hides from cuts on the last packet of a track (AV_PKT_FLAG_TRUSTED) is back, so that
-/// this one gets its parameter sets, too. Key packets can be entered behind parameter sets that have changed within the
-/// stream. Packets that can't be framed are left out and counted.
+/// The key flag that the demuxer hides from cuts on the last packet of a track (PacketFacts::hiddenKey) is back, so
+/// that this one gets its parameter sets, too. Key packets can be entered behind parameter sets that have changed
+/// within the stream. Packets that can't be framed are left out and counted.
 class TESSOR_API FramedTrack
 {
 public:
