@@ -2,7 +2,6 @@
 
 #include "Proc/Settings/CutTimeline.h"
 
-#include <algorithm>
 #include <limits>
 #include <string>
 
@@ -25,25 +24,16 @@ bool SettingsFilterCutController::operator==(const SettingsFilterCutController& 
 
 void SettingsFilterCutController::AddInterval(avTime start, avTime end, avTime shift, bool deleted)
 {
+    const Interval laid{start, end, shift, deleted};
     if (start == NoTime || start >= end)
         return;
-    if (!intervals.empty())
-    {
-        // Times beyond the list count to its ends, and go on doing so between it and the new interval.
-        UpdateOptimizedList();
-        intervals.front().start = std::min(intervals.front().start, start);
-        intervals.back().end = std::max(intervals.back().end, end);
-    }
-    intervals.push_back({start, end, shift, deleted});
-    UpdateOptimizedList();
+    // an empty list has no ends that times beyond them could count to
+    intervals = intervals.empty() ? std::deque{laid} : CutTimeline(intervals).With(laid).GetIntervals();
 }
 
 void SettingsFilterCutController::UpdateOptimizedList()
 {
-    const CutTimeline timeline(intervals);
-    intervals.clear();
-    for (size_t i = 0; i < timeline.GetCount(); ++i)
-        intervals.push_back(timeline.GetInterval(i));
+    intervals = CutTimeline(intervals).GetIntervals();
 }
 
 int32_t SettingsFilterCutController::GetIntervalIndex(avTime t) const
@@ -58,14 +48,12 @@ Interval SettingsFilterCutController::GetOptInterval(size_t index) const
 
 avTime SettingsFilterCutController::GetIntervalEndTime(avTime t) const
 {
-    const CutTimeline timeline(intervals);
-    return timeline.GetInterval(timeline.GetIndex(t)).end;
+    return CutTimeline(intervals).GetIntervalEndTime(t);
 }
 
 bool SettingsFilterCutController::IsPointDeleted(avTime t) const
 {
-    const CutTimeline timeline(intervals);
-    return timeline.GetInterval(timeline.GetIndex(t)).deleted;
+    return CutTimeline(intervals).IsPointDeleted(t);
 }
 
 avTime SettingsFilterCutController::Source2Result(avTime t) const

@@ -17,11 +17,11 @@ namespace Tessor::Proc
 ///     result   |--kept--|--kept--|
 ///
 /// Times before or after the list count to its first or last interval; times of a kept first interval stay as they are,
-/// and behind a deleted first one the result starts at 0. Gaps of a list count as kept, as does everything when the
+/// and after a deleted first one the result starts at 0. Gaps of a list count as kept, as does everything when the
 /// list is empty.
 ///
-/// The lookups answer for the optimised list, whether or not the list has been brought into that form yet. Each call
-/// compiles the list: who asks often holds a CutTimeline.
+/// The lookups answer for the optimised list, whether or not the list has been brought into that form yet. They are
+/// those of CutTimeline, for a single question: each call compiles the list, and who asks again holds a timeline.
 class TESSOR_API SettingsFilterCutController final : public Settings
 {
 public:
