@@ -21,6 +21,11 @@ namespace
 using namespace Proc;
 using FrameSkipper = DataSkipperStreamImpl<IStreamVideo>;
 
+SP<CutIntervals> Intervals(const Ranges& kept)
+{
+    return Cutter(kept)->GetIntervals();
+}
+
 std::string PrintTimes(const FrameSkipper& skipper)
 {
     std::string text;
@@ -43,7 +48,7 @@ TEST(FrameSkipper, GivesEvenTimesAndFoldsRepeats)
         SCOPED_TRACE(script);
         const auto source = ScriptedVideo::Create(script);
         source->GetFormatCodec()->SetFrameRate(25, 1);
-        const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter(kept)));
+        const SP<FrameSkipper> skipper(new FrameSkipper(source, Intervals(kept)));
         EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper), Show::Values), delivered);
         EXPECT_EQ(PrintTimes(*skipper), times);
     }
@@ -88,7 +93,7 @@ TEST(FrameSkipper, LooksAtVisiblePixelsOnly)
                 frame->SetDuration(item->GetDuration());
                 return frame;
             };
-            const SP<FrameSkipper> skipper(new FrameSkipper(source, Cutter({{0, 1000}})));
+            const SP<FrameSkipper> skipper(new FrameSkipper(source, Intervals({{0, 1000}})));
             EXPECT_EQ(ReadAll(SP<IStreamVideo>(skipper)), "0:? E") << av_get_pix_fmt_name(format);
             EXPECT_EQ(PrintTimes(*skipper), "0:120");
         }
@@ -98,7 +103,7 @@ TEST(FrameSkipper, RoundsDownWithNothingLostOnTheWay)
 {
     const auto source = ScriptedVideo::Create(Regular(200));
     source->GetFormatCodec()->SetFrameRate(30000, 1001);
-    const SP<IStreamVideo> skipper(new FrameSkipper(source, Cutter({{0, 100000}})));
+    const SP<IStreamVideo> skipper(new FrameSkipper(source, Intervals({{0, 100000}})));
     for (int64_t i = 0; i < 200; ++i)
         ASSERT_EQ(skipper->Read()->GetPTS(), 1001 * i * 1000000 / 30000);
 }
@@ -106,7 +111,7 @@ TEST(FrameSkipper, RoundsDownWithNothingLostOnTheWay)
 TEST(FrameSkipper, WantsAFrameRate)
 {
     const auto source = ScriptedVideo::Create("0 40 80");
-    const SP<IStreamVideo> skipper(new FrameSkipper(source, Cutter({{0, 1000}})));
+    const SP<IStreamVideo> skipper(new FrameSkipper(source, Intervals({{0, 1000}})));
     source->GetFormatCodec()->SetFrameRate(0, 1);
     EXPECT_EQ(ReadAll(skipper), "!(Wrong fps!)");
 }
@@ -114,7 +119,7 @@ TEST(FrameSkipper, WantsAFrameRate)
 TEST(PacketSkipper, CutsPacketsAndCountsThem)
 {
     const auto source = ScriptedRaw::Create("0K 40d20 80 120 ?:40");
-    const SP<IStreamRaw> skipper(new DataSkipperStreamImpl<IStreamRaw>(source, Cutter({{40, 80}, {120, 1000}})));
+    const SP<IStreamRaw> skipper(new DataSkipperStreamImpl<IStreamRaw>(source, Intervals({{40, 80}, {120, 1000}})));
     Seek(skipper, 0);
     EXPECT_EQ(source->TakeLog(), "RequestSeek(40) DoSeek");
     EXPECT_EQ(ReadAll(skipper), "0d-20 40 ? E");

@@ -116,7 +116,7 @@ TEST(FilterCutController, AllStreamsJumpTogetherAndOnce)
     const auto log = videoSource->log = audioSource->log;
     const auto video = controller->AddStream(SP<IStreamVideo>(videoSource));
     const auto audio = controller->AddStream(SP<IStreamAudio>(audioSource));
-    const uint64_t before = controller->GetMoveCount();
+    const uint64_t before = controller->GetJumps()->GetMoveCount();
     controller->SeekToNextPosition(NoTime);
     EXPECT_EQ(log->Take(), "");
     controller->SeekToNextPosition(1000 * ms);
@@ -124,7 +124,7 @@ TEST(FilterCutController, AllStreamsJumpTogetherAndOnce)
     // whoever read what he read before that jump has been moved by it, wherever the others stand by now
     Seek(videoSource, 2000 * ms);
     log->Take();
-    controller->SeekToNextPosition(1000 * ms, before);
+    controller->GetJumps()->SeekToNextPosition(1000 * ms, before);
     EXPECT_EQ(log->Take(), "");
     // all stand in kept time now: nobody needs the same jump again
     Seek(videoSource, 8000 * ms);
@@ -256,7 +256,7 @@ TEST(DecodedCut, SavedItemsComeFirstAfterAJump)
 
     const TwoCuts whole;
     EXPECT_EQ(ReadSome(whole.video, 3), "0 1000 2000");
-    whole.controller->KeepWhole(0, MAX_DURATION);
+    whole.controller->GetIntervals()->KeepWhole(0, MAX_DURATION);
     EXPECT_EQ(ReadAll(whole.audio, Show::Values), "0=0 1000:1000=1 8000=8 9000=9 E") << "nothing is cut any more";
 
     const TwoCuts failing("0 ! 1000 2000 3000 4000 5000 6000 7000 8000 9000");

@@ -95,7 +95,7 @@ private:
 
     void SeekAll(avTime target)
     {
-        const avTime sourceTarget = std::min(controller->Result2Source(target), file.duration);
+        const avTime sourceTarget = std::min(controller->GetIntervals()->Result2Source(target), file.duration);
         for (size_t i = 0; i < cuts.size(); ++i)
         {
             cuts[i]->RequestSeek(target, nullptr);

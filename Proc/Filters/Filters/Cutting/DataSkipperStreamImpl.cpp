@@ -51,10 +51,10 @@ void LogTimes(const SP<Item>& original, avTime pts, avTime duration)
 
 template <class IStreamThis>
 DataSkipperStreamImpl<IStreamThis>::DataSkipperStreamImpl(const SP<IStreamThis>& source,
-                                                          const SP<FilterCutController>& controller)
+                                                          const SP<CutIntervals>& intervals)
     : PassThrough<IStreamThis>(source, "DataSkipperStreamImpl", FRAME_ALLOC_NONE), SkipperMediaType<IStreamThis>(
                                                                                        source),
-      controller(controller)
+      intervals(intervals)
 {
 }
 
@@ -143,16 +143,16 @@ auto DataSkipperStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
 template <class IStreamThis>
 void DataSkipperStreamImpl<IStreamThis>::RequestSeekInternal(avTime target, SP<IStream> partner)
 {
-    this->parentStream->RequestSeek(controller->Result2Source(target), partner);
+    this->parentStream->RequestSeek(intervals->Result2Source(target), partner);
 }
 
 template <class IStreamThis>
 auto DataSkipperStreamImpl<IStreamThis>::Cut(const SP<Item>& item) const -> SP<Item>
 {
     if constexpr (std::is_same_v<Item, IDataPacket>)
-        return controller->CutData(item);
+        return intervals->CutData(item);
     else
-        return controller->CutDataTemplate(item);
+        return intervals->CutDataTemplate(item);
 }
 
 template class DataSkipperStreamImpl<IStreamVideo>;

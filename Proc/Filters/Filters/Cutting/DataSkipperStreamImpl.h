@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
+#include "Proc/Filters/Filters/Cutting/CutIntervals.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
 #include "Proc/StreamTemplates/PassThrough.h"
@@ -47,7 +47,7 @@ class TESSOR_API DataSkipperStreamImpl final : public PassThrough<IStreamThis>,
 public:
     using Item = typename IStreamThis::Item;
 
-    DataSkipperStreamImpl(const SP<IStreamThis>& source, const SP<FilterCutController>& controller);
+    DataSkipperStreamImpl(const SP<IStreamThis>& source, const SP<CutIntervals>& intervals);
 
     /// One entry a frame delivered: its time in the result, and the time that it covers with all repeats.
     std::map<avTime, avTime> GetProcessedPktsTimes() const { return processedPkts; }
@@ -67,7 +67,7 @@ private:
     SP<Item> Cut(const SP<Item>& item) const;
     avTime GetEvenTime() const;
 
-    const SP<FilterCutController> controller;
+    const SP<CutIntervals> intervals;
     uint64_t itemsDelivered = 0; // for statistics, and the clock of the even times
     std::map<avTime, avTime> processedPkts;
     avTime lastPts = NoTime;  // the entry that repeats are added to

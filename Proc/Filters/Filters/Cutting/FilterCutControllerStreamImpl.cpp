@@ -1,7 +1,6 @@
 #include "Proc/Filters/Filters/Cutting/FilterCutControllerStreamImpl.h"
 
 #include "Fnd/Statistics.h"
-#include "Proc/StreamTemplates/NotImplemented.h"
 
 namespace Tessor::Proc
 {
@@ -18,29 +17,13 @@ constexpr const char* STREAM_TYPE<IStreamAudio> = "Tessor::Proc::IStreamAudio";
 template <>
 constexpr const char* STREAM_TYPE<IStreamSubtitle> = "Tessor::Proc::IStreamSubtitle";
 
-using Lock = boost::lock_guard<boost::recursive_mutex>;
-
 } // namespace
 
 template <class IStreamThis>
 FilterCutControllerStreamImpl<IStreamThis>::FilterCutControllerStreamImpl(const SP<IStreamThis>& source,
-                                                                          const SP<FilterCutController>& controller)
-    : PassThrough<IStreamThis>(source, "FilterCutControllerStreamImpl", FRAME_ALLOC_NONE), controller(controller)
+                                                                          const CutShare& share)
+    : CutStream<IStreamThis>(source, share, "FilterCutControllerStreamImpl", FRAME_ALLOC_NONE)
 {
-}
-
-template <class IStreamThis>
-FilterCutControllerStreamImpl<IStreamThis>::~FilterCutControllerStreamImpl()
-{
-    // Once the link is gone no jump of another stream starts the helper again.
-    controller->EraseStream(this->parentStream.get());
-    saveThread.WaitForAll();
-}
-
-template <class IStreamThis>
-void FilterCutControllerStreamImpl<IStreamThis>::Initialize(const Core::Property&)
-{
-    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 template <class IStreamThis>
@@ -57,11 +40,11 @@ template <class IStreamThis>
 void FilterCutControllerStreamImpl<IStreamThis>::ReleaseInternalData()
 {
     {
-        const Lock lock(mutex);
+        const Lock lock(this->mutex);
         std::deque<SP<Item>>().swap(savedData);
     }
     // Outside of the lock, for the base takes readMutex, under which a read takes the lock.
-    PassThrough<IStreamThis>::ReleaseInternalData();
+    CutStream<IStreamThis>::ReleaseInternalData();
 }
 
 /// The oldest saved item, or the source's next one.
@@ -69,79 +52,50 @@ template <class IStreamThis>
 auto FilterCutControllerStreamImpl<IStreamThis>::TakeItem() -> SP<Item>
 {
     if (savedData.empty())
-        return eof ? nullptr : this->parentStream->Read();
+        return this->eof ? nullptr : this->parentStream->Read();
     const SP<Item> item = savedData.front();
     savedData.pop_front();
     return item;
 }
 
+/// Saved items come first, also when the list has widened to one kept interval meanwhile.
 template <class IStreamThis>
-auto FilterCutControllerStreamImpl<IStreamThis>::ReadInternal() -> SP<Item>
+bool FilterCutControllerStreamImpl<IStreamThis>::PassesUncut()
 {
-    boost::unique_lock<boost::recursive_mutex> lock(mutex);
-    // Saved items come first, also when the list has widened to one kept interval meanwhile.
-    if (savedData.empty() && controller->CutsAreAbsent())
-        return this->parentStream->Read();
+    return savedData.empty() && this->intervals->CutsAreAbsent();
+}
 
-    // A stretch is jumped once in a call: from a source that lands before its end the rest of it is read through.
-    avTime jumped = NoTime;
-    while (!this->IsTerminated())
+template <class IStreamThis>
+auto FilterCutControllerStreamImpl<IStreamThis>::TakeTurn() -> Turn
+{
+    const bool wasSaved = !savedData.empty();
+    const uint64_t movesSeen = this->jumps->GetMoveCount();
+    const SP<Item> item = TakeItem();
+    if (!item)
+        return {.ended = true};
+    const avTime pts = item->GetPTS();
+    if (const SP<Item> cut = this->intervals->CutDataTemplate(item))
     {
-        const bool wasSaved = !savedData.empty();
-        const uint64_t movesSeen = controller->GetMoveCount();
-        const SP<Item> item = TakeItem();
-        if (!item)
-            return nullptr;
-        const avTime pts = item->GetPTS();
-        if (SP<Item> cut = controller->CutDataTemplate(item))
-        {
-            ++itemsOut;
-            return cut;
-        }
-        // An item of kept time was dropped for its own sake, and tells nothing about what follows.
-        if (!controller->IsPointDeleted(pts))
-            continue;
-        eof = controller->CheckPositionForEOF(pts);
-        if (eof)
-            return nullptr;
-        const avTime stretchEnd = controller->GetIntervalEndTime(pts);
-        if (wasSaved || stretchEnd == jumped)
-            continue; // behind saved items the source stands further on already
-        jumped = stretchEnd;
-        lock.unlock(); // the jump waits for this stream's helper
-        controller->SeekToNextPosition(pts, movesSeen);
-        lock.lock();
+        ++itemsOut;
+        return {.item = cut};
     }
-    return nullptr;
-}
-
-template <class IStreamThis>
-void FilterCutControllerStreamImpl<IStreamThis>::RequestSeekInternal(avTime time, SP<IStream> requester)
-{
-    controller->DetectNewGOPS(); // before the mapping, for it moves starts of intervals
-    eof = false;
-    this->parentStream->RequestSeek(controller->Result2Source(time), requester);
-}
-
-template <class IStreamThis>
-void FilterCutControllerStreamImpl<IStreamThis>::SavePacketsBeforeSeek(avTime start, avTime)
-{
-    saveThread.Start([this, start] { SavePacketsBeforeSeek_thread(start); }, [this] { controller->RefuseJump(); });
-}
-
-template <class IStreamThis>
-void FilterCutControllerStreamImpl<IStreamThis>::SavePacketsBeforeSeek_thread(avTime start)
-{
-    while (!this->IsTerminated() && SaveOne(start))
-    {
-    }
+    // An item of kept time was dropped for its own sake, and tells nothing about what follows.
+    if (!this->intervals->IsPointDeleted(pts))
+        return {};
+    this->eof = this->jumps->CheckPositionForEOF(pts);
+    if (this->eof)
+        return {.ended = true};
+    const avTime stretchEnd = this->intervals->GetIntervalEndTime(pts);
+    if (wasSaved || stretchEnd == jumped)
+        return {}; // after saved items the source stands further on already
+    jumped = stretchEnd;
+    return {.move = [this, pts, movesSeen] { this->jumps->SeekToNextPosition(pts, movesSeen); }};
 }
 
 /// Reads one item; false when nothing before `start` can follow.
 template <class IStreamThis>
 bool FilterCutControllerStreamImpl<IStreamThis>::SaveOne(avTime start)
 {
-    const Lock lock(mutex);
     if (this->parentStream->GetPosition() >= start)
         return false;
     const SP<Item> item = this->parentStream->Read();

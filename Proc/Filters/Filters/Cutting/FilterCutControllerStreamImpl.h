@@ -1,8 +1,6 @@
 #pragma once
 
-#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
-#include "Proc/Filters/Filters/Cutting/SaveThread.h"
-#include "Proc/StreamTemplates/PassThrough.h"
+#include "Proc/Filters/Filters/Cutting/CutStream.h"
 
 #include <atomic>
 #include <deque>
@@ -11,50 +9,41 @@ namespace Tessor::Proc
 {
 
 /// The cut stream for decoded media: each item is cut by itself. Instances: video, audio, subtitle.
-///
-/// Threads: one thread reads and seeks; during a jump over a long deleted stretch a helper thread reads the source too,
-/// and saves what lies before the stretch.
 template <class IStreamThis>
-class TESSOR_API FilterCutControllerStreamImpl final : public virtual IStreamCutInterval,
-                                                       public PassThrough<IStreamThis>,
-                                                       public RefCountImpl
+class TESSOR_API FilterCutControllerStreamImpl final : public CutStream<IStreamThis>, public RefCountImpl
 {
 public:
-    using Item = typename IStreamThis::Item;
+    using typename CutStream<IStreamThis>::Item;
 
     /// FilterCutController::AddStream makes these.
-    FilterCutControllerStreamImpl(const SP<IStreamThis>& source, const SP<FilterCutController>& controller);
-    ~FilterCutControllerStreamImpl() override;
+    FilterCutControllerStreamImpl(const SP<IStreamThis>& source, const CutShare& share);
+    ~FilterCutControllerStreamImpl() override { this->LeaveJumps(); }
 
 private:
+    using typename CutStream<IStreamThis>::Lock;
+    using typename CutStream<IStreamThis>::Turn;
+
     // IStream
-    void Initialize(const Core::Property& settings) override;
-    Core::Property GetSettings() const override { return Core::Property(); }
-    avTime GetDuration() const override { return controller->Source2Result(this->parentStream->GetDuration()); }
     Core::Property GetStatistic() const override;
     void ReleaseInternalData() override;
     SP<typename IStreamThis::Format> GetFormatCodec() const override { return this->parentStream->GetFormatCodec(); }
 
     // IStreamCutInterval
-    avTime GetSourcePosition() override { return this->parentStream->GetPosition(); }
-    void SavePacketsBeforeSeek(avTime start, avTime end) override;
-    void WaitForSeek() override { saveThread.Wait(); }
     bool IsRawStream() override { return false; }
     bool KeyframeSeek() override { return false; }
 
-    // StreamImpl
-    SP<Item> ReadInternal() override;
-    void RequestSeekInternal(avTime time, SP<IStream> requester) override;
+    // CutStream
+    bool PassesUncut() override;
+    void BeginRead() override { jumped = NoTime; }
+    Turn TakeTurn() override;
+    void BeginSeek() override {} // what is saved stays
+    bool SaveOne(avTime start) override;
 
     SP<Item> TakeItem();
-    void SavePacketsBeforeSeek_thread(avTime start);
-    bool SaveOne(avTime start);
 
-    const SP<FilterCutController> controller;
-    bool eof = false;                  // nothing can follow; until the next seek
-    boost::recursive_mutex mutex;      // guards reading of the source and savedData
-    SaveThread saveThread;             // runs during a jump
-    std::deque<SP<Item>> savedData;    // read by the helper, in order: read before anything else
+    std::deque<SP<Item>> savedData; // read by the helper, in order: read before anything else
+    avTime jumped = NoTime; // end of the stretch that this read jumped: from a source that lands before it the rest is
+                            // read through
     const uint64_t itemsIn = 0;        // the first place of the record, where nothing is counted
     std::atomic<uint64_t> itemsOut{0}; // delivered, but for those that pass straight through
 };

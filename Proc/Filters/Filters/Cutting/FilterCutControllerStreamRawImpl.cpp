@@ -1,11 +1,10 @@
 #include "Proc/Filters/Filters/Cutting/FilterCutControllerStreamRawImpl.h"
 
-#include "Fnd/Exception.h"
 #include "Fnd/Statistics.h"
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/Filters/Filters/Cutting/GOPRecoder.h"
-#include "Proc/StreamTemplates/NotImplemented.h"
+#include "Proc/Filters/Filters/Cutting/GroupFate.h"
 #include "media/formats/IFormatCodecVideo.h"
 
 #include <glog/logging.h>
@@ -21,12 +20,6 @@ namespace
 // Further than any packet of sound is long, and far less than a stretch that is jumped over.
 constexpr avTime LARGEST_STEP_BACK = 1000000;
 
-// A length; times that are equal are no distance apart, known or not.
-avTime Distance(avTime start, avTime end)
-{
-    return start == end ? 0 : SubTime(end, start);
-}
-
 std::string Times(const IDataPacket& packet)
 {
     return T2S(packet.GetPTS()) + ", " + T2S(packet.GetDTS()) + ", " + T2S(packet.GetDuration());
@@ -34,28 +27,16 @@ std::string Times(const IDataPacket& packet)
 
 } // namespace
 
-FilterCutControllerStreamRawImpl::FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source,
-                                                                   const SP<FilterCutController>& controller,
+FilterCutControllerStreamRawImpl::FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source, const CutShare& share,
                                                                    const SP<ICodecFactory>& factory)
-    : PassThrough(source, "FilterCutControllerStreamRawImpl"), controller(controller), codecFactory(factory),
+    : CutStream(source, share, "FilterCutControllerStreamRawImpl", FRAME_ALLOC_CPU), codecFactory(factory),
       ability(SearchRecodeAbility(source, factory)), video(source->GetMediaType() == MediaType::Video)
 {
-}
-
-FilterCutControllerStreamRawImpl::~FilterCutControllerStreamRawImpl()
-{
-    saveThread.WaitForAll();
-    controller->EraseStream(parentStream.get());
 }
 
 bool FilterCutControllerStreamRawImpl::CanCutAnywhere() const
 {
     return !video || ability.canRecode;
-}
-
-void FilterCutControllerStreamRawImpl::Initialize(const Core::Property&)
-{
-    ThrowMethodNotImplemented(TESSOR_HERE);
 }
 
 SP<Conf::IFormatCodec> FilterCutControllerStreamRawImpl::GetFormatCodec() const
@@ -91,53 +72,32 @@ Core::Property FilterCutControllerStreamRawImpl::GetStatistic() const
     return statistic;
 }
 
-SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadInternal()
-{
-    if (PassesUncut())
-        return ReadPacket();
-    bool sought;
-    {
-        const Lock lock(mutex);
-        sought = std::exchange(seekRequested, false);
-        eof = false;
-    }
-    while (!IsTerminated())
-    {
-        avTime next = NoTime, back;
-        uint64_t moves;
-        {
-            const Lock lock(mutex);
-            if (const SP<IDataPacket> packet = TakeOutput())
-                return packet;
-            back = rereadFrom;
-            if (back == NoTime && eof)
-                return nullptr;
-            if (back == NoTime)
-                next = GetNextSeekPositionAfterGOP(sought);
-            moves = movesSeen;
-        }
-        // The jump waits for this stream's own helper thread, which needs the mutex.
-        if (next != NoTime)
-            controller->SeekToNextPosition(next, moves);
-        if (back != NoTime)
-            Reread(back);
-    }
-    return nullptr;
-}
-
-/// Without cuts the source passes. Where there were some when reading began, groups may still come again.
+/// Where there were cuts when reading began, groups may still come again.
 bool FilterCutControllerStreamRawImpl::PassesUncut()
 {
-    const Lock lock(mutex);
     FollowSource();
     const bool begun = handled != Place() || !outputPackets.empty() || queue.Position() != NoTime || queue.Size() > 0;
-    return !begun && controller->CutsAreAbsent();
+    return !begun && intervals->CutsAreAbsent();
 }
 
-SP<IDataPacket> FilterCutControllerStreamRawImpl::ReadPacket()
+void FilterCutControllerStreamRawImpl::BeginRead()
 {
-    const Lock lock(mutex);
-    return parentStream->Read();
+    soughtInRead = std::exchange(seekRequested, false);
+    eof = false;
+}
+
+auto FilterCutControllerStreamRawImpl::TakeTurn() -> Turn
+{
+    if (const SP<IDataPacket> packet = TakeOutput())
+        return {.item = packet};
+    if (rereadFrom != NoTime)
+        return {.move = [this, from = rereadFrom] { Reread(from); }};
+    if (eof)
+        return {.ended = true};
+    const avTime next = GetNextSeekPositionAfterGOP(soughtInRead);
+    if (next == NoTime)
+        return {};
+    return {.move = [this, next, moves = movesSeen] { jumps->SeekToNextPosition(next, moves); }};
 }
 
 SP<IDataPacket> FilterCutControllerStreamRawImpl::TakeOutput()
@@ -150,24 +110,18 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::TakeOutput()
     return packet;
 }
 
-void FilterCutControllerStreamRawImpl::RequestSeekInternal(avTime target, SP<IStream> partner)
+void FilterCutControllerStreamRawImpl::BeginSeek()
 {
-    controller->DetectNewGOPS(); // before the mapping: it may move starts of intervals
-    {
-        const Lock lock(mutex);
-        eof = false;
-        seekRequested = true;
-        handled = Place();
-        movesSeen = NOT_FOLLOWED;
-        savedTo = rereadFrom = NoTime;
-    }
-    parentStream->RequestSeek(controller->Result2Source(target), partner);
+    seekRequested = true;
+    handled = Place();
+    movesSeen = NOT_FOLLOWED;
+    savedTo = rereadFrom = NoTime;
 }
 
 /// After a move of the source what was read of it for later is of no use: it comes again, or was jumped over.
 void FilterCutControllerStreamRawImpl::FollowSource()
 {
-    const uint64_t moves = controller->GetMoveCount();
+    const uint64_t moves = jumps->GetMoveCount();
     if (movesSeen == moves)
         return;
     movesSeen = moves;
@@ -181,8 +135,8 @@ void FilterCutControllerStreamRawImpl::FollowSource()
 /// become kept because one of them starts on key frames only.
 avTime FilterCutControllerStreamRawImpl::GetStartLimit() const
 {
-    const bool jumped = savedTo != NoTime && controller->IsPointDeleted(savedTo);
-    return jumped ? controller->GetIntervalEndTime(savedTo) : NoTime;
+    const bool jumped = savedTo != NoTime && intervals->IsPointDeleted(savedTo);
+    return jumped ? intervals->GetIntervalEndTime(savedTo) : NoTime;
 }
 
 /// Reads a group from one place: no move comes in between.
@@ -191,8 +145,8 @@ bool FilterCutControllerStreamRawImpl::ReadGOP()
     while (true)
     {
         FollowSource();
-        const auto hold = controller->HoldSources();
-        if (controller->GetMoveCount() == movesSeen)
+        const auto hold = jumps->HoldSources();
+        if (jumps->GetMoveCount() == movesSeen)
             return queue.ReadGOP(parentStream);
     }
 }
@@ -226,33 +180,25 @@ avTime FilterCutControllerStreamRawImpl::GetNextSeekPositionAfterGOP(bool& sough
 
 avTime FilterCutControllerStreamRawImpl::CutGOP(avTime gopStart, avTime gopEnd, bool& sought)
 {
-    // Where stamps repeat or step back a group has no length, and says nothing about what follows. It is not for that
-    // to be lost: it is kept or deleted by its start, as a packet is.
-    if (gopEnd <= gopStart && gopStart != NoTime && !controller->IsPointDeleted(gopStart))
-    {
-        sought = false;
-        PassGOP();
-        return NoTime;
-    }
-    const avTime gopDuration = Distance(gopStart, gopEnd);
-    if (gopDuration < 0)
+    GroupFate fate = FindGroupFate(intervals->GetTimeline(), gopStart, gopEnd);
+    if (fate == GroupFate::Discard)
     {
         queue.SoftReset();
-        VLOG(31) << "GOP: " << T2S(gopStart) << " + " << T2S(gopDuration) << " = " << T2S(gopEnd);
+        VLOG(31) << "GOP: " << T2S(gopStart) << " + " << T2S(SubTime(gopEnd, gopStart)) << " = " << T2S(gopEnd);
         return NoTime;
     }
-    avTime resultDuration = controller->GetResultDuration(gopStart, gopEnd);
-    if (resultDuration < 0)
-        return NoTime;
-    if (resultDuration == 0)
+    if (fate == GroupFate::Drop)
     {
         seekRequested |= gopEnd == gopStart;
         return DropGOP(gopStart, sought);
     }
-    if (KeyframeSeek() && resultDuration != gopDuration)
-        resultDuration = controller->KeepWhole(gopStart, gopEnd);
+    if (fate == GroupFate::Part && KeyframeSeek())
+    {
+        intervals->KeepWhole(gopStart, gopEnd);
+        fate = FindGroupFate(intervals->GetTimeline(), gopStart, gopEnd);
+    }
     sought = false;
-    if (resultDuration != gopDuration)
+    if (fate == GroupFate::Part)
         RecodeGOP();
     else
         PassGOP();
@@ -265,13 +211,13 @@ avTime FilterCutControllerStreamRawImpl::CutPiece(avTime gopEnd, bool& sought)
 {
     const avTime start = pieceEnd; // other packets than key frames may be placed by the end of what they show
     pieceEnd = std::max(start, gopEnd);
-    const bool kept = start < pieceEnd ? controller->GetResultDuration(start, pieceEnd) > 0
-                                       : !queue.GoesOn() && !controller->IsPointDeleted(start);
+    const bool kept = start < pieceEnd ? intervals->GetTimeline().GetResultDuration(start, pieceEnd) > 0
+                                       : !queue.GoesOn() && !intervals->IsPointDeleted(start);
     if (!kept && !piecesKept)
         return DropGOP(start, sought);
     sought = false;
     const bool incomplete = queue.GoesOn() && !piecesKept;
-    controller->KeepWhole(firstPiece, pieceEnd);
+    intervals->KeepWhole(firstPiece, pieceEnd);
     piecesKept = true;
     if (incomplete)
     {
@@ -291,14 +237,14 @@ avTime FilterCutControllerStreamRawImpl::DropGOP(avTime gopStart, bool& sought)
     if (sought)
         return NoTime;
     sought = true;
-    eof = controller->CheckPositionForEOF(gopStart);
+    eof = jumps->CheckPositionForEOF(gopStart);
     return KeyframeSeek() && !eof ? gopStart : NoTime;
 }
 
 /// Goes back, with all streams of the file, to a piece that was dropped before it was known to be needed.
 void FilterCutControllerStreamRawImpl::Reread(avTime start)
 {
-    controller->SeekInputStreams(start, false);
+    jumps->SeekInputStreams(start, false);
     const Lock lock(mutex);
     rereadFrom = NoTime;
 }
@@ -309,7 +255,7 @@ void FilterCutControllerStreamRawImpl::PassGOP()
     while (queue.Size() > 0)
     {
         const SP<IDataPacket> packet = queue.Pop();
-        SP<IDataPacket> cut = controller->CutData(packet);
+        SP<IDataPacket> cut = intervals->CutData(packet);
         if (!cut)
         {
             VLOG(31) << "Time shift: " << T2S(packet->GetPTS()) << ", " << T2S(packet->GetDTS()) << " --> NULL";
@@ -338,7 +284,7 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::AddPacketHeader(const SP<IData
 void FilterCutControllerStreamRawImpl::RecodeGOP()
 {
     const bool reencode = video && !KeyframeSeek();
-    GOPRecoder recoder(parentStream, queue, controller, codecFactory, ability, reencode);
+    GOPRecoder recoder(parentStream, queue, intervals, codecFactory, ability, reencode);
     for (const SP<IDataPacket>& packet : recoder.Recode())
     {
         ++recodedPackets;
@@ -351,32 +297,24 @@ void FilterCutControllerStreamRawImpl::RecodeGOP()
     VLOG(31) << "--------";
 }
 
-void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek(avTime start, avTime end)
+bool FilterCutControllerStreamRawImpl::SaveOne(avTime start)
 {
-    saveThread.Start([this, start, end] { SavePacketsBeforeSeek_thread(start, end); },
-                     [this] { controller->RefuseJump(); });
+    const bool more = SaveGOP(start);
+    if (!more)
+        savedTo = start;
+    return more;
 }
 
-void FilterCutControllerStreamRawImpl::SavePacketsBeforeSeek_thread(avTime start, avTime)
+/// Handles one group; false when what is to be kept before `start` can't be in a later one.
+bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start)
 {
-    // Stamps of sound may step back: what is to be kept may come after the first packets of the stretch.
-    const avTime saveTo = video ? start : AddTime(start, LARGEST_STEP_BACK);
-    while (!IsTerminated() && SaveGOP(start, saveTo))
-    {
-    }
-    const Lock lock(mutex);
-    savedTo = start;
-}
-
-/// Handles one group that begins before `saveTo`; false when there is none any more.
-bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start, avTime saveTo)
-{
-    const Lock lock(mutex);
     FollowSource();
     if (rereadFrom != NoTime)
-        controller->RefuseJump(); // the reader has to go back before
+        jumps->RefuseJump(); // the reader has to go back before
     if (rereadFrom != NoTime || eof)
         return false;
+    // Stamps of sound may step back: what is to be kept may come after the first packets of the stretch.
+    const avTime saveTo = video ? start : AddTime(start, LARGEST_STEP_BACK);
     avTime position = queue.Position();
     if (position == NoTime)
         position = parentStream->GetPosition();
@@ -385,7 +323,7 @@ bool FilterCutControllerStreamRawImpl::SaveGOP(avTime start, avTime saveTo)
         return false;
     bool sought = std::exchange(seekRequested, false);
     const avTime next = GetNextSeekPositionAfterGOP(sought);
-    return next == NoTime || controller->GetIntervalEndTime(next) != start;
+    return next == NoTime || intervals->GetIntervalEndTime(next) != start;
 }
 
 } // namespace Tessor::Proc

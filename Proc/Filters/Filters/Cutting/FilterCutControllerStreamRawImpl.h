@@ -1,13 +1,8 @@
 #pragma once
 
-#include "Proc/Filters/Filters/Cutting/FilterCutController.h"
+#include "Proc/Filters/Filters/Cutting/CutStream.h"
 #include "Proc/Filters/Filters/Cutting/PacketQueueWithGOP.h"
 #include "Proc/Filters/Filters/Cutting/RecodeSearch.h"
-#include "Proc/Filters/Filters/Cutting/SaveThread.h"
-#include "Proc/StreamTemplates/IStreamCutInterval.h"
-#include "Proc/StreamTemplates/IStreamRaw.h"
-#include "Proc/StreamTemplates/PassThrough.h"
-#include "host/ICodecFactory.h"
 
 #include <algorithm>
 #include <atomic>
@@ -29,40 +24,34 @@ namespace Tessor::Proc
 /// Only video is ever re-encoded; packets of other kinds are cut one by one by their time.
 ///
 /// The source may be put back at any time, for all sources of a file move together: `handled` says what is new.
-///
-/// Threads: one thread reads and seeks; during a jump over a long deleted stretch a helper thread reads as well.
-class TESSOR_API FilterCutControllerStreamRawImpl final : public virtual IStreamCutInterval,
-                                                          public PassThrough<IStreamRaw>,
-                                                          public RefCountImpl
+class TESSOR_API FilterCutControllerStreamRawImpl final : public CutStream<IStreamRaw>, public RefCountImpl
 {
 public:
     /// Searches for an encoder that can stand in for the source's, which reads packets from the source. Throws
     /// Core::NotEnoughResource when the encoder is there but busy: the caller may try again later.
-    FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source, const SP<FilterCutController>& controller,
+    FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source, const CutShare& share,
                                      const SP<ICodecFactory>& factory);
-    ~FilterCutControllerStreamRawImpl() override;
+    ~FilterCutControllerStreamRawImpl() override { LeaveJumps(); }
 
     /// True when cuts are exact: the stream can re-encode, or needs no key frames.
     bool CanCutAnywhere() const;
 
 private:
-    using Lock = boost::lock_guard<boost::recursive_mutex>;
-
-    void Initialize(const Core::Property& settings) override;
-    Core::Property GetSettings() const override { return Core::Property(); }
-    avTime GetDuration() const override { return controller->Source2Result(parentStream->GetDuration()); }
+    // IStream
     SP<Conf::IFormatCodec> GetFormatCodec() const override;
     Core::Property GetStatistic() const override;
     MediaType GetMediaType() const override { return parentStream->GetMediaType(); }
 
-    avTime GetSourcePosition() override { return parentStream->GetPosition(); }
-    void SavePacketsBeforeSeek(avTime start, avTime end) override;
-    void WaitForSeek() override { saveThread.Wait(); }
+    // IStreamCutInterval
     bool IsRawStream() override { return true; }
     bool KeyframeSeek() override { return !CanCutAnywhere(); }
 
-    SP<IDataPacket> ReadInternal() override;
-    void RequestSeekInternal(avTime target, SP<IStream> partner) override;
+    // CutStream
+    bool PassesUncut() override;
+    void BeginRead() override;
+    Turn TakeTurn() override;
+    void BeginSeek() override;
+    bool SaveOne(avTime start) override;
 
     /// A place in the source's order of groups: the latest entry up to there, and how many groups came since it did,
     /// for entries may repeat or step back. It is the same on every way that begins at or before the latest entry.
@@ -82,8 +71,6 @@ private:
     static constexpr uint64_t NOT_FOLLOWED = UINT64_MAX;
 
     void UpdateFormatCodec(Conf::IFormatCodec& format) const;
-    bool PassesUncut();
-    SP<IDataPacket> ReadPacket();
     SP<IDataPacket> TakeOutput();
     void FollowSource();
     avTime GetStartLimit() const;
@@ -98,15 +85,12 @@ private:
     void PassGOP();
     SP<IDataPacket> AddPacketHeader(const SP<IDataPacket>& packet) const;
     void RecodeGOP();
-    void SavePacketsBeforeSeek_thread(avTime start, avTime end);
-    bool SaveGOP(avTime start, avTime saveTo);
+    bool SaveGOP(avTime start);
 
-    const SP<FilterCutController> controller;
     const SP<ICodecFactory> codecFactory;
     const RecodeAbility ability; // what the search in the constructor found
     const bool video;
-    bool eof = false;                          // nothing can follow; valid within one read
-    boost::recursive_mutex mutex;              // guards reading, outputPackets and both flags against the helper
+    bool soughtInRead = false;                 // `sought` of the reader's turns; valid within one read
     bool seekRequested = false;                // `sought` across reads: a seek came since the last kept group
     std::deque<SP<IDataPacket>> outputPackets; // finished packets waiting to be read; they survive a seek
     // Handled up to here: of all groups up to this place in the source's order, what is kept has gone to outputPackets,
@@ -124,7 +108,6 @@ private:
     PacketQueueWithGOP queue{MediaType::None}; // the group at work, and the key frame of the next one
     std::atomic<uint64_t> packetsOut{0};       // for statistics
     std::atomic<uint64_t> recodedPackets{0};   // for statistics
-    SaveThread saveThread;                     // the last member: it works on all others
 };
 
 } // namespace Tessor::Proc

@@ -48,10 +48,9 @@ bool HoldsSets(const HeaderBytes& header, const std::vector<Nalu>& units)
 
 } // namespace
 
-GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue,
-                       const SP<FilterCutController>& controller, const SP<ICodecFactory>& factory,
-                       const RecodeAbility& ability, bool reencode)
-    : gop(new StreamRawGOP(source, queue)), controller(controller), ability(ability), type(source->GetMediaType()),
+GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, const SP<CutIntervals>& intervals,
+                       const SP<ICodecFactory>& factory, const RecodeAbility& ability, bool reencode)
+    : gop(new StreamRawGOP(source, queue)), intervals(intervals), ability(ability), type(source->GetMediaType()),
       codec(source->GetFormatCodec()->GetCodecID()), header(source->GetFormatCodec()->GetExtradata()),
       lengthSize(Proc::GetLengthSize(codec, HeaderBytes(header)))
 {
@@ -62,7 +61,7 @@ GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue,
     // The last resort for video: the picture may stay damaged up to the next key frame.
     VLOG(31) << "Re-coded packets (" << (type == MediaType::Audio ? "Audio" : "Video") << ", Raw)";
     skipper.reset();
-    reader = new DataSkipperStreamImpl<IStreamRaw>(gop, controller);
+    reader = new DataSkipperStreamImpl<IStreamRaw>(gop, intervals);
 }
 
 void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
@@ -70,7 +69,7 @@ void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
     try
     {
         const SP<IStreamVideo> decoder = factory->CreateDecoder(gop, "");
-        skipper = new FrameSkipper(decoder, controller);
+        skipper = new FrameSkipper(decoder, intervals);
         reader = factory->CreateEncoder(skipper, ability.recodeFormat, ability.encoderName, ability.encoderResource);
         if (reader)
             VLOG(31) << "Re-coded packets (Video) with " << ability.encoderName;
@@ -95,7 +94,7 @@ void GOPRecoder::SeekToStart()
 {
     const avTime start = gop->GetPosition();
     VLOG(31) << "GOP: start=" << T2S(start) << ", dur=" << T2S(gop->GetDuration()) << " --> ";
-    reader->RequestSeek(controller->Source2Result(start), nullptr);
+    reader->RequestSeek(intervals->Source2Result(start), nullptr);
     reader->DoSeek();
 }
 

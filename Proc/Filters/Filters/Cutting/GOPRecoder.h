@@ -16,7 +16,7 @@ class GOPRecoder
 {
 public:
     /// Takes the group out of the queue. A false `reencode` cuts packets by their times.
-    GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, const SP<FilterCutController>& controller,
+    GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, const SP<CutIntervals>& intervals,
                const SP<ICodecFactory>& factory, const RecodeAbility& ability, bool reencode);
 
     /// The packets in decoding order with their times in the result. Throws Exception "Count of original and encoded
@@ -35,7 +35,7 @@ private:
     void SetTimes(const std::vector<SP<IDataPacket>>& packets) const;
 
     const SP<StreamRawGOP> gop;
-    const SP<FilterCutController> controller;
+    const SP<CutIntervals> intervals;
     const RecodeAbility& ability;
     const MediaType type;
     const std::string codec;
