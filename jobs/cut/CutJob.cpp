@@ -2,6 +2,7 @@
 
 #include "jobs/OutputFile.h"
 #include "jobs/cut/CutWriter.h"
+#include "jobs/cut/KeptRanges.h"
 #include "jobs/cut/VerifyJob.h"
 
 namespace Tessor::Jobs

@@ -1,5 +1,6 @@
 #include "jobs/cut/CutPlan.h"
 
+#include "Proc/Filters/Filters/Cutting/GroupFate.h"
 #include "jobs/ReadJointly.h"
 
 #include <algorithm>
@@ -13,16 +14,17 @@ namespace Tessor::Jobs
 namespace
 {
 
-using Cut = Proc::SettingsFilterCutController;
+using Cut = Proc::CutTimeline;
 using Fates = std::map<avTime, GroupPlan::Action>; // of pictures that are kept, by their times
 
 std::string SeamsIn(const Group& group, const Cut& cut)
 {
     std::string seams;
-    for (const auto& interval : cut.intervals)
+    for (size_t i = cut.GetIndex(group.start); i < cut.GetCount() && cut.GetInterval(i).start < group.end; ++i)
     {
-        if (interval.start > group.start && interval.start < group.end)
-            seams += (seams.empty() ? "" : ", ") + T2S(interval.start);
+        const avTime seam = cut.GetInterval(i).start;
+        if (seam > group.start)
+            seams += (seams.empty() ? "" : ", ") + T2S(seam);
     }
     return seams;
 }
@@ -53,13 +55,20 @@ std::string ReasonFor(const GroupPlan& row, const Cut& cut, const CutTrack& trac
     return "wholly removed";
 }
 
-/// What the cut does with a group that reading has brought into the form that the cut gets.
+/// What the cut streams do with a group that reading has brought into the form that they get.
 GroupPlan::Action ActionFor(const Group& group, const Cut& cut, bool cutAnywhere)
 {
-    const avTime kept = cut.Source2Result(group.end) - cut.Source2Result(group.start);
-    if (kept == 0)
-        return GroupPlan::Action::Drop;
-    return kept == group.end - group.start || !cutAnywhere ? GroupPlan::Action::Copy : GroupPlan::Action::Recode;
+    switch (Proc::FindGroupFate(cut, group.start, group.end))
+    {
+    case Proc::GroupFate::Pass:
+        return GroupPlan::Action::Copy;
+    case Proc::GroupFate::Part:
+        return cutAnywhere ? GroupPlan::Action::Recode : GroupPlan::Action::Copy;
+    case Proc::GroupFate::Drop:
+    case Proc::GroupFate::Discard:
+        break;
+    }
+    return GroupPlan::Action::Drop;
 }
 
 Fates FindFates(const std::vector<Group>& groups, const Cut& cut, bool cutAnywhere)

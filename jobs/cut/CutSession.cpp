@@ -6,6 +6,7 @@
 #include "jobs/TrackSelection.h"
 #include "jobs/cut/CutBounds.h"
 #include "jobs/cut/KeptContent.h"
+#include "jobs/cut/KeptRanges.h"
 #include "media/formats/IFormatCodecVideo.h"
 
 #include <algorithm>
@@ -21,22 +22,6 @@ namespace
 /// What decoders of sound may need to have read before; nobody minds to hear it.
 constexpr avTime longest_run_in = 100000;
 
-/// `keepsLead`: a range from 0 on holds what comes before, too.
-Proc::SettingsFilterCutController MakeSettings(const std::vector<Range>& ranges, avTime duration, bool keepsLead)
-{
-    Proc::SettingsFilterCutController settings;
-    for (const Range& range : ranges)
-    {
-        // what reaches the end has no seam there
-        const avTime end = range.end >= duration ? MAX_DURATION : range.end;
-        settings.AddInterval(std::max<avTime>(range.start, 0), end, NoTime, false);
-    }
-    if (!keepsLead)
-        settings.AddInterval(-MAX_DURATION, 0, NoTime, true);
-    settings.UpdateOptimizedList();
-    return settings;
-}
-
 } // namespace
 
 CutSession::CutSession(const CutSettings& request, const IProgress& progress)
@@ -46,15 +31,18 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     ranges = FromFirstEntry(ReadRequest(request));
     if (const CutTrack* video = GetVideo())
         ranges = CutBounds(*video->source, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
-    // a picture that begins in front of a piece is not part of it, though it still stands when the piece begins
-    codecs = Host::CodecFactory::Create({.wanted = [cut = cut](avTime time) { return !cut->IsPointDeleted(time); }});
-    controller = Proc::FilterCutController::Create(MakeSettings(ranges, GetInfo().duration, keepsLead), codecs);
+    intervals = new Proc::CutIntervals(MakeTimeline());
+    // a picture that begins before a piece is not part of it, though it still stands when the piece begins
+    codecs = Host::CodecFactory::Create(
+        {.wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); }});
+    controller = Proc::FilterCutController::Create(intervals, codecs);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     keepsLead = !CanCutLead(request.output);
     AlignToGroups();
     LeaveOutEmpty(false);
-    Apply(ranges);
+    intervals->Set(MakeTimeline());
+    demuxer->SetCut(GetCut());
 }
 
 CutTrack* CutSession::GetVideo()
@@ -68,7 +56,11 @@ CutTrack* CutSession::GetVideo()
 void CutSession::JoinTracks()
 {
     for (const SelectedTrack& track : SelectTracks(*demuxer, warnings))
+    {
         tracks.push_back({track.index, track.stream, nullptr});
+        if (tracks.back().IsVideo())
+            tracks.back().groups = std::make_shared<GroupCache>(track.stream);
+    }
     if (std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source != nullptr; }))
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
 }
@@ -202,12 +194,13 @@ void CutSession::AlignToGroups()
     }
     for (CutTrack& track : tracks)
         if (track.IsVideo())
-            track.untouched = TakesWholeGroups(*track.source);
+            track.untouched = TakesWholeGroups(track);
 }
 
 /// False where it is not certain.
-bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
+bool CutSession::TakesWholeGroups(const CutTrack& track) const
 {
+    Proc::IStreamRaw& stream = *track.source;
     if (!keepsLead && FindHiddenLead(stream) > 0)
         return false;
     const avTime first = FindEntry(stream, 0);
@@ -215,7 +208,7 @@ bool CutSession::TakesWholeGroups(Proc::IStreamRaw& stream) const
     {
         if (bound <= first || bound >= GetInfo().duration)
             return false;
-        const Seam seam = FindSeam(stream, bound);
+        const Seam seam = track.groups->FindSeam(bound);
         // an open group lacks its reference where a piece begins with it
         return seam.position != bound || (begins && seam.entry != bound);
     };
@@ -232,8 +225,10 @@ std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
     for (const Range& asked : ranges)
     {
         Range range = asked;
-        if (range.start > 0 && StaysWhole(track, range.start))
-            range.start = std::min(range.start, FindEntry(stream, range.start));
+        // only what begins inside of a group can be widened to its start
+        const avTime entry = range.start > 0 ? FindEntry(stream, range.start) : range.start;
+        if (entry < range.start && StaysWhole(track, range.start))
+            range.start = entry;
         // with its first group the file is kept from its beginning, sound that comes before included
         if (range.start < asked.start && range.start <= firstEntry)
             range.start = 0;
@@ -241,7 +236,7 @@ std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
         if (range.end >= GetInfo().duration)
             seam = {GetInfo().duration, MAX_DURATION};
         else if (StaysWhole(track, range.end - 1))
-            seam = FindSeam(stream, range.end);
+            seam = track.groups->FindSeam(range.end);
         range.end = seam.position == NoTime ? GetInfo().duration : seam.position;
         if (range.start < asked.start)
             NoteLargeGroup(track, asked.start);
@@ -259,14 +254,14 @@ std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
 
 bool CutSession::StaysWhole(const CutTrack& track, avTime time) const
 {
-    return !track.cutAnywhere || FindGroup(*track.source, time).IsTooLarge();
+    return !track.cutAnywhere || track.groups->FindGroup(time).IsTooLarge();
 }
 
 void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
 {
     if (!track.cutAnywhere)
         return;
-    const Group group = FindGroup(*track.source, time);
+    const Group& group = track.groups->FindGroup(time);
     std::vector<avTime>& known = track.largeGroups;
     if (std::find(known.begin(), known.end(), group.entry) != known.end())
         return;
@@ -277,12 +272,12 @@ void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
                                    static_cast<double>(group.bytes) / 1e6, group.pictures.size()));
 }
 
-void CutSession::Apply(const std::vector<Range>& list)
+Proc::CutTimeline CutSession::MakeTimeline() const
 {
-    const Proc::SettingsFilterCutController settings = MakeSettings(list, GetInfo().duration, keepsLead);
-    *cut = settings;
-    controller->Initialize(settings);
-    demuxer->SetCut(settings);
+    std::vector<Range> list = ranges;
+    for (Range& range : list)
+        range.start = std::max<avTime>(range.start, 0);
+    return KeepRanges(list, GetInfo().duration, keepsLead);
 }
 
 } // namespace Tessor::Jobs

@@ -5,6 +5,7 @@
 #include "jobs/InputFile.h"
 #include "jobs/Times.h"
 #include "jobs/cut/CutSettings.h"
+#include "jobs/cut/GroupCache.h"
 #include "jobs/cut/Groups.h"
 
 #include <memory>
@@ -26,6 +27,8 @@ struct CutTrack
     SP<const Proc::IBlob> header = {}; ///< the source's own, without what a re-encoder adds to it; may be null
     /// Key pictures of groups that are kept whole, since they are too large to be re-encoded.
     std::vector<avTime> largeGroups = {};
+    /// What the session has read of a video track's groups; null for other tracks.
+    std::shared_ptr<GroupCache> groups = nullptr;
 
     bool IsVideo() const { return source && source->GetMediaType() == MediaType::Video; }
 };
@@ -50,7 +53,7 @@ public:
     /// What lies before 0 is kept along with what begins there.
     bool KeepsLead() const { return keepsLead; }
     /// The intervals as they stand now; during the cut they may only widen.
-    Proc::SettingsFilterCutController GetCut() const { return controller->GetCut(); }
+    Proc::CutTimeline GetCut() const { return intervals->GetTimeline(); }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
@@ -64,18 +67,18 @@ private:
     void JoinToController();
     bool CanCutLead(const std::string& output);
     void AlignToGroups();
-    bool TakesWholeGroups(Proc::IStreamRaw& stream) const;
+    bool TakesWholeGroups(const CutTrack& track) const;
     std::vector<Range> WidenToGroups(CutTrack& track);
     bool StaysWhole(const CutTrack& track, avTime time) const;
     void NoteLargeGroup(CutTrack& track, avTime time);
-    void Apply(const std::vector<Range>& ranges);
+    Proc::CutTimeline MakeTimeline() const;
 
     SP<Host::Demuxer> demuxer;
-    SP<Host::CodecFactory> codecs; // null until the request is read, like the controller
+    // All three are null until the request is read. The intervals are what cut streams and decoders share, and the
+    // demuxer is told of them once they are settled.
+    SP<Proc::CutIntervals> intervals;
+    SP<Host::CodecFactory> codecs;
     SP<Proc::FilterCutController> controller;
-    // what the decoders ask; shared with them, for streams may outlive the session
-    const std::shared_ptr<Proc::SettingsFilterCutController> cut =
-        std::make_shared<Proc::SettingsFilterCutController>();
     std::vector<CutTrack> tracks; // video first
     std::vector<Range> ranges;    // what is asked of the controller: the request, brought to pictures and groups
     bool keepsLead = true;        // settled once the tracks are joined

@@ -2,23 +2,13 @@
 
 #include "jobs/JobError.h"
 #include "jobs/Stopwatch.h"
+#include "jobs/cut/KeptRanges.h"
 #include "jobs/cut/SparseTrack.h"
 
 #include <algorithm>
 
 namespace Tessor::Jobs
 {
-
-std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration)
-{
-    std::vector<Range> ranges;
-    for (const auto& interval : cut.intervals)
-    {
-        if (!interval.deleted && interval.start < duration)
-            ranges.push_back({interval.start, std::min(interval.end, duration)});
-    }
-    return ranges;
-}
 
 CutWriter::CutWriter(CutSession& session, const std::string& output)
     : session(session), copier(session.GetDemuxer(), output)
@@ -51,7 +41,7 @@ void CutWriter::AddTracks()
 
 std::vector<Host::ChapterInfo> CutWriter::MapChapters() const
 {
-    const Proc::SettingsFilterCutController cut = session.GetCut();
+    const Proc::CutTimeline cut = session.GetCut();
     std::vector<Host::ChapterInfo> chapters;
     for (Host::ChapterInfo chapter : session.GetInfo().chapters)
     {

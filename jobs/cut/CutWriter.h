@@ -11,9 +11,6 @@
 namespace Tessor::Jobs
 {
 
-/// The kept intervals of a cut, those that reach the end closed at the duration.
-std::vector<Range> GetKeptRanges(const Proc::SettingsFilterCutController& cut, avTime duration);
-
 /// Pulls a session's streams, writes them to a file, and tells what became of them.
 class CutWriter
 {

@@ -79,17 +79,24 @@ std::vector<Group> ScanGroups(Proc::IStreamRaw& stream)
 Group FindGroup(Proc::IStreamRaw& stream, avTime time)
 {
     std::vector<Group> groups;
+    Seam next;
     ForEachPacket(stream, time,
                   [&](const Proc::IDataPacket& packet)
                   {
-                      const bool behind = packet.IsKeyFrame() && packet.GetPosition() > time;
-                      if (groups.empty() || !behind)
+                      const bool after = packet.IsKeyFrame() && packet.GetPosition() > time;
+                      // the group that is entered is not after itself, though it may begin after the time
+                      if (after && !groups.empty() && next.position == NoTime)
+                          next = {packet.GetPosition(), packet.GetPTS()};
+                      if (groups.empty() || !after)
                           AddToGroups(groups, packet);
                       else
                           groups.back().end = packet.GetPosition();
-                      return !behind || groups.back().entry == packet.GetPTS();
+                      return !after || groups.back().entry == packet.GetPTS();
                   });
-    return groups.empty() ? Group() : groups.back();
+    if (groups.empty())
+        return {};
+    groups.back().next = next;
+    return groups.back();
 }
 
 bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end)
@@ -174,22 +181,6 @@ std::string FindCutObstacle(Proc::IStreamRaw& stream)
                       return !open && keys < 3;
                   });
     return open ? "open groups of pictures" : "no encoder writes packets that fit the stream";
-}
-
-Seam FindSeam(Proc::IStreamRaw& stream, avTime time)
-{
-    Seam seam;
-    bool entered = false;
-    // the group that ends at the seam has to be read as well: a group that is entered tells its key picture only
-    ForEachPacket(stream, time - 1,
-                  [&](const Proc::IDataPacket& packet)
-                  {
-                      if (entered && packet.IsKeyFrame() && packet.GetPosition() >= time)
-                          seam = {packet.GetPosition(), packet.GetPTS()};
-                      entered = true;
-                      return seam.position == NoTime;
-                  });
-    return seam;
 }
 
 PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time)

@@ -8,6 +8,13 @@
 namespace Tessor::Jobs
 {
 
+/// Where one group ends and the next one begins.
+struct Seam
+{
+    avTime position = NoTime; ///< what the next one shows begins here; NoTime: there is none
+    avTime entry = NoTime;    ///< presentation time of its key picture
+};
+
 /// A group of pictures as a stream delivers it.
 struct Group
 {
@@ -18,6 +25,7 @@ struct Group
     bool reordered = false;          ///< decoding order differs from the order of display
     std::vector<avTime> pictures;    ///< presentation times, in decoding order
     std::vector<avTime> hidden = {}; ///< those among them that are decoded, but not shown
+    Seam next = {};                  ///< what FindGroup met first after the time; where it begins, the group ends
 
     /// Pictures are shown before the key picture: they need the group before.
     bool IsOpen() const { return start < entry; }
@@ -31,7 +39,7 @@ void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet);
 /// All groups of a compressed video stream, from its start. Moves the stream.
 std::vector<Group> ScanGroups(Proc::IStreamRaw& stream);
 
-/// The group that shows what is seen at the time; the last one behind the end. Moves the stream.
+/// The group that shows what is seen at the time; the last one after the end. Moves the stream.
 Group FindGroup(Proc::IStreamRaw& stream, avTime time);
 
 /// Whether a packet is presented from `start` to before `end`. Moves the stream.
@@ -53,16 +61,6 @@ avTime FindHiddenLead(Proc::IStreamRaw& stream);
 
 /// Why a video stream that can't be cut anywhere can't: its groups can't be re-encoded. Moves the stream.
 std::string FindCutObstacle(Proc::IStreamRaw& stream);
-
-/// Where one group ends and the next one begins.
-struct Seam
-{
-    avTime position = NoTime; ///< what the next one shows begins here; NoTime: there is none
-    avTime entry = NoTime;    ///< presentation time of its key picture
-};
-
-/// The first seam at or behind the time. Moves the stream.
-Seam FindSeam(Proc::IStreamRaw& stream, avTime time);
 
 /// The pictures around a time; NoTime where there is none.
 struct PicturesAround

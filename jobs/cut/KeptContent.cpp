@@ -1,6 +1,7 @@
 #include "jobs/cut/KeptContent.h"
 
 #include "jobs/cut/Groups.h"
+#include "jobs/cut/KeptRanges.h"
 #include "jobs/cut/SparseTrack.h"
 
 #include <algorithm>
@@ -36,10 +37,9 @@ SP<Proc::IStreamRaw> OpenGuide(Host::Demuxer& demuxer)
 class Search
 {
 public:
-    Search(const SP<Host::Demuxer>& demuxer, const std::vector<Range>& kept) : demuxer(demuxer), kept(kept)
+    Search(const SP<Host::Demuxer>& demuxer, const std::vector<Range>& kept)
+        : demuxer(demuxer), kept(kept), cut(KeepRanges(kept, MAX_DURATION))
     {
-        for (const Range& range : kept)
-            cut.AddInterval(range.start, range.end, NoTime, false);
         for (const Host::TrackInfo& track : demuxer->GetInfo().tracks)
         {
             if (!IsSubtitle(track))
@@ -85,7 +85,7 @@ private:
 
     const SP<Host::Demuxer> demuxer;
     const std::vector<Range> kept;
-    Proc::SettingsFilterCutController cut;
+    const Proc::CutTimeline cut;
     std::map<int, SparseTrack> missing;
     std::set<int> found;
 };

@@ -1,27 +1,16 @@
 #include "jobs/cut/KeptTime.h"
 
-#include "Proc/Settings/SettingsFilterCutController.h"
+#include "jobs/cut/KeptRanges.h"
 
 namespace Tessor::Jobs
 {
 
-namespace
+KeptTime::KeptTime(const Proc::CutTimeline& cut, avTime duration) : ranges(GetKeptRanges(cut, duration)), timeline(cut)
 {
-
-std::deque<Proc::CutTimeline::Interval> MakeIntervals(const std::vector<Range>& kept, avTime duration, bool keepsLead)
-{
-    Proc::SettingsFilterCutController cut;
-    for (const Range& range : kept)
-        cut.AddInterval(range.start, range.end >= duration ? MAX_DURATION : range.end, NoTime, false);
-    if (!keepsLead)
-        cut.AddInterval(-MAX_DURATION, 0, NoTime, true);
-    return cut.intervals;
 }
 
-} // namespace
-
 KeptTime::KeptTime(const std::vector<Range>& kept, avTime duration, bool keepsLead)
-    : ranges(kept), timeline(MakeIntervals(kept, duration, keepsLead))
+    : ranges(kept), timeline(KeepRanges(kept, duration, keepsLead))
 {
 }
 
@@ -35,7 +24,7 @@ std::vector<avTime> KeptTime::GetSeams() const
 
 std::optional<avTime> KeptTime::Find(avTime time) const
 {
-    if (time == NoTime || timeline.GetInterval(timeline.GetIndex(time)).deleted)
+    if (time == NoTime || timeline.IsPointDeleted(time))
         return std::nullopt;
     return timeline.Source2Result(time);
 }

@@ -8,12 +8,12 @@
 namespace Tessor::Jobs
 {
 
-/// Where kept ranges of a file put what lies in it, for those who judge a cut: made of the ranges alone.
+/// Where a cut puts what lies in a file, for those who judge it.
 class KeptTime
 {
 public:
-    /// Ranges that reach the duration hold all that comes later, and with `keepsLead` a first one from 0 on all that
-    /// comes earlier.
+    KeptTime(const Proc::CutTimeline& cut, avTime duration);
+    /// The cut that KeepRanges makes.
     KeptTime(const std::vector<Range>& kept, avTime duration, bool keepsLead = true);
 
     const std::vector<Range>& GetRanges() const { return ranges; }

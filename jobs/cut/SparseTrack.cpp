@@ -17,8 +17,7 @@ SP<Proc::IDataPacket> Placed(const Proc::IDataPacket& packet, avTime start, avTi
 
 } // namespace
 
-std::vector<SP<Proc::IDataPacket>> SparseTrack::Push(const SP<Proc::IDataPacket>& packet,
-                                                     const Proc::SettingsFilterCutController& cut)
+std::vector<SP<Proc::IDataPacket>> SparseTrack::Push(const SP<Proc::IDataPacket>& packet, const Proc::CutTimeline& cut)
 {
     const avTime pts = packet->GetPTS() != NoTime ? packet->GetPTS() : packet->GetDTS();
     if (pts == NoTime)

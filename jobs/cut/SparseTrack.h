@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Proc/Settings/SettingsFilterCutController.h"
+#include "Proc/Settings/CutTimeline.h"
 #include "media/items/IDataPacket.h"
 
 #include <vector>
@@ -15,8 +15,7 @@ class SparseTrack
 {
 public:
     /// The packet's share of the result, in order; often empty. Packets come in order of time.
-    std::vector<SP<Proc::IDataPacket>> Push(const SP<Proc::IDataPacket>& packet,
-                                            const Proc::SettingsFilterCutController& cut);
+    std::vector<SP<Proc::IDataPacket>> Push(const SP<Proc::IDataPacket>& packet, const Proc::CutTimeline& cut);
 
 private:
     SP<Proc::IDataPacket> standing; // the last item without a duration, while deleted time has swallowed its start

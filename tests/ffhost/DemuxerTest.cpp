@@ -65,8 +65,7 @@ struct Opened
         Proc::SettingsFilterCutController cut;
         cut.AddInterval(0, MAX_DURATION, NoTime, false);
         cut.AddInterval(std::max<avTime>(start, 0), end, NoTime, true);
-        cut.UpdateOptimizedList();
-        demuxer->SetCut(cut);
+        demuxer->SetCut(Proc::CutTimeline(cut.intervals));
         Seek(0);
         return ReadAll();
     }

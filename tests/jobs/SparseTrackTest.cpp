@@ -1,4 +1,5 @@
 #include "jobs/cut/SparseTrack.h"
+#include "jobs/cut/KeptRanges.h"
 
 #include "tests/support/FakeItems.h"
 
@@ -10,10 +11,7 @@ using namespace Tessor::Test;
 
 TEST(SparseTrack, ItemsAreCutToWhatIsKept)
 {
-    Proc::SettingsFilterCutController cut;
-    cut.AddInterval(0, 1000000, NoTime, false);
-    cut.AddInterval(2000000, 3000000, NoTime, false);
-    cut.UpdateOptimizedList();
+    const Proc::CutTimeline cut = KeepRanges({{0, 1000000}, {2000000, 3000000}}, MAX_DURATION);
     const struct
     {
         const char *items, *wanted, *why;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fnd/RefCount.h"
-#include "Proc/Settings/SettingsFilterCutController.h"
+#include "Proc/Settings/CutTimeline.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
@@ -50,7 +50,7 @@ public:
     /// Tells what will not be used, so that reading may leave out whole groups inside of a deleted stretch. Cost then
     /// follows what is kept. The first key packet at or behind a stretch's start is always delivered, so that the group
     /// before it ends where it should; then the last key packet at or before the stretch's end comes next.
-    virtual void SetCut(const Proc::SettingsFilterCutController& cut) = 0;
+    virtual void SetCut(const Proc::CutTimeline& cut) = 0;
 
     /// Whether key packets of open groups carry the group before them (on at first). Without that, nobody but the
     /// reader holds a packet, and its payload is the reader's to change.

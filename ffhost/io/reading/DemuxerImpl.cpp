@@ -96,10 +96,10 @@ std::vector<SP<Proc::IDataPacket>> DemuxerImpl::TakeSparse(int track)
     return pump.GetInbox(track).Take();
 }
 
-void DemuxerImpl::SetCut(const Proc::SettingsFilterCutController& cut)
+void DemuxerImpl::SetCut(const Proc::CutTimeline& cut)
 {
     const boost::mutex::scoped_lock lock(mutex);
-    pump.SetCut(CutPlan(cut));
+    pump.SetCut(cut);
 }
 
 void DemuxerImpl::KeepLeadIns(bool keep)

@@ -19,7 +19,7 @@ public:
     SP<Proc::IStreamRaw> GetStream(int track) override;
     void SelectSparse(int track) override;
     std::vector<SP<Proc::IDataPacket>> TakeSparse(int track) override;
-    void SetCut(const Proc::SettingsFilterCutController& cut) override;
+    void SetCut(const Proc::CutTimeline& cut) override;
     void KeepLeadIns(bool keep) override;
     std::pair<long long, long long> GetProgress() const override;
     long long GetDamagedCount() const override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ffhost/io/reading/CutPlan.h"
+#include "Proc/Settings/CutTimeline.h"
 #include "media/items/DataPacketFF.h"
 
 #include <deque>
@@ -36,7 +36,7 @@ public:
     explicit GroupStaging(MediaType type) : video(type == MediaType::Video) {}
 
     /// Null: nothing is cut. `leaveOut`: packets in deleted time are left out.
-    void SetCut(const CutPlan* plan, bool leaveOut)
+    void SetCut(const Proc::CutTimeline* plan, bool leaveOut)
     {
         cut = plan;
         skips = leaveOut;
@@ -106,7 +106,7 @@ private:
     void SkipFrom(const Proc::DataPacketFF& packet);
 
     const bool video;
-    const CutPlan* cut = nullptr;
+    const Proc::CutTimeline* cut = nullptr;
     bool skips = false;
     std::deque<Packet> staged; // not laid out yet, in decoding order
     std::deque<Packet> ready;  // for the reader

@@ -82,10 +82,9 @@ void PacketPump::SelectSparse(int index)
         AddSparse(sparse.at(index), index, PacketPtr(av_packet_clone(&file.Stream(index).attached_pic)));
 }
 
-void PacketPump::SetCut(const CutPlan& plan)
+void PacketPump::SetCut(const Proc::CutTimeline& told)
 {
-    cut = plan;
-    hasCut = true;
+    cut = told;
     ApplyCut();
 }
 
@@ -98,10 +97,10 @@ void PacketPump::KeepLeadIns(bool keep)
 
 void PacketPump::ApplyCut()
 {
-    if (!hasCut)
+    if (!cut)
         return;
     for (auto& [index, track] : dense)
-        track.staging.SetCut(&cut, IsPrimary(track));
+        track.staging.SetCut(&*cut, IsPrimary(track));
 }
 
 bool PacketPump::ReadMore()
@@ -284,7 +283,7 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
 
 void PacketPump::TryJump()
 {
-    const std::optional<avTime> target = hasCut && !ended ? FindJumpTarget() : std::nullopt;
+    const std::optional<avTime> target = cut && !ended ? FindJumpTarget() : std::nullopt;
     if (!target)
         return;
     lastJump = *target;

@@ -2,13 +2,13 @@
 
 #include "ffhost/bitstream/KeyPictures.h"
 #include "ffhost/bitstream/ParameterSets.h"
-#include "ffhost/io/reading/CutPlan.h"
 #include "ffhost/io/reading/GroupStaging.h"
 #include "ffhost/io/reading/SourceFile.h"
 #include "ffhost/io/reading/SparseInbox.h"
 #include "ffhost/io/reading/TrackTimes.h"
 
 #include <map>
+#include <optional>
 
 namespace Tessor::Host
 {
@@ -25,7 +25,7 @@ public:
     void SetJumps(ClockJumps known) { jumps = std::move(known); }
     void Select(int track);
     void SelectSparse(int track);
-    void SetCut(const CutPlan& plan);
+    void SetCut(const Proc::CutTimeline& told);
     void KeepLeadIns(bool keep);
 
     GroupStaging& GetStaging(int track) { return dense.at(track).staging; }
@@ -83,8 +83,7 @@ private:
     ClockJumps jumps;
     std::map<int, DenseTrack> dense;
     std::map<int, SparseTrack> sparse;
-    CutPlan cut;
-    bool hasCut = false;
+    std::optional<Proc::CutTimeline> cut; // as the demuxer was told last; nothing is left out without it
     bool keepsLeadIns = true;
     bool hasVideo = false;    // among the dense tracks
     bool ended = false;       // all tracks are finished

@@ -36,7 +36,7 @@ protected:
     struct Turn
     {
         SP<Item> item = nullptr;
-        bool ended = false;                  ///< nothing follows
+        bool ended = false;                   ///< nothing follows
         std::function<void()> move = nullptr; ///< of all sources, before the next turn
     };
 

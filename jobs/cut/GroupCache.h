@@ -1,0 +1,32 @@
+#pragma once
+
+#include "jobs/cut/Groups.h"
+
+#include <map>
+
+namespace Tessor::Jobs
+{
+
+/// The groups of a compressed video stream that somebody asked for: each is read once, however many bounds fall in it.
+class GroupCache
+{
+public:
+    explicit GroupCache(const SP<Proc::IStreamRaw>& stream) : stream(stream) {}
+
+    /// The group that shows what is seen at the time; the last one after the end. Moves the stream.
+    const Group& FindGroup(avTime time);
+    /// The first seam at or after the time. Moves the stream.
+    Seam FindSeam(avTime time) { return FindGroup(time - 1).next; }
+
+private:
+    struct Known
+    {
+        avTime until; // the answer for all times before, down to the key of the map
+        Group group;
+    };
+
+    const SP<Proc::IStreamRaw> stream;
+    std::map<avTime, Known> groups;
+};
+
+} // namespace Tessor::Jobs
