@@ -13,8 +13,6 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr size_t MAX_LEAD_IN_PACKETS = 600;
-constexpr size_t MAX_LEAD_IN_BYTES = 64 << 20;
 constexpr size_t MAX_LOOK_AHEAD = 64;
 
 // TrackTimes hides the key flag of the last packet alone.
@@ -34,7 +32,7 @@ void GroupStaging::Push(Packet packet)
 
 void GroupStaging::Finish()
 {
-    finished = true;
+    ended = true;
     Process();
 }
 
@@ -48,36 +46,39 @@ GroupStaging::Packet GroupStaging::Pop()
 void GroupStaging::Restart(avTime newTarget, bool atFileStart)
 {
     ready.clear();
-    Jump(newTarget);
-    if (newTarget == NoTime)
-        target.reset();
-    skipping = held = false;
-    resumeAfter = deliveredTime = NoTime;
+    DropStaged();
+    held = false;
+    resumeAfter = deliveredTime = end = NoTime;
     start = atFileStart ? Start::OfFile : Start::Entry;
-    end = NoTime;
+    target = newTarget;
     // From the beginning on, what comes first will do when no key packet lies at or before the target.
-    found = atFileStart;
+    landing = newTarget == NoTime ? Landing::Done : atFileStart ? Landing::Found : Landing::Searching;
 }
 
 void GroupStaging::Jump(std::optional<avTime> newTarget)
 {
-    staged.clear();
-    group.clear();
-    groupBytes = searched = 0;
-    groupTooLarge = true;
-    finished = found = missed = false;
-    droppedBefore = newestDts = landedTime = groupStart = NoTime;
+    DropStaged();
+    held = true;
     resumeAfter = deliveredTime;
     start = Start::Entry;
-    target = newTarget;
-    deferred = !newTarget;
-    skipping = held = true;
+    target = newTarget.value_or(NoTime);
+    landing = newTarget ? Landing::Searching : Landing::Awaiting;
+}
+
+// What comes next comes from elsewhere.
+void GroupStaging::DropStaged()
+{
+    staged.clear();
+    leadIns.Forget();
+    ended = false;
+    searched = 0;
+    droppedBefore = newestDts = landedTime = groupStart = NoTime;
 }
 
 void GroupStaging::LandAt(avTime newTarget)
 {
     target = newTarget;
-    deferred = false;
+    landing = Landing::Searching;
     searched = 0;
     Process();
 }
@@ -88,18 +89,17 @@ void GroupStaging::Resume()
     Process();
 }
 
-GroupStaging::Landing GroupStaging::GetLanding() const
+// There is a target.
+bool GroupStaging::IsLanding() const
 {
-    if (missed)
-        return Landing::Missed;
-    if (!target && !deferred)
-        return Landing::Done;
-    return found ? Landing::Found : Landing::Searching;
+    return landing == Landing::Searching || landing == Landing::Found || landing == Landing::Skipping;
 }
 
 void GroupStaging::Process()
 {
-    if (deferred || missed || (target && !Land()) || held)
+    if (IsLanding())
+        Land();
+    if (landing != Landing::Done || held)
         return;
     while (!staged.empty())
     {
@@ -123,17 +123,17 @@ bool GroupStaging::Land()
     {
         const Proc::DataPacketFF& packet = *staged[searched];
         const avTime dts = packet.GetDTS();
-        const bool candidate = packet.IsKeyFrame() && packet.GetPTS() <= *target;
-        if (candidate && !finished && !HasFollower(searched))
+        const bool candidate = packet.IsKeyFrame() && packet.GetPTS() <= target;
+        if (candidate && !ended && !HasFollower(searched))
             return false;
         if (candidate && HasFollower(searched))
             TakeKey(packet.GetPTS());
         else
             ++searched;
-        if (dts > *target)
+        if (dts > target)
             return EndLanding();
     }
-    return finished && EndLanding();
+    return ended && EndLanding();
 }
 
 // The staged key packet that the search has come to is the best one so far, unless the one before has its stamp: what
@@ -152,23 +152,21 @@ void GroupStaging::TakeKey(avTime time)
     // its leading pictures lie before, in deleted time
     droppedBefore = repeated ? time : NoTime;
     landedTime = time;
-    found = true;
+    landing = landing == Landing::Searching ? Landing::Found : landing;
     staged.erase(staged.begin(), staged.begin() + static_cast<std::ptrdiff_t>(searched + repeated));
     searched = repeated ? 0 : 1;
 }
 
 bool GroupStaging::EndLanding()
 {
-    missed = !found;
-    target.reset();
+    landing = landing == Landing::Searching ? Landing::Missed : Landing::Done;
     resumeAfter = NoTime;
-    skipping = false;
-    return found;
+    return landing == Landing::Done;
 }
 
 void GroupStaging::AcceptMissed()
 {
-    missed = false;
+    landing = Landing::Done;
     start = Start::OfFile;
     Process();
 }
@@ -193,7 +191,7 @@ bool GroupStaging::ProcessKey()
     start = Start::Sequence;
     groupStart = key->GetPosition();
     SkipFrom(*key);
-    return !target || Land();
+    return landing == Landing::Done || Land();
 }
 
 // Whether a group goes on after its key packet's leading pictures, or another one comes.
@@ -249,7 +247,7 @@ void GroupStaging::CloseGroup()
 // Leading pictures are decoded before the key picture's own time comes.
 bool GroupStaging::KnowsLeading() const
 {
-    if (finished || staged.size() > MAX_LOOK_AHEAD)
+    if (ended || staged.size() > MAX_LOOK_AHEAD)
         return true;
     return std::any_of(staged.begin() + 1, staged.end(),
                        [&](const Packet& packet)
@@ -272,8 +270,8 @@ void GroupStaging::SetKeyPosition(Proc::DataPacketFF& key)
     const avTime first = FirstShown();
     const bool open = start == Start::Sequence && first < key.GetPTS();
     key.SetPosition(open ? StartOfOpenGroup(first) : first);
-    if (open && !groupTooLarge)
-        key.SetLeadIn(std::move(group));
+    if (open)
+        key.SetLeadIn(leadIns.Take());
 }
 
 // Copied whole, a group would begin with pictures whose reference, the last picture of the group before, is cut away:
@@ -298,42 +296,22 @@ void GroupStaging::Deliver(const Packet& packet)
     if (!key)
         packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();
-    if (video && keepsLeadIns)
-        Remember(packet, key);
+    if (video)
+        leadIns.Add(*packet);
     ready.push_back(packet);
-}
-
-void GroupStaging::Remember(const Packet& packet, bool key)
-{
-    if (key)
-    {
-        group.clear();
-        groupBytes = 0;
-        groupTooLarge = false;
-    }
-    groupBytes += static_cast<size_t>(packet->GetSize());
-    groupTooLarge = groupTooLarge || group.size() >= MAX_LEAD_IN_PACKETS || groupBytes > MAX_LEAD_IN_BYTES;
-    if (groupTooLarge)
-    {
-        group.clear();
-        return;
-    }
-    const SP<Proc::IDataPacket> copy = packet->Clone();
-    static_cast<Proc::DataPacketFF&>(*copy).SetLeadIn({});
-    group.push_back(copy);
 }
 
 // What follows a key packet in deleted time is not wanted up to the last key packet before the stretch ends.
 void GroupStaging::SkipFrom(const Proc::DataPacketFF& packet)
 {
-    const auto stretch = cut && skips ? cut->FindStretch(packet.GetPosition()) : std::nullopt;
+    const auto stretch = leftOut ? leftOut->FindStretch(packet.GetPosition()) : std::nullopt;
     if (!stretch)
         return;
     target = stretch->end;
     resumeAfter = packet.GetPTS();
     skipOrigin = packet.GetPosition();
     searched = 0;
-    found = skipping = true;
+    landing = Landing::Skipping;
 }
 
 } // namespace Tessor::Host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Proc/Settings/CutTimeline.h"
+#include "ffhost/io/reading/LeadInKeeper.h"
 #include "media/items/DataPacketFF.h"
 
 #include <deque>
@@ -39,16 +40,16 @@ public:
     void SetCut(const Proc::CutTimeline* plan, bool leaveOut)
     {
         cut = plan;
-        skips = leaveOut;
+        leftOut = leaveOut ? plan : nullptr;
     }
-    void KeepLeadIns(bool keep) { keepsLeadIns = keep; }
+    void KeepLeadIns(bool keep) { leadIns.Keep(keep); }
     void Push(Packet packet);
     /// No more packets will come.
     void Finish();
     bool IsEmpty() const { return ready.empty(); }
     const Packet& Front() const { return ready.front(); }
     Packet Pop();
-    bool IsFinished() const { return finished && ready.empty() && staged.empty(); }
+    bool IsFinished() const { return ended && ready.empty() && staged.empty(); }
 
     /// The file was moved: drops all packets. What comes next is laid out from the last key packet at or before
     /// `target` on; NoTime: from the first packet of the file.
@@ -61,18 +62,32 @@ public:
     /// After Missed: goes on from the first packet read all the same.
     void AcceptMissed();
 
+    /// Where reading stands. In all states but Done packets are only staged.
+    ///
+    ///     Done       a key packet in deleted time, left out from there on    -> Skipping
+    ///     any        Restart, Jump with a target                             -> Searching
+    ///                Restart at the beginning of the file                    -> Found
+    ///                Jump without a target                                   -> Awaiting, LandAt -> Searching
+    ///     Searching  a key packet at or before the target                    -> Found
+    ///                a packet is decoded after the target, or there are no more -> Missed, AcceptMissed -> Done
+    ///     Found, Skipping   the same                                         -> Done
     enum class Landing
     {
-        Searching, ///< no key packet has come yet
-        Found,     ///< one at or before the target has; a later one may replace it
-        Done,      ///< packets flow
-        Missed,    ///< the first key packet lies behind the target
+        Done,      ///< packets flow; there is no target
+        Awaiting,  ///< the target is still to come
+        Searching, ///< no key packet at or before the target has come yet
+        Found,     ///< one has, and what is staged begins with it; a later one may replace it
+        Skipping,  ///< as Found, but from a delivered group on: what is staged is dropped for a later key packet
+        Missed,    ///< the first key packet lies after the target, which is gone
     };
-    Landing GetLanding() const;
+    Landing GetLanding() const { return landing; }
     /// Time of the key packet that the landing found.
     avTime GetLandedTime() const { return landedTime; }
-    /// Where the stretch ends that is being left out; its target, when packets are being dropped for a cut.
-    std::optional<avTime> GetSkipTarget() const { return skipping ? target : std::nullopt; }
+    /// Where the stretch ends that is being left out.
+    std::optional<avTime> GetSkipTarget() const
+    {
+        return landing == Landing::Skipping ? std::optional(target) : std::nullopt;
+    }
     /// Position from which on the stretch of GetSkipTarget is left out.
     avTime GetSkipOrigin() const { return skipOrigin; }
     /// DTS of the newest packet, NoTime when there is none.
@@ -88,6 +103,8 @@ private:
         Sequence, // the group before was delivered
     };
 
+    void DropStaged();
+    bool IsLanding() const;
     void Process();
     bool Land();
     void TakeKey(avTime time);
@@ -102,27 +119,21 @@ private:
     void SetKeyPosition(Proc::DataPacketFF& key);
     avTime StartOfOpenGroup(avTime first) const;
     void Deliver(const Packet& packet);
-    void Remember(const Packet& packet, bool key);
     void SkipFrom(const Proc::DataPacketFF& packet);
 
     const bool video;
-    const Proc::CutTimeline* cut = nullptr;
-    bool skips = false;
-    std::deque<Packet> staged; // not laid out yet, in decoding order
-    std::deque<Packet> ready;  // for the reader
-    bool finished = false;
+    const Proc::CutTimeline* cut = nullptr;     // by which groups are laid out; null: nothing is cut
+    const Proc::CutTimeline* leftOut = nullptr; // whose deleted stretches are left out; null: none
+    std::deque<Packet> staged;                  // not laid out yet, in decoding order
+    std::deque<Packet> ready;                   // for the reader
+    bool ended = false;                         // no more packets come, until the file is moved
+    bool held = false;                          // between Jump and Resume
 
-    // Landing: while a target is set, packets are staged until it is known which key packet is the last at or before
-    // it.
-    std::optional<avTime> target;
-    bool deferred = false; // the target is still to come
-    bool found = false;    // a key packet at or before the target came since the move, or what is staged goes on
-    bool missed = false;
-    bool held = false;     // between Jump and Resume
-    bool skipping = false; // the landing is that of a cut
-    avTime skipOrigin = NoTime;
-    size_t searched = 0; // staged packets that the landing has seen
-    avTime landedTime = NoTime;
+    Landing landing = Landing::Done;
+    avTime target = NoTime;      // valid while searching, found and skipping: the last key packet up to it is wanted
+    size_t searched = 0;         // staged packets that the landing has seen
+    avTime skipOrigin = NoTime;  // valid while skipping
+    avTime landedTime = NoTime;  // of the key packet taken last
     avTime resumeAfter = NoTime; // key packets up to here were delivered before a jump
 
     Start start = Start::OfFile;   // how the next key packet's group begins
@@ -132,10 +143,7 @@ private:
     avTime newestShown = NoTime;   // the latest start of a picture among that
     avTime newestDts = NoTime;
     avTime deliveredTime = NoTime;
-    bool keepsLeadIns = true;
-    Proc::PacketFacts::LeadIn group; // the group being delivered, for the next one's lead-in; empty when too large
-    size_t groupBytes = 0;
-    bool groupTooLarge = false;
+    LeadInKeeper leadIns; // of the group being delivered
 };
 
 } // namespace Tessor::Host
