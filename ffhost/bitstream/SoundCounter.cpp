@@ -92,11 +92,11 @@ void SoundCounter::Place(PacketPtr packet, const Sink& sink)
     // silence by the second
     const int64_t portion = IsLinear() ? std::max<int64_t>(1, longest / LONGEST_FILL) : 1;
     for (; missing > 0; missing -= std::min(portion, missing))
-        Hand(*MakeFiller(*packet, std::min(portion, missing)), sink);
+        Hand(MakeFiller(*packet, std::min(portion, missing)), sink);
     if (missing < 0)
         Skip(*packet, -missing);
     if (packet->size > 0)
-        Hand(*packet, sink);
+        Hand(std::move(packet), sink);
 }
 
 /// Leaves out the first ticks of a packet.
@@ -124,13 +124,13 @@ PacketPtr SoundCounter::MakeFiller(const AVPacket& packet, int64_t ticks) const
     return filler;
 }
 
-void SoundCounter::Hand(AVPacket& packet, const Sink& sink)
+void SoundCounter::Hand(PacketPtr packet, const Sink& sink)
 {
-    packet.time_base = timeBase;
-    packet.pts = packet.dts = start + written;
-    packet.duration = IsLinear() ? packet.size / sampleSize : 1;
-    written += packet.duration;
-    sink(packet);
+    packet->time_base = timeBase;
+    packet->pts = packet->dts = start + written;
+    packet->duration = IsLinear() ? packet->size / sampleSize : 1;
+    written += packet->duration;
+    sink(std::move(packet));
 }
 
 } // namespace Tessor::Host

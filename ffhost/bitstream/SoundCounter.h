@@ -28,7 +28,7 @@ public:
     /// `startsAnywhere`: the container tells when the first packet is due; otherwise that is 0.
     SoundCounter(const AVCodecParameters& parameters, AVRational timeBase, bool startsAnywhere);
 
-    using Sink = std::function<void(AVPacket&)>;
+    using Sink = std::function<void(PacketPtr)>;
     /// Hands `packet`, timed in microseconds, and what it takes in front of it to `sink`, timed by what was counted.
     void Place(PacketPtr packet, const Sink& sink);
 
@@ -36,7 +36,7 @@ private:
     bool IsLinear() const { return sampleSize > 0; }
     void Skip(AVPacket& packet, int64_t ticks) const;
     PacketPtr MakeFiller(const AVPacket& packet, int64_t ticks) const;
-    void Hand(AVPacket& packet, const Sink& sink);
+    void Hand(PacketPtr packet, const Sink& sink);
 
     const int codec;
     const AVRational timeBase;

@@ -181,13 +181,13 @@ TEST(SoundCounterTest, StaysInPlaceOverManySeams)
                 ASSERT_EQ(av_grow_packet(packet.get(), row.bytes), 0);
                 int64_t last = AV_NOPTS_VALUE;
                 counter.Place(std::move(packet),
-                              [&](AVPacket& out)
+                              [&](const PacketPtr& out)
                               {
-                                  EXPECT_EQ(out.pts, counted);
-                                  counted += out.duration;
+                                  EXPECT_EQ(out->pts, counted);
+                                  counted += out->duration;
                                   // what was cut begins later
-                                  last = out.size == row.bytes ? av_rescale_q(out.pts, row.tick, microseconds)
-                                                               : AV_NOPTS_VALUE;
+                                  last = out->size == row.bytes ? av_rescale_q(out->pts, row.tick, microseconds)
+                                                                : AV_NOPTS_VALUE;
                               });
                 // what was left out is not there to be off
                 EXPECT_TRUE(last == AV_NOPTS_VALUE || std::abs(last - start - i * length) <= row.within) << last;

@@ -32,9 +32,6 @@ constexpr size_t LOOK_AHEAD = 16;
 constexpr int TRANSPORT_PACKET = 188;
 constexpr int LEAST_TRANSPORT_PACKETS = 16;
 
-/// By how many ticks two times may differ that were rounded apart from each other.
-constexpr int ROUNDING = 2;
-
 /// What describes the source's file or stream as it was written, not what is in it.
 bool IsStale(const std::string& key)
 {
@@ -79,18 +76,6 @@ void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, 
     if (!copy)
         throw std::bad_alloc();
     std::memcpy(copy, data, size);
-}
-
-/// In ticks: what the codec says, since a duration from the source may be rounded to that one's ticks. A rate that is
-/// not that of the samples shows in lengths that are far from the source's.
-int64_t SoundLength(const AVCodecParameters& parameters, const AVPacket& packet)
-{
-    const int samples = av_get_audio_frame_duration2(const_cast<AVCodecParameters*>(&parameters), packet.size);
-    if (samples <= 0 || parameters.sample_rate <= 0)
-        return packet.duration;
-    const int64_t length = av_rescale_q(samples, AVRational{1, parameters.sample_rate}, packet.time_base);
-    const bool likely = packet.duration <= 0 || std::abs(length - packet.duration) <= packet.duration / 2;
-    return likely ? length : packet.duration;
 }
 
 bool HasTag(const Tags& tags, const std::string& key)
@@ -220,7 +205,6 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  std::move(pictures),
                  DtsRepair(reorders ? LOOK_AHEAD : 0, container.TakesEqualTimes(source.type) ? 0 : 1),
                  sparse || source.attachment || source.attachedPicture,
-                 {},
                  delay};
 }
 
@@ -296,11 +280,10 @@ void MuxerFF::Open()
         Track& track = tracks[i];
         if (program)
             program->AddTrack(*track.parameters);
-        const AVStream& stream = *context->streams[i];
-        if (container.CountsSound() && SoundCounter::Counts(*stream.codecpar, stream.time_base))
-            track.counter.emplace(*stream.codecpar, stream.time_base, !container.CountsPackets());
-        interleaver.AddTrack(
-            {GetTicks(static_cast<int>(i)), track.source.type == MediaType::Video ? 0 : 1, track.sparse});
+        AVStream& stream = *context->streams[i];
+        track.ticks = IsCountedSound(container, stream) ? MICROSECONDS : stream.time_base;
+        track.stages = MakeTrackStages(container, track.source, *track.parameters, stream, *this);
+        interleaver.AddTrack({track.ticks, track.source.type == MediaType::Video ? 0 : 1, track.sparse});
         if (track.source.attachment)
             EndTrack(static_cast<int>(i));
     }
@@ -321,9 +304,9 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     Track& track = tracks.at(static_cast<size_t>(number));
     if (track.source.attachment)
         return;
-    if ((packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0 && !container.CarriesEditLists())
-        track.exposed.push_back(packet->GetPTS());
-    PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, number);
+    PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, track);
+    if ((ticks->flags & AV_PKT_FLAG_DISCARD) != 0)
+        Hide(track, *ticks, packet->GetPTS());
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
     if (!grid && container.CountsPictures() && track.source.type == MediaType::Video)
@@ -336,29 +319,29 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     Drain();
 }
 
-/// Those of a track's packets until they are handed to the container.
-AVRational MuxerFF::GetTicks(int number) const
+/// A packet that is decoded only. An edit list leaves it out, and ends with the last packet that lasts (ISO/IEC
+/// 14496-12, 8.6.6); elsewhere it is shown.
+void MuxerFF::Hide(Track& track, AVPacket& packet, avTime time) const
 {
-    return tracks[static_cast<size_t>(number)].counter ? MICROSECONDS : context->streams[number]->time_base;
+    if (container.CarriesEditLists())
+        packet.duration = 0;
+    else
+        track.exposed.push_back(time);
 }
 
-PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, int number) const
+PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, const Track& track)
 {
-    const AVRational timeBase = GetTicks(number);
     PacketPtr result(av_packet_clone(packet.GetAVPacket()));
     if (!result)
         throw std::bad_alloc();
-    const avTime delay = tracks[static_cast<size_t>(number)].delay;
-    const avTime pts = AddTime(packet.GetPTS(), delay), duration = packet.GetDuration();
+    const AVRational timeBase = track.ticks;
+    const avTime pts = AddTime(packet.GetPTS(), track.delay), duration = packet.GetDuration();
     result->pts = ToTick(pts, timeBase);
-    result->dts = ToTick(AddTime(packet.GetDTS(), delay), timeBase);
+    result->dts = ToTick(AddTime(packet.GetDTS(), track.delay), timeBase);
     // By the end, not by the length: rounding then doesn't add up.
     result->duration = duration == NoTime || duration <= 0 ? 0
                        : pts == NoTime                     ? ToTick(duration, timeBase)
                                                            : ToTick(AddTime(pts, duration), timeBase) - result->pts;
-    // An edit list ends with the last packet that lasts.
-    if (container.CarriesEditLists() && (result->flags & AV_PKT_FLAG_DISCARD))
-        result->duration = 0;
     result->time_base = timeBase;
     result->pos = -1;
     return result;
@@ -399,7 +382,8 @@ void MuxerFF::Drain()
     }
 }
 
-/// `first`: the packet with the lowest decoding time of all.
+/// Settles the common shift, by which times that the container can't tell become such that it can. `first`: the packet
+/// with the lowest decoding time of all.
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)
@@ -452,120 +436,20 @@ void MuxerFF::AddChapters()
 
 void MuxerFF::WriteOut(PacketPtr packet)
 {
-    const AVRational timeBase = packet->time_base;
-    const bool sound = TrackOf(*packet).source.type == MediaType::Audio;
-    const bool onGrid = grid && TrackOf(*packet).source.type == MediaType::Video;
-    const int64_t ticks = onGrid ? 0 : av_rescale_q_rnd(shift, MICROSECONDS, timeBase, AV_ROUND_UP);
+    Track& track = TrackOf(*packet);
+    const bool onGrid = grid && track.source.type == MediaType::Video;
+    const int64_t ticks = onGrid ? 0 : av_rescale_q_rnd(shift, MICROSECONDS, packet->time_base, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
-    if (container.CountsPackets())
-        FillStart(*packet);
-    if (container.CountsPictures() && !sound)
-        FillGap(*packet);
-    if (container.SharesTimes() && sound)
-        KeepApart(*packet);
-    // A subtitle that begins before everything else.
-    if (container.GetOrigin() == Container::Origin::Presentation)
-        packet->pts = std::max<int64_t>(packet->pts, 0);
-    if (container.TellsEnds() && sound)
-        packet = TakeEnded(std::move(packet));
-    if (!packet)
-        return;
-    if (std::optional<SoundCounter>& counter = TrackOf(*packet).counter)
-        counter->Place(std::move(packet), [this](AVPacket& counted) { Hand(counted); });
-    else
-        Hand(*packet);
-}
-
-/// Where only the ends of pages are timed, a packet's end is the next one's beginning. One for which that is not so by
-/// its samples gets a page of its own, so that no other is moved by it. So does the one after, for readers may take its
-/// length from the one before, and a first one whose time is not told.
-PacketPtr MuxerFF::TakeEnded(PacketPtr next)
-{
-    Track& track = TrackOf(*next);
-    std::swap(track.waiting, next);
-    if (!next)
-        return nullptr;
-    const int64_t end = track.waiting->pts;
-    const bool first = !std::exchange(track.written, true);
-    const bool untold = first && next->pts != 0 && container.BeginsAtZero(track.parameters->codec_id);
-    const bool abuts = std::abs(next->pts + next->duration - end) <= GetRounding(*next);
-    const bool parted = std::exchange(track.parted, !abuts);
-    if (abuts && !parted && !untold)
-        return next;
-    next->duration = end - next->pts;
-    Flush();
-    Hand(*next);
-    Flush();
-    return nullptr;
-}
-
-/// By how many ticks two times of a track may differ that were rounded apart from each other, in the source or here.
-int64_t MuxerFF::GetRounding(const AVPacket& packet)
-{
-    const TrackInfo& source = TrackOf(packet).source;
-    const AVRational ticks{source.timeBaseNum * ROUNDING, source.timeBaseDen};
-    return std::max<int64_t>(ROUNDING, av_rescale_q_rnd(1, ticks, packet.time_base, AV_ROUND_UP));
-}
-
-/// Packets that do not abut go into groups of their own: what libavformat has gathered goes out first.
-void MuxerFF::KeepApart(const AVPacket& packet)
-{
-    Track& track = TrackOf(packet);
-    const bool abuts = track.end && std::abs(packet.pts - *track.end) <= GetRounding(packet);
-    if (track.end && !abuts)
-        Flush();
-    track.end = (abuts ? *track.end : packet.pts) + SoundLength(*track.parameters, packet);
-}
-
-/// libavformat fills the gaps between pictures, but not the one before the first.
-void MuxerFF::FillStart(const AVPacket& first)
-{
-    Track& track = TrackOf(first);
-    const bool fill = !track.written && track.source.type == MediaType::Video && first.dts > 0;
-    track.written = true;
-    if (fill)
-        HandEmpty(first.stream_index, 0);
-}
-
-/// Readers that count pictures show the one before again for an empty packet.
-void MuxerFF::FillGap(const AVPacket& packet)
-{
-    Track& track = TrackOf(packet);
-    if (track.end)
-        for (int64_t time = *track.end; time < packet.pts; ++time)
-            HandEmpty(packet.stream_index, time);
-    track.end = packet.pts + 1;
-}
-
-void MuxerFF::HandEmpty(int number, int64_t time)
-{
-    const PacketPtr empty(av_packet_alloc());
-    if (!empty)
-        throw std::bad_alloc();
-    empty->stream_index = number;
-    empty->pts = empty->dts = time;
-    empty->duration = 1;
-    Hand(*empty);
+    track.stages->Push(std::move(packet));
 }
 
 void MuxerFF::Hand(AVPacket& packet)
 {
     if (program)
         program->Write(packet);
-    if (container.DividesLength())
-        MeasureLength(packet);
     const std::string what = "track " + std::to_string(TrackOf(packet).source.index);
     Run(what, [&] { return program ? 0 : av_write_frame(context.get(), &packet); });
-}
-
-/// All packets but the last last as long as it comes after the first.
-void MuxerFF::MeasureLength(const AVPacket& packet)
-{
-    AVStream& stream = *context->streams[packet.stream_index];
-    if (stream.start_time == AV_NOPTS_VALUE)
-        stream.start_time = packet.pts;
-    stream.duration = packet.pts - stream.start_time;
 }
 
 void MuxerFF::Flush()
@@ -580,8 +464,7 @@ void MuxerFF::Finish()
     if (!started)
         WriteHeader();
     for (const Track& track : tracks)
-        if (track.waiting)
-            Hand(*track.waiting);
+        track.stages->Finish();
     if (program)
         program->Finish();
     Run("the end of the file", [&] { return av_write_trailer(context.get()); });

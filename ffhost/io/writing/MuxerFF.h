@@ -1,7 +1,6 @@
 #pragma once
 
 #include "ffhost/bitstream/H264EntryRepair.h"
-#include "ffhost/bitstream/SoundCounter.h"
 #include "ffhost/io/Container.h"
 #include "ffhost/io/writing/CountedPictures.h"
 #include "ffhost/io/writing/DtsRepair.h"
@@ -9,6 +8,7 @@
 #include "ffhost/io/writing/Muxer.h"
 #include "ffhost/io/writing/OutputFile.h"
 #include "ffhost/io/writing/ProgramStream.h"
+#include "ffhost/io/writing/TrackStages.h"
 
 #include <deque>
 #include <optional>
@@ -17,10 +17,10 @@ namespace Tessor::Host
 {
 
 /// The muxer over libavformat, and over our own for program streams. A packet's way: repair of entries, ticks of the
-/// container, repair of decoding times, interleaving, the common shift, the container.
+/// container, repair of decoding times, interleaving, the common shift, what TrackStages puts in for the container.
 ///
 /// The header is written when the first packet of every track is known, for the shift moves the chapters too.
-class MuxerFF final : public Muxer
+class MuxerFF final : public Muxer, private IPacketSink
 {
 public:
     explicit MuxerFF(const std::string& path);
@@ -41,6 +41,9 @@ public:
     std::vector<std::string> GetLosses() const override;
 
 private:
+    void Hand(AVPacket& packet) override;
+    void Flush() override;
+
     struct ContextDeleter
     {
         void operator()(AVFormatContext* context) const { avformat_free_context(context); }
@@ -55,15 +58,11 @@ private:
         std::optional<CountedPictures> pictures;             // before the repair, where the container counts them
         DtsRepair repair;
         bool sparse;
-        std::optional<SoundCounter> counter = {}; // of sound that is counted; its packets stay in microseconds
         avTime delay = 0;                         // added to its times, on top of the common shift
+        AVRational ticks = {};                    // of its packets from Open on, see IsCountedSound
+        std::unique_ptr<PacketStage> stages = {}; // from Open on: its packets' way after the common shift
         bool ended = false;
         std::vector<avTime> exposed = {}; // times of packets that are decoded only, where that can't be told
-        bool written = false;             // a packet has been handed to the container
-        std::optional<int64_t> end = {};  // of the last packet, in ticks, where pictures are counted or, by what came
-                                          // since the last flush, where packets share times
-        bool parted = false;              // the packet of sound before ends elsewhere than by its samples
-        PacketPtr waiting = {};           // sound whose end is told by the next packet, which is still to come
     };
 
     bool IsAttached(const TrackInfo& cover) const;
@@ -75,24 +74,15 @@ private:
     std::vector<AVRational> TryHeader(ContextPtr trial) const;
     int GetVideoTimescale() const;
 
-    AVRational GetTicks(int number) const;
-    PacketPtr ToTicks(const Proc::IDataPacket& packet, int number) const;
+    void Hide(Track& track, AVPacket& packet, avTime time) const;
+    static PacketPtr ToTicks(const Proc::IDataPacket& packet, const Track& track);
     void Settle(int track);
     void Drain();
     void Start(const AVPacket& first);
     void WriteHeader();
     void AddChapters();
     void WriteOut(PacketPtr packet);
-    int64_t GetRounding(const AVPacket& packet);
-    PacketPtr TakeEnded(PacketPtr next);
-    void FillStart(const AVPacket& first);
-    void FillGap(const AVPacket& packet);
-    void KeepApart(const AVPacket& packet);
-    void HandEmpty(int track, int64_t time);
     void FillUp();
-    void Hand(AVPacket& packet);
-    void MeasureLength(const AVPacket& packet);
-    void Flush();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
     template <class Call>
     void Run(const std::string& what, Call call) const;
