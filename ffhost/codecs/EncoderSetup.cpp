@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
+#include "Proc/CodecParsers/MpegProfiles.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
 #include "ffhost/codecs/PictureTraits.h"
@@ -11,6 +12,7 @@ extern "C"
 #include <libavutil/pixdesc.h>
 }
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 
@@ -47,39 +49,13 @@ const std::map<AVCodecID, const char*> ENCODERS = {
     {AV_CODEC_ID_THEORA, "libtheora"},
 };
 
-const std::map<std::string, int> MPEG2_PROFILES = {
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_422, FF_PROFILE_MPEG2_422},
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_HIGH, FF_PROFILE_MPEG2_HIGH},
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SS, FF_PROFILE_MPEG2_SS},
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SNR_SCALABLE, FF_PROFILE_MPEG2_SNR_SCALABLE},
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_MAIN, FF_PROFILE_MPEG2_MAIN},
-    {IFormatCodecVideo::TAG_MPEG2_PROFILE_SIMPLE, FF_PROFILE_MPEG2_SIMPLE},
-};
+/// libavcodec's numbers of these profiles are the codes that headers have for them.
+static_assert(FF_PROFILE_MPEG2_422 == 0 && FF_PROFILE_MPEG2_SIMPLE == 5 && FF_PROFILE_MPEG4_ADVANCED_SIMPLE == 15);
 
-/// The high half of profile_and_level_indication.
-const std::map<std::string, int> MPEG4_PROFILES = {
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE, 0},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_SCALABLE, 1},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_CORE, 2},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_MAIN, 3},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_N_BIT, 4},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SCALABLE_TEXTURE, 5},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_FACE_ANIMATION, 6},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_BASIC_ANIMATED_TEXTURE, 7},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_HYBRID, 8},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_REAL_TIME, 9},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_CORE_SCALABLE, 10},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_CODING, 11},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_CORE, 12},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_SCALABLE_TEXTURE, 13},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_SIMPLE_STUDIO, 14},
-    {IFormatCodecVideo::TAG_MPEG4_PROFILE_ADVANCED_SIMPLE, 15},
-};
-
-int FindProfile(const std::map<std::string, int>& profiles, const std::string& name)
+int FindProfile(const std::vector<std::string>& profiles, const std::string& name)
 {
-    const auto found = profiles.find(name);
-    return found != profiles.end() ? found->second : FF_PROFILE_UNKNOWN;
+    const auto found = std::find(profiles.begin(), profiles.end(), name);
+    return found != profiles.end() ? static_cast<int>(found - profiles.begin()) : FF_PROFILE_UNKNOWN;
 }
 
 Core::Property GetNode(const Core::Property& tree, const std::string& tag)
@@ -269,7 +245,7 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
 
 void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
 {
-    context.profile = FindProfile(MPEG2_PROFILES, GetText(options, IFormatCodec::TAG_PROFILE));
+    context.profile = FindProfile(CodecParsers::GetMPEG2Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
     context.level = context.profile == FF_PROFILE_UNKNOWN
                         ? FF_LEVEL_UNKNOWN
                         : static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, 8));
@@ -281,7 +257,7 @@ void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
 /// The pictures have to be readable with the source's header, which gives the bits of a picture's time.
 void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
 {
-    context.profile = FindProfile(MPEG4_PROFILES, GetText(options, IFormatCodec::TAG_PROFILE));
+    context.profile = FindProfile(CodecParsers::GetMPEG4Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
     context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, FF_LEVEL_UNKNOWN));
     SetOption(context, "sc_threshold", "1000000000");
     SetConstantQuantiser(context, 2);

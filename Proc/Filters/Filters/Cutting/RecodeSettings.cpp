@@ -4,6 +4,7 @@
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
+#include "Proc/CodecParsers/MpegProfiles.h"
 #include "Proc/CodecParsers/WMV2CodecParser.h"
 #include "media/formats/IFormatCodecVideo.h"
 
@@ -151,46 +152,18 @@ void RecoverH264(const Conf::IFormatCodec& sourceFormat, const HeaderBytes& head
 
 void RecoverMPEG4(const Conf::IFormatCodec& sourceFormat, const HeaderBytes& header, Core::Property& recodeFormat)
 {
-    static const std::string profiles[16] = {
-        Video::TAG_MPEG4_PROFILE_SIMPLE,
-        Video::TAG_MPEG4_PROFILE_SIMPLE_SCALABLE,
-        Video::TAG_MPEG4_PROFILE_CORE,
-        Video::TAG_MPEG4_PROFILE_MAIN,
-        Video::TAG_MPEG4_PROFILE_N_BIT,
-        Video::TAG_MPEG4_PROFILE_SCALABLE_TEXTURE,
-        Video::TAG_MPEG4_PROFILE_SIMPLE_FACE_ANIMATION,
-        Video::TAG_MPEG4_PROFILE_BASIC_ANIMATED_TEXTURE,
-        Video::TAG_MPEG4_PROFILE_HYBRID,
-        Video::TAG_MPEG4_PROFILE_ADVANCED_REAL_TIME,
-        Video::TAG_MPEG4_PROFILE_CORE_SCALABLE,
-        Video::TAG_MPEG4_PROFILE_ADVANCED_CODING,
-        Video::TAG_MPEG4_PROFILE_ADVANCED_CORE,
-        Video::TAG_MPEG4_PROFILE_ADVANCED_SCALABLE_TEXTURE,
-        Video::TAG_MPEG4_PROFILE_SIMPLE_STUDIO,
-        Video::TAG_MPEG4_PROFILE_ADVANCED_SIMPLE,
-    };
     MPEG4_Config config;
     if (!TryToDecode("MPEG-4", [&] { DecodeMPEG4Config(header.data, header.size, config); }))
         return;
-    const std::string& profile = config.profile < 16 ? profiles[config.profile] : Video::TAG_MPEG4_PROFILE_SIMPLE;
-    StoreProfile(sourceFormat, recodeFormat, profile, config.level);
+    StoreProfile(sourceFormat, recodeFormat, GetMPEG4Profiles().at(config.profile), config.level);
 }
 
 std::string GetMPEG2Profile(const MPEG2_Config& config)
 {
     if (config.bit_rate_extension != 0)
         return Video::TAG_MPEG2_PROFILE_422;
-    switch (config.profile)
-    {
-    case 1:
-        return Video::TAG_MPEG2_PROFILE_HIGH;
-    case 2:
-        return Video::TAG_MPEG2_PROFILE_SS;
-    case 3:
-        return Video::TAG_MPEG2_PROFILE_SNR_SCALABLE;
-    case 4:
-        return Video::TAG_MPEG2_PROFILE_MAIN;
-    }
+    if (config.profile >= 1 && config.profile < GetMPEG2Profiles().size())
+        return GetMPEG2Profiles()[config.profile];
     return Video::TAG_MPEG2_PROFILE_SIMPLE;
 }
 
