@@ -1,6 +1,6 @@
 #include "jobs/ReadJointly.h"
 
-#include <algorithm>
+#include "jobs/DecodingOrder.h"
 
 namespace Tessor::Jobs
 {
@@ -12,18 +12,15 @@ void ReadJointly(const std::vector<SP<Proc::IStreamRaw>>& streams,
         stream->RequestSeek(0, nullptr);
     for (const SP<Proc::IStreamRaw>& stream : streams)
         stream->DoSeek();
-    // decoding time that each stream has reached: the lowest time until its first packet, the highest after its end
-    std::vector<avTime> reached(streams.size(), NoTime);
-    for (;;)
+    DecodingOrder order;
+    for (size_t i = 0; i < streams.size(); ++i)
+        order.Add();
+    while (const auto place = order.FindNext())
     {
-        const auto earliest = std::min_element(reached.begin(), reached.end());
-        if (earliest == reached.end() || *earliest == std::numeric_limits<avTime>::max())
-            return;
-        const auto place = static_cast<size_t>(earliest - reached.begin());
-        const SP<Proc::IDataPacket> packet = streams[place]->Read();
-        *earliest = packet ? std::max(*earliest, packet->GetDTS()) : std::numeric_limits<avTime>::max();
+        const SP<Proc::IDataPacket> packet = streams[*place]->Read();
+        order.Reach(*place, packet);
         if (packet)
-            take(place, packet);
+            take(*place, packet);
     }
 }
 

@@ -3,8 +3,10 @@
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/IProgress.h"
 #include "jobs/Times.h"
+#include "jobs/TrackSelection.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace Tessor::Jobs
 {
@@ -14,11 +16,6 @@ namespace
 
 constexpr size_t waiting_packets = 64;
 
-avTime TimeOf(const Proc::IDataPacket& packet)
-{
-    return packet.GetDTS() != NoTime ? packet.GetDTS() : packet.GetPTS();
-}
-
 } // namespace
 
 size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format,
@@ -26,6 +23,7 @@ size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCo
 {
     Host::FramedTrack framed(stream, format, muxer, info);
     const int number = muxer.AddTrack(info, framed.GetFormatCodec(), false);
+    order.Add();
     tracks.push_back({.number = number, .dense = std::move(framed), .index = info.index});
     return tracks.size() - 1;
 }
@@ -39,6 +37,8 @@ size_t MuxPump::AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::Tr
 size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Placement placement)
 {
     const int number = muxer.AddTrack(info, info.format, true);
+    order.Add();
+    order.Reach(tracks.size(), nullptr); // it is met while others are read
     // an attachment has no packets
     tracks.push_back({.number = number,
                       .dense = std::nullopt,
@@ -48,10 +48,18 @@ size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Pl
     return tracks.size() - 1;
 }
 
-long long MuxPump::GetDamagedCount(size_t place) const
+std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source) const
 {
-    const Track& track = tracks.at(place);
-    return track.dense ? track.dense->GetDamagedCount() : 0;
+    std::vector<std::string> warnings;
+    for (const std::string& loss : muxer.GetLosses())
+        warnings.push_back("not carried over: " + loss);
+    for (const Track& track : tracks)
+        if (const long long damaged = track.dense ? track.dense->GetDamagedCount() : 0)
+            warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
+    AddLateStreams(source, warnings);
+    if (const long long damaged = source.GetDamagedCount())
+        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
+    return warnings;
 }
 
 Statistics MuxPump::GetStatistics() const
@@ -77,13 +85,12 @@ void MuxPump::Run(avTime duration, IProgress& progress)
     }
     const double whole = Seconds(std::max<avTime>(duration, 1));
     avTime reached = 0;
-    while (Track* track = Earliest())
+    while (const auto place = order.FindNext())
     {
         ThrowIfCancelled(progress);
-        WriteNext(*track);
+        WriteNext(*place);
         WriteSparse();
-        if (track->lastTime != NoTime)
-            reached = std::max(reached, track->lastTime);
+        reached = std::max(reached, order.GetReached(*place));
         progress.Tell(Seconds(reached) / whole, reached);
     }
     WriteSparse();
@@ -91,29 +98,17 @@ void MuxPump::Run(avTime duration, IProgress& progress)
     progress.Finish(std::max<avTime>(duration, 1));
 }
 
-MuxPump::Track* MuxPump::Earliest()
+void MuxPump::WriteNext(size_t place)
 {
-    Track* earliest = nullptr;
-    for (Track& track : tracks)
-    {
-        // NoTime is below every time: a track that has delivered nothing yet comes first
-        if (track.dense && !track.ended && (!earliest || track.lastTime < earliest->lastTime))
-            earliest = &track;
-    }
-    return earliest;
-}
-
-void MuxPump::WriteNext(Track& track)
-{
+    Track& track = tracks[place];
     const SP<Proc::IDataPacket> packet = track.dense->Read();
+    order.Reach(place, packet);
     if (!packet)
     {
-        track.ended = true;
         muxer.EndTrack(track.number);
         return;
     }
     ++track.packets;
-    track.lastTime = std::max(track.lastTime, TimeOf(*packet));
     muxer.Write(track.number, packet);
 }
 

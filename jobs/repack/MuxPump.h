@@ -4,6 +4,7 @@
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/FramedTrack.h"
 #include "ffhost/io/writing/Muxer.h"
+#include "jobs/DecodingOrder.h"
 #include "jobs/IProgress.h"
 #include "jobs/reports/Statistics.h"
 
@@ -40,12 +41,13 @@ public:
 
     /// Packets written of the track at that place.
     long long GetPacketCount(size_t place) const { return tracks.at(place).packets; }
-    /// Packets of it that could not be framed, and were left out.
-    long long GetDamagedCount(size_t place) const;
     /// As the muxer's.
     std::vector<avTime> GetExposed(size_t place) const { return muxer.GetExposed(tracks.at(place).number); }
     /// Of all tracks that came from streams; after Run.
     Statistics GetStatistics() const;
+    /// What was lost on the way from `source`, once the muxer has finished: what the container can't carry, packets
+    /// that could not be framed, and what reading met that is no track or damaged.
+    std::vector<std::string> GetWarnings(const Host::Demuxer& source) const;
 
 private:
     struct Track
@@ -55,17 +57,15 @@ private:
         Host::Demuxer* source = nullptr;        // of sparse packets; null when there are none
         int index = 0;                          // in the source
         Placement placement = nullptr;          // of sparse packets
-        avTime lastTime = NoTime;               // decoding time of the last packet written
-        bool ended = false;
         long long packets = 0;
     };
 
-    Track* Earliest();
-    void WriteNext(Track& track);
+    void WriteNext(size_t place);
     void WriteSparse();
 
     Host::Muxer& muxer;
     std::vector<Track> tracks;
+    DecodingOrder order; // of the tracks, the sparse ones ended from the start
 };
 
 } // namespace Tessor::Jobs

@@ -76,14 +76,8 @@ void TrackCopier::Copy(IProgress& progress, avTime duration)
 void TrackCopier::Finish()
 {
     muxer->Finish();
-    for (const std::string& loss : muxer->GetLosses())
-        warnings.push_back("not carried over: " + loss);
-    for (const Track& track : tracks)
-        if (const long long damaged = pump.GetDamagedCount(track.place))
-            warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
-    AddLateStreams(source, warnings);
-    if (const long long damaged = source.GetDamagedCount())
-        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
+    for (std::string& warning : pump.GetWarnings(source))
+        warnings.push_back(std::move(warning));
 }
 
 std::vector<CopiedTrack> TrackCopier::GetTracks() const
