@@ -9,11 +9,6 @@ namespace Tessor::Jobs
 namespace
 {
 
-bool IsDense(const Host::TrackInfo& track)
-{
-    return (track.type == MediaType::Video && !track.attachedPicture) || track.type == MediaType::Audio;
-}
-
 bool IsUndecodable(const Host::TrackInfo& track)
 {
     const SP<const Proc::IBlob> header = track.format ? track.format->GetExtradata() : nullptr;
@@ -33,7 +28,7 @@ std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std:
                                            "packets bring no parameter sets",
                                            demuxer.GetInfo().path, track.index, KindName(track), track.codecName,
                                            track.headerFault));
-        else if (IsDense(track))
+        else if (track.IsDense())
             tracks.push_back({track.index, demuxer.GetStream(track.index)});
         else if (track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
             tracks.push_back({track.index, nullptr});

@@ -45,6 +45,9 @@ struct TrackInfo
     std::vector<int32_t> displayMatrix;         ///< nine values, or empty
     SideData sideData;                          ///< what else the container says of the whole track
     Tags tags;                                  ///< language, title, ...
+
+    /// Pictures or sound: there are packets all the time, so that reading can go by them.
+    bool IsDense() const { return (type == MediaType::Video || type == MediaType::Audio) && !attachedPicture; }
 };
 
 /// What a file holds beside its tracks: its beginning, as far as that is searched, doesn't tell of it.

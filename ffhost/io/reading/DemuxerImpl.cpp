@@ -65,23 +65,21 @@ const TrackInfo& DemuxerImpl::FindTrack(int track) const
 
 SP<Proc::IStreamRaw> DemuxerImpl::GetStream(int track)
 {
-    const TrackInfo& wanted = FindTrack(track);
-    if ((wanted.type != MediaType::Video && wanted.type != MediaType::Audio) || wanted.attachedPicture)
+    if (!FindTrack(track).IsDense())
         Throw<std::invalid_argument>(TESSOR_HERE, "Only audio and video tracks are streams");
     const boost::mutex::scoped_lock lock(mutex);
     Reader& reader = readers[track];
     if (!reader.stream)
     {
         pump.Select(track);
-        reader.stream = std::make_unique<TrackStream>(*this, track);
+        reader.stream = std::make_unique<TrackStream>(static_cast<ITrackOwner&>(*this), track);
     }
     return SP<Proc::IStreamRaw>(reader.stream.get());
 }
 
 void DemuxerImpl::SelectSparse(int track)
 {
-    const MediaType type = FindTrack(track).type;
-    if ((type == MediaType::Video || type == MediaType::Audio) && !FindTrack(track).attachedPicture)
+    if (FindTrack(track).IsDense())
         Throw<std::invalid_argument>(TESSOR_HERE, "Audio and video tracks are not sparse");
     const boost::mutex::scoped_lock lock(mutex);
     pump.SelectSparse(track);

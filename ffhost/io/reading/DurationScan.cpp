@@ -18,23 +18,19 @@ namespace
 
 constexpr avTime FIRST_TAIL = 5000000;
 
-bool IsDense(const TrackInfo& track)
-{
-    return (track.type == MediaType::Video || track.type == MediaType::Audio) && !track.attachedPicture;
-}
-
 class TailReader
 {
 public:
     TailReader(SourceFile& file, const MediaInfo& info) : file(file), info(info)
     {
         ClockJumps* const clock = file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
-        const bool onlySparse = std::none_of(info.tracks.begin(), info.tracks.end(), IsDense);
+        const bool onlySparse =
+            std::none_of(info.tracks.begin(), info.tracks.end(), [](const TrackInfo& t) { return t.IsDense(); });
         for (const TrackInfo& track : info.tracks)
         {
             // gaps between subtitles are as long as jumps of a clock, where they have no durations anyway
             const bool subtitle = track.type == MediaType::Subtitle && (!clock || onlySparse);
-            const bool followed = IsDense(track) || (subtitle && onlySparse);
+            const bool followed = track.IsDense() || (subtitle && onlySparse);
             times.push_back(followed ? std::make_unique<TrackTimes>(track, info.origin, clock) : nullptr);
             if (followed || subtitle)
                 file.Select(track.index);
