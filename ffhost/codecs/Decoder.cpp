@@ -190,6 +190,8 @@ void Decoder::Deliver(const AVFrame& decoded)
     ready.push_back(frame);
 }
 
+// Consumers fold pictures that look alike, and whether a picture does is seen in its samples alone: a repeat is coded
+// like any other, and libavcodec decodes it to memory of its own. Of moving pictures only the first row is compared.
 // The picture before was set apart, too, if it was a repeat: so every other one is.
 void Decoder::SetApart(AVFrame& picture)
 {

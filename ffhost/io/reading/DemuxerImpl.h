@@ -9,7 +9,7 @@
 namespace Tessor::Host
 {
 
-class DemuxerImpl final : public Demuxer, public ITrackOwner, public RefCountImpl
+class DemuxerImpl final : public Demuxer, private ITrackOwner, public RefCountImpl
 {
 public:
     DemuxerImpl(const std::string& path, const DemuxerSettings& settings);
@@ -25,12 +25,12 @@ public:
     long long GetDamagedCount() const override;
     std::vector<LateStream> GetLateStreams() const override;
 
+private:
     SP<Proc::IDataPacket> Read(int track) override;
     avTime GetPosition(int track) override;
     void RequestSeek(int track, avTime target) override;
     void DoSeek() override;
 
-private:
     struct Reader
     {
         std::unique_ptr<TrackStream> stream;
