@@ -1,19 +1,13 @@
 #pragma once
 
 #include "Proc/CodecParsers/IPTSRestorer.h"
-
-#include <deque>
+#include "Proc/CodecParsers/ReferenceQueue.h"
 
 namespace Tessor::Proc::CodecParsers
 {
 
-/// Restores presentation times of MPEG-1/2 video in which only some pictures have one. A picture without a time is a
-/// reference that is shown when the next reference is decoded:
-///
-///     decoding order   I(no PTS)  B  B  P(DTS d)
-///     becomes          I(PTS d)   B  B  P
-///
-/// Packets leave in the order they came. Not thread-safe.
+/// Restores presentation times of MPEG-1/2 video in which only some pictures have one, as ReferenceQueue does. Packets
+/// leave in the order they came. Not thread-safe.
 class TESSOR_API MPEG1_2PTSRestorer final : public IPTSRestorer
 {
 public:
@@ -22,12 +16,13 @@ public:
     void Reset() override;
 
 private:
-    using Entry = std::pair<SP<const IDataPacket>, ExternalTS>;
+    struct Entry : ExternalTS
+    {
+        SP<const IDataPacket> packet;
+        avTime duration = 0;
+    };
 
-    void Finish(avTime oldestPts);
-
-    std::deque<Entry> pending;  // a reference without PTS and the B pictures behind it, until its PTS is known
-    std::deque<Entry> finished; // what Pull hands out, oldest first
+    ReferenceQueue<Entry> entries;
 };
 
 } // namespace Tessor::Proc::CodecParsers

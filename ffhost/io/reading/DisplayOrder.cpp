@@ -21,24 +21,15 @@ void DisplayOrder::Push(TimedPacket&& timed)
         PushByOrder({std::move(timed), sequence, picture.order});
     }
     else
-        PushByType({std::move(timed), 0, 0}, picture.bidirectional);
+        PushByType(std::move(timed), picture.bidirectional);
 }
 
-// A picture that others lean on is shown when the next such one is decoded; one that nothing leans on at once.
-void DisplayOrder::PushByType(Waiting&& next, bool bidirectional)
+// A picture that nothing leans on is shown at once, and so is every one where nothing is reordered.
+void DisplayOrder::PushByType(TimedPacket&& timed, bool bidirectional)
 {
-    if (bidirectional || depth == 0)
-    {
-        if (next.timed.pts == NoTime)
-            next.timed.pts = next.timed.dts;
-    }
-    else
-    {
-        for (Waiting& entry : waiting)
-            if (entry.timed.pts == NoTime)
-                entry.timed.pts = next.timed.dts;
-    }
-    waiting.push_back(std::move(next));
+    if ((bidirectional || depth == 0) && timed.pts == NoTime)
+        timed.pts = timed.dts;
+    byType.Push(std::move(timed), bidirectional);
 }
 
 // The n-th picture to be shown takes the n-th decoding time, late by the depth of the reordering.
@@ -73,16 +64,15 @@ size_t DisplayOrder::CountUntimed() const
 
 void DisplayOrder::Finish()
 {
-    if (parser.HasOrder())
-        while (CountUntimed() > 0)
-            ShowFirst();
-    for (Waiting& entry : waiting)
-        if (entry.timed.pts == NoTime)
-            entry.timed.pts = AddTime(waiting.back().timed.dts, waiting.back().timed.duration);
+    while (CountUntimed() > 0)
+        ShowFirst();
+    byType.Finish();
 }
 
 bool DisplayOrder::Pull(TimedPacket& timed)
 {
+    if (!parser.HasOrder())
+        return byType.Pull(timed);
     if (waiting.empty() || waiting.front().timed.pts == NoTime)
         return false;
     timed = std::move(waiting.front().timed);
@@ -92,6 +82,7 @@ bool DisplayOrder::Pull(TimedPacket& timed)
 
 void DisplayOrder::Reset()
 {
+    byType.Reset();
     waiting.clear();
     slots.clear();
     sequence = lastOrder = 0;
