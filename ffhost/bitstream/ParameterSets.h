@@ -15,6 +15,9 @@ namespace Tessor::Host
 /// The parameter sets in force in a stream of H.264 or HEVC: those of its header until packets bring others of the same
 /// identifier (7.4.1.2.1 of ITU-T H.264, 7.4.2.4.2 of H.265). Follows nothing in streams of other codecs and without a
 /// header, which tells how packets are framed.
+///
+/// There is one follower for each order of packets: PacketPump's goes along with the source, whose packets a cut leaves
+/// out or has encoded anew, and FramedTrack's with what is left to be written.
 class ParameterSets
 {
 public:
@@ -40,6 +43,12 @@ public:
     };
     /// Takes over what the packet brings. Throws Exception for a new header of the container that is malformed.
     Carried Follow(const Proc::IDataPacket& packet);
+    /// Whether a decoder that enters with the packet, which was followed last, would look for sets in vain: neither the
+    /// packet nor the stream's header has them.
+    bool AreMissed(const Proc::IDataPacket& packet, Carried carried) const
+    {
+        return carried != Carried::All && changed && packet.IsKeyFrame();
+    }
     /// Begins again with the header.
     void Rewind();
     /// Another number for each change of what is in force.

@@ -162,8 +162,8 @@ void PacketPump::Deliver(DenseTrack& track)
 void PacketPump::FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet)
 try
 {
-    const bool all = track.sets.Follow(*packet) == ParameterSets::Carried::All;
-    if (!all && packet->IsKeyFrame() && track.sets.HaveChanged() && !ParameterSets::HasNewHeader(*packet))
+    const ParameterSets::Carried carried = track.sets.Follow(*packet);
+    if (track.sets.AreMissed(*packet, carried) && !ParameterSets::HasNewHeader(*packet))
         packet = track.sets.Prepend(packet);
 }
 catch (const Exception& e)

@@ -168,16 +168,13 @@ SP<IDataPacket> PacketGate::AddHeader(const SP<IDataPacket>& packet) const
 SP<IDataPacket> PacketGate::FollowSets(const SP<IDataPacket>& packet)
 {
     using Carried = ParameterSets::Carried;
-    const unsigned version = sets.GetVersion();
     const Carried carried = sets.Follow(*packet);
-    const bool changed = sets.GetVersion() != version || sets.HaveChanged();
-    const bool newHeader = ParameterSets::HasNewHeader(*packet) && changed;
-    if (carried == Carried::All || !(packet->IsKeyFrame() || newHeader))
-        return packet;
+    const bool newHeader = carried != Carried::All && ParameterSets::HasNewHeader(*packet) && sets.HaveChanged();
     // In Annex B the filter adds them to packets that have none at all, and to all that come from lengths.
     const bool annexB = settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_ANNEX_B;
-    const bool missing = annexB ? carried == Carried::Some && sets.AreBehindStartCodes() : sets.HaveChanged();
-    return missing || newHeader ? sets.Prepend(packet) : packet;
+    const bool missed = annexB ? packet->IsKeyFrame() && carried == Carried::Some && sets.AreBehindStartCodes()
+                               : sets.AreMissed(*packet, carried);
+    return missed || newHeader ? sets.Prepend(packet) : packet;
 }
 
 FramedTrack::FramedTrack(const SP<IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Muxer& muxer,
