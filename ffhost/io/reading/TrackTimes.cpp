@@ -158,6 +158,8 @@ void TrackTimes::PullOrdered()
         PlaceDts(std::move(timed));
 }
 
+// Containers leave decoding times out, and after a move the first ones are unknown. One in the middle goes on from the
+// packet before; those at the beginning wait for one that is known, from which they are counted back.
 void TrackTimes::PlaceDts(TimedPacket&& timed)
 {
     const avTime known = timed.dts;
@@ -187,6 +189,8 @@ void TrackTimes::PlaceWaiting(avTime next)
     withoutDts.clear();
 }
 
+// Decoding times that stand still or step back, as careless multiplexers write them, rise by the least there is. What
+// is hidden waits for something that is shown: at the end of a track nothing leans on it.
 void TrackTimes::Emit(TimedPacket&& timed)
 {
     if (lastDts != NoTime && timed.dts <= lastDts)

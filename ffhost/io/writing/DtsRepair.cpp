@@ -22,6 +22,8 @@ void DtsRepair::Push(PacketPtr packet)
     window.push_back(std::move(packet));
 }
 
+// The packet i places after this one is decoded i steps later at the least: its time less as many steps is the highest
+// that this one may have. What has been handed out is the lowest.
 PacketPtr DtsRepair::Pull()
 {
     if (window.empty() || (!ended && window.size() <= lookAhead))

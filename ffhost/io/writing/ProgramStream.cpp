@@ -55,7 +55,8 @@ int FirstSubstream(int codec)
     }
 }
 
-// Linear samples of 16 bits, as DVD-Video describes them.
+// Linear samples of 16 bits, as DVD-Video describes them: emphasis and number of the frame, rate and channels, dynamic
+// range, which 0x80 leaves as it is.
 std::vector<uint8_t> DescribeSamples(const AVCodecParameters& parameters)
 {
     const int rates[] = {48000, 96000, 44100, 32000};
@@ -120,7 +121,8 @@ void ProgramStream::WritePack(Track& track, const AVPacket& packet, int offset, 
     newest = *clock + static_cast<int64_t>(pack.size()) * SECOND / rate;
 }
 
-/// Moves the clock to where the decoder's buffer has room.
+/// Moves the clock to where the decoder's buffer has room, as ISO/IEC 13818-1, 2.5.2 models it: bytes come in as the
+/// clock tells, and those of a picture or frame go out all at once when it is decoded.
 void ProgramStream::Advance(const AVPacket& packet, Track& track, int size)
 {
     int64_t time = std::max(newest.value_or(0), packet.dts - LEAD);
@@ -136,6 +138,9 @@ void ProgramStream::Advance(const AVPacket& packet, Track& track, int size)
     clock = std::max(clock.value_or(0), std::min(time, packet.dts));
 }
 
+/// ISO/IEC 13818-1, 2.5.3.3: the clock in parts of 3, 15 and 15 bits, each before a marker bit, so that no start code
+/// comes about; its extension of 27 MHz stays 0. The rate is that of the multiplex, and the last byte says that no
+/// stuffing follows.
 void ProgramStream::PutPackHeader()
 {
     const uint64_t scr = static_cast<uint64_t>(*clock) & 0x1FFFFFFFF;
@@ -148,6 +153,7 @@ void ProgramStream::PutPackHeader()
     Put(0xF8, 1);
 }
 
+/// ISO/IEC 13818-1, 2.5.3.5: how many streams there are, and how large a buffer each needs in a decoder.
 void ProgramStream::PutSystemHeader()
 {
     const int64_t rate = std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE) / RATE_UNIT;
@@ -172,6 +178,7 @@ void ProgramStream::PutSystemHeader()
     }
 }
 
+/// ISO/IEC 13818-1, 2.4.3.6: the DTS is only told where it differs from the PTS.
 void ProgramStream::PutPesHeader(const Track& track, const AVPacket& packet, bool first, size_t payload)
 {
     const bool both = first && packet.dts != packet.pts;
@@ -187,6 +194,7 @@ void ProgramStream::PutPesHeader(const Track& track, const AVPacket& packet, boo
         PutTime(1, packet.dts);
 }
 
+/// A time of 33 bits, in parts as in the pack header; `mark` says which time it is.
 void ProgramStream::PutTime(unsigned mark, int64_t time)
 {
     const uint64_t t = static_cast<uint64_t>(time) & 0x1FFFFFFFF;
