@@ -65,44 +65,11 @@ void CutSession::JoinTracks()
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
 }
 
-TimeContext CutSession::MakeTimeContext()
-{
-    // scanned once, and only when a time is given as a frame
-    const auto times = std::make_shared<std::vector<avTime>>();
-    return {GetInfo().duration, [this, times](long long frame)
-            {
-                CutTrack* video = GetVideo();
-                if (!video)
-                    throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
-                if (times->empty())
-                    *times = ScanPictureTimes(*video->source);
-                if (frame > static_cast<long long>(times->size()))
-                    throw JobError(JobError::BadRequest,
-                                   fmt::format("there is no frame {}f: the video has {}", frame, times->size()));
-                return frame == static_cast<long long>(times->size()) ? GetInfo().duration : times->at(frame);
-            }};
-}
-
 std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
 {
-    const bool keeps = !request.keep.IsEmpty();
-    if (keeps == !request.remove.IsEmpty())
-        throw JobError(JobError::BadRequest, "give either --keep or --remove");
-    const TimeContext context = MakeTimeContext();
-    std::vector<Range> list = keeps ? ParseRanges("--keep", request.keep.GetText(), context)
-                                    : ParseRanges("--remove", request.remove.GetText(), context);
-    for (Range& range : list)
-    {
-        if (range.end <= context.duration)
-            continue;
-        warnings.push_back("a range ends beyond the end of the file, " + T2S(context.duration));
-        range.end = context.duration;
-    }
-    if (!keeps)
-        list = Complement(list, context.duration);
-    if (list.empty())
-        throw JobError(JobError::BadRequest, "nothing would be left of " + GetInfo().path);
-    return list;
+    const auto video = [this] { return GetVideo() ? GetVideo()->source : nullptr; };
+    return ReadKeptRanges(request.keep, request.remove, GetInfo().path, MakeTimeContext(GetInfo().duration, video),
+                          warnings);
 }
 
 std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)

@@ -59,7 +59,6 @@ public:
 
 private:
     void JoinTracks();
-    TimeContext MakeTimeContext();
     std::vector<Range> ReadRequest(const CutSettings& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);

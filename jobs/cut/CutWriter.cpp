@@ -14,7 +14,7 @@ CutWriter::CutWriter(CutSession& session, const std::string& output)
     : session(session), copier(session.GetDemuxer(), output)
 {
     AddTracks();
-    copier.Open(MapChapters());
+    copier.Open(MapChapters(session.GetInfo(), session.GetCut()));
 }
 
 void CutWriter::AddTracks()
@@ -37,20 +37,6 @@ void CutWriter::AddTracks()
     if (!any)
         throw JobError(JobError::Failed,
                        session.GetInfo().path + ": the output's container can carry neither its picture nor its sound");
-}
-
-std::vector<Host::ChapterInfo> CutWriter::MapChapters() const
-{
-    const Proc::CutTimeline cut = session.GetCut();
-    std::vector<Host::ChapterInfo> chapters;
-    for (Host::ChapterInfo chapter : session.GetInfo().chapters)
-    {
-        chapter.start = cut.Source2Result(chapter.start);
-        chapter.end = cut.Source2Result(std::min(chapter.end, session.GetInfo().duration));
-        if (chapter.start < chapter.end)
-            chapters.push_back(chapter);
-    }
-    return chapters;
 }
 
 CutReport CutWriter::Run(IProgress& progress)

@@ -20,7 +20,6 @@ public:
 
 private:
     void AddTracks();
-    std::vector<Host::ChapterInfo> MapChapters() const;
     TrackReport MakeReport(const CopiedTrack& copied) const;
     void AddRecoding(TrackReport& report, const CutTrack& track) const;
     Statistics GetStatistics() const;
