@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/FormatTags.h"
+#include "media/FFmpegCompat.h"
 #include "media/formats/IFormatCodecVideo.h"
 #include "media/items/BlobFF.h"
 
@@ -55,7 +56,7 @@ void SetFrameRate(AVCodecContext& context, const Core::Property& format)
         // 16 bits hold what the headers can.
         av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), 65535);
     }
-    if (const AVRational* known = context.codec->supported_framerates)
+    if (const AVRational* known = FFmpeg::ListFrameRates(*context.codec))
         rate = known[av_find_nearest_q_idx(rate, known)];
     context.framerate = rate;
     context.time_base = av_inv_q(rate);

@@ -5,6 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "ffhost/FormatTags.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/IPacketFacts.h"
 
 extern "C"
@@ -216,8 +217,8 @@ avTime Decoder::FindPlace(avTime time)
 
 avTime Decoder::GetFrameDuration(const AVFrame& decoded) const
 {
-    if (decoded.pkt_duration > 0)
-        return decoded.pkt_duration;
+    if (FFmpeg::DurationOf(decoded) > 0)
+        return FFmpeg::DurationOf(decoded);
     const AVRational rate = codec.GetContext()->framerate;
     return rate.num > 0 && rate.den > 0 ? std::max<avTime>(av_rescale_q(1, av_inv_q(rate), MICROSECONDS), 1)
                                         : DEFAULT_DURATION;

@@ -5,6 +5,7 @@
 #include "Fnd/TimerSimple.h"
 #include "ffhost/codecs/EncoderSetup.h"
 #include "host/ComputingResourceManager.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/BlobFF.h"
 #include "media/items/DataPacketFF.h"
 #include "media/items/DataVideoFF.h"
@@ -38,7 +39,7 @@ FramePtr CopyRecord(const IDataVideo& frame)
     record->format = static_cast<int>(frame.GetPixFmt());
     record->width = frame.GetWidth();
     record->height = frame.GetHeight();
-    record->interlaced_frame = frame.IsInterlaced();
+    FFmpeg::SetInterlaced(*record, frame.IsInterlaced());
     if (av_frame_get_buffer(record.get(), 0) < 0)
         throw std::bad_alloc();
     for (int i = 0; i < GetPlanesCount(frame); ++i)
@@ -109,7 +110,7 @@ void Encoder::SendNextFrame()
     record->pts = frameCount * frameTicks;
     // The decoder's decisions are not the encoder's.
     record->pict_type = AV_PICTURE_TYPE_NONE;
-    record->key_frame = 0;
+    FFmpeg::SetKeyFrame(*record, false);
     record->quality = codec.GetContext()->global_quality;
     times[frameCount++] = {frame->GetPTS(), frame->GetDuration()};
     codec.Send(record.get());
@@ -150,8 +151,8 @@ void Encoder::SetFields(AVFrame& record) const
     const AVCodecContext& context = *codec.GetContext();
     if (!(context.flags & AV_CODEC_FLAG_INTERLACED_DCT))
         return;
-    record.interlaced_frame = 1;
-    record.top_field_first = context.field_order == AV_FIELD_TT || context.field_order == AV_FIELD_BT;
+    FFmpeg::SetInterlaced(record, true);
+    FFmpeg::SetTopFieldFirst(record, context.field_order == AV_FIELD_TT || context.field_order == AV_FIELD_BT);
 }
 
 SP<IDataPacket> Encoder::ToItem(AVPacket* packet)

@@ -6,6 +6,7 @@
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
 #include "ffhost/codecs/PictureTraits.h"
+#include "media/FFmpegCompat.h"
 
 extern "C"
 {
@@ -50,12 +51,12 @@ const std::map<AVCodecID, const char*> ENCODERS = {
 };
 
 /// libavcodec's numbers of these profiles are the codes that headers have for them.
-static_assert(FF_PROFILE_MPEG2_422 == 0 && FF_PROFILE_MPEG2_SIMPLE == 5 && FF_PROFILE_MPEG4_ADVANCED_SIMPLE == 15);
+static_assert(AV_PROFILE_MPEG2_422 == 0 && AV_PROFILE_MPEG2_SIMPLE == 5 && AV_PROFILE_MPEG4_ADVANCED_SIMPLE == 15);
 
 int FindProfile(const std::vector<std::string>& profiles, const std::string& name)
 {
     const auto found = std::find(profiles.begin(), profiles.end(), name);
-    return found != profiles.end() ? static_cast<int>(found - profiles.begin()) : FF_PROFILE_UNKNOWN;
+    return found != profiles.end() ? static_cast<int>(found - profiles.begin()) : AV_PROFILE_UNKNOWN;
 }
 
 Core::Property GetNode(const Core::Property& tree, const std::string& tag)
@@ -120,14 +121,14 @@ std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& pictur
     tree.RemoveChild(IFormatCodec::TAG_CODEC_OPTIONS_ENCODE);
     tree.Add(tools);
     tree.RemoveChild(FormatTags::LEVEL);
-    const AVFieldOrder fields = picture.top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
-    tree.SetChildT<long long>(FormatTags::FIELD_ORDER, picture.interlaced_frame ? fields : AV_FIELD_PROGRESSIVE);
+    const AVFieldOrder fields = FFmpeg::IsTopFieldFirst(picture) ? AV_FIELD_TT : AV_FIELD_BB;
+    tree.SetChildT<long long>(FormatTags::FIELD_ORDER, FFmpeg::IsInterlaced(picture) ? fields : AV_FIELD_PROGRESSIVE);
     return std::make_unique<EncoderSetup>(format, tree);
 }
 
 bool EncoderSetup::KeepsFields(const AVFrame& picture) const
 {
-    return !picture.interlaced_frame || !CodesFields() ||
+    return !FFmpeg::IsInterlaced(picture) || !CodesFields() ||
            IsInterlaced(GetNumber(recode, FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN));
 }
 
@@ -149,7 +150,7 @@ void EncoderSetup::CheckSource() const
 
     const AVPixelFormat format = static_cast<AVPixelFormat>(source->GetPixelFormat());
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
-    const AVPixelFormat* known = codec->pix_fmts;
+    const AVPixelFormat* known = FFmpeg::ListPixelFormats(*codec);
     while (known && *known != AV_PIX_FMT_NONE && *known != format)
         ++known;
     if (!description || (description->flags & AV_PIX_FMT_FLAG_ALPHA) || (known && *known == AV_PIX_FMT_NONE))
@@ -221,7 +222,7 @@ void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
 void EncoderSetup::SetupH264(AVCodecContext& context) const
 {
     context.bit_rate = 0;
-    context.level = static_cast<int>(GetNumber(recode, FormatTags::LEVEL, FF_LEVEL_UNKNOWN));
+    context.level = static_cast<int>(GetNumber(recode, FormatTags::LEVEL, AV_LEVEL_UNKNOWN));
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(context.pix_fmt);
     const std::string profile = GetText(options, IFormatCodec::TAG_PROFILE);
     // Beyond 4:2:0 in 8 bits the pixels decide, and the encoder does.
@@ -246,8 +247,8 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
 void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
 {
     context.profile = FindProfile(CodecParsers::GetMPEG2Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
-    context.level = context.profile == FF_PROFILE_UNKNOWN
-                        ? FF_LEVEL_UNKNOWN
+    context.level = context.profile == AV_PROFILE_UNKNOWN
+                        ? AV_LEVEL_UNKNOWN
                         : static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, 8));
     // Changes of scene would start groups of their own.
     SetOption(context, "sc_threshold", "1000000000");
@@ -258,7 +259,7 @@ void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
 void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
 {
     context.profile = FindProfile(CodecParsers::GetMPEG4Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
-    context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, FF_LEVEL_UNKNOWN));
+    context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, AV_LEVEL_UNKNOWN));
     SetOption(context, "sc_threshold", "1000000000");
     SetConstantQuantiser(context, 2);
     const SP<const IBlob> extradata = source->GetExtradata();

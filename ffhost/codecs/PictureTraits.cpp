@@ -1,6 +1,7 @@
 #include "ffhost/codecs/PictureTraits.h"
 
 #include "ffhost/FormatTags.h"
+#include "media/FFmpegCompat.h"
 #include "media/formats/IFormatCodecVideo.h"
 
 #include <algorithm>
@@ -79,8 +80,8 @@ void PictureTraits::Settle(AVFrame& picture) const
     Complete(picture.chroma_location, chroma, AVCHROMA_LOC_UNSPECIFIED);
     if (!containerFields || !IsInterlaced(fields))
         return;
-    picture.interlaced_frame = 1;
-    picture.top_field_first = fields == AV_FIELD_TT || fields == AV_FIELD_BT;
+    FFmpeg::SetInterlaced(picture, true);
+    FFmpeg::SetTopFieldFirst(picture, fields == AV_FIELD_TT || fields == AV_FIELD_BT);
 }
 
 void ApplyPictureProperties(const Core::Property& format, AVCodecContext& context)

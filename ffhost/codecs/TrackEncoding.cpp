@@ -7,6 +7,7 @@
 #include "ffhost/codecs/EncoderTable.h"
 #include "ffhost/codecs/TrackVideoSetup.h"
 #include "ffhost/io/Container.h"
+#include "media/FFmpegCompat.h"
 
 extern "C"
 {
@@ -103,10 +104,11 @@ int FitRate(const AVCodec& codec, int rate)
     // Containers count its delay in this one, whatever the encoder takes.
     if (codec.id == AV_CODEC_ID_OPUS)
         return 48000;
-    if (!codec.supported_samplerates || IsListed(codec.supported_samplerates, 0, rate))
+    const int* rates = FFmpeg::ListSampleRates(codec);
+    if (!rates || IsListed(rates, 0, rate))
         return rate;
     int above = 0, highest = 0;
-    for (const int* known = codec.supported_samplerates; *known; ++known)
+    for (const int* known = rates; *known; ++known)
     {
         if (*known > rate && (above == 0 || *known < above))
             above = *known;
@@ -118,7 +120,8 @@ int FitRate(const AVCodec& codec, int rate)
 Conf::SampleFormats FitFormat(const AVCodec& codec, Conf::SampleFormats format)
 {
     using Conf::SampleFormats;
-    if (!codec.sample_fmts)
+    const AVSampleFormat* known = FFmpeg::ListSampleFormats(codec);
+    if (!known)
         return format;
     const SampleFormats wanted[] = {format,
                                     Conf::SampleFormatDescription::Find(format).planarCounterpart,
@@ -128,18 +131,19 @@ Conf::SampleFormats FitFormat(const AVCodec& codec, Conf::SampleFormats format)
                                     SampleFormats::S32};
     for (const SampleFormats candidate : wanted)
         if (candidate != SampleFormats::None &&
-            IsListed(codec.sample_fmts, AV_SAMPLE_FMT_NONE, static_cast<AVSampleFormat>(candidate)))
+            IsListed(known, AV_SAMPLE_FMT_NONE, static_cast<AVSampleFormat>(candidate)))
             return candidate;
-    return static_cast<SampleFormats>(codec.sample_fmts[0]);
+    return static_cast<SampleFormats>(known[0]);
 }
 
 /// The layout itself, or the one with the most channels that are not more than it has.
 Conf::ChannelLayout FitLayout(const AVCodec& codec, Conf::ChannelLayout layout)
 {
-    if (!codec.ch_layouts)
+    const AVChannelLayout* layouts = FFmpeg::ListChannelLayouts(codec);
+    if (!layouts)
         return layout;
     Conf::ChannelLayout best = Conf::ChannelLayout::None;
-    for (const AVChannelLayout* known = codec.ch_layouts; known->nb_channels; ++known)
+    for (const AVChannelLayout* known = layouts; known->nb_channels; ++known)
     {
         const Conf::ChannelLayout candidate = Conf::FromFFChannelMask(known->u.mask, known->nb_channels);
         if (Conf::ToFFChannelMask(candidate) != known->u.mask)
@@ -203,7 +207,7 @@ bool HasPlaceFor(const std::string& path, MediaType type)
 
 std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source)
 {
-    const AVPixelFormat* known = GetEncoder(encoder).pix_fmts;
+    const AVPixelFormat* known = FFmpeg::ListPixelFormats(GetEncoder(encoder));
     if (!known)
         return {};
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(source));

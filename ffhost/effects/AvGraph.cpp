@@ -4,6 +4,7 @@
 #include "Fnd/Time.h"
 #include "ffhost/Log.h"
 #include "ffhost/effects/Frames.h"
+#include "media/FFmpegCompat.h"
 
 extern "C"
 {
@@ -97,8 +98,9 @@ GraphFormat GraphFormat::Of(const AVFrame& frame)
         result.width = frame.width;
         result.height = frame.height;
         result.aspect = frame.sample_aspect_ratio;
-        if (frame.pkt_duration > 0)
-            av_reduce(&result.frameRate.num, &result.frameRate.den, microseconds.den, frame.pkt_duration, INT32_MAX);
+        if (FFmpeg::DurationOf(frame) > 0)
+            av_reduce(&result.frameRate.num, &result.frameRate.den, microseconds.den, FFmpeg::DurationOf(frame),
+                      INT32_MAX);
         return result;
     }
     result.type = AVMEDIA_TYPE_AUDIO;
@@ -211,7 +213,7 @@ void AvGraph::Push(FramePtr frame)
     const auto rescale = [&](int64_t time) { return av_rescale_q(time, microseconds, inputBase); };
     if (frame->pts != AV_NOPTS_VALUE)
     {
-        end = rescale(frame->pts + frame->pkt_duration);
+        end = rescale(frame->pts + FFmpeg::DurationOf(*frame));
         frame->pts = rescale(frame->pts);
     }
     Require("", [&] { return av_buffersrc_add_frame_flags(source, frame.get(), 0); });
@@ -247,8 +249,8 @@ void AvGraph::SetTimes(AVFrame& frame) const
     {
         const int64_t length = av_rescale_q(1, av_inv_q(rate), base);
         const bool onGrid = length > 0 && av_compare_ts(length, base, 1, av_inv_q(rate)) == 0;
-        frame.pkt_duration = onGrid ? av_rescale_q(start + length, base, microseconds) - frame.pts
-                                    : av_rescale_q(1, av_inv_q(rate), microseconds);
+        FFmpeg::DurationOf(frame) = onGrid ? av_rescale_q(start + length, base, microseconds) - frame.pts
+                                           : av_rescale_q(1, av_inv_q(rate), microseconds);
     }
 }
 

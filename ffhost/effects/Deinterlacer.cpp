@@ -1,6 +1,7 @@
 #include "ffhost/effects/Deinterlacer.h"
 
 #include "Fnd/Exception.h"
+#include "media/FFmpegCompat.h"
 
 namespace Tessor::Host
 {
@@ -24,7 +25,7 @@ void Deinterlacer::ProcessItem(SP<Proc::IDataVideo>& frame)
     if (!frame)
         return;
     FramePtr record = ShareFrame(*frame), twin = ShareFrame(*frame);
-    twin->interlaced_frame = 0;
+    FFmpeg::SetInterlaced(*twin, false);
     twin->repeat_pict = 0; // repeated fields would tell the filter to leave the frame before alone
     runner.Push(std::move(record));
     runner.Push(std::move(twin));

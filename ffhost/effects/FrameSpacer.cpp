@@ -1,5 +1,7 @@
 #include "ffhost/effects/FrameSpacer.h"
 
+#include "media/FFmpegCompat.h"
+
 extern "C"
 {
 #include <libavutil/mathematics.h>
@@ -20,11 +22,12 @@ FramePtr FrameSpacer::Exchange(FramePtr next)
     if (timed && waiting->pts > frame->pts)
     {
         found = waiting->pts - frame->pts;
-        told = frame->pkt_duration > 0 ? frame->pkt_duration : found;
-        frame->pkt_duration = found;
+        told = FFmpeg::DurationOf(*frame) > 0 ? FFmpeg::DurationOf(*frame) : found;
+        FFmpeg::DurationOf(*frame) = found;
     }
     else if (!waiting)
-        frame->pkt_duration = frame->pkt_duration > 0 ? av_rescale(frame->pkt_duration, found, told) : found;
+        FFmpeg::DurationOf(*frame) =
+            FFmpeg::DurationOf(*frame) > 0 ? av_rescale(FFmpeg::DurationOf(*frame), found, told) : found;
     return frame;
 }
 

@@ -1,6 +1,7 @@
 #include "ffhost/effects/Frames.h"
 
 #include "Fnd/Exception.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/DataAudioFF.h"
 #include "media/items/DataVideoFF.h"
 
@@ -33,7 +34,7 @@ FramePtr CopyFrame(const IDataVideo& frame)
     copy->format = static_cast<int>(frame.GetPixFmt());
     copy->width = frame.GetWidth();
     copy->height = frame.GetHeight();
-    copy->interlaced_frame = frame.IsInterlaced();
+    FFmpeg::SetInterlaced(*copy, frame.IsInterlaced());
     if (av_frame_get_buffer(copy.get(), row_alignment) < 0)
         Throw<EffectException>(TESSOR_HERE, "Can't allocate a frame");
     for (int i = 0; i < GetPlanesCount(frame); ++i)
@@ -63,7 +64,7 @@ FramePtr ShareFrame(const IDataVideo& frame)
     if (!shared)
         throw std::bad_alloc();
     shared->pts = frame.GetPTS();
-    shared->pkt_duration = std::max<avTime>(frame.GetDuration(), 0);
+    FFmpeg::DurationOf(*shared) = std::max<avTime>(frame.GetDuration(), 0);
     return shared;
 }
 
@@ -85,13 +86,13 @@ FramePtr ShareSamples(const SP<IDataAudio>& block)
         throw std::bad_alloc();
     holder.release();
     frame->pts = block->GetPTS();
-    frame->pkt_duration = std::max<avTime>(block->GetDuration(), 0);
+    FFmpeg::DurationOf(*frame) = std::max<avTime>(block->GetDuration(), 0);
     return frame;
 }
 
 SP<IDataVideo> WrapFrame(FramePtr frame)
 {
-    const avTime pts = frame->pts, duration = frame->pkt_duration;
+    const avTime pts = frame->pts, duration = FFmpeg::DurationOf(*frame);
     try
     {
         const SP<DataVideoFF> item = DataVideoFF::Create(frame.release());

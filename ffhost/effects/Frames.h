@@ -7,7 +7,8 @@
 #include <boost/container/small_vector.hpp>
 #include <vector>
 
-/// Items as FFmpeg's records and back. Records carry the times in microseconds, in `pts` and `pkt_duration`.
+/// Items as FFmpeg's records and back. Records carry the times in microseconds, in `pts` and what FFmpeg::DurationOf
+/// gives.
 namespace Tessor::Host
 {
 

@@ -5,6 +5,7 @@
 #include "ffhost/effects/Frames.h"
 #include "ffhost/effects/PictureView.h"
 #include "ffhost/effects/PlainFormats.h"
+#include "media/FFmpegCompat.h"
 
 extern "C"
 {
@@ -115,7 +116,10 @@ FramePtr Resizer::Resize(const AVFrame& source, const ResizeGeometry& geometry)
     // Behind the scaling, which may write a little past the picture's edge.
     PaintBars(*target, geometry.to);
     if (!KeepsFields(geometry, static_cast<PixFmt>(format)))
-        target->interlaced_frame = target->top_field_first = 0;
+    {
+        FFmpeg::SetInterlaced(*target, false);
+        FFmpeg::SetTopFieldFirst(*target, false);
+    }
     return target;
 }
 

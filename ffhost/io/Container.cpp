@@ -1,5 +1,6 @@
 #include "ffhost/io/Container.h"
 
+#include "ffhost/FormatCompat.h"
 #include "ffhost/io/writing/ProgramStream.h"
 
 extern "C"
@@ -90,9 +91,8 @@ const std::set<AVCodecID> NEVER_IN_MATROSKA = {AV_CODEC_ID_QTRLE, AV_CODEC_ID_8B
 
 bool HasUnofficialData(const AVStream* stream)
 {
-    return av_stream_get_side_data(stream, AV_PKT_DATA_DOVI_CONF, nullptr) ||
-           av_stream_get_side_data(stream, AV_PKT_DATA_SPHERICAL, nullptr) ||
-           av_stream_get_side_data(stream, AV_PKT_DATA_STEREO3D, nullptr);
+    return FFmpeg::FindSideData(*stream, AV_PKT_DATA_DOVI_CONF) ||
+           FFmpeg::FindSideData(*stream, AV_PKT_DATA_SPHERICAL) || FFmpeg::FindSideData(*stream, AV_PKT_DATA_STEREO3D);
 }
 
 /// Ticks finer than packets' own microseconds are of no use.

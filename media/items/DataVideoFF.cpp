@@ -1,6 +1,7 @@
 #include "media/items/DataVideoFF.h"
 
 #include "Fnd/Exception.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/ColorPainter.h"
 
 extern "C"
@@ -177,7 +178,7 @@ PixFmt DataVideoFF::GetPixFmt() const
 
 bool DataVideoFF::IsInterlaced() const
 {
-    return frame->interlaced_frame != 0;
+    return FFmpeg::IsInterlaced(*frame);
 }
 
 Details::PlaneTemplate<false> DataVideoFF::GetPlane(int index)

@@ -4,6 +4,7 @@
 #include "Proc/CodecParsers/MPEG2CodecParser.h"
 #include "Proc/CodecParsers/MPEG4CodecParser.h"
 #include "Proc/CodecParsers/TheoraCodecParser.h"
+#include "media/FFmpegCompat.h"
 #include "media/formats/IFormatCodecVideo.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
 #include "tests/CodecParsers/RealClip.h"
@@ -30,7 +31,7 @@ protected:
     }
     void ExpectProfile(int profile, int level) const
     {
-        EXPECT_EQ(profile, parameters->profile & ~FF_PROFILE_H264_CONSTRAINED & ~FF_PROFILE_H264_INTRA);
+        EXPECT_EQ(profile, parameters->profile & ~AV_PROFILE_H264_CONSTRAINED & ~AV_PROFILE_H264_INTRA);
         EXPECT_EQ(level, parameters->level);
     }
     /// A packet without parameter sets in front, in Annex B whatever the track is in.

@@ -7,6 +7,7 @@
 #include "ffhost/FormatTags.h"
 #include "ffhost/registry/Host.h"
 #include "host/IAudioFormatter.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/DataVideoFF.h"
 #include "tests/ffhost/Items.h"
 
@@ -197,7 +198,7 @@ TEST(ResizerTest, FieldsThatAreScaledTogetherAreNone)
     {
         const SP<IOneInputEffectVideo> resizer = MakeResizer(row.mode, row.width, row.height);
         SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
-        GetRecord(frame).interlaced_frame = 1;
+        FFmpeg::SetInterlaced(GetRecord(frame), true);
         SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
         format->GetProperties().SetChildT<long long>(FormatTags::FIELD_ORDER, AV_FIELD_TT);
         resizer->UpdateFormat(format);
@@ -248,8 +249,8 @@ SP<IDataVideo> MakeInterlaced(int number)
         for (size_t y = 1; y < top->GetPlane(i).GetHeight(); y += 2)
             std::copy_n(bottom->GetPlane(i).GetOffsetPtr(0, y), top->GetPlane(i).GetRowBytes(),
                         top->GetPlane(i).GetOffsetPtr(0, y));
-    GetRecord(top).interlaced_frame = 1;
-    GetRecord(top).top_field_first = 1;
+    FFmpeg::SetInterlaced(GetRecord(top), true);
+    FFmpeg::SetTopFieldFirst(GetRecord(top), true);
     return top;
 }
 

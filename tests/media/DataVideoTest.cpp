@@ -1,4 +1,5 @@
 #include "Fnd/Exception.h"
+#include "media/FFmpegCompat.h"
 #include "media/items/DataVideoFF.h"
 
 extern "C"
@@ -108,7 +109,7 @@ TEST(DataVideo, CopiesAreDeepAndClonesShare)
         const SP<DataVideoFF> frame = MakeFrame(format, 7, 5);
         frame->SetPTS(10);
         frame->SetDuration(20);
-        frame->GetAVFrame()->interlaced_frame = 1;
+        FFmpeg::SetInterlaced(*frame->GetAVFrame(), true);
         const Bytes before = ReadTight(*frame);
         const SP<IDataVideo> copies[] = {frame->Clone(0), frame->Clone(1), frame->Clone(2), frame->MakeWritableCopy()};
         for (const SP<IDataVideo>& copy : copies)

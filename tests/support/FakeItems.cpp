@@ -1,5 +1,6 @@
 #include "tests/support/FakeItems.h"
 
+#include "media/FFmpegCompat.h"
 #include "media/items/DataVideoFF.h"
 
 extern "C"
@@ -16,7 +17,7 @@ namespace Tessor::Test
 SP<Proc::IDataVideo> CreateFrame(const ScriptItem& item, FrameAllocType memory)
 {
     const SP<Proc::DataVideoFF> frame = Proc::DataVideoFF::Create(PixFmt::GRAY8, {16, 8}, nullptr);
-    frame->GetAVFrame()->interlaced_frame = item.interlaced;
+    FFmpeg::SetInterlaced(*frame->GetAVFrame(), item.interlaced);
     frame->SetPTS(item.pts);
     frame->SetDuration(item.duration);
     for (size_t y = 0; y < 8; ++y)

@@ -1,5 +1,6 @@
 #include "ffhost/io/reading/MediaInfoBuilder.h"
 
+#include "ffhost/FormatCompat.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/io/reading/FormatBuilder.h"
 #include "media/items/BlobFF.h"
@@ -68,13 +69,12 @@ AVRational FrameRate(const AVStream& stream)
 
 std::vector<int32_t> DisplayMatrix(const AVStream& stream)
 {
-    size_t size = 0;
-    const uint8_t* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    const AVPacketSideData* entry = FFmpeg::FindSideData(stream, AV_PKT_DATA_DISPLAYMATRIX);
     std::vector<int32_t> matrix;
-    if (data && size >= 9 * sizeof(int32_t))
+    if (entry && entry->size >= 9 * sizeof(int32_t))
     {
         matrix.resize(9);
-        std::copy_n(data, 9 * sizeof(int32_t), reinterpret_cast<uint8_t*>(matrix.data()));
+        std::copy_n(entry->data, 9 * sizeof(int32_t), reinterpret_cast<uint8_t*>(matrix.data()));
     }
     return matrix;
 }
@@ -82,12 +82,9 @@ std::vector<int32_t> DisplayMatrix(const AVStream& stream)
 SideData CopySideData(const AVStream& stream)
 {
     SideData sideData;
-    for (int i = 0; i < stream.nb_side_data; ++i)
-    {
-        const AVPacketSideData& entry = stream.side_data[i];
+    for (const AVPacketSideData& entry : FFmpeg::ListSideData(stream))
         if (entry.type != AV_PKT_DATA_DISPLAYMATRIX && entry.data)
             sideData.emplace_back(entry.type, std::vector<uint8_t>(entry.data, entry.data + entry.size));
-    }
     return sideData;
 }
 

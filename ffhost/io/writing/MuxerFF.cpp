@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "ffhost/FormatCompat.h"
 #include "ffhost/Log.h"
 
 extern "C"
@@ -72,7 +73,7 @@ std::shared_ptr<AVCodecParameters> NewParameters(const AVCodecParameters& source
 
 void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
 {
-    uint8_t* copy = av_stream_new_side_data(&stream, type, size);
+    uint8_t* copy = FFmpeg::NewSideData(stream, type, size);
     if (!copy)
         throw std::bad_alloc();
     std::memcpy(copy, data, size);
