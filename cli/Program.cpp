@@ -21,7 +21,7 @@ namespace Tessor::Cli
 namespace
 {
 
-constexpr const char* version = "0.1.0";
+constexpr const char* version = TESSOR_VERSION; // of the project, as CMake knows it
 
 int Fail(ExitCode code, std::string text)
 {
