@@ -2,7 +2,6 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
-#include "jobs/OutputFile.h"
 #include "jobs/Times.h"
 #include "jobs/convert/ConvertJob.h"
 
@@ -56,37 +55,37 @@ public:
     OptionTable GetOptions() override
     {
         OptionTable table = {
-            {"IN", "", "the file to convert", &request.input, {}, true, true},
-            {"OUT", "", "the file to write; its name tells the container", &request.output, {}, true, true},
+            {"IN", "", "the file to convert", &settings.input, {}, true, true},
+            {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
+            {"--keep", "A-B[,C-D]", "ranges to keep, exactly, before all filters; may be given several times",
+             &settings.keep.texts},
+            {"--remove", "A-B[,C-D]", "ranges to remove", &settings.remove.texts},
             {"--vf", "CHAIN", "filters of pictures: name=key=value:key=value,name=... (tessor filters lists them)",
-             &request.videoChain},
-            {"--af", "CHAIN", "filters of sound", &request.audioChain},
-            {"--no-video", "", "leave the pictures out", &request.noVideo},
-            {"--no-audio", "", "leave the sound out", &request.noAudio},
+             &settings.videoChain},
+            {"--af", "CHAIN", "filters of sound", &settings.audioChain},
+            {"--no-video", "", "leave the pictures out", &settings.noVideo},
+            {"--no-audio", "", "leave the sound out", &settings.noAudio},
         };
         video.AddOptions(table);
         audio.AddOptions(table);
-        table.push_back({"-y,--overwrite", "", "overwrite the output", &overwrite});
+        table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
 
     ExitCode Run(const CommonOptions& common) override
     {
-        CheckOutput(request.output, {request.input}, overwrite);
-        request.video = video.Read();
-        request.audio = audio.Read();
+        settings.video = video.Read();
+        settings.audio = audio.Read();
         Progress progress(common, "convert");
-        ConvertJob job(request, progress);
-        const ConvertReport report = job.Run(progress);
+        const ConvertReport report = ConvertJob(settings).Run(progress);
         PrintReport(common, report, [&] { PrintText(report); });
         return ExitCode::Done;
     }
 
 private:
-    ConvertRequest request;
+    ConvertSettings settings;
     VideoEncoderFlags video;
     AudioEncoderFlags audio;
-    bool overwrite = false;
 };
 
 } // namespace

@@ -48,7 +48,7 @@ size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Pl
     return tracks.size() - 1;
 }
 
-std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source) const
+std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source, long long damagedElsewhere) const
 {
     std::vector<std::string> warnings;
     for (const std::string& loss : muxer.GetLosses())
@@ -57,7 +57,7 @@ std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source) const
         if (const long long damaged = track.dense ? track.dense->GetDamagedCount() : 0)
             warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
     AddLateStreams(source, warnings);
-    if (const long long damaged = source.GetDamagedCount())
+    if (const long long damaged = source.GetDamagedCount() + damagedElsewhere)
         warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
     return warnings;
 }

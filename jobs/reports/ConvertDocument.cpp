@@ -29,6 +29,8 @@ Json ToJson(const ConvertReport& report)
     Json json = BeginDocument();
     json["input"] = report.input;
     json["output"] = report.output;
+    if (!report.intervals.empty())
+        json["intervals"] = RangesToJson(report.intervals);
     json["duration"] = Seconds(report.duration);
     json["tracks"] = Json::array();
     for (const ConvertTrack& track : report.tracks)

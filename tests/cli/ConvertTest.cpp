@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <numbers>
 
 using namespace Tessor::Cli::Tests;
@@ -64,6 +65,79 @@ TEST_F(Convert, KeepsPicturesTimesAndSoundInEveryContainer)
         EXPECT_EQ(std::to_string(report["tracks"][0]["items_out"].get<int>()), source["nb_read_frames"]) << row.out;
         EXPECT_EQ(report["tracks"][0]["frames_dropped"], 0) << row.out;
     }
+}
+
+// FFmpeg counts the pictures, and takes the samples between the times that the report tells.
+TEST_F(Convert, ACutIsExactToThePictureAndTheSample)
+{
+    const std::string sound = "-f lavfi -i \"aevalsrc='sin(40*t*t)/2':s=44100:d=14\"";
+    RunCommand("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25:d=14 " + sound +
+               " -c:v libx264 -g 40 -bf 3 -x264-params open-gop=1:b-pyramid=normal -c:a libmp3lame open.mkv; "
+               "ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=30000/1001:d=14 " +
+               sound +
+               " -vf 'select=mod(n\\,7)*gt(mod(n\\,31)\\,3)' -fps_mode vfr -c:v libx264 -g 40 -c:a aac vfr.mp4");
+    const struct
+    {
+        std::string clip;
+        std::vector<std::pair<int, int>> pictures;
+    } rows[] = {
+        {"open.mkv", {{0, 1}, {165, 166}, {330, 349}}}, // with stretches that are jumped
+        {"open.mkv", {{37, 39}, {79, 80}, {81, 83}}},   // leading pictures; more than one bound in a block of sound
+        {"open.mkv", {{0, 120}}},
+        {"vfr.mp4", {{3, 9}, {10, 11}, {250, 290}}},
+    };
+    const auto md5 = [this](const std::string& args)
+    { return RunCommand("ffmpeg -v error -i " + args + " -f md5 -").out; };
+    for (const auto& row : rows)
+    {
+        std::string keep, pictures, samples, parts;
+        for (const auto& [first, end] : row.pictures)
+        {
+            keep += " --keep " + std::to_string(first) + "f-" + std::to_string(end) + "f";
+            pictures += (pictures.empty() ? "" : "+") + ("between(n\\," + std::to_string(first)) + "\\," +
+                        std::to_string(end - 1) + ")";
+        }
+        const json report =
+            Report("convert -y " + row.clip + " out.mkv --video-encoder ffv1 --audio-encoder pcm_f32le" + keep);
+        double length = 0;
+        for (const json& kept : report["intervals"])
+        {
+            const std::string name = "[a" + std::to_string(parts.size()) + "]";
+            samples += "[0:a]atrim=" + kept[0].dump() + ":" + kept[1].dump() + name + ";";
+            parts += name;
+            length += kept[1].get<double>() - kept[0].get<double>();
+        }
+        samples += parts + "concat=v=0:a=1:n=" + std::to_string(row.pictures.size());
+        EXPECT_EQ(md5("out.mkv -map 0:v -fps_mode passthrough"),
+                  md5(row.clip + " -map 0:v -vf 'select=" + pictures + "' -fps_mode passthrough"))
+            << keep;
+        EXPECT_EQ(md5("out.mkv -map 0:a -c:a pcm_f32le"),
+                  md5(row.clip + " -filter_complex '" + samples + "' -vn -c:a pcm_f32le"))
+            << keep;
+        EXPECT_NEAR(report["duration"].get<double>(), length, 1e-4) << keep;
+    }
+}
+
+TEST_F(Convert, ACutPartsStillsAndMovesWhatIsCopied)
+{
+    std::ofstream(folder / "s.srt") << "1\n00:00:00,400 --> 00:00:01,200\nline\n";
+    std::ofstream(folder / "c.txt") << ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=1000\nEND=4000\ntitle=one\n";
+    RunCommand(
+        "ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=1:d=4 -i s.srt -i c.txt -map_chapters 2 -c:v ffv1 stills.mkv");
+    const json report = Report(
+        "convert stills.mkv out.mkv --video-encoder ffv1 --keep 0.25-0.5,0.75-1.5 --vf fade=direction=in:duration=0.5");
+    EXPECT_EQ(report["intervals"], json({{0.25, 0.5}, {0.75, 1.5}}));
+    const auto tell = [this](const std::string& entries)
+    { return RunCommand("ffprobe -v error -of csv=p=0 -show_entries " + entries + " out.mkv | tr '\\n' ' '").out; };
+    // the first still twice, once before and once after the seam; the filters see what is left
+    EXPECT_EQ(tell("packet=pts_time -select_streams v"), "0.000000 0.250000 0.500000 ");
+    EXPECT_EQ(report["duration"], 1);
+    EXPECT_EQ(tell("packet=pts_time,duration_time -select_streams s"), "0.150000,0.550000 ");
+    EXPECT_EQ(tell("chapter=start_time,end_time"), "0.500000,1.000000 ");
+    const std::string levels =
+        RunCommand("ffmpeg -v error -i out.mkv -vf scale=1:1,format=gray -f rawvideo -fps_mode passthrough -").out;
+    ASSERT_EQ(levels.size(), 3u);
+    EXPECT_LT(levels[0], 20) << "the fade begins with the result";
 }
 
 TEST_F(Convert, PicturesAreThoseOfTheSource)

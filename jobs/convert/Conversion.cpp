@@ -1,0 +1,369 @@
+#include "jobs/convert/Conversion.h"
+
+#include "Fnd/Exception.h"
+#include "Proc/Settings/SettingsColorspaceConverter.h"
+#include "Proc/Settings/SettingsFilterFrameRate.h"
+#include "Proc/Settings/SettingsResizer.h"
+#include "effects/IOneInputEffect.h"
+#include "ffhost/codecs/AudioDecoder.h"
+#include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/streams/ReadAhead.h"
+#include "ffhost/streams/Tap.h"
+#include "host/ImplNames.h"
+#include "jobs/InputFile.h"
+#include "jobs/JobError.h"
+#include "jobs/Stopwatch.h"
+#include "jobs/TrackSelection.h"
+#include "jobs/chains/FilterRun.h"
+#include "jobs/cut/KeptRanges.h"
+#include "jobs/cut/SparseTrack.h"
+#include "jobs/sound/SoundFile.h"
+
+#include <fmt/format.h>
+
+namespace Tessor::Jobs
+{
+
+using namespace Proc;
+
+namespace
+{
+
+// Between two threads: enough to even out work that varies, little beside what encoders hold.
+constexpr size_t waiting_pictures = 4;
+
+bool IsTransparent(const Host::TrackInfo& track)
+{
+    return std::any_of(track.tags.begin(), track.tags.end(),
+                       [](const auto& tag) { return tag.first == Host::TRANSPARENCY_TAG && tag.second == "1"; });
+}
+
+bool HasAlpha(const Conf::IFormatCodecVideo& format)
+{
+    return PixFmtDescription::Find(format.GetPixelFormat()).HasAlpha();
+}
+
+double RateOf(const IStreamVideo& stream)
+{
+    const SP<Conf::IFormatCodecVideo> format = stream.GetFormatCodec();
+    const Core::Property& tree = format->GetProperties();
+    return tree.ChildExists(Conf::IFormatCodecVideo::TAG_FPS)
+               ? boost::rational_cast<double>(tree[Conf::IFormatCodecVideo::TAG_FPS].GetRatio())
+               : 0;
+}
+
+ConvertTrack MakeReport(const Host::TrackInfo& track)
+{
+    ConvertTrack report;
+    report.index = track.index;
+    report.kind = KindName(track);
+    report.codec = track.codecName;
+    return report;
+}
+
+/// Tells what was recorded before the first key picture, and lacks what it was made from.
+struct EntryMeter
+{
+    bool found = false;   // the first key packet has come
+    avTime last = NoTime; // of the pictures before it
+    long long hidden = 0;
+
+    void Meet(const IDataPacket& packet)
+    {
+        found = found || packet.IsKeyFrame();
+        if (!found)
+            last = std::max(last, packet.GetPTS());
+    }
+    bool Shows(avTime time)
+    {
+        // Some streams have none; they come to be whole by and by.
+        constexpr long long patience = 300;
+        const bool shown = hidden >= patience || (found && (last == NoTime || time > last));
+        hidden += !shown;
+        return shown;
+    }
+};
+
+/// Keeps in mind how far the items reach that pass.
+template <class Kind>
+SP<Kind> MeasureEnd(const SP<Kind>& stream, std::atomic<avTime>& end, std::shared_ptr<const void> owner)
+{
+    return Host::Tap<Kind>::Create(stream, [&end, owner](const SP<typename Kind::Item>& item)
+                                   { end = std::max(end.load(), AddTime(item->GetPTS(), item->GetDuration())); });
+}
+
+/// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
+struct RepeatMeter
+{
+    SP<IDataVideo> last = nullptr;
+
+    bool IsRepeat(const SP<IDataVideo>& frame)
+    {
+        const auto start = [](const IDataVideo& picture) { return picture.GetPlane(0).GetOffsetPtr(0, 0); };
+        const bool same = last && start(*last) == start(*frame);
+        last = frame;
+        return same;
+    }
+};
+
+} // namespace
+
+Conversion::Conversion(const ConvertSettings& settings, const IProgress& progress)
+    : settings(settings), videoSteps(ReadFilters(settings.videoChain, MediaType::Video)),
+      audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
+      demuxer(OpenInput(settings.input, progress)), muxer(Host::Muxer::Create(settings.output)), pump(*muxer)
+{
+    ReadCut();
+    AddTracks();
+    const Host::MediaInfo& info = demuxer->GetInfo();
+    muxer->SetTags(info.tags);
+    muxer->SetChapters(cut ? MapChapters(info, cut->GetTimeline()) : info.chapters);
+    muxer->Open();
+}
+
+void Conversion::ReadCut()
+{
+    if (settings.keep.IsEmpty() && settings.remove.IsEmpty())
+        return;
+    const Host::MediaInfo& info = demuxer->GetInfo();
+    const auto video = [&]() -> SP<IStreamRaw>
+    {
+        const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
+                                        [](const Host::TrackInfo& candidate)
+                                        { return candidate.IsDense() && candidate.type == MediaType::Video; });
+        return track != info.tracks.end() ? demuxer->OpenAgain()->GetStream(track->index) : nullptr;
+    };
+    const TimeContext context = MakeTimeContext(info.duration, video);
+    cut.emplace(ReadKeptRanges(settings.keep, settings.remove, settings.input, context, warnings), info.duration);
+}
+
+Host::Demuxer& Conversion::SourceOf()
+{
+    if (!cut || outputs.empty())
+        return *demuxer;
+    more.push_back(demuxer->OpenAgain());
+    return *more.back();
+}
+
+Host::Demuxer& Conversion::SourceOfSparse()
+{
+    if (!cut)
+        return *demuxer;
+    if (!sparse)
+        sparse = demuxer->OpenAgain();
+    return *sparse;
+}
+
+void Conversion::AddTracks()
+{
+    const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
+    for (const Host::TrackInfo& track : tracks)
+        if (track.IsDense() && track.type == MediaType::Video && !settings.noVideo && HasPlace(track))
+            AddPictures(track);
+    for (const Host::TrackInfo& track : tracks)
+        if (track.type == MediaType::Audio && !settings.noAudio && HasPlace(track))
+            AddSound(track);
+    if (outputs.empty())
+        throw JobError(JobError::Failed, settings.input + ": there is neither picture nor sound to convert");
+    for (const Host::TrackInfo& track : tracks)
+        if (!track.IsDense())
+            AddCopied(track);
+}
+
+bool Conversion::HasPlace(const Host::TrackInfo& track)
+{
+    if (Host::HasPlaceFor(settings.output, track.type))
+        return true;
+    const std::string& asked = track.type == MediaType::Video ? settings.video.name : settings.audio.name;
+    if (!asked.empty())
+        return true;
+    warnings.push_back(fmt::format("track {} ({}, {}) is left out: the output's container has no place for it",
+                                   track.index, KindName(track), track.codecName));
+    return false;
+}
+
+void Conversion::AddPictures(const Host::TrackInfo& track)
+{
+    const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Video, settings.video);
+    const auto counts = std::make_shared<Counts>();
+    SP<IStreamVideo> stream = Decode(SourceOf(), track.index, counts);
+    if (IsTransparent(track) && !HasAlpha(*stream->GetFormatCodec()))
+        warnings.push_back(
+            fmt::format("track {}: the decoder of {} knows no transparency: it is lost", track.index, track.codecName));
+    ConvertTrack report = MakeReport(track);
+    report.sourceRate = RateOf(*stream);
+    stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->in; });
+    stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
+    stream = MeasureEnd(Filter(stream, track.index, counts), counts->end, counts);
+    stream = Fit(stream, options.name, track.index);
+    stream = Host::ReadAhead<IStreamVideo>::Create(stream, waiting_pictures);
+    report.resultRate = RateOf(*stream);
+    AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
+}
+
+SP<IStreamVideo> Conversion::Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const
+{
+    const auto entry = std::make_shared<EntryMeter>();
+    const SP<IStreamRaw> packets = Host::Tap<IStreamRaw>::Create(
+        source.GetStream(index), [entry](const SP<IDataPacket>& packet) { entry->Meet(*packet); });
+    const auto wanted = [entry, counts](avTime time)
+    {
+        const bool shown = entry->Shows(time);
+        counts->hidden += !shown;
+        return shown;
+    };
+    const SP<IStreamVideo> stream =
+        Host::CodecFactory::Create({.wanted = wanted, .distinct = false})->CreateDecoder(packets, "");
+    return cut ? cut->Cut(stream) : stream;
+}
+
+SP<IStreamAudio> Conversion::Decode(Host::Demuxer& source, int index) const
+{
+    const SP<IStreamAudio> stream = Host::AudioDecoder::Create(source.GetStream(index));
+    return cut ? cut->Cut(stream) : stream;
+}
+
+SP<IStreamVideo> Conversion::Filter(const SP<IStreamVideo>& stream, int index,
+                                    const std::shared_ptr<Counts>& counts) const
+{
+    FilterRun<IStreamVideo> run(videoSteps, factories,
+                                [&]
+                                {
+                                    const SP<Host::Demuxer> again = demuxer->OpenAgain();
+                                    return Decode(*again, index, std::make_shared<Counts>());
+                                });
+    return run.Make(stream, [&](const FilterStep& step, const SP<IStreamVideo>& source)
+                    { return MakeStep(step, source, counts); });
+}
+
+SP<IStreamVideo> Conversion::MakeStep(const FilterStep& step, SP<IStreamVideo> stream,
+                                      const std::shared_ptr<Counts>& counts) const
+{
+    if (step.settings->GetClassId() != SettingsFilterFrameRate::CLASS_ID)
+        return MakeFilter(step, stream, factories);
+    stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
+    stream = MakeFilter(step, stream, factories);
+    return Host::Tap<IStreamVideo>::Create(stream,
+                                           [counts, meter = RepeatMeter()](const SP<IDataVideo>& frame) mutable
+                                           {
+                                               ++counts->after;
+                                               counts->doubled += meter.IsRepeat(frame);
+                                           });
+}
+
+SP<IStreamAudio> Conversion::Filter(const SP<IStreamAudio>& stream, int index) const
+{
+    FilterRun<IStreamAudio> run(audioSteps, factories, [&] { return Decode(*demuxer->OpenAgain(), index); });
+    return run.Make(stream);
+}
+
+SP<IStreamVideo> Conversion::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
+{
+    SP<Conf::IFormatCodecVideo> format = stream->GetFormatCodec();
+    const bool transparent = HasAlpha(*format);
+    const SP<IOneInputEffectVideo> converter =
+        factories.effects->CreateEffectVideo(SettingsColorspaceConverter::CLASS_ID, ImplNames::DEFAULT, nullptr);
+    converter->Initialise(SettingsColorspaceConverter(Host::ListPixelFormats(encoder, format->GetPixelFormat())));
+    converter->UpdateFormat(format);
+    if (transparent && !HasAlpha(*format))
+        warnings.push_back(fmt::format("track {}: {} carries no transparency: it is lost", index, encoder));
+    // One of them for all pictures: the source's may change in the middle, as their size may.
+    converter->Initialise(SettingsColorspaceConverter({format->GetPixelFormat()}));
+    stream = ApplyEffect(converter, stream, factories);
+    const Conf::FrameInfo size = format->GetFrameInfo();
+    const Conf::FrameInfo fitting = Host::FitSize(encoder, format->GetPixelFormat(), size);
+    if (!(fitting == size))
+        warnings.push_back(fmt::format("track {} is scaled from {}x{} to {}x{}: {} takes no odd sizes", index,
+                                       size.width, size.height, fitting.width, fitting.height, encoder));
+    SettingsResizer settings;
+    settings.SetCustomMode(SettingsResizer::CustomModes::Exact, fitting);
+    return factories.filters->CreateFilterVideoEx(settings, ImplNames::DEFAULT, stream);
+}
+
+void Conversion::AddSound(const Host::TrackInfo& track)
+{
+    const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Audio, settings.audio);
+    const auto counts = std::make_shared<Counts>();
+    SP<IStreamAudio> stream = Decode(SourceOf(), track.index);
+    stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
+    stream = ReadSoundAhead(stream);
+    stream = MeasureEnd(Filter(stream, track.index), counts->end, counts);
+    AddEncoded(track, EncodeSound(stream, options, factories), MakeReport(track), counts);
+}
+
+void Conversion::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
+                            std::shared_ptr<Counts> counts)
+{
+    const Host::TrackInfo described = Host::DescribeTrack(track, *encoder);
+    if (!muxer->CanCarry(described))
+        throw JobError(JobError::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
+                                                     settings.output, track.index, report.kind));
+    report.encoder = encoder->GetEncoderName();
+    expected = std::max(expected, encoder->GetDuration());
+    outputs.push_back({pump.AddEncoded(encoder, described), std::move(report), std::move(counts)});
+}
+
+void Conversion::AddCopied(const Host::TrackInfo& track)
+{
+    const bool wanted = track.type == MediaType::Subtitle || track.attachedPicture || track.attachment;
+    if (!wanted || !muxer->CanCarry(track))
+    {
+        warnings.push_back(fmt::format("track {} ({}) is left out: {}", track.index, track.codecName,
+                                       wanted ? "the output's container can't carry it"
+                                              : "it is neither picture, sound nor subtitles"));
+        return;
+    }
+    Host::Demuxer& source = SourceOfSparse();
+    if (!track.attachment)
+        source.SelectSparse(track.index);
+    const auto place = [this, pieces = SparseTrack()](const SP<IDataPacket>& packet) mutable
+    { return pieces.Push(packet, cut->GetTimeline()); };
+    outputs.push_back({pump.AddSparse(source, track, cut ? place : MuxPump::Placement()), MakeReport(track), nullptr});
+}
+
+ConvertReport Conversion::Run(IProgress& progress)
+{
+    const Stopwatch watch;
+    pump.Run(expected != NoTime ? expected : demuxer->GetInfo().duration, progress);
+    muxer->Finish();
+
+    ConvertReport report;
+    report.input = settings.input;
+    report.output = settings.output;
+    if (cut)
+        report.intervals = cut->GetRanges();
+    for (Output& output : outputs)
+    {
+        ConvertTrack& track = output.report;
+        track.itemsOut = pump.GetPacketCount(output.place);
+        track.itemsIn = output.counts ? output.counts->in.load() : track.itemsOut;
+        if (output.counts)
+        {
+            report.duration = std::max(report.duration, output.counts->end.load());
+            track.doubled = output.counts->doubled;
+            track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
+            if (const long long hidden = output.counts->hidden)
+                warnings.push_back(fmt::format("track {}: {} pictures before the first key picture are left out",
+                                               track.index, hidden));
+            if (track.itemsIn > 0 && track.itemsOut == 0)
+                warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
+        }
+        report.tracks.push_back(track);
+    }
+    report.warnings = warnings;
+    for (const std::string& warning : pump.GetWarnings(*demuxer, CountDamagedElsewhere()))
+        report.warnings.push_back(warning);
+    report.statistics = pump.GetStatistics();
+    report.wallSeconds = watch.GetSeconds();
+    return report;
+}
+
+long long Conversion::CountDamagedElsewhere() const
+{
+    long long count = 0;
+    for (const SP<Host::Demuxer>& source : more)
+        count += source->GetDamagedCount();
+    return count;
+}
+
+} // namespace Tessor::Jobs

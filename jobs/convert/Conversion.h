@@ -1,0 +1,87 @@
+#pragma once
+
+#include "ffhost/io/reading/Demuxer.h"
+#include "ffhost/io/writing/Muxer.h"
+#include "jobs/chains/FilterCatalog.h"
+#include "jobs/convert/ConvertJob.h"
+#include "jobs/convert/DecodedCut.h"
+#include "jobs/repack/MuxPump.h"
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tessor::Jobs
+{
+
+/// One run of a ConvertJob. Reading and decoding, filtering, and encoding run on threads of their own.
+class Conversion
+{
+public:
+    /// Opens all files. Throws as the job does.
+    Conversion(const ConvertSettings& settings, const IProgress& progress);
+    ConvertReport Run(IProgress& progress);
+
+private:
+    /// What the threads count; the report takes it when they are done.
+    struct Counts
+    {
+        std::atomic<long long> in{0};     // items decoded
+        std::atomic<long long> before{0}; // pictures before changes of the frame rate
+        std::atomic<long long> after{0};
+        std::atomic<long long> doubled{0};
+        std::atomic<long long> hidden{0}; // pictures that nobody can decode
+        std::atomic<avTime> end{0};       // of what has come out of the filters
+    };
+
+    struct Output
+    {
+        size_t place; // in the pump
+        ConvertTrack report;
+        std::shared_ptr<Counts> counts; // null for copied tracks
+    };
+
+    void ReadCut();
+    /// The file, for the next track to be read: cut tracks are read apart from each other.
+    Host::Demuxer& SourceOf();
+    /// The file for those that are met while others are read: a cut one is read for them alone, and as a whole.
+    Host::Demuxer& SourceOfSparse();
+    void AddTracks();
+    void AddPictures(const Host::TrackInfo& track);
+    void AddSound(const Host::TrackInfo& track);
+    void AddCopied(const Host::TrackInfo& track);
+    void AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
+                    std::shared_ptr<Counts> counts);
+    bool HasPlace(const Host::TrackInfo& track);
+    SP<Proc::IStreamVideo> Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const;
+    SP<Proc::IStreamAudio> Decode(Host::Demuxer& source, int index) const;
+    SP<Proc::IStreamVideo> Filter(const SP<Proc::IStreamVideo>& stream, int index,
+                                  const std::shared_ptr<Counts>& counts) const;
+    SP<Proc::IStreamAudio> Filter(const SP<Proc::IStreamAudio>& stream, int index) const;
+    SP<Proc::IStreamVideo> MakeStep(const FilterStep& step, SP<Proc::IStreamVideo> stream,
+                                    const std::shared_ptr<Counts>& counts) const;
+    /// Brings pictures to what the encoder takes.
+    SP<Proc::IStreamVideo> Fit(SP<Proc::IStreamVideo> stream, const std::string& encoder, int index);
+
+    /// Packets of the tracks that are read apart.
+    long long CountDamagedElsewhere() const;
+
+    const ConvertSettings settings;
+    const std::vector<FilterStep> videoSteps, audioSteps;
+    const Factories factories;
+    const SP<Host::Demuxer> demuxer;
+    // Of the same file, where its tracks are read apart.
+    std::vector<SP<Host::Demuxer>> more; // for pictures and sound after the first such track
+    SP<Host::Demuxer> sparse;            // null until it is needed
+    std::optional<DecodedCut> cut;       // none: all is kept; settled before the tracks
+    const std::unique_ptr<Host::Muxer> muxer;
+    MuxPump pump;
+    std::vector<Output> outputs;
+    avTime expected = NoTime; // how long the result will be, as far as its tracks know
+    std::vector<std::string> warnings;
+};
+
+} // namespace Tessor::Jobs

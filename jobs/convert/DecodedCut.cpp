@@ -1,0 +1,34 @@
+#include "jobs/convert/DecodedCut.h"
+
+#include "ffhost/streams/PictureParts.h"
+#include "ffhost/streams/SoundParts.h"
+#include "jobs/cut/KeptRanges.h"
+
+namespace Tessor::Jobs
+{
+
+using namespace Proc;
+
+DecodedCut::DecodedCut(const std::vector<Range>& ranges, avTime duration)
+    : ranges(ranges), timeline(KeepRanges(ranges, duration))
+{
+    for (size_t i = 1; i < timeline.GetCount(); ++i)
+        bounds.push_back(timeline.GetInterval(i).start);
+}
+
+SP<FilterCutController> DecodedCut::MakeController() const
+{
+    return FilterCutController::Create(SP<CutIntervals>(new CutIntervals(timeline)), nullptr);
+}
+
+SP<IStreamVideo> DecodedCut::Cut(const SP<IStreamVideo>& source) const
+{
+    return MakeController()->AddStream(Host::PictureParts::Create(source, bounds));
+}
+
+SP<IStreamAudio> DecodedCut::Cut(const SP<IStreamAudio>& source) const
+{
+    return MakeController()->AddStream(Host::SoundParts::Create(source, bounds));
+}
+
+} // namespace Tessor::Jobs
