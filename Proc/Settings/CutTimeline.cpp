@@ -14,7 +14,7 @@ namespace
 using Interval = CutTimeline::Interval;
 
 /// Goes on with a piece of time, which makes one interval with a neighbour of like state.
-void Append(std::vector<Interval>& flat, const Interval& piece)
+void Append(std::deque<Interval>& flat, const Interval& piece)
 {
     if (piece.start >= piece.end)
         return;
@@ -37,9 +37,9 @@ public:
     }
 
     /// What is seen from above, from the first start to the last end.
-    std::vector<Interval> Flatten() const
+    std::deque<Interval> Flatten() const
     {
-        std::vector<Interval> flat;
+        std::deque<Interval> flat;
         // the first and the last piece are always the open ends
         for (auto piece = std::next(pieces.begin()); piece != pieces.end() && std::next(piece) != pieces.end(); ++piece)
         {
@@ -75,15 +75,15 @@ bool IsFlat(const std::deque<Interval>& intervals)
            std::adjacent_find(intervals.begin(), intervals.end(), std::not_fn(isSeam)) == intervals.end();
 }
 
-std::vector<Interval> Flatten(const std::deque<Interval>& intervals)
+std::deque<Interval> Flatten(const std::deque<Interval>& intervals)
 {
     if (IsFlat(intervals))
-        return {intervals.begin(), intervals.end()};
+        return intervals;
     Layers layers;
     for (const Interval& interval : intervals)
         if (interval.start != NoTime && interval.start < interval.end)
             layers.Lay(interval);
-    std::vector<Interval> flat = layers.Flatten();
+    std::deque<Interval> flat = layers.Flatten();
     if (flat.empty())
         flat.push_back({0, MAX_DURATION, NoTime, false});
     return flat;
@@ -91,10 +91,9 @@ std::vector<Interval> Flatten(const std::deque<Interval>& intervals)
 
 } // namespace
 
-CutTimeline::CutTimeline(const std::deque<Interval>& intervals) : CutTimeline(Flatten(intervals)) {}
-
-CutTimeline::CutTimeline(const std::vector<Interval>& flat)
+CutTimeline::CutTimeline(const std::deque<Interval>& intervals)
 {
+    const std::deque<Interval> flat = Flatten(intervals);
     Segments compiled;
     compiled.reserve(flat.size());
     // A kept first interval keeps its times, also those before the list; after a deleted one the result starts at 0.
@@ -115,7 +114,7 @@ CutTimeline CutTimeline::With(const Interval& laid) const
     std::deque<Interval> below = GetIntervals();
     below.front().start = std::min(below.front().start, laid.start);
     below.back().end = std::max(below.back().end, laid.end);
-    std::vector<Interval> flat;
+    std::deque<Interval> flat;
     for (const Interval& piece : below)
         Append(flat, {piece.start, std::min(piece.end, laid.start), piece.shift, piece.deleted});
     Append(flat, laid);

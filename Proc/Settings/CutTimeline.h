@@ -60,8 +60,6 @@ private:
     };
     using Segments = std::vector<Segment>;
 
-    explicit CutTimeline(const std::vector<Interval>& flat);
-
     const Interval& Find(avTime t) const { return (*segments)[GetIndex(t)].interval; }
 
     std::shared_ptr<const Segments> segments; // in order, contiguous, alternating in state, never empty

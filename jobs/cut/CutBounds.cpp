@@ -1,7 +1,5 @@
 #include "jobs/cut/CutBounds.h"
 
-#include "jobs/cut/Groups.h"
-
 extern "C"
 {
 #include <libavutil/avutil.h>
@@ -53,7 +51,7 @@ std::vector<Range> CutBounds::Snap(const std::vector<Range>& ranges) const
 
 avTime CutBounds::SnapStart(const Range& range) const
 {
-    const PicturesAround around = FindPictures(video, range.start);
+    const PicturesAround around = video.FindPictures(range.start);
     const avTime standing = around.standing, next = around.next;
     // before the first picture and after the last one there is nothing to cut through
     if (standing == NoTime || (next == NoTime && around.end <= range.start))
@@ -67,7 +65,7 @@ avTime CutBounds::SnapStart(const Range& range) const
 
 avTime CutBounds::SnapEnd(avTime end) const
 {
-    const PicturesAround around = FindPictures(video, end);
+    const PicturesAround around = video.FindPictures(end);
     if (around.standing == NoTime)
         return end;
     if (around.standing >= end - snap_tolerance)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Proc/StreamTemplates/IStreamRaw.h"
 #include "ffhost/io/MediaInfo.h"
 #include "jobs/Times.h"
+#include "jobs/cut/GroupCache.h"
 
 #include <vector>
 
@@ -17,7 +17,7 @@ class CutBounds
 {
 public:
     /// `duration` is the file's: bounds at its ends stay where they are.
-    CutBounds(Proc::IStreamRaw& video, const Host::TrackInfo& track, avTime duration)
+    CutBounds(GroupCache& video, const Host::TrackInfo& track, avTime duration)
         : video(video), track(track), duration(duration)
     {
     }
@@ -30,7 +30,7 @@ private:
     avTime SnapEnd(avTime end) const;
     avTime PartPicture(avTime standing, avTime time) const;
 
-    Proc::IStreamRaw& video;
+    GroupCache& video;
     const Host::TrackInfo& track;
     const avTime duration;
 };

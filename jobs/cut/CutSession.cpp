@@ -30,7 +30,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     JoinTracks();
     ranges = FromFirstEntry(ReadRequest(request));
     if (const CutTrack* video = GetVideo())
-        ranges = CutBounds(*video->source, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
+        ranges = CutBounds(*video->groups, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
     intervals = new Proc::CutIntervals(MakeTimeline());
     // a picture that begins before a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create(
@@ -185,15 +185,14 @@ bool CutSession::TakesWholeGroups(const CutTrack& track) const
 
 std::vector<Range> CutSession::WidenToGroups(CutTrack& track)
 {
-    Proc::IStreamRaw& stream = *track.source;
     std::vector<Range> wide;
-    const avTime firstEntry = FindEntry(stream, 0);
+    const avTime firstEntry = track.groups->FindEntry(0);
     avTime nextEntry = NoTime; // of the group after the last range
     for (const Range& asked : ranges)
     {
         Range range = asked;
         // only what begins inside of a group can be widened to its start
-        const avTime entry = range.start > 0 ? FindEntry(stream, range.start) : range.start;
+        const avTime entry = range.start > 0 ? track.groups->FindEntry(range.start) : range.start;
         if (entry < range.start && StaysWhole(track, range.start))
             range.start = entry;
         // with its first group the file is kept from its beginning, sound that comes before included

@@ -11,9 +11,10 @@ namespace Tessor::Jobs
 //
 //     decoding   K0  p  p  K1  b  b  p  p  K2 ...
 //     showing    K0  p  p  b  b  K1  p  p  b ...
-//     found            |-----|---------|
-//                      in sequence     K2's position
-//                            entered
+//     found                |----|------|
+//                      in sequence   entered, up to K2's position
+//
+// A seek to 0 or before gives the file from its first packet on, and says nothing about later times.
 const Group& GroupCache::FindGroup(avTime time)
 {
     const auto after = groups.upper_bound(time);
@@ -21,9 +22,38 @@ const Group& GroupCache::FindGroup(avTime time)
         return std::prev(after)->second.group;
     const Group group = Jobs::FindGroup(*stream, time);
     const bool entered = time >= group.entry;
-    const avTime from = std::min(time, entered ? group.entry : group.start);
-    const avTime end = group.next.position == NoTime ? std::numeric_limits<avTime>::max() : group.next.position;
-    return groups.insert_or_assign(from, Known{entered ? end : std::min(end, group.entry), group}).first->second.group;
+    avTime from = std::min(time, entered ? group.entry : group.start);
+    avTime until = group.next.position == NoTime ? std::numeric_limits<avTime>::max() : group.next.position;
+    if (!entered)
+        until = std::min(until, group.entry);
+    if (time > 0)
+        from = std::max<avTime>(from, 1);
+    else
+        until = std::min<avTime>(until, 1);
+    return groups.insert_or_assign(from, Known{until, group}).first->second.group;
+}
+
+avTime GroupCache::FindEntry(avTime time)
+{
+    const avTime entry = FindGroup(time).entry;
+    return entry <= time ? entry : Jobs::FindEntry(*stream, time);
+}
+
+PicturesAround GroupCache::FindPictures(avTime time)
+{
+    const Group& group = FindGroup(time);
+    PicturesAround found{.end = group.end};
+    for (const avTime start : group.pictures)
+    {
+        if (start != NoTime && start <= time)
+            found.standing = std::max(found.standing, start);
+        if (start > time && (found.next == NoTime || start < found.next))
+            found.next = start;
+    }
+    // the pictures of a group are shown before those of the next one
+    if (found.next == NoTime)
+        found.next = group.next.position;
+    return found;
 }
 
 } // namespace Tessor::Jobs

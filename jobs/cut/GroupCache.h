@@ -7,6 +7,14 @@
 namespace Tessor::Jobs
 {
 
+/// The pictures around a time; NoTime where there is none.
+struct PicturesAround
+{
+    avTime standing = NoTime; ///< start of the last one that begins at or before the time
+    avTime next = NoTime;     ///< start of the first one after it
+    avTime end = NoTime;      ///< of all that is shown, where there is no next one
+};
+
 /// The groups of a compressed video stream that somebody asked for: each is read once, however many bounds fall in it.
 class GroupCache
 {
@@ -17,6 +25,11 @@ public:
     const Group& FindGroup(avTime time);
     /// The first seam at or after the time. Moves the stream.
     Seam FindSeam(avTime time) { return FindGroup(time - 1).next; }
+    /// The last entry point (time of a key picture) at or before the time; the first one when there is none. Moves the
+    /// stream.
+    avTime FindEntry(avTime time);
+    /// Moves the stream.
+    PicturesAround FindPictures(avTime time);
 
 private:
     struct Known

@@ -183,22 +183,4 @@ std::string FindCutObstacle(Proc::IStreamRaw& stream)
     return open ? "open groups of pictures" : "no encoder writes packets that fit the stream";
 }
 
-PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time)
-{
-    PicturesAround found;
-    ForEachPacket(stream, time,
-                  [&](const Proc::IDataPacket& packet)
-                  {
-                      const avTime start = packet.GetPTS();
-                      if (start != NoTime && start <= time)
-                          found.standing = std::max(found.standing, start);
-                      if (start > time && (found.next == NoTime || start < found.next))
-                          found.next = start;
-                      found.end = std::max(found.end, AddTime(start, packet.GetDuration()));
-                      // nothing is shown before it is decoded
-                      return found.next == NoTime || packet.GetDTS() == NoTime || packet.GetDTS() < found.next;
-                  });
-    return found;
-}
-
 } // namespace Tessor::Jobs

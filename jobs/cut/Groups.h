@@ -62,15 +62,4 @@ avTime FindHiddenLead(Proc::IStreamRaw& stream);
 /// Why a video stream that can't be cut anywhere can't: its groups can't be re-encoded. Moves the stream.
 std::string FindCutObstacle(Proc::IStreamRaw& stream);
 
-/// The pictures around a time; NoTime where there is none.
-struct PicturesAround
-{
-    avTime standing = NoTime; ///< start of the last one that begins at or before the time
-    avTime next = NoTime;     ///< start of the first one after it
-    avTime end = NoTime;      ///< of all that is shown up to the next one
-};
-
-/// Moves the stream.
-PicturesAround FindPictures(Proc::IStreamRaw& stream, avTime time);
-
 } // namespace Tessor::Jobs

@@ -59,6 +59,7 @@ void ExpectOptimized(const std::deque<Interval>& list)
 
 void ExpectSame(const SettingsFilterCutController& settings, const Bitmap& twin)
 {
+    const Proc::CutTimeline timeline(settings.intervals);
     // a kept start keeps its times, also those before it; behind a deleted one the result starts at 0
     int result = twin.IsDeleted(twin.low) ? 0 : twin.low - 20;
     for (int t = twin.low - 20; t < twin.high + 20; ++t)
@@ -71,6 +72,12 @@ void ExpectSame(const SettingsFilterCutController& settings, const Bitmap& twin)
         const Interval holder = settings.GetOptInterval(static_cast<size_t>(settings.GetIntervalIndex(t * ms)));
         ASSERT_EQ(holder.end, settings.GetIntervalEndTime(t * ms));
         ASSERT_TRUE(!inside || (holder.start <= t * ms && t * ms < holder.end)) << t;
+        int deleted = 0;
+        for (int i = t; i < t + 7; ++i)
+            deleted += twin.IsDeleted(i);
+        ASSERT_EQ(timeline.IsDeleted(t * ms, (t + 7) * ms), deleted == 7) << t;
+        ASSERT_EQ(timeline.IsPartlyKept(t * ms, (t + 7) * ms), deleted > 0 && deleted < 7) << t;
+        ASSERT_EQ(timeline.IsKeptStart(t * ms), kept && twin.IsDeleted(t - 1)) << t;
         result += kept;
     }
 }

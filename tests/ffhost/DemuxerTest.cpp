@@ -62,10 +62,9 @@ struct Opened
     /// Reads it from the start without what is deleted.
     std::vector<Packets> ReadWithout(avTime start, avTime end)
     {
-        Proc::SettingsFilterCutController cut;
-        cut.AddInterval(0, MAX_DURATION, NoTime, false);
-        cut.AddInterval(std::max<avTime>(start, 0), end, NoTime, true);
-        demuxer->SetCut(Proc::CutTimeline(cut.intervals));
+        const Proc::CutInterval kept{0, MAX_DURATION, NoTime, false};
+        const Proc::CutInterval deleted{std::max<avTime>(start, 0), end, NoTime, true};
+        demuxer->SetCut(Proc::CutTimeline({kept, deleted}));
         Seek(0);
         return ReadAll();
     }
