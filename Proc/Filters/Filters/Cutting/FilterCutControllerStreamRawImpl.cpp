@@ -131,7 +131,7 @@ void FilterCutControllerStreamRawImpl::FollowSource()
     queue.Reset(GetStartLimit());
 }
 
-/// However the sources land behind a jump, what comes before the end of the stretch is thrown away; but not what has
+/// However the sources land after a jump, what comes before the end of the stretch is thrown away; but not what has
 /// become kept because one of them starts on key frames only.
 avTime FilterCutControllerStreamRawImpl::GetStartLimit() const
 {

@@ -19,7 +19,7 @@ public:
     SaveThread& operator=(const SaveThread&) = delete;
     ~SaveThread() { WaitForAll(); }
 
-    /// Runs the function on a thread of its own. What it throws is logged at level 11 and ends the thread, behind a
+    /// Runs the function on a thread of its own. What it throws is logged at level 11 and ends the thread, after a
     /// call of `failed`, which must not throw. A former thread is left to itself.
     void Start(std::function<void()> save, std::function<void()> failed);
     /// Waits for the thread started last, if there is one; an interruption of the caller waits too. Throws the thread
