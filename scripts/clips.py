@@ -15,9 +15,16 @@ def run(args, given=b""):
     return done.returncode, done.stdout, done.stderr.decode("utf-8", "replace")
 
 
+class Unreadable(Exception):
+    """ffprobe can't read a file, and so nothing can be said of it."""
+
+
 def ask(path, what, *options):
     """The document of ffprobe."""
-    return json.loads(run(["ffprobe", "-v", "error", "-of", "json", *options, "-show_entries", what, path])[1] or "{}")
+    status, out, err = run(["ffprobe", "-v", "error", "-of", "json", *options, "-show_entries", what, path])
+    if status:
+        raise Unreadable(" ".join(err.split()))
+    return json.loads(out)
 
 
 def parser(usage, build="dev"):
@@ -37,9 +44,16 @@ def clips(args, without=(".tsv", ".srt", ".txt")):
 def table(heads, check, cases, jobs):
     """Prints what `check` gives for every (clip, way), a list of cells whose first is the verdict; how many failed."""
     failed = 0
+
+    def judge(case):
+        try:
+            return check(*case)
+        except Unreadable as fault:
+            return ["unreadable", *[""] * (len(heads) - 1), fault]
+
     print("| " + " | ".join(["clip", "way", "verdict", *heads]) + " |\n|" + "---|" * (3 + len(heads)))
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        for (clip, way), row in zip(cases, pool.map(lambda case: check(*case), cases)):
+        for (clip, way), row in zip(cases, pool.map(judge, cases)):
             if row:
                 print("| " + " | ".join([clip.name, way, *(str(cell) for cell in row)]) + " |", flush=True)
                 failed += row[0] in ("FAULT", "FAILED", "unchecked", "unreadable")
