@@ -1,6 +1,6 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "tests/CodecParsers/ClipTest.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
-#include "tests/CodecParsers/RealClip.h"
 
 namespace Tessor::Test
 {
@@ -92,15 +92,11 @@ TEST_P(AACClip, PacketsComeOutOfTheirHeadersAndGoBack)
     EXPECT_GT(count, 10);
 }
 
-INSTANTIATE_TEST_SUITE_P(Media, AACClip,
-                         testing::Values("aac-lc-48k.aac", "aac-pce-51-synth.aac", "h264-high-annexb-aac.ts",
-                                         "h264-ptswrap-aac.ts", "hevc-annexb-aac.ts", "h264-baseline-cavlc-aac.mp4",
-                                         "h264-high-cinemascope-aac51.mp4", "h264-high-closedgop-bframes-aac.mp4",
-                                         "h264-join-first-aac.mp4", "h264-join-second-aac.mp4",
-                                         "h264-opengop-bpyramid-synth.mp4", "h264-rotated90-iphone-aac.mov",
-                                         "hevc-hev1-cra-aac.mp4", "hevc-hvc1-main10-hdr10-aac.mp4",
-                                         "mpeg4sp-85s-aac.mov"),
+INSTANTIATE_TEST_SUITE_P(Samples, AACClip,
+                         testing::Values("aac.aac", "aac-pce.aac", "h264.mp4", "h264.ts", "h264-irregular.mp4",
+                                         "h264-rotated.mov", "hevc.ts"),
                          ClipName);
+INSTANTIATE_TEST_SUITE_P(Media, AACClip, testing::ValuesIn(RealClips("aac")), ClipName);
 
 // 10,000 frames as unlike each other as libavcodec bears them: its filter writes the configuration that ours does,
 // element by element of a PCE.

@@ -17,7 +17,7 @@ namespace Tessor::Cli::Tests
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-inline const fs::path samples = TESSOR_SAMPLES;
+inline const fs::path samples = fs::path(Tessor::Test::ClipPath("h264.mp4")).parent_path();
 
 struct Outcome
 {
@@ -35,19 +35,14 @@ inline std::string Slurp(const fs::path& path)
 class Program : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        if (!fs::exists(samples / "h264.mp4"))
-            GTEST_SKIP() << "no samples: scripts/make-samples --tests";
-    }
+    void SetUp() override { ASSERT_TRUE(fs::exists(samples / "h264.mp4")) << "run scripts/make-samples --tests"; }
 
-    /// Runs a command of the shell in the folder; $S stands for the folder of samples, $M for that of real clips.
+    /// Runs a command of the shell in the folder; $S stands for the folder of samples.
     Outcome RunCommand(const std::string& command) const
     {
-        const int status =
-            std::system(("cd '" + folder.string() + "' && S='" + samples.string() + "' && M='" +
-                         Tessor::Test::ClipPath("") + "' && (" + command + ") >out.txt 2>err.txt </dev/null")
-                            .c_str());
+        const int status = std::system(("cd '" + folder.string() + "' && S='" + samples.string() + "' && (" + command +
+                                        ") >out.txt 2>err.txt </dev/null")
+                                           .c_str());
         Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(folder / "out.txt"),
                         Slurp(folder / "err.txt")};
         fs::remove(folder / "out.txt");

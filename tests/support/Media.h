@@ -1,35 +1,22 @@
 #pragma once
 
-#include <algorithm>
-#include <cctype>
-#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace Tessor::Test
 {
 
-/// Path of a real clip. The folder of clips lies beside the checkout, or beside the folder of a working tree; a file
-/// that is in neither does not exist under the path given.
-inline std::string ClipPath(const std::string& name)
-{
-    const std::filesystem::path beside = TESSOR_SOURCE_DIR "/../shared/media/" + name;
-    return std::filesystem::exists(beside) ? beside.string() : TESSOR_SOURCE_DIR "/../../shared/media/" + name;
-}
+/// Where a clip lies: one that scripts/make-samples makes for the tests, which is always there, or a real one, which a
+/// machine may have in a folder of clips beside the checkout or beside the folder of a working tree.
+std::string ClipPath(const std::string& name);
+
+/// The names of all clips that scripts/make-samples makes for the tests, or of those with that part.
+std::vector<std::string> Samples(const std::string& part = "");
+
+/// The same of the real clips of this machine; most have none.
+std::vector<std::string> RealClips(const std::string& part = "");
 
 /// A name as part of a test's name, which may hold letters, digits and underscores only.
-inline std::string ToTestName(std::string name)
-{
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
-    return name;
-}
+std::string ToTestName(std::string name);
 
 } // namespace Tessor::Test
-
-/// Skips a test, or all tests of a fixture when in its SetUp, where a clip is missing.
-#define TESSOR_SKIP_WITHOUT(name)                                                                                      \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        if (!std::filesystem::exists(Tessor::Test::ClipPath(name)))                                                    \
-            GTEST_SKIP() << (name) << " is missing";                                                                   \
-    } while (false)

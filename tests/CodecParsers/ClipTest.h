@@ -18,12 +18,11 @@ namespace Tessor::Test
 /// Tests on the video track of the clip that is the parameter, or on its first audio track, as libavformat sees it;
 /// times in microseconds.
 template <MediaType Type>
-class ClipTest : public testing::TestWithParam<const char*>
+class ClipTest : public testing::TestWithParam<std::string>
 {
 protected:
     void SetUp() override
     {
-        TESSOR_SKIP_WITHOUT(GetParam());
         av_log_set_level(AV_LOG_QUIET);
         ASSERT_EQ(avformat_open_input(&context, ClipPath(GetParam()).c_str(), nullptr, nullptr), 0);
         ASSERT_GE(avformat_find_stream_info(context, nullptr), 0);
@@ -57,7 +56,7 @@ protected:
     SP<const IBlob> extradata;
 };
 
-inline std::string ClipName(const testing::TestParamInfo<const char*>& info)
+inline std::string ClipName(const testing::TestParamInfo<std::string>& info)
 {
     return ToTestName(info.param);
 }
