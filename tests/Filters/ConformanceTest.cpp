@@ -1,20 +1,28 @@
-#include "Proc/Filters/Filters/Audio/FilterAudioFormatter.h"
-#include "Proc/Filters/Filters/Audio/FilterAudioGenerator.h"
-#include "Proc/Filters/Filters/Audio/FilterAudioVolume.h"
-#include "Proc/Filters/Filters/Audio/FilterResample.h"
-#include "Proc/Filters/Filters/Cutting/FilterBitStream.h"
-#include "Proc/Filters/Filters/Effects/FilterApplyEffectsAudio.h"
-#include "Proc/Filters/Filters/Effects/FilterApplyEffectsVideo.h"
-#include "Proc/Filters/Filters/FilterStreamMetadataUpdater.h"
-#include "Proc/Filters/Filters/Proof/FilterLosslessDetect.h"
-#include "Proc/Filters/Filters/Video/FilterBlurTransparentBorder.h"
-#include "Proc/Filters/Filters/Video/FilterDeinterlace.h"
-#include "Proc/Filters/Filters/Video/FilterFrameRate.h"
-#include "Proc/Filters/Filters/Video/FilterResize.h"
+#include "Proc/Filters/Filters/Audio/IFilterAudioFormatter.h"
+#include "Proc/Filters/Filters/Audio/IFilterAudioMixer.h"
+#include "Proc/Filters/Filters/Audio/IFilterResample.h"
+#include "Proc/Filters/Filters/Audio/IFilterVolumeDetect.h"
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsAudio.h"
+#include "Proc/Filters/Filters/Effects/IFilterApplyEffectsVideo.h"
+#include "Proc/Filters/Filters/FilterRegistrator.h"
+#include "Proc/Filters/Filters/Video/IFilterFrameRate.h"
+#include "Proc/Filters/Filters/Video/IFilterResize.h"
+#include "Proc/Settings/SettingsAudioGenerator.h"
+#include "Proc/Settings/SettingsDeinterlace.h"
 #include "Proc/Settings/SettingsFilterAudioFormatter.h"
+#include "Proc/Settings/SettingsFilterAudioVolume.h"
+#include "Proc/Settings/SettingsFilterBitStream.h"
+#include "Proc/Settings/SettingsFilterBlurTransparentBorder.h"
+#include "Proc/Settings/SettingsFilterFrameRate.h"
+#include "Proc/Settings/SettingsFilterResample.h"
+#include "Proc/Settings/SettingsLosslessDetect.h"
+#include "Proc/Settings/SettingsResizer.h"
+#include "Proc/Settings/SettingsStreamMetadataUpdater.h"
 #include "ffhost/registry/Host.h"
+#include "tests/Filters/CutTestTools.h"
 #include "tests/Filters/FakeEffects.h"
 #include "tests/support/Decorators.h"
+#include "tests/support/Media.h"
 #include "tests/support/ReadAll.h"
 
 #include <gtest/gtest.h>
@@ -27,12 +35,18 @@ namespace
 
 using namespace Proc;
 
+using S = SP<IStream>;
+
+template <class Kind>
+using Maker = std::function<S(const SP<Kind>& parent)>;
+
 template <class Kind>
 struct Filter
 {
     std::string name; ///< as visitors see it
-    SP<IStream> (*make)(const SP<Kind>& parent);
+    Maker<Kind> make;
     const char* refusal = nullptr; ///< of a tree that is not its own
+    bool tellsTarget = false;      ///< its position after a seek is the target, whatever will come
 };
 
 const char* const WRONG_CLASS = "Filter was initialized with incorrect class (X)!";
@@ -50,7 +64,7 @@ class RandomUse
 {
 public:
     RandomUse(const Filter<Kind>& tested, const SP<ScriptedStream<Kind>>& script, unsigned seed)
-        : random(seed), source(script), hook(Hooked<Kind>::Create(script)), name(tested.name), filter(tested.make(hook))
+        : random(seed), source(script), hook(Hooked<Kind>::Create(script)), tested(tested), filter(tested.make(hook))
     {
         for (SP<IData> item; (item = filter->ReadStream());)
             expected.push_back(DescribeItem(*item));
@@ -96,6 +110,7 @@ private:
         EXPECT_TRUE(filter->GetSeekResult());
         EXPECT_FALSE(filter->IsTerminated());
         next = FindPlace(target);
+        sought = target;
         afterSeek = true;
     }
 
@@ -125,7 +140,7 @@ private:
 
     void CheckPosition()
     {
-        const avTime start = next < expected.size() ? expected[next].pts : NoTime;
+        const avTime start = tested.tellsTarget ? sought : next < expected.size() ? expected[next].pts : NoTime;
         EXPECT_EQ(filter->GetPosition(),
                   afterSeek ? start : AddTime(expected[next - 1].pts, expected[next - 1].duration));
     }
@@ -134,7 +149,7 @@ private:
     {
         Visitors::InfoCollector names;
         filter->Accept(names);
-        EXPECT_EQ(names.GetElements().front(), name);
+        EXPECT_EQ(names.GetElements().front(), tested.name);
         EXPECT_EQ(names.GetElements().back(), "Scripted") << "the walk reaches the source";
         EXPECT_EQ(filter->GetStatistic(), filter->GetStatistic()) << "asking counts for nothing";
     }
@@ -166,127 +181,247 @@ private:
     std::mt19937 random;
     const SP<ScriptedStream<Kind>> source;
     const SP<Hooked<Kind>> hook;
-    const std::string name;
+    const Filter<Kind>& tested;
     const SP<IStream> filter;
     Script expected;       // all items, as one reading from start to end gives them
     size_t next = 0;       // index of the item that the next read must give
+    avTime sought = 0;     // the target of the last seek
     bool afterSeek = true; // nothing was read since
 };
 
 template <class Kind>
-void CheckFilters(const std::vector<Filter<Kind>>& filters, const std::string& script)
+void CheckFilter(const Filter<Kind>& filter, const std::string& script)
 {
     using Source = std::conditional_t<std::is_same_v<Kind, IStreamRaw>, ScriptedRaw, ScriptedStream<Kind>>;
-    for (const Filter<Kind>& filter : filters)
+    for (unsigned seed = 1; seed <= 20 && !testing::Test::HasFailure(); ++seed)
     {
-        SCOPED_TRACE(filter.name);
-        for (unsigned seed = 1; seed <= 20 && !testing::Test::HasFailure(); ++seed)
-        {
-            SCOPED_TRACE(seed);
-            RandomUse<Kind>(filter, Source::Create(script), seed).Run();
-        }
-        EXPECT_THROW(filter.make(nullptr), std::invalid_argument);
-        const SP<IStream> made = filter.make(Source::Create(script));
-        if (const auto ex = dynamic_cast<StreamEx<Kind>*>(made.get()))
-        {
-            EXPECT_THROW(ex->Initialize(FakeSettings("Other")), std::bad_cast);
-        }
-        if (filter.refusal)
-        {
-            EXPECT_EQ(TextOf<FilterException>([&] { made->Initialize(Core::Property("X")); }), filter.refusal);
-        }
+        SCOPED_TRACE(filter.name + ", seed " + std::to_string(seed));
+        RandomUse<Kind>(filter, Source::Create(script), seed).Run();
+    }
+    EXPECT_THROW(filter.make(nullptr), std::invalid_argument);
+    const S made = filter.make(Source::Create(script));
+    if (const auto ex = dynamic_cast<StreamEx<Kind>*>(made.get()))
+    {
+        EXPECT_THROW(ex->Initialize(FakeSettings("Other")), std::bad_cast);
+    }
+    if (filter.refusal)
+    {
+        EXPECT_EQ(TextOf<FilterException>([&] { made->Initialize(Core::Property("X")); }), filter.refusal);
     }
 }
 
-/// Seeks to the times of a grid of 20 ms only: within a slot the first result is shorter.
-SP<IStream> MakeFrameRate(const SP<IStreamVideo>& parent)
+using Trial = std::function<void()>;
+
+template <class Kind>
+Trial On(const std::string& name, const Maker<Kind>& make, const char* refusal = nullptr)
 {
-    const auto grid = Hooked<IStreamVideo>::Create(FilterFrameRate::CreateEx(parent, SettingsFilterFrameRate({50, 1})));
-    grid->seekTo = [](avTime target) { return target - target % (20 * ms); };
-    return grid;
+    std::vector<std::string> scripts{"0 40 80:20 100", "0i 40i 80:20i 100i"};
+    if constexpr (std::is_same_v<Kind, IStreamAudio>)
+        scripts = {Regular(30, 20)};
+    if constexpr (std::is_same_v<Kind, IStreamRaw>)
+        scripts = {"0K 40 80 120K 160"};
+    return [=]
+    {
+        for (const std::string& script : scripts)
+            CheckFilter<Kind>({name, make, refusal}, script);
+    };
 }
 
-SP<IStream> MakeApplyEffects(const SP<IStreamVideo>& parent)
+/// The registry as the library fills it, over effects of pictures that do nothing and the host's engines of sound.
+SP<Host::FilterRegistry> MakeRegistry(const SP<const IEffectFactory>& effects)
 {
-    const auto filter = FilterApplyEffectsVideo::Create(parent, FakeEffectFactory::Create());
+    const auto registry = Host::FilterRegistry::Create(effects, Host::MakeHost().algorithms, nullptr);
+    FilterRegistrator(registry.get());
+    return registry;
+}
+
+template <class Kind>
+const IFilterFactory& RegistryOf()
+{
+    static const auto pictures = MakeRegistry(FakeEffectFactory::Create()),
+                      sounds = MakeRegistry(Host::MakeHost().effects);
+    return std::is_same_v<Kind, IStreamVideo> ? *pictures : *sounds;
+}
+
+/// Filters of a slot of their own.
+template <class Kind, class Result>
+Maker<Kind> Typed(SP<Result> (IFilterFactory::*create)(const std::string&, const SP<Kind>&) const)
+{
+    return [create](const SP<Kind>& parent) -> S { return (RegistryOf<Kind>().*create)("", parent); };
+}
+
+/// Filters that are made by their settings.
+template <class Kind, class Result, class TypedSettings>
+Maker<Kind> Wide(SP<Result> (IFilterFactory::*create)(const Settings&, const std::string&, const SP<Kind>&) const,
+                 const TypedSettings& settings, const std::string& implementation = "")
+{
+    return [=](const SP<Kind>& parent) -> S { return (RegistryOf<Kind>().*create)(settings, implementation, parent); };
+}
+
+constexpr auto WIDE_AUDIO = &IFilterFactory::CreateFilterAudioEx;
+constexpr auto WIDE_VIDEO = &IFilterFactory::CreateFilterVideoEx;
+
+template <class Kind>
+Maker<Kind> Cut(const Ranges& kept)
+{
+    return [kept](const SP<Kind>& parent) -> S
+    {
+        const auto controller = RegistryOf<Kind>().CreateCutController("", Keep(kept), FakeCodecs::Create());
+        return parent ? controller->AddStream(parent) : throw std::invalid_argument("a controller takes no null");
+    };
+}
+
+/// Of decoded media. What is cut of packets is held against a model in RandomCutTest.
+void CheckCutStreams()
+{
+    On("FilterCutControllerStreamImpl", Cut<IStreamVideo>({{20, 60}, {90, 140}}))();
+    On("FilterCutControllerStreamImpl", Cut<IStreamAudio>({{0, 110}, {200, 410}, {500, 600}}))();
+}
+
+S MakeMixer(const SP<IStreamAudio>& parent)
+{
+    const auto mixer = RegistryOf<IStreamAudio>().CreateAudioMixer("");
+    mixer->AddStream(parent ? parent : throw std::invalid_argument("its own refusal comes later"), 150);
+    return mixer;
+}
+
+void CheckMixer() // over blocks of its own length
+{
+    CheckFilter<IStreamAudio>({"FilterAudioMixer", MakeMixer, nullptr, true}, Regular(10, 100));
+}
+
+S MakeFormatter(const SP<IStreamAudio>& parent)
+{
+    const auto filter = RegistryOf<IStreamAudio>().CreateAudioFormatter("", parent);
+    filter->SetPacketDuration(20 * ms);
+    return filter;
+}
+
+S MakeApplyEffects(const SP<IStreamVideo>& parent)
+{
+    const auto filter = RegistryOf<IStreamVideo>().CreateApplyEffectsVideo("", parent);
     filter->AddEffect(Core::Property("a"), "");
     filter->AddEffect(Core::Property("b"), "");
     return filter;
 }
 
-SettingsFilterAudioVolume Loud()
+S MakeLosslessDetect(const SP<IStreamRaw>& parent)
 {
-    SettingsFilterAudioVolume settings;
-    settings.volume = 1.5;
-    return settings;
+    return RegistryOf<IStreamRaw>().CreateLosslessDetect("", parent, SettingsLosslessDetect());
 }
 
-SettingsFilterAudioFormatter Cut20()
+void CheckVolumeDetect()
 {
-    SettingsFilterAudioFormatter settings;
-    settings.packetDuration = 20 * ms;
-    return settings;
+    const auto detect = RegistryOf<IStreamAudio>().CreateVolumeDetect("");
+    detect->Process(ScriptedAudio::Create("0=3000 20=32767"));
+    EXPECT_EQ(detect->GetPeakValue(), 1.0);
+    EXPECT_FALSE(detect->IsLowLevel());
 }
 
-template <class Kind>
-SP<IStream> MakeUpdater(const SP<Kind>& parent)
+void CheckGenerator()
 {
-    return FilterStreamMetadataUpdater<Kind, StreamEx<Kind>>::Create(parent, SettingsStreamMetadataUpdater());
+    SettingsAudioGenerator settings;
+    settings.duration = 100 * ms;
+    settings.samplesPerBlock = 882;
+    const auto source = RegistryOf<IStreamAudio>().CreateFilterAudioEx(settings, "", nullptr);
+    EXPECT_EQ(ReadAll(source), "0 20 40 60 80 E");
+    Seek(source, 40 * ms);
+    EXPECT_EQ(ReadAll(source), "40 60 80 E");
+    EXPECT_THROW(source->Initialize(FakeSettings("Other")), std::bad_cast);
 }
 
-template <int form>
-SP<IStream> MakeBitStream(const SP<IStreamRaw>& parent)
+/// Seeks to the times of a grid of 20 ms only: within a slot the first result is shorter.
+Maker<IStreamVideo> OnGrid(const Maker<IStreamVideo>& make)
 {
-    return FilterBitStream::Create(parent,
-                                   SettingsFilterBitStream(static_cast<SettingsFilterBitStream::StreamFormat>(form)));
+    return [make](const SP<IStreamVideo>& parent) -> S
+    {
+        const auto filter = boost::dynamic_pointer_cast<IFilterFrameRate>(make(parent));
+        filter->Initialize(IFilterFrameRate::MakeSettings({50, 1}));
+        const auto grid = Hooked<IStreamVideo>::Create(filter);
+        grid->seekTo = [](avTime target) { return target - target % (20 * ms); };
+        return grid;
+    };
 }
 
-using S = SP<IStream>;
-using Border = SettingsFilterBlurTransparentBorder;
-
-const std::vector<Filter<IStreamVideo>> VIDEO = {
-    {"FilterResize", [](const auto& s) -> S { return FilterResize::Create(s, FakeEffectFactory::Create()); }},
-    {"FilterDeinterlace",
-     [](const auto& s) -> S
-     { return FilterDeinterlace::Create(s, FakeEffectFactory::Create(), SettingsDeinterlace()); }},
-    {"FilterBlurTransparentBorder",
-     [](const auto& s) -> S { return FilterBlurTransparentBorder::Create(s, FakeEffectFactory::Create(), Border()); },
-     "Method not implemented"},
-    {"Hooked", MakeFrameRate, WRONG_CLASS},
-    {"FilterApplyEffectsVideo (2)", MakeApplyEffects, WRONG_CLASS},
-    {"FilterStreamMetadataUpdater", MakeUpdater<IStreamVideo>},
-};
-
-const std::vector<Filter<IStreamAudio>> AUDIO = {
-    {"FilterAudioVolume", [](const auto& s) -> S { return FilterAudioVolume::Create(s, nullptr, Loud()); }},
-    {"FilterResample",
-     [](const auto& s) -> S
-     { return FilterResample::CreateStreamEx(s, Host::MakeHost().effects, SettingsFilterResample()); },
-     WRONG_CLASS},
-    {"FilterAudioFormatter",
-     [](const auto& s) -> S { return FilterAudioFormatter::CreateStreamEx(s, Host::MakeHost().algorithms, Cut20()); },
-     WRONG_CLASS},
-    {"FilterApplyEffectsAudio (0)",
-     [](const auto& s) -> S { return FilterApplyEffectsAudio::Create(s, FakeEffectFactory::Create()); }},
-    {"FilterStreamMetadataUpdater", MakeUpdater<IStreamAudio>},
-};
-
-const std::vector<Filter<IStreamRaw>> RAW = {
-    {"FilterBitStream", MakeBitStream<0>, "Deprecated method"}, // to Annex B; without a header there are no lengths
-    {"FilterBitStream", MakeBitStream<2>},                      // to raw AAC
-    {"FilterBitStream", MakeBitStream<4>},                      // as it is
-    {"FilterLosslessDetect",
-     [](const auto& s) -> S { return FilterLosslessDetect::Create(s, SettingsLosslessDetect()); }},
-};
-
-TEST(Filters, DeliverTheSameHoweverTheyAreUsedAndRefuseWhatIsNotTheirs)
+/// A frame waits for its successor, also across a seek: that is all its own.
+void CheckAdjust()
 {
-    CheckFilters(VIDEO, "0 40 80:20 100");
-    CheckFilters(VIDEO, "0i 40i 80:20i 100i");
-    CheckFilters(AUDIO, Regular(30, 20));
-    CheckFilters(RAW, "0K 40 80 120K 160");
-    EXPECT_THROW(FilterAudioGenerator::Create(FakeSettings("Other")), std::bad_cast);
+    const SettingsFilterFrameRate rate({25, 1});
+    const auto adjust = Wide(WIDE_VIDEO, rate, rate.IMPL_ADJUST);
+    EXPECT_EQ(ReadAll(*adjust(ScriptedVideo::Create("0 10 80"))), "0 20.4 80:70 E");
+    EXPECT_THROW(adjust(nullptr), std::invalid_argument);
 }
+
+void CheckBitStream()
+{
+    const char* refusal = "Deprecated method";
+    for (const int form : {0, 2, 4}) // to Annex B, where without a header there are no lengths; to raw AAC; as it is
+    {
+        const SettingsFilterBitStream settings(static_cast<SettingsFilterBitStream::StreamFormat>(form));
+        On("FilterBitStream", Wide(&IFilterFactory::CreateFilterRawEx, settings), std::exchange(refusal, nullptr))();
+    }
+}
+
+/// Everything that the library registers, in that order, and how each is tried.
+std::vector<std::pair<std::string, Trial>> Trials()
+{
+    using F = IFilterFactory;
+    SettingsFilterAudioVolume loud;
+    loud.volume = 1.5;
+    SettingsFilterAudioFormatter cut20;
+    cut20.packetDuration = 20 * ms;
+    const SettingsStreamMetadataUpdater update;
+    return {
+        {"resize", On("FilterResize", Typed(&F::CreateResize))},
+        {"frame rate", On("Hooked", OnGrid(Typed(&F::CreateFrameRate)), WRONG_CLASS)},
+        {"resample", On("FilterResample", Typed(&F::CreateResample), WRONG_CLASS)},
+        {"audio mixer", CheckMixer},
+        {"audio formatter", On<IStreamAudio>("FilterAudioFormatter", MakeFormatter, WRONG_CLASS)},
+        {"cut controller", CheckCutStreams},
+        {"apply effects video", On<IStreamVideo>("FilterApplyEffectsVideo (2)", MakeApplyEffects, WRONG_CLASS)},
+        {"apply effects audio", On("FilterApplyEffectsAudio (0)", Typed(&F::CreateApplyEffectsAudio))},
+        {"volume detect", CheckVolumeDetect},
+        {"lossless detect", On<IStreamRaw>("FilterLosslessDetect", MakeLosslessDetect)},
+        {"audio filter SettingsAudioGenerator", CheckGenerator},
+        {"audio filter SettingsFilterAudioVolume", On("FilterAudioVolume", Wide(WIDE_AUDIO, loud))},
+        {"audio filter SettingsFilterResample",
+         On("FilterResample", Wide(WIDE_AUDIO, SettingsFilterResample()), WRONG_CLASS)},
+        {"audio filter SettingsFilterAudioFormatter", On("FilterAudioFormatter", Wide(WIDE_AUDIO, cut20), WRONG_CLASS)},
+        {"audio filter SettingsStreamMetadataUpdater", On("FilterStreamMetadataUpdater", Wide(WIDE_AUDIO, update))},
+        {"video filter SettingsDeinterlace", On("FilterDeinterlace", Wide(WIDE_VIDEO, SettingsDeinterlace()))},
+        {"video filter SettingsFilterFrameRate",
+         On("Hooked", OnGrid(Wide(WIDE_VIDEO, SettingsFilterFrameRate({50, 1}))), WRONG_CLASS)},
+        {"video filter SettingsFilterFrameRate Adjust", CheckAdjust},
+        {"video filter SettingsResizer", On("FilterResize", Wide(WIDE_VIDEO, SettingsResizer()))},
+        {"video filter SettingsFilterBlurTransparentBorder",
+         On("FilterBlurTransparentBorder", Wide(WIDE_VIDEO, SettingsFilterBlurTransparentBorder()),
+            "Method not implemented")},
+        {"video filter SettingsStreamMetadataUpdater", On("FilterStreamMetadataUpdater", Wide(WIDE_VIDEO, update))},
+        {"raw filter SettingsFilterBitStream", CheckBitStream},
+    };
+}
+
+TEST(Filters, AreAllRegisteredInOrderAndTried)
+{
+    std::vector<std::string> registered, tried;
+    for (const Host::RegistryEntry& entry : Host::MakeHost().filters->List())
+        for (size_t i = 0; i < entry.implementations.size(); ++i)
+            registered.push_back(entry.kind + (entry.classId.empty() ? "" : " ") + entry.classId +
+                                 (i ? " " + entry.implementations[i] : ""));
+    for (const auto& [name, trial] : Trials())
+        tried.push_back(name);
+    EXPECT_EQ(registered, tried) << "a filter that is registered needs a row, in its place";
+}
+
+using Registered = testing::TestWithParam<std::pair<std::string, Trial>>;
+
+TEST_P(Registered, DeliversTheSameHoweverItIsUsedAndRefusesWhatIsNotItsOwn)
+{
+    GetParam().second();
+}
+
+INSTANTIATE_TEST_SUITE_P(, Registered, testing::ValuesIn(Trials()),
+                         [](const auto& info) { return ToTestName(info.param.first); });
 
 TEST(Settings, BaseRefusesWhatAClassDoesNotHave)
 {
