@@ -3,6 +3,7 @@
 #include "tests/support/ScriptedStream.h"
 
 #include <boost/thread/thread.hpp>
+#include <glog/logging.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <stdexcept>
@@ -59,6 +60,28 @@ TEST(StreamImplBackground, AFailureIsNeverForgotten)
     EXPECT_EQ(ReadSome(probe, 1), "!");
     EXPECT_EQ(probe->GetPosition(), 80 * ms) << "the new thread goes on reading";
     EXPECT_EQ(ReadSome(probe, 2), "! !");
+}
+
+TEST(StreamImplBackground, AFailureIsLoggedOnce)
+{
+    struct Lines final : google::LogSink
+    {
+        void send(google::LogSeverity severity, const char*, const char*, int, const tm*, const char* message,
+                  size_t length) override
+        {
+            EXPECT_EQ(severity, google::GLOG_ERROR);
+            lines.emplace_back(message, length);
+        }
+        std::vector<std::string> lines;
+    } log;
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("!"), true);
+    google::AddLogSink(&log);
+    ReadSome(probe, 2);
+    probe->StopThread();
+    google::RemoveLogSink(&log);
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_EQ(log.lines[0].rfind("Background reading thread: ", 0), 0u) << log.lines[0];
+    EXPECT_NE(log.lines[0].find("scripted failure"), std::string::npos) << log.lines[0];
 }
 
 TEST(StreamImplBackground, AFailureIsNotTakenForTheEnd)

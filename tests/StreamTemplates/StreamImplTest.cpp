@@ -161,6 +161,37 @@ TEST(StreamImplSynchronous, AFilterMayAskItsOwnPositionWhileItReads)
     EXPECT_EQ(seen, 40 * ms);
 }
 
+TEST(StreamImpl, TheCodecIsAskedForUntilItIsKnown)
+{
+    const SP<ScriptedRaw> source = ScriptedRaw::Create("0K", MediaType::Video, Conf::IFormatCodec::CODEC_ID_NONE);
+    const auto stream = Hooked<Proc::IStreamRaw>::Create(source);
+    const auto name = [&](const std::string& codec)
+    { source->GetFormatCodec()->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, codec); };
+    EXPECT_EQ(stream->GetCodecID(), Conf::IFormatCodec::CODEC_ID_NONE);
+    name("first");
+    EXPECT_EQ(stream->GetCodecID(), "first");
+    name("second");
+    EXPECT_EQ(stream->GetCodecID(), "first");
+}
+
+TEST(Visitors, UnknownOnesAreRefused)
+{
+    struct Odd final : Proc::IStreamVisitor
+    {
+        explicit Odd(int type) : type(type) {}
+        int GetType() const override { return type; }
+        const int type;
+    };
+    const SP<Probe> probe = Probe::Create(ScriptedVideo::Create("0"));
+    Odd unknown(3);
+    EXPECT_EQ(TextOf<std::logic_error>([&] { probe->Accept(unknown); }), "Unknown visitor type");
+    for (const int type : {0, 1, 2})
+    {
+        Odd liar(type);
+        EXPECT_THROW(probe->Accept(liar), std::bad_cast) << type;
+    }
+}
+
 TEST(StreamImpl, TheFilterOfItsHeadWorks)
 {
     const SP<IStreamVideo> filter = Proc::FilterX::Create(ScriptedVideo::Create("0 40 80"));

@@ -79,6 +79,7 @@ class Hooked : public FilterOf<Kind>, public RefCountImpl
 public:
     using Item = typename Kind::Item;
     using FilterOf<Kind>::StopThread;
+    using FilterOf<Kind>::GetCodecID;
 
     static SP<Hooked> Create(const SP<Kind>& parent, bool useReadThread = false)
     {
