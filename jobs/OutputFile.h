@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Fnd/Export.h"
+
 #include <string>
 #include <vector>
 
@@ -7,7 +9,7 @@ namespace Tessor::Jobs
 {
 
 /// Refuses an output that is one of the inputs (whatever its name) or exists already. Throws JobError.
-void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
+TESSOR_API void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
 
 /// Removes a file that was written; devices and pipes are left alone.
 void RemoveOutput(const std::string& output);

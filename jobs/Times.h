@@ -38,16 +38,17 @@ struct TESSOR_API RangeList
 
 /// A time in one of FFmpeg's forms ([-][HH:]MM:SS[.m], S[.m][s|ms|us]), a frame ("123f"), "start" or "end". What is not
 /// understood throws JobError.
-avTime ParseTime(const std::string& text, const TimeContext& context);
+TESSOR_API avTime ParseTime(const std::string& text, const TimeContext& context);
 
 /// "A-B[,C-D]": an open end ("A-") reaches to the end. The option's name stands in messages. Ranges that are reversed,
 /// empty, overlapping or beyond the end throw JobError.
-std::vector<Range> ParseRanges(const std::string& option, const std::string& text, const TimeContext& context);
+TESSOR_API std::vector<Range> ParseRanges(const std::string& option, const std::string& text,
+                                          const TimeContext& context);
 
 /// What is left of 0 to the duration without the ranges.
-std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration);
+TESSOR_API std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration);
 
 /// Seconds for reports, exact to the microsecond.
-double Seconds(avTime time);
+TESSOR_API double Seconds(avTime time);
 
 } // namespace Tessor::Jobs

@@ -17,12 +17,12 @@ struct SelectedTrack
 };
 
 /// Selects all tracks that are picture, sound, subtitles or attachments, video first; others are named in a warning.
-std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+TESSOR_API std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
 
 /// Names what reading has met that is no track.
 void AddLateStreams(const Host::Demuxer& demuxer, std::vector<std::string>& warnings);
 
 /// What a track is, in a word for reports.
-const char* KindName(const Host::TrackInfo& track);
+TESSOR_API const char* KindName(const Host::TrackInfo& track);
 
 } // namespace Tessor::Jobs

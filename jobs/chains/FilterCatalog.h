@@ -14,7 +14,7 @@ namespace Tessor::Jobs
 {
 
 /// A filter that chains can name.
-struct CatalogRow
+struct TESSOR_API CatalogRow
 {
     enum class Form
     {
@@ -44,10 +44,10 @@ struct CatalogRow
 };
 
 /// All of them, those for pictures first.
-const std::vector<CatalogRow>& GetCatalog();
+TESSOR_API const std::vector<CatalogRow>& GetCatalog();
 
 /// The rows of that name: one, or one a kind. Throws JobError::BadRequest that names the nearest ones.
-std::vector<const CatalogRow*> FindFilters(const std::string& name);
+TESSOR_API std::vector<const CatalogRow*> FindFilters(const std::string& name);
 
 /// A filter with its settings, ready to be made.
 struct FilterStep
@@ -61,10 +61,10 @@ struct FilterStep
 
 /// Reads a chain for streams of that kind. Throws JobError::BadRequest for unknown filters and keys, values
 /// of the wrong type or out of range, and filters of the other kind.
-std::vector<FilterStep> ReadFilters(const std::string& chain, MediaType kind);
+TESSOR_API std::vector<FilterStep> ReadFilters(const std::string& chain, MediaType kind);
 
 /// What filters and effects are made by.
-struct Factories
+struct TESSOR_API Factories
 {
     SP<const Proc::IFilterFactory> filters;
     SP<const Proc::IEffectFactory> effects;
@@ -74,14 +74,16 @@ struct Factories
 };
 
 /// Names of the implementations of a row, the default one first: those that its key "impl" takes.
-std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories&);
+TESSOR_API std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories&);
 
 /// Whether the filter works by how long its source lasts.
-bool NeedsLength(const FilterStep& step);
+TESSOR_API bool NeedsLength(const FilterStep& step);
 
 /// The stream behind the filter.
-SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source, const Factories&);
-SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source, const Factories&);
+TESSOR_API SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source,
+                                             const Factories&);
+TESSOR_API SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source,
+                                             const Factories&);
 
 /// The stream with an effect over it.
 SP<Proc::IStreamVideo> ApplyEffect(const SP<Proc::IOneInputEffectVideo>& effect, const SP<Proc::IStreamVideo>& source,
@@ -90,7 +92,7 @@ SP<Proc::IStreamAudio> ApplyEffect(const SP<Proc::IOneInputEffectAudio>& effect,
                                    const Factories&);
 
 /// The stream in another format of samples; what is unset in it stays.
-SP<Proc::IStreamAudio> MakeResampler(const SP<Proc::IStreamAudio>& source, const Conf::SampleInfo& output,
-                                     const Factories&);
+TESSOR_API SP<Proc::IStreamAudio> MakeResampler(const SP<Proc::IStreamAudio>& source, const Conf::SampleInfo& output,
+                                                const Factories&);
 
 } // namespace Tessor::Jobs

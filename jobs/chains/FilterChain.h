@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Fnd/Export.h"
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -21,6 +23,6 @@ struct FilterCall
 /// names, keys and values are ignored. An empty text is an empty chain.
 ///
 /// Throws JobError::BadRequest that tells the place, counted from 1.
-std::vector<FilterCall> ParseFilterChain(const std::string& text);
+TESSOR_API std::vector<FilterCall> ParseFilterChain(const std::string& text);
 
 } // namespace Tessor::Jobs

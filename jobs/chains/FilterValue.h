@@ -13,9 +13,9 @@ namespace Tessor::Jobs
 Core::Property ParseValue(const std::string& filter, const Proc::FieldInfo& key, const std::string& text);
 
 /// The type of a key's values for people: "integer", "0 to 16384" or "bwdif|yadif".
-std::string DescribeValues(const Proc::FieldInfo& key);
+TESSOR_API std::string DescribeValues(const Proc::FieldInfo& key);
 
 /// A value as it is written in a chain.
-std::string FormatValue(const Core::Property& value);
+TESSOR_API std::string FormatValue(const Core::Property& value);
 
 } // namespace Tessor::Jobs

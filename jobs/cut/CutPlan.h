@@ -27,7 +27,7 @@ struct GroupPlan
     std::string reason = {};
 };
 
-const char* ActionName(GroupPlan::Action action);
+TESSOR_API const char* ActionName(GroupPlan::Action action);
 
 /// The plan for all video tracks of the session, track by track: a row for each group of the file.
 std::vector<GroupPlan> MakePlan(CutSession& session);

@@ -16,7 +16,7 @@ struct Seam
 };
 
 /// A group of pictures as a stream delivers it.
-struct Group
+struct TESSOR_API Group
 {
     avTime start = 0; ///< what it shows begins here
     avTime entry = 0; ///< presentation time of its key picture

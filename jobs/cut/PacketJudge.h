@@ -10,7 +10,7 @@ namespace Tessor::Jobs
 {
 
 /// How the packets of a track that were found compare with those that were expected.
-struct PacketVerdict
+struct TESSOR_API PacketVerdict
 {
     long long expected = 0, found = 0;
     long long identical = 0; ///< found that carry what an expected one does, wherever they lie

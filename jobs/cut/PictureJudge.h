@@ -14,7 +14,7 @@ namespace Tessor::Jobs
 using ExposedPictures = std::map<int, std::vector<avTime>>;
 
 /// How the decoded pictures of a track compare with those of its source.
-struct PictureVerdict
+struct TESSOR_API PictureVerdict
 {
     long long expected = 0, found = 0, identical = 0;
     double lowestRatio = 0;      ///< dB, infinite when all pictures are identical

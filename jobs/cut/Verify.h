@@ -21,7 +21,7 @@ struct TrackVerdict
 };
 
 /// The verdict on a cut file, held against its source.
-struct VerifyReport
+struct TESSOR_API VerifyReport
 {
     std::vector<TrackVerdict> tracks;
     std::vector<std::string> faults;
@@ -35,7 +35,8 @@ struct VerifyReport
 /// Reads both files plainly and judges each of the source's `tracks`, which the output is said to carry: every kept
 /// picture and packet is there, once, at its time, and like its source; of those that the source hides the `exposed`
 /// ones, too. Nothing checked at all is a fault.
-VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress);
+TESSOR_API VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
+                               const std::vector<int>& tracks, const ExposedPictures& exposed,
+                               const IProgress& progress);
 
 } // namespace Tessor::Jobs

@@ -9,6 +9,6 @@ namespace Tessor::Jobs
 
 /// A tree as JSON: a node is an array of single-member objects when names repeat, otherwise an object; a ratio is the
 /// text "num/den".
-nlohmann::ordered_json PropertyToJson(const Core::Property& property);
+TESSOR_API nlohmann::ordered_json PropertyToJson(const Core::Property& property);
 
 } // namespace Tessor::Jobs
