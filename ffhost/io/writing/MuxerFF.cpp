@@ -8,14 +8,12 @@
 extern "C"
 {
 #include <libavcodec/avcodec.h>
-#include <libavutil/display.h>
 }
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <iterator>
-#include <set>
 
 namespace Tessor::Host
 {
@@ -32,22 +30,6 @@ constexpr size_t LOOK_AHEAD = 16;
 
 constexpr int TRANSPORT_PACKET = 188;
 constexpr int LEAST_TRANSPORT_PACKETS = 16;
-
-/// What describes the source's file or stream as it was written, not what is in it.
-bool IsStale(const std::string& key)
-{
-    static const std::set<std::string> stale = {"major_brand", "minor_version", "compatible_brands", "encoder",
-                                                "DURATION",    "BPS",           "NUMBER_OF_FRAMES",  "NUMBER_OF_BYTES"};
-    const std::string stem = key.substr(0, key.find("-eng"));
-    return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
-}
-
-void CopyTags(const Tags& tags, AVDictionary** target)
-{
-    for (const auto& [key, text] : tags)
-        if (!IsStale(key))
-            av_dict_set(target, key.c_str(), text.c_str(), AV_DICT_MULTIKEY);
-}
 
 void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t size)
 {
@@ -71,14 +53,6 @@ std::shared_ptr<AVCodecParameters> NewParameters(const AVCodecParameters& source
     return parameters;
 }
 
-void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
-{
-    uint8_t* copy = FFmpeg::NewSideData(stream, type, size);
-    if (!copy)
-        throw std::bad_alloc();
-    std::memcpy(copy, data, size);
-}
-
 bool HasTag(const Tags& tags, const std::string& key)
 {
     return std::any_of(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == key; });
@@ -96,7 +70,7 @@ std::unique_ptr<Muxer> Muxer::Create(const std::string& path)
     return std::make_unique<MuxerFF>(path);
 }
 
-MuxerFF::MuxerFF(const std::string& path) : path(path), container(Container::Guess(path))
+MuxerFF::MuxerFF(const std::string& path) : path(path), container(Container::Guess(path)), header(path, container)
 {
     if (!container.GetFormat())
         Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
@@ -116,9 +90,8 @@ bool MuxerFF::CanCarry(const TrackInfo& track) const
         return container.ChooseCoverForm(track.parameters->codec_id) != Container::CoverForm::None;
     if (!container.KnowsCodec(track.parameters->codec_id))
         return false;
-    ContextPtr trial = MakeContext();
-    AddStream(*trial, MakeTrack(track, nullptr, false));
-    return !TryHeader(std::move(trial)).empty();
+    const Track trial = MakeTrack(track, nullptr, false);
+    return header.Fits(trial.source, *trial.parameters);
 }
 
 SettingsFilterBitStream::StreamFormat MuxerFF::GetFraming(const TrackInfo& track) const
@@ -139,6 +112,7 @@ int MuxerFF::AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& for
         Throw<std::invalid_argument>(TESSOR_HERE, "A track without parameters can't be written.");
     tracks.push_back(IsAttached(source) ? MakeTrack(MakeAttachment(source), nullptr, true)
                                         : MakeTrack(source, format, sparse));
+    header.AddTrack(tracks.back().source, *tracks.back().parameters);
     return static_cast<int>(tracks.size()) - 1;
 }
 
@@ -209,69 +183,13 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  delay};
 }
 
-MuxerFF::ContextPtr MuxerFF::MakeContext() const
-{
-    AVFormatContext* made = nullptr;
-    if (avformat_alloc_output_context2(&made, container.GetFormat(), nullptr, path.c_str()) < 0)
-        throw std::bad_alloc();
-    ContextPtr target(made);
-    CopyTags(tags, &target->metadata);
-    for (const Track& track : tracks)
-        AddStream(*target, track);
-    return target;
-}
-
-void MuxerFF::AddStream(AVFormatContext& target, const Track& track) const
-{
-    AVStream* stream = avformat_new_stream(&target, nullptr);
-    if (!stream || avcodec_parameters_copy(stream->codecpar, track.parameters.get()) < 0)
-        throw std::bad_alloc();
-    const TrackInfo& source = track.source;
-    stream->time_base = container.ChooseTimeBase(source);
-    // with any other mark beside it libavformat would take it for a track of pictures
-    stream->disposition = source.attachedPicture ? AV_DISPOSITION_ATTACHED_PIC : source.disposition;
-    stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
-    if (source.frameRateNum > 0 && source.frameRateDen > 0)
-        stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
-    CopyTags(source.tags, &stream->metadata);
-    for (const auto& [type, bytes] : source.sideData)
-        AddSideData(*stream, static_cast<AVPacketSideDataType>(type), bytes.data(), bytes.size());
-    if (source.displayMatrix.size() == 9)
-        AddSideData(*stream, AV_PKT_DATA_DISPLAYMATRIX, source.displayMatrix.data(), 9 * sizeof(int32_t));
-}
-
-std::vector<AVRational> MuxerFF::TryHeader(ContextPtr trial) const
-{
-    if (avio_open_dyn_buf(&trial->pb) < 0)
-        throw std::bad_alloc();
-    AVDictionary* options = container.MakeOptions(*trial);
-    std::vector<AVRational> timeBases;
-    if (avformat_write_header(trial.get(), &options) >= 0)
-        for (unsigned i = 0; i < trial->nb_streams; ++i)
-            timeBases.push_back(trial->streams[i]->time_base);
-    av_dict_free(&options);
-    // Freeing the muxer may still write, so the buffer goes last.
-    AVIOContext* buffer = trial->pb;
-    trial.reset();
-    uint8_t* bytes = nullptr;
-    avio_close_dyn_buf(buffer, &bytes);
-    av_free(bytes);
-    return timeBases;
-}
-
 void MuxerFF::Open()
 {
-    // Some muxers choose their ticks as late as with the header, which waits for the first packets.
-    const std::vector<AVRational> timeBases = TryHeader(MakeContext());
-    context = MakeContext();
-    for (size_t i = 0; i < timeBases.size(); ++i)
-        context->streams[i]->time_base = timeBases[i];
+    context = header.MakeContext();
     file = std::make_unique<OutputFile>(path);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
-    AVDictionary* options = container.MakeOptions(*context);
-    if (const int timescale = GetVideoTimescale())
-        av_dict_set_int(&options, "video_track_timescale", timescale, 0);
+    AVDictionary* options = header.MakeOptions(*context);
     Run("the header", [&] { return avformat_init_output(context.get(), &options); });
     av_dict_free(&options);
     if (container.IsProgramStream())
@@ -288,16 +206,6 @@ void MuxerFF::Open()
         if (track.source.attachment)
             EndTrack(static_cast<int>(i));
     }
-}
-
-/// One for all tracks of video: several that differ leave it to the muxer.
-int MuxerFF::GetVideoTimescale() const
-{
-    std::set<int> timescales;
-    for (const Track& track : tracks)
-        if (track.source.type == MediaType::Video && !track.source.attachedPicture)
-            timescales.insert(container.ChooseVideoTimescale(track.source));
-    return timescales.size() == 1 ? *timescales.begin() : 0;
 }
 
 void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
@@ -406,33 +314,12 @@ void MuxerFF::Start(const AVPacket& first)
 void MuxerFF::WriteHeader()
 {
     started = true;
-    AddChapters();
+    header.AddChapters(*context, shift);
     Run("the header", [&] { return avformat_write_header(context.get(), nullptr); });
     // libavformat would guess a length by it where a hidden packet has none
     for (unsigned i = 0; i < context->nb_streams; ++i)
         if (container.CarriesEditLists())
             context->streams[i]->avg_frame_rate = {0, 1};
-}
-
-void MuxerFF::AddChapters()
-{
-    if (chapters.empty() || !container.CarriesChapters())
-        return;
-    context->chapters = static_cast<AVChapter**>(av_calloc(chapters.size(), sizeof(AVChapter*)));
-    if (!context->chapters)
-        throw std::bad_alloc();
-    for (const ChapterInfo& chapter : chapters)
-    {
-        AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
-        if (!made)
-            throw std::bad_alloc();
-        made->id = static_cast<int64_t>(context->nb_chapters) + 1;
-        made->time_base = MICROSECONDS;
-        made->start = std::max<avTime>(AddTime(chapter.start, shift), 0);
-        made->end = std::max<avTime>(AddTime(chapter.end, shift), made->start);
-        CopyTags(chapter.tags, &made->metadata);
-        context->chapters[context->nb_chapters++] = made;
-    }
 }
 
 void MuxerFF::WriteOut(PacketPtr packet)
@@ -503,27 +390,16 @@ std::vector<avTime> MuxerFF::GetExposed(int track) const
 
 std::vector<std::string> MuxerFF::GetLosses() const
 {
-    std::vector<std::string> losses;
-    const auto addTags = [&](const Tags& lost, Container::TagOwner owner, const std::string& of)
+    std::vector<std::string> losses = header.GetLosses();
+    for (size_t i = 0; i < tracks.size(); ++i)
     {
-        for (const auto& [key, text] : lost)
-            if (!IsStale(key) && !container.CarriesTag(key, owner))
-                losses.push_back("tag \"" + key + "\"" + of);
-    };
-    addTags(tags, Container::TagOwner::File, "");
-    if (!chapters.empty() && !container.CarriesChapters())
-        losses.push_back("chapters");
-    for (const Track& track : tracks)
-    {
-        const std::string of = " of track " + std::to_string(track.source.index);
-        addTags(track.source.tags, track.source.picture ? Container::TagOwner::Cover : Container::TagOwner::Track, of);
-        const std::vector<int32_t>& matrix = track.source.displayMatrix;
-        if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
-            losses.push_back("rotation" + of);
+        for (std::string& loss : header.GetLosses(i))
+            losses.push_back(std::move(loss));
+        const std::vector<avTime>& exposed = tracks[i].exposed;
         // hidden sound is a decoder's run-in, which players hardly let be heard
-        if (!track.exposed.empty() && track.source.type == MediaType::Video)
-            losses.push_back("the edit list that hides " + std::to_string(track.exposed.size()) + " pictures" + of +
-                             ", which are shown");
+        if (!exposed.empty() && tracks[i].source.type == MediaType::Video)
+            losses.push_back("the edit list that hides " + std::to_string(exposed.size()) + " pictures of track " +
+                             std::to_string(tracks[i].source.index) + ", which are shown");
     }
     return losses;
 }

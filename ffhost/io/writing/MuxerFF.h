@@ -4,6 +4,7 @@
 #include "ffhost/io/Container.h"
 #include "ffhost/io/writing/CountedPictures.h"
 #include "ffhost/io/writing/DtsRepair.h"
+#include "ffhost/io/writing/FileHeader.h"
 #include "ffhost/io/writing/Interleaver.h"
 #include "ffhost/io/writing/Muxer.h"
 #include "ffhost/io/writing/OutputFile.h"
@@ -31,8 +32,8 @@ public:
     Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
     bool IsByteStream() const override { return container.IsByteStream(); }
     int AddTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) override;
-    void SetTags(const Tags& newTags) override { tags = newTags; }
-    void SetChapters(const std::vector<ChapterInfo>& newChapters) override { chapters = newChapters; }
+    void SetTags(const Tags& newTags) override { header.SetTags(newTags); }
+    void SetChapters(const std::vector<ChapterInfo>& newChapters) override { header.SetChapters(newChapters); }
     void Open() override;
     void Write(int track, const SP<Proc::IDataPacket>& packet) override;
     void EndTrack(int track) override;
@@ -43,12 +44,6 @@ public:
 private:
     void Hand(AVPacket& packet) override;
     void Flush() override;
-
-    struct ContextDeleter
-    {
-        void operator()(AVFormatContext* context) const { avformat_free_context(context); }
-    };
-    using ContextPtr = std::unique_ptr<AVFormatContext, ContextDeleter>;
 
     struct Track
     {
@@ -68,19 +63,12 @@ private:
     bool IsAttached(const TrackInfo& cover) const;
     TrackInfo MakeAttachment(const TrackInfo& cover) const;
     Track MakeTrack(const TrackInfo& source, const SP<Conf::IFormatCodec>& format, bool sparse) const;
-    ContextPtr MakeContext() const;
-    void AddStream(AVFormatContext& target, const Track& track) const;
-    /// The ticks that libavformat's muxer chose for each track; empty when it does not take the header.
-    std::vector<AVRational> TryHeader(ContextPtr trial) const;
-    int GetVideoTimescale() const;
-
     void Hide(Track& track, AVPacket& packet, avTime time) const;
     static PacketPtr ToTicks(const Proc::IDataPacket& packet, const Track& track);
     void Settle(int track);
     void Drain();
     void Start(const AVPacket& first);
     void WriteHeader();
-    void AddChapters();
     void WriteOut(PacketPtr packet);
     void FillUp();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
@@ -89,11 +77,10 @@ private:
 
     const std::string path;
     const Container container;
-    Tags tags;
-    std::vector<ChapterInfo> chapters;
+    FileHeader header;
     std::deque<Track> tracks;
     std::unique_ptr<OutputFile> file;     // from Open on
-    ContextPtr context;                   // from Open on
+    FileHeader::ContextPtr context;       // from Open on
     std::optional<ProgramStream> program; // from Open on, where it is ours to write
     Interleaver interleaver;              // knows the tracks from Open on
     avTime earliest = 0;                  // lowest presentation time below 0 until the start, sparse tracks apart
