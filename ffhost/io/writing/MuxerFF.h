@@ -77,7 +77,7 @@ private:
 
     const std::string path;
     const Container container;
-    FileHeader header;
+    FileHeader header; // of tracks, tags and chapters as they are added, until it is written
     std::deque<Track> tracks;
     std::unique_ptr<OutputFile> file;     // from Open on
     FileHeader::ContextPtr context;       // from Open on
