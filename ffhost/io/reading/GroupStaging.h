@@ -64,13 +64,14 @@ public:
 
     /// Where reading stands. In all states but Done packets are only staged.
     ///
-    ///     Done       a key packet in deleted time, left out from there on    -> Skipping
-    ///     any        Restart, Jump with a target                             -> Searching
-    ///                Restart at the beginning of the file                    -> Found
-    ///                Jump without a target                                   -> Awaiting, LandAt -> Searching
-    ///     Searching  a key packet at or before the target                    -> Found
-    ///                a packet is decoded after the target, or there are no more -> Missed, AcceptMissed -> Done
-    ///     Found, Skipping   the same                                         -> Done
+    ///     Restart, Jump        with a target               -> Searching
+    ///                          at the file's beginning     -> Found: what comes first will do
+    ///     Restart              without a target            -> Done
+    ///     Jump                 without a target            -> Awaiting; LandAt -> Searching
+    ///     Done                 a key packet in deleted time that is left out -> Skipping
+    ///     Searching            a key packet up to the target -> Found
+    ///                          decoding has passed the target, or ended -> Missed; AcceptMissed -> Done
+    ///     Found, Skipping      decoding has passed the target, or ended -> Done
     enum class Landing
     {
         Done,      ///< packets flow; there is no target
