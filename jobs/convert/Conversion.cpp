@@ -135,6 +135,7 @@ void Conversion::ReadCut()
     };
     const TimeContext context = MakeTimeContext(info.duration, video);
     cut.emplace(ReadKeptRanges(settings.keep, settings.remove, settings.input, context, warnings), info.duration);
+    content.emplace(demuxer, cut->GetRanges());
 }
 
 Host::Demuxer& Conversion::SourceOf()
@@ -158,16 +159,27 @@ void Conversion::AddTracks()
 {
     const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
     for (const Host::TrackInfo& track : tracks)
-        if (track.IsDense() && track.type == MediaType::Video && !settings.noVideo && HasPlace(track))
+        if (track.IsDense() && track.type == MediaType::Video && !settings.noVideo && HasPlace(track) &&
+            HasContent(track))
             AddPictures(track);
     for (const Host::TrackInfo& track : tracks)
-        if (track.type == MediaType::Audio && !settings.noAudio && HasPlace(track))
+        if (track.type == MediaType::Audio && !settings.noAudio && HasPlace(track) && HasContent(track))
             AddSound(track);
     if (outputs.empty())
-        throw JobError(JobError::Failed, settings.input + ": there is neither picture nor sound to convert");
+        throw JobError(JobError::Failed, settings.input + ": there is neither picture nor sound " +
+                                             (cut ? "in the kept time" : "to convert"));
     for (const Host::TrackInfo& track : tracks)
-        if (!track.IsDense())
+        if (!track.IsDense() && HasContent(track))
             AddCopied(track);
+}
+
+bool Conversion::HasContent(const Host::TrackInfo& track)
+{
+    if (!cut || (IsDense(track) ? cut->Keeps(track.start, track.end) : content->Holds(track, nullptr)))
+        return true;
+    warnings.push_back(fmt::format("track {} ({}, {}) is left out: it has nothing in the kept time", track.index,
+                                   KindName(track), track.codecName));
+    return false;
 }
 
 bool Conversion::HasPlace(const Host::TrackInfo& track)

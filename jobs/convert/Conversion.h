@@ -5,6 +5,7 @@
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/convert/ConvertJob.h"
 #include "jobs/convert/DecodedCut.h"
+#include "jobs/cut/KeptContent.h"
 #include "jobs/repack/MuxPump.h"
 
 #include <atomic>
@@ -56,6 +57,8 @@ private:
     void AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
                     std::shared_ptr<Counts> counts);
     bool HasPlace(const Host::TrackInfo& track);
+    /// Whether anything of it is kept.
+    bool HasContent(const Host::TrackInfo& track);
     SP<Proc::IStreamVideo> Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const;
     SP<Proc::IStreamAudio> Decode(Host::Demuxer& source, int index) const;
     SP<Proc::IStreamVideo> Filter(const SP<Proc::IStreamVideo>& stream, int index,
@@ -76,7 +79,9 @@ private:
     // Of the same file, where its tracks are read apart.
     std::vector<SP<Host::Demuxer>> more; // for pictures and sound after the first such track
     SP<Host::Demuxer> sparse;            // null until it is needed
-    std::optional<DecodedCut> cut;       // none: all is kept; settled before the tracks
+    // None where all is kept; settled before the tracks.
+    std::optional<DecodedCut> cut;
+    std::optional<KeptContent> content; // for copied tracks
     const std::unique_ptr<Host::Muxer> muxer;
     MuxPump pump;
     std::vector<Output> outputs;

@@ -31,4 +31,10 @@ SP<IStreamAudio> DecodedCut::Cut(const SP<IStreamAudio>& source) const
     return MakeController()->AddStream(Host::SoundParts::Create(source, bounds));
 }
 
+bool DecodedCut::Keeps(avTime start, avTime end) const
+{
+    return settings.Source2Result(start != NoTime ? start : 0) <
+           settings.Source2Result(end != NoTime ? end : MAX_DURATION);
+}
+
 } // namespace Tessor::Jobs

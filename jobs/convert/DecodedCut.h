@@ -26,6 +26,9 @@ public:
     SP<Proc::IStreamVideo> Cut(const SP<Proc::IStreamVideo>& source) const;
     SP<Proc::IStreamAudio> Cut(const SP<Proc::IStreamAudio>& source) const;
 
+    /// Whether anything is kept of what lasts from `start` to `end`; NoTime is the file's own.
+    bool Keeps(avTime start, avTime end) const;
+
     const std::vector<Range>& GetRanges() const { return ranges; }
     /// For what is mapped: tracks that are copied, and chapters.
     const Proc::CutTimeline& GetTimeline() const { return timeline; }

@@ -15,11 +15,11 @@ TimeContext MakeTimeContext(avTime duration, std::function<SP<Proc::IStreamRaw>(
     const auto times = std::make_shared<std::vector<avTime>>(); // scanned once
     return {duration, [duration, times, video = std::move(video)](long long frame)
             {
-                const SP<Proc::IStreamRaw> stream = video();
-                if (!stream)
-                    throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
-                if (times->empty())
+                const SP<Proc::IStreamRaw> stream = times->empty() ? video() : nullptr;
+                if (stream)
                     *times = ScanPictureTimes(*stream);
+                if (times->empty())
+                    throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
                 if (frame > static_cast<long long>(times->size()))
                     throw JobError(JobError::BadRequest,
                                    fmt::format("there is no frame {}f: the video has {}", frame, times->size()));

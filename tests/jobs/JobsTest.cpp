@@ -57,12 +57,12 @@ CutSettings MakeCut(const std::string& output, bool verify)
 
 void Convert(const std::string& output, IProgress& progress)
 {
-    ConvertRequest settings;
+    ConvertSettings settings;
     settings.input = clip;
     settings.output = output;
     settings.video.preset = "ultrafast";
     settings.videoChain = "scale=width=64";
-    ConvertJob(settings, progress).Run(progress);
+    ConvertJob(settings).Run(progress);
 }
 
 void Tone(const std::string& output, IProgress& progress)

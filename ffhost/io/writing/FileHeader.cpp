@@ -1,5 +1,7 @@
 #include "ffhost/io/writing/FileHeader.h"
 
+#include "ffhost/FormatCompat.h"
+
 extern "C"
 {
 #include <libavcodec/avcodec.h>
@@ -37,7 +39,7 @@ void CopyTags(const Tags& tags, AVDictionary** target)
 
 void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, size_t size)
 {
-    uint8_t* copy = av_stream_new_side_data(&stream, type, size);
+    uint8_t* copy = FFmpeg::NewSideData(stream, type, size);
     if (!copy)
         throw std::bad_alloc();
     std::memcpy(copy, data, size);

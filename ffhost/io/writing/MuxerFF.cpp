@@ -2,7 +2,6 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
-#include "ffhost/FormatCompat.h"
 #include "ffhost/Log.h"
 
 extern "C"
