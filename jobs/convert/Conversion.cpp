@@ -175,7 +175,7 @@ void Conversion::AddTracks()
 
 bool Conversion::HasContent(const Host::TrackInfo& track)
 {
-    if (!cut || (IsDense(track) ? cut->Keeps(track.start, track.end) : content->Holds(track, nullptr)))
+    if (!cut || (track.IsDense() ? cut->Keeps(track.start, track.end) : content->Holds(track, nullptr)))
         return true;
     warnings.push_back(fmt::format("track {} ({}, {}) is left out: it has nothing in the kept time", track.index,
                                    KindName(track), track.codecName));

@@ -2,8 +2,10 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/Muxer.h"
+#include "jobs/IProgress.h"
 #include "jobs/chains/FilterCatalog.h"
-#include "jobs/convert/ConvertJob.h"
+#include "jobs/convert/ConvertReport.h"
+#include "jobs/convert/ConvertSettings.h"
 #include "jobs/convert/DecodedCut.h"
 #include "jobs/cut/KeptContent.h"
 #include "jobs/repack/MuxPump.h"

@@ -33,8 +33,8 @@ SP<IStreamAudio> DecodedCut::Cut(const SP<IStreamAudio>& source) const
 
 bool DecodedCut::Keeps(avTime start, avTime end) const
 {
-    return settings.Source2Result(start != NoTime ? start : 0) <
-           settings.Source2Result(end != NoTime ? end : MAX_DURATION);
+    return timeline.Source2Result(start != NoTime ? start : 0) <
+           timeline.Source2Result(end != NoTime ? end : MAX_DURATION);
 }
 
 } // namespace Tessor::Jobs
