@@ -38,11 +38,11 @@ std::string T2S(avTime time)
     if (time == NoTime)
         return "NoTime";
     const uint64_t us = time < 0 ? 0 - static_cast<uint64_t>(time) : static_cast<uint64_t>(time);
-    const uint64_t seconds = us / 1000000;
+    const uint64_t seconds = us / SECOND;
     char text[48];
     std::snprintf(text, sizeof(text), "%s%llu:%02llu:%02llu.%06llu", time < 0 ? "-" : "",
                   static_cast<unsigned long long>(seconds / 3600), static_cast<unsigned long long>(seconds / 60 % 60),
-                  static_cast<unsigned long long>(seconds % 60), static_cast<unsigned long long>(us % 1000000));
+                  static_cast<unsigned long long>(seconds % 60), static_cast<unsigned long long>(us % SECOND));
     return text;
 }
 

@@ -248,7 +248,7 @@ std::vector<SP<IDataAudio>> MakeBlocks(int64_t conversion, int count)
             else
                 reinterpret_cast<float*>(audio.data + i / count * static_cast<ptrdiff_t>(audio.linesize))[i % count] =
                     std::uniform_real_distribution<float>(-1, 1)(random);
-        block->SetPTS(number * 1000000LL * count / info.GetSampleRate());
+        block->SetPTS(number * SECOND * count / info.GetSampleRate());
         blocks.push_back(block);
     }
     return blocks;

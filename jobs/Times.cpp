@@ -65,11 +65,11 @@ std::optional<avTime> Clock(const std::string& text)
     const size_t first = front.find(':');
     const std::optional<long long> hours = first == std::string::npos ? 0 : Digits(front.substr(0, first));
     const std::optional<long long> minutes = Digits(first == std::string::npos ? front : front.substr(first + 1));
-    const std::optional<avTime> seconds = Decimal(text.substr(last + 1), 1000000);
+    const std::optional<avTime> seconds = Decimal(text.substr(last + 1), SECOND);
     if (!hours || !minutes || !seconds || *hours > 720 || (first != std::string::npos && *minutes > 59) ||
-        *minutes > 43200 || *seconds >= 60000000)
+        *minutes > 43200 || *seconds >= 60 * SECOND)
         return std::nullopt;
-    return (*hours * 3600 + *minutes * 60) * 1000000 + *seconds;
+    return (*hours * 3600 + *minutes * 60) * SECOND + *seconds;
 }
 
 std::optional<avTime> Unsigned(std::string text)
@@ -79,9 +79,9 @@ std::optional<avTime> Unsigned(std::string text)
     if (TakeSuffix(text, "us"))
         return Decimal(text, 1);
     if (TakeSuffix(text, "ms"))
-        return Decimal(text, 1000);
+        return Decimal(text, MILLISECOND);
     TakeSuffix(text, "s");
-    return Decimal(text, 1000000);
+    return Decimal(text, SECOND);
 }
 
 Range ParseRange(const std::string& option, const std::string& text, const TimeContext& context)
@@ -164,7 +164,7 @@ std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration)
 
 double Seconds(avTime time)
 {
-    return static_cast<double>(time) / 1000000.0;
+    return static_cast<double>(time) / SECOND;
 }
 
 } // namespace Tessor::Jobs

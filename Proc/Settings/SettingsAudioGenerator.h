@@ -16,7 +16,7 @@ public:
     const std::string& GetClassId() const override { return CLASS_ID; }
     SettingsAudioGenerator* Clone() const override { return new SettingsAudioGenerator(*this); }
 
-    avTime duration = 10000000;
+    avTime duration = 10 * SECOND;
     uint32_t samplesPerBlock = 0;       ///< per channel; a stream of 0 has its duration and no data
     double (*generator)(int) = nullptr; ///< of the index within a block, in [-1, 1]; null for silence
     int sampleRate = 44100;             ///< Hz

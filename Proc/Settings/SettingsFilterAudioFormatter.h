@@ -12,7 +12,7 @@ public:
     inline static const std::string CLASS_ID = "SettingsFilterAudioFormatter";
     static const std::vector<SettingsField<SettingsFilterAudioFormatter>>& GetFields();
 
-    avTime packetDuration = 100000; ///< of a block, microseconds
+    avTime packetDuration = 100 * MILLISECOND; ///< of a block, microseconds
 };
 
 } // namespace Tessor::Proc

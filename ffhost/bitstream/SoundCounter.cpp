@@ -1,5 +1,7 @@
 #include "ffhost/bitstream/SoundCounter.h"
 
+#include "Fnd/Time.h"
+
 extern "C"
 {
 #include <libavcodec/avcodec.h>
@@ -16,8 +18,8 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr AVRational MICROSECONDS = {1, 1000000};
-constexpr int64_t SLACK = 1000;         // by how much times may jitter
+constexpr AVRational MICROSECONDS = {1, SECOND};
+constexpr int64_t SLACK = MILLISECOND;  // by how much times may jitter
 constexpr int64_t LONGEST_FILL = 10;    // seconds; behind a longer gap the sound goes on at once
 constexpr int MPEG_HEADER = 4;          // bytes
 constexpr uint8_t WITHOUT_CHECKSUM = 1; // in the second byte of that

@@ -16,14 +16,14 @@ namespace
 {
 
 /// Times of packets that are off by less are rounded or jittery ones.
-constexpr avTime TOLERANCE = 50000;
+constexpr avTime TOLERANCE = 50 * MILLISECOND;
 
 /// A packet further back than this is not one that came twice: its time is wrong.
-constexpr avTime LONGEST_OVERLAP = 1000000;
+constexpr avTime LONGEST_OVERLAP = SECOND;
 
 /// How much is decoded before a seek's target: the bit reservoir of MPEG layer 3 reaches back by nine frames, which is
 /// the longest of all codecs.
-constexpr avTime PRE_ROLL = 400000;
+constexpr avTime PRE_ROLL = 400 * MILLISECOND;
 
 /// Silence is made in blocks of at most this many samples.
 constexpr long long SILENT_BLOCK = 4096;

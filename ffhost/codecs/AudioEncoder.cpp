@@ -146,7 +146,7 @@ void AudioEncoder::Push(const IDataAudio& block)
 
 avTime AudioEncoder::ToTime(int64_t sample) const
 {
-    return AddTime(start, av_rescale(sample, 1000000, info.GetSampleRate()));
+    return AddTime(start, av_rescale(sample, SECOND, info.GetSampleRate()));
 }
 
 SP<IDataPacket> AudioEncoder::ToItem(AVPacket* packet)

@@ -25,10 +25,10 @@ using Conf::IFormatCodecVideo;
 namespace
 {
 
-constexpr AVRational MICROSECONDS = {1, 1000000};
+constexpr AVRational MICROSECONDS = {1, SECOND};
 
 /// When neither packets nor neighbours tell.
-constexpr avTime DEFAULT_DURATION = 40000;
+constexpr avTime DEFAULT_DURATION = 40 * MILLISECOND;
 
 SP<IFormatCodecVideo> CloneVideoFormat(const SP<IStreamRaw>& source)
 {

@@ -175,7 +175,7 @@ avTime Encoder::GetTime(int64_t number) const
     if (found != times.end())
         return found->second.pts;
     const auto& [nearest, known] = number < times.begin()->first ? *times.begin() : *times.rbegin();
-    return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(frameRate), {1, 1000000}));
+    return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(frameRate), {1, SECOND}));
 }
 
 /// An encoder that has seen frames starts afresh.

@@ -14,7 +14,7 @@ using namespace Proc;
 namespace
 {
 
-constexpr AVRational MICROSECONDS = {1, 1000000};
+constexpr AVRational MICROSECONDS = {1, SECOND};
 
 void SetExtradata(AVCodecContext& context, const IBlob& extradata)
 {

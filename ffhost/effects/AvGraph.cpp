@@ -25,7 +25,7 @@ using Proc::EffectException;
 namespace
 {
 
-constexpr AVRational microseconds = {1, 1000000};
+constexpr AVRational microseconds = {1, SECOND};
 
 bool IsKnown(AVRational ratio)
 {

@@ -72,23 +72,21 @@ public:
         : levelAt(std::move(levelAt)), rate(rate)
     {
         const long long second = sample / rate - (sample % rate < 0 ? 1 : 0);
-        start = av_rescale(second, microseconds, 1); // NoTime where that is no time any more
+        start = av_rescale(second, SECOND, 1); // NoTime where that is no time any more
         inSecond = sample - second * rate;
     }
 
     /// Most samples lie between two whole microseconds: in a line between their levels.
     double Next()
     {
-        const avTime time = AddTime(start, inSecond * microseconds / rate);
-        const double part = static_cast<double>(inSecond * microseconds % rate) / rate;
+        const avTime time = AddTime(start, inSecond * SECOND / rate);
+        const double part = static_cast<double>(inSecond * SECOND % rate) / rate;
         ++inSecond;
         const double level = levelAt(time);
         return part == 0 ? level : level + (levelAt(AddTime(time, 1)) - level) * part;
     }
 
 private:
-    static constexpr long long microseconds = 1000000;
-
     const std::function<double(avTime)> levelAt;
     const int rate;
     avTime start;       // of the second in which the first sample lies

@@ -23,8 +23,6 @@ using Conf::SampleInfo;
 namespace
 {
 
-constexpr int64_t second = 1000000;
-
 /// As many as the input lasts, and on to the end of a plane's line: blocks of that size need not be shortened, which
 /// moves planes.
 int GetUsualCount(const AudioRef& input, const SampleInfo& target)
@@ -109,7 +107,7 @@ void Resampler::ProcessItem(SP<IDataAudio>& block)
     {
         if (!context)
             Open(input, output);
-        const avTime held = swr_get_delay(context.get(), second);
+        const avTime held = swr_get_delay(context.get(), SECOND);
         const avTime claimed = SubTime(block->GetPTS(), held);
         block = Join(tail, Convert(block->GetConstAudioRef()));
         if (block)

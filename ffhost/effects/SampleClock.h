@@ -12,7 +12,7 @@ class SampleClock
 {
 public:
     /// Times of sources are rounded to milliseconds in some containers; what lies further off is a gap or a jump.
-    static constexpr avTime TOLERANCE = 10000;
+    static constexpr avTime TOLERANCE = 10 * MILLISECOND;
 
     void Reset() { time.Reset(NoTime); }
     /// Sets the block's time and duration; `claimed` is where the source has it, or NoTime. Blocks abut.

@@ -96,7 +96,7 @@ bool HasUnofficialData(const AVStream* stream)
 }
 
 /// Ticks finer than packets' own microseconds are of no use.
-constexpr int FINEST = 1000000;
+constexpr int FINEST = SECOND;
 
 /// Ticks a second with which a time off the source's own grid is still told to a millisecond.
 constexpr int FINE_ENOUGH = 500;

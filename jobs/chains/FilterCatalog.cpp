@@ -111,7 +111,7 @@ std::string JoinNearest(const std::string& name)
 
 FieldInfo TimeKey(const std::string& key, const std::string& help, double value)
 {
-    return {key, help, Core::Property(key, value), 0, static_cast<double>(MAX_DURATION) / 1e6, {}};
+    return {key, help, Core::Property(key, value), 0, static_cast<double>(MAX_DURATION) / SECOND, {}};
 }
 
 [[noreturn]] void Refuse(const std::string& why)
@@ -180,7 +180,7 @@ void SetInSettings(FilterStep& step, Core::Property value)
 
 void SetTime(FilterStep& step, const std::string& key, double seconds)
 {
-    (key == start_key ? step.start : step.duration) = static_cast<avTime>(seconds * 1e6 + 0.5);
+    (key == start_key ? step.start : step.duration) = static_cast<avTime>(seconds * SECOND + 0.5);
 }
 
 void SetKey(FilterStep& step, const FieldInfo& info, const std::string& text)

@@ -19,7 +19,7 @@ namespace
 constexpr avTime snap_tolerance = 100;
 
 /// The longest way forward to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
-constexpr avTime longest_snap = 100000;
+constexpr avTime longest_snap = 100 * MILLISECOND;
 
 std::vector<Range> Merged(const std::vector<Range>& ranges)
 {

@@ -20,7 +20,7 @@ namespace
 {
 
 /// What decoders of sound may need to have read before; nobody minds to hear it.
-constexpr avTime longest_run_in = 100000;
+constexpr avTime longest_run_in = 100 * MILLISECOND;
 
 } // namespace
 

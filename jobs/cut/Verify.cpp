@@ -16,7 +16,7 @@ namespace
 {
 
 /// What rounding to ticks of a millisecond, once in each file, moves a packet by.
-constexpr avTime rounding = 2000;
+constexpr avTime rounding = 2 * MILLISECOND;
 
 bool IsVideo(const Host::TrackInfo& info)
 {
@@ -105,7 +105,7 @@ private:
 avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t pieces)
 {
     const Host::TrackInfo& info = output.info;
-    const avTime tick = info.timeBaseDen > 0 ? 1000000LL * info.timeBaseNum / info.timeBaseDen : 0;
+    const avTime tick = info.timeBaseDen > 0 ? SECOND * info.timeBaseNum / info.timeBaseDen : 0;
     if (Host::PacketForm::IsCounted(info))
         return rounding + tick / 2;
     const avTime longest = output.longest;

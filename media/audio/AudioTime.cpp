@@ -15,8 +15,6 @@ namespace Tessor::Proc
 namespace
 {
 
-constexpr int64_t second = 1000000;
-
 /// av_rescale, but a result outside of the range stops at its bound: av_rescale itself would give NoTime.
 int64_t Rescale(int64_t value, int64_t num, int64_t den)
 {
@@ -57,14 +55,14 @@ avTime AudioTime::GetTime() const
 
 long long Duration2SampleCount(avTime duration, int sampleRate)
 {
-    return duration == NoTime || sampleRate <= 0 ? 0 : Rescale(duration, sampleRate, second);
+    return duration == NoTime || sampleRate <= 0 ? 0 : Rescale(duration, sampleRate, SECOND);
 }
 
 avTime SampleCount2Duration(unsigned long long sampleCount, int sampleRate)
 {
     // av_rescale is signed; more samples than that last longer than any time
     constexpr unsigned long long longest = std::numeric_limits<int64_t>::max();
-    return sampleRate <= 0 ? NoTime : Rescale(static_cast<int64_t>(std::min(sampleCount, longest)), second, sampleRate);
+    return sampleRate <= 0 ? NoTime : Rescale(static_cast<int64_t>(std::min(sampleCount, longest)), SECOND, sampleRate);
 }
 
 } // namespace Tessor::Proc

@@ -39,7 +39,7 @@ SP<DataPacketFF> DataPacketFF::Create(AVPacket* packet, MediaType type, long lon
     packet->pts = pts;
     packet->dts = dts;
     packet->duration = duration;
-    packet->time_base = AVRational{1, 1000000};
+    packet->time_base = AVRational{1, SECOND};
     return result;
 }
 

@@ -7,6 +7,7 @@
 #include "Proc/Filters/Filters/FilterRegistrator.h"
 #include "Proc/Filters/Filters/Video/IFilterFrameRate.h"
 #include "Proc/Filters/Filters/Video/IFilterResize.h"
+#include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsAudioGenerator.h"
 #include "Proc/Settings/SettingsDeinterlace.h"
 #include "Proc/Settings/SettingsFilterAudioFormatter.h"
@@ -362,7 +363,7 @@ void CheckBitStream()
     }
 }
 
-/// Everything that the library registers, in that order, and how each is tried.
+/// Everything that the library and its host register, in that order, and how each is tried.
 std::vector<std::pair<std::string, Trial>> Trials()
 {
     using F = IFilterFactory;
@@ -371,6 +372,9 @@ std::vector<std::pair<std::string, Trial>> Trials()
     SettingsFilterAudioFormatter cut20;
     cut20.packetDuration = 20 * ms;
     const SettingsStreamMetadataUpdater update;
+    SettingsAVFilter idle, idleSound; // the host's own
+    idle.graph = "null";
+    idleSound.graph = "anull";
     return {
         {"resize", On("FilterResize", Typed(&F::CreateResize))},
         {"frame rate", On("Hooked", OnGrid(Typed(&F::CreateFrameRate)), WRONG_CLASS)},
@@ -398,6 +402,8 @@ std::vector<std::pair<std::string, Trial>> Trials()
             "Method not implemented")},
         {"video filter SettingsStreamMetadataUpdater", On("FilterStreamMetadataUpdater", Wide(WIDE_VIDEO, update))},
         {"raw filter SettingsFilterBitStream", CheckBitStream},
+        {"video filter SettingsAVFilter", On("GraphStream", Wide(WIDE_VIDEO, idle), nullptr)},
+        {"audio filter SettingsAVFilter", On("GraphStream", Wide(WIDE_AUDIO, idleSound), nullptr)},
     };
 }
 

@@ -16,7 +16,7 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime FIRST_TAIL = 5000000;
+constexpr avTime FIRST_TAIL = 5 * SECOND;
 
 class TailReader
 {

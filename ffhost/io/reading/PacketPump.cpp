@@ -19,10 +19,9 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime SECOND = 1000000;
-constexpr avTime SPARSE_LEAD = 10 * SECOND; // how long a subtitle may stand before the target and still be met
-constexpr avTime CLOCK_LEAD = 1 * SECOND;   // where a seek may land between the parts of a packet
-constexpr avTime STAMP_LEAD = 2000;         // longer than a tick, shorter than a picture
+constexpr avTime SPARSE_LEAD = 10 * SECOND;    // how long a subtitle may stand before the target and still be met
+constexpr avTime CLOCK_LEAD = 1 * SECOND;      // where a seek may land between the parts of a packet
+constexpr avTime STAMP_LEAD = 2 * MILLISECOND; // longer than a tick, shorter than a picture
 constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
 constexpr avTime WORTH_A_JUMP = 3 * SECOND;
 

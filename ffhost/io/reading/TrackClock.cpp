@@ -15,8 +15,8 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime MAX_GAP = 10000000;
-constexpr avTime MAX_FALL = 100000; // jitter of careless multiplexers stays below
+constexpr avTime MAX_GAP = 10 * SECOND;
+constexpr avTime MAX_FALL = 100 * MILLISECOND; // jitter of careless multiplexers stays below
 
 } // namespace
 

@@ -22,7 +22,7 @@ using namespace Proc;
 namespace
 {
 
-constexpr AVRational MICROSECONDS = {1, 1000000};
+constexpr AVRational MICROSECONDS = {1, SECOND};
 
 /// Packets that the repair of decoding times sees at once: more than any reordering spans.
 constexpr size_t LOOK_AHEAD = 16;

@@ -1,5 +1,7 @@
 #include "ffhost/io/writing/ProgramStream.h"
 
+#include "Fnd/Time.h"
+
 extern "C"
 {
 #include <libavcodec/avcodec.h>
@@ -14,8 +16,8 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr int64_t SECOND = 90000;
-constexpr int64_t LEAD = SECOND / 2;
+constexpr int64_t CLOCK_RATE = 90000; // ticks a second
+constexpr int64_t LEAD = CLOCK_RATE / 2;
 constexpr int PACK_SIZE = 2048;
 constexpr int LONGEST_HEADER = 14 + 19; // of a pack and of a PES packet that tells both times
 constexpr int PRIVATE_STREAM_1 = 0xBD;
@@ -69,7 +71,7 @@ std::vector<uint8_t> DescribeSamples(const AVCodecParameters& parameters)
 
 int64_t ProgramStream::GetLead()
 {
-    return LEAD * 1000000 / SECOND;
+    return LEAD * SECOND / CLOCK_RATE;
 }
 
 void ProgramStream::AddTrack(const AVCodecParameters& parameters)
@@ -118,7 +120,7 @@ void ProgramStream::WritePack(Track& track, const AVPacket& packet, int offset, 
     pack.insert(pack.end(), packet.data + offset, packet.data + offset + size);
     avio_write(&output, pack.data(), static_cast<int>(pack.size()));
     const int64_t rate = std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE);
-    newest = *clock + static_cast<int64_t>(pack.size()) * SECOND / rate;
+    newest = *clock + static_cast<int64_t>(pack.size()) * CLOCK_RATE / rate;
 }
 
 /// Moves the clock to where the decoder's buffer has room, as ISO/IEC 13818-1, 2.5.2 models it: bytes come in as the

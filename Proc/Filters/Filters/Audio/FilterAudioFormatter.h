@@ -42,7 +42,7 @@ private:
 
     mutable std::recursive_mutex mutex; // guards the engine and the duration against changes and seeks during a read
     const SP<IAudioFormatter> engine;   // never null
-    avTime packetDuration = 100000;     // of the next block
+    avTime packetDuration = 100 * MILLISECOND; // of the next block
     // of the blocks delivered; microseconds
     long long statisticsTime = 0;
     unsigned long statisticsCount = 0;

@@ -128,7 +128,7 @@ SP<IDataAudio> FilterAudioGenerator::Read()
     const std::lock_guard lock(mutex);
     const avTime blockTime = GetBlockTime();
     // the count follows from the time, not the other way: the last block ends where the stream does
-    const auto samples = static_cast<int>(blockTime > 0 ? av_rescale(blockTime, settings.sampleRate, 1000000) : 0);
+    const auto samples = static_cast<int>(blockTime > 0 ? av_rescale(blockTime, settings.sampleRate, SECOND) : 0);
     // the end, or a rest of less than half a sample, which no later read would make longer
     if (samples == 0)
         return nullptr;
@@ -154,7 +154,7 @@ avTime FilterAudioGenerator::GetBlockTime() const
     const avTime remaining = SubTime(settings.duration, position);
     if (remaining <= 0 || settings.sampleRate <= 0)
         return 0;
-    return std::min(av_rescale(settings.samplesPerBlock, 1000000, settings.sampleRate), remaining);
+    return std::min(av_rescale(settings.samplesPerBlock, SECOND, settings.sampleRate), remaining);
 }
 
 void FilterAudioGenerator::Fill(IDataAudio& block) const

@@ -93,7 +93,7 @@ double FilterAudioVolume::UpdateNormalizeFactor(const IDataAudio& block)
     if (normalizeFactor > limit)
         normalizeFactor = limit;
     else if (peak * normalizeFactor < LOUD_ENOUGH && block.GetDuration() != NoTime)
-        normalizeFactor += static_cast<double>(block.GetDuration()) * CLIMB / 1000000.0;
+        normalizeFactor += static_cast<double>(block.GetDuration()) * CLIMB / SECOND;
     normalizeFactor = std::min(normalizeFactor, HIGHEST);
     return normalizeFactor;
 }

@@ -12,7 +12,7 @@ namespace Tessor::Proc
 namespace
 {
 
-constexpr avTime LAST_START = 600000000; // of blocks that are weighed
+constexpr avTime LAST_START = 600 * SECOND; // of blocks that are weighed
 
 } // namespace
 

@@ -14,7 +14,7 @@ namespace
 {
 
 // A shorter stretch is read through: that is cheaper than a seek.
-constexpr avTime SHORTEST_JUMP = 5000000;
+constexpr avTime SHORTEST_JUMP = 5 * SECOND;
 
 } // namespace
 

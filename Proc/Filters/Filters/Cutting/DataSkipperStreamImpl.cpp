@@ -102,7 +102,7 @@ avTime DataSkipperStreamImpl<IStreamThis>::GetEvenTime() const
     const auto fps = properties.ChildExists(Video::TAG_FPS) ? properties[Video::TAG_FPS].GetRatio() : 0;
     if (fps.numerator() <= 0)
         Throw<Exception>(TESSOR_HERE, "Wrong fps!");
-    const auto microseconds = static_cast<int64_t>(itemsDelivered) * 1000000;
+    const auto microseconds = static_cast<int64_t>(itemsDelivered) * SECOND;
     return AddTime(startPts, av_rescale_rnd(microseconds, fps.denominator(), fps.numerator(), AV_ROUND_ZERO));
 }
 

@@ -18,7 +18,7 @@ namespace
 {
 
 // Further than any packet of sound is long, and far less than a stretch that is jumped over.
-constexpr avTime LARGEST_STEP_BACK = 1000000;
+constexpr avTime LARGEST_STEP_BACK = SECOND;
 
 std::string Times(const IDataPacket& packet)
 {

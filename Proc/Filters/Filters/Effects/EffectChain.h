@@ -105,7 +105,7 @@ template <class Effect>
 void EffectChain<Effect>::Add(const Settings& settings, const std::string& implementation, const TimeToProgress& range)
 {
     if (settings.GetClassId() == SettingsMultiEffect::CLASS_ID)
-        return AddMultiEffect(settings, ImplNames::DEFAULT, {0, 1000000, TimeToProgress::Linear});
+        return AddMultiEffect(settings, ImplNames::DEFAULT, {0, SECOND, TimeToProgress::Linear});
     const SP<Effect> effect = Create(settings.GetClassId(), implementation);
     effect->Initialise(settings);
     effect->SetTimeToProgress(range);

@@ -18,8 +18,6 @@ namespace Tessor::Proc
 namespace
 {
 
-constexpr int64_t SECOND = 1000000;
-
 /// Throws FilterException for a rate by which times can't be divided: the products of the denominator with a second
 /// have to fit 64 bits.
 void CheckRate(const Core::Property::Ratio& rate)

@@ -66,12 +66,12 @@ double FilterFrameRateAdjust::GetRate() const
 
 long long FilterFrameRateAdjust::CalculateFrameNumber(avTime time) const
 {
-    return boost::math::llround(RefuseBeyondInt64(static_cast<double>(time) * GetRate() / 1000000.0));
+    return boost::math::llround(RefuseBeyondInt64(static_cast<double>(time) * GetRate() / SECOND));
 }
 
 avTime FilterFrameRateAdjust::CalculateMinimumTimestampForFrameNumber(long long number) const
 {
-    return boost::math::lltrunc(RefuseBeyondInt64((static_cast<double>(number) - 0.49) / GetRate() * 1000000.0));
+    return boost::math::lltrunc(RefuseBeyondInt64((static_cast<double>(number) - 0.49) / GetRate() * SECOND));
 }
 
 void FilterFrameRateAdjust::AdjustTimestamp(const IDataVideo& previous, IDataVideo& next) const
