@@ -262,6 +262,15 @@ Maker<Kind> Wide(SP<Result> (IFilterFactory::*create)(const Settings&, const std
 constexpr auto WIDE_AUDIO = &IFilterFactory::CreateFilterAudioEx;
 constexpr auto WIDE_VIDEO = &IFilterFactory::CreateFilterVideoEx;
 
+/// The host's own filter.
+template <class Kind, class Result>
+Maker<Kind> Chain(SP<Result> (IFilterFactory::*create)(const Settings&, const std::string&, const SP<Kind>&) const,
+                  const std::string& graph)
+{
+    static const auto host = Host::MakeHost();
+    return [=](const SP<Kind>& parent) -> S { return (*host.filters.*create)(SettingsAVFilter(graph), "", parent); };
+}
+
 template <class Kind>
 Maker<Kind> Cut(const Ranges& kept)
 {
@@ -372,9 +381,6 @@ std::vector<std::pair<std::string, Trial>> Trials()
     SettingsFilterAudioFormatter cut20;
     cut20.packetDuration = 20 * ms;
     const SettingsStreamMetadataUpdater update;
-    SettingsAVFilter idle, idleSound; // the host's own
-    idle.graph = "null";
-    idleSound.graph = "anull";
     return {
         {"resize", On("FilterResize", Typed(&F::CreateResize))},
         {"frame rate", On("Hooked", OnGrid(Typed(&F::CreateFrameRate)), WRONG_CLASS)},
@@ -402,8 +408,8 @@ std::vector<std::pair<std::string, Trial>> Trials()
             "Method not implemented")},
         {"video filter SettingsStreamMetadataUpdater", On("FilterStreamMetadataUpdater", Wide(WIDE_VIDEO, update))},
         {"raw filter SettingsFilterBitStream", CheckBitStream},
-        {"video filter SettingsAVFilter", On("GraphStream", Wide(WIDE_VIDEO, idle), nullptr)},
-        {"audio filter SettingsAVFilter", On("GraphStream", Wide(WIDE_AUDIO, idleSound), nullptr)},
+        {"video filter SettingsAVFilter", On("GraphStream", Chain(WIDE_VIDEO, "null"))},
+        {"audio filter SettingsAVFilter", On("GraphStream", Chain(WIDE_AUDIO, "anull"))},
     };
 }
 
