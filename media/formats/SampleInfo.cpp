@@ -1,6 +1,7 @@
 #include "media/formats/SampleInfo.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Tessor::Conf
 {

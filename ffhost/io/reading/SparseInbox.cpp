@@ -5,6 +5,8 @@ extern "C"
 #include <libavcodec/packet.h>
 }
 
+#include <utility>
+
 namespace Tessor::Host
 {
 
