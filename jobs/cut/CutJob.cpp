@@ -1,6 +1,7 @@
 #include "jobs/cut/CutJob.h"
 
 #include "jobs/OutputFile.h"
+#include "jobs/cut/CutPlan.h"
 #include "jobs/cut/CutWriter.h"
 #include "jobs/cut/KeptRanges.h"
 #include "jobs/cut/VerifyJob.h"

@@ -114,20 +114,6 @@ std::vector<std::vector<Group>> ReadGroups(const std::vector<SP<Proc::IStreamRaw
 
 } // namespace
 
-const char* ActionName(GroupPlan::Action action)
-{
-    switch (action)
-    {
-    case GroupPlan::Action::Copy:
-        return "copy";
-    case GroupPlan::Action::Recode:
-        return "re-encode";
-    case GroupPlan::Action::Drop:
-        break;
-    }
-    return "drop";
-}
-
 // The file is read twice: whole, for what is in it, and as the cut reads it, told what is deleted. That leaves out much
 // of it, and brings the rest into the form in which the cut decides.
 std::vector<GroupPlan> MakePlan(CutSession& session)

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "jobs/cut/CutPlan.h"
-#include "jobs/cut/Verify.h"
-#include "jobs/repack/TrackCopier.h"
+#include "jobs/Times.h"
+#include "jobs/cut/GroupPlan.h"
+#include "jobs/cut/VerifyReport.h"
+#include "jobs/repack/CopiedTrack.h"
 #include "jobs/reports/JobReport.h"
 
 #include <optional>

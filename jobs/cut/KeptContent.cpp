@@ -1,5 +1,6 @@
 #include "jobs/cut/KeptContent.h"
 
+#include "jobs/SeekTo.h"
 #include "jobs/cut/Groups.h"
 #include "jobs/cut/KeptRanges.h"
 #include "jobs/cut/SparseTrack.h"
@@ -56,8 +57,7 @@ public:
         {
             if (!guide)
                 break;
-            guide->RequestSeek(range.start, nullptr);
-            guide->DoSeek();
+            SeekTo(*guide, range.start);
             while (const SP<Proc::IDataPacket> packet = guide->Read())
             {
                 Look();

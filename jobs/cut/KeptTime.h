@@ -9,7 +9,7 @@ namespace Tessor::Jobs
 {
 
 /// Where a cut puts what lies in a file, for those who judge it.
-class TESSOR_API KeptTime
+class KeptTime
 {
 public:
     KeptTime(const Proc::CutTimeline& cut, avTime duration);

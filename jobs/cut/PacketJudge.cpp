@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fmt/format.h>
 #include <tuple>
 
 namespace Tessor::Jobs
@@ -73,23 +72,7 @@ size_t TakeLoose(std::vector<avTime>& times, size_t most, avTime shifted, const 
     return taken;
 }
 
-void Append(std::string& text, long long count, const char* what)
-{
-    if (count > 0)
-        text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, what);
-}
-
 } // namespace
-
-std::string PacketVerdict::DescribeFaults() const
-{
-    std::string text;
-    Append(text, missing, "missing");
-    Append(text, doubled, "doubled");
-    Append(text, misplaced, "out of place");
-    Append(text, foreign, "that are none of the source's");
-    return text.empty() ? "" : fmt::format("of {} packets {}", expected, text);
-}
 
 PacketVerdict PacketJudge::Judge(std::vector<PacketPrint> expected, std::vector<PacketPrint> found) const
 {

@@ -3,6 +3,7 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/Tap.h"
 #include "jobs/InputFile.h"
+#include "jobs/SeekTo.h"
 #include "jobs/cut/Pictures.h"
 
 extern "C"
@@ -12,7 +13,6 @@ extern "C"
 
 #include <algorithm>
 #include <cmath>
-#include <fmt/format.h>
 #include <limits>
 #include <set>
 
@@ -21,12 +21,6 @@ namespace Tessor::Jobs
 
 namespace
 {
-
-/// Pictures below this are no copy of their source, in dB.
-constexpr double least_ratio = 30;
-
-/// What the ticks of containers may move a picture by, in ms.
-constexpr double time_tolerance = 5;
 
 /// What decoders move a picture by that would begin with the one before, in microseconds.
 constexpr avTime longest_step_aside = 16;
@@ -105,11 +99,7 @@ private:
         return next != uncovered.begin() && time - *std::prev(next) < longest_step_aside;
     }
 
-    void Enter()
-    {
-        decoder->RequestSeek(ranges[current].start, nullptr);
-        decoder->DoSeek();
-    }
+    void Enter() { SeekTo(*decoder, ranges[current].start); }
 
     const std::vector<Range> ranges;
     size_t current = 0; // the range that is being read
@@ -134,7 +124,7 @@ public:
         expected = wanted.Next();
         found = there.Next();
         if (before && expected && found && !AreAlike(*expected, *found) &&
-            PictureRatio(*expected, *found) < least_ratio)
+            PictureRatio(*expected, *found) < PictureVerdict::LEAST_RATIO)
             PassWithheld(*before);
         return expected || found;
     }
@@ -158,21 +148,6 @@ private:
 };
 
 } // namespace
-
-std::string PictureVerdict::DescribeFaults() const
-{
-    std::string text;
-    const auto append = [&](const std::string& fault) { text += (text.empty() ? "" : "; ") + fault; };
-    if (expected != found)
-        append(fmt::format("{} pictures, {} expected", found, expected));
-    else if (lowestRatio < least_ratio)
-        append(fmt::format("a picture differs from its source: {:.1f} dB", lowestRatio));
-    if (worstTimeErrorMs > time_tolerance)
-        append(fmt::format("a picture lies {:.1f} ms off its place", worstTimeErrorMs));
-    if (disordered > 0)
-        append(fmt::format("the times of {} pictures contradict the order in which they are shown", disordered));
-    return text;
-}
 
 PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shift) const
 {

@@ -2,11 +2,12 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 #include "jobs/TrackSelection.h"
+#include "jobs/cut/PacketJudge.h"
+#include "jobs/cut/PictureJudge.h"
 #include "jobs/cut/PlainFile.h"
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <limits>
 #include <unordered_set>
 
 namespace Tessor::Jobs
@@ -278,36 +279,6 @@ private:
 };
 
 } // namespace
-
-PictureVerdict VerifyReport::SumPictures() const
-{
-    PictureVerdict sum;
-    sum.lowestRatio = std::numeric_limits<double>::infinity();
-    for (const TrackVerdict& track : tracks)
-    {
-        if (!track.pictures)
-            continue;
-        sum.expected += track.pictures->expected;
-        sum.found += track.pictures->found;
-        sum.identical += track.pictures->identical;
-        sum.lowestRatio = std::min(sum.lowestRatio, track.pictures->lowestRatio);
-        sum.worstTimeErrorMs = std::max(sum.worstTimeErrorMs, track.pictures->worstTimeErrorMs);
-    }
-    return sum;
-}
-
-PacketVerdict VerifyReport::SumVideoPackets() const
-{
-    PacketVerdict sum;
-    for (const TrackVerdict& track : tracks)
-    {
-        if (!track.pictures || !track.packets)
-            continue;
-        sum.found += track.packets->found;
-        sum.identical += track.packets->identical;
-    }
-    return sum;
-}
 
 VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
                     const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress)

@@ -1,6 +1,7 @@
 #include "jobs/cut/VerifyJob.h"
 
 #include "jobs/InputFile.h"
+#include "jobs/cut/Verify.h"
 
 namespace Tessor::Jobs
 {

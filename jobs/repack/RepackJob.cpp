@@ -4,9 +4,26 @@
 #include "jobs/OutputFile.h"
 #include "jobs/Stopwatch.h"
 #include "jobs/TrackSelection.h"
+#include "jobs/repack/TrackCopier.h"
 
 namespace Tessor::Jobs
 {
+
+namespace
+{
+
+void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+{
+    for (const SelectedTrack& track : SelectTracks(demuxer, warnings))
+    {
+        if (track.stream)
+            copier.AddStream(track.index, track.stream, track.stream->GetFormatCodec());
+        else
+            copier.AddSparse(track.index);
+    }
+}
+
+} // namespace
 
 RepackReport RepackJob::Run(IProgress& progress) const
 {
@@ -29,17 +46,6 @@ RepackReport RepackJob::Run(IProgress& progress) const
     report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
     report.wallSeconds = watch.GetSeconds();
     return report;
-}
-
-void RepackJob::AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings)
-{
-    for (const SelectedTrack& track : SelectTracks(demuxer, warnings))
-    {
-        if (track.stream)
-            copier.AddStream(track.index, track.stream, track.stream->GetFormatCodec());
-        else
-            copier.AddSparse(track.index);
-    }
 }
 
 } // namespace Tessor::Jobs

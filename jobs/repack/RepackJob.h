@@ -1,7 +1,7 @@
 #pragma once
 
 #include "jobs/IProgress.h"
-#include "jobs/repack/TrackCopier.h"
+#include "jobs/repack/CopiedTrack.h"
 #include "jobs/reports/JobReport.h"
 
 #include <string>
@@ -33,8 +33,6 @@ public:
     RepackReport Run(IProgress& progress) const;
 
 private:
-    static void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings);
-
     const RepackSettings settings;
 };
 

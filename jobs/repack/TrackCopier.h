@@ -1,5 +1,6 @@
 #pragma once
 
+#include "jobs/repack/CopiedTrack.h"
 #include "jobs/repack/MuxPump.h"
 
 #include <memory>
@@ -8,16 +9,6 @@
 
 namespace Tessor::Jobs
 {
-
-/// A track in a report.
-struct CopiedTrack
-{
-    int index = 0; ///< in the source
-    std::string kind, codec;
-    long long packets = 0; ///< written
-    /// Times of pictures that the source hides, and the output does not.
-    std::vector<avTime> exposed = {};
-};
 
 /// Pulls tracks of a file, whatever was done to them on the way, and writes them to another one with all that the
 /// source says of them. What the container can't carry is named in a warning.

@@ -1,4 +1,4 @@
-#include "jobs/cut/Verify.h"
+#include "jobs/cut/VerifyJob.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace Tessor::Cli::Tests
@@ -65,13 +65,15 @@ TEST_F(Program, PicturesThatAnEditListHidesAreCutOffOrTold)
         EXPECT_EQ(report["verify"]["output_pictures"], row.pictures) << report;
         EXPECT_EQ(report["tracks"][0]["recoded_packets"] > 0, row.cut) << report;
         EXPECT_EQ(report["warnings"].dump().find("which are shown") != std::string::npos, row.pictures == 200);
-        std::vector<int> tracks;
+        Jobs::VerifySettings untold;
+        untold.source = folder / "in.mp4";
+        untold.output = folder / row.output;
+        untold.intervals = {{0, MAX_DURATION}};
+        untold.keepsLead = !row.cut;
         for (const json& track : report["tracks"])
-            tracks.push_back(track["index"]);
-        const Jobs::KeptTime kept({{0, MAX_DURATION}}, MAX_DURATION, !row.cut);
-        const Jobs::VerifyReport untold =
-            Jobs::Verify(folder / "in.mp4", folder / row.output, kept, tracks, {}, Jobs::NoProgress());
-        EXPECT_EQ(untold.IsGood(), row.pictures == 187);
+            untold.tracks.push_back(track["index"]);
+        Jobs::NoProgress nobody;
+        EXPECT_EQ(Jobs::VerifyJob(untold).Run(nobody).IsGood(), row.pictures == 187);
     }
 }
 

@@ -1,9 +1,9 @@
 // Faults in a file that was cut: the judge has to name each of them.
 
-#include "jobs/cut/Verify.h"
 #include "ffhost/io/writing/Muxer.h"
 #include "jobs/ReadJointly.h"
 #include "jobs/TrackSelection.h"
+#include "jobs/cut/VerifyJob.h"
 #include "tests/cli/ProgramFixture.h"
 
 extern "C"
@@ -77,8 +77,19 @@ protected:
 
     VerifyReport Judge(const std::string& output, const std::vector<int>& tracks) const
     {
-        return Verify(folder / "source.mkv", folder / output, KeptTime({{1000000, 3000000}}, 4000000), tracks, {},
-                      NoProgress());
+        return Judge("source.mkv", output, {{1000000, 3000000}}, tracks);
+    }
+
+    VerifyReport Judge(const std::string& source, const std::string& output, const std::vector<Range>& kept,
+                       const std::vector<int>& tracks) const
+    {
+        VerifySettings settings;
+        settings.source = folder / source;
+        settings.output = folder / output;
+        settings.intervals = kept;
+        settings.tracks = tracks;
+        NoProgress nobody;
+        return VerifyJob(settings).Run(nobody);
     }
 };
 
@@ -138,8 +149,7 @@ TEST_F(Verifying, EveryFaultIsNamed)
                 t[first_video][30]->SetPTS(t[first_video][31]->GetPTS());
                 t[first_video][31]->SetPTS(t[first_video][29]->GetPTS() + 40000);
             });
-    EXPECT_EQ(Verify(folder / "bad.mkv", folder / "bad.mkv", KeptTime({{0, 4000000}}, 4000000), {0}, {}, NoProgress())
-                  .faults.at(0),
+    EXPECT_EQ(Judge("bad.mkv", "bad.mkv", {{0, 4000000}}, {0}).faults.at(0),
               "track 0 (video, mpeg4): the times of 1 pictures contradict the order in which they are shown");
     // all of the sound lies late, against pictures that are where they should be
     Rewrite(folder / "good.mkv", folder / "bad.mkv",
@@ -163,9 +173,8 @@ TEST_F(Verifying, CountedSoundIsAdjustedOnlyWhereItHasToBe)
                                     "-i 'aevalsrc=random(0):s=48000' -t 4 -c:v mpeg4 -g 25 -c:a ac3 in.avi");
     ASSERT_EQ(made.status, 0) << made.err;
     ASSERT_EQ(Run("cut in.avi good.avi --keep 0.52-1,1.52-1.92 --verify").status, 0);
-    const KeptTime kept({{520000, 1000000}, {1520000, 1920000}}, 4000000);
     Rewrite(folder / "good.avi", folder / "bad.avi", [](Tracks& t) { t[1].erase(t[1].begin() + 13); });
-    EXPECT_EQ(Verify(folder / "in.avi", folder / "bad.avi", kept, {0, 1}, {}, NoProgress()).faults.at(0),
+    EXPECT_EQ(Judge("in.avi", "bad.avi", {{520000, 1000000}, {1520000, 1920000}}, {0, 1}).faults.at(0),
               "track 1 (audio, ac3): of 27 packets 1 missing, 1 doubled");
 }
 
