@@ -17,31 +17,46 @@ bool IsUndecodable(const Host::TrackInfo& track)
 
 } // namespace
 
-std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+std::vector<int> ChooseTracks(const Host::MediaInfo& info, std::vector<std::string>& warnings)
 {
-    const std::vector<Host::TrackInfo>& infos = demuxer.GetInfo().tracks;
-    std::vector<SelectedTrack> tracks;
-    for (const Host::TrackInfo& track : infos)
+    std::vector<int> chosen;
+    for (const Host::TrackInfo& track : info.tracks)
     {
         if (IsUndecodable(track))
             warnings.push_back(fmt::format("{}: track {} ({}, {}) is left out: its header is unusable ({}), and its "
                                            "packets bring no parameter sets",
-                                           demuxer.GetInfo().path, track.index, KindName(track), track.codecName,
+                                           info.path, track.index, KindName(track), track.codecName,
                                            track.headerFault));
-        else if (track.IsDense())
-            tracks.push_back({track.index, demuxer.GetStream(track.index)});
-        else if (track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
-            tracks.push_back({track.index, nullptr});
+        else if (track.IsDense() || track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
+            chosen.push_back(track.index);
         else
             warnings.push_back(fmt::format("track {} ({}) is left out: it is neither picture, sound nor subtitles",
                                            track.index, track.codecName));
-        const bool sparse = !tracks.empty() && tracks.back().index == track.index && !tracks.back().stream;
-        if (sparse && !track.attachment)
-            demuxer.SelectSparse(track.index);
     }
-    std::stable_partition(tracks.begin(), tracks.end(),
-                          [&](const SelectedTrack& track)
-                          { return track.stream && infos[track.index].type == MediaType::Video; });
+    std::stable_partition(chosen.begin(), chosen.end(),
+                          [&](int index)
+                          {
+                              const Host::TrackInfo& track = info.tracks[static_cast<size_t>(index)];
+                              return track.IsDense() && track.type == MediaType::Video;
+                          });
+    return chosen;
+}
+
+SelectedTrack SelectTrack(Host::Demuxer& demuxer, int index)
+{
+    const Host::TrackInfo& track = demuxer.GetInfo().tracks[static_cast<size_t>(index)];
+    if (track.IsDense())
+        return {index, demuxer.GetStream(index)};
+    if (!track.attachment)
+        demuxer.SelectSparse(index);
+    return {index, nullptr};
+}
+
+std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+{
+    std::vector<SelectedTrack> tracks;
+    for (const int index : ChooseTracks(demuxer.GetInfo(), warnings))
+        tracks.push_back(SelectTrack(demuxer, index));
     return tracks;
 }
 

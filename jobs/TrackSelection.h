@@ -16,7 +16,14 @@ struct SelectedTrack
     SP<Proc::IStreamRaw> stream;
 };
 
-/// Selects all tracks that are picture, sound, subtitles or attachments, video first; others are named in a warning.
+/// The tracks that are picture, sound, subtitles or attachments, by their indices, video first; others are named in a
+/// warning.
+std::vector<int> ChooseTracks(const Host::MediaInfo& info, std::vector<std::string>& warnings);
+
+/// From then on the track is read, also along with others.
+SelectedTrack SelectTrack(Host::Demuxer& demuxer, int index);
+
+/// Selects all that ChooseTracks gives.
 TESSOR_API std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
 
 /// Names what reading has met that is no track.

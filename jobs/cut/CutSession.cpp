@@ -3,6 +3,7 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Container.h"
 #include "jobs/JobError.h"
+#include "jobs/SeekTo.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/cut/CutBounds.h"
 #include "jobs/cut/KeptContent.h"
@@ -27,10 +28,13 @@ constexpr avTime longest_run_in = 100 * MILLISECOND;
 CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     : demuxer(OpenInput(request.input, progress))
 {
-    JoinTracks();
+    const std::vector<int> chosen = ChooseTracks();
+    // What is asked for is told by the first video track, which comes first. It is read alone: other tracks, once they
+    // are selected, are read along with it and held in memory.
+    JoinTrack(chosen.front());
     ranges = FromFirstEntry(ReadRequest(request));
-    if (const CutTrack* video = GetVideo())
-        ranges = CutBounds(*video->groups, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
+    SnapToPictures();
+    std::for_each(chosen.begin() + 1, chosen.end(), [this](int index) { JoinTrack(index); });
     intervals = new Proc::CutIntervals(MakeTimeline());
     // a picture that begins before a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create(
@@ -53,16 +57,19 @@ CutTrack* CutSession::GetVideo()
     return found == tracks.end() ? nullptr : &*found;
 }
 
-void CutSession::JoinTracks()
+std::vector<int> CutSession::ChooseTracks()
 {
-    for (const SelectedTrack& track : SelectTracks(*demuxer, warnings))
-    {
-        tracks.push_back({track.index, track.stream, nullptr});
-        if (tracks.back().IsVideo())
-            tracks.back().groups = std::make_shared<GroupCache>(track.stream);
-    }
-    if (std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source != nullptr; }))
+    std::vector<int> chosen = Jobs::ChooseTracks(GetInfo(), warnings);
+    if (std::none_of(chosen.begin(), chosen.end(), [&](int index) { return GetInfo().tracks[index].IsDense(); }))
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
+    return chosen;
+}
+
+void CutSession::JoinTrack(int index)
+{
+    tracks.push_back({index, SelectTrack(*demuxer, index).stream, nullptr});
+    if (tracks.back().IsVideo())
+        tracks.back().groups = std::make_shared<GroupCache>(tracks.back().source);
 }
 
 std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
@@ -90,6 +97,20 @@ std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)
     return list;
 }
 
+void CutSession::SnapToPictures()
+{
+    const CutTrack* const video = GetVideo();
+    if (!video)
+        return;
+    std::vector<avTime> sides; // of all bounds: whether a group ends there is asked, too
+    for (const Range& range : ranges)
+        for (const avTime bound : {range.start, range.end})
+            if (bound > 1 && bound < GetInfo().duration)
+                sides.insert(sides.end(), {bound - 1, bound});
+    video->groups->Gather(std::move(sides));
+    ranges = CutBounds(*video->groups, GetInfo().tracks[video->index], GetInfo().duration).Snap(ranges);
+}
+
 void CutSession::JoinToController()
 {
     for (CutTrack& track : tracks)
@@ -99,10 +120,7 @@ void CutSession::JoinToController()
         // Whether a video track can be re-encoded is told by its beginning. Others are not read here, and a seek that
         // waits for that would hold back the next one of the video.
         if (track.source->GetMediaType() == MediaType::Video)
-        {
-            track.source->RequestSeek(0, nullptr);
-            track.source->DoSeek();
-        }
+            SeekTo(*track.source, 0);
         // the search for an encoder joins its parameter sets to the format's
         track.header = track.source->GetFormatCodec()->GetExtradata();
         track.stream = controller->AddStream(track.source);

@@ -58,10 +58,12 @@ public:
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
-    void JoinTracks();
+    std::vector<int> ChooseTracks();
+    void JoinTrack(int index);
     std::vector<Range> ReadRequest(const CutSettings& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
+    void SnapToPictures();
     void LeaveOutEmpty(bool video);
     void JoinToController();
     bool CanCutLead(const std::string& output);

@@ -6,6 +6,27 @@
 namespace Tessor::Jobs
 {
 
+const Group& GroupCache::FindGroup(avTime time)
+{
+    const Group* const known = Recall(time);
+    return known ? *known : Remember(time, GroupReader(stream).Find(time));
+}
+
+void GroupCache::Gather(std::vector<avTime> times)
+{
+    std::sort(times.begin(), times.end());
+    GroupReader reader(stream);
+    for (const avTime time : times)
+        if (!Recall(time))
+            Remember(time, reader.FindOnward(time));
+}
+
+const Group* GroupCache::Recall(avTime time) const
+{
+    const auto after = groups.upper_bound(time);
+    return after != groups.begin() && time < std::prev(after)->second.until ? &std::prev(after)->second.group : nullptr;
+}
+
 // A group is found in two forms, each for times of its own. From its key picture on a seek enters it there, and its
 // leading pictures are left out; for the time that these show, reading begins with the group before:
 //
@@ -15,12 +36,8 @@ namespace Tessor::Jobs
 //                      in sequence   entered, up to K2's position
 //
 // A seek to 0 or before gives the file from its first packet on, and says nothing about later times.
-const Group& GroupCache::FindGroup(avTime time)
+const Group& GroupCache::Remember(avTime time, const Group& group)
 {
-    const auto after = groups.upper_bound(time);
-    if (after != groups.begin() && time < std::prev(after)->second.until)
-        return std::prev(after)->second.group;
-    const Group group = Jobs::FindGroup(*stream, time);
     const bool entered = time >= group.entry;
     avTime from = std::min(time, entered ? group.entry : group.start);
     avTime until = group.next.position == NoTime ? std::numeric_limits<avTime>::max() : group.next.position;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "jobs/cut/Groups.h"
+#include "jobs/cut/GroupReader.h"
 
 #include <map>
 
@@ -30,6 +30,9 @@ public:
     avTime FindEntry(avTime time);
     /// Moves the stream.
     PicturesAround FindPictures(avTime time);
+    /// Finds the groups of many times on one way through the file. Moves the stream. What other selected tracks have on
+    /// the way is held in memory until the next seek: none should be.
+    void Gather(std::vector<avTime> times);
 
 private:
     struct Known
@@ -37,6 +40,9 @@ private:
         avTime until; // the answer for all times before, down to the key of the map
         Group group;
     };
+
+    const Group* Recall(avTime time) const;
+    const Group& Remember(avTime time, const Group& group);
 
     const SP<Proc::IStreamRaw> stream;
     std::map<avTime, Known> groups;

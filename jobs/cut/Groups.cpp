@@ -2,6 +2,7 @@
 
 #include "Proc/Filters/Filters/Cutting/PacketQueue.h"
 #include "ffhost/FormatTags.h"
+#include "jobs/SeekTo.h"
 
 extern "C"
 {
@@ -23,17 +24,11 @@ bool IsHidden(const Proc::IDataPacket& packet)
     return (packet.GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
 }
 
-void Seek(Proc::IStreamRaw& stream, avTime time)
-{
-    stream.RequestSeek(time, nullptr);
-    stream.DoSeek();
-}
-
 /// Calls back for each packet from a time on, until the callback says false or the stream ends.
 template <class Callback>
 void ForEachPacket(Proc::IStreamRaw& stream, avTime from, Callback callback)
 {
-    Seek(stream, from);
+    SeekTo(stream, from);
     while (const SP<Proc::IDataPacket> packet = stream.Read())
         if (!callback(*packet))
             return;
@@ -76,29 +71,6 @@ std::vector<Group> ScanGroups(Proc::IStreamRaw& stream)
     return groups;
 }
 
-Group FindGroup(Proc::IStreamRaw& stream, avTime time)
-{
-    std::vector<Group> groups;
-    Seam next;
-    ForEachPacket(stream, time,
-                  [&](const Proc::IDataPacket& packet)
-                  {
-                      const bool after = packet.IsKeyFrame() && packet.GetPosition() > time;
-                      // the group that is entered is not after itself, though it may begin after the time
-                      if (after && !groups.empty() && next.position == NoTime)
-                          next = {packet.GetPosition(), packet.GetPTS()};
-                      if (groups.empty() || !after)
-                          AddToGroups(groups, packet);
-                      else
-                          groups.back().end = packet.GetPosition();
-                      return !after || groups.back().entry == packet.GetPTS();
-                  });
-    if (groups.empty())
-        return {};
-    groups.back().next = next;
-    return groups.back();
-}
-
 bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end)
 {
     bool found = false;
@@ -128,7 +100,7 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream)
 
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
 {
-    Seek(stream, time);
+    SeekTo(stream, time);
     const SP<Proc::IDataPacket> packet = stream.Read();
     return packet ? packet->GetPTS() : NoTime;
 }

@@ -39,9 +39,6 @@ void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet);
 /// All groups of a compressed video stream, from its start. Moves the stream.
 std::vector<Group> ScanGroups(Proc::IStreamRaw& stream);
 
-/// The group that shows what is seen at the time; the last one after the end. Moves the stream.
-Group FindGroup(Proc::IStreamRaw& stream, avTime time);
-
 /// Whether a packet is presented from `start` to before `end`. Moves the stream.
 bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end);
 
