@@ -22,13 +22,4 @@ void CheckOutput(const std::string& output, const std::vector<std::string>& inpu
         throw JobError(JobError::OutputExists, output + ": exists");
 }
 
-void RemoveOutput(const std::string& output)
-{
-    namespace fs = std::filesystem;
-    std::error_code ignored;
-    const fs::path place = fs::canonical(output, ignored); // a link stays, as it does when it is written through
-    if (fs::is_regular_file(place, ignored))
-        fs::remove(place, ignored);
-}
-
 } // namespace Tessor::Jobs

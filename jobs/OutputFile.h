@@ -11,7 +11,4 @@ namespace Tessor::Jobs
 /// Refuses an output that is one of the inputs (whatever its name) or exists already. Throws JobError.
 TESSOR_API void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
 
-/// Removes a file that was written; devices and pipes are left alone.
-void RemoveOutput(const std::string& output);
-
 } // namespace Tessor::Jobs

@@ -1,6 +1,7 @@
 #include "jobs/cut/CutJob.h"
 
 #include "jobs/OutputFile.h"
+#include "jobs/PreviousOutput.h"
 #include "jobs/cut/CutPlan.h"
 #include "jobs/cut/CutWriter.h"
 #include "jobs/cut/KeptRanges.h"
@@ -27,25 +28,28 @@ CutReport CutJob::Run(IProgress& progress) const
 {
     CheckOutput(settings.output, {settings.input}, settings.overwrite);
     CutSession session(settings, progress);
-    CutReport report = CutWriter(session, settings.output).Run(progress);
-    report.input = settings.input;
-    report.output = settings.output;
-    if (settings.verify)
-        report.verdict = Judge(report, progress);
-    return report;
-}
-
-VerifyReport CutJob::Judge(const CutReport& report, IProgress& progress) const
-{
+    if (!settings.verify)
+        return Write(session, progress);
+    const PreviousOutput previous(settings.output);
+    CutReport report = Write(session, progress);
     try
     {
-        return VerifyJob(VerifySettings::Of(report)).Run(progress);
+        report.verdict = VerifyJob(VerifySettings::Of(report)).Run(progress);
     }
     catch (...)
     {
-        RemoveOutput(settings.output);
+        previous.PutBack();
         throw;
     }
+    return report;
+}
+
+CutReport CutJob::Write(CutSession& session, IProgress& progress) const
+{
+    CutReport report = CutWriter(session, settings.output).Run(progress);
+    report.input = settings.input;
+    report.output = settings.output;
+    return report;
 }
 
 } // namespace Tessor::Jobs

@@ -7,6 +7,8 @@
 namespace Tessor::Jobs
 {
 
+class CutSession;
+
 /// Takes time out of a file without loss, exactly: what is wholly kept is copied, and only a group of pictures that a
 /// cut runs through is encoded anew.
 class TESSOR_API CutJob
@@ -17,10 +19,11 @@ public:
     /// What Run would do; nothing is written.
     PlanReport Plan(IProgress& progress) const;
     /// Cuts. A result that is verified and not good is a finding, not an error: it stays, and the verdict tells of it.
+    /// One that can't be verified goes, and the file that it replaced comes back.
     CutReport Run(IProgress& progress) const;
 
 private:
-    VerifyReport Judge(const CutReport& report, IProgress& progress) const;
+    CutReport Write(CutSession& session, IProgress& progress) const;
 
     const CutSettings settings;
 };

@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -44,6 +45,12 @@ private:
     mutable std::atomic<long long> asked{0};
 };
 
+std::string Slurp(const std::string& path)
+{
+    std::ifstream in(path);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
 CutSettings MakeCut(const std::string& output, bool verify)
 {
     CutSettings settings;
@@ -53,6 +60,26 @@ CutSettings MakeCut(const std::string& output, bool verify)
     settings.keep.times = {{3000000, 4000000}};
     settings.verify = verify;
     return settings;
+}
+
+/// Cancelled, it leaves the old file: that is removed, so that nothing stays.
+void CutOverOldFile(const std::string& folder, IProgress& progress)
+{
+    const std::string output = folder + "/a.mov";
+    std::ofstream(output) << "old";
+    CutSettings settings = MakeCut(output, true);
+    settings.overwrite = true;
+    try
+    {
+        CutJob(settings).Run(progress);
+    }
+    catch (const JobError&)
+    {
+        EXPECT_EQ(Slurp(output), "old");
+        std::filesystem::remove(output);
+        throw;
+    }
+    EXPECT_NE(Slurp(output), "old");
 }
 
 void Convert(const std::string& output, IProgress& progress)
@@ -85,6 +112,7 @@ TEST(Jobs, CancelledAtAnyMomentTheyLeaveNothing)
         {"cut", [](auto& folder, auto& progress) { CutJob(MakeCut(folder + "/a.mov", false)).Run(progress); }},
         {"cut and verify",
          [](auto& folder, auto& progress) { CutJob(MakeCut(folder + "/a.mov", true)).Run(progress); }},
+        {"cut over an old file and verify", CutOverOldFile},
         {"plan", [](auto&, auto& progress) { CutJob(MakeCut("", false)).Plan(progress); }},
         {"verify", [&](auto&, auto& progress) { VerifyJob(verify).Run(progress); }},
         {"repack",
@@ -128,21 +156,16 @@ TEST(Jobs, CancelledAtAnyMomentTheyLeaveNothing)
 
 TEST(Jobs, TheReadmeShowsAProgramThatCuts)
 {
-    const auto slurp = [](const std::string& path)
-    {
-        std::ifstream in(path);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
     const std::string root = TESSOR_SOURCE_DIR "/";
-    EXPECT_NE(slurp(root + "README.md").find("```cpp\n" + slurp(root + "examples/cut.cpp") + "```\n"),
+    EXPECT_NE(Slurp(root + "README.md").find("```cpp\n" + Slurp(root + "examples/cut.cpp") + "```\n"),
               std::string::npos);
     const ScratchFolder folder;
     const std::string told = folder / "told.txt";
     ASSERT_EQ(std::system((TESSOR_EXAMPLE " " + clip + " " + (folder / "out.mov") + " >" + told + " 2>&1").c_str()), 0)
-        << slurp(told);
+        << Slurp(told);
     NoProgress nobody;
     const ProbeReport result = ProbeJob({folder / "out.mov"}).Run(nobody);
     EXPECT_EQ(result.tracks.at(0).cutting->CountPictures(), 81); // of 2.7 s
     for (const char* part : {"0:00:00.000000 re-encode: cut at ", "100 %", "\"intervals\": ["})
-        EXPECT_NE(slurp(told).find(part), std::string::npos) << slurp(told);
+        EXPECT_NE(Slurp(told).find(part), std::string::npos) << Slurp(told);
 }
