@@ -64,7 +64,7 @@ private:
     bool started = false;      // a picture came
     bool known = false;        // what follows is valid: an IDR picture came, or an entered one at the very start, and
                                // nothing unreadable since
-    bool entered = false;      // a seam lies behind the last IDR picture
+    bool entered = false;      // a seam lies after the last IDR picture
     uint32_t lastFrameNum = 0; // of the picture before
     int64_t lastMsb = 0;       // picture order count of the reference picture before: what low bits don't tell
     int64_t lastLsb = 0;       // and they

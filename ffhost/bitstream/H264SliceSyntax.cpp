@@ -18,10 +18,13 @@ using namespace Proc::CodecParsers;
 namespace
 {
 
+// Bounds of 7.4.2.1.1 and A.3.1. Parameter sets beyond them are damaged, and their numbers would be used as shifts and
+// sizes. There may be a command for each field that is held, with two to spare.
 constexpr uint32_t MAX_LOG2_MINUS4 = 12;
 constexpr uint32_t MAX_REFERENCES = 16;
 constexpr uint32_t MAX_COMMANDS = 2 * MAX_REFERENCES + 2;
 
+/// ue(v), 9.1: the value plus 1, after one zero less than it has bits.
 void WriteUe(Core::DataBitOutput& output, uint32_t value)
 {
     const auto bits = static_cast<unsigned>(std::bit_width(value + 1));
@@ -29,6 +32,7 @@ void WriteUe(Core::DataBitOutput& output, uint32_t value)
     output.WriteBits(value + 1, bits);
 }
 
+/// In portions of 32 bits, which the reader takes at once.
 void CopyBits(Core::DataBitInput& input, Core::DataBitOutput& output, size_t count)
 {
     for (; count > 0; count -= std::min<size_t>(count, 32))
@@ -97,6 +101,7 @@ H264SliceSyntax::H264SliceSyntax(const uint8_t* extradata, size_t size)
     std::map<uint32_t, SPS_decoded> sequences;
     for (const auto& [data, length] : units)
     {
+        // decoded alone: the parsers take the first set of its kind that a header has
         Bytes unit{0, 0, 1};
         unit.insert(unit.end(), data, data + length);
         const int type = length > 0 ? *data & 31 : 0;
@@ -138,14 +143,14 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
     const uint32_t header = reader.Bits(8);
     slice.idr = (header & 31) == H264_NALU_IDR;
     slice.reference = (header & 0x60) != 0;
-    reader.Ue(); // first_mb_in_slice
-    const uint32_t type = reader.Ue() % 5;
+    reader.Ue();                           // first_mb_in_slice
+    const uint32_t type = reader.Ue() % 5; // 5 to 9: all slices of the picture are alike (Table 7-6)
     const Sets& used = Find(reader.Ue());
     const auto& [sps, pps] = used;
     slice.frameNumRange = 16u << sps.log2_max_frame_num_minus4;
     slice.maxReferences = sps.max_num_ref_frames;
     slice.frameNum = reader.Bits(sps.log2_max_frame_num_minus4 + 4);
-    if (!sps.frame_mbs_only_flag && reader.Bits(1))
+    if (!sps.frame_mbs_only_flag && reader.Bits(1)) // field_pic_flag
         Refuse("a single field");
     if (slice.idr)
         reader.Ue(); // idr_pic_id
@@ -155,7 +160,7 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
         slice.orderRange = 16u << sps.log2_max_pic_order_cnt_lsb_minus4;
         slice.orderLsb = reader.Bits(sps.log2_max_pic_order_cnt_lsb_minus4 + 4);
         if (pps.bottom_field_pic_order_in_frame_present_flag)
-            reader.SkipSe(1);
+            reader.SkipSe(1); // delta_pic_order_cnt_bottom: relative to the top field's, so that it stays
     }
     SkipToMarking(reader, type, used);
     slice.markingAt = reader.Tell();
@@ -163,18 +168,18 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
         ParseMarking(reader, slice);
     slice.markingEnd = reader.Tell();
     if (pps.entropy_coding_mode_flag && type != H264_SLICE_I && type != H264_SLICE_SI)
-        reader.Ue(); // cabac_init_idc
-    reader.SkipSe(1);
+        reader.Ue();  // cabac_init_idc
+    reader.SkipSe(1); // slice_qp_delta
     if (type == H264_SLICE_SP || type == H264_SLICE_SI)
         Refuse("switching pictures");
-    if (pps.deblocking_filter_control_present_flag && reader.Ue() != 1)
-        reader.SkipSe(2);
+    if (pps.deblocking_filter_control_present_flag && reader.Ue() != 1) // disable_deblocking_filter_idc
+        reader.SkipSe(2);                                               // offsets of alpha and beta
     slice.headerEnd = reader.Tell();
     slice.aligned = pps.entropy_coding_mode_flag != 0;
     return slice;
 }
 
-// Reference lists and their weights.
+// Reference lists (7.3.3.1) and their weights (7.3.3.2). Damaged counts end where the data does: reading throws there.
 void H264SliceSyntax::SkipToMarking(Reader& reader, uint32_t type, const Sets& sets)
 {
     const auto& [sps, pps] = sets;
@@ -184,34 +189,36 @@ void H264SliceSyntax::SkipToMarking(Reader& reader, uint32_t type, const Sets& s
     uint32_t counts[2] = {pps.num_ref_idx_l0_default_active_minus1 + 1, pps.num_ref_idx_l1_default_active_minus1 + 1};
     if (type == H264_SLICE_B)
         reader.Bits(1); // direct_spatial_mv_pred_flag
-    if (reader.Bits(1))
+    if (reader.Bits(1)) // num_ref_idx_active_override_flag
         for (int i = 0; i < lists; ++i)
             counts[i] = reader.Ue() + 1;
     for (int i = 0; i < lists; ++i)
-        if (reader.Bits(1))
-            while (reader.Ue() != 3)
+        if (reader.Bits(1))          // ref_pic_list_modification_flag
+            while (reader.Ue() != 3) // modification_of_pic_nums_idc: the end
                 reader.Ue();
+    // weighted_bipred_idc 2 works weights out from the order, and has no table
     if (!(type == H264_SLICE_P ? pps.weighted_pred_flag : pps.weighted_bipred_idc == 1))
         return;
-    reader.Ue();
+    reader.Ue(); // luma_log2_weight_denom
     if (sps.chroma_format_idc != 0)
-        reader.Ue();
+        reader.Ue(); // chroma_log2_weight_denom
     for (int i = 0; i < lists; ++i)
         for (uint32_t k = 0; k < counts[i]; ++k)
         {
             if (reader.Bits(1))
-                reader.SkipSe(2);
+                reader.SkipSe(2); // weight and offset
             if (sps.chroma_format_idc != 0 && reader.Bits(1))
-                reader.SkipSe(4);
+                reader.SkipSe(4); // of Cb and Cr
         }
 }
 
-// 7.3.3.3, dec_ref_pic_marking().
+// 7.3.3.3, dec_ref_pic_marking(). Of the commands only 1 is followed, which unmarks a short-term picture: 5 begins anew
+// in mid-stream, and all others are about long-term ones.
 void H264SliceSyntax::ParseMarking(Reader& reader, H264SliceHeader& slice)
 {
     if (slice.idr)
     {
-        reader.Bits(1);
+        reader.Bits(1); // no_output_of_prior_pics_flag
         if (reader.Bits(1))
             Refuse("long-term references");
         return;
@@ -233,21 +240,22 @@ H264SliceSyntax::Bytes H264SliceSyntax::Rewrite(const Bytes& rbsp, const H264Sli
     const SP<Core::DataOutputString> text = Core::DataOutputString::Create();
     Core::DataBitInput input(Core::DataInputMemory::Create(rbsp.data(), rbsp.size()));
     Core::DataBitOutput output(text);
+    // The range is a power of two, of which half has as many bits as the field; 0 has none.
     const auto orderBits = static_cast<unsigned>(std::bit_width(old.orderRange / 2));
     CopyBits(input, output, old.orderAt);
     input.ReadBits(orderBits);
     output.WriteBits(wanted.orderLsb, orderBits);
     CopyBits(input, output, (old.adaptive ? old.markingAt : old.headerEnd) - old.orderAt - orderBits);
-    size_t written = old.headerEnd;
+    size_t written = old.headerEnd; // bits of the new header: slice data may have to be aligned
     if (old.adaptive)
     {
         for (size_t skipped = old.markingAt; skipped < old.markingEnd; ++skipped)
             input.ReadBits(1);
-        output.WriteBits(1, 1);
+        output.WriteBits(1, 1); // adaptive_ref_pic_marking_mode_flag
         written += 1;
         for (const uint32_t difference : wanted.unmarked)
         {
-            WriteUe(output, 1);
+            WriteUe(output, 1); // memory_management_control_operation, of 3 bits
             WriteUe(output, difference);
             written += 3 + 2 * static_cast<size_t>(std::bit_width(difference + 1)) - 1;
         }
@@ -256,6 +264,7 @@ H264SliceSyntax::Bytes H264SliceSyntax::Rewrite(const Bytes& rbsp, const H264Sli
         written -= old.markingEnd - old.markingAt;
         CopyBits(input, output, old.headerEnd - old.markingEnd);
     }
+    // CABAC data begins at a byte, CAVLC data anywhere, so that all of that moves by the bits that were added.
     if (old.aligned)
     {
         input.SkipBitsToNextByte();
@@ -264,6 +273,7 @@ H264SliceSyntax::Bytes H264SliceSyntax::Rewrite(const Bytes& rbsp, const H264Sli
     }
     CopyBits(input, output, input.BitsLeft());
     output.Flush();
+    // An RBSP ends with the byte of its stop bit: zeros after it are what Flush filled up, or cabac_zero_words.
     std::string result = text->GetString();
     result.resize(result.find_last_not_of('\0') + 1);
     return InsertEmulationBytes(result);

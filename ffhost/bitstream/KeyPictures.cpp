@@ -23,11 +23,11 @@ using namespace Proc::CodecParsers;
 namespace
 {
 
-constexpr uint32_t RECOVERY_POINT = 6;  // payloadType
-constexpr size_t MAX_SLICE_HEAD = 64;   // what is read of a slice takes less
-constexpr uint8_t PICTURE_START = 0x00; // MPEG-1 and MPEG-2
-constexpr uint8_t VOP_START = 0xB6;     // MPEG-4
-constexpr uint8_t VP8_START[] = {0x9D, 1, 0x2A};
+constexpr uint32_t RECOVERY_POINT = 6;           // payloadType
+constexpr size_t MAX_SLICE_HEAD = 64;            // what is read of a slice takes less
+constexpr uint8_t PICTURE_START = 0x00;          // MPEG-1 and MPEG-2
+constexpr uint8_t VOP_START = 0xB6;              // MPEG-4
+constexpr uint8_t VP8_START[] = {0x9D, 1, 0x2A}; // of key frames, RFC 6386, 9.1
 
 /// 7.3.2.3.1: numbers of messages are sums of bytes, 255 meaning that another follows.
 uint32_t ReadSum(Core::DataBitInput& input)
@@ -41,8 +41,9 @@ uint32_t ReadSum(Core::DataBitInput& input)
 /// recovery_frame_cnt; none where the unit tells none.
 std::optional<uint32_t> FindRecoveryCount(const Nalu& unit)
 {
+    // without lengths the unit was given up to the end of the packet
     RBSPInput rbsp({unit.first, FindStartCode(unit.first, unit.second)}, 8);
-    while (rbsp.bits.BitsLeft() > 16)
+    while (rbsp.bits.BitsLeft() > 16) // a message takes two bytes at least, the trailing bits one
     {
         const uint32_t type = ReadSum(rbsp.bits), length = ReadSum(rbsp.bits);
         if (type == RECOVERY_POINT)
@@ -98,6 +99,7 @@ void KeyPictures::ReadHeader(const TrackInfo& track)
         SPS_decoded sps;
         if (!hevc)
             DecodeSPS(data, size, sps);
+        // An intra picture that is a reference fills the only place: whatever follows it refers to it or later ones.
         fewReferences = !hevc && sps.max_num_ref_frames <= 1;
     }
     catch (const Exception& e)
@@ -110,6 +112,7 @@ void KeyPictures::Check(AVPacket& packet)
 {
     const bool flagged = (packet.flags & AV_PKT_FLAG_KEY) != 0;
     const Kind kind = LookAt(packet);
+    // A file that begins with an intra refresh has nothing better to begin with; later on a decoder waits for a key.
     const bool key = kind == Kind::Key || (flagged && (kind == Kind::Unknown || (kind == Kind::Refresh && first)));
     packet.flags = key ? packet.flags | AV_PKT_FLAG_KEY : packet.flags & ~AV_PKT_FLAG_KEY;
     first = first && !key;
@@ -120,7 +123,7 @@ try
 {
     if (!look)
         return Kind::Unknown;
-    // Behind the bytes there is libavcodec's padding, so that no look need ask for the first few of them.
+    // After the bytes there is libavcodec's padding, so that no look need ask for the first few of them.
     return packet.size > 0 ? (this->*look)({packet.data, static_cast<size_t>(packet.size)}) : Kind::Other;
 }
 catch (const std::exception& e)
@@ -144,6 +147,7 @@ KeyPictures::Kind KeyPictures::LookAtH264(const Bytes& packet) const
                [&](const Nalu& unit)
                {
                    const uint32_t type = unit.second > 1 ? *unit.first & 31u : 0;
+                   // the messages come before the slices (7.4.1.2.3), and the first slice speaks for the picture
                    if (type == H264_NALU_SEI && !recovery)
                        recovery = FindRecoveryCount(unit);
                    if (type == H264_NALU_SLICE || type == H264_NALU_PARTITION_A || type == H264_NALU_IDR)
@@ -154,6 +158,7 @@ KeyPictures::Kind KeyPictures::LookAtH264(const Bytes& packet) const
         return Kind::Unknown;
     if ((*slice.first & 31) == H264_NALU_IDR)
         return Kind::Key;
+    // nal_ref_idc of 0: it takes no place among the references, and pushes none out
     if (IsIntraSlice(slice))
         return KeyWhere(recovery || (fewReferences && (*slice.first & 0x60) != 0));
     if (!recovery)
@@ -171,13 +176,14 @@ KeyPictures::Kind KeyPictures::LookAtHEVC(const Bytes& packet) const
                [&](const Nalu& unit)
                {
                    if (IsVclNalu(unit))
+                       // from here on there are intra random access points only (H.265, Table 7-1)
                        kind = KeyWhere(GetHEVCType(unit.first, unit.second) >= HEVC_NALU_BLA_W_LP);
                    return kind == Kind::Unknown;
                });
     return kind;
 }
 
-/// picture_coding_type
+/// picture_coding_type, after 10 bits of temporal_reference (ISO/IEC 13818-2, 6.2.3): 1 is I, and 0 forbidden.
 KeyPictures::Kind KeyPictures::LookAtMPEG12(const Bytes& packet) const
 {
     const size_t at = FindStartCodeOf(packet.data, packet.size, PICTURE_START);
@@ -185,14 +191,16 @@ KeyPictures::Kind KeyPictures::LookAtMPEG12(const Bytes& packet) const
     return type == 0 ? Kind::Unknown : KeyWhere(type == 1);
 }
 
-/// vop_coding_type
+/// vop_coding_type, the first two bits of a video object plane (ISO/IEC 14496-2, 6.2.5): 0 is I.
 KeyPictures::Kind KeyPictures::LookAtMPEG4(const Bytes& packet) const
 {
     const size_t at = FindStartCodeOf(packet.data, packet.size, VOP_START);
     return packet.size - at > 4 ? KeyWhere(packet.data[at + 4] >> 6 == 0) : Kind::Unknown;
 }
 
-/// The type of PTYPE, or of MPPTYPE, which stands behind OPPTYPE where that is there (ITU-T H.263, 5.1.3 and 5.1.4).
+/// The type of PTYPE, or of MPPTYPE, which stands after OPPTYPE where that is there (ITU-T H.263, 5.1.3 and 5.1.4).
+/// Bits are counted from the picture start code, of 22 bits: TR has 8 more, a source format of 7 announces PLUSPTYPE,
+/// and the last bit of UFEP the 18 bits of OPPTYPE.
 KeyPictures::Kind KeyPictures::LookAtH263(const Bytes& packet) const
 {
     if (packet.data[0] != 0 || packet.data[1] != 0 || packet.data[2] >> 2 != 0x20)
@@ -204,6 +212,7 @@ KeyPictures::Kind KeyPictures::LookAtH263(const Bytes& packet) const
     return KeyWhere(!packet.Bit(at) && !packet.Bit(at + 1) && !packet.Bit(at + 2));
 }
 
+/// The first bit of the frame tag, which is little-endian, is 0 in key frames (RFC 6386, 9.1).
 KeyPictures::Kind KeyPictures::LookAtVP8(const Bytes& packet) const
 {
     const bool key = !(packet.data[0] & 1);
@@ -212,7 +221,8 @@ KeyPictures::Kind KeyPictures::LookAtVP8(const Bytes& packet) const
     return KeyWhere(key);
 }
 
-/// A marker, two bits of the profile with a reserved one behind profile 3, show_existing_frame, frame_type.
+/// A marker, two bits of the profile with a reserved one after profile 3, show_existing_frame, frame_type. Of a
+/// superframe that is the first frame: a decoder starts there or not at all.
 KeyPictures::Kind KeyPictures::LookAtVP9(const Bytes& packet) const
 {
     if (packet.data[0] >> 6 != 2)
@@ -221,16 +231,19 @@ KeyPictures::Kind KeyPictures::LookAtVP9(const Bytes& packet) const
     return KeyWhere(!packet.Bit(at) && !packet.Bit(at + 1));
 }
 
+/// The first bit tells headers from frames, the second one inter frames.
 KeyPictures::Kind KeyPictures::LookAtTheora(const Bytes& packet) const
 {
     return packet.Bit(0) ? Kind::Unknown : KeyWhere(!packet.Bit(1));
 }
 
+/// The type is one bit: I or P.
 KeyPictures::Kind KeyPictures::LookAtWMV2(const Bytes& packet) const
 {
     return KeyWhere(!packet.Bit(0));
 }
 
+/// The type is two bits, 0 for I and 1 for P; there are no others.
 KeyPictures::Kind KeyPictures::LookAtMSMPEG4(const Bytes& packet) const
 {
     return packet.Bit(0) ? Kind::Unknown : KeyWhere(!packet.Bit(1));

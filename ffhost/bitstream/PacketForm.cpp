@@ -28,11 +28,13 @@ namespace
 constexpr uint64_t STRETCH_ENDS_BELOW = uint64_t{1} << 54; // one hash in 1024
 constexpr size_t LONGEST_STRETCH = 4096;
 
+/// Prints are compared within one run, so that the library's own hash will do.
 uint64_t HashOf(const uint8_t* data, size_t size)
 {
     return std::hash<std::string_view>()({reinterpret_cast<const char*>(data), size});
 }
 
+/// Depends on the order. The factor is 2^64 over the golden ratio, which spreads small differences over all bits.
 uint64_t Combine(uint64_t hash, uint64_t next)
 {
     return (hash ^ next) * 0x9E3779B97F4A7C15;
@@ -40,7 +42,7 @@ uint64_t Combine(uint64_t hash, uint64_t next)
 
 size_t SampleSizeOf(const AVCodecParameters* parameters)
 {
-    // blocks of DVD and Blu-ray have headers, and tell no exact bits
+    // libavcodec numbers linear codecs in one range; blocks of DVD and Blu-ray have headers, and tell no exact bits
     const bool linear = parameters && parameters->codec_id >= AV_CODEC_ID_FIRST_AUDIO &&
                         parameters->codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
     const int bits = linear ? av_get_exact_bits_per_sample(parameters->codec_id) : 0;
@@ -61,11 +63,12 @@ bool IsSlice(int codec, const Nalu& unit)
 {
     if (unit.second == 0)
         return false;
+    // slices and their partitions (ITU-T H.264, Table 7-1), and all VCL units (ITU-T H.265, Table 7-1)
     const unsigned type = codec == AV_CODEC_ID_H264 ? unit.first[0] & 0x1F : unit.first[0] >> 1 & 0x3F;
     return codec == AV_CODEC_ID_H264 ? type >= H264_NALU_SLICE && type <= H264_NALU_IDR : type < 32;
 }
 
-/// first_mb_in_slice of 0, first_slice_segment_in_pic_flag: the bit behind the unit's header.
+/// first_mb_in_slice of 0, first_slice_segment_in_pic_flag: the bit after the unit's header.
 bool BeginsPicture(int codec, const Nalu& slice)
 {
     const size_t header = codec == AV_CODEC_ID_H264 ? 1 : 2;
@@ -94,6 +97,8 @@ bool PacketForm::IsCounted(const TrackInfo& track)
            SoundCounter::Counts(*track.parameters, {track.timeBaseNum, track.timeBaseDen});
 }
 
+// Pages of Ogg tell where they end (granule position, RFC 3533). libavformat counts back from there to where the first
+// one begins, but not for FLAC.
 bool PacketForm::BeginsUntold(const MediaInfo& file, const TrackInfo& track)
 {
     return file.container == "ogg" && track.parameters && track.parameters->codec_id == AV_CODEC_ID_FLAC;
@@ -116,6 +121,7 @@ void PacketForm::Add(const Proc::IDataPacket& packet, avTime time, std::vector<P
     if (IsLinear())
         return AddSamples(packet, time, prints);
     const std::vector<Picture> pictures = FindContent(packet);
+    // two fields that share a packet last half of it each
     const avTime length = packet.GetDuration() / std::max<avTime>(static_cast<avTime>(pictures.size()), 1);
     for (const Picture& picture : pictures)
     {
@@ -145,6 +151,7 @@ std::vector<PacketForm::Picture> PacketForm::FindContent(const Proc::IDataPacket
     const auto size = static_cast<size_t>(packet.GetSize());
     if (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC)
         return FindSlices(packet);
+    // Timed text begins with the length of its text (3GPP TS 26.245): an empty one clears what was shown.
     if (codec == AV_CODEC_ID_MOV_TEXT && size == 2 && data[0] == 0 && data[1] == 0)
         return {};
     const size_t head = codec == AV_CODEC_ID_AAC ? GetADTSHeaderSize(data, size) : 0;
@@ -165,7 +172,7 @@ std::vector<PacketForm::Picture> PacketForm::FindSlices(const Proc::IDataPacket&
     }
     catch (const std::logic_error&)
     {
-        units.clear();
+        units.clear(); // bytes that form no units count as they are
     }
     std::vector<Picture> pictures;
     for (Nalu unit : units)
@@ -174,6 +181,7 @@ std::vector<PacketForm::Picture> PacketForm::FindSlices(const Proc::IDataPacket&
             continue;
         if (pictures.empty() || BeginsPicture(codec, unit))
             pictures.emplace_back();
+        // a slice ends with its stop bit: zeros after it come and go with the framing
         while (unit.second > 0 && unit.first[unit.second - 1] == 0)
             --unit.second;
         pictures.back().push_back(unit);
@@ -181,7 +189,9 @@ std::vector<PacketForm::Picture> PacketForm::FindSlices(const Proc::IDataPacket&
     return pictures.empty() ? std::vector<Picture>{{{data, size}}} : pictures;
 }
 
-// A stretch ends where the last samples say so, wherever it began: two files agree again right behind a difference.
+// A stretch ends where the last samples say so, wherever it began: two files agree again right after a difference. Each
+// sample shifts `recentSamples` by a bit, so that one of 64 samples ago has no part in it any more. In silence or a
+// steady tone no place is like no other, and stretches end by their length.
 void PacketForm::AddSamples(const Proc::IDataPacket& packet, avTime time, std::vector<PacketPrint>& prints)
 {
     const size_t count = static_cast<size_t>(packet.GetSize()) / sampleSize;

@@ -10,8 +10,8 @@
 namespace Tessor::Host
 {
 
-/// Calls visit(unit), which tells whether to go on, for each unit of a packet of H.264 or HEVC: behind lengths of
-/// `lengthSize` bytes, or behind start codes when that is 0. There a unit reaches to the end of the packet, so that a
+/// Calls visit(unit), which tells whether to go on, for each unit of a packet of H.264 or HEVC: after lengths of
+/// `lengthSize` bytes, or after start codes when that is 0. There a unit reaches to the end of the packet, so that a
 /// slice is not searched for its end. What is malformed ends the walk.
 template <class Visit>
 void VisitUnits(const uint8_t* data, size_t size, size_t lengthSize, Visit&& visit)

@@ -34,7 +34,7 @@ ParameterSets::ParameterSets(const std::string& codecId, const SP<const IBlob>& 
         lengthSize = LengthSizeOf(*header);
         Restart(*header);
         original = inForce;
-        changed = false;
+        changed = false; // what Restart noted is the change from nothing
     }
     catch (const Exception& e)
     {
@@ -72,6 +72,7 @@ uint32_t ParameterSets::TypeOf(const Nalu& unit) const
 uint32_t ParameterSets::IdentifierOf(const Nalu& unit) const
 {
     const uint32_t type = TypeOf(unit);
+    // It comes after profile_tier_level (7.3.2.2 of H.265), which is as long as its flags say.
     if (type == HEVC_NALU_SPS && hevc)
     {
         Bytes alone;
@@ -86,6 +87,7 @@ uint32_t ParameterSets::IdentifierOf(const Nalu& unit) const
         return rbsp.bits.ReadBits(4);
     if (type == H264_NALU_SPS)
         rbsp.bits.ReadBits(24); // profile, constraints, level
+    // picture sets of both codecs, and sequence sets of H.264 from here on
     return read_ue(rbsp.bits);
 }
 
@@ -94,7 +96,8 @@ ParameterSets::Sets ParameterSets::Identify(const std::vector<Nalu>& units) cons
     Sets sets;
     for (auto [data, size] : units)
     {
-        // zeros behind a unit belong to the byte stream
+        // Zeros after a unit belong to the byte stream (Annex B, trailing_zero_8bits): sets that differ in them alone
+        // are the same.
         while (size > 0 && data[size - 1] == 0)
             --size;
         try
@@ -111,6 +114,7 @@ ParameterSets::Sets ParameterSets::Identify(const std::vector<Nalu>& units) cons
 
 void ParameterSets::Restart(const IBlob& header)
 {
+    // Headers of both framings are walked alike.
     const SP<const IBlob> blob(&header);
     const SP<const IBlob> annexB = (hevc ? HEVC_Extradata_hvcCtoAnnexB : H264_Extradata_Mp4toAnnexB)(blob);
     std::vector<Nalu> units, sets;
@@ -126,6 +130,8 @@ void ParameterSets::Restart(const IBlob& header)
     changed = changed || inForce != before;
 }
 
+// Sets come before the first slice of a picture (7.4.1.2.3 of H.264, 7.4.2.4.4 of H.265), so that the many bytes after
+// it need not be searched.
 std::vector<Nalu> ParameterSets::FindHeadSets(const IDataPacket& packet) const
 {
     std::vector<Nalu> sets;
@@ -139,7 +145,7 @@ std::vector<Nalu> ParameterSets::FindHeadSets(const IDataPacket& packet) const
                    if (IsParameterSet(type))
                        sets.push_back(unit);
                    open = lengthSize == 0 && IsParameterSet(type);
-                   return hevc ? !IsVclNalu(unit) : type == 0 || type > 5;
+                   return hevc ? !IsVclNalu(unit) : type == 0 || type > 5; // 1 to 5 are slices
                });
     return sets;
 }
@@ -153,13 +159,14 @@ void ParameterSets::TakeOver(const Sets& brought)
     };
     if (std::none_of(brought.begin(), brought.end(), isNew))
         return;
-    // An encoder that starts anew sends all of its sets: those that belong to the sequences before go.
+    // An encoder that starts anew sends all of its sets: those that belong to the sequences before go. A sequence set
+    // that comes alone leaves the picture sets, which refer to it by its identifier and may still be meant.
     const uint32_t sps = hevc ? HEVC_NALU_SPS : static_cast<uint32_t>(H264_NALU_SPS);
     std::set<uint32_t> sequences;
     for (const auto& entry : brought)
         if (entry.first.first == sps && isNew(entry))
             sequences.insert(entry.first.second);
-    const bool hasPictures = brought.rbegin()->first.first > sps;
+    const bool hasPictures = brought.rbegin()->first.first > sps; // in order of types: PPS is the last of both codecs
     if (hasPictures)
         std::erase_if(inForce, [&](const auto& entry)
                       { return entry.first.first > sps && RefersToAny(entry.second, sequences); });
@@ -179,6 +186,7 @@ try
 }
 catch (const Exception&)
 {
+    // too short to refer to anything: nobody misses it
     return true;
 }
 
@@ -186,11 +194,12 @@ void ParameterSets::Rewind()
 {
     inForce = original;
     changed = false;
-    ++version;
+    ++version; // never back to an old number, which somebody may have noted for other sets
 }
 
 void ParameterSets::RemoveNewHeader(const IDataPacket& packet)
 {
+    // libavcodec removes single entries from 6.1 on only. From the end, so that the entry that fills the gap was seen.
     AVPacket& record = *packet.GetAVPacket();
     for (int i = record.side_data_elems - 1; i >= 0; --i)
         if (record.side_data[i].type == AV_PKT_DATA_NEW_EXTRADATA)
@@ -215,6 +224,7 @@ ParameterSets::Carried ParameterSets::Follow(const IDataPacket& packet)
         size_t size = 0;
         const uint8_t* data = av_packet_get_side_data(packet.GetAVPacket(), AV_PKT_DATA_NEW_EXTRADATA, &size);
         const SP<const IBlob> blob = BlobFF::Create(data, size);
+        // MP4 may change its sample description in mid-track, but a track is written with one.
         if (LengthSizeOf(*blob) != lengthSize)
             Throw<Exception>(TESSOR_HERE, "The framing changes within the stream.");
         Restart(*blob);
@@ -224,6 +234,7 @@ ParameterSets::Carried ParameterSets::Follow(const IDataPacket& packet)
         return Carried::None;
     const Sets brought = Identify(units);
     TakeOver(brought);
+    // after the takeover, so that a packet that brings a whole new lot carries all
     return brought == inForce ? Carried::All : Carried::Some;
 }
 
@@ -256,6 +267,7 @@ SP<const IBlob> ParameterSets::MakeHeader() const
         return annexB;
     const SP<const IBlob> record = (hevc ? HEVC_Extradata_AnnexBtoHvcC : H264_Extradata_AnnexBtoMp4)(annexB);
     const SP<BlobFF> own = BlobFF::Create(record->Data(), record->Size());
+    // lengthSizeMinusOne of hvcC and avcC (ISO/IEC 14496-15), which the conversion sets to lengths of 4 bytes
     uint8_t& lengths = own->Data()[hevc ? 21 : 4];
     lengths = static_cast<uint8_t>((lengths & ~3u) | (lengthSize - 1));
     return own;

@@ -42,10 +42,12 @@ PictureParser::PictureParser(const AVCodecParameters& parameters, const SP<const
         parser.reset();
     if (header && context)
         SetHeader(*header);
+    // Packets are whole: the parser looks for no ends, and holds nothing back for the next one.
     if (parser)
         parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
 }
 
+// libavcodec frees the header itself, and its bit readers read past the end of it.
 void PictureParser::SetHeader(const Proc::IBlob& header)
 {
     av_freep(&context->extradata);
@@ -61,7 +63,7 @@ PictureParser::Picture PictureParser::Look(const AVPacket& packet)
 {
     if (!parser)
         return {};
-    // a picture that can't be read leaves it as it is
+    // The parser leaves it as it was where it can't read a picture.
     parser->picture_structure = AV_PICTURE_STRUCTURE_UNKNOWN;
     uint8_t* out = nullptr;
     int size = 0;

@@ -20,10 +20,11 @@ namespace
 
 constexpr AVRational MICROSECONDS = {1, SECOND};
 constexpr int64_t SLACK = MILLISECOND;  // by how much times may jitter
-constexpr int64_t LONGEST_FILL = 10;    // seconds; behind a longer gap the sound goes on at once
+constexpr int64_t LONGEST_FILL = 10;    // seconds of silence; what a gap lasts beyond them is left out
 constexpr int MPEG_HEADER = 4;          // bytes
 constexpr uint8_t WITHOUT_CHECKSUM = 1; // in the second byte of that
 
+/// 0 for what is not linear: libavcodec numbers linear codecs in one range.
 int SampleSize(const AVCodecParameters& parameters)
 {
     const int channels = parameters.ch_layout.nb_channels;
@@ -33,6 +34,7 @@ int SampleSize(const AVCodecParameters& parameters)
     return bits % 8 == 0 && channels > 0 ? bits / 8 * channels : 0;
 }
 
+/// 0 for codecs whose packets no container counts. libavcodec's function only reads what it takes without const.
 int PacketSamples(const AVCodecParameters& parameters)
 {
     switch (parameters.codec_id)
@@ -46,6 +48,7 @@ int PacketSamples(const AVCodecParameters& parameters)
     }
 }
 
+/// Unsigned samples rest in the middle; the laws of ITU-T G.711 write their 0 with inverted bits.
 uint8_t SilentByte(int codec)
 {
     return codec == AV_CODEC_ID_PCM_U8      ? 0x80
@@ -80,6 +83,8 @@ void SoundCounter::Place(PacketPtr packet, const Sink& sink)
 {
     if (std::exchange(awaitsStart, false))
         base = start = av_rescale_q(packet->pts, MICROSECONDS, timeBase);
+    // Rounding to ticks moves a time by up to half of one. Within that, and some jitter, samples just go on; what is
+    // left over does not add up, for it is measured against all that was written.
     const int64_t tick = std::max<int64_t>(1, av_rescale_q(1, timeBase, MICROSECONDS));
     const int64_t early = packet->pts - av_rescale_q(base + written, timeBase, MICROSECONDS);
     int64_t missing = 0;
@@ -91,17 +96,18 @@ void SoundCounter::Place(PacketPtr packet, const Sink& sink)
         base += missing - longest;
         missing = longest;
     }
-    // silence by the second
+    // Silence by the second: a gap need not fit into memory at once.
     const int64_t portion = IsLinear() ? std::max<int64_t>(1, longest / LONGEST_FILL) : 1;
     for (; missing > 0; missing -= std::min(portion, missing))
         Hand(MakeFiller(*packet, std::min(portion, missing)), sink);
+    // What comes twice. Where it is more than the packet, the next ones are late too, and lose the rest.
     if (missing < 0)
         Skip(*packet, -missing);
     if (packet->size > 0)
         Hand(std::move(packet), sink);
 }
 
-/// Leaves out the first ticks of a packet.
+/// Leaves out the first ticks of a packet, or all of it where packets are counted.
 void SoundCounter::Skip(AVPacket& packet, int64_t ticks) const
 {
     const int64_t bytes = IsLinear() ? std::min<int64_t>(packet.size, ticks * sampleSize) : packet.size;
@@ -116,7 +122,8 @@ PacketPtr SoundCounter::MakeFiller(const AVPacket& packet, int64_t ticks) const
     const bool mpeg = (codec == AV_CODEC_ID_MP2 || codec == AV_CODEC_ID_MP3) && size >= MPEG_HEADER;
     if (IsLinear() || mpeg)
         std::memset(filler->data, SilentByte(codec), static_cast<size_t>(size));
-    // a header that nothing follows
+    // A header over zeros: no bits are allocated, and the frame is silent. A checksum would be wrong, so that it has
+    // none.
     if (!IsLinear())
         std::memcpy(filler->data, packet.data, static_cast<size_t>(mpeg ? MPEG_HEADER : size));
     if (mpeg)
