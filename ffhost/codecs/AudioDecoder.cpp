@@ -55,6 +55,7 @@ AudioDecoder::AudioDecoder(const SP<IStreamRaw>& source)
 
 void AudioDecoder::Prepare(AVCodecContext& context) const
 {
+    // Codecs without a header of their own are decoded by what the container tells.
     context.sample_rate = info.GetSampleRate();
     context.sample_fmt = static_cast<AVSampleFormat>(info.GetFormat().format);
     av_channel_layout_from_mask(&context.ch_layout, Conf::ToFFChannelMask(info.GetChannelLayout()));
@@ -67,7 +68,8 @@ void AudioDecoder::Prepare(AVCodecContext& context) const
 
 void AudioDecoder::Reset(avTime newTarget)
 {
-    // Not flushed: some decoders keep what overlaps with the next packet.
+    // Closed, not flushed: some decoders keep what overlaps with the next packet, so that the same seek would not
+    // always give the same samples.
     codec.Close();
     converter.Reset();
     ready.clear();
@@ -104,6 +106,7 @@ void AudioDecoder::DecodeNext()
 
 void AudioDecoder::Deliver(const AVFrame& decoded)
 {
+    // The converted frame has no time of its own.
     const FramePtr converted = converter.Convert(decoded);
     const AVFrame& frame = converted ? *converted : decoded;
     const int64_t skipped = Place(decoded.pts != AV_NOPTS_VALUE ? decoded.pts : NoTime, frame.nb_samples);
@@ -111,12 +114,15 @@ void AudioDecoder::Deliver(const AVFrame& decoded)
         AddBlock(frame, skipped);
 }
 
+// Until the first block after a seek has come the clock stands still, and the packet's time is believed. From then on
+// samples are counted, and times are only asked whether they still agree.
 int64_t AudioDecoder::Place(avTime time, int sampleCount)
 {
     const avTime expected = clock.GetTime();
     const int rate = info.GetSampleRate();
     if (expected == NoTime)
     {
+        // counted from the packet's own time on, so that it is rounded once, and not at the target as well
         const avTime start = time != NoTime ? time : target;
         const long long early = start < target ? Duration2SampleCount(target - start, rate) : 0;
         if (early >= sampleCount)
@@ -128,6 +134,7 @@ int64_t AudioDecoder::Place(avTime time, int sampleCount)
     const avTime off = time != NoTime ? time - expected : 0;
     if (std::abs(off) <= TOLERANCE)
         return 0;
+    // A time past the track's end or so far back is wrong: the sound goes on where it was.
     const avTime duration = GetDuration();
     if (off < -LONGEST_OVERLAP || (off > 0 && duration != NoTime && time > duration))
     {
@@ -150,6 +157,7 @@ void AudioDecoder::AddBlock(const AVFrame& decoded, int64_t skipped)
 {
     const int count = decoded.nb_samples - static_cast<int>(skipped);
     const SP<DataAudioFF> block = DataAudioFF::CreateBySampleCount(info, count);
+    // libavcodec has each plane in memory of its own, a block has them one after the other
     const AudioRef target = block->GetAudioRef();
     const bool planar = info.GetFormat().planar;
     const size_t channels = static_cast<size_t>(info.GetChannelCount());
@@ -158,6 +166,7 @@ void AudioDecoder::AddBlock(const AVFrame& decoded, int64_t skipped)
         std::memcpy(target.data + plane * target.linesize,
                     decoded.extended_data[plane] + static_cast<size_t>(skipped) * step,
                     static_cast<size_t>(count) * step);
+    // from one reading of the clock to the next, so that blocks abut
     block->SetPTS(clock.GetTime());
     clock.AddSamples(info.GetSampleRate(), static_cast<unsigned long long>(count));
     block->SetDuration(clock.GetTime() - block->GetPTS());
@@ -181,6 +190,7 @@ SP<DataAudioFF> AudioDecoder::TakeSilence()
 
 void AudioDecoder::RequestSeekInternal(avTime newTarget, SP<IStream>)
 {
+    // What is decoded on the way to the target, and what lies before time 0, is dropped by Place.
     const avTime wanted = std::max<avTime>(newTarget, 0);
     Reset(wanted);
     parentStream->RequestSeek(std::max<avTime>(wanted - PRE_ROLL, 0), SP<IStream>(this));

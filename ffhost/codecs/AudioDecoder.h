@@ -74,7 +74,7 @@ private:
     PacketDecoder codec;         // open from the first read to a release
     SampleConverter converter;   // of frames in another format
     std::deque<Piece> ready;
-    Proc::AudioTime clock;            // where the next block starts; uninitialised until the first one behind a seek
+    Proc::AudioTime clock;            // where the next block starts; uninitialised until the first one after a seek
     avTime target = 0;                // what lies before it is dropped
     bool drained = false;             // the source has ended and the decoder has been emptied
     unsigned long blockCount = 0;     // statistics

@@ -25,7 +25,7 @@ using namespace Proc;
 namespace
 {
 
-constexpr int MAX_CHANNELS = 64;
+constexpr int MAX_CHANNELS = 64; // more than any of our layouts has
 
 SP<Conf::IFormatCodecAudio> MakeFormat(const IStreamAudio& source, const AVCodecContext& context)
 {
@@ -68,7 +68,7 @@ CodecContextPtr AudioEncoder::Open() const
     const int64_t usual = int64_t{row.channelBitRate} * info.GetChannelCount();
     const int64_t most = row.mostBitRate ? row.mostBitRate : std::numeric_limits<int64_t>::max();
     context->bit_rate = options.bitRate > 0 ? options.bitRate : std::min(usual, most);
-    // Frames that lean on those before them could not do without the run-in.
+    // Frames that lean on those before them (the bit reservoir) could not do without the run-in.
     if (!options.runIn && encoder->id == AV_CODEC_ID_MP3)
         SetOption(*context, "reservoir", "0");
     if (options.header)
@@ -107,6 +107,7 @@ void AudioEncoder::SendNextFrame()
     const FramePtr frame(av_frame_alloc());
     if (!frame)
         throw std::bad_alloc();
+    // Only the last frame is shorter, and the encoder fills it up.
     frame->nb_samples = frameSize > 0 ? std::min(held, frameSize) : held;
     frame->format = context.sample_fmt;
     frame->sample_rate = context.sample_rate;
@@ -152,7 +153,7 @@ avTime AudioEncoder::ToTime(int64_t sample) const
 SP<IDataPacket> AudioEncoder::ToItem(AVPacket* packet)
 {
     const avTime pts = ToTime(packet->pts);
-    // Some encoders end with a packet of nothing but a completed header.
+    // FLAC's encoder ends with a packet of nothing but the completed header. Without a duration it is a whole frame.
     const int64_t length = packet->duration > 0 || packet->size == 0 ? packet->duration : frameSize;
     if (length > 0 && length < frameSize)
         HidePadding(*packet, frameSize - length);
@@ -172,7 +173,8 @@ void AudioEncoder::HidePadding(AVPacket& packet, int64_t samples)
     AV_WL32(skip + place, static_cast<uint32_t>(samples));
 }
 
-/// All but a few samples lie before the first of the sound.
+/// All but a few samples lie before the first of the sound. MP3's delay of 1105, for one, is 47 short of a packet of
+/// 1152: those are given up, for the whole packet would delay all of the sound.
 bool AudioEncoder::IsRunIn(const AVPacket& packet) const
 {
     return packet.pts < 0 && packet.pts + packet.duration <= packet.duration / 8;
@@ -180,6 +182,7 @@ bool AudioEncoder::IsRunIn(const AVPacket& packet) const
 
 void AudioEncoder::Reset()
 {
+    // One that was sent nothing yet is as good as new.
     if (start != NoTime || ended)
         codec.Replace(nullptr);
     av_audio_fifo_reset(fifo.get());

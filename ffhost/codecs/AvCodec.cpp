@@ -37,6 +37,7 @@ std::string GetText(const Core::Property& tree, const std::string& tag)
 
 AVCodecID FindCodecID(const Core::Property& format)
 {
+    // The demuxer's number is exact. Formats from elsewhere have a name alone, which is libavcodec's but for HEVC.
     const long long number = GetNumber(format, FormatTags::CODEC_ID, AV_CODEC_ID_NONE);
     if (number != AV_CODEC_ID_NONE)
         return static_cast<AVCodecID>(number);
@@ -85,6 +86,7 @@ SP<const Proc::IBlob> CopyExtradata(const AVCodecContext& context)
 
 void SetOption(AVCodecContext& context, const char* option, const std::string& value)
 {
+    // the encoder's own options hang below those of the context
     if (av_opt_set(&context, option, value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
         Throw<Proc::EncoderException>(TESSOR_HERE,
                                       std::string(context.codec->name) + " does not take " + option + "=" + value);
@@ -98,7 +100,7 @@ std::string AvError(int code)
 
 int GetThreadCount()
 {
-    constexpr unsigned useful = 16;
+    constexpr unsigned useful = 16; // libavcodec advises against more
     return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, useful));
 }
 

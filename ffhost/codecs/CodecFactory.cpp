@@ -49,6 +49,7 @@ private:
     {
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of an encoder");
+        // The encoder holds the factory, for it tells what it has done when it goes, whoever still needs it.
         return Encoder::Create(source, format, resource,
                                [self = SP<CodecFactoryFF>(this)](const std::string& name, long long time)
                                { self->NoteUse(name, time); });

@@ -90,6 +90,7 @@ void Decoder::Prepare(AVCodecContext& context) const
     context.field_order = traits.fields;
     context.bits_per_coded_sample = static_cast<int>(GetNumber(tree, FormatTags::BITS_PER_CODED_SAMPLE, 0));
     context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
+    // A decoder that finds the depth out by itself has delivered its first pictures too early by then.
     context.has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
     // A group that starts at a recovery point shows from its first picture on.
     context.flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
@@ -115,6 +116,7 @@ SP<IDataVideo> Decoder::ReadInternal()
     SP<DataVideoFF> frame = TakeReady();
     while (frame && options.wanted && !options.wanted(frame->GetPTS()))
         frame = TakeReady();
+    // Only what is delivered counts: nobody folds the repeat of a picture that was left out.
     if (frame && options.distinct)
         SetApart(*frame->GetAVFrame());
     return frame;
@@ -122,7 +124,7 @@ SP<IDataVideo> Decoder::ReadInternal()
 
 SP<DataVideoFF> Decoder::TakeReady()
 {
-    // Two: the end of a frame is the start of the one behind it.
+    // Two: the end of a frame is the start of the one after it.
     FillReady(2);
     if (ready.empty())
         return nullptr;
@@ -152,6 +154,7 @@ void Decoder::SendNextPacket()
         SendLeadIn(*packet);
     fresh = false;
     drained = !packet;
+    // What comes from the source itself is wanted, whatever was decoded for its sake.
     if (packet)
         leadInTimes.erase(packet->GetPTS());
     codec.Send(packet ? packet->GetAVPacket() : nullptr);
@@ -163,7 +166,7 @@ void Decoder::SendLeadIn(const IDataPacket& packet)
     {
         leadInTimes.insert(before->GetPTS());
         codec.Send(before->GetAVPacket());
-        TakeFrames();
+        TakeFrames(); // a decoder that is full takes no more
     }
 }
 
@@ -175,11 +178,13 @@ void Decoder::TakeFrames()
 
 void Decoder::Deliver(const AVFrame& decoded)
 {
+    // the best effort takes the place of a missing PTS by what the decoder knows of its packets
     const avTime time = decoded.pts != AV_NOPTS_VALUE ? decoded.pts : decoded.best_effort_timestamp;
     if (time != NoTime && leadInTimes.count(time))
         return;
     ++decodedCount;
-    // What waits for an encoder shall not depend on what libavcodec goes on to do with its memory.
+    // What waits for an encoder shall not depend on what libavcodec goes on to do with its memory: Theora's decoder has
+    // been seen to change pictures after it had delivered them.
     FramePtr picture = Share(decoded, options.distinct || decoded.data[0] == lastPicture);
     lastPicture = decoded.data[0];
     traits.Settle(*picture);
@@ -211,10 +216,11 @@ avTime Decoder::FindPlace(avTime time)
         return lastEnd == NoTime ? 0 : lastEnd;
     disorderedCount += time < newestTime;
     newestTime = std::max(newestTime, time);
-    // Out of order in a damaged stream: right behind the one before, so that those that follow keep their places.
+    // Out of order in a damaged stream: right after the one before, so that those that follow keep their places.
     return lastStart == NoTime ? time : std::max(time, lastStart + 1);
 }
 
+// The packet's word, or the stream's. It holds for the last frame alone, for all others reach to the next one.
 avTime Decoder::GetFrameDuration(const AVFrame& decoded) const
 {
     if (FFmpeg::DurationOf(decoded) > 0)

@@ -18,7 +18,7 @@ namespace Tessor::Host
 /// above 0; frames abut exactly, each reaching to the next one. After a seek of the source decoding starts afresh; at
 /// its end the decoder is drained, so that no reordered picture is lost. Damaged pictures are delivered and counted,
 /// packets that can't be decoded are counted and left out. So are pictures counted whose times contradict the order in
-/// which they are shown: they are delivered right behind the one before.
+/// which they are shown: they are delivered right after the one before.
 ///
 /// When the first packet after a seek has a lead-in (PacketFacts), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
@@ -30,7 +30,7 @@ namespace Tessor::Host
 /// Otherwise they lie where libavcodec decoded them, and it may still predict others from them: who changes one takes a
 /// copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
-/// The format is the source's, extradata included, so that an encoder behind can match what the source was made with;
+/// The format is the source's, extradata included, so that an encoder after it can match what the source was made with;
 /// pictures say of themselves what it says, as PictureTraits settles it.
 ///
 /// Threads: as StreamImpl says.

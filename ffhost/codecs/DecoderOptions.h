@@ -10,9 +10,9 @@ namespace Tessor::Host
 /// What decoders deliver.
 struct DecoderOptions
 {
-    /// Tells by its time whether a picture is wanted; null: all are. What decoders leave out is never seen behind them.
-    /// A cut that may fall between two pictures has to leave out those that begin before it: the filters behind would
-    /// keep them with a shorter duration.
+    /// Tells by its time whether a picture is wanted; null: all are. What decoders leave out is never seen after them.
+    /// A cut that may fall between two pictures has to leave out those that begin before it: the filters that follow
+    /// would keep them with a shorter duration.
     std::function<bool(avTime)> wanted;
     /// A picture that is shown again differs from the one before in the last bit of a sample, for consumers that fold
     /// repeats, which are few: encoders do not see it.

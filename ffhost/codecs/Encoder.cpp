@@ -25,7 +25,8 @@ using Conf::IFormatCodecVideo;
 namespace
 {
 
-/// Times that are kept behind the packet handed out last: more than any encoder delays.
+/// How many times are kept of frames before the one whose packet came last: a DTS is one of those, and no encoder
+/// delays its packets by as many.
 constexpr int64_t KEPT_TIMES = 64;
 
 const std::string ENCODER_NAME = "EncoderName";
@@ -71,6 +72,7 @@ Encoder::Encoder(const SP<IStreamVideo>& source, std::unique_ptr<const VideoSetu
                  const Core::Property& changes, const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
     : PassThrough(source, "Encoder"), setup(std::move(newSetup)), codec(setup->Open()),
       frameRate(codec.GetContext()->framerate),
+      // more than one where a setup has a finer time base than a frame
       frameTicks(std::max<int64_t>(av_rescale_q(1, av_inv_q(frameRate), codec.GetContext()->time_base), 1)),
       format(source->GetFormatCodec()->Clone()), parameters(MakeParameters(*codec.GetContext())),
       resource(resource ? resource : Core::ComputingResourceManager::TakeFakeResource()), onEnd(onEnd)
@@ -111,13 +113,14 @@ void Encoder::SendNextFrame()
     // The decoder's decisions are not the encoder's.
     record->pict_type = AV_PICTURE_TYPE_NONE;
     FFmpeg::SetKeyFrame(*record, false);
-    record->quality = codec.GetContext()->global_quality;
+    record->quality = codec.GetContext()->global_quality; // with a constant quantiser each frame brings it
     times[frameCount++] = {frame->GetPTS(), frame->GetDuration()};
     codec.Send(record.get());
 }
 
 FramePtr Encoder::ToRecord(const IDataVideo& frame) const
 {
+    // a record of its own, for times and types are set on it, over the same picture, which encoders only read
     const auto* known = dynamic_cast<const DataVideoFF*>(&frame);
     FramePtr record = known ? FramePtr(av_frame_clone(known->GetAVFrame())) : CopyRecord(frame);
     if (!record)
@@ -133,6 +136,7 @@ bool Encoder::Fits(const AVFrame& record) const
            (frameCount > 0 || setup->KeepsFields(record));
 }
 
+// Only before the first frame: later on there are packets which need the header that stands.
 void Encoder::Adapt(const AVFrame& record)
 {
     std::unique_ptr<const VideoSetup> other = frameCount == 0 ? setup->ForPicture(record) : nullptr;
@@ -146,6 +150,8 @@ void Encoder::Adapt(const AVFrame& record)
     format->SetExtradata(CopyExtradata(*codec.GetContext()));
 }
 
+// A decoder tells of each picture how it was coded, and interlaced sources have progressive ones among theirs. The
+// stream's order holds for all, so that the encoder does not go back and forth.
 void Encoder::SetFields(AVFrame& record) const
 {
     const AVCodecContext& context = *codec.GetContext();
@@ -160,10 +166,11 @@ SP<IDataPacket> Encoder::ToItem(AVPacket* packet)
     const int64_t number = packet->pts / frameTicks;
     const auto own = times.find(number);
     const Times result = own != times.end() ? own->second : Times{GetTime(number), NoTime};
-    // Times before the first frame are negative: away from zero.
+    // Times before the first frame are negative: rounded down, as the others are, not towards zero.
     const int64_t place = packet->dts >= 0 ? packet->dts / frameTicks : -((frameTicks - 1 - packet->dts) / frameTicks);
     const avTime dts = packet->dts == AV_NOPTS_VALUE ? NoTime : GetTime(place);
     times.erase(times.begin(), times.lower_bound(number - KEPT_TIMES));
+    // whatever the source's times are, no container takes a DTS above the PTS
     return DataPacketFF::Create(packet, MediaType::Video, result.pts, std::min(dts, result.pts), result.duration);
 }
 
@@ -174,11 +181,12 @@ avTime Encoder::GetTime(int64_t number) const
     const auto found = times.find(number);
     if (found != times.end())
         return found->second.pts;
+    // outside of what was sent frames are evenly spaced
     const auto& [nearest, known] = number < times.begin()->first ? *times.begin() : *times.rbegin();
     return AddTime(known.pts, av_rescale_q(number - nearest, av_inv_q(frameRate), {1, SECOND}));
 }
 
-/// An encoder that has seen frames starts afresh.
+/// An encoder that has seen frames starts afresh: few can be flushed.
 void Encoder::Reset()
 {
     if (frameCount)

@@ -63,7 +63,7 @@ private:
     void SetFields(AVFrame& record) const;
     FramePtr ToRecord(const Proc::IDataVideo& frame) const;
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);
-    /// The time of frame `number`, which may lie before the first or behind the last that was sent.
+    /// The time of frame `number`, which may lie before the first or after the last that was sent.
     avTime GetTime(int64_t number) const;
 
     struct Times
@@ -79,7 +79,7 @@ private:
     std::shared_ptr<const AVCodecParameters> parameters; // of the encoder of `setup`
     const SP<Core::IComputingResource> resource;
     const UseCallback onEnd;
-    std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped behind the delay
+    std::map<int64_t, Times> times; // of frames by number; those whose packets are out are dropped after the delay
     int64_t frameCount = 0;         // frames sent since the last reset
     unsigned long packetCount = 0;  // statistics
     long long encodeTime = 0;       // statistics, microseconds

@@ -53,6 +53,7 @@ const std::map<AVCodecID, const char*> ENCODERS = {
 /// libavcodec's numbers of these profiles are the codes that headers have for them.
 static_assert(AV_PROFILE_MPEG2_422 == 0 && AV_PROFILE_MPEG2_SIMPLE == 5 && AV_PROFILE_MPEG4_ADVANCED_SIMPLE == 15);
 
+/// The tables are in the order of libavcodec's numbers.
 int FindProfile(const std::vector<std::string>& profiles, const std::string& name)
 {
     const auto found = std::find(profiles.begin(), profiles.end(), name);
@@ -64,7 +65,8 @@ Core::Property GetNode(const Core::Property& tree, const std::string& tag)
     return tree.ChildExists(tag) && tree[tag].GetType() == Core::Property::TypeNode ? tree[tag] : Core::Property(tag);
 }
 
-/// A list of encoder's options "a=b:c" with its quantiser limited.
+/// A list of encoder's options "a=b:c" with its quantiser limited. A header tells the one that slices start from, often
+/// 26: it says nothing of the quality that they have, and at that one a seam is seen.
 std::string CapQuantiser(const std::string& list)
 {
     std::istringstream input(list);
@@ -126,6 +128,7 @@ std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& pictur
     return std::make_unique<EncoderSetup>(format, tree);
 }
 
+// An encoder of fields takes progressive pictures as well; one of frames would mingle the fields.
 bool EncoderSetup::KeepsFields(const AVFrame& picture) const
 {
     return !FFmpeg::IsInterlaced(picture) || !CodesFields() ||
@@ -171,9 +174,11 @@ CodecContextPtr EncoderSetup::Prepare() const
     SetFrameRate(*context, recode.ChildExists(IFormatCodecVideo::TAG_FPS) ? recode : source->GetProperties());
     SetFields(*context);
     context->bit_rate = std::max<int64_t>(GetNumber(recode, IFormatCodec::TAG_BITRATE, 0), 0);
+    // Closed, for nothing may refer to what another encoder made. BITEXACT keeps names and versions out of the stream.
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_CLOSED_GOP | AV_CODEC_FLAG_BITEXACT;
     context->gop_size = GROUP_SIZE;
-    // One more than a P frame's reordering is not needed, so two are never too many where the source reorders.
+    // However many B frames stand in a row, as long as none refers to another they take a depth of one picture: two are
+    // never too many where the source reorders.
     context->max_b_frames = GetNumber(recode, FormatTags::REORDER_DEPTH, 0) > 0 ? 2 : 0;
     context->thread_count = GetThreadCount();
     SetCodecOptions(*context);
@@ -189,6 +194,7 @@ void EncoderSetup::SetFields(AVCodecContext& context) const
 {
     const long long order = GetNumber(recode, FormatTags::FIELD_ORDER, AV_FIELD_UNKNOWN);
     context.field_order = IsInterlaced(order) ? static_cast<AVFieldOrder>(order) : AV_FIELD_PROGRESSIVE;
+    // for x264 the first flag means interlaced coding altogether
     if (IsInterlaced(order) && CodesFields())
         context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
 }
@@ -207,7 +213,7 @@ void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
     case AV_CODEC_ID_VP9:
         return SetupVPx(context);
     case AV_CODEC_ID_THEORA:
-        return SetConstantQuantiser(context, 8);
+        return SetConstantQuantiser(context, 8); // of 10, which is the best
     case AV_CODEC_ID_MPEG1VIDEO:
         SetOption(context, "sc_threshold", "1000000000");
         return SetConstantQuantiser(context, 2);
@@ -221,7 +227,7 @@ void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
 
 void EncoderSetup::SetupH264(AVCodecContext& context) const
 {
-    context.bit_rate = 0;
+    context.bit_rate = 0; // the quantiser decides
     context.level = static_cast<int>(GetNumber(recode, FormatTags::LEVEL, AV_LEVEL_UNKNOWN));
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(context.pix_fmt);
     const std::string profile = GetText(options, IFormatCodec::TAG_PROFILE);
@@ -232,13 +238,14 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
     if (profile == IFormatCodecVideo::TAG_X264_PROFILE_BASELINE)
         context.max_b_frames = 0;
     SetOption(context, "preset", "faster");
-    SetOption(context, "sc_threshold", "0");
+    SetOption(context, "sc_threshold", "0"); // off: changes of scene would start groups of their own
     // The header tells readers how deep pictures are reordered, and those of Matroska derive decoding times from that:
     // a group that opens the file must not promise less than what follows it needs.
     const bool deep = context.max_b_frames > 1 && GetNumber(recode, FormatTags::REORDER_DEPTH, 0) > 1;
     SetOption(context, "b-pyramid", deep ? "normal" : "none");
     SetOption(context, "qp", std::to_string(COARSEST_QP));
     const std::string special = GetText(options, IFormatCodecVideo::TAG_FF_SPECIAL_OPTS);
+    // what the source's header asks for, as "x264opts;name=value:name=value"
     const size_t separator = special.find(';');
     if (separator != std::string::npos)
         SetOption(context, special.substr(0, separator).c_str(), CapQuantiser(special.substr(separator + 1)));
@@ -247,6 +254,7 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
 void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
 {
     context.profile = FindProfile(CodecParsers::GetMPEG2Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
+    // a profile needs a level beside it: main level, code 8, where the header tells none
     context.level = context.profile == AV_PROFILE_UNKNOWN
                         ? AV_LEVEL_UNKNOWN
                         : static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, 8));
@@ -281,9 +289,10 @@ void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
 
 void EncoderSetup::SetupVPx(AVCodecContext& context) const
 {
+    // No looking ahead, and no hidden pictures: there is to be one packet for each frame.
     context.max_b_frames = 0;
     const bool vp9 = codec->id == AV_CODEC_ID_VP9;
-    // VP9 takes 0 as constant quality; VP8 needs room for it.
+    // VP9 takes 0 as constant quality; VP8 needs room for it: a bit for each pixel.
     const AVRational rate = context.framerate;
     context.bit_rate = vp9 ? 0 : av_rescale(static_cast<int64_t>(context.width) * context.height, rate.num, rate.den);
     SetOption(context, "crf", vp9 ? "20" : "10");

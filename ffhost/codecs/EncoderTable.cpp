@@ -7,8 +7,12 @@ namespace Tessor::Host
 
 const EncoderRow& FindEncoder(const std::string& name)
 {
+    // those of x264, which x265 took over
     static const std::vector<std::string> presets = {"ultrafast", "superfast", "veryfast", "faster",   "fast",
                                                      "medium",    "slow",      "slower",   "veryslow", "placebo"};
+    // Quantisers go from 1, the finest, to 31, but Theora's from 0 to 10, the finest. x265 writes to standard error
+    // itself. What VP8 spends goes up to its bit rate only. By their own defaults libvpx and libaom take many times as
+    // long. Sound has the rates that music is usually given; the highest ones are those of the formats.
     static const std::vector<EncoderRow> rows = {
         {.name = "libx264", .worstCrf = 51, .fields = true, .wholeChroma = true, .presets = presets},
         {.name = "libx265",
@@ -44,6 +48,7 @@ const EncoderRow& FindEncoder(const std::string& name)
 
 const ContainerRow* FindContainer(const std::string& muxer)
 {
+    // libavformat's own choices depend on what it was built with, and few players have some of them.
     static const std::vector<ContainerRow> rows = {
         {"mp4", "libx264", "aac"},
         {"mov", "libx264", "aac"},

@@ -16,6 +16,7 @@ namespace
 
 constexpr AVRational MICROSECONDS = {1, SECOND};
 
+/// With libavcodec's padding, which its bit readers read.
 void SetExtradata(AVCodecContext& context, const IBlob& extradata)
 {
     context.extradata = static_cast<uint8_t*>(av_mallocz(extradata.Size() + AV_INPUT_BUFFER_PADDING_SIZE));
@@ -44,6 +45,8 @@ void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
     opening->pkt_timebase = MICROSECONDS;
     opening->thread_count = GetThreadCount();
     const SP<const IBlob> extradata = format->GetExtradata();
+    // For ADTS the demuxer has the head of the first frame as header; the decoder wants an AudioSpecificConfig, or
+    // nothing, and then reads the heads of the packets.
     const bool frames = extradata && codec->id == AV_CODEC_ID_AAC &&
                         Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size());
     if (extradata && extradata->Size() && !frames)
@@ -73,7 +76,7 @@ void PacketDecoder::Close()
 
 void PacketDecoder::Send(const AVPacket* packet)
 {
-    // Without bytes it would count as the end.
+    // Without bytes libavcodec would take it for the end.
     if (packet && packet->size == 0)
         return;
     draining = !packet;
@@ -95,7 +98,7 @@ const AVFrame* PacketDecoder::Receive()
             ++damagedCount;
         if (result >= 0)
             return frame.get();
-        // While draining a failure belongs to one frame: others follow.
+        // While draining a failure belongs to one frame, and others follow. Otherwise the packet has been used up.
         if (!draining)
             return nullptr;
     }

@@ -19,7 +19,7 @@ public:
     /// Opens with the format's extradata, times in microseconds and all cores; `prepare` sets what its kind of track
     /// needs besides. Throws FilterException.
     void Open(const std::function<void(AVCodecContext&)>& prepare);
-    /// Starts afresh, as behind a seek. Allowed when closed.
+    /// Starts afresh, as after a seek. Allowed when closed.
     void Flush();
     void Close();
 

@@ -9,6 +9,7 @@ namespace Tessor::Host
 AVPacket* PacketEncoder::Receive(const std::function<void()>& feed)
 {
     AVPacket* packet = av_packet_alloc();
+    // frees what `packet` points to: nothing any more where it is handed out
     const std::unique_ptr<AVPacket*, void (*)(AVPacket**)> guard(&packet, av_packet_free);
     if (!packet)
         throw std::bad_alloc();

@@ -14,7 +14,8 @@ using Conf::IFormatCodecVideo;
 namespace
 {
 
-/// Whether pictures of the codec say themselves that they are interlaced, or libavcodec says so for them.
+/// Whether pictures of the codec say themselves that they are interlaced, or libavcodec says so for them: what is
+/// not called interlaced there is progressive.
 bool TellsFields(AVCodecID codec)
 {
     constexpr AVCodecID known[] = {AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_H264,  AV_CODEC_ID_HEVC, AV_CODEC_ID_MPEG4,

@@ -8,7 +8,7 @@ namespace Tessor::Host
 /// What a format's tree says of all pictures of its stream beside their size: sample aspect, colours, fields.
 ///
 /// A decoded picture says the same things of itself, and who works on pictures shall not have to ask both. Where the
-/// two differ behind a decoder:
+/// two differ after a decoder:
 ///  - the aspect is the container's where that tells one, as FFmpeg's programs have it;
 ///  - the fields are the container's where the codec has no word for them;
 ///  - all else is the picture's, also size and pixel format, for a stream may change in the middle; what it leaves

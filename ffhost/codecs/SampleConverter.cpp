@@ -76,6 +76,7 @@ FramePtr SampleConverter::Convert(const AVFrame& frame)
     result->format = static_cast<int>(output.GetFormat().format);
     result->sample_rate = output.GetSampleRate();
     result->ch_layout = ToLayout(output.GetChannelLayout());
+    // an upper bound; a buffer needs room for one sample at least
     result->nb_samples = std::max(swr_get_out_samples(context.get(), frame.nb_samples), 1);
     if (av_frame_get_buffer(result.get(), 0) < 0)
         throw std::bad_alloc();

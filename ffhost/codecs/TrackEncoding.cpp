@@ -22,6 +22,7 @@ using namespace Proc;
 namespace
 {
 
+/// Of the terms of a rate of frames, and the least ticks of a second.
 constexpr int HIGHEST_RATE = 1000000, FINE_TICKS = 10000;
 
 Container FindContainerOf(const std::string& path)
@@ -99,6 +100,7 @@ bool IsListed(const T* list, T end, T wanted)
     return *list == wanted;
 }
 
+/// The rate itself, or the next one above, which loses nothing; where there is none the highest.
 int FitRate(const AVCodec& codec, int rate)
 {
     // Containers count its delay in this one, whatever the encoder takes.
@@ -123,6 +125,7 @@ Conf::SampleFormats FitFormat(const AVCodec& codec, Conf::SampleFormats format)
     const AVSampleFormat* known = FFmpeg::ListSampleFormats(codec);
     if (!known)
         return format;
+    // its own, also as planes, then float, which holds integers of 24 bits, then integers of 32
     const SampleFormats wanted[] = {format,
                                     Conf::SampleFormatDescription::Find(format).planarCounterpart,
                                     SampleFormats::FloatP,
@@ -147,13 +150,14 @@ Conf::ChannelLayout FitLayout(const AVCodec& codec, Conf::ChannelLayout layout)
     {
         const Conf::ChannelLayout candidate = Conf::FromFFChannelMask(known->u.mask, known->nb_channels);
         if (Conf::ToFFChannelMask(candidate) != known->u.mask)
-            continue;
+            continue; // one of those that we have no number for
         if (candidate == layout)
             return layout;
         const int channels = Conf::GetChannelCount(candidate);
         if (channels <= Conf::GetChannelCount(layout) && channels > Conf::GetChannelCount(best))
             best = candidate;
     }
+    // stereo where the sound has fewer channels than the encoder takes
     return best != Conf::ChannelLayout::None ? best : Conf::ChannelLayout::Stereo;
 }
 
@@ -236,6 +240,7 @@ Conf::FrameInfo FitSize(const std::string& encoder, PixFmt format, Conf::FrameIn
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
     if (!description || !FindEncoder(encoder).wholeChroma)
         return size;
+    // rounded down: a column that was made up would be seen at the edge
     const int across = 1 << description->log2_chroma_w, down = 1 << description->log2_chroma_h;
     size.width = std::max(size.width / across * across, across);
     size.height = std::max(size.height / down * down, down);
@@ -257,7 +262,7 @@ SP<TrackEncoder> CreateTrackEncoder(const SP<IStreamVideo>& source, const Encode
                                                                          ? Conf::IFormatCodecVideo::CODEC_ID_H265
                                                                          : avcodec_get_name(id));
     changes.SetChildT<long long>(FormatTags::CODEC_ID, id);
-    changes.SetChildT<std::string>(FormatTags::REFUSE_RECODE, "");
+    changes.SetChildT<std::string>(FormatTags::REFUSE_RECODE, ""); // that was about the source's header
     return Encoder::Create(source, std::make_unique<TrackVideoSetup>(source->GetFormatCodec(), options), changes);
 }
 
