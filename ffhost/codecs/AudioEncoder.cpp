@@ -44,6 +44,7 @@ void AudioEncoder::Deleter::operator()(AVAudioFifo* fifo) const
     av_audio_fifo_free(fifo);
 }
 
+// Opened at once: a muxer asks for header and delay before the first packet.
 AudioEncoder::AudioEncoder(const SP<IStreamAudio>& source, const EncoderOptions& options)
     : PassThrough(source, "AudioEncoder"), options(options), info(source->GetFormatCodec()->GetSampleInfo()),
       codec(Open()), frameSize(codec.GetContext()->frame_size), parameters(MakeParameters(*codec.GetContext())),
@@ -102,7 +103,7 @@ void AudioEncoder::SendNextFrame()
     Collect(std::max(frameSize, 1));
     const int held = av_audio_fifo_size(fifo.get());
     if (held == 0)
-        return codec.Send(nullptr);
+        return codec.Send(nullptr); // the end
     const AVCodecContext& context = *codec.GetContext();
     const FramePtr frame(av_frame_alloc());
     if (!frame)

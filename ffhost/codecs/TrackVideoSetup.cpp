@@ -70,6 +70,7 @@ void TrackVideoSetup::SetFields(AVCodecContext& context) const
 
 void TrackVideoSetup::SetQuality(AVCodecContext& context) const
 {
+    // A bit rate or a quality that was asked for leaves no room for the usual one; a preset goes with either.
     const EncoderRow& row = FindEncoder(options.name);
     for (const auto& [option, value] : row.options)
         SetOption(context, option, value);
