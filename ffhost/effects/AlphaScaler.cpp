@@ -19,7 +19,7 @@ namespace
 constexpr AVPixelFormat gray = AV_PIX_FMT_GRAY16;
 
 /// How values of a depth and their products with alpha fit into 15 bits: a bicubic filter overshoots at edges, and
-/// alpha that were cut there would no longer fit its colours.
+/// alpha that were cut there would no longer fit its colours. The sixteenth bit is for that.
 struct Depth
 {
     unsigned most;  ///< the largest value
@@ -28,7 +28,7 @@ struct Depth
     explicit Depth(int bits) : most((1U << bits) - 1), shift(static_cast<unsigned>(std::max(2 * bits - 15, 0))) {}
     uint16_t Multiply(unsigned value, unsigned alpha) const
     {
-        // 16 bits times 16 bits fill 32
+        // 16 bits times 16 bits fill 32, so that no wider type is needed
         return static_cast<uint16_t>((value * alpha) >> shift);
     }
     /// The value whose product with alpha that is.
@@ -37,6 +37,7 @@ struct Depth
         const uint64_t scaled = static_cast<uint64_t>(product) * most + weight / 2;
         return static_cast<unsigned>(std::min<uint64_t>(scaled / weight, most));
     }
+    /// The alpha of a weight, which is its product with the largest value; beyond that where the filter overshot.
     unsigned GetAlpha(unsigned weight) const
     {
         const unsigned whole = Multiply(most, most);
@@ -55,6 +56,7 @@ void FillWeights(const ComponentPlane& alpha, const Depth& depth, AVFrame& weigh
     for (int y = 0; y < out.height; ++y)
         for (int x = 0; x < out.width; ++x)
         {
+            // at an odd edge fewer pixels share a sample
             const int right = std::min((x + 1) * blockWidth, alpha.width);
             const int bottom = std::min((y + 1) * blockHeight, alpha.height);
             unsigned sum = 0, count = 0;
@@ -65,6 +67,7 @@ void FillWeights(const ComponentPlane& alpha, const Depth& depth, AVFrame& weigh
         }
 }
 
+/// By alpha as the weights have it: for chroma that is the mean of its pixels, which the way back divides by as well.
 template <class T>
 void FillProducts(const ComponentPlane& values, const AVFrame& weights, const Depth& depth, AVFrame& products)
 {
@@ -148,6 +151,7 @@ void AlphaScaler::ScaleComponents(const AVFrame& from, AVFrame& to)
     for (int i = 0; i < alphaIndex; ++i)
     {
         const ComponentPlane source = ComponentPlane::Of(from, i), target = ComponentPlane::Of(to, i);
+        // Components of one size share their weights, which the first of them makes.
         const bool sub = source.width != from.width || source.height != from.height;
         Grid& grid = sub ? chroma : luma;
         if (!weights || weights->width != source.width || weights->height != source.height)
@@ -158,10 +162,11 @@ void AlphaScaler::ScaleComponents(const AVFrame& from, AVFrame& to)
         }
         const FramePtr products = grid.sourcePool.Get(gray, source.width, source.height);
         FillProducts<T>(source, *weights, depth, *products);
+        // what nobody sees is black, as far as one component can be: differences of colour are 0 in the middle
         const bool difference = i > 0 && !(description->flags & AV_PIX_FMT_FLAG_RGB);
         StoreColors<T>(*grid.Scale(*products, target.width, target.height), *scaledWeights, depth,
                        difference ? depth.most / 2 + 1 : 0, target);
-        if (i == 0)
+        if (i == 0) // of the same size as alpha in all formats
             StoreAlpha<T>(*scaledWeights, depth, ComponentPlane::Of(to, alphaIndex));
     }
 }

@@ -30,6 +30,7 @@ Core::Property AudioFormatter::GetSettings() const
 
 void AudioFormatter::Push(SP<IDataAudio>& block)
 {
+    // Taken from the caller, so that a block which nobody else holds can pass uncopied.
     const SP<IDataAudio> taken = std::move(block);
     block.reset();
     if (!taken || taken->GetSampleCount() == 0)
@@ -51,6 +52,7 @@ SP<IDataAudio> AudioFormatter::Get(avTime duration, bool flush)
         return nullptr;
     askedTime = AddTime(askedTime, duration);
     const SP<IDataAudio> result = Take(static_cast<int>(std::min(held, length)));
+    // what this block is short of is not owed: the next one begins a row of its own
     if (held < length)
         StartGrid();
     return result;
@@ -70,6 +72,7 @@ void AudioFormatter::Convert(const Conf::SampleInfo& format)
     const auto fits = [&](const SP<IDataAudio>& block) { return block->GetSampleInfo() == format; };
     if (std::all_of(blocks.begin(), blocks.end(), fits))
         return;
+    // A run of one format at a time, each by a conversion of its own. The null block drains it.
     std::deque<SP<IDataAudio>> converted;
     while (!blocks.empty())
     {
@@ -98,6 +101,7 @@ long long AudioFormatter::CountHeld() const
 
 long long AudioFormatter::FindLength(avTime duration) const
 {
+    // Rounded once from the start of the grid, so that blocks of 1/25 s at 44100 Hz and their kin never drift.
     const long long end = Duration2SampleCount(AddTime(askedTime, duration), blocks.front()->GetSampleRate());
     // No duration is too short for a sample, and no block longer than can be counted.
     return std::clamp<long long>(end - givenCount, 1, std::numeric_limits<int>::max());
@@ -107,6 +111,7 @@ SP<IDataAudio> AudioFormatter::Take(int count)
 {
     const SP<IDataAudio> result = Gather(count);
     givenCount += count;
+    // no time at all where neither blocks nor a reset had one
     result->SetPTS(time.GetTime());
     time.AddSamples(result->GetSampleRate(), static_cast<unsigned long long>(count));
     if (time.isInit())
@@ -120,6 +125,7 @@ SP<IDataAudio> AudioFormatter::Gather(int count)
     if (firstUsed == 0 && first->GetSampleCount() == count)
     {
         blocks.pop_front();
+        // it is about to be stamped, which another holder must not see
         return first->GetRefCount() > 1 ? first->Clone(0) : first;
     }
     const SP<DataAudioFF> result = DataAudioFF::CreateBySampleCount(first->GetSampleInfo(), count);

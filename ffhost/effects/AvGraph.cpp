@@ -32,6 +32,7 @@ bool IsKnown(AVRational ratio)
     return ratio.num > 0 && ratio.den > 0;
 }
 
+/// Unknown ratios are alike, however they are written.
 bool AreEqual(AVRational a, AVRational b)
 {
     return IsKnown(a) == IsKnown(b) && (!IsKnown(a) || av_cmp_q(a, b) == 0);
@@ -47,7 +48,8 @@ void Require(const std::string& chain, Step step)
         Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\": " + capture.GetText(result));
 }
 
-/// What a filter can switch off while it runs, it makes of one frame at the same time; few filters are beside that.
+/// A filter that can be switched off while it runs (timeline support) makes one frame of each, at its time: otherwise
+/// there would be a jump. Four of those don't; of the filters without that support the ones that people use are listed.
 bool KeepsTimes(const AVFilter& filter)
 {
     const std::string name = filter.name;
@@ -125,6 +127,7 @@ AvGraph::AvGraph(const std::string& chain, const GraphFormat& input)
       // Some filters of sound count their times in samples without a look at the base.
       inputBase(input.type == AVMEDIA_TYPE_AUDIO ? AVRational{1, input.sampleRate} : microseconds)
 {
+    // the source's failure is the format's, and is told with the chain's name
     Require(chain, [&] { return (source = MakeSource()) ? 0 : AVERROR(EINVAL); });
     sink = MakeSink();
     Configure(chain);
@@ -134,6 +137,7 @@ AvGraph::~AvGraph() = default;
 
 bool AvGraph::KeepsTimes(const std::string& chain)
 {
+    // Parsed, and not configured: that takes an input.
     const GraphPtr scratch(Allocated(avfilter_graph_alloc()));
     Ends ends;
     Require(chain, [&] { return avfilter_graph_parse2(scratch.get(), chain.c_str(), &ends.inputs, &ends.outputs); });
@@ -196,6 +200,7 @@ void AvGraph::CheckEnds(const Ends& ends) const
 
 void AvGraph::Configure(const std::string& chain)
 {
+    // This way of parsing leaves the ends open, so that they can be judged before anything is linked.
     Ends ends;
     Require(chain, [&] { return avfilter_graph_parse2(graph.get(), chain.c_str(), &ends.inputs, &ends.outputs); });
     CheckEnds(ends);
@@ -208,6 +213,7 @@ void AvGraph::Configure(const std::string& chain)
 
 void AvGraph::Push(FramePtr frame)
 {
+    // Filters that make frames of a rate of their own go on up to the time that the end has.
     if (!frame)
         return Require("", [&] { return av_buffersrc_close(source, end, 0); });
     const auto rescale = [&](int64_t time) { return av_rescale_q(time, microseconds, inputBase); };
@@ -243,10 +249,11 @@ void AvGraph::SetTimes(AVFrame& frame) const
     const bool retimed = IsKnown(rate) && !AreEqual(rate, input.frameRate);
     if (frame.pts == AV_NOPTS_VALUE)
         return;
-    const int64_t start = frame.pts;
+    const int64_t start = frame.pts; // in the base that the chain has come to
     frame.pts = av_rescale_q(start, base, microseconds);
     if (retimed)
     {
+        // Where a frame lasts whole ticks its end is rounded as the start of the next one will be, so that they abut.
         const int64_t length = av_rescale_q(1, av_inv_q(rate), base);
         const bool onGrid = length > 0 && av_compare_ts(length, base, 1, av_inv_q(rate)) == 0;
         FFmpeg::DurationOf(frame) = onGrid ? av_rescale_q(start + length, base, microseconds) - frame.pts

@@ -42,7 +42,7 @@ public:
     /// that exist, with values that they take. Whether they take an input is not known before there is one.
     static bool KeepsTimes(const std::string& chain);
 
-    /// A null frame is the end: behind it the chain gives what it still holds.
+    /// A null frame is the end: after it the chain gives what it still holds.
     void Push(FramePtr frame);
     /// The next frame out, null where the chain wants more first.
     FramePtr Pull();

@@ -22,7 +22,8 @@ SP<DataAudioFF> BlockPool::Get(const Conf::SampleInfo& info, int count)
     const size_t wanted = Proc::GetAudioSize(info, count);
     if (!pool || wanted > size || wanted < size / 2)
     {
-        // lengths of blocks vary by a few samples
+        // Lengths of blocks vary by a few samples, and a pool has buffers of one size. Blocks in use keep the old
+        // pool's memory alive.
         size = wanted + wanted / 8;
         pool.reset(av_buffer_pool_init(size, nullptr));
     }

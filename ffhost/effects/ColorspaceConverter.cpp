@@ -100,6 +100,7 @@ PixFmt ColorspaceConverter::Choose(PixFmt source) const
     const std::vector<PixFmt>& accepted = settings.formats;
     if (accepted.empty() || std::find(accepted.begin(), accepted.end(), source) != accepted.end())
         return source;
+    // Alpha comes before all else: libavcodec weighs it as one loss among others.
     const bool alpha = HasAlpha(source) && std::any_of(accepted.begin(), accepted.end(), HasAlpha);
     std::vector<PixFmt> candidates, alike; // alike: of the source's depth
     for (const PixFmt format : accepted)

@@ -29,7 +29,8 @@ void Deinterlacer::ProcessItem(SP<Proc::IDataVideo>& frame)
     twin->repeat_pict = 0; // repeated fields would tell the filter to leave the frame before alone
     runner.Push(std::move(record));
     runner.Push(std::move(twin));
-    // What comes out before is the twin of the frame before.
+    // The filter gives a frame once the next one has come: for the record the twin of the frame before, which nobody
+    // wants, and for its twin the record. The first record of a chain gives nothing.
     FramePtr last;
     while (FramePtr next = runner.Pull())
         last = std::move(next);

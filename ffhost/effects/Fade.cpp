@@ -25,9 +25,10 @@ using namespace Proc;
 namespace
 {
 
-constexpr int level_bits = 16;
+constexpr int level_bits = 16; // after the point: 8-bit values times that stay within 32 bits
 
-/// Distances from black are scaled.
+/// Distances from black are scaled, rounded to nearest on both sides of it: the shift rounds down, and half a step is
+/// added before. Samples of 16 bits need more than 32 for their products.
 template <class T>
 void FadePlane(const ComponentPlane& plane, int black, double level)
 {
@@ -47,6 +48,8 @@ void FadePlane(const ComponentPlane& plane, int black, double level)
     }
 }
 
+/// 16 of 8 bits in limited range, as the standards of video have it (ITU-R BT.601), with the chroma in the middle. Grey
+/// that tells no range has all of it, as libswscale takes it.
 int FindBlack(const AVFrame& picture, const AVPixFmtDescriptor& description, int component)
 {
     if (description.flags & AV_PIX_FMT_FLAG_RGB)
@@ -71,6 +74,7 @@ public:
     LevelClock(std::function<double(avTime)> levelAt, long long sample, int rate)
         : levelAt(std::move(levelAt)), rate(rate)
     {
+        // Whole seconds are split off, rounded down, so that no product with SECOND leaves 64 bits.
         const long long second = sample / rate - (sample % rate < 0 ? 1 : 0);
         start = av_rescale(second, SECOND, 1); // NoTime where that is no time any more
         inSecond = sample - second * rate;
@@ -186,6 +190,7 @@ void FadeAudio::ProcessItem(SP<IDataAudio>& block)
     nextSample = first + block->GetSampleCount();
     const avTime end = AddTime(block->GetPTS(), SampleCount2Duration(block->GetSampleCount(), rate));
     const auto levelAt = [this](avTime time) { return GetFadeLevel(settings.direction, range, time); };
+    // Full level at the start tells of the whole block only where no sample of it lies in the range.
     const bool outside = end <= range.begin || block->GetPTS() > range.end;
     if (outside && levelAt(block->GetPTS()) == 1.0)
         return;

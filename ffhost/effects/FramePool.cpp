@@ -15,7 +15,7 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr int alignment = 64;
+constexpr int alignment = 64; // of the widest vectors
 // Some of libswscale's loops work on whole vectors past the last row.
 constexpr size_t tail = 64;
 
@@ -51,6 +51,7 @@ void FramePool::Adapt(const AVFrame& frame)
     int lines[4] = {};
     size_t sizes[4] = {};
     pool.reset();
+    // Checked by libavutil before anything is multiplied: sizes come from files.
     bool valid = av_image_check_size2(static_cast<unsigned>(frame.width), static_cast<unsigned>(frame.height),
                                       INT64_MAX, pixels, 0, nullptr) >= 0 &&
                  av_image_fill_linesizes(lines, pixels, frame.width) >= 0;

@@ -18,7 +18,7 @@ FramePtr FrameSpacer::Exchange(FramePtr next)
     if (!frame)
         return nullptr;
     const bool timed = waiting && waiting->pts != AV_NOPTS_VALUE && frame->pts != AV_NOPTS_VALUE;
-    // Frames that run back in time are left to themselves.
+    // Frames that run back in time are left to themselves, and tell nothing for the last one.
     if (timed && waiting->pts > frame->pts)
     {
         found = waiting->pts - frame->pts;

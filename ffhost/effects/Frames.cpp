@@ -42,6 +42,7 @@ FramePtr CopyFrame(const IDataVideo& frame)
     return copy;
 }
 
+/// The record's buffer holds the block, and lets go of it when the last reader does.
 void ReleaseBlock(void* block, uint8_t*)
 {
     delete static_cast<SP<IDataAudio>*>(block);
@@ -77,8 +78,9 @@ FramePtr ShareSamples(const SP<IDataAudio>& block)
     frame->nb_samples = audio.sampleCount;
     av_channel_layout_from_mask(&frame->ch_layout, ToFFChannelMask(audio.sampleInfo.GetChannelLayout()));
     const Planes planes = GetPlanes(audio);
-    std::copy(planes.begin(), planes.end(), frame->data);
+    std::copy(planes.begin(), planes.end(), frame->data); // no layout has more channels than that has places
     frame->linesize[0] = static_cast<int>(audio.linesize);
+    // Read-only, so that filters which write take a copy first.
     auto holder = std::make_unique<SP<IDataAudio>>(block);
     frame->buf[0] = av_buffer_create(audio.data, audio.linesize * planes.size(), ReleaseBlock, holder.get(),
                                      AV_BUFFER_FLAG_READONLY);
@@ -92,6 +94,7 @@ FramePtr ShareSamples(const SP<IDataAudio>& block)
 
 SP<IDataVideo> WrapFrame(FramePtr frame)
 {
+    // read first: the item takes the record, also where it throws
     const avTime pts = frame->pts, duration = FFmpeg::DurationOf(*frame);
     try
     {
@@ -137,6 +140,7 @@ SP<IDataAudio> JoinSamples(const std::vector<FramePtr>& frames)
 
 AVFrame& MakeWritable(SP<IDataVideo>& frame)
 {
+    // The item may be held elsewhere, and apart from that its picture may be shared by other items.
     auto* record = dynamic_cast<DataVideoFF*>(frame.get());
     if (!record || frame->GetRefCount() > 1)
     {

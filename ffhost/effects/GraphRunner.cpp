@@ -17,9 +17,10 @@ using Conf::IFormatCodecVideo;
 namespace
 {
 
-/// Of frames that nobody takes.
+/// Of frames that nobody takes: a chain that makes more than it is given would fill the memory.
 constexpr size_t most_waiting = 128;
 
+/// Of no type where the format says too little to build a chain on.
 GraphFormat ToGraphFormat(const IFormatCodecVideo& format)
 {
     const Conf::FrameInfo info = format.GetFrameInfo();
@@ -42,6 +43,7 @@ GraphFormat ToGraphFormat(const IFormatCodecVideo& format)
 
 void SetFormat(IFormatCodecVideo& format, const GraphFormat& output)
 {
+    // libavfilter's 0:1 is an unknown aspect; formats have square pixels then
     const auto positive = [](int value, int unset) { return static_cast<unsigned>(value > 0 ? value : unset); };
     format.InitByPixelAspect(positive(output.width, 0), positive(output.height, 0), positive(output.aspect.num, 1),
                              positive(output.aspect.den, 1));
@@ -70,6 +72,7 @@ void SetFormat(IFormatCodecAudio& format, const GraphFormat& output)
                          Conf::FromFFChannelMask(output.channelMask, __builtin_popcountll(output.channelMask))));
 }
 
+/// By a chain that is built for this and thrown away: what filters make of a format nobody else knows.
 template <class Format>
 void Update(const std::string& chain, Format& format)
 {
@@ -84,6 +87,7 @@ void GraphRunner::SetChain(const std::string& newChain)
 {
     if (newChain == chain)
         return;
+    // throws for what is no chain, before anything is changed
     const bool keeps = newChain.empty() || AvGraph::KeepsTimes(newChain);
     Finish();
     chain = newChain;
@@ -121,6 +125,8 @@ void GraphRunner::Process(SP<IDataVideo>& frame)
         frame = WrapFrame(std::move(next));
 }
 
+// What earlier frames have come to is taken out before the next one goes in: inside of the chain it would pile up
+// uncounted. At the end it is left to be pulled.
 void GraphRunner::KeepSurplus()
 {
     while (FramePtr surplus = Pull())
@@ -138,10 +144,11 @@ void GraphRunner::Process(SP<IDataAudio>& block)
     std::vector<FramePtr> parts;
     for (;;)
     {
-        FramePtr next = ready.empty() ? Pull() : std::move(ready.front());
+        FramePtr next = ready.empty() ? Pull() : std::move(ready.front()); // of sound one waits at most
         ready.clear();
         if (!next)
             break;
+        // a block has one format, and what is too much for one comes with the next
         if (parts.size() == most_waiting || (!parts.empty() && GetSampleInfo(*parts[0]) != GetSampleInfo(*next)))
         {
             ready.push_back(std::move(next));
@@ -175,6 +182,7 @@ void GraphRunner::Push(FramePtr frame)
 {
     if (!frame)
         return Finish();
+    // No filter is told of a change in mid-stream: a new chain takes over, and the old one gives what it holds first.
     const GraphFormat format = GraphFormat::Of(*frame);
     if (!format.Fits(input))
         Finish();
@@ -193,7 +201,7 @@ FramePtr GraphRunner::Pull()
             return frame;
         if (open && graphs.size() == 1)
             break;
-        graphs.pop_front();
+        graphs.pop_front(); // told the end, and empty now
     }
     return nullptr;
 }
@@ -205,6 +213,7 @@ void GraphRunner::Finish()
     open = false;
 }
 
+// The filter at the end makes libavfilter convert, where the chain's own filters have come to another format.
 std::string GraphRunner::GetWholeChain(const GraphFormat& format) const
 {
     if (!keepsPixels || format.type != AVMEDIA_TYPE_VIDEO)

@@ -61,7 +61,7 @@ private:
     bool keepsTimes = true; // the chain does
     bool keepsPixels = false;
     // Those before the last have been told the end and are still to be pulled. Empty before the first item and when all
-    // has come out behind the end.
+    // has come out after the end.
     std::deque<std::unique_ptr<AvGraph>> graphs;
     bool open = false;          // the last one takes more frames
     GraphFormat input;          // of the last one

@@ -21,6 +21,7 @@ const AVPixFmtDescriptor& GetDescription(const AVFrame& picture)
     return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(picture.format));
 }
 
+/// libavutil paints black opaque.
 void ClearAlpha(const AVFrame& picture)
 {
     const AVPixFmtDescriptor& description = GetDescription(picture);
@@ -60,6 +61,7 @@ FramePtr ViewPicture(const AVFrame& picture, const PictureRect& part)
     view->crop_top = static_cast<size_t>(part.y);
     view->crop_right = static_cast<size_t>(picture.width - part.x - part.width);
     view->crop_bottom = static_cast<size_t>(picture.height - part.y - part.height);
+    // unaligned: the part begins where it is asked for, not at the next place that vectors like
     if (av_frame_apply_cropping(view.get(), AV_FRAME_CROP_UNALIGNED) < 0)
         Throw<Proc::EffectException>(TESSOR_HERE, "Can't crop a picture");
     return view;
@@ -78,6 +80,7 @@ ComponentPlane ComponentPlane::Of(const AVFrame& picture, int component)
 {
     const AVPixFmtDescriptor& description = GetDescription(picture);
     const AVComponentDescriptor& place = description.comp[component];
+    // the second component of grey with alpha is that, and RGB shares no samples
     const bool chroma = (component == 1 || component == 2) && !(description.flags & AV_PIX_FMT_FLAG_RGB) &&
                         description.nb_components >= 3;
     return {picture.data[place.plane] + place.offset, picture.linesize[place.plane], place.step,

@@ -13,6 +13,7 @@ namespace Tessor::Host
 
 const Proc::SettingsColorspaceConverter& GetPlainFormats()
 {
+    // Asked once: what libswscale can do does not change.
     static const Proc::SettingsColorspaceConverter settings = []
     {
         std::vector<PixFmt> formats;

@@ -69,6 +69,7 @@ void Resampler::UpdateFormat(SP<Conf::IFormatCodecAudio>& format)
 void Resampler::Init(const SampleInfo& output)
 {
     settings.rate = std::max(output.GetSampleRate(), 0);
+    // the settings' numbers have "as the source" in front
     settings.format = static_cast<ResampleOutput::Format>(static_cast<int>(output.GetFormat().format) + 1);
     settings.layout = output.GetChannelLayout();
 }
@@ -97,7 +98,7 @@ void Resampler::ProcessItem(SP<IDataAudio>& block)
     {
         tail = Drain();
         if (output != target)
-            tail.reset();
+            tail.reset(); // no block can hold both
     }
     if (block->GetSampleCount() == 0)
         block = tail;
@@ -107,6 +108,8 @@ void Resampler::ProcessItem(SP<IDataAudio>& block)
     {
         if (!context)
             Open(input, output);
+        // What comes out first was held, and lies that long before the block. The base of the delay is microseconds
+        // here.
         const avTime held = swr_get_delay(context.get(), SECOND);
         const avTime claimed = SubTime(block->GetPTS(), held);
         block = Join(tail, Convert(block->GetConstAudioRef()));
@@ -149,7 +152,8 @@ void Resampler::Open(const SampleInfo& input, const SampleInfo& output)
     target = output;
 }
 
-/// Null where the conversion needs more for a sample. An empty view drains.
+/// Null where the conversion needs more for a sample. An empty view drains: libswresample then invents what its filter
+/// wants after the last sample.
 SP<IDataAudio> Resampler::Convert(const AudioRef& input)
 {
     int room = swr_get_out_samples(context.get(), input.sampleCount);

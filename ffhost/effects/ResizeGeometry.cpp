@@ -11,14 +11,15 @@ using Modes = Proc::SettingsResizer::CustomModes;
 namespace
 {
 
-constexpr int longest_side = 16384;
+constexpr int longest_side = 16384; // as far as the settings go
 
 int Round(double length)
 {
     return static_cast<int>(std::clamp(std::round(length), 1.0, static_cast<double>(longest_side)));
 }
 
-/// The part of `whole` that is `wanted` long, in the middle and on the grid.
+/// The part of `whole` that is `wanted` long, in the middle and on the grid. What would be all of it but for the
+/// rounding is all of it, for a bar of one row would only be seen as a fault.
 void Center(double wanted, int whole, int grid, int& start, int& length)
 {
     const int steps = Round(wanted / grid) * grid;
@@ -57,6 +58,8 @@ ResizeGeometry ResizeGeometry::Find(const Proc::SettingsResizer& settings, const
     if (result.output == source || settings.mode == Modes::Exact || settings.width == 0 || settings.height == 0)
         return result;
     const double wanted = static_cast<double>(result.output.width) / result.output.height;
+    // Fit leaves bars in the output, Fill leaves out edges of the source. In either case one side of that rectangle
+    // gets shorter, by the ratio of the two shapes.
     PictureRect& part = settings.mode == Modes::Fit ? result.to : result.from;
     const PictureRect whole = part;
     const bool narrow = (settings.mode == Modes::Fit) == (shape < wanted);

@@ -91,6 +91,7 @@ void Resizer::ProcessItem(SP<IDataVideo>& frame)
     const ResizeGeometry geometry = FindGeometry(settings, info, frame->GetPixFmt());
     if (geometry.output == info)
         return;
+    // Otherwise only the shape of a pixel changes, which the record tells.
     if (IsRedrawn(geometry, info))
     {
         plain.Process(frame);
@@ -113,7 +114,7 @@ FramePtr Resizer::Resize(const AVFrame& source, const ResizeGeometry& geometry)
         alphaScaler.Scale(*from, *to);
     else
         scaler.Scale(*from, *to);
-    // Behind the scaling, which may write a little past the picture's edge.
+    // After the scaling, which may write a little past the picture's edge.
     PaintBars(*target, geometry.to);
     if (!KeepsFields(geometry, static_cast<PixFmt>(format)))
     {

@@ -24,6 +24,7 @@ std::string GetName(int format)
     return name ? name : std::to_string(format);
 }
 
+/// libavutil's old names for pictures of full range, whose records often tell no range.
 bool HasFullRangeOnly(int format)
 {
     switch (format)
@@ -43,6 +44,7 @@ bool HasFullRangeOnly(int format)
 
 PictureColors PictureColors::Of(const AVFrame& frame)
 {
+    // RGB has no matrix: what it becomes or was is taken for the default one
     const bool known = frame.colorspace != AVCOL_SPC_UNSPECIFIED && frame.colorspace != AVCOL_SPC_RGB;
     return {known ? static_cast<int>(frame.colorspace) : SWS_CS_DEFAULT,
             frame.color_range == AVCOL_RANGE_JPEG || HasFullRangeOnly(frame.format)};
@@ -67,6 +69,7 @@ void Scaler::Scale(const AVFrame& from, AVFrame& to)
         target = newTarget;
         Open();
     }
+    // of libswscale's calls the one that uses threads
     if (sws_scale_frame(context.get(), &to, &from) < 0)
         Throw<EffectException>(TESSOR_HERE, "Can't scale a picture of " + GetName(source.format));
 }
@@ -82,6 +85,7 @@ void Scaler::Open()
     std::unique_ptr<SwsContext, Deleter> opened(sws_alloc_context());
     if (!opened)
         throw std::bad_alloc();
+    // By options, for the functions that open a context at once know no threads.
     const std::pair<const char*, int64_t> options[] = {
         {"srcw", source.width},
         {"srch", source.height},
@@ -100,7 +104,7 @@ void Scaler::Open()
     if (result < 0)
         Throw<EffectException>(TESSOR_HERE, "Can't scale from " + GetName(source.format) + " to " +
                                                 GetName(target.format) + ": " + capture.GetText(result));
-    // Behind the opening, which makes the contexts of further threads.
+    // After the opening, which makes the contexts of the threads: this goes to all of them.
     constexpr int unity = 1 << 16; // of contrast and saturation
     sws_setColorspaceDetails(opened.get(), sws_getCoefficients(source.colors.matrix), source.colors.fullRange,
                              sws_getCoefficients(target.colors.matrix), target.colors.fullRange, 0, unity, unity);
