@@ -32,7 +32,7 @@ template <class Kind, class KindEx>
 void GraphStream<Kind, KindEx>::Initialize(const Settings& newSettings)
 {
     const auto& wanted = SettingsCast<SettingsAVFilter>(newSettings);
-    runner.SetChain(wanted.graph);
+    runner.SetChain(wanted.graph); // may throw, and the settings stay then
     settings = wanted;
 }
 
@@ -63,6 +63,7 @@ auto GraphStream<Kind, KindEx>::GetFormatCodec() const -> SP<Format>
 template <class Kind, class KindEx>
 auto GraphStream<Kind, KindEx>::ReadInternal() -> SP<Item>
 {
+    // Only after a seek of a chain that moves items: then they were read from the beginning on.
     SP<Item> item = ReadNext();
     while (item && seekTime != NoTime && AddTime(item->GetPTS(), item->GetDuration()) <= seekTime)
         item = ReadNext();
@@ -82,6 +83,7 @@ void GraphStream<Kind, KindEx>::RequestSeekInternal(avTime target, SP<IStream> p
 template <class Kind, class KindEx>
 auto GraphStream<Kind, KindEx>::ReadNext() -> SP<Item>
 {
+    // No chain is no detour: items stay as they are.
     if (runner.GetChain().empty())
         return Base::parentStream->Read();
     SP<Item> item = Take();
@@ -108,6 +110,9 @@ auto GraphStream<Kind, KindEx>::Take() -> SP<Item>
     return PullItem();
 }
 
+// Frames whose times were moved wait in the spacer for the next one, which tells how long they last. The end of the
+// chain is told to it as well, so that the last frame comes out; while the chain only wants more input the spacer keeps
+// it.
 template <>
 SP<IDataVideo> GraphStreamVideo::PullItem()
 {
@@ -123,6 +128,7 @@ SP<IDataVideo> GraphStreamVideo::PullItem()
     return frame ? WrapFrame(std::move(frame)) : nullptr;
 }
 
+// Durations of sound follow from its samples, so that nothing has to wait.
 template <>
 SP<IDataAudio> GraphStreamAudio::PullItem()
 {

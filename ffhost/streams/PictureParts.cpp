@@ -34,6 +34,7 @@ void PictureParts::Part(const SP<IDataVideo>& frame, std::deque<SP<IDataVideo>>&
     // One that is as short as that keeps its own times.
     if (start == NoTime || end == NoTime || start >= end)
         return;
+    // a part shares the picture with the others, and has its own times only
     frame->SetPTS(start);
     for (auto bound = std::upper_bound(bounds.begin(), bounds.end(), start); bound != bounds.end() && *bound < end;
          ++bound)

@@ -8,7 +8,7 @@
 namespace Tessor::Host
 {
 
-/// Reads a stream ahead on a thread of its own, so that what stands before it and what stands behind it work at the
+/// Reads a stream ahead on a thread of its own, so that what stands before it and what stands after it work at the
 /// same time. At most `capacity` items wait. The thread runs from the first read to the end of the stream, a failure or
 /// the next seek. A failure is thrown by the read that would have got the item, and by all later ones until a seek.
 ///

@@ -46,6 +46,8 @@ SP<IDataAudio> SoundParts::ReadInternal()
 
 void SoundParts::RequestSeekInternal(avTime target, SP<IStream> partner)
 {
+    // What lies ahead is read up to, and parts that wait are kept. What lies before takes a new start, for samples are
+    // counted from the first.
     stays = reached && target >= *reached;
     if (stays)
         return;
@@ -63,6 +65,7 @@ void SoundParts::DoSeekInternal()
 void SoundParts::Part(const SP<IDataAudio>& block, std::deque<SP<IDataAudio>>& parts)
 {
     const auto sampleAt = [rate = block->GetSampleRate()](avTime time) { return Duration2SampleCount(time, rate); };
+    // Of the first block the time tells its number; after that samples are counted, as blocks abut.
     const long long first = nextSample.value_or(sampleAt(block->GetPTS()));
     const long long last = first + block->GetSampleCount();
     const avTime blockEnd = AddTime(block->GetPTS(), block->GetDuration());
@@ -78,6 +81,7 @@ void SoundParts::Part(const SP<IDataAudio>& block, std::deque<SP<IDataAudio>>& p
         parts.push_back(TakeSamples(block, from - first, to - from));
         parts.back()->SetPTS(start);
         parts.back()->SetDuration((ends ? *bound : blockEnd) - start);
+        // bounds closer together than samples are one
         for (; bound != bounds.end() && sampleAt(*bound) <= to; ++bound)
             start = *bound;
         from = to;
