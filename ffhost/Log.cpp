@@ -16,6 +16,7 @@ namespace Tessor::Host
 namespace
 {
 
+// The innermost one of the thread: a call that is watched may make others that are watched as well.
 thread_local FFmpegErrorCapture* current_capture = nullptr;
 
 std::string Format(void* context, int level, const char* format, va_list arguments)
@@ -28,11 +29,14 @@ std::string Format(void* context, int level, const char* format, va_list argumen
 
 } // namespace
 
+/// The callback, which libavutil calls on whichever thread has something to tell. What nobody will see is not
+/// formatted.
 struct FFmpegLogWriter
 {
     static void Write(void* context, int level, const char* format, va_list arguments)
     {
         const int verbosity = level <= AV_LOG_WARNING ? 21 : level <= AV_LOG_INFO ? 31 : 4001;
+        // later errors are mostly consequences of the first
         const bool captured = level <= AV_LOG_ERROR && current_capture && current_capture->first.empty();
         if (!captured && !VLOG_IS_ON(verbosity))
             return;
@@ -45,6 +49,7 @@ struct FFmpegLogWriter
 
 void RouteFFmpegLog()
 {
+    // libavutil has one callback a process, and no way to take it back
     static std::once_flag once;
     std::call_once(once, [] { av_log_set_callback(FFmpegLogWriter::Write); });
 }
@@ -68,7 +73,7 @@ std::string FFmpegErrorCapture::GetText(int code) const
 
 std::string FFmpegErrorCapture::GetText() const
 {
-    // Behind the name of the context, "[crop @ 0x55d0] ".
+    // After the name of the context, "[crop @ 0x55d0] ".
     const size_t bracket = !first.empty() && first.front() == '[' ? first.find("] ") : std::string::npos;
     std::string text = bracket == std::string::npos ? first : first.substr(bracket + 2);
     while (!text.empty() && text.back() == '\n')

@@ -23,6 +23,8 @@ const std::vector<std::string> own{ImplNames::TESSOR};
 /// A bundle makes its members of the implementation that it was asked for, whichever it is.
 const std::vector<std::string> bundle{ImplNames::TESSOR, ImplNames::FFMPEG};
 
+/// What is registered of an effect: creation and lists read the same rows, so that nothing is listed which can't be
+/// made.
 template <class Interface, class Data>
 struct EffectRow
 {
@@ -121,6 +123,7 @@ SP<IOneInputEffectAudio> EffectFactory::CreateEffectAudio(Name classId, Name imp
 
 SP<ITwoInputEffectVideo> EffectFactory::CreateTwoInputEffectVideo(Name classId, Name implName, VideoData) const
 {
+    // throws: there is no row of any name
     CheckRow<VideoRow>(nullptr, "video effect of two inputs", classId, implName);
     return nullptr;
 }
@@ -128,6 +131,7 @@ SP<ITwoInputEffectVideo> EffectFactory::CreateTwoInputEffectVideo(Name classId, 
 SP<IEffect> EffectFactory::CreateEffect(Name classId, const Core::Property& settings, const SP<IStream>& parent,
                                         Name implName, VideoData data) const
 {
+    // Some classes stand for an effect on pictures and one on sound: the parent decides between them.
     const bool isAudio = FindRow(GetAudioRows(), classId) && !FindRow(GetVideoRows(), classId);
     const bool hearsAudio = dynamic_cast<const IStreamAudio*>(parent.get()) && FindRow(GetAudioRows(), classId);
     SP<IEffect> effect;

@@ -45,6 +45,8 @@ std::vector<RegistryEntry> FilterRegistry::List() const
     return entries;
 }
 
+// Kinds are kept apart by their names and makers by std::any, so that all slots are one list in order of registration.
+// A slot's maker is of the type that the kind's pair of functions below agree on.
 void FilterRegistry::Add(Name kind, Name classId, Name implName, std::any maker)
 {
     auto slot = std::find_if(slots.begin(), slots.end(),
@@ -67,6 +69,7 @@ const std::any& FilterRegistry::Find(Name kind, Name classId, Name implName) con
                                    [&](const Slot& s) { return s.entry.kind == kind && s.entry.classId == classId; });
     if (slot != slots.end())
         return slot->makers[FindImplementation<FilterException>(slot->entry, implName, DefaultImplementation::Own)];
+    // an entry without names throws what is thrown for a name that is not there, in the same words
     FindImplementation<FilterException>({kind, classId, {}}, implName, DefaultImplementation::Own);
     throw std::logic_error("A filter was found in no slot");
 }

@@ -21,6 +21,7 @@ MediaHost MakeHost()
 {
     const SP<EffectFactory> effects = EffectFactory::Create();
     const SP<AlgorithmFactory> algorithms = AlgorithmFactory::Create();
+    // No data for video: our frames lie in main memory, and need no device.
     const SP<FilterRegistry> filters = FilterRegistry::Create(effects, algorithms, nullptr);
     FilterRegistrator(filters.get());
     filters->RegisterFilterVideoEx(SettingsAVFilter::CLASS_ID, ImplNames::FFMPEG, GraphStreamVideo::Create);
