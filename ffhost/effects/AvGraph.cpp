@@ -49,7 +49,8 @@ void Require(const std::string& chain, Step step)
 }
 
 /// A filter that can be switched off while it runs (timeline support) makes one frame of each, at its time: otherwise
-/// there would be a jump. Four of those don't; of the filters without that support the ones that people use are listed.
+/// there would be a jump. Those named first don't; of the filters without that support the ones that people use are
+/// listed.
 bool KeepsTimes(const AVFilter& filter)
 {
     const std::string name = filter.name;
