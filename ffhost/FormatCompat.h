@@ -1,7 +1,7 @@
 #pragma once
 
-/// The part of media/FFmpegCompat.h that is about libavformat. Since 6.1 what a container says of a whole track lies in
-/// its codec parameters.
+/// The part of media/FFmpegCompat.h that is about libavformat. Since 6.1 what a container says of a whole track is
+/// kept in its codec parameters.
 
 extern "C"
 {

@@ -19,7 +19,7 @@ namespace Tessor::Host
 ///   ones and drop them. Those of all pictures up to the next IDR picture are then moved by one amount: only their
 ///   differences matter to decoding.
 /// - Reference marking names pictures that are not there. Such a command is taken out; where room is needed, one that
-///   unmarks the oldest picture of before the seam takes its place. What decoders hold, those that they put into gaps
+///   unmarks the oldest picture from before the seam takes its place. What decoders hold, those that they put into gaps
 ///   of frame_num included, is followed picture by picture.
 ///
 /// Slice data stays as it is. Left alone are picture order count of type 1, slice groups, and what lies between a

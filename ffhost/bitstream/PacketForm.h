@@ -21,7 +21,7 @@ struct PacketPrint
 /// - AAC counts without ADTS headers,
 /// - of H.264 and HEVC the slices count, without their lengths or start codes, and of two fields each by itself,
 /// - linear samples, which every container splits its own way, count in stretches that the samples themselves delimit,
-/// - the nothing that ends a timed text is left out, as are packets without bytes.
+/// - the empty packet that ends a timed text is left out, as are packets without bytes.
 class TESSOR_API PacketForm
 {
 public:
@@ -34,7 +34,7 @@ public:
 
     /// Whether the packets of the track are linear samples: where they are split depends on where reading begins.
     bool IsLinear() const { return sampleSize > 0 && sampleRate > 0; }
-    /// Whether the container counts samples or packets of the track, and who writes it leaves some out or puts some in,
+    /// Whether the container counts samples or packets of the track, and a writer leaves some out or puts some in,
     /// so that the sound keeps its place.
     static bool IsCounted(const TrackInfo& track);
     /// Whether readers know when the first packet of the track ends, and not when it begins.

@@ -24,14 +24,14 @@ public:
     ParameterSets(const std::string& codecId, const SP<const Proc::IBlob>& header);
 
     bool AreKnown() const { return known; }
-    /// Why the header tells neither sets nor framing; empty where it is none of these codecs' or good.
+    /// Why the header tells neither sets nor framing; empty where it is good, or of another codec.
     const std::string& GetFault() const { return fault; }
     /// All that a decoder needs is in force.
     bool AreComplete() const;
     bool AreBehindStartCodes() const { return known && lengthSize == 0; }
     /// The container says with the packet that another header holds from here on.
     static bool HasNewHeader(const Proc::IDataPacket& packet);
-    /// A writer would take it for the whole file's.
+    /// Takes that header off, for a writer would apply it to the whole file.
     static void RemoveNewHeader(const Proc::IDataPacket& packet);
 
     /// Which of the sets in force a packet carries itself, before its first slice.
@@ -49,17 +49,17 @@ public:
     {
         return carried != Carried::All && changed && packet.IsKeyFrame();
     }
-    /// Begins again with the header.
+    /// Goes back to the sets of the header that the stream began with.
     void Rewind();
-    /// Another number for each change of what is in force.
+    /// Grows with each change of what is in force.
     unsigned GetVersion() const { return version; }
     /// Other sets than those of the stream's header are or were in force, so that these hold only where they are met
     /// again.
     bool HaveChanged() const { return changed; }
     /// The stream's header with the sets in force, in its own form. Throws what the header conversions do.
     SP<const Proc::IBlob> MakeHeader() const;
-    /// A new packet with the sets in force in front, in place of a new header. Throws Exception for a set that its
-    /// framing can't measure.
+    /// A new packet with the sets in force in front, in place of a new header. Throws Exception for a set that is
+    /// too long for the framing.
     SP<Proc::DataPacketFF> Prepend(const SP<Proc::IDataPacket>& packet) const;
 
 private:

@@ -14,11 +14,11 @@ struct AVPacket;
 namespace Tessor::Host
 {
 
-/// libavcodec's parser on whole packets: what it takes to know a picture's place in display order.
+/// libavcodec's parser on whole packets: it tells what is needed to know a picture's place in display order.
 class PictureParser
 {
 public:
-    /// `header` is that of the packets where they do not go by the one of `parameters`.
+    /// `header`: of the packets, where it is not the one of `parameters`.
     explicit PictureParser(const AVCodecParameters& parameters, const SP<const Proc::IBlob>& header = nullptr);
 
     enum class Field

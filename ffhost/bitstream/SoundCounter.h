@@ -29,7 +29,7 @@ public:
     SoundCounter(const AVCodecParameters& parameters, AVRational timeBase, bool startsAnywhere);
 
     using Sink = std::function<void(PacketPtr)>;
-    /// Hands `packet`, timed in microseconds, and what it takes in front of it to `sink`, timed by what was counted.
+    /// Hands `packet`, timed in microseconds, and what is missing before it to `sink`, timed by what was counted.
     void Place(PacketPtr packet, const Sink& sink);
 
 private:

@@ -31,7 +31,7 @@ class TESSOR_API AudioDecoder final : public Proc::PassThrough<Proc::IStreamRaw,
                                       public RefCountImpl
 {
 public:
-    /// Throws CodecFactoryException for a codec without a decoder, for sources that are no sound or tell no format.
+    /// Throws CodecFactoryException for a codec without a decoder, for sources that are not sound or tell no format.
     static SP<Proc::IStreamAudio> Create(const SP<Proc::IStreamRaw>& source);
 
 private:
@@ -52,7 +52,7 @@ private:
 
     void Prepare(AVCodecContext& context) const;
     void Reset(avTime newTarget);
-    /// One packet, or the end, to the decoder; its frames get ready.
+    /// Sends one packet, or the end, to the decoder, and makes its frames ready.
     void DecodeNext();
     void Deliver(const AVFrame& decoded);
     /// Samples at the start of a frame that are not to be delivered. Adds silence in front of it where time is missing.

@@ -136,7 +136,7 @@ void AudioEncoder::Push(const IDataAudio& block)
     if (!(block.GetSampleInfo() == info))
         Throw<EncoderException>(TESSOR_HERE, options.name + ": the format of the sound changes");
     if (start == NoTime)
-        start = block.GetPTS() != NoTime ? block.GetPTS() : 0;
+        start = block.GetPTS() != NoTime ? block.GetPTS() : 0; // the only time that is asked for: blocks abut
     const AudioRef samples = block.GetConstAudioRef();
     void* planes[MAX_CHANNELS] = {};
     const int planeCount = info.GetFormat().planar ? info.GetChannelCount() : 1;

@@ -37,9 +37,9 @@ private:
 
     CodecContextPtr Open() const;
     void Reset();
-    /// The next frame of the codec's length, or what is left, or the end, for the encoder.
+    /// Sends the next frame of the codec's length, or what is left, or the end, to the encoder.
     void SendNextFrame();
-    /// Blocks of the source until a frame is there or the source has ended.
+    /// Reads blocks of the source until `count` samples are there or the source has ended.
     void Collect(int count);
     void Push(const Proc::IDataAudio& block);
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);

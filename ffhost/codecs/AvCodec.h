@@ -36,7 +36,7 @@ long long GetNumber(const Core::Property& tree, const std::string& tag, long lon
 /// The child's text, or an empty one.
 std::string GetText(const Core::Property& tree, const std::string& tag);
 
-/// Where the track of a format ends; the file, which a source without an end of its own tells of, may last longer.
+/// Where the track of a format ends. A source may only know the length of the file, which can be longer.
 avTime GetTrackDuration(const Core::Property& format, avTime sourceDuration);
 
 /// Frames are numbered, so that a tick is a frame: the rate of a format's tree, 25 where that tells none. Codecs that
@@ -57,7 +57,7 @@ void SetOption(AVCodecContext& context, const char* option, const std::string& v
 /// The text of a failure of libavcodec.
 std::string AvError(int code);
 
-/// Threads for one codec: all cores, as far as more are of use.
+/// Threads for one codec: all cores, up to the number that is of use.
 int GetThreadCount();
 
 } // namespace Tessor::Host

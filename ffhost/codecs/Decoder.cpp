@@ -92,7 +92,7 @@ void Decoder::Prepare(AVCodecContext& context) const
     context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
     // A decoder that finds the depth out by itself has delivered its first pictures too early by then.
     context.has_b_frames = static_cast<int>(GetNumber(tree, FormatTags::REORDER_DEPTH, 0));
-    // A group that starts at a recovery point shows from its first picture on.
+    // A group that starts at a recovery point is shown from its first picture on.
     context.flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
     context.flags2 |= AV_CODEC_FLAG2_SHOW_ALL;
     // No guessing of the reorder depth: a group is short, and a wrong guess costs pictures.
@@ -198,7 +198,7 @@ void Decoder::Deliver(const AVFrame& decoded)
 
 // Consumers fold pictures that look alike, and whether a picture does is seen in its samples alone: a repeat is coded
 // like any other, and libavcodec decodes it to memory of its own. Of moving pictures only the first row is compared.
-// The picture before was set apart, too, if it was a repeat: so every other one is.
+// The picture before was changed if it was a repeat itself, so that of several repeats every other one is changed.
 void Decoder::SetApart(AVFrame& picture)
 {
     if (lastDistinct && AreEqual(picture, *lastDistinct))

@@ -27,8 +27,8 @@ namespace Tessor::Host
 /// of its own, and one that is shown again differs from the one before in the last bit of a sample, so that it stays a
 /// frame of the result for consumers that fold repeats.
 ///
-/// Otherwise they lie where libavcodec decoded them, and it may still predict others from them: who changes one takes a
-/// copy. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
+/// Otherwise they lie where libavcodec decoded them, and it may still predict others from them: whoever changes one
+/// takes a copy first. Two in a row never lie in the same place, even where libavcodec delivers one a second time.
 ///
 /// The format is the source's, extradata included, so that an encoder after it can match what the source was made with;
 /// pictures say of themselves what it says, as PictureTraits settles it.
@@ -37,7 +37,7 @@ namespace Tessor::Host
 class Decoder final : public Proc::PassThrough<Proc::IStreamRaw, Proc::IStreamVideoDecoder>, public RefCountImpl
 {
 public:
-    /// Throws CodecFactoryException for a codec without a decoder and for sources that are no video.
+    /// Throws CodecFactoryException for a codec without a decoder and for sources that are not video.
     static SP<Proc::IStreamVideo> Create(const SP<Proc::IStreamRaw>& source, const DecoderOptions& options = {});
 
 private:

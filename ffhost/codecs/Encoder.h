@@ -19,7 +19,7 @@ namespace Tessor::Host
 /// DTS is the PTS of the frame with the packet's place in decoding order, less the encoder's delay.
 ///
 /// Streams may change their pictures where a key picture comes. An encoder that stands in for that of a source and
-/// finds the first frame unlike the source's format begins anew for that frame: its format then has the header of that,
+/// finds the first frame unlike the source's format begins anew for that frame: its format then has the new header,
 /// which the packets need in front.
 ///
 /// Throws EncoderException when a frame can't be encoded. Threads: as StreamImpl says.
@@ -33,7 +33,7 @@ public:
     /// CodecFactoryException for what this encoder can't match.
     static SP<Proc::IEncoder> Create(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
                                      const SP<Core::IComputingResource>& resource, const UseCallback& onEnd = {});
-    /// One of any setup; `changes` are what its packets' format has other than the source's.
+    /// One of any setup; `changes`: where the format of its packets differs from the source's.
     static SP<TrackEncoder> Create(const SP<Proc::IStreamVideo>& source, std::unique_ptr<const VideoSetup> setup,
                                    const Core::Property& changes);
     ~Encoder() override;
@@ -56,7 +56,7 @@ private:
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
 
     void Reset();
-    /// The next frame of the source, or the end, for the encoder.
+    /// Sends the next frame of the source, or the end, to the encoder.
     void SendNextFrame();
     bool Fits(const AVFrame& record) const;
     void Adapt(const AVFrame& record);

@@ -105,8 +105,8 @@ CodecContextPtr EncoderSetup::Open() const
     return context;
 }
 
-// What the header told of the pictures before is left to the encoder; H.264 then has parameter sets that must not
-// replace those which the stream's header got for other groups.
+// Profile and level, which the header has for other pictures, are left to the encoder. Parameter sets of H.264 get an
+// identifier of their own: they must not replace those that were added to the stream's header for other groups.
 std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& picture) const
 {
     const SP<IFormatCodecVideo> format = source->Clone();
@@ -231,7 +231,7 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
     context.level = static_cast<int>(GetNumber(recode, FormatTags::LEVEL, AV_LEVEL_UNKNOWN));
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(context.pix_fmt);
     const std::string profile = GetText(options, IFormatCodec::TAG_PROFILE);
-    // Beyond 4:2:0 in 8 bits the pixels decide, and the encoder does.
+    // Beyond 4:2:0 in 8 bits the profile follows from the pixel format, and the encoder finds it itself.
     const bool common = description->comp[0].depth == 8 && description->log2_chroma_w && description->log2_chroma_h;
     if (!profile.empty() && common)
         SetOption(context, "profile", profile);
@@ -282,7 +282,8 @@ void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
     {
         return; // a header that can't be read sets no conditions
     }
-    // A tick of one: the encoder would reduce a longer one, and write another resolution.
+    // One tick of the header's resolution: a base of several ticks, such as a frame, would be reduced, and the encoder
+    // would write another resolution.
     if (config.vop_time_increment_resolution)
         context.time_base = {1, config.vop_time_increment_resolution};
 }

@@ -22,7 +22,7 @@ public:
     bool KeepsFields(const AVFrame& picture) const override;
     const std::string& GetEncoderName() const override { return name; }
 
-    /// The encoder of a codec that is there, or null.
+    /// The encoder of a codec; null where libavcodec was built without it.
     static const AVCodec* Find(AVCodecID id);
 
 private:

@@ -7,7 +7,7 @@
 namespace Tessor::Host
 {
 
-/// What is to be known of an encoder of libavcodec beyond its own defaults.
+/// What has to be known about an encoder of libavcodec beyond its own defaults.
 struct EncoderRow
 {
     const char* name;
@@ -22,7 +22,7 @@ struct EncoderRow
     std::vector<std::string> presets = {}; ///< where the encoder itself doesn't list them
 };
 
-/// The row of an encoder; one that is not in the table has an empty one.
+/// The row of an encoder; an empty one where it is not in the table.
 const EncoderRow& FindEncoder(const std::string& name);
 
 /// The usual encoders of a container by libavformat's name of it. Null where it has none of a kind.

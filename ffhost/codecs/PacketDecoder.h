@@ -16,8 +16,8 @@ public:
     /// Throws CodecFactoryException for a codec without a decoder.
     explicit PacketDecoder(const SP<Conf::IFormatCodec>& format);
 
-    /// Opens with the format's extradata, times in microseconds and all cores; `prepare` sets what its kind of track
-    /// needs besides. Throws FilterException.
+    /// Opens with the format's extradata, times in microseconds and all cores; `prepare` sets what else its kind of
+    /// track needs. Throws FilterException.
     void Open(const std::function<void(AVCodecContext&)>& prepare);
     /// Starts afresh, as after a seek. Allowed when closed.
     void Flush();

@@ -15,8 +15,8 @@ class PacketEncoder
 public:
     explicit PacketEncoder(CodecContextPtr context) : context(std::move(context)) {}
 
-    /// The next packet, which the caller owns, null at the end. `feed` is called for every frame that is wanted, and
-    /// sends one, or null at its end.
+    /// The next packet, which the caller owns; null at the end. `feed` is called whenever a frame is wanted, and sends
+    /// one, or null when there are no more.
     AVPacket* Receive(const std::function<void()>& feed);
     void Send(const AVFrame* frame);
 

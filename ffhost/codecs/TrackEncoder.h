@@ -28,7 +28,7 @@ struct EncoderOptions
     int crf = -1;          ///< constant quality on the encoder's own scale; -1: the encoder's usual one
     std::string preset;    ///< speed against size, in the encoder's own words; empty: its usual one
     long long bitRate = 0; ///< bits per second; 0: by quality for pictures, by the channels for sound
-    bool runIn = true;     ///< what comes before the first sample may be written; it is left out otherwise
+    bool runIn = true;     ///< what an encoder puts before the first sample may be written; otherwise it is left out
     bool header = true;    ///< the header stands in front of the packets, not among them
 };
 

@@ -48,14 +48,14 @@ AVMediaType ToAv(MediaType type)
     return type == MediaType::Video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
 }
 
-/// What runs anywhere and is no experiment.
+/// Runs on any machine, and is not experimental.
 bool IsUsable(const AVCodec& codec)
 {
     return av_codec_is_encoder(&codec) &&
            !(codec.capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID | AV_CODEC_CAP_EXPERIMENTAL));
 }
 
-/// Always, and not as one way of several.
+/// Always lossless, not just in one of its modes.
 bool IsLossless(const AVCodec& codec)
 {
     const AVCodecDescriptor* const description = avcodec_descriptor_get(codec.id);
@@ -63,7 +63,7 @@ bool IsLossless(const AVCodec& codec)
     return description && (description->props & either) == AV_CODEC_PROP_LOSSLESS;
 }
 
-/// Containers of one kind of track take their own codec, whatever libavformat doesn't know of others.
+/// A container of a single kind of track takes its own codec, and others only where libavformat is sure of them.
 bool MayCarry(const Container& container, const AVCodec& codec)
 {
     const AVOutputFormat& format = *container.GetFormat();
@@ -103,7 +103,7 @@ bool IsListed(const T* list, T end, T wanted)
 /// The rate itself, or the next one above, which loses nothing; where there is none the highest.
 int FitRate(const AVCodec& codec, int rate)
 {
-    // Containers count its delay in this one, whatever the encoder takes.
+    // Containers count the delay of Opus at this rate (RFC 7845, 4.2), whatever the encoder takes.
     if (codec.id == AV_CODEC_ID_OPUS)
         return 48000;
     const int* rates = FFmpeg::ListSampleRates(codec);
@@ -166,7 +166,7 @@ bool IsYuv(const AVPixFmtDescriptor& description)
     return description.nb_components >= 3 && !(description.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
-/// Pictures in main memory whose pixels are no numbers of colours, which nobody would choose.
+/// Formats in main memory. Palettes are for sources that have one: nobody would choose to convert to them.
 bool CanBeMade(AVPixelFormat format, PixFmt source)
 {
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format);
@@ -198,7 +198,7 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
         refuse("\"" + options.name + "\" encodes no " + kind);
     if (!MayCarry(container, *codec))
         refuse("the container can't carry what \"" + options.name + "\" encodes");
-    // Counted from the beginning of the file it would delay all the sound, or the pictures with it.
+    // Where packets are counted from the beginning of the file a run-in would delay the sound, or the pictures with it.
     options.runIn = !container.CountsPackets();
     options.header = (container.GetFormat()->flags & AVFMT_GLOBALHEADER) != 0;
     return options;
@@ -226,8 +226,7 @@ std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source)
     }
     if (!transparent.empty() && PixFmtDescription::Find(source).HasAlpha())
         return transparent;
-    // Players take little else than 4:2:0, so that what has not been YUV becomes that, but for who wants to lose
-    // nothing.
+    // Players take little but 4:2:0, so that what was not YUV becomes that, unless the encoder is always lossless.
     if (description && !IsYuv(*description) && !IsLossless(GetEncoder(encoder)) &&
         IsListed(known, AV_PIX_FMT_NONE, AV_PIX_FMT_YUV420P) &&
         !IsListed(known, AV_PIX_FMT_NONE, static_cast<AVPixelFormat>(source)))

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// How tracks of a file of their own are encoded: which encoder, in which form of pictures and samples.
+/// How tracks are encoded for a file of their own: which encoder, in which form of pictures and samples.
 namespace Tessor::Host
 {
 
@@ -34,7 +34,7 @@ TESSOR_API Conf::SampleInfo FitSampleInfo(const std::string& encoder, const Conf
 /// One packet for each picture, with its times. The pictures have to be in a format and size that the encoder takes.
 /// Throws EncoderException when opening fails or the encoder does not know an option.
 TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamVideo>& source, const EncoderOptions& options);
-/// Packets whose times follow the samples, the first as much before the sound as the encoder delays it.
+/// Packets whose times follow the samples, the first lies before the sound by the encoder's delay.
 TESSOR_API SP<TrackEncoder> CreateTrackEncoder(const SP<Proc::IStreamAudio>& source, const EncoderOptions& options);
 
 /// The source's track as a container is told of it when the encoder's packets stand for those of the source.

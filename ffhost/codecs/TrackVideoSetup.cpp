@@ -44,7 +44,7 @@ CodecContextPtr TrackVideoSetup::Open() const
     ApplyPictureProperties(source->GetProperties(), *context);
     SetFrameRate(*context, source->GetProperties());
     SetFields(*context);
-    // How many threads are best the encoder knows.
+    // The encoder knows how many threads are best.
     context->thread_count = 0;
     // Parameter sets of H.264 are put where a container wants them when they are written.
     if (options.header || codec->id == AV_CODEC_ID_H264)
@@ -74,7 +74,7 @@ void TrackVideoSetup::SetQuality(AVCodecContext& context) const
     const EncoderRow& row = FindEncoder(options.name);
     for (const auto& [option, value] : row.options)
         SetOption(context, option, value);
-    // It knows no hidden pictures of the transparency.
+    // libvpx does not encode transparency together with hidden pictures.
     if (context.codec_id == AV_CODEC_ID_VP8 && PixFmtDescription::Find(source->GetPixelFormat()).HasAlpha())
         SetOption(context, "auto-alt-ref", "0");
     if (!options.preset.empty())

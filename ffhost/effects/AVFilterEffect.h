@@ -8,9 +8,9 @@
 namespace Tessor::Host
 {
 
-/// Any chain of libavfilter as far as an effect can run it: one item for each. It may change size and format. What
-/// makes more items than it is given, or fewer, or moves them in time has its place in a GraphStream. No chain passes
-/// items as they are.
+/// Any chain of libavfilter as far as an effect can run it: one item for each. It may change size and format. A
+/// chain that makes more items than it is given, or fewer, or moves them in time belongs in a GraphStream. Without a
+/// chain items pass as they are.
 template <class Interface, class FactoryData>
 class AVFilterEffect final : public Proc::EffectBaseOneInput<Interface, Proc::SettingsAVFilter, FactoryData>
 {

@@ -25,7 +25,7 @@ struct GraphFormat
     uint64_t channelMask = 0;
 
     static GraphFormat Of(const AVFrame& frame);
-    /// Whether one chain can serve both. The rate of frames is but a hint.
+    /// Whether one chain can serve both. The rate of frames is only a hint.
     bool Fits(const GraphFormat& other) const;
 };
 

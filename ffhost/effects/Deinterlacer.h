@@ -10,7 +10,7 @@ namespace Tessor::Host
 
 /// One progressive frame of every interlaced one, at once and with its times; progressive frames pass.
 ///
-/// libavfilter's deinterlacers wait for the next frame, of which the kept field needs but a hint of motion. Most
+/// libavfilter's deinterlacers wait for the next frame, of which the kept field needs only a hint of motion. Most
 /// filters have no place for a frame that comes late, so here every frame is followed by a twin of itself, which counts
 /// as progressive and costs nothing.
 class Deinterlacer final

@@ -149,7 +149,7 @@ double GetFadeLevel(SettingsFade::Direction direction, const TimeToProgress& ran
     if (range.begin < range.end)
         time = std::clamp(time, range.begin, range.end);
     double progress = range.GetProgress(time);
-    // Of an empty range it is no number: the fade is over.
+    // In an empty range progress is not a number: the fade is over.
     progress = std::isnan(progress) ? 1.0 : std::clamp(progress, 0.0, 1.0);
     return direction == SettingsFade::Direction::In ? progress : 1.0 - progress;
 }

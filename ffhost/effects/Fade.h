@@ -11,8 +11,8 @@ namespace Tessor::Host
 /// How much is left at that time of the range: 0 nothing, 1 all. Outside of the range it stays as it was at the bound.
 double GetFadeLevel(Proc::SettingsFade::Direction direction, const Proc::TimeToProgress& range, avTime time);
 
-/// Pictures from or to black, by the time of each frame; alpha stays. Pictures whose components are not plain come to a
-/// plain format.
+/// Pictures from or to black, by the time of each frame; alpha stays. Pictures whose components are not plain are
+/// converted to a plain format.
 class FadeVideo final
     : public Proc::EffectBaseOneInput<Proc::IOneInputEffectVideo, Proc::SettingsFade, Proc::IFactoryDataVideo>
 {

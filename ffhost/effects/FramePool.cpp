@@ -34,7 +34,7 @@ FramePtr FramePool::Get(AVPixelFormat pixels, int newWidth, int newHeight)
     frame->height = newHeight;
     if (!pool || format != pixels || width != newWidth || height != newHeight)
         Adapt(*frame);
-    frame->buf[0] = av_buffer_pool_get(pool.get());
+    frame->buf[0] = av_buffer_pool_get(pool.get()); // of all planes
     if (!frame->buf[0])
         throw std::bad_alloc();
     for (int i = 0; i < 4 && strides[i]; ++i)

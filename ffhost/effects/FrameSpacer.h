@@ -5,8 +5,8 @@
 namespace Tessor::Host
 {
 
-/// Gives frames whose times were changed the durations that go with them: each lasts to the next one. So one frame
-/// waits for its successor.
+/// Gives frames whose times were changed the durations that go with them: each lasts to the next one. One frame
+/// therefore waits for its successor.
 class FrameSpacer
 {
 public:

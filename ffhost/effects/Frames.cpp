@@ -20,7 +20,7 @@ using namespace Proc;
 namespace
 {
 
-constexpr int row_alignment = 64;
+constexpr int row_alignment = 64; // of the widest vectors that libavfilter uses
 
 void CopyPlane(const Details::PlaneTemplate<true>& from, uint8_t* to, ptrdiff_t stride)
 {
@@ -64,6 +64,7 @@ FramePtr ShareFrame(const IDataVideo& frame)
     FramePtr shared = record ? FramePtr(av_frame_clone(record->GetAVFrame())) : CopyFrame(frame);
     if (!shared)
         throw std::bad_alloc();
+    // the item's times, which filters may have changed since the record was decoded; an unknown duration is 0 there
     shared->pts = frame.GetPTS();
     FFmpeg::DurationOf(*shared) = std::max<avTime>(frame.GetDuration(), 0);
     return shared;
@@ -111,6 +112,7 @@ SP<IDataVideo> WrapFrame(FramePtr frame)
 
 Conf::SampleInfo GetSampleInfo(const AVFrame& frame)
 {
+    // channels in an order of their own, or of no known place, count as the default layout of their number
     const bool native = frame.ch_layout.order == AV_CHANNEL_ORDER_NATIVE;
     return Conf::SampleInfo(static_cast<Conf::SampleFormats>(frame.format), frame.sample_rate,
                             Conf::FromFFChannelMask(native ? frame.ch_layout.u.mask : 0, frame.ch_layout.nb_channels));

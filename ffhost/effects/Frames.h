@@ -15,7 +15,7 @@ namespace Tessor::Host
 /// A record without a picture. Throws std::bad_alloc.
 FramePtr MakeFrame();
 
-/// A record that shares the frame's picture where it is over one, otherwise one with a copy.
+/// A record that shares the frame's picture where the frame has a record itself, otherwise one with a copy.
 FramePtr ShareFrame(const Proc::IDataVideo& frame);
 /// A record that shares the block's samples, which its readers must not write.
 FramePtr ShareSamples(const SP<Proc::IDataAudio>& block);

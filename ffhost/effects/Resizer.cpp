@@ -71,6 +71,7 @@ void Resizer::UpdateFormat(SP<Conf::IFormatCodecVideo>& format)
     const Conf::FrameInfo source = format->GetFrameInfo();
     if (source.width <= 0 || source.height <= 0)
         return;
+    // by the steps that a picture takes in ProcessItem, so that the format tells what comes
     const ResizeGeometry geometry = FindGeometry(settings, source, format->GetPixelFormat());
     const Conf::FrameInfo& output = geometry.output;
     if (IsRedrawn(geometry, source))

@@ -14,9 +14,9 @@ namespace Tessor::Host
 {
 
 /// Resizes by libswscale, bicubic. The shape of a picture counts as it is shown, with the aspect of its pixels. Bars
-/// are black, and transparent where the format has alpha. Pictures whose components are not plain come to a plain
-/// format. Fields that are scaled together are none any more: such pictures are no longer interlaced. To keep what they
-/// show of motion, deinterlace before.
+/// are black, and transparent where the format has alpha. Pictures whose components are not plain are converted to
+/// a plain format. Fields that are scaled together are lost: such pictures are no longer interlaced. To keep the motion
+/// that they show, deinterlace first.
 class Resizer final : public Proc::EffectBaseOneInput<Proc::IResize, Proc::SettingsResizer, Proc::IFactoryDataVideo>
 {
 public:

@@ -20,7 +20,7 @@ void Stabilizer::ReleaseInternalData()
 
 void Stabilizer::Update()
 {
-    // The edges have the numbers of the filter's own.
+    // The settings number the edges as the filter does.
     runner.SetChain("deshake=rx=" + std::to_string(settings.horizontal) + ":ry=" + std::to_string(settings.vertical) +
                     ":edge=" + std::to_string(static_cast<int>(settings.edge)));
 }

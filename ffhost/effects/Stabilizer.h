@@ -11,7 +11,7 @@ namespace Tessor::Host
 
 /// Takes small movements of the camera out of the picture, frame by frame, each against the one before it. It works in
 /// 8 bits; deeper pictures come back in their format, but no deeper than that. Pictures whose components are not plain
-/// come to a plain format.
+/// are converted to a plain format.
 class Stabilizer final : public Proc::EffectBaseOneInput<Proc::IOneInputEffectVideo, Proc::SettingsEffectStabilizer,
                                                          Proc::IFactoryDataVideo>
 {

@@ -8,8 +8,8 @@
 namespace Tessor::Host
 {
 
-/// Makes the effects of this host, by tables that feed creation and lists alike. Threads: any; an effect belongs to who
-/// asked for it.
+/// Makes the effects of this host, by tables that feed creation and lists alike. Threads: any; an effect belongs to the
+/// caller that asked for it.
 class TESSOR_API EffectFactory final : public Proc::IEffectFactory, public RefCountImpl
 {
 public:

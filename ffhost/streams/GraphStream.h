@@ -11,9 +11,9 @@ namespace Tessor::Host
 {
 
 /// A filter that runs a chain of libavfilter over a whole stream, whatever the chain makes of it: it may change size,
-/// rate and format, make more items than it is given, or fewer, and move them in time. An effect has one item for each;
-/// so that is none. What the chain holds back comes when it lets go of it, at the end at the latest. A source that
-/// changes its format in mid-stream gets a new chain, and what the old one held is delivered before.
+/// rate and format, make more items than it is given, or fewer, and move them in time. An effect has one item for each,
+/// so this is no effect. What the chain holds back comes as soon as it lets go of it, at the end at the latest. A
+/// source that changes its format in mid-stream gets a new chain, and what the old one held is delivered before.
 ///
 /// A seek empties the chain. Where that moves items in time, nobody knows how long all of them last, and a seek starts
 /// at the beginning and leaves out what comes before the target.

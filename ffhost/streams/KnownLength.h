@@ -5,7 +5,7 @@
 namespace Tessor::Host
 {
 
-/// A stream that can't tell how long it lasts, with its length as somebody else has found it out.
+/// A stream that can't tell how long it lasts, with the length that somebody else has found out.
 template <class Kind>
 class KnownLength final : public Relay<Kind>
 {

@@ -10,8 +10,8 @@
 namespace Tessor::Host
 {
 
-/// Parts decoded items at given times, so that none lies across one: who cuts there takes items or leaves them. How an
-/// item is parted is the kind's.
+/// Parts decoded items at given times, so that none lies across one: a cut there takes items whole or leaves them. How
+/// an item is parted depends on its kind.
 template <class Kind>
 class PartStream : public Relay<Kind>
 {

@@ -31,7 +31,7 @@ void PictureParts::Part(const SP<IDataVideo>& frame, std::deque<SP<IDataVideo>>&
     const avTime start = Snap(frame->GetPTS());
     const avTime end = Snap(AddTime(frame->GetPTS(), frame->GetDuration()));
     parts.push_back(frame);
-    // One that is as short as that keeps its own times.
+    // One that is no longer than the rounding would vanish: it keeps its own times.
     if (start == NoTime || end == NoTime || start >= end)
         return;
     // a part shares the picture with the others, and has its own times only

@@ -7,8 +7,8 @@ namespace Tessor::Host
 {
 
 /// Parts pictures by their times alone: each part shows the whole of it. Where a bound lies close to where one picture
-/// ends and the next one begins, it means that place, and both are brought to it, so that no rest of a picture flashes
-/// up.
+/// ends and the next one begins, it means that place, and both are brought to it, so that no remainder of a picture
+/// flashes up.
 class TESSOR_API PictureParts final : public PartStream<Proc::IStreamVideo>
 {
 public:

@@ -12,8 +12,8 @@ namespace Tessor::Host
 /// same time. At most `capacity` items wait. The thread runs from the first read to the end of the stream, a failure or
 /// the next seek. A failure is thrown by the read that would have got the item, and by all later ones until a seek.
 ///
-/// Threads: as StreamImpl says. While the thread runs the parent is its alone: what asks the parent for its format or
-/// statistics has to be allowed beside a read of it.
+/// Threads: as StreamImpl says. While the thread runs the parent belongs to it alone: whatever asks the parent for its
+/// format or statistics has to be allowed during a read.
 template <class Kind>
 class ReadAhead final : public Relay<Kind>
 {
