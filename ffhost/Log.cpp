@@ -35,6 +35,7 @@ struct FFmpegLogWriter
 {
     static void Write(void* context, int level, const char* format, va_list arguments)
     {
+        // beside our own levels: warnings are rare, and debugging texts come for every packet
         const int verbosity = level <= AV_LOG_WARNING ? 21 : level <= AV_LOG_INFO ? 31 : 4001;
         // later errors are mostly consequences of the first
         const bool captured = level <= AV_LOG_ERROR && current_capture && current_capture->first.empty();

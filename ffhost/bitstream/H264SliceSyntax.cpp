@@ -118,6 +118,7 @@ H264SliceSyntax::H264SliceSyntax(const uint8_t* extradata, size_t size)
     }
 }
 
+// Each of the rest adds fields to the slice header (7.3.3) which are not read here.
 bool H264SliceSyntax::IsSupported(const Sets& sets)
 {
     const auto& [sps, pps] = sets;

@@ -38,6 +38,7 @@ PictureParser::PictureParser(const AVCodecParameters& parameters, const SP<const
     : context(avcodec_alloc_context3(nullptr)), parser(av_parser_init(parameters.codec_id)),
       hasOrder(parameters.codec_id == AV_CODEC_ID_H264 || parameters.codec_id == AV_CODEC_ID_HEVC)
 {
+    // The parser finds the header in the context, which is never opened.
     if (!context || avcodec_parameters_to_context(context.get(), &parameters) < 0)
         parser.reset();
     if (header && context)

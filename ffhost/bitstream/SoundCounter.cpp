@@ -93,6 +93,7 @@ void SoundCounter::Place(PacketPtr packet, const Sink& sink)
     const int64_t longest = av_rescale_q(LONGEST_FILL, AVRational{1, 1}, timeBase);
     if (missing > longest)
     {
+        // never filled: all that follows is counted from a base that is later by this
         base += missing - longest;
         missing = longest;
     }
@@ -136,6 +137,7 @@ PacketPtr SoundCounter::MakeFiller(const AVPacket& packet, int64_t ticks) const
 void SoundCounter::Hand(PacketPtr packet, const Sink& sink)
 {
     packet->time_base = timeBase;
+    // not `base`: the container counts without holes, so that what was never filled has no ticks
     packet->pts = packet->dts = start + written;
     packet->duration = IsLinear() ? packet->size / sampleSize : 1;
     written += packet->duration;

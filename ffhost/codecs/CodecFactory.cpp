@@ -61,6 +61,7 @@ private:
         return use;
     }
 
+    // by encoders, at their end, on whichever thread that comes
     void NoteUse(const std::string& name, long long time)
     {
         const std::lock_guard<std::mutex> lock(useMutex);

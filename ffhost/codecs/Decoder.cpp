@@ -88,6 +88,7 @@ void Decoder::Prepare(AVCodecContext& context) const
     context.pix_fmt = static_cast<AVPixelFormat>(format->GetPixelFormat());
     ApplyPictureProperties(tree, context);
     context.field_order = traits.fields;
+    // By the container's name of a codec some decoders know variants of it, and faults of encoders.
     context.bits_per_coded_sample = static_cast<int>(GetNumber(tree, FormatTags::BITS_PER_CODED_SAMPLE, 0));
     context.codec_tag = static_cast<unsigned>(GetNumber(tree, FormatTags::CODEC_TAG, 0));
     // A decoder that finds the depth out by itself has delivered its first pictures too early by then.

@@ -91,6 +91,7 @@ Encoder::~Encoder()
 SP<IDataPacket> Encoder::ReadInternal()
 {
     const Core::TimerSimple timer(encodeTime);
+    // Opened as the one before, so that the header in the format is this one's, too.
     if (!codec.GetContext())
         codec.Replace(setup->Open());
     AVPacket* packet = codec.Receive([this] { SendNextFrame(); });

@@ -236,7 +236,7 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
     if (!profile.empty() && common)
         SetOption(context, "profile", profile);
     if (profile == IFormatCodecVideo::TAG_X264_PROFILE_BASELINE)
-        context.max_b_frames = 0;
+        context.max_b_frames = 0; // it has no B slices (ITU-T H.264, A.2.1)
     SetOption(context, "preset", "faster");
     SetOption(context, "sc_threshold", "0"); // off: changes of scene would start groups of their own
     // The header tells readers how deep pictures are reordered, and those of Matroska derive decoding times from that:

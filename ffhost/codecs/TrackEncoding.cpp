@@ -255,6 +255,7 @@ Conf::SampleInfo FitSampleInfo(const std::string& encoder, const Conf::SampleInf
 
 SP<TrackEncoder> CreateTrackEncoder(const SP<IStreamVideo>& source, const EncoderOptions& options)
 {
+    // The format is cloned from the source's, but for what is the new codec's. HEVC has a name of the library's.
     const AVCodecID id = GetEncoder(options.name).id;
     Core::Property changes("Format");
     changes.SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID, id == AV_CODEC_ID_HEVC

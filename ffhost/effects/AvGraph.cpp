@@ -101,6 +101,7 @@ GraphFormat GraphFormat::Of(const AVFrame& frame)
         result.width = frame.width;
         result.height = frame.height;
         result.aspect = frame.sample_aspect_ratio;
+        // a hint for filters that ask for a rate
         if (FFmpeg::DurationOf(frame) > 0)
             av_reduce(&result.frameRate.num, &result.frameRate.den, microseconds.den, FFmpeg::DurationOf(frame),
                       INT32_MAX);
@@ -233,6 +234,7 @@ FramePtr AvGraph::Pull()
     Require("",
             [&]
             {
+                // wanting more and having come to the end are no failures
                 result = av_buffersink_get_frame(sink, frame.get());
                 return result == AVERROR(EAGAIN) || result == AVERROR_EOF ? 0 : result;
             });
