@@ -31,7 +31,8 @@ std::string ExtensionOf(const std::string& path)
     return dot == std::string::npos || path[dot] == '/' ? "" : Lower(path.substr(dot + 1));
 }
 
-/// Where libavformat's own guess is missing, or not what the name means today.
+/// Where libavformat's own guess is missing, or not what the name means today: it writes MPEG-1 systems under mpg, and
+/// a bare stream of MPEG-4 under m4v.
 const std::map<std::string, const char*> MUXERS = {
     {"mpg", "vob"},  {"mpeg", "vob"},   {"vob", "vob"},        {"ps", "vob"},         {"m4v", "mp4"},
     {"m4a", "ipod"}, {"mts", "mpegts"}, {"m2ts", "mpegts"},    {"ts", "mpegts"},      {"264", "h264"},
@@ -54,6 +55,7 @@ const std::set<AVCodecID> BLU_RAY_CODECS = {
     AV_CODEC_ID_AC3,        AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_HDMV_PGS_SUBTITLE,
 };
 
+/// What ISO/IEC 13818-1 and DVD-Video have numbers for (see ProgramStream).
 const std::set<AVCodecID> PROGRAM_CODECS = {
     AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,   AV_CODEC_ID_H264, AV_CODEC_ID_MP2,
     AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,          AV_CODEC_ID_DTS,  AV_CODEC_ID_PCM_S16BE,
@@ -151,11 +153,12 @@ AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (family == Family::TransportStream || family == Family::ProgramStream)
         av_dict_set_int(&options, "max_delay", 700000, 0);
+    // no random numbers, and no versions of libraries: the same input gives the same bytes
     av_dict_set(&options, "fflags", "+bitexact", 0);
     // What is said of Dolby Vision and of spherical pictures counts as unofficial.
     if (std::any_of(context.streams, context.streams + context.nb_streams, HasUnofficialData))
         av_dict_set_int(&options, "strict", FF_COMPLIANCE_UNOFFICIAL, 0);
-    // The muxer has its own shift.
+    // MuxerFF has a shift of its own, which chapters and all stages follow.
     av_dict_set(&options, "avoid_negative_ts", "disabled", 0);
     return options;
 }
@@ -202,6 +205,7 @@ bool Container::CountsSound() const
 Proc::SettingsFilterBitStream::StreamFormat Container::ChooseFraming(AVCodecID codec) const
 {
     using Framing = Proc::SettingsFilterBitStream;
+    // a configuration record beside the packets, whose units stand after their lengths (ISO/IEC 14496-15)
     const bool ownsHeaders = IsMov() || IsMatroska() || family == Family::Asf || Is({"flv"});
     if (codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC)
         return ownsHeaders ? Framing::STREAM_FORMAT_MP4 : Framing::STREAM_FORMAT_ANNEX_B;
@@ -274,6 +278,7 @@ int Container::ChooseVideoTimescale(const TrackInfo& source) const
     const bool frames =
         source.frameRateDen > 0 && source.frameRateNum == source.timeBaseDen * int64_t{source.frameRateDen};
     const avTime first = source.start;
+    // there and back again gives the same where a tick lies on the time
     const bool even = first != NoTime &&
                       first == av_rescale(av_rescale(first, source.timeBaseDen, FINEST), FINEST, source.timeBaseDen);
     return frames && even && source.timeBaseDen >= SLOWEST ? source.timeBaseDen : 0;
@@ -320,6 +325,7 @@ bool Container::CarriesRotation() const
     return IsMov();
 }
 
+// By what libavformat's muxers write: keys that they do not know they drop without a word.
 bool Container::CarriesTag(const std::string& key, TagOwner owner) const
 {
     if (IsMatroska() || IsOgg() || Is({"nut"}))

@@ -82,7 +82,7 @@ public:
     /// Whether packets of a track may share a decoding time. Pictures never do: where they are counted each has its
     /// own.
     bool TakesEqualTimes(MediaType type) const;
-    /// Several packets of sound go under the time of the first: those behind a gap have to be kept apart.
+    /// Several packets of sound go under the time of the first: those after a gap have to be kept apart.
     bool SharesTimes() const;
     /// Readers do not know a file of a few packets for what it is. (That with 192 bytes a packet holds larger ones.)
     bool NeedsLength() const { return family == Family::TransportStream && !bluRay; }

@@ -17,7 +17,7 @@ namespace Tessor::Host
 namespace
 {
 
-/// A track that begins behind that many bytes was not found by libavformat either.
+/// A track that begins after that many bytes was not found by libavformat either.
 constexpr long long LONGEST_SEARCH = 32 << 20;
 
 /// Null where the packet does not begin with a sound frame.
@@ -26,6 +26,7 @@ try
 {
     const SP<const Proc::IBlob> header = Proc::CodecParsers::ExtractADTSHeader(packet);
     if (header)
+        // for what it throws: a packet torn by damage may only look like a frame
         Proc::CodecParsers::DataToADTSHeader(header->Data(), header->Size());
     return header;
 }

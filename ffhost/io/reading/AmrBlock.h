@@ -16,7 +16,7 @@ public:
     explicit AmrBlock(int codec) : codec(codec) {}
 
     bool IsAmr() const { return SizeOf(0) > 0; }
-    /// The frames of a packet, in order, which share its payload. What is left behind a type that nobody knows, or
+    /// The frames of a packet, in order, which share its payload. What is left after a type that nobody knows, or
     /// where a frame would reach beyond the end, can't be told apart and is left out: `damaged`.
     std::vector<PacketPtr> Split(const AVPacket& packet, bool& damaged) const;
 

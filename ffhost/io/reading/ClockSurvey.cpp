@@ -17,6 +17,7 @@ namespace Tessor::Host
 namespace
 {
 
+// Bytes. The last sample is taken far enough from the end for a packet of the stream to follow.
 constexpr long long SHORT_FILE = 4 << 20;
 constexpr long long SHORT_STEP = 128 << 10; // is not split further
 constexpr long long LAST_SAMPLE = 1 << 20;  // before the end
@@ -34,6 +35,8 @@ struct Sample
     bool settled = false; // no jump lies between this one and the next
 };
 
+/// Looks for the step between two samples where the clock starts anew. The step whose time is furthest from what its
+/// bytes take at the usual rate is halved until it is short or the samples are used up.
 class ClockSurvey
 {
 public:
@@ -52,6 +55,7 @@ public:
                 return false;
             if (Split(worst))
                 continue;
+            // too short to be halved: the two times decide
             if (!TrackClock::GoesOn(worst->time, (worst + 1)->time))
                 return true;
             worst->settled = true;
@@ -62,7 +66,7 @@ public:
 private:
     using Place = std::vector<Sample>::iterator;
 
-    /// The first packet with a time behind a place in the file.
+    /// The first packet with a time after a place in the file.
     std::optional<Sample> Take(long long position)
     {
         if (!file.SeekToByte(position))
@@ -95,10 +99,11 @@ private:
         return bytes > SHORT_STEP && Add(from + 1, Take(from->position + bytes / 2));
     }
 
+    // Of the step from a sample to the one after it, which a vector has right beside it.
     static double Bytes(const Sample& from) { return static_cast<double>((&from + 1)->position - from.position); }
     static double Time(const Sample& from) { return static_cast<double>((&from + 1)->time - from.time); }
 
-    /// Bytes a microsecond, by the step in the middle of all.
+    /// Bytes a microsecond, by the step in the middle of all: a mean would be moved by the very jump that is sought.
     void UpdateRate()
     {
         std::vector<double> rates;

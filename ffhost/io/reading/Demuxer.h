@@ -18,7 +18,7 @@ namespace Tessor::Host
 ///
 /// Every packet has a PTS where it can be derived, a DTS, a duration above 0 and a position. Positions tile a video
 /// track group by group: a key packet's position is the time from which its group shows, that is its own PTS, or that
-/// of the first leading picture behind it when the group before was delivered too; of any other packet it is the end
+/// of the first leading picture after it when the group before was delivered too; of any other packet it is the end
 /// of what has been delivered (the running maximum of PTS plus duration). The last packet of a track never carries
 /// the key flag, nor does a key packet that only leading pictures follow there, so that the last group ends at its end.
 ///
@@ -48,7 +48,7 @@ public:
     virtual std::vector<SP<Proc::IDataPacket>> TakeSparse(int track) = 0;
 
     /// Tells what will not be used, so that reading may leave out whole groups inside of a deleted stretch. Cost then
-    /// follows what is kept. The first key packet at or behind a stretch's start is always delivered, so that the group
+    /// follows what is kept. The first key packet at or after a stretch's start is always delivered, so that the group
     /// before it ends where it should; then the last key packet at or before the stretch's end comes next.
     virtual void SetCut(const Proc::CutTimeline& cut) = 0;
 

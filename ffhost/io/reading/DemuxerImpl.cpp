@@ -21,7 +21,7 @@ DemuxerImpl::DemuxerImpl(const std::string& path, const DemuxerSettings& setting
 {
     pump.Describe(&info);
     Survey();
-    // what the survey has met by the way
+    // What the survey has met by the way. Streams are numbered anew, so that all that was found before is void.
     if (pump.GetFile().LookDeeper())
     {
         info = BuildMediaInfo(pump.GetFile(), path);
@@ -72,6 +72,7 @@ SP<Proc::IStreamRaw> DemuxerImpl::GetStream(int track)
     if (!reader.stream)
     {
         pump.Select(track);
+        // the demuxer owns it; who holds it counts on the demuxer (TrackStream::AddRef)
         reader.stream = std::make_unique<TrackStream>(static_cast<ITrackOwner&>(*this), track);
     }
     return SP<Proc::IStreamRaw>(reader.stream.get());
@@ -136,6 +137,7 @@ SP<Proc::IDataPacket> DemuxerImpl::Read(int track)
     return packet;
 }
 
+// Before a first read, the position is where the packet lies that comes next.
 avTime DemuxerImpl::GetPosition(int track)
 {
     const boost::mutex::scoped_lock lock(mutex);
@@ -149,6 +151,7 @@ avTime DemuxerImpl::GetPosition(int track)
 void DemuxerImpl::RequestSeek(int track, avTime target)
 {
     const boost::mutex::scoped_lock lock(mutex);
+    // beyond the end there is nothing to seek to
     readers.at(track).requested = std::min(target, info.duration);
 }
 
@@ -164,7 +167,8 @@ void DemuxerImpl::DoSeek()
     }
 }
 
-// The tracks move together, to the smallest of their targets.
+// The tracks move together, to the smallest of their targets: there is one file. Those with later targets read up to
+// theirs; those that no one asked to move do so all the same, as packets in between would be lost to them.
 void DemuxerImpl::Move()
 {
     if (!movePending)

@@ -16,6 +16,8 @@ void DisplayOrder::Push(TimedPacket&& timed)
     const bool key = (timed.packet->flags & AV_PKT_FLAG_KEY) != 0;
     if (parser.HasOrder())
     {
+        // An IDR picture begins the count anew. A key picture that goes on with it (an open group's) refreshes nothing,
+        // and pictures of before may be shown after it.
         sequence += key && picture.order <= lastOrder;
         lastOrder = key ? picture.order : std::max(lastOrder, picture.order);
         PushByOrder({std::move(timed), sequence, picture.order});
@@ -32,7 +34,8 @@ void DisplayOrder::PushByType(TimedPacket&& timed, bool bidirectional)
     byType.Push(std::move(timed), bidirectional);
 }
 
-// The n-th picture to be shown takes the n-th decoding time, late by the depth of the reordering.
+// The n-th picture to be shown takes the n-th decoding time, late by the depth of the reordering. All pictures before a
+// refresh are shown before it, however few they are.
 void DisplayOrder::PushByOrder(Waiting&& next)
 {
     if (next.timed.pts == NoTime)
@@ -46,6 +49,8 @@ void DisplayOrder::PushByOrder(Waiting&& next)
         ShowFirst();
 }
 
+// The queue is as short as the depth, so that a heap would gain nothing. No picture is shown before it is decoded, even
+// where a stream reorders by more pictures than its header says.
 void DisplayOrder::ShowFirst()
 {
     Waiting* first = nullptr;

@@ -16,8 +16,10 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime FIRST_TAIL = 5 * SECOND;
+constexpr avTime FIRST_TAIL = 5 * SECOND; // holds packets of all tracks of most files; four times as much each time
 
+/// Reads to the end with the times that packets get later, as those of the container leave out what only these tell:
+/// lengths of last packets, times of AVI, jumps of the clock.
 class TailReader
 {
 public:
@@ -95,6 +97,7 @@ private:
 
     avTime EndOf(const AVPacket& packet, const TrackInfo& track) const
     {
+        // subtitles are only measured so where no clock jumps
         const TrackClock clock(AVRational{track.timeBaseNum, track.timeBaseDen}, info.origin, nullptr);
         const avTime length = clock.ToTime(std::max<int64_t>(packet.duration, 0)) - clock.ToTime(0);
         return AddTime(clock.ToTime(packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts), length);
@@ -105,6 +108,7 @@ private:
         while (const SP<Proc::DataPacketFF> packet = times[index]->Pull())
         {
             const bool shown = (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) == 0;
+            // what an edit list hides does not make a track longer
             if (shown)
                 ends[index].end = std::max(ends[index].end, AddTime(packet->GetPTS(), packet->GetDuration()));
             if (static_cast<int>(index) == anchor && packet->IsKeyFrame() && packet->GetAVPacket()->pos >= 0)

@@ -23,6 +23,7 @@ namespace
 
 constexpr size_t NAL_TYPE_SPS = 7, NAL_TYPE_PPS = 8;
 
+/// What a header of H.264 has.
 struct ParameterSets
 {
     std::vector<uint32_t> sps, pps; // identifiers
@@ -37,6 +38,7 @@ uint32_t ReadUE(Core::DataBitInput& input)
     return zeros == 0 ? 0 : (1u << zeros) - 1 + input.ReadBits(zeros);
 }
 
+// The bytes are read as they are: no emulation prevention stands so early, where profile and level are above 0.
 void AddUnit(const uint8_t* unit, size_t size, ParameterSets& sets)
 {
     const size_t type = size > 0 ? unit[0] & 31 : 0;
@@ -53,7 +55,7 @@ void AddUnit(const uint8_t* unit, size_t size, ParameterSets& sets)
 ParameterSets ReadConfiguration(const uint8_t* data, size_t size)
 {
     ParameterSets sets;
-    size_t at = 5;
+    size_t at = 5; // numOfSequenceParameterSets, in its lower 5 bits; numOfPictureParameterSets has all 8
     for (const unsigned mask : {31u, 255u})
     {
         for (unsigned count = at < size ? data[at++] & mask : 0; count > 0 && at + 2 <= size; --count)
@@ -72,6 +74,7 @@ ParameterSets ReadStartCodes(const uint8_t* data, size_t size)
     ParameterSets sets;
     for (size_t at = 0; at + 3 < size; ++at)
         if (data[at] == 0 && data[at + 1] == 0 && data[at + 2] == 1)
+            // to the end of all: only the first bytes of a unit are looked at
             AddUnit(data + at + 3, size - at - 3, sets);
     return sets;
 }
@@ -119,6 +122,7 @@ SP<Conf::IFormatCodec> BuildVideo(const AVStream& stream, const TrackInfo& track
     SetGeometry(*format, stream);
     format->SetPixelFormat(static_cast<PixFmt>(parameters.format));
     const bool known = track.frameRateNum > 0 && track.frameRateDen > 0;
+    // a format must have one; 25 as good as any where the container has none
     format->SetFrameRate(known ? static_cast<unsigned>(track.frameRateNum) : 25,
                          known ? static_cast<unsigned>(track.frameRateDen) : 1);
     SetNumber(*format, FormatTags::REORDER_DEPTH, parameters.video_delay);
@@ -137,6 +141,7 @@ SP<Conf::IFormatCodec> BuildVideo(const AVStream& stream, const TrackInfo& track
 SP<Conf::IFormatCodec> BuildAudio(const AVCodecParameters& parameters)
 {
     const SP<Conf::IFormatCodecAudio> format = Conf::IFormatCodecAudio::Create();
+    // orders that name their channels one by one have no mask, and take the usual layout of that many
     const uint64_t mask = parameters.ch_layout.order == AV_CHANNEL_ORDER_NATIVE ? parameters.ch_layout.u.mask : 0;
     const auto sample = parameters.format >= 0 && parameters.format <= AV_SAMPLE_FMT_DBLP
                             ? static_cast<Conf::SampleFormats>(parameters.format)
@@ -202,6 +207,8 @@ SP<Conf::IFormatCodec> BuildFormat(const AVStream& stream, const TrackInfo& trac
     return format;
 }
 
+// Encoded groups bring sets with identifier 1 beside the source's, so that copied slices, which name theirs by number,
+// go on finding their own.
 std::string FindRecodeObstacle(const uint8_t* extradata, size_t size)
 {
     ParameterSets sets;

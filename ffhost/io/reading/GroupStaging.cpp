@@ -13,6 +13,8 @@ namespace Tessor::Host
 namespace
 {
 
+// H.264 and HEVC reorder up to 16 pictures, fields of their own up to twice as many. What is longer is a damaged clock,
+// which must not have the whole track staged.
 constexpr size_t MAX_LOOK_AHEAD = 64;
 
 // TrackTimes hides the key flag of the last packet alone.
@@ -95,6 +97,8 @@ bool GroupStaging::IsLanding() const
     return landing == Landing::Searching || landing == Landing::Found || landing == Landing::Skipping;
 }
 
+// Lays out what is staged, as far as it can be told: up to a key packet whose leading pictures may still come, or into
+// a stretch that is left out.
 void GroupStaging::Process()
 {
     if (IsLanding())
@@ -122,14 +126,17 @@ bool GroupStaging::Land()
     while (searched < staged.size())
     {
         const Proc::DataPacketFF& packet = *staged[searched];
+        // beforehand: TakeKey drops packets, and may drop this one
         const avTime dts = packet.GetDTS();
         const bool candidate = packet.IsKeyFrame() && packet.GetPTS() <= target;
+        // undecided: what comes next tells whether it begins a group
         if (candidate && !ended && !HasFollower(searched))
             return false;
         if (candidate && HasFollower(searched))
             TakeKey(packet.GetPTS());
         else
             ++searched;
+        // What is decoded later is shown later: no key packet up to the target comes any more.
         if (dts > target)
             return EndLanding();
     }
@@ -137,7 +144,7 @@ bool GroupStaging::Land()
 }
 
 // The staged key packet that the search has come to is the best one so far, unless the one before has its stamp: what
-// starts there has both.
+// starts there has both. One that was delivered before the jump is dropped itself, and its group goes on after it.
 void GroupStaging::TakeKey(avTime time)
 {
     const bool repeated = resumeAfter != NoTime && time <= resumeAfter;
@@ -171,10 +178,12 @@ void GroupStaging::AcceptMissed()
     Process();
 }
 
+// False when more packets have to come first, or those that follow are left out.
 bool GroupStaging::ProcessKey()
 {
     if (video && !KnowsLeading())
         return false;
+    // KnowsLeading has seen to it that what is missing will never come
     if (start == Start::Sequence && !HasFollower(0))
     {
         JoinGroupBefore();
@@ -233,6 +242,7 @@ void GroupStaging::CloseGroup()
     const avTime seam = end;
     for (size_t i = 0; i < count; ++i)
     {
+        // a copy, which shares the bytes: the packet itself is still to come in its own group
         const Packet packet = static_cast<Proc::DataPacketFF*>(staged[i]->Clone().get());
         AVPacket& record = *packet->GetAVPacket();
         record.flags &= ~AV_PKT_FLAG_KEY;
@@ -286,6 +296,7 @@ void GroupStaging::Deliver(const Packet& packet)
 {
     const bool key = packet->IsKeyFrame();
     const avTime shownUntil = AddTime(packet->GetPTS(), packet->GetDuration());
+    // after an entry the group shows from its key picture on, which may lie before what was shown last
     const bool anew = end == NoTime || (key && start == Start::Entry);
     const bool hidden = (packet->GetAVPacket()->flags & AV_PKT_FLAG_DISCARD) != 0;
     if (anew || !hidden)
@@ -294,6 +305,7 @@ void GroupStaging::Deliver(const Packet& packet)
         newestShown = anew ? packet->GetPTS() : std::max(newestShown, packet->GetPTS());
     }
     if (!key)
+        // sound lies at its own time; a track's last packet at its end, which a cut would otherwise never see reached
         packet->SetPosition(video || IsLast(*packet) ? end : packet->GetPTS());
     deliveredTime = packet->GetPTS();
     if (video)

@@ -10,7 +10,7 @@
 namespace Tessor::Host
 {
 
-/// Lays the packets of a track out in groups, each from a key packet to the next: finds where reading begins behind a
+/// Lays the packets of a track out in groups, each from a key packet to the next: finds where reading begins after a
 /// move, drops leading pictures that lack their reference, sets positions and lead-ins, and leaves out what a cut
 /// does not use.
 ///
@@ -19,7 +19,7 @@ namespace Tessor::Host
 ///     position   0         |  that of the first b when K0's group came before, else that of K1
 ///
 /// A group that a cut runs through is encoded again, and what leans on its pictures has to be so too: leading pictures
-/// behind it move into it, with what they need of their own group for decoding alone (AV_PKT_FLAG_DISCARD); the
+/// after it move into it, with what they need of their own group for decoding alone (AV_PKT_FLAG_DISCARD); the
 /// next group then starts at its key picture, like one that is entered. So does one whose key picture a kept stretch
 /// starts with, if none of its leading pictures is kept.
 ///

@@ -45,11 +45,13 @@ std::string CodecOf(const AVCodecParameters& parameters)
     return IsHEVC(parameters) ? Conf::IFormatCodecVideo::CODEC_ID_H265 : Conf::IFormatCodecVideo::CODEC_ID_H264;
 }
 
-/// Whether every unit of a packet lies behind its length.
+/// Whether lengths divide a packet into units, down to its last byte; the upper bit of a unit (forbidden_zero_bit)
+/// tells that what was taken for lengths is none.
 bool FitsLengths(const AVPacket& packet, size_t lengthSize)
 try
 {
     std::vector<Nalu> units;
+    // the template is there for bytes that may and that may not be changed
     FindMP4Nalus(const_cast<const uint8_t*>(packet.data), static_cast<size_t>(packet.size), units, lengthSize);
     return std::none_of(units.begin(), units.end(), [](const Nalu& unit) { return (*unit.first & 0x80) != 0; });
 }
@@ -70,7 +72,8 @@ std::optional<size_t> FindLengthSize(const AVPacket& packet)
     return atHead ? std::optional<size_t>(0) : std::nullopt;
 }
 
-/// A header that tells nothing but the framing; with start codes twice, as less is too short for the parsers.
+/// A header that tells nothing but the framing: lengthSizeMinusOne of an avcC or hvcC without sets (ISO/IEC 14496-15,
+/// 5.3.3.1 and 8.3.3.1), or start codes, two of them, as less is too short for the parsers.
 SP<const IBlob> MakeBareHeader(bool hevc, size_t lengthSize)
 {
     std::vector<uint8_t> bytes{0, 0, 1, 0, 0, 1};
@@ -104,6 +107,7 @@ public:
                 return;
             sets.emplace(codec, MakeBareHeader(hevc, *lengthSize));
         }
+        // the sets alone are wanted: any times will do
         sets->Follow(*DataPacketFF::Create(packet.release(), MediaType::Video, 0, 0, 1));
         if (sets->AreComplete() && !header)
             header = sets->MakeHeader();

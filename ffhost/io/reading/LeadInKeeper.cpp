@@ -6,6 +6,7 @@ namespace Tessor::Host
 namespace
 {
 
+// twenty seconds of pictures; open groups are shorter
 constexpr size_t MAX_PACKETS = 600;
 constexpr size_t MAX_BYTES = 64 << 20;
 
@@ -27,6 +28,7 @@ void LeadInKeeper::Add(const Proc::DataPacketFF& packet)
         return;
     }
     const SP<Proc::IDataPacket> copy = packet.Clone();
+    // groups that hold the groups before them would keep the whole track in memory
     static_cast<Proc::DataPacketFF&>(*copy).SetLeadIn({});
     group.push_back(copy);
 }

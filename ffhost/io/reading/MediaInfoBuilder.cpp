@@ -20,7 +20,7 @@ namespace Tessor::Host
 namespace
 {
 
-// bytes of the header of Opus
+// place of the pre-skip in the header of Opus, and its least size (RFC 7845, 5.1)
 constexpr int OPUS_PRE_SKIP = 10;
 constexpr int OPUS_HEAD = 19;
 
@@ -48,12 +48,14 @@ MediaType TypeOf(const AVCodecParameters& parameters)
     }
 }
 
+// Beyond, it is a clock's rate (90 kHz, milliseconds) or that of a slide show, where libavformat merely guesses.
 bool IsSane(AVRational rate)
 {
     return rate.num > 0 && rate.den > 0 && av_q2d(rate) <= 300 && av_q2d(rate) >= 0.1;
 }
 
-// The base rate, unless it is that of the fields or merely the container's clock.
+// The base rate, unless it is that of the fields or merely the container's clock. libavformat's base rate is the least
+// that all times it has seen fit in: exact where pictures come evenly, where the mean is blurred by its rounding.
 AVRational FrameRate(const AVStream& stream)
 {
     const AVRational base = stream.r_frame_rate, mean = stream.avg_frame_rate;
@@ -63,6 +65,7 @@ AVRational FrameRate(const AVStream& stream)
         return base;
     if (!IsSane(base))
         return IsSane(mean) ? mean : AVRational{0, 1};
+    // twice the mean, less what a mean of few pictures is wrong by
     const bool fields = IsSane(mean) && av_q2d(base) > 1.9 * av_q2d(mean);
     return fields ? mean : base;
 }
@@ -83,6 +86,7 @@ SideData CopySideData(const AVStream& stream)
 {
     SideData sideData;
     for (const AVPacketSideData& entry : FFmpeg::ListSideData(stream))
+        // that one has a field of its own (DisplayMatrix)
         if (entry.type != AV_PKT_DATA_DISPLAYMATRIX && entry.data)
             sideData.emplace_back(entry.type, std::vector<uint8_t>(entry.data, entry.data + entry.size));
     return sideData;
@@ -159,6 +163,7 @@ void CompleteBitRates(MediaInfo& info, long long fileSize)
 {
     if (info.duration <= 0 || fileSize <= 0)
         return;
+    // in bits a second; in floating point, as files beyond a terabyte leave 64 bits
     const long long whole =
         static_cast<long long>(8e6 * static_cast<double>(fileSize) / static_cast<double>(info.duration));
     info.bitRate = info.bitRate > 0 ? info.bitRate : whole;
@@ -170,6 +175,7 @@ void CompleteBitRates(MediaInfo& info, long long fileSize)
         if (track.type == MediaType::Video && !track.attachedPicture && track.parameters->bit_rate <= 0)
             unknown.push_back(&track);
     }
+    // Rates of sound that are only claimed may leave nothing: pictures have at least a quarter.
     for (TrackInfo* track : unknown)
         track->format->GetProperties().SetChildT<long long>(
             Conf::IFormatCodec::TAG_BITRATE, std::max(left, whole / 4) / static_cast<long long>(unknown.size()));

@@ -19,11 +19,11 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime SPARSE_LEAD = 10 * SECOND;    // how long a subtitle may stand before the target and still be met
-constexpr avTime CLOCK_LEAD = 1 * SECOND;      // where a seek may land between the parts of a packet
-constexpr avTime STAMP_LEAD = 2 * MILLISECOND; // longer than a tick, shorter than a picture
-constexpr avTime MAX_INTERLEAVING = 10 * SECOND;
-constexpr avTime WORTH_A_JUMP = 3 * SECOND;
+constexpr avTime SPARSE_LEAD = 10 * SECOND;      // how long a subtitle may stand before the target and still be met
+constexpr avTime CLOCK_LEAD = 1 * SECOND;        // where a seek may land between the parts of a packet
+constexpr avTime STAMP_LEAD = 2 * MILLISECOND;   // longer than a tick, shorter than a picture
+constexpr avTime MAX_INTERLEAVING = 10 * SECOND; // how far tracks may lie apart that stand side by side in a file
+constexpr avTime WORTH_A_JUMP = 3 * SECOND;      // what is shorter is read through: a seek and its lead cost as much
 
 ParameterSets SetsOf(const TrackInfo& track)
 {
@@ -31,7 +31,8 @@ ParameterSets SetsOf(const TrackInfo& track)
                         : ParameterSets({}, nullptr);
 }
 
-// Steps back from the target: 0, 1, 3, 10, 30, 100... seconds.
+// Steps back from the target: 0, 1, 3, 10, 30, 100... seconds. Each is read anew up to the target; as they grow
+// threefold, all that were in vain cost half of the last one.
 avTime NextLead(avTime lead)
 {
     if (lead < SECOND)
@@ -77,6 +78,7 @@ void PacketPump::SelectSparse(int index)
     sparse.emplace(
         index, SparseTrack{TrackClock(AVRational{track.timeBaseNum, track.timeBaseDen}, info->origin, Clock()), {}});
     file.Select(index);
+    // libavformat hands a cover out once, before the first packet, which may have gone by
     if (track.attachedPicture)
         AddSparse(sparse.at(index), index, PacketPtr(av_packet_clone(&file.Stream(index).attached_pic)));
 }
@@ -110,6 +112,7 @@ bool PacketPump::ReadMore()
     if (!ReadPacket())
         FinishAll();
     for (auto& [index, track] : dense)
+        // here nobody steps further back: Settle and LandJump have taken what could be had
         if (track.staging.GetLanding() == GroupStaging::Landing::Missed)
             track.staging.AcceptMissed();
     return !ended;
@@ -157,7 +160,8 @@ void PacketPump::Deliver(DenseTrack& track)
     }
 }
 
-// What is read may be left out: sets that it has brought have to be met again behind it.
+// What is read may be left out: sets that it has brought have to be met again after it. Hence
+// before staging, which leaves out.
 void PacketPump::FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet)
 try
 {
@@ -176,6 +180,7 @@ void PacketPump::AddSparse(SparseTrack& track, int index, PacketPtr packet)
 {
     if (!packet)
         return;
+    // the tracks that are followed know how often the clock has jumped up to here
     track.clock.JoinNear(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, NewestDts());
     const avTime pts = track.clock.ToTime(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts);
     const avTime dts = track.clock.ToTime(packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts);
@@ -194,6 +199,8 @@ avTime PacketPump::NewestDts() const
     return newest;
 }
 
+// Steps back until all tracks have met a key packet up to the target: an index may know too few entry points, or put
+// them at times that are not the packets'. The last resort is the beginning, from which everything is met.
 void PacketPump::MoveTo(avTime target)
 {
     lastJump = NoTime;
@@ -239,7 +246,9 @@ bool PacketPump::CanSeek() const
     return !file.IsElementary() && (jumps.shifts.size() == 1 || !jumps.entries.empty());
 }
 
-// Reads on until every track has shown where it stands. False when one begins behind the target.
+// Reads on until every track has shown where it stands. False when one begins after the target. A track that starts
+// there may; so may sound, once the step back has been longer than tracks lie apart. One that stays silent while others
+// have gone far beyond the target is not waited for.
 bool PacketPump::Settle(avTime target, avTime lead)
 {
     for (;;)
@@ -273,6 +282,7 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
     {
         track.keys.Reset(atStart);
         track.times.Reset(atStart, near);
+        // elsewhere the sets in force are not known; those met last are as good a guess as any
         if (atStart)
             track.sets.Rewind();
     }
@@ -280,12 +290,15 @@ void PacketPump::ResetTimes(bool atStart, avTime near)
         track.clock.Reset(atStart, near);
 }
 
+// Moves the file over a long deleted stretch. When that fails from every place, everything is read again from the
+// beginning; what was delivered before the jump is not delivered twice (GroupStaging::Jump).
 void PacketPump::TryJump()
 {
     const std::optional<avTime> target = cut && !ended ? FindJumpTarget() : std::nullopt;
     if (!target)
         return;
     lastJump = *target;
+    // the last deleted stretch reaches as far as time does, which no index knows
     const avTime place = std::min(*target, info->duration);
     for (avTime lead = std::max(BaseLead(), SECOND); SeekBefore(place, lead); lead = NextLead(lead))
         if (LandJump(*target, false))

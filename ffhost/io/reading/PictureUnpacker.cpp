@@ -20,6 +20,7 @@ void PictureUnpacker::Deleter::operator()(AVBSFContext* context) const
 // DivX ends its name with a "p", and so does who packs like it.
 bool PictureUnpacker::IsPacked(const AVCodecParameters& parameters)
 {
+    // user data of the MPEG-4 header (ISO/IEC 14496-2, 6.2.2): name, version and build of the encoder
     static const std::regex mark("DivX[0-9]+(b|Build)[0-9]+p");
     const auto* const header = reinterpret_cast<const char*>(parameters.extradata);
     return parameters.codec_id == AV_CODEC_ID_MPEG4 && header &&
@@ -37,6 +38,8 @@ PictureUnpacker::PictureUnpacker(AVCodecParameters& parameters)
         throw std::bad_alloc();
 }
 
+// The filter holds a picture back where a packet brings two, and gives it for the next packet. What it can't make out
+// stands for no picture, too.
 bool PictureUnpacker::Unpack(AVPacket& packet)
 {
     return av_bsf_send_packet(filter.get(), &packet) >= 0 && av_bsf_receive_packet(filter.get(), &packet) >= 0;

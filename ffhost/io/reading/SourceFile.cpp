@@ -20,11 +20,14 @@ namespace Tessor::Host
 namespace
 {
 
+// libavformat looks at 5 MB by default. Tables that follow and tracks that begin late lie beyond.
 constexpr int64_t DEEP_PROBE_BYTES = 200000000;
 constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
+// A reader that has nothing at the moment says EAGAIN, which damaged data could make it say for ever.
 constexpr int MAX_RETRIES = 1000;
 constexpr std::string_view INDEXED = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
 
+/// What libavformat leaves open of a stream when it has met no packet that describes it.
 bool IsUnknown(const AVCodecParameters& parameters)
 {
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
@@ -85,12 +88,14 @@ SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings)
 {
     RouteFFmpegLog();
     std::error_code error;
+    // To libavformat an empty file is one of unknown format. Pipes and devices have no size, and pass.
     const auto status = std::filesystem::status(path, error);
     if (std::filesystem::is_directory(status))
         Fail("Is a directory");
     if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
         Fail("The file is empty");
     Open();
+    // The survey has taken packets from the beginning, and what it found goes in where a file is opened.
     if (SurveyHeaders(*context, headers))
         Open();
     FindStreams();
@@ -146,6 +151,8 @@ void SourceFile::ReplaceHeaders()
 void SourceFile::FindStreams()
 {
     const int code = avformat_find_stream_info(context.get(), nullptr);
+    // A format with a header names its streams there, and a longer look finds no more. Transport streams name theirs in
+    // tables that come again and again, program streams in nothing but their packets (AVFMTCTX_NOHEADER).
     const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
     const bool incomplete = code < 0 || (noHeader && HasUnknownStream(*context));
     if (incomplete && !std::exchange(deep, true))
@@ -154,7 +161,7 @@ void SourceFile::FindStreams()
         Open();
         avformat_find_stream_info(context.get(), nullptr);
     }
-    // libavformat has remembered the container's own
+    // The look has put the container's own headers back, which libavformat had remembered.
     ReplaceHeaders();
     FindPacked();
 }
@@ -210,6 +217,7 @@ PacketPtr SourceFile::Read()
             if (Unpack(*packet))
                 return packet;
         }
+        // libavformat adds streams while it reads; ours are numbered since the file was opened
         if (packet->stream_index >= StreamCount())
             NoteLate(*packet);
         av_packet_unref(packet.get());
@@ -218,7 +226,7 @@ PacketPtr SourceFile::Read()
 }
 
 // AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering. Where
-// pictures are packed, times that look like such are those of packets.
+// pictures are packed, times that look like such are those of packets. DisplayOrder then gives pictures their own.
 void SourceFile::ForgetGuess(AVPacket& packet) const
 {
     const bool counted = packet.dts != AV_NOPTS_VALUE && std::string_view(context->iformat->name) == "avi";
@@ -245,6 +253,7 @@ void SourceFile::NoteLate(const AVPacket& packet)
     const auto known = [&](const LateStream& other) { return other.id == stream.id; };
     if (std::any_of(late.begin(), late.end(), known))
         return;
+    // for a warning only: jumps of the clock are not followed here
     const int64_t ticks = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
     const int64_t origin = context->start_time != AV_NOPTS_VALUE ? context->start_time : 0;
     const avTime time = ticks == AV_NOPTS_VALUE
@@ -253,6 +262,8 @@ void SourceFile::NoteLate(const AVPacket& packet)
     late.push_back({stream.id, avcodec_get_name(stream.codecpar->codec_id), time});
 }
 
+// Some formats look the time up among decoding times, others among presentation times: callers read on to see where the
+// file stands.
 bool SourceFile::Seek(int stream, avTime time)
 {
     const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
@@ -272,6 +283,7 @@ bool SourceFile::SeekToByte(long long position)
     return true;
 }
 
+// Nothing is moved yet: most files are opened, measured and then sought, and need not be opened anew in between.
 void SourceFile::Rewind()
 {
     rewinding = rewinding || !atStart;
@@ -295,6 +307,8 @@ bool SourceFile::SeekToFirst()
     return entry && av_seek_frame(context.get(), first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
+// What holds for all formats: a seek to the first time lands on an entry point, and what lies before (priming, leading
+// pictures, packets of other tracks) would be left out.
 void SourceFile::Reopen()
 {
     Open();
@@ -332,7 +346,7 @@ bool SourceFile::IsElementary() const
 {
     if (HasUntimedPages(*context) || IsSoughtByBitRate(*context))
         return true;
-    // Without an Xing table an MP3 file is sought by its bit rate only.
+    // Without an Xing table an MP3 file is sought by its bit rate only, and the table has 100 places for all of a file.
     return (context->iformat->flags & AVFMT_NOTIMESTAMPS) != 0 ||
            context->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE ||
            std::string_view(context->iformat->name) == "mp3";
@@ -345,6 +359,7 @@ std::pair<long long, long long> SourceFile::GetProgress() const
     return {std::max<int64_t>(0, avio_tell(context->pb)), std::max<int64_t>(0, avio_size(context->pb))};
 }
 
+// libavformat does not even read the packets of a discarded stream from a file of QuickTime's family.
 void SourceFile::ApplySelection()
 {
     for (unsigned i = 0; i < context->nb_streams; ++i)

@@ -15,7 +15,7 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr avTime MAX_GAP = 10 * SECOND;
+constexpr avTime MAX_GAP = 10 * SECOND; // a pause in a recording is shorter, a clock of another one rarely so near
 constexpr avTime MAX_FALL = 100 * MILLISECOND; // jitter of careless multiplexers stays below
 
 } // namespace
@@ -32,10 +32,10 @@ avTime TrackClock::ToTime(int64_t ticks) const
     return ToTime(ticks, epoch);
 }
 
-avTime TrackClock::ToTime(int64_t ticks, size_t behind) const
+avTime TrackClock::ToTime(int64_t ticks, size_t passed) const
 {
     const avTime time = av_rescale_q(ticks, timeBase, AVRational{1, AV_TIME_BASE});
-    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[behind] : 0);
+    return AddTime(SubTime(time, origin), jumps ? jumps->shifts[passed] : 0);
 }
 
 void TrackClock::JoinNear(int64_t ticks, avTime near)
@@ -47,6 +47,9 @@ void TrackClock::JoinNear(int64_t ticks, avTime near)
             epoch = i;
 }
 
+// At a jump, the track goes on with the first of the later clocks that fits. If none does, it is the first track to
+// meet the jump: the new clock is laid so that this packet follows the one before at once, and the other tracks take it
+// over.
 bool TrackClock::Follow(int64_t ticks, avTime step)
 {
     JoinNear(ticks, std::exchange(place, NoTime));
@@ -63,6 +66,7 @@ bool TrackClock::Follow(int64_t ticks, avTime step)
         if (GoesOn(before, last))
             return false;
     }
+    // first without a shift, which ToTime looks up
     jumps->shifts.push_back(0);
     jumps->shifts.back() = SubTime(AddTime(before, step), ToTime(ticks));
     last = AddTime(before, step);

@@ -22,7 +22,7 @@ struct ClockJumps
         long long position;
     };
 
-    std::vector<avTime> shifts{0}; // what is added to a time behind the n-th jump
+    std::vector<avTime> shifts{0}; // what is added to a time after the n-th jump
     std::vector<Entry> entries;    // where there are jumps and the file has been read: all of them, in order
 };
 
@@ -45,7 +45,7 @@ public:
     /// Must be called with each packet's decoding time, in order; `step` is the time that a packet takes. True when the
     /// clock jumped and this track met it first.
     bool Follow(int64_t ticks, avTime step);
-    /// Goes behind the jump that brings the time nearest to `near`: for tracks that can't be followed, since their gaps
+    /// Goes past the jump that brings the time nearest to `near`: for tracks that can't be followed, since their gaps
     /// are as long as jumps.
     void JoinNear(int64_t ticks, avTime near);
     /// The file was moved. `atStart`: to its beginning; otherwise, where that is known, `near` is the decoding time
@@ -53,14 +53,14 @@ public:
     void Reset(bool atStart, avTime near = NoTime);
 
 private:
-    avTime ToTime(int64_t ticks, size_t behind) const;
+    avTime ToTime(int64_t ticks, size_t passed) const;
 
     AVRational timeBase;
     avTime origin;
     ClockJumps* jumps;
-    size_t epoch = 0;      // how many jumps this track is behind
+    size_t epoch = 0;      // how many jumps this track has passed
     avTime last = NoTime;  // the time of the packet before
-    avTime place = NoTime; // until the first packet behind a move: where the file was moved to
+    avTime place = NoTime; // until the first packet after a move: where the file was moved to
 };
 
 } // namespace Tessor::Host

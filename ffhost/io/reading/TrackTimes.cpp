@@ -14,6 +14,7 @@ namespace Tessor::Host
 namespace
 {
 
+// Matroska has no decoding times at all: libavformat tells them once it has met as many pictures as are reordered.
 constexpr size_t MAX_WITHOUT_DTS = 64;
 
 avTime UsualDuration(const TrackInfo& track)
@@ -44,6 +45,7 @@ void TrackTimes::Push(PacketPtr packet)
     }
     nextDts = timed.dts == NoTime ? NoTime : AddTime(timed.dts, std::max<avTime>(timed.duration, 1));
     if (type == MediaType::Audio && timed.pts == NoTime)
+        // sound is heard in the order in which it is decoded
         timed.pts = timed.dts;
     if (amr.IsAmr())
         PlaceFrames(timed);
@@ -122,7 +124,10 @@ bool TrackTimes::Convert(TimedPacket& timed)
     // reordered
     if (packet.pts != AV_NOPTS_VALUE && packet.dts != AV_NOPTS_VALUE && clock.JumpsBetween(packet.dts, packet.pts))
         packet.dts = AV_NOPTS_VALUE;
+    // the difference, as ToTime counts from the origin
     const avTime step = std::max<avTime>(1, clock.ToTime(packet.duration) - clock.ToTime(0));
+    // A clock is followed by what never steps back: without decoding times by those of presentation, which are a delay
+    // later.
     damaged += packet.dts != AV_NOPTS_VALUE ? clock.Follow(packet.dts, step) : clock.Follow(packet.pts, step + delay);
     timed.pts = clock.ToTime(packet.pts);
     timed.dts = clock.ToTime(packet.dts);
@@ -139,7 +144,8 @@ bool TrackTimes::Convert(TimedPacket& timed)
     return timed.pts != NoTime || timed.dts != NoTime;
 }
 
-// Rounded so that packets abut that do so in the container's ticks.
+// The difference of rounded ends, so that packets abut that do so in the container's ticks; a length rounded alone
+// would leave gaps and overlaps of a microsecond. Damaged files have lengths whose end leaves 64 bits.
 avTime TrackTimes::ToDuration(const TimedPacket& timed) const
 {
     const AVPacket& packet = *timed.packet;
@@ -175,7 +181,7 @@ void TrackTimes::PlaceDts(TimedPacket&& timed)
         PlaceWaiting(AddTime(withoutDts.back().pts, 1));
 }
 
-// Backwards from the newest one: each a packet's duration before the next one, and not behind its own PTS.
+// Backwards from the newest one: each a packet's duration before the next one, and not after its own PTS.
 void TrackTimes::PlaceWaiting(avTime next)
 {
     for (auto timed = withoutDts.rbegin(); timed != withoutDts.rend(); ++timed)
@@ -209,6 +215,8 @@ void TrackTimes::Emit(TimedPacket&& timed)
     hidden.clear();
 }
 
+// Held back by one: a duration may have to be told by the packet that follows, and the last packet is known as such
+// only when none does.
 void TrackTimes::Hold(TimedPacket&& timed)
 {
     if (held.packet)
@@ -220,6 +228,7 @@ void TrackTimes::Release(bool last, avTime next)
 {
     if (held.duration <= 0)
         held.duration = next != NoTime ? next - held.dts : std::max<avTime>(usual, 1);
+    // the first one that is known stands for all later ones that are not
     usual = usual > 0 ? usual : held.duration;
     finished.push_back(Proc::DataPacketFF::Create(held.packet.release(), type, held.pts, held.dts, held.duration));
     if (last && !onlyOne)

@@ -31,6 +31,7 @@ PacketPtr DtsRepair::Pull()
     int64_t dts = window.front()->dts;
     for (size_t i = 1; i < window.size(); ++i)
         dts = std::min(dts, window[i]->dts - static_cast<int64_t>(i) * step);
+    // where both can't be had, rising goes first: containers refuse what does not
     if (lastDts)
         dts = std::max(dts, *lastDts + step);
 

@@ -19,7 +19,7 @@ namespace Tessor::Host
 ///
 /// A group that was encoded anew, and copied ones of varying frame rate, may have decoding times that run ahead of what
 /// follows. Raising the later ones would push them over their presentation times, so the earlier ones are lowered:
-/// each to the lowest of those within `lookAhead` packets behind it, less a step a packet. Where even that fails (more
+/// each to the lowest of those within `lookAhead` packets after it, less a step a packet. Where even that fails (more
 /// packets than ticks) the presentation time gives way, by as few ticks as it takes. A missing decoding time is taken
 /// from the presentation time.
 class TESSOR_API DtsRepair

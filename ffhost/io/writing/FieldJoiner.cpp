@@ -34,6 +34,7 @@ SP<IDataPacket> FieldJoiner::ReadInternal()
     if (!first || field == Field::Neither)
         return first;
     next = Fetch();
+    // a field whose other one is lost stays alone, and the packet after it waits
     if (!next || nextField == Field::Neither || nextField == field)
         return first;
     return Join(*first, *std::exchange(next, nullptr));
@@ -66,6 +67,7 @@ FieldJoiner::Packet FieldJoiner::Join(const IDataPacket& first, const IDataPacke
     const SP<DataPacketFF> packet = DataPacketFF::Create(joined, MediaType::Video, start, first.GetDTS(), end - start);
     if (av_packet_copy_props(joined, first.GetAVPacket()) < 0)
         throw std::bad_alloc();
+    // once more: the properties that were copied include the times of the first field alone
     packet->SetPTS(start);
     packet->SetDTS(first.GetDTS());
     packet->SetDuration(end - start);

@@ -21,7 +21,8 @@ namespace
 
 constexpr AVRational MICROSECONDS = {1, 1000000};
 
-/// What describes the source's file or stream as it was written, not what is in it.
+/// What describes the source's file or stream as it was written, not what is in it: the brands of ISO/IEC 14496-12 and
+/// the statistics of Matroska's writers, which may end in a language.
 bool IsStale(const std::string& key)
 {
     static const std::set<std::string> stale = {"major_brand", "minor_version", "compatible_brands", "encoder",
@@ -100,6 +101,7 @@ void FileHeader::AddStream(AVFormatContext& target, const Track& track) const
         AddSideData(*stream, AV_PKT_DATA_DISPLAYMATRIX, source.displayMatrix.data(), 9 * sizeof(int32_t));
 }
 
+// Written to memory: nothing else tells what a muxer takes. A header can be written only once, hence a trial context.
 std::vector<AVRational> FileHeader::TryHeader(ContextPtr trial) const
 {
     if (avio_open_dyn_buf(&trial->pb) < 0)

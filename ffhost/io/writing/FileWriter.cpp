@@ -10,8 +10,8 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr size_t MAX_QUEUED = 8; // blocks
-constexpr size_t WRITEBACK_PORTION = 8 << 20;
+constexpr size_t MAX_QUEUED = 8;              // blocks, each a buffer of OutputFile's
+constexpr size_t WRITEBACK_PORTION = 8 << 20; // bytes: large enough for a disk to write in one go
 
 } // namespace
 
@@ -39,6 +39,8 @@ void FileWriter::Write(int64_t offset, const uint8_t* data, size_t size)
             spare.pop_back();
         }
     }
+    // Copied without the lock, so that the thread takes the next block meanwhile. One thread calls: there still is
+    // room.
     block.offset = offset;
     block.bytes.assign(data, data + size);
     {
@@ -62,7 +64,8 @@ void FileWriter::Run()
         changed.wait(lock, [this] { return !queue.empty() || ended; });
         if (ended)
             return;
-        // a deque keeps its front in place while others are added behind
+        // Written without the lock, or the caller would wait for the disk. A deque keeps its front in place while
+        // others are added at its end; it stays there until it is written, as Finish waits for an empty queue.
         const Block& block = queue.front();
         lock.unlock();
         WriteOut(block);
@@ -73,6 +76,7 @@ void FileWriter::Run()
     }
 }
 
+// After a failure blocks are taken and dropped, so that nobody waits for room for ever. Pipes take part of a block.
 void FileWriter::WriteOut(const Block& block)
 {
     for (size_t done = 0; done < block.bytes.size() && !error;)

@@ -77,6 +77,7 @@ private:
     {
         if (size < 4 || !CodecParsers::HasADTSHeader(data, size))
             return std::nullopt;
+        // all of the third byte but private_bit, and of the fourth what is left of the channels
         return (data[2] & 0xFDu) << 8 | (data[3] & 0xC0u);
     }
 
@@ -128,6 +129,7 @@ private:
     bool delivered = false;  // by the last fetch
 };
 
+// `delivered` is set between what fails for the source, which ends the track, and what fails for this packet alone.
 bool PacketGate::Fetch()
 {
     delivered = false;
@@ -137,7 +139,7 @@ bool PacketGate::Fetch()
         return false;
     if (GetFacts(*packet).hiddenKey)
     {
-        packet = packet->Clone();
+        packet = packet->Clone(); // the original may be the lead-in or the queue of somebody else
         packet->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
     }
     const bool accepted = adts.Accept(*packet);
@@ -145,6 +147,7 @@ bool PacketGate::Fetch()
     if (!accepted)
         Throw<Exception>(TESSOR_HERE, "A frame of another configuration.");
     fetched = FollowSets(AddHeader(packet));
+    // the filter puts the sets of its header in front of key packets, and has to be told those in force
     const bool stale = settings.GetStreamFormatNeeded() == SettingsFilterBitStream::STREAM_FORMAT_ANNEX_B &&
                        fetched->IsKeyFrame() && announced != sets.GetVersion();
     if (!stale)
@@ -203,7 +206,7 @@ SP<IDataPacket> FramedTrack::Read()
         }
         catch (const std::bad_alloc&)
         {
-            throw;
+            throw; // no fault of the packet
         }
         catch (const std::exception& e)
         {

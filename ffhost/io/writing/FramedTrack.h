@@ -12,7 +12,7 @@ class PacketGate;
 /// and adds the track with GetFormatCodec.
 ///
 /// The key flag that the demuxer hides from cuts on the last packet of a track (PacketFacts::hiddenKey) is back, so
-/// that this one gets its parameter sets, too. Key packets can be entered behind parameter sets that have changed
+/// that this one gets its parameter sets, too. Key packets can be entered after parameter sets that have changed
 /// within the stream. Packets that can't be framed are left out and counted.
 class TESSOR_API FramedTrack
 {

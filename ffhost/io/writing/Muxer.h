@@ -16,7 +16,7 @@ namespace Tessor::Host
 /// not finished is removed. Throws Core::IOException "FILE: cause".
 ///
 /// Packets come in decoding order a track, times in microseconds. The muxer interleaves the tracks in time order (video
-/// first on ties), keeps decoding times strictly rising and not behind the presentation, and shifts all tracks by one
+/// first on ties), keeps decoding times strictly rising and not after the presentation, and shifts all tracks by one
 /// amount where the container knows no negative times. Packets come in the framing of the container: FramedTrack gives
 /// them that.
 class TESSOR_API Muxer

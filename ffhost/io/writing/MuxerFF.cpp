@@ -28,7 +28,7 @@ constexpr AVRational MICROSECONDS = {1, SECOND};
 constexpr size_t LOOK_AHEAD = 16;
 
 constexpr int TRANSPORT_PACKET = 188;
-constexpr int LEAST_TRANSPORT_PACKETS = 16;
+constexpr int LEAST_TRANSPORT_PACKETS = 16; // libavformat's reader wants to see 10 of up to 204 bytes
 
 void SetExtradata(AVCodecParameters& parameters, const uint8_t* data, size_t size)
 {
@@ -157,7 +157,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
     std::optional<H264EntryRepair> entries;
     if (parameters->codec_id == AV_CODEC_ID_H264)
         entries.emplace(extradata);
-    // The header of an ADTS frame is no configuration: libavformat finds that in the packets.
+    // The header of an ADTS frame is no AudioSpecificConfig: libavformat finds that in the packets.
     if (extradata && parameters->codec_id == AV_CODEC_ID_AAC &&
         Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size()))
         SetExtradata(*parameters, nullptr, 0);
@@ -182,6 +182,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
                  delay};
 }
 
+// Only now are the ticks settled, in which packets come from here on; Start writes the header, once it knows the shift.
 void MuxerFF::Open()
 {
     context = header.MakeContext();
@@ -215,9 +216,11 @@ void MuxerFF::Write(int number, const SP<IDataPacket>& packet)
     PacketPtr ticks = ToTicks(track.entries ? *track.entries->Repair(packet) : *packet, track);
     if ((ticks->flags & AV_PKT_FLAG_DISCARD) != 0)
         Hide(track, *ticks, packet->GetPTS());
+    // sparse tracks are not waited for, so their first packet may come too late for the shift: FromZero cuts it
     if (!started && !track.sparse && packet->GetPTS() != NoTime)
         earliest = std::min(earliest, AddTime(packet->GetPTS(), track.delay));
     if (!grid && container.CountsPictures() && track.source.type == MediaType::Video)
+        // what rounding to counted ticks has moved the first picture by; all the other tracks go along
         grid = SubTime(av_rescale_q(ticks->pts, ticks->time_base, MICROSECONDS), packet->GetPTS());
     if (track.pictures)
         track.pictures->Push(std::move(ticks));
@@ -251,6 +254,7 @@ PacketPtr MuxerFF::ToTicks(const IDataPacket& packet, const Track& track)
                        : pts == NoTime                     ? ToTick(duration, timeBase)
                                                            : ToTick(AddTime(pts, duration), timeBase) - result->pts;
     result->time_base = timeBase;
+    // the place in the source's file, which some muxers would take for one in theirs
     result->pos = -1;
     return result;
 }
@@ -325,12 +329,14 @@ void MuxerFF::WriteOut(PacketPtr packet)
 {
     Track& track = TrackOf(*packet);
     const bool onGrid = grid && track.source.type == MediaType::Video;
+    // The pictures have moved already, by rounding. Up, so that what the shift has made 0 does not come out below.
     const int64_t ticks = onGrid ? 0 : av_rescale_q_rnd(shift, MICROSECONDS, packet->time_base, AV_ROUND_UP);
     packet->pts += ticks;
     packet->dts += ticks;
     track.stages->Push(std::move(packet));
 }
 
+// For a program stream libavformat's multiplexer stays without a packet, and then writes neither header nor trailer.
 void MuxerFF::Hand(AVPacket& packet)
 {
     if (program)
@@ -365,6 +371,7 @@ void MuxerFF::FillUp()
 {
     std::array<uint8_t, TRANSPORT_PACKET> null;
     null.fill(0xFF);
+    // sync_byte, the PID 0x1FFF and "payload only" (ISO/IEC 13818-1, 2.4.3.2)
     const uint8_t header[] = {0x47, 0x1F, 0xFF, 0x10};
     std::copy(std::begin(header), std::end(header), null.begin());
     while (avio_tell(context->pb) < LEAST_TRANSPORT_PACKETS * TRANSPORT_PACKET)

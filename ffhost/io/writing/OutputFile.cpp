@@ -22,8 +22,8 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr int BUFFER_SIZE = 1 << 18;
-constexpr size_t LONGEST_NAME = 255;
+constexpr int BUFFER_SIZE = 1 << 18; // what goes to the writer's thread at once
+constexpr size_t LONGEST_NAME = 255; // in bytes, on all usual file systems
 
 std::string ResolveLinks(const std::string& path)
 {
@@ -38,6 +38,8 @@ std::string FolderOf(const std::string& path)
     return folder.empty() ? "." : folder;
 }
 
+/// In the same folder, since a name changes at once only within a file system. The process number keeps two that write
+/// the same target apart.
 std::string PartName(const std::string& place, int attempt)
 {
     const std::string suffix =
@@ -113,6 +115,7 @@ void OutputFile::CreateContext()
     Fail(std::strerror(ENOMEM));
 }
 
+// What fails on the thread shows here a few blocks later. libavformat goes on all the same; Check is what tells.
 int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
 {
     OutputFile& file = *static_cast<OutputFile*>(opaque);
@@ -124,6 +127,7 @@ int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
     return size;
 }
 
+// Moves nothing but our position: each block takes its place along.
 int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)
 {
     OutputFile& file = *static_cast<OutputFile*>(opaque);
@@ -145,6 +149,8 @@ void OutputFile::Check() const
     }
 }
 
+// libavformat's buffer, the thread, the disk, and only then the name: after a power cut there is the old file or all of
+// the new one.
 void OutputFile::Commit()
 {
     avio_flush(context);
@@ -154,6 +160,7 @@ void OutputFile::Commit()
     // Devices and pipes can't be synchronised, which is no failure of theirs.
     if (fsync(fd) != 0 && errno != EINVAL && errno != ENOTSUP)
         Fail(std::strerror(errno));
+    // closed whatever close says of it; a second close could hit a file that someone else has opened
     const int handle = fd;
     fd = -1;
     if (close(handle) != 0)
@@ -176,6 +183,7 @@ void OutputFile::SyncFolder() const
     close(folder);
 }
 
+// Without a flush: what is not committed is dropped. The thread ends before its file is closed.
 void OutputFile::Close()
 {
     if (context)

@@ -18,7 +18,7 @@ namespace Tessor::Host
 /// A target that exists and is no regular file (a device, a pipe) is written to directly. A symbolic link is followed:
 /// what it points at is replaced.
 ///
-/// All failures are Core::IOException "FILE: cause". Writing goes on behind the caller's back, so a failed write shows
+/// All failures are Core::IOException "FILE: cause". Writing goes on in the background, so a failed write shows
 /// late: in one of the next calls of Check, at the latest in Commit, with the cause that the system gave.
 class TESSOR_API OutputFile
 {

@@ -16,14 +16,14 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr int64_t CLOCK_RATE = 90000; // ticks a second
-constexpr int64_t LEAD = CLOCK_RATE / 2;
-constexpr int PACK_SIZE = 2048;
-constexpr int LONGEST_HEADER = 14 + 19; // of a pack and of a PES packet that tells both times
+constexpr int64_t CLOCK_RATE = 90000;    // ticks a second
+constexpr int64_t LEAD = CLOCK_RATE / 2; // data may wait in a decoder for up to a second
+constexpr int PACK_SIZE = 2048;          // a sector of a DVD
+constexpr int LONGEST_HEADER = 14 + 19;  // of a pack and of a PES packet that tells both times
 constexpr int PRIVATE_STREAM_1 = 0xBD;
-constexpr int64_t LEAST_RATE = 1260000; // bytes a second: that of DVD-Video
-constexpr int64_t RATE_UNIT = 50;
-constexpr int64_t GREATEST_RATE = 0x3FFFFF * RATE_UNIT;
+constexpr int64_t LEAST_RATE = 1260000;                 // bytes a second: that of DVD-Video
+constexpr int64_t RATE_UNIT = 50;                       // of program_mux_rate
+constexpr int64_t GREATEST_RATE = 0x3FFFFF * RATE_UNIT; // 22 bits
 
 bool IsVideo(int id)
 {
@@ -39,6 +39,8 @@ int CountKind(const Tracks& tracks, int first, bool substreams)
                                           { return ((substreams ? track.substream : track.id) & ~7) == first; }));
 }
 
+// The first byte of the data in private_stream_1, by which DVD-Video tells its kinds apart; 0 for streams that have a
+// stream_id of their own.
 int FirstSubstream(int codec)
 {
     switch (codec)
@@ -86,6 +88,7 @@ void ProgramStream::AddTrack(const AVCodecParameters& parameters)
         track.id += CountKind(tracks, track.id, false) & 7;
     if (parameters.codec_id == AV_CODEC_ID_PCM_S16BE)
         track.intro = DescribeSamples(parameters);
+    // the buffer of Main Profile at Main Level, and some for headers; H.264 has far larger pictures
     constexpr int smallVideo = 230 << 10, largeVideo = 2 << 20, sound = 64 << 10;
     track.bufferSize = !video ? sound : parameters.codec_id == AV_CODEC_ID_H264 ? largeVideo : smallVideo;
     bitRate += parameters.bit_rate;
@@ -95,6 +98,7 @@ void ProgramStream::AddTrack(const AVCodecParameters& parameters)
 void ProgramStream::Write(const AVPacket& packet)
 {
     Track& track = tracks[static_cast<size_t>(packet.stream_index)];
+    // 4: number of the substream and what stands after it (see WritePack)
     const int most = PACK_SIZE - LONGEST_HEADER - 4 - static_cast<int>(track.intro.size());
     for (int offset = 0; offset < packet.size; offset += most)
         WritePack(track, packet, offset, std::min(most, packet.size - offset));
@@ -111,7 +115,7 @@ void ProgramStream::WritePack(Track& track, const AVPacket& packet, int offset, 
     std::vector<uint8_t> intro;
     if (track.substream)
         intro.push_back(static_cast<uint8_t>(track.substream));
-    // one frame, which begins behind these bytes
+    // how many frames begin here, and in two bytes where the first one does: right after these, or nowhere
     if (track.substream >= 0x80)
         intro.insert(intro.end(), {static_cast<uint8_t>(offset == 0), 0, static_cast<uint8_t>(offset == 0)});
     intro.insert(intro.end(), track.intro.begin(), track.intro.end());
@@ -119,8 +123,13 @@ void ProgramStream::WritePack(Track& track, const AVPacket& packet, int offset, 
     pack.insert(pack.end(), intro.begin(), intro.end());
     pack.insert(pack.end(), packet.data + offset, packet.data + offset + size);
     avio_write(&output, pack.data(), static_cast<int>(pack.size()));
-    const int64_t rate = std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE);
-    newest = *clock + static_cast<int64_t>(pack.size()) * CLOCK_RATE / rate;
+    newest = *clock + static_cast<int64_t>(pack.size()) * CLOCK_RATE / Rate();
+}
+
+/// Twice what the tracks take, since pictures vary.
+int64_t ProgramStream::Rate() const
+{
+    return std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE);
 }
 
 /// Moves the clock to where the decoder's buffer has room, as ISO/IEC 13818-1, 2.5.2 models it: bytes come in as the
@@ -146,7 +155,7 @@ void ProgramStream::Advance(const AVPacket& packet, Track& track, int size)
 void ProgramStream::PutPackHeader()
 {
     const uint64_t scr = static_cast<uint64_t>(*clock) & 0x1FFFFFFFF;
-    const int64_t rate = std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE) / RATE_UNIT;
+    const int64_t rate = Rate() / RATE_UNIT;
     Put(0x000001BA, 4);
     Put(uint64_t{1} << 46 | (scr >> 30) << 43 | uint64_t{1} << 42 | (scr >> 15 & 0x7FFF) << 27 | uint64_t{1} << 26 |
             (scr & 0x7FFF) << 11 | uint64_t{1} << 10 | 1,
@@ -158,7 +167,7 @@ void ProgramStream::PutPackHeader()
 /// ISO/IEC 13818-1, 2.5.3.5: how many streams there are, and how large a buffer each needs in a decoder.
 void ProgramStream::PutSystemHeader()
 {
-    const int64_t rate = std::clamp(bitRate / 4, LEAST_RATE, GREATEST_RATE) / RATE_UNIT;
+    const int64_t rate = Rate() / RATE_UNIT;
     std::vector<const Track*> listed; // one for all private streams
     for (const Track& track : tracks)
         if (std::none_of(listed.begin(), listed.end(), [&](const Track* other) { return other->id == track.id; }))
@@ -168,9 +177,9 @@ void ProgramStream::PutSystemHeader()
     Put(0x000001BB, 4);
     Put(6 + 3 * listed.size(), 2);
     Put(uint64_t{1} << 23 | static_cast<uint64_t>(rate) << 1 | 1, 3);
-    Put(std::min<uint64_t>(sounds, 32) << 2, 1);
-    Put(0x20 | std::min<uint64_t>(videos, 16), 1);
-    Put(0x7F, 1);
+    Put(std::min<uint64_t>(sounds, 32) << 2, 1);   // neither a fixed rate nor CSPS
+    Put(0x20 | std::min<uint64_t>(videos, 16), 1); // no locked rates; marker_bit
+    Put(0x7F, 1);                                  // reserved
     for (const Track* track : listed)
     {
         // in units of 1024 bytes for pictures, of 128 bytes for sound

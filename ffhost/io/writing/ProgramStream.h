@@ -51,6 +51,8 @@ private:
 
     void WritePack(Track& track, const AVPacket& packet, int offset, int size);
     void Advance(const AVPacket& packet, Track& track, int size);
+    /// Of the multiplex, bytes a second.
+    int64_t Rate() const;
     void PutPackHeader();
     void PutSystemHeader();
     void PutPesHeader(const Track& track, const AVPacket& packet, bool first, size_t payload);
