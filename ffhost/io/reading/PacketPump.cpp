@@ -160,8 +160,8 @@ void PacketPump::Deliver(DenseTrack& track)
     }
 }
 
-// What is read may be left out: sets that it has brought have to be met again after it. Hence
-// before staging, which leaves out.
+// What is read may be left out: sets that it has brought have to be met again after it. So all packets pass here,
+// before staging drops some.
 void PacketPump::FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet)
 try
 {
