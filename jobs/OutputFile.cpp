@@ -13,6 +13,7 @@ void CheckOutput(const std::string& output, const std::vector<std::string>& inpu
     std::error_code ignored;
     for (const std::string& input : inputs)
     {
+        // by the file itself, whatever its names are; first, since -y must not help here
         if (fs::equivalent(input, output, ignored))
             throw JobError(JobError::BadRequest, output + ": the output is the input");
     }

@@ -8,6 +8,7 @@ namespace Tessor::Jobs
 void ReadJointly(const std::vector<SP<Proc::IStreamRaw>>& streams,
                  const std::function<void(size_t place, const SP<Proc::IDataPacket>& packet)>& take)
 {
+    // all of them first: a demuxer moves its tracks together
     for (const SP<Proc::IStreamRaw>& stream : streams)
         stream->RequestSeek(0, nullptr);
     for (const SP<Proc::IStreamRaw>& stream : streams)

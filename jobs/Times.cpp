@@ -44,6 +44,7 @@ std::optional<avTime> Decimal(const std::string& text, avTime scale)
     {
         if (c < '0' || c > '9')
             return std::nullopt;
+        // beyond the microsecond a place is worth nothing
         place /= 10;
         time += (c - '0') * place;
     }
@@ -60,6 +61,7 @@ bool TakeSuffix(std::string& text, const std::string& suffix)
 
 std::optional<avTime> Clock(const std::string& text)
 {
+    // "[HH:]MM:SS[.m]": without hours the minutes may be any number, up to the longest duration there is (30 days)
     const size_t last = text.rfind(':');
     const std::string front = text.substr(0, last);
     const size_t first = front.find(':');
@@ -76,6 +78,7 @@ std::optional<avTime> Unsigned(std::string text)
 {
     if (text.find(':') != std::string::npos)
         return Clock(text);
+    // the longest first: all of them end with an s
     if (TakeSuffix(text, "us"))
         return Decimal(text, 1);
     if (TakeSuffix(text, "ms"))
@@ -137,6 +140,7 @@ std::vector<Range> ParseRanges(const std::string& option, const std::string& tex
     return ranges;
 }
 
+// Ranges known as times are written and read again, so that both kinds are checked, sorted and refused in one place.
 std::string RangeList::GetText() const
 {
     std::string all;

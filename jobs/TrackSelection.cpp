@@ -9,6 +9,7 @@ namespace Tessor::Jobs
 namespace
 {
 
+/// Neither the container nor the packets have told what a decoder needs.
 bool IsUndecodable(const Host::TrackInfo& track)
 {
     const SP<const Proc::IBlob> header = track.format ? track.format->GetExtradata() : nullptr;

@@ -45,6 +45,7 @@ CatalogRow Row(const std::string& name, MediaType kind, Form form, const std::st
     return {name, kind, form, summary, std::make_shared<S>(), std::move(renamed), engine};
 }
 
+// Names and forms are the chains' own; of keys, bounds and defaults the settings are the only owner.
 std::vector<CatalogRow> MakeCatalog()
 {
     constexpr MediaType video = MediaType::Video, audio = MediaType::Audio;
@@ -81,7 +82,7 @@ std::string JoinNames(const List& list, Name nameOf)
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-/// Letters to add, take away or change to make one word of the other.
+/// Letters to add, take away or change to make one word of the other: Levenshtein's distance, in one row of its table.
 size_t Distance(const std::string& a, const std::string& b)
 {
     std::vector<size_t> row(b.size() + 1);
@@ -102,6 +103,7 @@ std::string JoinNearest(const std::string& name)
 {
     std::vector<std::pair<size_t, std::string>> nearest;
     for (const CatalogRow& row : GetCatalog())
+        // who writes the beginning of a name means it
         nearest.emplace_back(row.name.find(name) != std::string::npos ? 0 : Distance(name, row.name), row.name);
     std::sort(nearest.begin(), nearest.end());
     nearest.erase(std::unique(nearest.begin(), nearest.end()), nearest.end());
@@ -142,7 +144,7 @@ const CatalogRow::Renamed* FindRenamed(const CatalogRow& row, const std::string&
 
 FieldInfo RenameKey(const CatalogRow::Renamed& renamed, FieldInfo info)
 {
-    info.help.clear();
+    info.help.clear(); // it explains the settings' own value; the words speak for themselves
     std::string shown;
     for (const auto& [word, value] : renamed.words)
     {
@@ -166,6 +168,7 @@ bool IsTimeKey(const CatalogRow& row, const std::string& key)
 
 void SetInSettings(FilterStep& step, Core::Property value)
 {
+    // a tree of one key leaves all the others as they are
     Core::Property tree(step.row->prototype->GetClassId());
     tree.Add(std::move(value));
     try
@@ -180,6 +183,7 @@ void SetInSettings(FilterStep& step, Core::Property value)
 
 void SetTime(FilterStep& step, const std::string& key, double seconds)
 {
+    // rounded: 0.1 is a little more or less in binary; the key's bounds keep it from leaving 64 bits
     (key == start_key ? step.start : step.duration) = static_cast<avTime>(seconds * SECOND + 0.5);
 }
 
@@ -199,6 +203,7 @@ void SetKey(FilterStep& step, const FieldInfo& info, const std::string& text)
         return SetInSettings(step, value);
     const auto word = std::find_if(renamed->words.begin(), renamed->words.end(),
                                    [&](const auto& pair) { return pair.first == text; });
+    // some settings name their implementation, and the registry is asked by name all the same
     if (renamed->settingsKey == impl_key)
         step.implName = word->second;
     SetInSettings(step, Core::Property(renamed->settingsKey, word->second));
@@ -304,6 +309,8 @@ Factories Factories::Make()
     return {host.filters, host.effects, host.List()};
 }
 
+// A filter whose settings name an engine has one implementation itself: what can be chosen are those of the engine,
+// which is registered as an effect. Where settings name an implementation and no engine, their words are the list.
 std::vector<std::string> ListImplementations(const CatalogRow& row, const Factories& factories)
 {
     const bool filter = row.form == Form::Filter && row.engine.empty();
@@ -317,6 +324,8 @@ std::vector<std::string> ListImplementations(const CatalogRow& row, const Factor
     return {};
 }
 
+// A grid of frames goes on as long as its source does, whatever the last item says; frames that are adjusted come one
+// by one. A fade that lasts to the end has to know where that is.
 bool NeedsLength(const FilterStep& step)
 {
     const bool grid = step.settings->GetClassId() == SettingsFilterFrameRate::CLASS_ID &&
@@ -368,6 +377,7 @@ SP<IStreamAudio> MakeResampler(const SP<IStreamAudio>& source, const Conf::Sampl
     SettingsFilterResample settings;
     settings.rate = output.GetSampleRate();
     settings.layout = output.GetChannelLayout();
+    // the key's numbers have the unset one first, which is -1 in a format of samples
     settings.format = static_cast<ResampleOutput::Format>(static_cast<int>(output.GetFormat().format) + 1);
     return factories.filters->CreateFilterAudioEx(settings, ImplNames::DEFAULT, source);
 }

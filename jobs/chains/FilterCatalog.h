@@ -79,7 +79,7 @@ TESSOR_API std::vector<std::string> ListImplementations(const CatalogRow& row, c
 /// Whether the filter works by how long its source lasts.
 TESSOR_API bool NeedsLength(const FilterStep& step);
 
-/// The stream behind the filter.
+/// The stream after the filter.
 TESSOR_API SP<Proc::IStreamVideo> MakeFilter(const FilterStep& step, const SP<Proc::IStreamVideo>& source,
                                              const Factories&);
 TESSOR_API SP<Proc::IStreamAudio> MakeFilter(const FilterStep& step, const SP<Proc::IStreamAudio>& source,

@@ -11,6 +11,7 @@ namespace Tessor::Jobs
 namespace
 {
 
+/// Reads a chain from left to right. Each part stops in front of what it does not take.
 class ChainReader
 {
 public:
@@ -28,7 +29,7 @@ public:
             ++at; // the comma
             SkipBlanks();
             if (AtEnd())
-                Fail("a filter is missing behind the comma");
+                Fail("a filter is missing after the comma");
         }
         return chain;
     }
@@ -45,7 +46,7 @@ private:
                 ++at;
                 call.options.emplace_back(ReadWord("a key"), std::nullopt);
                 if (AtEnd() || text[at] != '=')
-                    continue;
+                    continue; // a key alone: on to the colon, if there is one
                 ++at;
                 call.options.back().second = ReadValue();
             } while (!AtEnd() && text[at] == ':');
@@ -72,7 +73,7 @@ private:
     {
         SkipBlanks();
         std::string value;
-        size_t kept = 0; // blanks behind it are only those that end the value
+        size_t kept = 0; // length up to the last character that counts: blanks after it end the value
         for (; !AtEnd() && text[at] != ':' && text[at] != ','; ++at)
         {
             if (text[at] == '\'')
@@ -105,7 +106,7 @@ private:
     char ReadEscaped()
     {
         if (at + 1 >= text.size())
-            Fail("nothing stands behind the backslash");
+            Fail("nothing stands after the backslash");
         return text[++at];
     }
 

@@ -11,7 +11,7 @@
 namespace Tessor::Jobs
 {
 
-/// Makes the filters of a chain one behind the other. Where one works by how long its source lasts, and nobody can tell
+/// Makes the filters of a chain one after the other. Where one works by how long its source lasts, and nobody can tell
 /// because of what stands before it, the source is made a second time and read to its end, for its length alone.
 template <class Kind>
 class FilterRun
@@ -26,7 +26,7 @@ public:
     {
     }
 
-    /// The whole chain behind `stream`.
+    /// The whole chain after `stream`.
     SP<Kind> Make(const SP<Kind>& stream)
     {
         return Make(stream, steps.size(),

@@ -16,7 +16,7 @@ using namespace Proc;
 namespace
 {
 
-/// Digits behind the point of a ratio: more than any frame rate has.
+/// Digits after the point of a ratio: more than any frame rate has.
 constexpr size_t most_digits = 9;
 
 template <class T>
@@ -50,6 +50,7 @@ std::optional<Core::Property::Ratio> Ratio(const std::string& text)
     const std::string fraction = dot == std::string::npos ? "" : text.substr(dot + 1);
     if (fraction.size() > most_digits || (dot != std::string::npos && fraction.empty()))
         return std::nullopt;
+    // by its digits, never through floating point: 29.97 is 2997/100
     const auto digits = Number<long long>(text.substr(0, dot) + fraction);
     if (!digits)
         return std::nullopt;
@@ -80,6 +81,7 @@ Core::Property Checked(const std::string& filter, const FieldInfo& key, const st
     if constexpr (!std::is_same_v<T, bool> && !std::is_same_v<T, std::string>)
     {
         const double amount = ToDouble(*value);
+        // written so that what is no number (NaN) is refused, too
         if (!(amount >= key.least && amount <= key.most))
             throw JobError(JobError::BadRequest, fmt::format("{}: {}={} is out of range, which is {}", filter, key.key,
                                                              text, DescribeValues(key)));
@@ -87,6 +89,7 @@ Core::Property Checked(const std::string& filter, const FieldInfo& key, const st
     return Core::Property(key.key, *value);
 }
 
+/// The ends of a machine's whole numbers are no bounds that people set.
 std::string Range(const FieldInfo& key, const std::string& type)
 {
     const bool least = std::isfinite(key.least) && key.least > std::numeric_limits<int>::min();

@@ -126,6 +126,7 @@ void Conversion::ReadCut()
     if (settings.keep.IsEmpty() && settings.remove.IsEmpty())
         return;
     const Host::MediaInfo& info = demuxer->GetInfo();
+    // opened only when a time is given as a frame; apart, since a stream that is taken counts as one that is read
     const auto video = [&]() -> SP<IStreamRaw>
     {
         const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
@@ -194,6 +195,8 @@ bool Conversion::HasPlace(const Host::TrackInfo& track)
     return false;
 }
 
+// What stands before a ReadAhead runs on a thread of its own: decoding on the first, filters on the second, and the
+// encoder on a third (MuxPump::AddEncoded).
 void Conversion::AddPictures(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Video, settings.video);
@@ -238,6 +241,7 @@ SP<IStreamAudio> Conversion::Decode(Host::Demuxer& source, int index) const
 SP<IStreamVideo> Conversion::Filter(const SP<IStreamVideo>& stream, int index,
                                     const std::shared_ptr<Counts>& counts) const
 {
+    // a second way through the file, for a length alone, whose pictures do not count
     FilterRun<IStreamVideo> run(videoSteps, factories,
                                 [&]
                                 {
@@ -353,6 +357,7 @@ ConvertReport Conversion::Run(IProgress& progress)
         {
             report.duration = std::max(report.duration, output.counts->end.load());
             track.doubled = output.counts->doubled;
+            // of those that went in, what did not come out even once
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
             if (const long long hidden = output.counts->hidden)
                 warnings.push_back(fmt::format("track {}: {} pictures before the first key picture are left out",
@@ -370,6 +375,7 @@ ConvertReport Conversion::Run(IProgress& progress)
     return report;
 }
 
+// The one for sparse tracks reads what the others do: its damage is theirs.
 long long Conversion::CountDamagedElsewhere() const
 {
     long long count = 0;

@@ -12,12 +12,14 @@ using namespace Proc;
 DecodedCut::DecodedCut(const std::vector<Range>& ranges, avTime duration)
     : ranges(ranges), timeline(KeepRanges(ranges, duration))
 {
+    // an item that a bound lies in is parted there before the cut, which takes or leaves whole items
     for (size_t i = 1; i < timeline.GetCount(); ++i)
         bounds.push_back(timeline.GetInterval(i).start);
 }
 
 SP<FilterCutController> DecodedCut::MakeController() const
 {
+    // null: nothing is encoded anew here
     return FilterCutController::Create(SP<CutIntervals>(new CutIntervals(timeline)), nullptr);
 }
 

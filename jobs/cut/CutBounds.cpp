@@ -21,6 +21,7 @@ constexpr avTime snap_tolerance = 100;
 /// The longest way forward to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.
 constexpr avTime longest_snap = 100 * MILLISECOND;
 
+/// Ranges that have come together when their bounds moved are one: a seam between them would cut through nothing.
 std::vector<Range> Merged(const std::vector<Range>& ranges)
 {
     std::vector<Range> merged;
@@ -41,6 +42,7 @@ std::vector<Range> CutBounds::Snap(const std::vector<Range>& ranges) const
     std::vector<Range> snapped;
     for (const Range& range : ranges)
     {
+        // what lies before 0 is kept along with a range from the file's start (KeepRanges)
         const avTime start = range.start > 0 ? SnapStart(range) : range.start;
         // a range that is as short as the tolerance still means the picture that it starts with
         const avTime end = std::max(range.end, start + snap_tolerance + 1);
@@ -59,6 +61,7 @@ avTime CutBounds::SnapStart(const Range& range) const
     if (standing >= range.start - snap_tolerance)
         return standing;
     // the picture that stands at the start began before the piece; where it stands for long the piece begins with it
+    // The next picture has to leave something of the range.
     const bool near = next != NoTime && next <= range.start + longest_snap && next < range.end - snap_tolerance;
     return near ? next : standing;
 }

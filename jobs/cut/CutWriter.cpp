@@ -24,6 +24,7 @@ void CutWriter::AddTracks()
     {
         if (!track.stream)
         {
+            // asked anew for each packet, since the cut may widen while others are read
             copier.AddSparse(track.index, [this, sparse = SparseTrack()](const SP<Proc::IDataPacket>& packet) mutable
                              { return sparse.Push(packet, session.GetCut()); });
             continue;
@@ -39,6 +40,7 @@ void CutWriter::AddTracks()
                        session.GetInfo().path + ": the output's container can carry neither its picture nor its sound");
 }
 
+// The cut is asked when all is read: it may have widened on the way.
 CutReport CutWriter::Run(IProgress& progress)
 {
     const Stopwatch watch;
@@ -79,11 +81,13 @@ void CutWriter::AddRecoding(TrackReport& report, const CutTrack& track) const
     const Core::Property statistics = track.stream->GetStatistic();
     for (const Core::Property& record : statistics)
     {
+        // the name that the filter gives its count
         if (record.ChildExists("Recoded pakets"))
             report.recodedPackets = record["Recoded pakets"].GetInt64();
     }
     if (report.recodedPackets == 0)
         return;
+    // the header of the file, which is written, has no parameter sets for such groups
     if (track.untouched)
         throw JobError(JobError::Failed, "groups were re-encoded that had to stay whole");
     report.encoder = session.GetEncoderUse().encoder;

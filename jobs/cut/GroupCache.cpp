@@ -53,6 +53,7 @@ const Group& GroupCache::Remember(avTime time, const Group& group)
 avTime GroupCache::FindEntry(avTime time)
 {
     const avTime entry = FindGroup(time).entry;
+    // what the time shows may be leading pictures of a later key picture
     return entry <= time ? entry : Jobs::FindEntry(*stream, time);
 }
 

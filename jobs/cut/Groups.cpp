@@ -77,6 +77,8 @@ bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end)
     ForEachPacket(stream, start,
                   [&](const Proc::IDataPacket& packet)
                   {
+                      // Packets come in decoding order, and nothing is shown before it is decoded: past the end there
+                      // is no way back.
                       const avTime time = packet.GetPTS() != NoTime ? packet.GetPTS() : packet.GetDTS();
                       found = time >= start && time < end;
                       return !found && packet.GetDTS() < end;
@@ -98,6 +100,7 @@ std::vector<avTime> ScanPictureTimes(Proc::IStreamRaw& stream)
     return times;
 }
 
+// A seek lands there (Demuxer).
 avTime FindEntry(Proc::IStreamRaw& stream, avTime time)
 {
     SeekTo(stream, time);
@@ -128,6 +131,7 @@ avTime FindHiddenLead(Proc::IStreamRaw& stream)
                   {
                       if (IsHidden(packet))
                           lead = std::max(lead, SubTime(0, packet.GetPTS()));
+                      // What an edit list hides at a start is shifted below 0; beyond, all is shown.
                       return packet.GetDTS() < 0;
                   });
     return lead;

@@ -61,6 +61,7 @@ public:
             while (const SP<Proc::IDataPacket> packet = guide->Read())
             {
                 Look();
+                // items lie beside what is decoded at their time
                 if (missing.empty() || packet->GetDTS() >= range.end)
                     break;
             }
@@ -76,6 +77,7 @@ private:
         {
             bool any = false;
             for (const SP<Proc::IDataPacket>& packet : demuxer->TakeSparse(entry->first))
+                // each packet has to be pushed: an item without a duration stands until the next one
                 any = !entry->second.Push(packet, cut).empty() || any;
             if (any)
                 found.insert(entry->first);

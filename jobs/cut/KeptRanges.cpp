@@ -52,6 +52,7 @@ std::vector<Range> ReadKeptRanges(const RangeList& keep, const RangeList& remove
 
 Proc::CutTimeline KeepRanges(const std::vector<Range>& kept, avTime duration, bool keepsLead)
 {
+    // all is deleted, and then kept where a later interval lies over it
     std::deque<Proc::CutInterval> intervals{{0, std::max(duration, MAX_DURATION), NoTime, true}};
     for (const Range& range : kept)
         intervals.push_back({range.start, range.end >= duration ? MAX_DURATION : range.end, NoTime, false});
@@ -77,6 +78,7 @@ std::vector<Host::ChapterInfo> MapChapters(const Host::MediaInfo& source, const 
     for (Host::ChapterInfo chapter : source.chapters)
     {
         chapter.start = cut.Source2Result(chapter.start);
+        // some writers let the last chapter reach far beyond the file
         chapter.end = cut.Source2Result(std::min(chapter.end, source.duration));
         if (chapter.start < chapter.end)
             chapters.push_back(chapter);

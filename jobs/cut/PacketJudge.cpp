@@ -12,6 +12,7 @@ namespace
 
 using Host::PacketPrint;
 
+/// By what they carry, so that all of a hash lie side by side, and those by time.
 void Sort(std::vector<PacketPrint>& prints)
 {
     std::sort(prints.begin(), prints.end(),
@@ -84,6 +85,8 @@ PacketVerdict PacketJudge::Judge(std::vector<PacketPrint> expected, std::vector<
     return verdict;
 }
 
+// Two rising lists are merged: times that are near enough are a pair, and what is left over on both sides has moved.
+// Only what is left over on one side alone can be loose, or a packet that lies elsewhere would pass for an adjustment.
 void PacketJudge::JudgeEqual(const Times& expected, const Times& found, PacketVerdict& verdict) const
 {
     Times absent, surplus;

@@ -58,7 +58,7 @@ public:
             {
                 if (frame->GetPTS() >= ranges[current].start)
                     return frame;
-                continue;
+                continue; // decoders begin with a picture that a range only cuts through
             }
             if (++current < ranges.size())
                 Enter();
@@ -86,6 +86,7 @@ private:
     /// Takes away the mark by which decoders hide a picture.
     void Uncover(Proc::IDataPacket& packet)
     {
+        // copies that share the packet's bytes have flags of their own
         int& flags = packet.GetAVPacket()->flags;
         if ((flags & AV_PKT_FLAG_DISCARD) == 0 || !isExposed(packet.GetPTS()))
             return;
@@ -104,9 +105,9 @@ private:
     const std::vector<Range> ranges;
     size_t current = 0; // the range that is being read
     const SP<Host::Demuxer> demuxer;
-    const IsExposed isExposed;  // null: nothing is
-    std::set<avTime> uncovered; // times of hidden pictures that the decoder was made to show
-    const SP<Proc::IStreamVideo> decoder;
+    const IsExposed isExposed;            // null: nothing is
+    std::set<avTime> uncovered;           // times of hidden pictures that the decoder was made to show
+    const SP<Proc::IStreamVideo> decoder; // last: its packets pass what is above
 };
 
 /// The pictures of two sides that belong to each other, by their order. Where size or fields change, decoders drop the
@@ -178,6 +179,7 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
         verdict.identical += std::isinf(ratio);
         verdict.lowestRatio = std::min(verdict.lowestRatio, ratio);
         const avTime off = SubTime(found->GetPTS(), kept.Find(expected->GetPTS()).value_or(NoTime));
+        // a container may move the whole file, but not one picture against another
         verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
         verdict.worstTimeErrorMs = std::max(verdict.worstTimeErrorMs, std::abs(Seconds(off - verdict.shift)) * 1000);
     }

@@ -24,11 +24,14 @@ PacketPrint PrintAttachment(const Host::TrackInfo& info)
     return {std::hash<std::string_view>()(text), NoTime, 0};
 }
 
+/// Prints the packets of all tracks in one read of the file. Items of sparse tracks are kept until the end, as one
+/// without a duration is placed by the next.
 class Reading
 {
 public:
     Reading(const SP<Host::Demuxer>& demuxer, const KeptTime* kept) : demuxer(demuxer), kept(kept)
     {
+        // nobody decodes here
         demuxer->KeepLeadIns(false);
         std::vector<std::string> ignored;
         for (const SelectedTrack& selected : SelectTracks(*demuxer, ignored))

@@ -33,7 +33,8 @@ long long CountCommon(const PlainTrack& a, const PlainTrack& b)
                          [&](const Host::PacketPrint& print) { return known.contains(print.hash); });
 }
 
-/// Tracks of two files that are each other's: those of a kind that have the most in common.
+/// Tracks of two files that are each other's: those of a kind that have the most in common, and of equals the first,
+/// for a file keeps the order of its tracks.
 class Pairing
 {
 public:
@@ -60,7 +61,8 @@ public:
     }
 
     /// How much later than expected tracks of the output lie, as told by all that is there once; NoTime when nothing
-    /// is. Of pictures most have to be: those that were encoded anew may by chance be packets of another place.
+    /// is. Of pictures most have to be: those that were encoded anew may by chance be packets of another place. The
+    /// middle of all is taken, since single packets may be off by what their ticks round.
     avTime FindShift(bool video) const
     {
         std::vector<avTime> shifts;
@@ -111,6 +113,7 @@ avTime ToleranceOf(const PlainTrack& output, const Host::MediaInfo& file, size_t
         return rounding + tick / 2;
     const avTime longest = output.longest;
     const bool countsPackets = info.type == MediaType::Audio && tick > rounding && tick >= longest / 2;
+    // each piece begins with the next whole packet, which is up to one late
     if (countsPackets || (!output.linear && !Host::PacketForm::TellsTimes(file)))
         return rounding + std::max(tick, longest) * static_cast<avTime>(pieces);
     return std::max(rounding, tick);
@@ -159,6 +162,8 @@ LooseTime FindLooseTime(const PlainTrack& track, const PlainTrack& partner, cons
     return Host::PacketForm::IsCounted(partner.info) ? FindLoosePackets(track) : LooseTime{};
 }
 
+/// Both files as they are read plainly, and what is found when they are held against each other. Nothing of the cut is
+/// asked but its intervals: what cut the file must not tell whether it did so well.
 class Verification
 {
 public:

@@ -28,6 +28,7 @@ VerifyReport VerifyJob::Run(IProgress& progress) const
         settings.duration != NoTime ? settings.duration : OpenInput(settings.source, progress)->GetInfo().duration;
     const KeptTime kept(settings.intervals, duration, settings.keepsLead);
     VerifyReport report = Verify(settings.source, settings.output, kept, settings.tracks, settings.exposed, progress);
+    // who cancels after the last packet was read wants no verdict either
     ThrowIfCancelled(progress);
     return report;
 }

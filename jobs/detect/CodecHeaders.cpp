@@ -119,6 +119,7 @@ Fields MPEG2(const uint8_t* data, size_t size)
             {"vertical_size", config.vertical_size_extension << 12 | config.vertical_size_value},
             {"aspect_ratio_information", config.aspect_ratio_information},
             {"frame_rate_code", config.frame_rate_code},
+            // bit_rate counts in 400 bits a second (ISO/IEC 13818-2, 6.3.3)
             {"bit_rate", 400LL * config.bitRate},
             {"profile", config.profile},
             {"level", config.level},

@@ -37,6 +37,7 @@ struct Detection
 LosslessFinding Conclude(const Detection& detection)
 {
     LosslessFinding finding = detection.finding;
+    // by the interface: what filters override is private
     finding.statistic = SP<Proc::IStream>(detection.filter)->GetStatistic();
     finding.copying = detection.filter->LosslessPossible();
     finding.cutting = detection.filter->LosslessCutPossible();
@@ -61,6 +62,7 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
     std::vector<SP<Proc::IStreamRaw>> streams;
     for (const Detection& detection : detections)
         streams.emplace_back(detection.filter);
+    // side by side, as a job that copies would read them: so the demuxer holds few packets
     ReadJointly(streams, [&](size_t place, const SP<Proc::IDataPacket>&) { ++detections[place].finding.packets; });
     std::vector<LosslessFinding> findings;
     std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);

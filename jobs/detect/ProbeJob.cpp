@@ -26,6 +26,7 @@ void AddVideo(ProbeTrack& track, const Conf::IFormatCodecVideo& format)
 /// Whether cuts of a video track can fall anywhere, as the cut stream itself finds out.
 bool CanCutAnywhere(const SP<Proc::IStreamRaw>& stream)
 {
+    // nothing is cut: adding the stream is what makes it look for an encoder
     const auto controller =
         Proc::FilterCutController::Create(Proc::SettingsFilterCutController(), Host::CodecFactory::Create());
     const SP<Proc::IStreamRaw> cut = controller->AddStream(stream);

@@ -14,6 +14,7 @@ namespace Tessor::Jobs
 namespace
 {
 
+// Enough to even out pictures that take an encoder long.
 constexpr size_t waiting_packets = 64;
 
 } // namespace
@@ -21,6 +22,7 @@ constexpr size_t waiting_packets = 64;
 size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format,
                     const Host::TrackInfo& info)
 {
+    // first the framing, whose conversion makes the header that the container is told
     Host::FramedTrack framed(stream, format, muxer, info);
     const int number = muxer.AddTrack(info, framed.GetFormatCodec(), false);
     order.Add();
@@ -71,6 +73,7 @@ Statistics MuxPump::GetStatistics() const
     return statistics;
 }
 
+// All seeks are requested before the first is done, for a demuxer moves its tracks together.
 void MuxPump::Run(avTime duration, IProgress& progress)
 {
     for (Track& track : tracks)
@@ -112,6 +115,7 @@ void MuxPump::WriteNext(size_t place)
     muxer.Write(track.number, packet);
 }
 
+// After each packet that was read: items that reading has met by then are due no later than what comes next.
 void MuxPump::WriteSparse()
 {
     for (Track& track : tracks)

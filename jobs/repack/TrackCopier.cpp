@@ -25,6 +25,7 @@ bool TrackCopier::AddStream(int track, const SP<Proc::IStreamRaw>& stream, const
         tracks.push_back({track, pump.Add(stream, format, info)});
         return true;
     }
+    // a header that no conversion takes is no reason to lose the other tracks
     catch (const Exception& e)
     {
         LeaveOut(info, "its header can't be brought into the output's form: " + Describe(e));

@@ -9,6 +9,7 @@ namespace Tessor::Jobs
 namespace
 {
 
+/// JSON knows no infinity: null stands for pictures that are all identical.
 Json RatioToJson(double ratio)
 {
     return std::isinf(ratio) ? Json(nullptr) : Json(ratio);

@@ -42,6 +42,7 @@ Json ToJson(const PlanReport& report)
     json["groups"] = Json::array();
     for (const GroupPlan& row : report.groups)
         json["groups"].push_back(GroupToJson(row));
+    // once more, where it was before tracks had rows of their own
     if (!report.tracks.empty() && !report.tracks.front().obstacle.empty())
         json["cut_at_key_frames_because"] = report.tracks.front().obstacle;
     json["warnings"] = report.warnings;

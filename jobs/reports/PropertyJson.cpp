@@ -15,6 +15,7 @@ Json NodeToJson(const Core::Property& node)
     std::set<std::string> names;
     for (const Core::Property& child : node)
         names.insert(child.GetName());
+    // Children of one name are legal in a tree and lost in an object: then a list of objects with a key each.
     const bool unique = names.size() == node.size();
     Json json = unique ? Json::object() : Json::array();
     for (const Core::Property& child : node)

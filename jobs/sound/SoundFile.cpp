@@ -52,7 +52,7 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
     const SP<Host::TrackEncoder> encoder = EncodeSound(stream, chosen, factories);
 
-    Host::TrackInfo blank;
+    Host::TrackInfo blank; // no source's track: the encoder tells all there is
     blank.type = MediaType::Audio;
     const Host::TrackInfo track = Host::DescribeTrack(blank, *encoder);
     const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path);

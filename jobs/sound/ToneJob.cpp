@@ -22,6 +22,7 @@ void DrawSine(const Proc::AudioRef& block, const ToneSettings& tone)
     const int channels = block.sampleInfo.GetChannelCount();
     for (int i = 0; i < block.sampleCount; ++i)
     {
+        // whole numbers, so that no rounding adds up: the phase in parts of a period
         const long long phase = static_cast<long long>(i) * tone.frequency % tone.rate;
         const double sample = tone.level * std::sin(2 * std::numbers::pi * static_cast<double>(phase) / tone.rate);
         for (int channel = 0; channel < channels; ++channel)
@@ -32,6 +33,7 @@ void DrawSine(const Proc::AudioRef& block, const ToneSettings& tone)
 template <class T>
 void CheckNumber(const char* name, T value, T least, T most)
 {
+    // written so that a level that is no number (NaN) is refused, too
     if (!(value >= least && value <= most))
         throw JobError(JobError::BadRequest,
                        fmt::format("{} {}: a number from {} to {} is wanted", name, value, least, most));
