@@ -8,12 +8,14 @@ namespace Tessor::Cli
 namespace
 {
 
+// how many signals have come
 volatile std::sig_atomic_t interrupted = 0;
 
 void Note(int signal)
 {
     // whoever insists is obeyed at once; two may come together, to the program and to its group
     constexpr int patience = 2;
+    // C++20 deprecates ++ of what is volatile
     interrupted = interrupted + 1;
     if (interrupted >= patience)
         std::signal(signal, SIG_DFL);
@@ -23,6 +25,7 @@ void Note(int signal)
 
 void CatchInterrupts()
 {
+    // where signal() is used, some systems forget the handler after the first one
     struct sigaction action = {};
     action.sa_handler = Note;
     sigaction(SIGINT, &action, nullptr);

@@ -32,6 +32,7 @@ int Fail(ExitCode code, std::string text)
     return static_cast<int>(code);
 }
 
+// The targets live in the verbs, which have to outlive the parsing.
 void AddOption(CLI::App& app, const Option& option)
 {
     CLI::Option* added = std::visit(
@@ -49,6 +50,7 @@ void AddOption(CLI::App& app, const Option& option)
         added->type_name(option.value);
     else if (option.IsPositional())
         added->type_name("");
+    // one value each time it is given, or it would take the positionals after it along
     if (std::holds_alternative<std::vector<std::string>*>(option.target) && !option.IsPositional())
         added->expected(1)->take_all()->allow_extra_args(false);
     added->required(option.required);
@@ -61,9 +63,11 @@ void SetUpLogging(const CommonOptions& common)
     FLAGS_stderrthreshold = google::NUM_SEVERITIES;
     FLAGS_logtostderr = false;
     for (int severity = 0; severity < google::NUM_SEVERITIES; ++severity)
+        // an empty name: no file
         google::SetLogDestination(severity, "");
     if (common.logFile.empty())
         return;
+    // all that the library traces, but not each item (VLOG(4000) and above)
     FLAGS_v = 31;
     FLAGS_timestamp_in_logfile_name = false;
     google::SetLogDestination(google::GLOG_INFO, common.logFile.c_str());
@@ -101,12 +105,14 @@ std::string NameFile(Verb& verb, const std::string& text)
         const auto* const one = std::get_if<std::string*>(&option.target);
         const auto* const many = std::get_if<std::vector<std::string>*>(&option.target);
         const std::string name = one ? **one : many && !(*many)->empty() ? (*many)->front() : "";
+        // the first that is a file is what is read
         if (!name.empty())
             return text.find(name) != text.npos ? text : name + ": " + text;
     }
     return text;
 }
 
+// The only place where failures end; from the most to the least that is known of them.
 int RunVerb(Verb& verb, const CommonOptions& common)
 {
     try
@@ -167,7 +173,7 @@ int RunProgram(int argc, char** argv)
     {
         app.parse(argc, argv);
     }
-    catch (const CLI::Success& e)
+    catch (const CLI::Success& e) // --help and --version
     {
         return app.exit(e);
     }

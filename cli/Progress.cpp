@@ -24,7 +24,7 @@ Progress::Progress(const CommonOptions& common, std::string title)
 Progress::~Progress()
 {
     if (drawn)
-        std::fputs("\r\033[K", stderr);
+        std::fputs("\r\033[K", stderr); // to the start of the line, and wipes it
 }
 
 void Progress::Tell(double done, avTime written)
@@ -40,6 +40,7 @@ void Progress::Tell(double done, avTime written)
     Draw(done, written, false);
 }
 
+// A bar is wiped, not completed: the report stands in its place.
 void Progress::Finish(avTime written)
 {
     if (form == Form::Json)
@@ -54,6 +55,7 @@ bool Progress::IsCancelled() const
 void Progress::Draw(double done, avTime written, bool finished) const
 {
     const double mediaSeconds = Jobs::Seconds(written);
+    // the length of a result may be an estimate
     done = std::clamp(done, 0.0, 1.0);
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
     const double rate = elapsed > 0 ? mediaSeconds / elapsed : 0;

@@ -8,6 +8,7 @@ namespace Tessor::Cli
 
 using namespace Jobs;
 
+// A document is printed with -q as well: who asks for one reads it.
 void PrintReport(const CommonOptions& common, const std::function<Json()>& document, const std::function<void()>& text,
                  const std::vector<std::string>& warnings, const Statistics& statistics)
 {

@@ -22,6 +22,8 @@ std::string Join(const std::vector<std::string>& words)
     return fmt::format("{}", fmt::join(words, " "));
 }
 
+/// In single quotes of a shell, where nothing can be escaped: each quote inside ends them, stands alone, and begins
+/// anew.
 std::string Quoted(std::string text)
 {
     for (size_t at = 0; (at = text.find('\'', at)) != std::string::npos; at += 4)
@@ -29,6 +31,7 @@ std::string Quoted(std::string text)
     return "'" + text + "'";
 }
 
+/// By verb and the word before the cursor: the words that an option takes, or the verb's options, or else files.
 std::string Bash(const std::vector<std::unique_ptr<Verb>>& verbs)
 {
     std::vector<std::string> names;
@@ -73,6 +76,7 @@ complete -F _tessor tessor
                        Join(names), values, cases);
 }
 
+/// For zsh's _arguments: 'name[help]:what follows:how that is completed'.
 std::string Zsh(const std::vector<std::unique_ptr<Verb>>& verbs)
 {
     std::string names, cases;

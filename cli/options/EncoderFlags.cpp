@@ -10,7 +10,7 @@ namespace Tessor::Cli
 namespace
 {
 
-/// More than any encoder of pictures has.
+/// The highest of all encoders of pictures (VP9 and AV1; H.264 ends at 51). Each refuses what is beyond its own.
 constexpr int worst_crf = 63;
 
 constexpr double highest_bit_rate = 1e9;

@@ -8,6 +8,7 @@ namespace Tessor::Cli
 namespace
 {
 
+/// For roff, which takes a plain "-" for a hyphen that can't be searched for or copied as an option.
 std::string Escaped(const std::string& text)
 {
     std::string result;

@@ -13,7 +13,7 @@ struct Option
     using Target = std::variant<bool*, std::string*, std::vector<std::string>*>;
 
     std::string names; ///< "-y,--overwrite", or the name of a positional argument ("IN")
-    std::string value; ///< what stands behind it ("A-B[,C-D]"); empty for a flag and for positionals
+    std::string value; ///< what stands after it ("A-B[,C-D]"); empty for a flag and for positionals
     std::string help;
     Target target;
     std::vector<std::string> choices = {}; ///< when not empty: what the value may be

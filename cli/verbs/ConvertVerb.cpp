@@ -18,6 +18,7 @@ namespace
 
 bool ChangesRate(const ConvertTrack& track)
 {
+    // the same ratio may come out of two divisions
     return track.doubled > 0 || track.dropped > 0 || std::abs(track.sourceRate - track.resultRate) > 1e-6;
 }
 

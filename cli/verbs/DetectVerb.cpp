@@ -71,6 +71,7 @@ public:
 
     ExitCode Run(const CommonOptions& common) override
     {
+        // always found: the option table has the same names for choices
         const Kind& chosen =
             *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
         return chosen.detect(input, common);

@@ -28,6 +28,7 @@ MixSettings::Input ReadInput(const std::string& text)
     if (rest != end || error == std::errc::invalid_argument)
         return {text};
     if (error == std::errc::result_out_of_range)
+        // out of range for the job, too, which refuses it with the name of the file
         input.volume = std::numeric_limits<int>::max();
     input.path.resize(colon);
     return input;
