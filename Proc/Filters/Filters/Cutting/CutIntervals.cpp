@@ -18,7 +18,7 @@ void RemoveDeleted(T& clone, const CutTimeline& timeline, avTime start, avTime e
     const size_t first = timeline.GetIndex(start);
     const size_t last = timeline.GetIndex(end);
     const CutInterval& firstInterval = timeline.GetInterval(first);
-    if (last - first == 1)
+    if (last - first == 1) // one bound lies in the item, and what is deleted reaches to one of its ends
     {
         if (firstInterval.deleted)
             clone.TrimStart(SubTime(firstInterval.end, start));
@@ -26,6 +26,7 @@ void RemoveDeleted(T& clone, const CutTimeline& timeline, avTime start, avTime e
             clone.TrimEnd(SubTime(end, firstInterval.end));
         return;
     }
+    // Of several deleted intervals only the last is taken out. Who needs more parts items at the bounds beforehand.
     for (size_t i = last + 1; i-- > first;)
     {
         const CutInterval& interval = timeline.GetInterval(i);
@@ -63,11 +64,12 @@ SP<IDataPacket> CutIntervals::CutData(const SP<IDataPacket>& packet) const
     const avTime t = pts != NoTime ? pts : dts;
     if (t == NoTime)
         return packet;
-    const CutTimeline now = GetTimeline();
+    const CutTimeline now = GetTimeline(); // one for all questions: the list may widen between two
     if (now.IsPointDeleted(t))
         return nullptr;
     const avTime removed = SubTime(t, now.Source2Result(t));
     SP<IDataPacket> cut = packet->Clone();
+    // both by the same amount, so that the order of decoding stays as it was
     if (pts != NoTime)
         cut->SetPTS(SubTime(pts, removed));
     if (dts != NoTime)
@@ -93,7 +95,7 @@ SP<T> CutIntervals::CutDataTemplate(const SP<T>& item) const
         {
             RemoveDeleted(*clone, now, start, end);
         }
-        catch (const Exception&)
+        catch (const Exception&) // what can't be trimmed goes whole
         {
             return nullptr;
         }

@@ -20,6 +20,7 @@ constexpr avTime SHORTEST_JUMP = 5 * SECOND;
 
 // ---- streams
 
+// A cut stream that is made reads its source, to find out whether it can re-encode: nobody may move that meanwhile.
 void CutJumps::AddStream(const SP<IStream>& source, const std::function<IStreamCutInterval*()>& make)
 {
     const Lock seekLock(seekMutex);
@@ -63,13 +64,14 @@ bool CutJumps::CheckPositionForEOF(avTime position) const
     const CutTimeline now = intervals->GetTimeline();
     const size_t index = now.GetIndex(position);
     const avTime duration = streams.empty() ? NoTime : streams.front().source->GetDuration();
-    if (duration == NoTime)
+    if (duration == NoTime) // then only the last interval is sure to have nothing after it
         return index + 1 == now.GetCount();
     return now.GetInterval(index).end >= duration;
 }
 
 // ---- seeking
 
+// All requests come first: sources that are tracks of one file move together, at the first DoSeek.
 void CutJumps::SeekSources(avTime position)
 {
     const boost::lock_guard<boost::shared_mutex> lock(sourceMutex);
@@ -107,6 +109,7 @@ bool CutJumps::SeekInputStreams(avTime position, bool seekAgain)
     if (gopStart == position)
         return true;
     intervals->Keep(gopStart, position);
+    // streams that can start anywhere stand at the position, and what is kept begins before it now
     if (seekAgain)
         SeekSources(gopStart);
     return true;
@@ -151,7 +154,7 @@ void CutJumps::SaveBeforeSeek(const CutInterval& stretch)
         for (const StreamLink& link : streams)
             link.cut->SavePacketsBeforeSeek(stretch.start, stretch.end);
     }
-    catch (...)
+    catch (...) // helpers that were started already read their sources
     {
         waitForAll();
         throw;

@@ -13,6 +13,7 @@ CutStream<IStreamThis>::CutStream(const SP<IStreamThis>& source, const CutShare&
 {
 }
 
+// In this order: while the link is there, a jump of another stream could start the helper again.
 template <class IStreamThis>
 void CutStream<IStreamThis>::LeaveJumps()
 {
@@ -71,7 +72,7 @@ void CutStream<IStreamThis>::SavePacketsBeforeSeek_thread(avTime start)
 {
     for (bool more = true; more && !this->IsTerminated();)
     {
-        const Lock lock(mutex);
+        const Lock lock(mutex); // for each item anew, so that the reader need not wait for all of them
         more = SaveOne(start);
     }
 }

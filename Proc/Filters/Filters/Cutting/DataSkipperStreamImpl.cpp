@@ -18,8 +18,8 @@ namespace Tessor::Proc
 namespace
 {
 
-/// Of the pixels alone: what lies between rows may differ, and behind the last one of a cropped frame no memory
-/// follows.
+/// Of the pixels alone: what lies between rows may differ, and after the last one of a cropped frame there may be no
+/// memory at all.
 uint64_t HashPlane(const Details::PlaneTemplate<true>& plane)
 {
     std::string pixels;
@@ -103,6 +103,7 @@ avTime DataSkipperStreamImpl<IStreamThis>::GetEvenTime() const
     if (fps.numerator() <= 0)
         Throw<Exception>(TESSOR_HERE, "Wrong fps!");
     const auto microseconds = static_cast<int64_t>(itemsDelivered) * SECOND;
+    // From the start on and by the count, so that no rounding adds up; through 128 bits, as rates have large terms.
     return AddTime(startPts, av_rescale_rnd(microseconds, fps.denominator(), fps.numerator(), AV_ROUND_ZERO));
 }
 

@@ -148,6 +148,7 @@ SP<IDataPacket> FilterBitStream::ReadInternal()
     const SP<IDataPacket> result = Convert(packet);
     if (!result)
         return nullptr;
+    // conversions that build a new packet do not know its flags
     if (isKey && !result->IsKeyFrame())
         result->GetAVPacket()->flags |= AV_PKT_FLAG_KEY;
     ++statisticsCount;
@@ -194,6 +195,8 @@ uint32_t FilterBitStream::GetAACConversionType(StreamFormat format) const
     return format == SettingsFilterBitStream::STREAM_FORMAT_RAW_AAC && IsADTS(extradata) ? ADTS_TO_RAW : UNCHANGED;
 }
 
+// The size of lengths stands in the header in MP4 form: the parent's, before it is converted, or the one that comes
+// out.
 void FilterBitStream::ConvertExtradata()
 {
     const Conversion& row = conversions[conversion];
@@ -215,7 +218,7 @@ SP<IDataPacket> FilterBitStream::Convert(const SP<IDataPacket>& packet) const
     {
         return row.convertPacket(*this, packet);
     }
-    catch (const std::logic_error&)
+    catch (const std::logic_error&) // lengths that lead out of the packet; start codes can't
     {
         LOG(WARNING) << "Dropping bad packet.";
         return nullptr;

@@ -81,7 +81,7 @@ SP<IStreamThis> FilterCutController::Link(const SP<IStreamThis>& stream, const M
                      [&]
                      {
                          auto* const cut = make();
-                         linked = cut;
+                         linked = cut; // held before anybody else counts it: counts start at 0
                          return cut;
                      });
     return linked;

@@ -32,7 +32,7 @@ catch (const Exception& e)
     return 0;
 }
 
-/// Whether a header has all parameter sets among these units.
+/// Whether a header has all parameter sets among these units, bit by bit: sets that differ anywhere are others.
 bool HoldsSets(const HeaderBytes& header, const std::vector<Nalu>& units)
 {
     return std::all_of(units.begin(), units.end(),
@@ -64,6 +64,7 @@ GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, 
     reader = new DataSkipperStreamImpl<IStreamRaw>(gop, intervals);
 }
 
+// New ones for each group: neither references nor rate control may reach over from another.
 void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
 {
     try
@@ -135,7 +136,7 @@ SP<IDataPacket> GOPRecoder::FitH264(const SP<IDataPacket>& packet) const
         const HeaderBytes sets(own);
         result = sets.Exist() ? H264_ReplacePSs(packet, sets.data, sets.size) : packet;
     }
-    return lengthSize != 0 ? AnnexBtoMp4(result, lengthSize) : result;
+    return lengthSize != 0 ? AnnexBtoMp4(result, lengthSize) : result; // encoders give start codes
 }
 
 /// The encoder's sets are in the stream's header, which holds no longer where either side has others: the group brings
@@ -173,6 +174,7 @@ void GOPRecoder::SetTimes(const std::vector<SP<IDataPacket>>& packets) const
     if (times.size() != packets.size())
         Throw<Exception>(TESSOR_HERE, "Count of original and encoded packts are not equal!");
     std::vector<SP<IDataPacket>> shown = packets;
+    // both sides in the order of display, where the n-th picture is the n-th packet whatever the encoder reordered
     std::stable_sort(shown.begin(), shown.end(),
                      [](const auto& a, const auto& b) { return a->GetPTS() < b->GetPTS(); });
     auto packet = shown.begin();

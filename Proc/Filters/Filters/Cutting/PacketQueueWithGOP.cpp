@@ -65,7 +65,7 @@ bool PacketQueueWithGOP::EndsGOP(const SP<IDataPacket>& packet)
     lastPosition = position;
     if (!packet->IsKeyFrame() || Size() == 0)
         return false;
-    // where stamps step back, the queued group may lie behind the limit already
+    // where stamps step back, the queued group may lie after the limit already
     if (position >= startLimit || PacketQueue::Position() >= startLimit)
     {
         nextGOPPacket = packet;

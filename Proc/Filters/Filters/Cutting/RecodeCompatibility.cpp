@@ -20,6 +20,7 @@ using namespace CodecParsers;
 namespace
 {
 
+/// What pictures of H.264 are decoded by.
 struct H264Header
 {
     SPS_decoded sps;
@@ -90,6 +91,8 @@ bool EqualTheora(const Theora_Config& a, const Theora_Config& b)
     return a.EqualTo(b);
 }
 
+/// All that a decoder needs stands in the packets: in each picture, or before key pictures (the sequence header of
+/// MPEG-1 and MPEG-2).
 bool NeedsNoHeader(const std::string& codec)
 {
     return codec == Video::CODEC_ID_VP8 || codec == Video::CODEC_ID_VP9 || codec == Video::CODEC_ID_H263 ||

@@ -197,7 +197,7 @@ bool Search::TryEncoder(const std::string& name)
         ability.joinedHeader = joined;
         format->SetExtradata(joined);
     }
-    encoder->ReleaseInternalData();
+    encoder->ReleaseInternalData(); // it was made to be asked; groups get encoders of their own
     return true;
 }
 

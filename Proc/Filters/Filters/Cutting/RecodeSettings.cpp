@@ -70,6 +70,7 @@ void MultiplyBitRate(const std::string& codec, Core::Property& recodeFormat, boo
         return;
     const long long factor = hasDtsShift || codec == Video::CODEC_ID_MPEG1VIDEO ? 3 : 2;
     const long long bitRate = recodeFormat[Video::TAG_BITRATE].GetInt64();
+    // a rate that a container made up must not leave 64 bits
     const long long limit = std::numeric_limits<long long>::max() / factor;
     recodeFormat[Video::TAG_BITRATE] = std::clamp(bitRate, -limit, limit) * factor;
 }
@@ -97,6 +98,7 @@ void StoreProfile(const Conf::IFormatCodec& sourceFormat, Core::Property& recode
     StoreOptions(options, recodeFormat);
 }
 
+// profile_idc as in ITU-T H.264, A.2. Other profiles say by constraint flags which of these their pictures conform to.
 std::string GetH264Profile(const SPS_decoded& sps)
 {
     switch (sps.profile_idc)

@@ -31,6 +31,7 @@ void RemoveEndOnly(IData& item, avTime start, avTime length)
 
 void RemovePart(IDataAudio& item, avTime start, avTime length)
 {
+    // blocks of a host's own class have no operation for it
     DataAudioFF* const block = dynamic_cast<DataAudioFF*>(&item);
     if (block)
         block->RemovePart(start, length);

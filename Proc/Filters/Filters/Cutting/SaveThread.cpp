@@ -11,7 +11,7 @@ namespace
 
 void Join(boost::thread& thread)
 {
-    // The helper ends by itself soon. A caller that an interruption drove away would leave it behind.
+    // The helper ends by itself soon. A caller whom an interruption drove away would leave it running.
     const boost::this_thread::disable_interruption uninterrupted;
     if (thread.joinable())
         thread.join();
