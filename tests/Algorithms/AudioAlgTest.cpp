@@ -78,7 +78,7 @@ T Random(std::mt19937& dice)
                                                                        std::numeric_limits<T>::max())(dice));
 }
 
-/// Every length that leaves a rest behind vectors and blocks, random gains, against the twin; in place too.
+/// Every length that leaves a rest after vectors and blocks, random gains, against the twin; in place too.
 template <class T, class Gain>
 void HoldAgainstTwin(const SampleKernels<T, Gain>& kernels)
 {

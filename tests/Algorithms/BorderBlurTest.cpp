@@ -12,7 +12,7 @@ namespace Tessor::Proc
 namespace
 {
 
-/// A picture whose rows have bytes behind them that belong to nobody.
+/// A picture whose rows have bytes after them that belong to nobody.
 struct Picture
 {
     Picture(int width, int height)

@@ -25,7 +25,7 @@ AudioSpecificConfig ReadASC(const Bytes& data)
 
 } // namespace
 
-// Elements of different lengths, which are aligned otherwise in each form; also as the core of HE-AAC behind an
+// Elements of different lengths, which are aligned otherwise in each form; also as the core of HE-AAC after an
 // extension, with a rate that is written out and with a delay.
 TEST(AACCodecParser, HeadersComeBackInBothForms)
 {
@@ -95,7 +95,7 @@ TEST(AACCodecParser, ObjectTypesAndRatesOfConfigs)
         EXPECT_EQ(config.frequencyIndex, 15);
         EXPECT_EQ(config.sampleRate, 44056u);
     }
-    // Behind the extension of an error resilient core stand 4 bits of channels.
+    // After the extension of an error resilient core stand 4 bits of channels.
     const AudioSpecificConfig bsac = read({{5, 5}, {4, 6}, {4, 0}, {4, 3}, {5, 22}, {4, 2}, {3, 0}, {32, 0}, {32, 0}});
     EXPECT_EQ(bsac.objectType, 22);
     ASSERT_TRUE(bsac.pce);

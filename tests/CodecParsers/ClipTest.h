@@ -76,7 +76,7 @@ struct ReferenceParser
         parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
     }
 
-    /// The parser's record (pict_type, key_frame) behind the packet.
+    /// The parser's record (pict_type, key_frame) after the packet.
     const AVCodecParserContext& Parse(const IDataPacket& packet)
     {
         uint8_t* out = nullptr;

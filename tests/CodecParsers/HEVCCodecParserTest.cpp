@@ -75,7 +75,7 @@ TEST(HEVCHeader, HvccToAnnexB)
               {{Fixed + Arrays, ArraysAnnexB},
                {ArraysAnnexB, ArraysAnnexB},
                {Fixed + "01 22 00 01 00 02 44", WrongStructure},
-               // A version byte that was overwritten comes back. Where it was shifted, everything behind it still is.
+               // A version byte that was overwritten comes back. Where it was shifted, everything after it still is.
                {broken, ArraysAnnexB},
                {"00 " + Fixed + Arrays, WrongStructure},
                {"00 00 00 00 " + Fixed + Arrays, "Unknown hvcC version"}});

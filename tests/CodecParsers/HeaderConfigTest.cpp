@@ -93,7 +93,7 @@ TEST(Headers, Faults)
     const std::string start = "00 00 01 b0 f3 ", userData = "00 00 01 b2 78 ";
     const std::string notHere = " in Video Object Layer are not implemented!";
     const std::string layer = start + "00 00 01 b5 91 10 00 00 01 20 00 00 40 06 68 04 20 10 ";
-    CheckFaults(DecodeMPEG4Config, {{layer + "80 80 " + userData, ""}, // behind the layer nothing is looked at
+    CheckFaults(DecodeMPEG4Config, {{layer + "80 80 " + userData, ""}, // after the layer nothing is looked at
                                     {layer + "90 80", "MPEG-4 sprite parameters" + notHere},
                                     {layer + "82 80", "MPEG-4 quantization parameters" + notHere},
                                     {layer + "80 00", "MPEG-4 complexity estimation header" + notHere},

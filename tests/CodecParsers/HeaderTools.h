@@ -109,7 +109,7 @@ std::string ResultOf(const Call& call)
     return result + failure;
 }
 
-/// The units that a call finds as "[65 88]|[41]", an empty one as "[]", and behind them the text of what it throws.
+/// The units that a call finds as "[65 88]|[41]", an empty one as "[]", and after them the text of what it throws.
 template <class Find>
 std::string UnitsOf(const std::string& hex, const Find& find)
 {

@@ -8,7 +8,7 @@ namespace Tessor::Test
 namespace
 {
 
-/// "I80" is an I picture shown at 80; "-" stands for an unknown time, "~" behind it for an unknown DTS too, which is
+/// "I80" is an I picture shown at 80; "-" stands for an unknown time, "~" after it for an unknown DTS too, which is
 /// otherwise `index` times the duration of 40. "X" is a packet without a picture.
 SP<DataPacketFF> ParsePacket(const std::string& token, avTime index)
 {
@@ -61,7 +61,7 @@ TEST(PTSRestorer, H264)
          {"I- B-~ B-~ P-", "|||80/0 0/40 40/80 |"}, // unknown ones are counted back from the next reference
          // DTS 40 at index 1 of 2: P is at 80 and I at 0; then P at 80, B at 120, I at 160.
          {"I-~ B- P-~ B-~ I-~", "||40/0 0/40 ||120/80 80/120 |"},
-         // At the flush the group's end is the first known DTS plus the steps behind it.
+         // At the flush the group's end is the first known DTS plus the steps after it.
          {"I- B- .", "||40/0 0/40 |"},
          {"I-~ B-~ B- .", "|||80/0 0/40 40/80 |"},
          {"I-~ B-~ P-~", "||-/- -/- |"},
@@ -79,7 +79,7 @@ TEST(PTSRestorer, MPEG1_2)
          {"I- B-", "|40/0 |"},                                    // a B picture without a time closes, too
          {"I- B40 X200", "||80/0 40/40 200/80 |"},                // what is no B picture is a reference
          {"I- B40 P-~ .", "||-/0 40/40 |-/- |"},                  // nothing is made of unknown times
-         {"P40 I- B80 . I- B160 P320", "40/0 |||120/40 80/80 |||200/120 160/160 320/200 |"}}); // goes on behind an end
+         {"P40 I- B80 . I- B160 P320", "40/0 |||120/40 80/80 |||200/120 160/160 320/200 |"}}); // goes on after an end
 }
 
 TEST(PTSRestorer, ResetForgets)

@@ -52,7 +52,7 @@ public:
         output.Flush();
         return Bytes(sink->GetString().begin(), sink->GetString().end());
     }
-    /// The RBSP with its stop bit, behind the NAL header that the caller has put.
+    /// The RBSP with its stop bit, after the NAL header that the caller has put.
     Bytes Finish()
     {
         Put(1, 1);

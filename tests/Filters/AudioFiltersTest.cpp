@@ -81,7 +81,7 @@ TEST(FilterAudioVolume, NormalizesFromBlockToBlock)
     }
 }
 
-TEST(FilterAudioVolume, StartsAnewBehindASeek)
+TEST(FilterAudioVolume, StartsAnewAfterASeek)
 {
     const SP<IStreamAudioEx> filter = MakeVolume(ScriptedAudio::Create("0=1000 500=1000 1000=1000"), 1.0, true);
     EXPECT_EQ(ReadAll(filter, Show::Values), "0=1352 500=1699 1000=2051 E");

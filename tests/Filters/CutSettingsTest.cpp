@@ -60,7 +60,7 @@ void ExpectOptimized(const std::deque<Interval>& list)
 void ExpectSame(const SettingsFilterCutController& settings, const Bitmap& twin)
 {
     const Proc::CutTimeline timeline(settings.intervals);
-    // a kept start keeps its times, also those before it; behind a deleted one the result starts at 0
+    // a kept start keeps its times, also those before it; after a deleted one the result starts at 0
     int result = twin.IsDeleted(twin.low) ? 0 : twin.low - 20;
     for (int t = twin.low - 20; t < twin.high + 20; ++t)
     {

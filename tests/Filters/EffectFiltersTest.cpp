@@ -83,17 +83,17 @@ TEST(FilterDeinterlace, TimeOfFramesThatAreHeldBack)
     const SP<FakeEffectFactory> factory = FakeEffectFactory::Create();
     factory->behaviours[DEINTERLACER].drops = [&held](IData& frame)
     { return held.find(std::to_string(DescribeItem(frame).value)) != std::string::npos; };
-    for (const auto& [without, result, behind] : {std::tuple("0", "0=1 80=2 120=3 160=4 E", "E"),
-                                                  {"24", "0=0 40=1 80:80=3 E", "E"},
-                                                  {"01", "0=2 120=3 160=4 E", "E"},
-                                                  // three in a row are the end for the reader ...
-                                                  {"0123", "E", "0:200=4 E"},
-                                                  {"012", "E", "0=3 160:40=4 E"}}) // ... but reading goes on
+    for (const auto& [without, result, after] : {std::tuple("0", "0=1 80=2 120=3 160=4 E", "E"),
+                                                 {"24", "0=0 40=1 80:80=3 E", "E"},
+                                                 {"01", "0=2 120=3 160=4 E", "E"},
+                                                 // three in a row are the end for the reader ...
+                                                 {"0123", "E", "0:200=4 E"},
+                                                 {"012", "E", "0=3 160:40=4 E"}}) // ... but reading goes on
     {
         held = without;
         const SP<IStreamVideoEx> filter = Deinterlace(ScriptedVideo::Create("0i 40 80 120 160"), factory);
         EXPECT_EQ(ReadAll(filter, Show::Values), result) << held;
-        EXPECT_EQ(ReadAll(filter, Show::Values), behind) << held;
+        EXPECT_EQ(ReadAll(filter, Show::Values), after) << held;
         factory->log->Take();
     }
 }

@@ -74,7 +74,7 @@ struct H264Fields
     }
 };
 
-/// Converts the whole source at the first read, and anew behind a seek.
+/// Converts the whole source at the first read, and anew after a seek.
 template <class From, class To>
 class WholeStream : public Proc::StreamImpl<From, To>, public RefCountImpl
 {
@@ -142,11 +142,11 @@ struct FakeEncoding
     std::function<void()> creation = [] {}; ///< may throw
     bool isNull = false;
     Bytes extradata = {};
-    bool reorders = false; ///< every second picture is decoded behind the one that follows it
+    bool reorders = false; ///< every second picture is decoded after the one that follows it
     size_t lost = 0;       ///< frames at the end of which no packet comes
 };
 
-/// A key frame and pictures behind it. The payload is one unit of one byte, the picture, behind a start code.
+/// A key frame and pictures after it. The payload is one unit of one byte, the picture, after a start code.
 class FakeEncoder final : public WholeStream<Proc::IStreamVideo, Proc::IEncoder>
 {
 public:
@@ -226,7 +226,7 @@ public:
         Throw<E>(TESSOR_HERE, "scripted failure");
     }
 
-    std::string tried;         // the encoders in the order of their creation, "+" behind one that got a resource
+    std::string tried;         // the encoders in the order of their creation, "+" after one that got a resource
     Core::Property lastFormat; // of the last encoder
 
 private:

@@ -47,7 +47,7 @@ TEST(FilterCutController, CutsFrames)
         {"deleted", {{90, 99}}, "10:80", "null"},
         {"tail", {{0, 50}}, "20:80", "20:30 E"},
         {"tail and head: the tail alone", {{50, 70}}, "20:80", "0:50 E"},
-        {"tail behind a seam", {{0, 10}, {30, 70}}, "40:80", "20:30 E"},
+        {"tail after a seam", {{0, 10}, {30, 70}}, "40:80", "20:30 E"},
         {"no duration", {{0, 100}}, "20:0", "null"},
         {"no time", {{0, 100}}, "?:20", "null"},
         {"unknown duration", {{10, 100}}, "20:?", "10:? E"},
@@ -149,7 +149,7 @@ TEST(FilterCutController, MovesStartsToKeyFramesOnce)
     } rows[] = {
         {"inside of a group", groups, {{100, 130}}, {{80, 130}}, {100}},
         {"into the one before", groups, {{60, 90}, {100, 130}}, {{0, 130}}, {60, 100}},
-        {"behind the end", groups, {{0, 10}, {200, 300}}, {{0, 10}, {200, 300}}, {}},
+        {"after the end", groups, {{0, 10}, {200, 300}}, {{0, 10}, {200, 300}}, {}},
         {"no seek reaches it", "80K 100K 120", {{50, 60}, {100, 110}}, {{50, 60}, {100, 110}}, {50, 100}},
         {"a group that is known", groups, {{100, 130}}, {{100, 130}}, {}, 100},
     };

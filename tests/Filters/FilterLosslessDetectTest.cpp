@@ -65,7 +65,7 @@ TEST(FilterLosslessDetect, JudgesByThePackets)
         {"?:40d90", Times, "yes/yes"},
         {"80Kd0 120d40 160d40", Order, "3/yes"},
         {"80K 120d0 160d40", Order, "yes/yes"},
-        {"80Kd0 120 160d40", Order, "2/yes"}, // unknown behind known
+        {"80Kd0 120 160d40", Order, "2/yes"}, // unknown after known
         {"?:40d0 ?:40d40 80d80 ?:40d120 ?:40d160", BadPts, "yes/yes"},
         {"?:40d0 80d40 ?:40d80 ?:40d120 ?:40d160", BadPts, "5/yes"},
         {"0K=101 40 80K=102 120K=102", CRA, "yes/3"},

@@ -117,7 +117,7 @@ private:
         const SP<Conf::IFormatCodec> format = Conf::IFormatCodecVideo::Create();
         Script read;         // what comes from the last landing on
         size_t next = 0;     // index in it
-        avTime end = NoTime; // of what was read, NoTime behind a seek
+        avTime end = NoTime; // of what was read, NoTime after a seek
     };
 
     void Seek(size_t track)

@@ -183,7 +183,7 @@ public:
         if (type != MediaType::Video || (recodable && !oversized))
             return false;
         std::vector<Group> groups = FindGroups(Lay(0, kept));
-        groups.back().stop = MAX_DURATION; // a piece behind the end starts with the last key picture, too
+        groups.back().stop = MAX_DURATION; // a piece after the end starts with the last key picture, too
         for (const Group& group : groups)
         {
             const avTime within = kept.Within(group.start, group.stop), key = group.items.front().pts;
@@ -236,7 +236,7 @@ private:
         avTime start, stop;
     };
 
-    /// One group from display time `first` on: leading pictures, the key picture, then runs of B-frames behind what
+    /// One group from display time `first` on: leading pictures, the key picture, then runs of B-frames after what
     /// follows them.
     void AddGroup(avTime first, int count, int leading, int run)
     {

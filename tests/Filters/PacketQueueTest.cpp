@@ -68,7 +68,7 @@ TEST(PacketQueueWithGOP, SplitsAtKeyFrames)
     }
 }
 
-TEST(PacketQueueWithGOP, ALimitSparesWhatStepsBackFromBehindIt)
+TEST(PacketQueueWithGOP, ALimitSparesWhatStepsBackFromAfterIt)
 {
     PacketQueueWithGOP queue(MediaType::None);
     queue.Reset(100 * ms);

@@ -188,7 +188,7 @@ TEST(Recode, EncodersThatFail)
 {
     const RawRig loses({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {.lost = 1}}}));
     EXPECT_EQ(ReadFromStart(loses), "0K 40 80 !(Count of original and encoded packts are not equal!)");
-    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 320K E") << "the stream goes on behind the group";
+    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 320K E") << "the stream goes on after the group";
     // the search is the first that creates one; where it is gone afterwards, packets are cut
     const auto failsLater = [created = 0]() mutable
     {

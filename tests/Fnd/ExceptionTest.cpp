@@ -45,7 +45,7 @@ void ExpectWhole()
 
 } // namespace
 
-TEST(Exception, KeepsItsBasesAndRecordsBehindAThread)
+TEST(Exception, KeepsItsBasesAndRecordsAcrossAThread)
 {
     using namespace Core;
     using namespace Proc;

@@ -101,7 +101,7 @@ TEST(Property, ChildrenKeepTheirOrder)
     node.SetChildT<std::string>("b", "4");
     node.SetChild("a", Property("other name", 5));
     EXPECT_EQ(ToText(node), "node(b=4 a=5 c=3)");
-    // a created child stands behind one of the same name, which is still the one to be found
+    // a created child stands after one of the same name, which is still the one to be found
     node.CreateChildT<int64_t>("b", 6);
     EXPECT_EQ(ToText(node), "node(b=4 a=5 c=3 b=6)");
     EXPECT_EQ(node["b"].GetString(), "4");

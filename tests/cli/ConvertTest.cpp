@@ -218,14 +218,14 @@ TEST_F(Convert, PicturesAreShapedAndScannedAsTheyAreShown)
     EXPECT_NE(sum(" --vf deinterlace"), sum("")) << "the codec has no word for fields";
 }
 
-// What stands behind such a chain, and the report, go by what comes out of it.
+// What stands after such a chain, and the report, go by what comes out of it.
 TEST_F(Convert, ChainsThatChangeTimeTellHowLongTheyLast)
 {
     RunCommand("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25:d=2 -f lavfi -i sine=d=2:r=48000 -c:v ffv1 "
                "-c:a pcm_s16le in.mkv");
     const struct
     {
-        const char *kind, *graph, *behind;
+        const char *kind, *graph, *after;
         double seconds;
         int frames; // 0: of sound
     } rows[] = {
@@ -234,14 +234,14 @@ TEST_F(Convert, ChainsThatChangeTimeTellHowLongTheyLast)
         {"--vf", "select=not(mod(n\\,2))", "", 2, 25},
         {"--vf", "tpad=stop_duration=1", ",fps=rate=50", 3, 150},
         {"--vf", "fps=250", "", 2, 500},               // far more than one for one
-        {"--vf", "loop=loop=20:size=25", "", 23, 550}, // FFmpeg's loop leaves its own length free behind it
+        {"--vf", "loop=loop=20:size=25", "", 23, 550}, // FFmpeg's loop leaves its own length free after it
         {"--af", "atrim=end=1", ",fade=direction=out", 1, 0},
         {"--af", "areverse", "", 2, 0},
         {"--af", "aloop=loop=20:size=48000", "", 22, 0},
     };
     for (const auto& row : rows)
     {
-        const std::string chain = std::string(row.kind) + " \"avfilter=graph='" + row.graph + "'" + row.behind + "\"";
+        const std::string chain = std::string(row.kind) + " \"avfilter=graph='" + row.graph + "'" + row.after + "\"";
         const json report = Report("convert -y in.mkv out.mkv --video-encoder ffv1 --audio-encoder pcm_s16le " + chain +
                                    (row.frames ? " --no-audio" : " --no-video"));
         EXPECT_EQ(report["duration"], row.seconds) << chain;

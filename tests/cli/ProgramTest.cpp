@@ -229,7 +229,7 @@ TEST_F(Program, PicturesMayChange)
     }
 }
 
-// Parts of a film that count time from their own start, one behind the other.
+// Parts of a film that count time from their own start, one after the other.
 TEST_F(Program, ClocksMayJump)
 {
     const struct

@@ -94,7 +94,7 @@ TEST(ResampleTest, ASineStaysItselfFromTheFirstSampleToTheLast)
     }
 }
 
-TEST(ResampleTest, GapsStayAndNothingIsLeftBehindASeek)
+TEST(ResampleTest, GapsStayAndNothingIsLeftAfterASeek)
 {
     const SP<IResample> resampler = MakeResampler(48000);
     const auto process = [&](SP<IDataAudio> block)

@@ -278,7 +278,7 @@ TEST_P(Clip, CutReadsWhatIsKept)
                 if (packet->GetPTS() < deleted || packet->GetPTS() >= end)
                     lost += !byTime.count(packet->GetPTS()) || Payload(*byTime[packet->GetPTS()]) != Payload(*packet);
             EXPECT_EQ(lost, 0u);
-            // The group before the stretch must end at the key packet behind its start.
+            // The group before the stretch must end at the key packet after its start.
             for (const auto& packet : linear[t])
                 if (packet->IsKeyFrame() && packet->GetPosition() >= deleted)
                 {
@@ -328,7 +328,7 @@ TEST(Demuxer, KeyPicturesAreWhatTheirBytesSay)
         char flagged, unflagged; // the flags of two packets that follow a key: K, or another letter
     } rows[] = {
         {"IDR", AV_CODEC_ID_H264, {}, code + idr, 'K', 'K'},
-        {"IDR behind a length", AV_CODEC_ID_H264, avcC, Bytes{0, 4} + idr, 'K', 'K'},
+        {"IDR after a length", AV_CODEC_ID_H264, avcC, Bytes{0, 4} + idr, 'K', 'K'},
         {"P", AV_CODEC_ID_H264, {}, code + inter, '-', '-'},
         {"I that nothing says to be an entry", AV_CODEC_ID_H264, {}, code + intra, '-', '-'},
         {"I at a recovery point", AV_CODEC_ID_H264, {}, code + now + code + intra, 'K', 'K'},

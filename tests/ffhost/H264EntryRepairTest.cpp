@@ -126,7 +126,7 @@ Bytes MakeSlice(const Stream& stream, const Picture& picture, uint32_t firstBloc
     return Escape(w.Finish());
 }
 
-/// Two slices behind a message of another kind.
+/// Two slices after a message of another kind.
 SP<Proc::IDataPacket> MakePacket(const Stream& stream, const Picture& picture)
 {
     Bytes bytes;

@@ -69,7 +69,7 @@ std::vector<avTime> SortedTimes(const Packets& packets)
     return times;
 }
 
-/// A clip's pictures as a part of a longer stream. Behind lengths, the first packet brings the header. Behind start
+/// A clip's pictures as a part of a longer stream. With lengths, the first packet brings the header. With start
 /// codes, the first packet alone carries the sets.
 struct Piece : RawFile::Track
 {
@@ -238,9 +238,9 @@ TEST(MuxerTest, EveryPacketKeepsItsTime)
     } rows[] = {
         {"frames in front are counted too", "mpeg4.avi", 0, "avi", 10, 0, 0, 1},
         {"pictures so small that a pack holds several", "mpeg1.m1v", 0, "mpg", 0, 33367, 0, 12},
-        {"sound behind a gap", "mpeg2.m2ts", 1, "ts", 0, 0, 15000, 50},
-        {"sound in pages behind a gap", "pages.ogv", 1, "ogg", 0, 0, 15000, 25},
-        {"pictures in pages behind a gap", "theora.ogv", 0, "ogv", 0, 0, 120000, 25},
+        {"sound after a gap", "mpeg2.m2ts", 1, "ts", 0, 0, 15000, 50},
+        {"sound in pages after a gap", "pages.ogv", 1, "ogg", 0, 0, 15000, 25},
+        {"pictures in pages after a gap", "theora.ogv", 0, "ogv", 0, 0, 120000, 25},
     };
     for (const auto& row : rows)
     {
@@ -311,7 +311,7 @@ TEST(MuxerTest, ReadersKnowAnySoundOfAShortPieceNamedAsBluRay)
     EXPECT_EQ(ReadRawFile(folder / "short.m2ts").tracks.at(1).info.type, MediaType::Audio);
 }
 
-// A packet that can't be converted is left out, and the stream goes on behind it. A source that fails is no damage.
+// A packet that can't be converted is left out, and the stream goes on after it. A source that fails is no damage.
 TEST(FramedTrackTest, DamagedPacketsAreNoEnd)
 {
     const struct
@@ -352,7 +352,7 @@ TEST(FramedTrackTest, ALastKeyPacketGetsItsParameterSets)
 }
 
 // The container may say so with the first packet of the new sets (lengths), or that packet carries them (start codes):
-// the key packets behind it carry them either way, and a form with start codes no others.
+// the key packets after it carry them either way, and a form with start codes no others.
 TEST(FramedTrackTest, ParameterSetsThatChangeAreMetAtEveryEntry)
 {
     const struct

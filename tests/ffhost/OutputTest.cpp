@@ -104,7 +104,7 @@ TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
     }
 }
 
-// Where the whole track is in sight, a DTS is the latest that is none behind its PTS and in front of all that follow.
+// Where the whole track is in sight, a DTS is the latest that is none after its PTS and in front of all that follow.
 TEST(DtsRepairTest, TimesRiseAndMoveNoMoreThanTheyMust)
 {
     std::mt19937 random(7);

@@ -120,7 +120,7 @@ TEST(SourceTest, FramesOfAmrComeOneByOne)
             }
             source.Add(bytes, block * 1000000, 1000000);
         }
-        // of this block two frames are whole, and behind the third comes a type that is none
+        // of this block two frames are whole, and after the third comes a type that is none
         source.Add(frames[0] + frames[1] + "\x64" + frames[2], 20000000, 1000000);
         source.Add(frames[0] + frames[1].substr(0, frames[1].size() / 2), 21000000, 1000000);
         source.Write(folder / "blocks.mkv");

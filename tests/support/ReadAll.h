@@ -14,7 +14,7 @@ enum class Show
 };
 
 /// The rest of a stream in the notation of scripts, with E for the end, "!" for a "scripted failure" and "!(text)" for
-/// any other exception, behind which reading stops. More than 10000 items throw std::length_error.
+/// any other exception, after which reading stops. More than 10000 items throw std::length_error.
 std::string ReadAll(Proc::IStream& stream, Show show = Show::Times);
 
 /// As ReadAll, but at most `count` items, and no E where more might follow.

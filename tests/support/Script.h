@@ -21,7 +21,7 @@ struct ScriptItem
     bool key = false;
     bool fixed = false;      ///< a frame that can't be trimmed
     bool interlaced = false; ///< frames only
-    bool throws = false;     ///< no item: reading throws here, and goes on behind it
+    bool throws = false;     ///< no item: reading throws here, and goes on after it
 };
 
 using Script = std::vector<ScriptItem>;

@@ -153,7 +153,7 @@ private:
     SP<Format> format;
     Conf::SampleInfo info;            // of audio
     size_t next = 0;                  // index of what is read next
-    avTime lastEnd = NoTime;          // of the item read last, NoTime behind a seek
+    avTime lastEnd = NoTime;          // of the item read last, NoTime after a seek
     std::optional<avTime> seekTarget; // between RequestSeek and DoSeek
     std::atomic<bool> terminated{false};
     std::atomic<int> readCount{0}; // calls of Read
