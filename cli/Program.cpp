@@ -95,7 +95,7 @@ const char* HintFor(Jobs::JobError::Kind kind)
     return kind == Jobs::JobError::OutputExists ? " (-y overwrites it)" : "";
 }
 
-/// What the library throws in the middle of a job knows no files: it is told with the one that the job reads.
+/// What the library throws in the middle of a job names no file: it is told with the one that the job reads.
 std::string NameFile(Verb& verb, const std::string& text)
 {
     for (const Option& option : verb.GetOptions())

@@ -48,8 +48,8 @@ const std::set<AVCodecID> TRANSPORT_CODECS = {
     AV_CODEC_ID_OPUS,       AV_CODEC_ID_S302M,      AV_CODEC_ID_DVB_SUBTITLE, AV_CODEC_ID_DVB_TELETEXT,
 };
 
-/// Those that Blu-ray knows. In its form of a transport stream libavformat names others as private data, and readers
-/// have to guess, which takes more than a short piece has.
+/// Those that Blu-ray knows. In its form of a transport stream libavformat names all others as private data, and
+/// readers guess the codec, for which a short piece holds too little.
 const std::set<AVCodecID> BLU_RAY_CODECS = {
     AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VC1,    AV_CODEC_ID_PCM_BLURAY,
     AV_CODEC_ID_AC3,        AV_CODEC_ID_EAC3, AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD, AV_CODEC_ID_HDMV_PGS_SUBTITLE,
@@ -84,11 +84,11 @@ const std::set<AVCodecID> ASF_CODECS = {
     AV_CODEC_ID_AC3,       AV_CODEC_ID_PCM_U8,      AV_CODEC_ID_PCM_S16LE, AV_CODEC_ID_PCM_S24LE,
 };
 
-/// Readers of WAVE find no bounds of packets, and nothing in these tells them.
+/// Readers of WAVE do not know where packets end, and those of these codecs don't tell.
 const std::set<AVCodecID> NEVER_IN_WAVE = {AV_CODEC_ID_AAC,   AV_CODEC_ID_FLAC,  AV_CODEC_ID_OPUS,  AV_CODEC_ID_VORBIS,
                                            AV_CODEC_ID_SPEEX, AV_CODEC_ID_WMAV1, AV_CODEC_ID_WMAV2, AV_CODEC_ID_WMAPRO};
 
-/// How many bits a pixel has is told by QuickTime's description of samples, of which Matroska keeps too little.
+/// QuickTime's description of samples tells how many bits a pixel has; Matroska keeps too little of it.
 const std::set<AVCodecID> NEVER_IN_MATROSKA = {AV_CODEC_ID_QTRLE, AV_CODEC_ID_8BPS};
 
 bool HasUnofficialData(const AVStream* stream)

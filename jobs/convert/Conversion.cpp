@@ -61,7 +61,7 @@ ConvertTrack MakeReport(const Host::TrackInfo& track)
     return report;
 }
 
-/// Tells what was recorded before the first key picture, and lacks what it was made from.
+/// Tells apart pictures that come before the first key picture, and so lack their references.
 struct EntryMeter
 {
     bool found = false;   // the first key packet has come
@@ -76,7 +76,7 @@ struct EntryMeter
     }
     bool Shows(avTime time)
     {
-        // Some streams have none; they come to be whole by and by.
+        // Some streams have no key picture at all: theirs become whole by and by (intra refresh).
         constexpr long long patience = 300;
         const bool shown = hidden >= patience || (found && (last == NoTime || time > last));
         hidden += !shown;
@@ -84,7 +84,7 @@ struct EntryMeter
     }
 };
 
-/// Keeps in mind how far the items reach that pass.
+/// Remembers how far the items reach that pass.
 template <class Kind>
 SP<Kind> MeasureEnd(const SP<Kind>& stream, std::atomic<avTime>& end, std::shared_ptr<const void> owner)
 {
@@ -92,7 +92,7 @@ SP<Kind> MeasureEnd(const SP<Kind>& stream, std::atomic<avTime>& end, std::share
                                    { end = std::max(end.load(), AddTime(item->GetPTS(), item->GetDuration())); });
 }
 
-/// Sees a picture that stands a second time by its buffer, which is kept so that no other can take its place.
+/// Knows a picture that stands a second time by its buffer, which is kept, so that no other can take its place.
 struct RepeatMeter
 {
     SP<IDataVideo> last = nullptr;

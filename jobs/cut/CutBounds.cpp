@@ -14,8 +14,8 @@ namespace Tessor::Jobs
 namespace
 {
 
-/// A picture this little in front of a bound is meant by it: times on the command line are not exact to the
-/// microsecond.
+/// A picture that begins this little before a bound is the one that is meant: times on the command line are not exact
+/// to the microsecond.
 constexpr avTime snap_tolerance = 100;
 
 /// The longest way forward to a picture: a slow frame. Pictures that stand for longer are cut where it was asked for.

@@ -22,7 +22,7 @@ namespace Tessor::Jobs
 namespace
 {
 
-/// What decoders move a picture by that would begin with the one before, in microseconds.
+/// How far decoders move a picture that would begin together with the one before, in microseconds.
 constexpr avTime longest_step_aside = 16;
 
 /// Whether a decoder need not start anew between two pictures.

@@ -60,9 +60,9 @@ public:
         return std::find(partners.begin(), partners.end(), &track) != partners.end();
     }
 
-    /// How much later than expected tracks of the output lie, as told by all that is there once; NoTime when nothing
-    /// is. Of pictures most have to be: those that were encoded anew may by chance be packets of another place. The
-    /// middle of all is taken, since single packets may be off by what their ticks round.
+    /// How much later than expected tracks of the output lie, as packets tell that occur once on either side; NoTime
+    /// when there are none. Of pictures most have to: those that were encoded anew may by chance be packets of another
+    /// place. The middle of all is taken, since single packets may be off by what their ticks round.
     avTime FindShift(bool video) const
     {
         std::vector<avTime> shifts;
@@ -202,8 +202,8 @@ private:
         return (track.pictures && track.pictures->expected > 0) || (track.packets && track.packets->expected > 0);
     }
 
-    /// Without video. Of silence and of a steady tone nothing is there once: then the output begins where it should, or
-    /// with its first packet.
+    /// Without video. In silence and in a steady tone no packet occurs just once: then the output lies where it should,
+    /// or is as late as its first packet.
     void SettleShift(const Pairing& pairing)
     {
         shift = pairing.FindShift(false);

@@ -56,8 +56,8 @@ void ToneJob::Check() const
     CheckNumber("level", settings.level, 0.0, 1.0);
 }
 
-/// The generator's function knows no tone from another, but its blocks can be drawn into as they pass. They last a
-/// second, which holds whole periods of any whole frequency.
+/// The generator's function is not told which tone is wanted, but its blocks can be drawn into as they pass. They last
+/// a second, which holds whole periods of any whole frequency.
 SP<Proc::IStreamAudio> ToneJob::MakeStream(const Factories& factories) const
 {
     Proc::SettingsAudioGenerator silence;

@@ -67,7 +67,7 @@ void GroupStaging::Jump(std::optional<avTime> newTarget)
     landing = newTarget ? Landing::Searching : Landing::Awaiting;
 }
 
-// What comes next comes from elsewhere.
+// Reading goes on at another place.
 void GroupStaging::DropStaged()
 {
     staged.clear();
@@ -143,8 +143,8 @@ bool GroupStaging::Land()
     return ended && EndLanding();
 }
 
-// The staged key packet that the search has come to is the best one so far, unless the one before has its stamp: what
-// starts there has both. One that was delivered before the jump is dropped itself, and its group goes on after it.
+// The key packet at `searched` is the best one so far, unless the one taken before has the same stamp: what starts
+// there holds both. One that was delivered before the jump is dropped itself, and its group goes on after it.
 void GroupStaging::TakeKey(avTime time)
 {
     const bool repeated = resumeAfter != NoTime && time <= resumeAfter;
@@ -220,7 +220,8 @@ void GroupStaging::JoinGroupBefore()
     Deliver(key);
 }
 
-// A group in sequence is entered all the same where the cut leaves nothing of before as it was to lean on.
+// A group in sequence is entered all the same where the cut leaves nothing before it unchanged that its leading
+// pictures could lean on.
 void GroupStaging::EnterKey(const Proc::DataPacketFF& key)
 {
     const avTime first = FirstShown();

@@ -59,7 +59,7 @@ bool IsSane(AVRational rate)
 AVRational FrameRate(const AVStream& stream)
 {
     const AVRational base = stream.r_frame_rate, mean = stream.avg_frame_rate;
-    // high-speed recordings say so twice
+    // a high rate is meant where both tell it: a high-speed recording
     const bool clock = av_cmp_q(base, av_inv_q(stream.time_base)) == 0;
     if (base.num > 0 && base.den > 0 && av_cmp_q(base, mean) == 0 && !clock && av_q2d(base) <= 1000)
         return base;
@@ -98,7 +98,7 @@ std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters&
                                             [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
     if (!copy || avcodec_parameters_copy(copy.get(), &parameters) < 0)
         throw std::bad_alloc();
-    // libavformat's reader of Matroska counts it in samples of before the encoder, its writers in those of the codec
+    // libavformat's reader of Matroska counts it in samples of the encoder's input, its writers in those of the codec
     if (copy->codec_id == AV_CODEC_ID_OPUS && copy->extradata_size >= OPUS_HEAD)
         copy->initial_padding = AV_RL16(copy->extradata + OPUS_PRE_SKIP);
     return copy;

@@ -308,7 +308,7 @@ void PacketPump::TryJump()
     LandJump(*target, true);
 }
 
-// Worth it when all that leave something out do so for long, and the others have been read up to there.
+// A jump pays when all primary tracks leave out the same long stretch, and the others have been read up to it.
 std::optional<avTime> PacketPump::FindJumpTarget() const
 {
     std::optional<avTime> target;
@@ -339,8 +339,7 @@ int PacketPump::CountPrimary(GroupStaging::Landing landing) const
         [&](const auto& entry) { return IsPrimary(entry.second) && entry.second.staging.GetLanding() == landing; }));
 }
 
-// The tracks that decide land at the target; the others follow where these have landed, since the cut may be widened
-// to there.
+// The primary tracks land at the target, the others where these have landed, since the cut may widen to there.
 bool PacketPump::LandJump(avTime target, bool lastTry)
 {
     for (auto& [index, track] : dense)

@@ -53,9 +53,9 @@ bool HasUnknownStream(const AVFormatContext& context)
     return false;
 }
 
-/// Pages of Ogg tell where their last packet ends. For the first page after a seek that takes the lengths of packets,
-/// which libavformat knows of some codecs only. Of others it counts from an entry of its index, which may be that of
-/// any packet of the page, or of another stream.
+/// A page of Ogg tells where its last packet ends. To place the others, libavformat needs their lengths, which it knows
+/// for some codecs only. For the rest it counts, after a seek, from an entry of its index, which may belong to any
+/// packet of the page, or to another stream.
 bool HasUntimedPages(const AVFormatContext& context)
 {
     constexpr std::array timed{AV_CODEC_ID_VORBIS, AV_CODEC_ID_OPUS, AV_CODEC_ID_THEORA, AV_CODEC_ID_VP8};
@@ -67,7 +67,8 @@ bool HasUntimedPages(const AVFormatContext& context)
     return false;
 }
 
-/// WAVE and its kin are sought by bit rate, which is near enough where a sample has a whole number of bits only.
+/// libavformat seeks in WAVE and its kin by bit rate, which finds packets only where a sample has a whole number of
+/// bits.
 bool IsSoughtByBitRate(const AVFormatContext& context)
 {
     const std::string_view name = context.iformat->name;
@@ -127,7 +128,7 @@ void SourceFile::Open()
     ReplaceHeaders();
 }
 
-// Before libavformat looks for what streams are: it goes by their headers, too.
+// Comes before libavformat looks at the streams, since it goes by their headers, too.
 void SourceFile::ReplaceHeaders()
 {
     for (const auto& [index, found] : headers)
@@ -283,7 +284,6 @@ bool SourceFile::SeekToByte(long long position)
     return true;
 }
 
-// Nothing is moved yet: most files are opened, measured and then sought, and need not be opened anew in between.
 void SourceFile::Rewind()
 {
     rewinding = rewinding || !atStart;
@@ -291,8 +291,8 @@ void SourceFile::Rewind()
     damaged = 0;
 }
 
-// By the first packets in the index of a file that gives each packet its place and all of its times: libavformat then
-// reads as from a new file, whose index would be long to read.
+// By the index of a file that gives each packet its place and all of its times: libavformat then reads as from a file
+// that was opened anew, whose index would take long to read.
 bool SourceFile::SeekToFirst()
 {
     if (std::string_view(context->iformat->name) != INDEXED)

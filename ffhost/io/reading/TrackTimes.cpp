@@ -120,8 +120,7 @@ void TrackTimes::Reset(bool atStart, avTime near)
 bool TrackTimes::Convert(TimedPacket& timed)
 {
     AVPacket& packet = *timed.packet;
-    // where the clock jumps, libavformat goes on with the decoding times of before for as long as pictures are
-    // reordered
+    // after a jump of the clock, libavformat goes on with the old decoding times for as many pictures as are reordered
     if (packet.pts != AV_NOPTS_VALUE && packet.dts != AV_NOPTS_VALUE && clock.JumpsBetween(packet.dts, packet.pts))
         packet.dts = AV_NOPTS_VALUE;
     // the difference, as ToTime counts from the origin

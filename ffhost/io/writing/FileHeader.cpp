@@ -60,7 +60,8 @@ bool FileHeader::Fits(const TrackInfo& source, const AVCodecParameters& paramete
     return !TryHeader(std::move(trial)).empty();
 }
 
-// Some muxers choose their ticks as late as with the header, which waits for the first packets.
+// Some muxers choose their ticks only when the header is written, which waits for the first packets. So they are asked
+// beforehand.
 FileHeader::ContextPtr FileHeader::MakeContext() const
 {
     const std::vector<AVRational> timeBases = TryHeader(MakePlainContext());

@@ -45,8 +45,8 @@ bool DescribesLayer(const SP<IDataPacket>& packet)
     return false;
 }
 
-/// Sound of ADTS that loses its headers: two frames in a row of another configuration (ISO/IEC 13818-7, 6.2.1) than the
-/// first one's are no damage.
+/// Watches sound of ADTS that loses its headers. A single frame of another configuration (ISO/IEC 13818-7, 6.2.1) than
+/// the first one's may be damage; two in a row are a change.
 class AdtsWatch
 {
 public:

@@ -294,8 +294,8 @@ void MuxerFF::Drain()
     }
 }
 
-/// Settles the common shift, by which times that the container can't tell become such that it can. `first`: the packet
-/// with the lowest decoding time of all.
+/// Settles the common shift, which brings times that the container can't tell to where it can. `first`: the packet with
+/// the lowest decoding time of all.
 void MuxerFF::Start(const AVPacket& first)
 {
     if (container.GetOrigin() == Container::Origin::Decoding)

@@ -77,8 +77,8 @@ protected:
     const std::unique_ptr<PacketStage> next;
 };
 
-/// Where libavformat divides the length of a track by its packets: all but the last last as long as it comes after the
-/// first.
+/// Where libavformat divides the length of a track by its packets. It is told the time from the first packet to the
+/// last, which is how long all but the last one take.
 class MeasuredLength final : public InnerStage
 {
 public:

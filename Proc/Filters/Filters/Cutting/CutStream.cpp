@@ -13,7 +13,6 @@ CutStream<IStreamThis>::CutStream(const SP<IStreamThis>& source, const CutShare&
 {
 }
 
-// In this order: while the link is there, a jump of another stream could start the helper again.
 template <class IStreamThis>
 void CutStream<IStreamThis>::LeaveJumps()
 {

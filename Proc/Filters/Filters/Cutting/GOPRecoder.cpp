@@ -27,7 +27,7 @@ try
 }
 catch (const Exception& e)
 {
-    // unusable, so that it doesn't tell of lengths
+    // an unusable header tells nothing of lengths
     VLOG(31) << "Cought exception while decoding h264 header: " << boost::diagnostic_information(e);
     return 0;
 }
@@ -139,7 +139,7 @@ SP<IDataPacket> GOPRecoder::FitH264(const SP<IDataPacket>& packet) const
     return lengthSize != 0 ? AnnexBtoMp4(result, lengthSize) : result; // encoders give start codes
 }
 
-/// The encoder's sets are in the stream's header, which holds no longer where either side has others: the group brings
+/// The encoder's sets are in the stream's header. That is not enough where either side has others: the group brings
 /// others, or its pictures had the encoder begin anew.
 bool GOPRecoder::BringsOwnSets() const
 {

@@ -5,8 +5,8 @@ namespace Tessor::Proc
 
 GroupFate FindGroupFate(const CutTimeline& cut, avTime start, avTime end)
 {
-    // Where stamps repeat or step back a group has no length, and says nothing about what follows. It is not for that
-    // to be lost: it is kept or deleted by its start, as a packet is.
+    // Where stamps repeat or step back a group has no length, and says nothing about what follows. It must not be lost
+    // for that: it is kept or deleted by its start, as a packet is.
     if (end <= start && start != NoTime && !cut.IsPointDeleted(start))
         return GroupFate::Pass;
     // times that are equal are no distance apart, known or not
