@@ -35,6 +35,7 @@ SP<IStreamAudio> DecodedCut::Cut(const SP<IStreamAudio>& source) const
 
 bool DecodedCut::Keeps(avTime start, avTime end) const
 {
+    // deleted time has no length in the result
     return timeline.Source2Result(start != NoTime ? start : 0) <
            timeline.Source2Result(end != NoTime ? end : MAX_DURATION);
 }

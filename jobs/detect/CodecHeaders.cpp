@@ -77,6 +77,7 @@ Fields H264(const uint8_t* data, size_t size)
 
 Fields HEVC(const uint8_t* data, size_t size)
 {
+    // the parsers of these sets take start codes alone
     const SP<const Proc::IBlob> units = Parsers::HEVC_Extradata_hvcCtoAnnexB(Proc::BlobFF::Create(data, size));
     Parsers::HEVC_VPS vps;
     Parsers::HEVC_SPS sps;
@@ -115,6 +116,7 @@ Fields MPEG2(const uint8_t* data, size_t size)
 {
     Parsers::MPEG2_Config config;
     Parsers::DecodeMPEG2Config(data, Parsers::GetMPEG2ConfigSize(data, size), config);
+    // 12 bits in the sequence header, 2 above them in its extension (ISO/IEC 13818-2, 6.3.3 and 6.3.5)
     return {{"horizontal_size", config.horizontal_size_extension << 12 | config.horizontal_size_value},
             {"vertical_size", config.vertical_size_extension << 12 | config.vertical_size_value},
             {"aspect_ratio_information", config.aspect_ratio_information},

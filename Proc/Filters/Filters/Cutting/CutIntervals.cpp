@@ -139,6 +139,7 @@ void CutIntervals::AddGOPPoint(avTime t)
 {
     const Lock lock(mutex);
     const auto place = std::lower_bound(gopPoints.begin(), gopPoints.end(), t);
+    // 0 is looked up by nobody: what starts with the file is never moved
     if (t != 0 && (place == gopPoints.end() || *place != t))
         gopPoints.insert(place, t);
 }

@@ -166,6 +166,7 @@ void FilterBitStream::RequestSeekInternal(avTime time, SP<IStream> requester)
 uint32_t FilterBitStream::GetConversionType(StreamFormat format) const
 {
     using Conf::IFormatCodecAudio, Conf::IFormatCodecVideo;
+    // the header is in the form that the packets are in; without one they are taken for Annex B
     const auto choose = [&](auto isMp4Header, ConversionType toMp4, ConversionType toAnnexB, ConversionType annexB)
     {
         const bool isMp4 = extradata && isMp4Header(extradata->Data(), extradata->Size());

@@ -8,6 +8,7 @@ namespace Tessor::Proc
 namespace
 {
 
+/// The stream as its record in the statistics names it.
 template <class IStreamThis>
 constexpr const char* STREAM_TYPE = nullptr;
 template <>

@@ -95,6 +95,7 @@ void GOPRecoder::SeekToStart()
 {
     const avTime start = gop->GetPosition();
     VLOG(31) << "GOP: start=" << T2S(start) << ", dur=" << T2S(gop->GetDuration()) << " --> ";
+    // in the result's time, which the skipper maps back
     reader->RequestSeek(intervals->Source2Result(start), nullptr);
     reader->DoSeek();
 }

@@ -83,6 +83,7 @@ Core::Property CopyOptions(const Conf::IFormatCodec& sourceFormat)
                                                                : Core::Property(Video::TAG_CODEC_OPTIONS_ENCODE);
 }
 
+// In place of those there are: a second child of the name would never be found.
 void StoreOptions(const Core::Property& options, Core::Property& recodeFormat)
 {
     recodeFormat.RemoveChild(Video::TAG_CODEC_OPTIONS_ENCODE);
