@@ -115,7 +115,7 @@ void MuxPump::WriteNext(size_t place)
     muxer.Write(track.number, packet);
 }
 
-// After each packet that was read: items that reading has met by then are due no later than what comes next.
+// After each packet that was read, since reading it may have met items.
 void MuxPump::WriteSparse()
 {
     for (Track& track : tracks)

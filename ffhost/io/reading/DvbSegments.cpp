@@ -13,7 +13,7 @@ namespace Tessor::Host
 namespace
 {
 
-// PES_data_field and subtitling_segment of ETSI EN 300 743, 7.1 and 7.2
+// PES_data_field and subtitling_segment of ETSI EN 300 743
 constexpr int PREFIX = 2; // data identifier, number of the subtitle stream
 constexpr uint8_t DATA_IDENTIFIER = 0x20, SYNC = 0x0F, END_MARKER = 0xFF;
 constexpr int SEGMENT_HEADER = 6; // sync byte, type, page, and in the last two bytes the length of what follows

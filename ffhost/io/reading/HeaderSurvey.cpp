@@ -72,8 +72,8 @@ std::optional<size_t> FindLengthSize(const AVPacket& packet)
     return atHead ? std::optional<size_t>(0) : std::nullopt;
 }
 
-/// A header that tells nothing but the framing: lengthSizeMinusOne of an avcC or hvcC without sets (ISO/IEC 14496-15,
-/// 5.3.3.1 and 8.3.3.1), or start codes, two of them, as less is too short for the parsers.
+/// A header that tells nothing but the framing: lengthSizeMinusOne of a configuration record of ISO/IEC 14496-15
+/// without sets, or start codes, two of them, as less is too short for the parsers.
 SP<const IBlob> MakeBareHeader(bool hevc, size_t lengthSize)
 {
     std::vector<uint8_t> bytes{0, 0, 1, 0, 0, 1};

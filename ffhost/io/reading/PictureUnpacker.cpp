@@ -20,7 +20,7 @@ void PictureUnpacker::Deleter::operator()(AVBSFContext* context) const
 // DivX ends its name with a "p", and so does who packs like it.
 bool PictureUnpacker::IsPacked(const AVCodecParameters& parameters)
 {
-    // user data of the MPEG-4 header (ISO/IEC 14496-2, 6.2.2): name, version and build of the encoder
+    // user_data of ISO/IEC 14496-2: name, version and build of the encoder
     static const std::regex mark("DivX[0-9]+(b|Build)[0-9]+p");
     const auto* const header = reinterpret_cast<const char*>(parameters.extradata);
     return parameters.codec_id == AV_CODEC_ID_MPEG4 && header &&

@@ -179,7 +179,7 @@ void ProgramStream::PutSystemHeader()
     Put(uint64_t{1} << 23 | static_cast<uint64_t>(rate) << 1 | 1, 3);
     Put(std::min<uint64_t>(sounds, 32) << 2, 1);   // neither a fixed rate nor CSPS
     Put(0x20 | std::min<uint64_t>(videos, 16), 1); // no locked rates; marker_bit
-    Put(0x7F, 1);                                  // reserved
+    Put(0x7F, 1);                                  // no restriction of packet rates; reserved
     for (const Track* track : listed)
     {
         // in units of 1024 bytes for pictures, of 128 bytes for sound
