@@ -103,14 +103,13 @@ INSTANTIATE_TEST_SUITE_P(Media, AACClip, testing::ValuesIn(RealClips("aac")), Cl
 TEST(AACHeaders, GeneratedOnesAgreeWithLibavcodec)
 {
     av_log_set_level(AV_LOG_QUIET);
-    std::mt19937 random(2024);
+    Draw draw;
     AVCodecParameters parameters{};
     parameters.codec_id = AV_CODEC_ID_AAC;
     for (int round = 0; round < 10000 && !testing::Test::HasFailure(); ++round)
     {
         SCOPED_TRACE(round);
-        ParameterSetWriter element(random), head(random);
-        const auto draw = [&](uint32_t last) { return head.Draw(last); };
+        ParameterSetWriter element, head;
         const uint32_t unchecked = draw(1), channels = draw(7);
         Bytes body;
         if (channels == 0)
@@ -123,9 +122,9 @@ TEST(AACHeaders, GeneratedOnesAgreeWithLibavcodec)
                 element.Put({{1, present}, {present * bits, 0}});
             }
             for (uint32_t i = 0; i < front + side + back + coupling; ++i)
-                element.Put(5, draw(31));
+                element.Put({{5, draw(31)}});
             for (uint32_t i = 0; i < lfe; ++i)
-                element.Put(4, draw(15));
+                element.Put({{4, draw(15)}});
             const Bytes comment(draw(9), 'c');
             body = element.GetBytes() + Bytes{static_cast<uint8_t>(comment.size())} + comment;
         }

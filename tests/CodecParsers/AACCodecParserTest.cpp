@@ -1,5 +1,6 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
 
+#include "tests/CodecParsers/HeaderTools.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
 
 namespace Tessor::Test
@@ -12,8 +13,7 @@ using Fields = std::vector<Field>;
 
 Bytes Write(const Fields& fields)
 {
-    std::mt19937 none;
-    ParameterSetWriter writer(none);
+    ParameterSetWriter writer;
     writer.Put(fields);
     return writer.GetBytes();
 }
@@ -29,32 +29,28 @@ AudioSpecificConfig ReadASC(const Bytes& data)
 // extension, with a rate that is written out and with a delay.
 TEST(AACCodecParser, HeadersComeBackInBothForms)
 {
-    const struct
-    {
-        size_t length;
-        const char *adts, *asc, *extended;
-    } rows[] = {
+    const std::tuple<size_t, const char*, const char*, const char*> rows[] = {
         {0x925, "ff f1 2c 01 24 bf fc be 91 91 24 7b fe 08 84 bd 16 f9 5b 03 61 62 63",
          "0d 80 f4 8c 89 23 df f0 44 25 e8 b7 ca d8 03 61 62 63",
          "ed 87 80 56 0c 05 13 49 e9 19 12 47 bf e0 88 4b d1 6f 95 b0 03 61 62 63"},
         {0xd0d, "ff f1 80 01 a1 bf fc a7 99 09 20 19 44 8b ec dc 01 78", "18 00 3c c8 49 00 ca 24 5f 66 e0 01 78",
          "28 01 8d 13 48 79 90 92 01 94 48 be cd c0 01 78"},
     };
-    for (const auto& row : rows)
+    for (const auto& [length, header, asc, extended] : rows)
     {
-        SCOPED_TRACE(row.adts);
-        const Bytes adts = Hex(row.adts);
+        SCOPED_TRACE(header);
+        const Bytes adts = Hex(header);
         EXPECT_TRUE(CompleteLengths(adts, [](auto* part, size_t size) { DataToADTSHeader(part, size); }).empty());
         // Ahead of the element the header has a size; within it there is none.
         EXPECT_EQ(CompleteLengths(adts, [](auto* part, size_t size) { GetADTSHeaderSize(part, size); }).size(), 8u);
-        for (const Bytes& config : {Hex(row.asc), Hex(row.extended)})
+        for (const Bytes& config : {Hex(asc), Hex(extended)})
         {
-            EXPECT_EQ(ToHex(*SetADTSFrameLength(ASCExtradataToADTSFixedHeader(MakeBlob(config)), row.length)), row.adts)
+            EXPECT_EQ(ToHex(*SetADTSFrameLength(ASCExtradataToADTSFixedHeader(MakeBlob(config)), length)), header)
                 << "the core's rate, whatever extends it";
             EXPECT_TRUE(CompleteLengths(config, DataToAudioSpecificConfig).empty());
         }
-        EXPECT_EQ(ToHex(*ADTSHeaderToASCExtradata(MakeBlob(adts))), row.asc);
-        EXPECT_EQ(ToHex(*AudioSpecificConfigToData(ReadASC(Hex(row.asc)))), row.asc);
+        EXPECT_EQ(ToHex(*ADTSHeaderToASCExtradata(MakeBlob(adts))), asc);
+        EXPECT_EQ(ToHex(*AudioSpecificConfigToData(ReadASC(Hex(asc)))), asc);
     }
     const AudioSpecificConfig stereo = ReadASC(Hex("ea 11 88 00")); // PS
     EXPECT_EQ(std::tuple(stereo.objectType, stereo.frequencyIndex, stereo.sampleRate), std::tuple(2, 3, 48000u));

@@ -5,7 +5,6 @@
 
 extern "C"
 {
-#include <libavcodec/avcodec.h>
 #include <libavcodec/bsf.h>
 #include <libavformat/avformat.h>
 }
@@ -55,11 +54,6 @@ protected:
     const AVCodecParameters* parameters = nullptr;
     SP<const IBlob> extradata;
 };
-
-inline std::string ClipName(const testing::TestParamInfo<std::string>& info)
-{
-    return ToTestName(info.param);
-}
 
 inline std::shared_ptr<AVCodecContext> MakeContext(AVCodecID codec)
 {

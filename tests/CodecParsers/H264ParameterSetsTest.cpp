@@ -86,15 +86,8 @@ TEST(H264ParameterSets, ProfilesWithAChromaBlock)
 TEST(H264ParameterSets, KnownPPS)
 {
     using Values = std::vector<uint32_t>;
-    const struct
-    {
-        const char* bits; // from the slice groups on
-        uint32_t groups, type;
-        Values runs, topLeft, bottomRight;
-        uint8_t direction;
-        uint32_t rate, size;
-        Values ids;
-    } rows[] = {
+    using U = uint32_t;
+    const std::tuple<const char*, U, U, Values, Values, Values, uint8_t, U, U, Values> rows[] = {
         {"2a 78 1a 98 33 60", 0, 0, {}, {}, {}, 0, 0, 0, {}},
         {"24 93 c0 d4 c1 9b", 1, 1, {}, {}, {}, 0, 0, 0, {}},
         {"24 c8 53 1d 3c 0d 4c 19 b0", 1, 2, {}, {3, 5}, {4, 6}, 0, 0, 0, {}},
@@ -142,25 +135,20 @@ TEST(H264ParameterSets, EqualToComparesWhatDecodingNeeds)
 
 TEST(H264ParameterSets, LimitsOfTheIndicatedLevel)
 {
-    const struct
-    {
-        uint8_t profile, level, constraint3, indicated;
-        const char* name;
-        uint32_t maxBR;
-    } rows[] = {
+    const std::tuple<uint8_t, uint8_t, uint8_t, uint8_t, const char*, uint32_t> rows[] = {
         {66, 11, 1, 9, "main", 128},
         {77, 11, 1, 9, "baseline", 128},
         {88, 11, 1, 11, "extended", 192},
         {66, 11, 0, 11, "simple", 0},
     };
-    for (const auto& row : rows)
+    for (const auto& [profile, level, constraint3, indicated, name, maxBR] : rows)
     {
         SPS_decoded sps;
-        sps.profile_idc = row.profile;
-        sps.level_idc = row.level;
-        sps.constraint_set3_flag = row.constraint3;
-        EXPECT_EQ(sps.GetIndicatedLevel(), row.indicated) << int{row.profile};
-        EXPECT_EQ(sps.GetMaxBR(row.name), row.maxBR) << row.name;
+        sps.profile_idc = profile;
+        sps.level_idc = level;
+        sps.constraint_set3_flag = constraint3;
+        EXPECT_EQ(sps.GetIndicatedLevel(), indicated) << int{profile};
+        EXPECT_EQ(sps.GetMaxBR(name), maxBR) << name;
     }
     EXPECT_EQ(LevelToLevelLimits(13).MaxMBPS, 11800u); // 80 lower than published
 }

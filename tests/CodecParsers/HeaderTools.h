@@ -2,12 +2,10 @@
 
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/H264_HEVC_Common.h"
-#include "media/items/BlobFF.h"
 #include "tests/support/FakeItems.h"
 #include "tests/support/ReadAll.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <sstream>
 
 namespace Tessor::Test
@@ -47,16 +45,6 @@ inline std::string ToHex(const Bytes& bytes)
     return ToHex(bytes.data(), bytes.size());
 }
 
-inline Bytes Payload(const IDataPacket& packet)
-{
-    return Bytes(packet.GetData(), packet.GetData() + packet.GetSize());
-}
-
-inline Bytes Payload(const IBlob& blob)
-{
-    return Bytes(blob.Data(), blob.Data() + blob.Size());
-}
-
 /// Of a packet or a blob.
 template <class Item>
 std::string ToHex(const Item& item)
@@ -64,12 +52,7 @@ std::string ToHex(const Item& item)
     return ToHex(Payload(item));
 }
 
-inline SP<IBlob> MakeBlob(const Bytes& bytes)
-{
-    return BlobFF::Create(bytes.data(), bytes.size());
-}
-
-inline SP<IBlob> MakeBlob(const std::string& hex)
+inline SP<const IBlob> MakeBlob(const std::string& hex)
 {
     return MakeBlob(Hex(hex));
 }

@@ -3,11 +3,6 @@
 #include "media/formats/IFormatCodecVideo.h"
 #include "tests/CodecParsers/HeaderTools.h"
 
-extern "C"
-{
-#include <libavcodec/packet.h>
-}
-
 namespace Tessor::Test
 {
 
@@ -18,7 +13,7 @@ const std::string H264 = Conf::IFormatCodecVideo::CODEC_ID_H264;
 
 } // namespace
 
-TEST(Nalus, BehindLengths)
+TEST(Nalus, AfterLengths)
 {
     const auto find = [](const std::string& hex, size_t lengthSize) {
         return UnitsOf(hex, [=](auto* data, size_t size, auto& units) { FindMP4Nalus(data, size, units, lengthSize); });
@@ -41,7 +36,7 @@ TEST(Nalus, BehindLengths)
     }
 }
 
-TEST(Nalus, BehindStartCodes)
+TEST(Nalus, AfterStartCodes)
 {
     CheckRows([](const std::string& hex) { return UnitsOf(hex, FindAnnexBNalus); },
               {{"65 88 41 00 00", ""},

@@ -11,7 +11,6 @@
 
 extern "C"
 {
-#include <libavutil/avutil.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -212,14 +211,13 @@ TEST_P(TheoraClip, HeaderAgreesWithLibavcodec)
 TEST(VideoHeaders, GeneratedH264AgreesWithLibavcodec)
 {
     av_log_set_level(AV_LOG_QUIET);
-    std::mt19937 random(2024);
+    Draw draw;
     AVCodecParameters parameters{};
     parameters.codec_id = AV_CODEC_ID_H264;
     for (int round = 0; round < 10000 && !testing::Test::HasFailure(); ++round)
     {
         SCOPED_TRACE(round);
-        ParameterSetWriter sps(random), pps(random), slice(random);
-        const auto draw = [&](uint32_t last) { return sps.Draw(last); };
+        ParameterSetWriter sps, slice;
         const uint32_t profile = Bytes{66, 77, 88, 100, 110, 122, 244}[draw(6)];
         const uint32_t level = Bytes{9, 10, 11, 21, 31, 40, 42, 51, 62}[draw(8)], id = draw(31);
         const uint32_t chroma = profile < 100 ? 1 : profile == 244 ? 3 : profile == 122 ? 2 : draw(1);
@@ -230,10 +228,8 @@ TEST(VideoHeaders, GeneratedH264AgreesWithLibavcodec)
         sps.Put({{UE, draw(12)}, {UE, 0}, {UE, draw(12)}, {UE, draw(16)}, {1, draw(1)}}); // orders, references
         sps.Put({{UE, 3 + draw(200)}, {UE, 3 + draw(130)}, {1, frames}, {1 - frames, draw(1)}, {1, draw(1) | !frames}});
         sps.Put({{1, 1}, {UE, draw(3)}, {UE, draw(3)}, {UE, draw(3)}, {UE, draw(3)}, {1, 0}}); // cropping
-        pps.Put({{8, 0x68}, {UE, 5}, {UE, id}, {2, 0}, {UE, 0}, {UE, 0}, {UE, 0}, {3, 0}, {UE, 0}, {UE, 0}, {UE, 0}});
-        pps.Put(3, 0);
-        slice.Put({{8, 0x65}, {UE, 0}, {UE, 7}, {UE, 5}, {32, draw(~0u)}});
-        const Bytes header = WithStartCode(sps.Finish()) + WithStartCode(pps.Finish());
+        slice.Put({{8, 0x65}, {UE, 0}, {UE, 7}, {UE, id}, {32, draw(~0u)}});
+        const Bytes header = WithStartCode(sps.Finish()) + WithStartCode(H264Fields{.id = id}.PPS());
         ReferenceParser reference(parameters);
         const AVCodecParserContext& seen = reference.Parse(*MakePacket(header + WithStartCode(slice.Finish())));
         const auto read = Read(DecodeSPS, header);
@@ -249,12 +245,11 @@ TEST(VideoHeaders, GeneratedHEVCAgreesWithLibavcodec)
 {
     av_log_set_level(AV_LOG_QUIET);
     const Bytes vps = Hex(StartCode + "40 01 0c 01 ff ff 01 60 00 00 03 00 90 00 00 03 00 00 03 00 5d 95 98 09");
-    std::mt19937 random(2024);
+    Draw draw;
     for (int round = 0; round < 10000 && !testing::Test::HasFailure(); ++round)
     {
         SCOPED_TRACE(round);
-        ParameterSetWriter sps(random);
-        const auto draw = [&](uint32_t last) { return sps.Draw(last); };
+        ParameterSetWriter sps;
         const uint32_t layers = draw(6), each = draw(1), reorder = draw(5), profile = 1 + draw(8);
         const uint32_t flags = draw((1u << 2 * layers) - 1); // of profile and level, layer by layer
         sps.Put({{16, 0x4201}, {4, 0}, {3, layers}, {1, 1}});
@@ -262,7 +257,7 @@ TEST(VideoHeaders, GeneratedHEVCAgreesWithLibavcodec)
         sps.Put({{2 * layers, flags}, {layers > 0 ? 16 - 2 * layers : 0, 0}});
         for (unsigned bit = 2 * layers; bit-- > 0;)
             for (unsigned bytes = (flags >> bit & 1) * (bit % 2 == 1 ? 11 : 1); bytes > 0; --bytes)
-                sps.Put(8, draw(255));
+                sps.Put({{8, draw(255)}});
         const uint32_t chroma = draw(3), depth = Bytes{0, 1, 2, 4}[draw(3)];
         sps.Put({{UE, draw(15)}, {UE, chroma}, {chroma == 3, draw(1)}});
         sps.Put({{UE, 8 * (8 + draw(1000))}, {UE, 8 * (8 + draw(1000))}});

@@ -1,7 +1,6 @@
 #include "Proc/Settings/CutTimeline.h"
 #include "tests/Filters/CutTestTools.h"
 
-#include <gtest/gtest.h>
 #include <limits>
 #include <random>
 

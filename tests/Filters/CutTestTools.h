@@ -2,7 +2,6 @@
 
 #include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 #include "tests/Filters/FakeCodecs.h"
-#include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
 
 namespace Tessor::Test
@@ -54,7 +53,7 @@ struct RawRig
         const auto format = source->GetFormatCodec();
         format->GetProperties().SetChildT(Video::TAG_FPS, Core::Property::Ratio(25, 1));
         format->GetProperties().SetChildT<long long>(Video::TAG_BITRATE, 4000000);
-        format->SetExtradata(MakeBlob(extradata));
+        format->SetExtradata(MakeExtradata(extradata));
         cut = controller->AddStream(SP<Proc::IStreamRaw>(source));
     }
     bool CutsAnywhere() const { return cut->GetFormatCodec()->GetProperties()[Video::TAG_CUT_ANYWHERE].GetBool(); }

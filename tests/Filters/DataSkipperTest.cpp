@@ -11,7 +11,6 @@ extern "C"
 }
 
 #include <algorithm>
-#include <gtest/gtest.h>
 
 namespace Tessor::Test
 {
@@ -118,12 +117,17 @@ TEST(FrameSkipper, WantsAFrameRate)
 
 TEST(PacketSkipper, CutsPacketsAndCountsThem)
 {
-    const auto source = ScriptedRaw::Create("0K 40d20 80 120 ?:40");
+    const auto script = ScriptedRaw::Create("0K 40d20 80 120 ?:40d130 ?:40");
+    const auto source = Hooked<IStreamRaw>::Create(script);
+    SP<IDataPacket> given;
+    source->map = [&](const SP<IDataPacket>& packet) { return given = packet; };
     const SP<IStreamRaw> skipper(new DataSkipperStreamImpl<IStreamRaw>(source, Intervals({{40, 80}, {120, 1000}})));
     Seek(skipper, 0);
-    EXPECT_EQ(source->TakeLog(), "RequestSeek(40) DoSeek");
-    EXPECT_EQ(ReadAll(skipper), "0d-20 40 ? E");
-    EXPECT_EQ((*(skipper->GetStatistic().end() - 1))["count"].GetInt64(), 3);
+    EXPECT_EQ(script->TakeLog(), "RequestSeek(40) DoSeek");
+    EXPECT_EQ(ReadSome(skipper, 1), "0d-20");
+    EXPECT_EQ(given->GetPTS(), 40 * ms) << "the source's packet is another's";
+    EXPECT_EQ(ReadAll(skipper), "40 ?d50 ? E");
+    EXPECT_EQ((*(skipper->GetStatistic().end() - 1))["count"].GetInt64(), 4);
 }
 
 } // namespace

@@ -5,9 +5,6 @@
 #include "Proc/Settings/SettingsFrameDownloader.h"
 #include "media/items/DataVideoFF.h"
 #include "tests/Filters/FakeEffects.h"
-#include "tests/support/ReadAll.h"
-
-#include <gtest/gtest.h>
 
 namespace Tessor::Test
 {

@@ -6,11 +6,9 @@
 #include "host/ImplNames.h"
 #include "media/formats/IFormatCodecVideo.h"
 #include "media/items/BlobFF.h"
-#include "tests/support/FakeItems.h"
+#include "tests/CodecParsers/ParameterSetWriter.h"
 
 #include <algorithm>
-#include <bit>
-#include <bitset>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -19,60 +17,6 @@ namespace Tessor::Test
 {
 
 using Video = Conf::IFormatCodecVideo;
-
-inline SP<const Proc::IBlob> MakeBlob(const Bytes& bytes)
-{
-    return bytes.empty() ? nullptr : SP<const Proc::IBlob>(Proc::BlobFF::Create(bytes.data(), bytes.size()));
-}
-
-/// What a test sets in the parameter sets of H.264; all else is 0, or what one small picture needs.
-struct H264Fields
-{
-    uint8_t profile = 77;
-    uint8_t constraints = 0; ///< the flags as they are stored, set0 highest
-    uint32_t id = 0;
-    uint32_t refs = 4;
-    bool cabac = true;
-    bool weighted = false;
-    int qp = 0;
-    int chroma = 0;
-
-    static std::string U8(uint8_t value) { return std::bitset<8>(value).to_string(); }
-    static std::string UE(uint32_t value)
-    {
-        const size_t width = static_cast<size_t>(std::bit_width(value + 1));
-        return std::bitset<64>(value + 1).to_string().substr(65 - 2 * width);
-    }
-    static std::string SE(int value) { return UE(static_cast<uint32_t>(value > 0 ? 2 * value - 1 : -2 * value)); }
-    static Bytes Pack(std::string bits)
-    {
-        bits += "10000000";
-        Bytes unit;
-        for (size_t i = 0; i + 8 <= bits.size(); i += 8)
-            unit.push_back(static_cast<uint8_t>(std::stoul(bits.substr(i, 8), nullptr, 2)));
-        return unit;
-    }
-
-    Bytes SPS() const
-    {
-        const std::string chroma420 = profile == 100 ? UE(1) + UE(0) + UE(0) + "00" : "";
-        return Pack(U8(0x67) + U8(profile) + U8(constraints) + U8(30) + UE(id) + chroma420 + UE(0) + UE(2) + UE(refs) +
-                    "0" + UE(0) + UE(0) + "1100"); // frames only, direct inference, no cropping, no VUI
-    }
-    Bytes PPS() const
-    {
-        return Pack(U8(0x68) + UE(id) + UE(id) + (cabac ? "10" : "00") + UE(0) + UE(0) + UE(0) +
-                    (weighted ? "1" : "0") + "00" + SE(qp) + SE(0) + SE(chroma) + "000");
-    }
-    Bytes AnnexB() const { return Bytes{0, 0, 0, 1} + SPS() + Bytes{0, 0, 0, 1} + PPS(); }
-    /// With lengths of 4 bytes.
-    Bytes AvcC() const
-    {
-        const Bytes sps = SPS(), pps = PPS();
-        return Bytes{1, profile, constraints, 30, 0xFF, 0xE1, 0, uint8_t(sps.size())} + sps +
-               Bytes{1, 0, uint8_t(pps.size())} + pps;
-    }
-};
 
 /// Converts the whole source at the first read, and anew after a seek.
 template <class From, class To>
@@ -159,7 +103,7 @@ public:
     SP<Conf::IFormatCodec> GetFormatCodec() const override
     {
         const SP<Conf::IFormatCodec> format = parentStream->GetFormatCodec()->Clone();
-        format->SetExtradata(MakeBlob(encoding.extradata));
+        format->SetExtradata(MakeExtradata(encoding.extradata));
         return format;
     }
     MediaType GetMediaType() const override { return MediaType::Video; }

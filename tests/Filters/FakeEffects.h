@@ -6,7 +6,6 @@
 #include "effects/ITwoInputEffectVideo.h"
 #include "host/ImplNames.h"
 #include "tests/support/Decorators.h"
-#include "tests/support/ScriptedStream.h"
 
 namespace Tessor::Test
 {

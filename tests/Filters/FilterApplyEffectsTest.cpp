@@ -4,9 +4,7 @@
 #include "Proc/Settings/SettingsFrameDownloader.h"
 #include "Proc/Settings/SettingsFrameUploader.h"
 #include "tests/Filters/FakeEffects.h"
-#include "tests/support/ReadAll.h"
 
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace Tessor::Test

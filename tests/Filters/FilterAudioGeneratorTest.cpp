@@ -4,7 +4,6 @@
 #include "tests/support/ReadAll.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 
 namespace Tessor::Test
 {

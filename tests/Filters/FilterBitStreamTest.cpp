@@ -5,15 +5,6 @@
 #include "media/formats/IFormatCodecVideo.h"
 #include "tests/Filters/FakeCodecs.h"
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
-
-extern "C"
-{
-#include <libavcodec/packet.h>
-}
-
-#include <gtest/gtest.h>
 
 namespace Tessor::Test
 {
@@ -64,14 +55,10 @@ const Bytes Hvcc = []
 
 const Bytes AdtsHeader{0xFF, 0xF1, 0x50, 0x80, 0x01, 0x5F, 0xFC}, Asc{0x12, 0x10}, RawFrame{0x21, 0x22, 0x23};
 
-Bytes BytesOf(const SP<const IBlob>& blob)
+/// Of a packet or a blob, which may be null.
+Bytes BytesOf(const auto& item)
 {
-    return blob ? Bytes(blob->Data(), blob->Data() + blob->Size()) : Bytes();
-}
-
-Bytes BytesOf(const SP<IDataPacket>& packet)
-{
-    return packet ? BytesOf(packet->GetBlob()) : Bytes();
+    return item ? Payload(*item) : Bytes();
 }
 
 SettingsFilterBitStream Form(int format)
@@ -87,7 +74,7 @@ SP<ScriptedRaw> MakeSource(const std::string& codec, const Bytes& extradata, con
         ScriptedRaw::Create(script, codec == AAC ? MediaType::Audio : MediaType::Video, codec);
     source->SetPayload(100, key);
     source->SetPayload(101, other);
-    source->GetFormatCodec()->SetExtradata(MakeBlob(extradata));
+    source->GetFormatCodec()->SetExtradata(MakeExtradata(extradata));
     return source;
 }
 
@@ -104,14 +91,8 @@ TEST(FilterBitStream, Conversions)
     const Bytes hevcIdr{0x26, 1, 0xAF}, hevcSlice{0x02, 1, 0xD0};
     const Bytes seiIdr = Code(Sei) + Code(Idr), seiSlice = Code(Sei) + Code(Slice);
     const Bytes hevcKey = HevcAnnexB + Code(hevcIdr), adts = AdtsHeader + RawFrame;
-    const struct
-    {
-        const std::string& codec;
-        int form;
-        Bytes header, newHeader;
-        Bytes key, newKey;
-        Bytes other, newOther;
-    } rows[] = {
+    // codec and form; header, key picture and another one, before and after
+    const std::tuple<std::string, int, Bytes, Bytes, Bytes, Bytes, Bytes, Bytes> rows[] = {
         {H264, 1, H264AnnexB, Avcc, seiIdr, Sized(Sei, 4) + Sized(Idr, 4), Bytes{0, 0, 1} + Slice, Sized(Slice, 4)},
         {H264, 0, Avcc, H264AnnexB, Sized(Sei, 4) + Sized(Idr, 4), H264AnnexB + seiIdr, Sized(Sei, 4) + Sized(Slice, 4),
          seiSlice},
@@ -127,20 +108,20 @@ TEST(FilterBitStream, Conversions)
         {AAC, 4, AdtsHeader, none, kept, kept, kept, kept},         // nobody asked
         {AAC, 3, Asc, Asc, RawFrame, RawFrame, RawFrame, RawFrame}, // raw stays, even for ADTS
     };
-    for (const auto& row : rows)
+    for (const auto& [codec, form, header, newHeader, key, newKey, other, newOther] : rows)
     {
-        SCOPED_TRACE(row.codec + " to " + std::to_string(row.form) + testing::PrintToString(row.header));
-        const auto source = Hooked<IStreamRaw>::Create(MakeSource(row.codec, row.header, row.key, row.other));
+        SCOPED_TRACE(codec + " to " + std::to_string(form) + testing::PrintToString(header));
+        const auto source = Hooked<IStreamRaw>::Create(MakeSource(codec, header, key, other));
         SP<IDataPacket> given;
         source->map = [&](const SP<IDataPacket>& packet) { return given = packet; };
-        const SP<IStreamRawEx> filter = FilterBitStream::Create(source, Form(row.form));
-        const Bytes header = BytesOf(filter->GetFormatCodec()->GetExtradata());
-        if (row.codec == HEVC && row.form == 1 && row.newHeader.empty()) // an hvcC says more than its sets
-            EXPECT_EQ(header.size(), Hvcc.size());
+        const SP<IStreamRawEx> filter = FilterBitStream::Create(source, Form(form));
+        const Bytes made = BytesOf(filter->GetFormatCodec()->GetExtradata());
+        if (codec == HEVC && form == 1 && newHeader.empty()) // an hvcC says more than its sets
+            EXPECT_EQ(made.size(), Hvcc.size());
         else
-            EXPECT_EQ(header, row.newHeader);
-        EXPECT_EQ(BytesOf(source->GetFormatCodec()->GetExtradata()), row.header) << "the parent's format stays";
-        for (const auto& [before, after] : {std::pair(row.key, row.newKey), {row.other, row.newOther}})
+            EXPECT_EQ(made, newHeader);
+        EXPECT_EQ(BytesOf(source->GetFormatCodec()->GetExtradata()), header) << "the parent's format stays";
+        for (const auto& [before, after] : {std::pair(key, newKey), {other, newOther}})
         {
             const SP<IDataPacket> packet = filter->Read();
             ASSERT_TRUE(packet);

@@ -1,10 +1,7 @@
 #include "Proc/Filters/Filters/Video/FilterFrameRateAdjust.h"
 
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
-#include <gtest/gtest.h>
 #include <thread>
 
 namespace Tessor::Test

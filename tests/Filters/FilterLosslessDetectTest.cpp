@@ -1,10 +1,7 @@
 #include "Proc/Filters/Filters/Proof/FilterLosslessDetect.h"
 
 #include "tests/Filters/FakeCodecs.h"
-#include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
-
-#include <gtest/gtest.h>
 
 namespace Tessor::Test
 {
@@ -36,7 +33,7 @@ SP<ScriptedRaw> MakeSource(const std::string& script, const std::string& codec, 
     source->SetPayload(102, {0, 0, 1, 0x46, 1, 0x50, 0, 0, 1, 0x2A, 1, 0xAF});
     source->SetPayload(103, {0, 3, 0x46, 1, 0x50, 0, 2, 0x2A, 1});
     source->SetPayload(104, {0, 9, 0x2A, 1});
-    source->GetFormatCodec()->SetExtradata(MakeBlob(extradata));
+    source->GetFormatCodec()->SetExtradata(MakeExtradata(extradata));
     return source;
 }
 

@@ -2,8 +2,6 @@
 
 #include "tests/support/ScriptedStream.h"
 
-#include <gtest/gtest.h>
-
 namespace Tessor::Test
 {
 

@@ -1,16 +1,11 @@
 #pragma once
 
 #include "Proc/Filters/Filters/Cutting/PacketQueue.h"
-#include "Proc/StreamTemplates/IStreamRaw.h"
 #include "tests/Filters/ModelTrack.h"
+#include "tests/support/ScriptedStream.h"
 
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/recursive_mutex.hpp>
-
-extern "C"
-{
-#include <libavcodec/packet.h>
-}
 
 namespace Tessor::Test
 {
@@ -34,43 +29,36 @@ public:
     }
 
 private:
-    using Lock = boost::lock_guard<boost::recursive_mutex>;
+    using FileLock = boost::lock_guard<boost::recursive_mutex>;
 
-    class Stream final : public Proc::IStreamRaw, public RefCountImpl
+    /// Its items are not those of a script.
+    class Stream final : public ScriptedStream<Proc::IStreamRaw>
     {
     public:
-        Stream(ModelFile& file, size_t index) : file(file), index(index), read(Track().Lay(0, file.kept))
+        Stream(ModelFile& file, size_t index)
+            : ScriptedStream("", Conf::IFormatCodecVideo::Create()), file(file), index(index),
+              read(Track().Lay(0, file.kept))
         {
-            format->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, Track().codec);
-            format->GetProperties().SetChildT(Conf::IFormatCodecVideo::TAG_FPS, Core::Property::Ratio(5, 1));
+            SetDuration(file.duration);
+            GetFormatCodec()->GetProperties().SetChildT(Conf::IFormatCodec::TAG_CODEC_ID, Track().codec);
+            GetFormatCodec()->GetProperties().SetChildT(Conf::IFormatCodecVideo::TAG_FPS, Core::Property::Ratio(5, 1));
         }
 
-        void Initialize(const Core::Property&) override {}
-        Core::Property GetSettings() const override { return {}; }
-        avTime GetDuration() const override { return file.duration; }
         avTime GetPosition() override
         {
-            const Lock lock(file.mutex);
+            const FileLock lock(file.mutex);
             return end != NoTime || next == read.size() ? end : read[next].position;
         }
-        SP<Proc::IData> ReadStream() override { return Read(); }
         void RequestSeek(avTime newTarget, SP<Proc::IStream>) override
         {
-            const Lock lock(file.mutex);
+            const FileLock lock(file.mutex);
             target = std::min(newTarget, file.duration);
         }
         void DoSeek() override { file.Seek(index); }
-        bool GetSeekResult() override { return true; }
-        Core::Property GetStatistic() const override { return {}; }
-        void Terminate() override {}
-        bool IsTerminated() const override { return false; }
-        void ReleaseInternalData() override {}
-        void Accept(Proc::IStreamVisitor&) override {}
         MediaType GetMediaType() const override { return Track().type; }
-        SP<Conf::IFormatCodec> GetFormatCodec() const override { return format; }
         SP<Proc::IDataPacket> Read() override
         {
-            const Lock lock(file.mutex);
+            const FileLock lock(file.mutex);
             if (file.failing > 0 && file.dice.OneIn(file.failing))
                 Throw<Proc::FilterException>(TESSOR_HERE, "scripted failure");
             if (next == read.size())
@@ -114,7 +102,6 @@ private:
 
         ModelFile& file;
         const size_t index;
-        const SP<Conf::IFormatCodec> format = Conf::IFormatCodecVideo::Create();
         Script read;         // what comes from the last landing on
         size_t next = 0;     // index in it
         avTime end = NoTime; // of what was read, NoTime after a seek
@@ -122,7 +109,7 @@ private:
 
     void Seek(size_t track)
     {
-        const Lock lock(mutex);
+        const FileLock lock(mutex);
         avTime target = streams[track]->target;
         for (const auto& stream : streams)
             if (shared && stream->target != NoTime)

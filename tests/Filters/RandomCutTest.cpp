@@ -1,8 +1,6 @@
 #include "tests/Filters/CutTestTools.h"
 #include "tests/Filters/ModelFile.h"
 
-#include <gtest/gtest.h>
-
 namespace Tessor::Test
 {
 namespace

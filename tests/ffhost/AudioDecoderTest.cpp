@@ -1,21 +1,11 @@
 #include "ffhost/codecs/AudioDecoder.h"
 
-#include "ffhost/FormatTags.h"
+#include "Proc/Algorithms/AudioAlg/AudioAlg.h"
 #include "ffhost/io/reading/Demuxer.h"
-#include "media/items/DataPacketFF.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/Media.h"
-#include "tests/support/ReadAll.h"
-
-#include <gtest/gtest.h>
-
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-}
 
 #include <cmath>
-#include <cstring>
 
 namespace Tessor::Host::Tests
 {
@@ -34,20 +24,6 @@ struct Sound
     std::vector<double> samples;
 };
 
-double SampleAt(const AudioRef& block, int index)
-{
-    const bool planar = block.sampleInfo.GetFormat().planar;
-    const int place = planar ? index : index * block.sampleInfo.GetChannelCount();
-    switch (block.sampleInfo.GetFormat().format)
-    {
-    case Conf::SampleFormats::S16:
-    case Conf::SampleFormats::S16P:
-        return reinterpret_cast<const int16_t*>(block.data)[place] / 32768.0;
-    default:
-        return reinterpret_cast<const float*>(block.data)[place];
-    }
-}
-
 /// Reads at most that many samples, and sees to it that blocks abut.
 Sound ReadSound(IStreamAudio& stream, size_t most)
 {
@@ -58,15 +34,16 @@ Sound ReadSound(IStreamAudio& stream, size_t most)
         const SP<IDataAudio> block = stream.Read();
         if (!block)
             break;
-        if (end != NoTime)
-        {
-            EXPECT_EQ(block->GetPTS(), end) << "sample " << sound.samples.size();
-        }
-        else
-            sound.start = block->GetPTS();
+        if (end == NoTime)
+            sound.start = end = block->GetPTS();
+        EXPECT_EQ(block->GetPTS(), end) << "sample " << sound.samples.size();
         end = AddTime(block->GetPTS(), block->GetDuration());
         for (int i = 0; i < block->GetSampleCount(); ++i)
-            sound.samples.push_back(SampleAt(block->GetConstAudioRef(), i));
+        {
+            std::vector<double> channels;
+            GetAudioSamples(block->GetConstAudioRef(), i, channels);
+            sound.samples.push_back(channels.at(0));
+        }
     }
     return sound;
 }
@@ -77,14 +54,15 @@ SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
     const SP<Conf::IFormatCodecAudio> format = Conf::IFormatCodecAudio::Create();
     format->SetSampleInfo({Conf::SampleFormats::S16, RATE, Conf::ChannelLayout::Mono});
     format->GetProperties().SetChildT<std::string>(Conf::IFormatCodec::TAG_CODEC_ID, "pcm_s16le");
-    std::vector<SP<IDataPacket>> packets;
+    Packets packets;
     int16_t next = 1;
     for (const avTime time : times)
     {
-        AVPacket* packet = CreatePacket(RATE / 10 * sizeof(int16_t));
+        Tessor::Test::Bytes samples;
         for (int i = 0; i < RATE / 10; ++i, ++next)
-            std::memcpy(packet->data + i * sizeof(int16_t), &next, sizeof(next));
-        packets.push_back(DataPacketFF::Create(packet, MediaType::Audio, time, time, 100000));
+            samples.insert(samples.end(), {static_cast<uint8_t>(next), static_cast<uint8_t>(next >> 8)});
+        packets.push_back(
+            Tessor::Test::CreateFakePacket({.pts = time, .duration = 100000, .dts = time}, MediaType::Audio, &samples));
     }
     return SP<IStreamRaw>(new PacketList(format, packets));
 }
@@ -126,15 +104,9 @@ INSTANTIATE_TEST_SUITE_P(Media, AudioClips, testing::ValuesIn(Tessor::Test::Real
 
 TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
 {
-    struct Row
-    {
-        const char* what;
-        std::vector<avTime> times;
-        size_t count;
-        avTime start;
-        std::vector<std::pair<size_t, double>> samples; // place and value, in units of the counter
-    };
-    const Row rows[] = {
+    // times; the samples' count and start; places and values, in units of the counter
+    using Samples = std::vector<std::pair<size_t, double>>;
+    const std::tuple<const char*, std::vector<avTime>, size_t, avTime, Samples> rows[] = {
         {"jitter is none of the sound", {0, 110000, 195000, 300000}, 3200, 0, {{0, 1}, {800, 801}, {3199, 3200}}},
         {"a gap is silence", {0, 100000, 400000}, 4000, 0, {{1599, 1600}, {1600, 0}, {3199, 0}, {3200, 1601}}},
         {"what comes twice is dropped", {0, 100000, 100000, 200000}, 2400, 0, {{1599, 1600}, {1600, 2401}}},
@@ -142,15 +114,15 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
         {"what lies before 0 is dropped", {-150000, -50000, 50000}, 1200, 0, {{0, 1201}, {400, 1601}}},
         {"a late start is no silence", {500000, 600000}, 1600, 500000, {{0, 1}}},
     };
-    for (const Row& row : rows)
+    for (const auto& [what, times, count, start, samples] : rows)
     {
-        const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(row.times));
+        const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(times));
         Tessor::Test::Seek(stream, 0);
         const Sound sound = ReadSound(*stream, SIZE_MAX);
-        ASSERT_EQ(sound.samples.size(), row.count) << row.what;
-        EXPECT_EQ(sound.start, row.start) << row.what;
-        for (const auto& [place, value] : row.samples)
-            EXPECT_EQ(std::lround(sound.samples[place] * 32768), value) << row.what << ", sample " << place;
+        ASSERT_EQ(sound.samples.size(), count) << what;
+        EXPECT_EQ(sound.start, start) << what;
+        for (const auto& [place, value] : samples)
+            EXPECT_EQ(std::lround(sound.samples[place] * 32767), value) << what << ", sample " << place;
     }
 }
 

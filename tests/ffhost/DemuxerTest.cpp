@@ -2,21 +2,15 @@
 #include "ffhost/bitstream/KeyPictures.h"
 #include "ffhost/io/PacketPtr.h"
 #include "media/items/DataPacketFF.h"
+#include "tests/ffhost/Items.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
-#include "tests/support/FakeItems.h"
 #include "tests/support/Media.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <map>
 #include <random>
 #include <set>
-
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-}
 
 namespace Tessor::Host::Tests
 {
@@ -29,11 +23,8 @@ namespace
 /// Those with sound or pictures.
 auto WithoutCaptions(std::vector<std::string> names)
 {
-    names.erase(std::remove_if(names.begin(), names.end(),
-                               [](const std::filesystem::path& name) {
-                                   return std::set<std::string>{".srt", ".ass", ".sup"}.count(name.extension()) > 0;
-                               }),
-                names.end());
+    const std::set<std::string> captions{".srt", ".ass", ".sup"};
+    std::erase_if(names, [&](const std::filesystem::path& name) { return captions.count(name.extension()) > 0; });
     return testing::ValuesIn(names);
 }
 
@@ -102,28 +93,12 @@ std::string Text(const Packets& packets)
     return text;
 }
 
-/// A track of pictures, as far as it takes to look at them.
-TrackInfo MakeTrack(AVCodecID codec, const Tessor::Test::Bytes& header)
-{
-    const std::shared_ptr<AVCodecParameters> parameters(avcodec_parameters_alloc(),
-                                                        [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
-    parameters->codec_id = codec;
-    parameters->extradata = static_cast<uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    parameters->extradata_size = static_cast<int>(header.size());
-    std::copy(header.begin(), header.end(), parameters->extradata);
-    TrackInfo track;
-    track.parameters = parameters;
-    return track;
-}
-
 using Clip = testing::TestWithParam<std::string>;
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Samples, Clip, WithoutCaptions(Tessor::Test::Samples()),
-                         [](const auto& info) { return Tessor::Test::ToTestName(info.param); });
-INSTANTIATE_TEST_SUITE_P(Media, Clip, WithoutCaptions(Tessor::Test::RealClips()),
-                         [](const auto& info) { return Tessor::Test::ToTestName(info.param); });
+INSTANTIATE_TEST_SUITE_P(Samples, Clip, WithoutCaptions(Tessor::Test::Samples()), Tessor::Test::ClipName);
+INSTANTIATE_TEST_SUITE_P(Media, Clip, WithoutCaptions(Tessor::Test::RealClips()), Tessor::Test::ClipName);
 
 // Times are sound, and nothing is lost or changed against a plain read by libavformat.
 TEST_P(Clip, LinearRead)
@@ -320,13 +295,8 @@ TEST(Demuxer, KeyPicturesAreWhatTheirBytesSay)
     const Bytes code{0, 0, 0, 1}, inter{0x41, 0x9A, 0, 0}, intra{0x41, 0x88, 0x80, 0}, idr{0x65, 0x88, 0x80, 0};
     const Bytes now{0x06, 0x06, 0x01, 0xC4, 0x80}, later{0x06, 0x06, 0x02, 0x15, 0x10, 0x80}, odd{0x06, 0x06, 0xFF};
     const Bytes avcC{1, 66, 0, 10, 0xFD, 0xE0, 0}, picture{0, 0, 1, 0}, vop{0, 0, 1, 0xB6}, h263{0, 0, 0x80, 2};
-    const struct
-    {
-        const char* what;
-        AVCodecID codec;
-        Bytes header, packet;
-        char flagged, unflagged; // the flags of two packets that follow a key: K, or another letter
-    } rows[] = {
+    // what becomes of the flags of two packets that follow a key: K, or another letter
+    const std::tuple<const char*, AVCodecID, Bytes, Bytes, char, char> rows[] = {
         {"IDR", AV_CODEC_ID_H264, {}, code + idr, 'K', 'K'},
         {"IDR after a length", AV_CODEC_ID_H264, avcC, Bytes{0, 4} + idr, 'K', 'K'},
         {"P", AV_CODEC_ID_H264, {}, code + inter, '-', '-'},
@@ -357,24 +327,24 @@ TEST(Demuxer, KeyPicturesAreWhatTheirBytesSay)
         {"P", AV_CODEC_ID_MSMPEG4V3, {}, {0x40}, '-', '-'},
         {"any", AV_CODEC_ID_VC1, {}, {0x40}, 'K', '-'},
     };
-    for (const auto& row : rows)
+    for (const auto& [what, codec, header, bytes, flagged, unflagged] : rows)
     {
-        SCOPED_TRACE(testing::Message() << avcodec_get_name(row.codec) << ": " << row.what);
-        const TrackInfo track = MakeTrack(row.codec, row.header);
+        SCOPED_TRACE(testing::Message() << avcodec_get_name(codec) << ": " << what);
+        const TrackInfo track = MakeTrack(MediaType::Video, codec, header);
         KeyPictures keys(track);
-        const auto check = [&](int flags)
+        const auto check = [&, &bytes = bytes](int flags)
         {
-            const PacketPtr packet(Proc::CreatePacket(row.packet.size()));
-            std::copy(row.packet.begin(), row.packet.end(), packet->data);
+            const PacketPtr packet(Proc::CreatePacket(bytes.size()));
+            std::copy(bytes.begin(), bytes.end(), packet->data);
             packet->flags = flags;
             keys.Check(*packet);
             return packet->flags & AV_PKT_FLAG_KEY ? 'K' : '-';
         };
         // nothing better comes before the first picture of a file
         const char first = check(AV_PKT_FLAG_KEY);
-        EXPECT_EQ(first, row.what == std::string("an intra refresh begins") ? 'K' : row.flagged);
-        EXPECT_EQ(check(AV_PKT_FLAG_KEY), row.flagged);
-        EXPECT_EQ(check(0), row.unflagged);
+        EXPECT_EQ(first, what == std::string("an intra refresh begins") ? 'K' : flagged);
+        EXPECT_EQ(check(AV_PKT_FLAG_KEY), flagged);
+        EXPECT_EQ(check(0), unflagged);
         keys.Reset(true);
         EXPECT_EQ(check(AV_PKT_FLAG_KEY), first);
     }

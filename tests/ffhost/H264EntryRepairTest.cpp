@@ -1,18 +1,9 @@
 #include "ffhost/bitstream/H264EntryRepair.h"
 
 #include "Proc/CodecParsers/H264CodecParser.h"
-#include "media/items/BlobFF.h"
 #include "media/items/DataPacketFF.h"
+#include "tests/CodecParsers/HeaderTools.h"
 #include "tests/CodecParsers/ParameterSetWriter.h"
-
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-}
-
-#include <gtest/gtest.h>
-
-#include <random>
 
 namespace Tessor::Host::Tests
 {
@@ -20,8 +11,10 @@ namespace Tessor::Host::Tests
 // inside of tests, the name alone means that of the test framework's class
 namespace Tools = Tessor::Test;
 using Tools::Bytes;
-using Tools::Escape;
-using Writer = Tools::ParameterSetWriter;
+using Tools::operator+;
+using Tools::SE;
+using Tools::UE;
+using Fields = Tools::H264Fields;
 
 namespace
 {
@@ -46,44 +39,18 @@ struct Picture
 void Append(Bytes& bytes, const Bytes& unit, bool prefixed)
 {
     const size_t number = prefixed ? unit.size() : 1;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        bytes.push_back(static_cast<uint8_t>(number >> shift));
-    bytes.insert(bytes.end(), unit.begin(), unit.end());
+    bytes = bytes + Bytes{0, 0, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)} + unit;
 }
-
-std::mt19937 unused;
 
 /// Parameter sets 0, and those that re-encoded groups would use: order counts of 6 bits instead of 8.
 SP<const Proc::IBlob> MakeHeader(const Stream& stream)
 {
-    Bytes header;
-    for (const uint32_t id : {0, 1})
-    {
-        Writer sps(unused);
-        for (const uint32_t byte : {0x67, 77, 0, 30})
-            sps.Put(8, byte);
-        for (const uint32_t value : {id, 0u, 0u, id == 0 ? 4u : 2u, 2u}) // frame_num, order type and bits, references
-            sps.PutUE(value);
-        sps.Put(1, 0);
-        sps.PutUE(10);
-        sps.PutUE(10);
-        sps.Put(stream.interlaced ? 2 : 1, 1); // frame_mbs_only_flag, or none and macroblocks that adapt
-        sps.Put(3, 4);
-        Writer pps(unused);
-        pps.Put(8, 0x68);
-        pps.PutUE(id);
-        pps.PutUE(id);
-        pps.Put(2, stream.cabac ? 2 : 0);
-        for (int i = 0; i < 3; ++i)
-            pps.PutUE(0);
-        pps.Put(3, 0);
-        for (int i = 0; i < 3; ++i)
-            pps.PutSE(0);
-        pps.Put(3, 4); // deblocking is told
-        Append(header, Escape(sps.Finish()), false);
-        Append(header, Escape(pps.Finish()), false);
-    }
-    const SP<const Proc::IBlob> blob = Proc::BlobFF::Create(header.data(), header.size());
+    Fields own{.refs = 2, .cabac = stream.cabac, .orderBits = 8, .deblocking = true};
+    own.fields = stream.interlaced ? Fields::Mbaff : Fields::None;
+    Fields other = own;
+    other.id = 1;
+    other.orderBits = 6;
+    const SP<const Proc::IBlob> blob = Tools::MakeBlob(own.AnnexB() + other.AnnexB());
     return stream.prefixed ? Proc::CodecParsers::H264_Extradata_AnnexBtoMp4(blob) : blob;
 }
 
@@ -91,39 +58,31 @@ Bytes MakeSlice(const Stream& stream, const Picture& picture, uint32_t firstBloc
 {
     const bool idr = picture.type == 'D', reference = picture.type != 'B', field = picture.type == 'F';
     const bool intra = idr || picture.type == 'I' || picture.type == 'E';
-    Writer w(unused);
-    w.Put(8, idr ? 0x65 : reference ? 0x41 : 0x01);
-    w.PutUE(firstBlock);
-    w.PutUE(intra ? 2 : reference ? 0 : 1);
-    w.PutUE(picture.parameterSet);
-    w.Put(4, picture.frameNum);
+    Tools::ParameterSetWriter w;
+    w.Put({{8, idr ? 0x65 : reference ? 0x41 : 0x01}, {UE, firstBlock}, {UE, intra ? 2 : reference ? 0 : 1}});
+    w.Put({{UE, picture.parameterSet}, {4, picture.frameNum}});
     if (stream.interlaced)
-        w.Put(field ? 2 : 1, field ? 2 : 0);
+        w.Put({{field ? 2 : 1, field ? 2 : 0}});
     if (idr)
-        w.PutUE(3);
-    w.Put(picture.parameterSet == 0 ? 8 : 6, picture.order);
+        w.Put({{UE, 3}});
+    w.Put({{picture.parameterSet == 0 ? 8 : 6, picture.order}});
     if (!intra)
-        w.Put(reference ? 2 : 4, reference ? 0 : 8);
+        w.Put({{reference ? 2 : 4, reference ? 0 : 8}});
     const bool adaptive = picture.type == 'A' || !picture.unmarked.empty();
     if (reference)
-        w.Put(idr ? 2 : 1, adaptive);
+        w.Put({{idr ? 2 : 1, adaptive}});
     for (const uint32_t difference : picture.unmarked)
-    {
-        w.PutUE(1);
-        w.PutUE(difference);
-    }
+        w.Put({{UE, 1}, {UE, difference}});
     if (adaptive)
-        w.PutUE(0);
+        w.Put({{UE, 0}});
     if (stream.cabac && !intra)
-        w.PutUE(0);
-    w.PutSE(-3);
-    w.PutUE(1);
+        w.Put({{UE, 0}});
+    w.Put({{SE, static_cast<uint32_t>(-3)}, {UE, 1}});
     while (stream.cabac && w.Bits() % 8 != 0)
-        w.Put(1, 1);
+        w.Put({{1, 1}});
     // data that needs emulation prevention wherever it comes to lie
-    for (const uint32_t byte : {0x00, 0x00, 0x01, 0xAB, 0x00, 0x00, 0x00, 0x00, 0x00, 0x2C, 0x00, 0x00, 0x03, 0x11})
-        w.Put(8, byte);
-    return Escape(w.Finish());
+    w.Put({{32, 0x000001AB}, {32, 0x00000000}, {32, 0x002C0000}, {32, 0x03110000}});
+    return w.Finish();
 }
 
 /// Two slices after a message of another kind.

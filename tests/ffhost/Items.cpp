@@ -68,11 +68,23 @@ SP<IDataAudio> MakeSound(const Conf::SampleInfo& info, int count, long long firs
     return block;
 }
 
-SP<Conf::IFormatCodecAudio> MakeSoundFormat(const Conf::SampleInfo& info)
+TrackInfo MakeTrack(MediaType type, AVCodecID codec, const Tessor::Test::Bytes& header, int rate)
 {
-    const SP<Conf::IFormatCodecAudio> format = Conf::IFormatCodecAudio::Create();
-    format->SetSampleInfo(info);
-    return format;
+    const std::shared_ptr<AVCodecParameters> made(avcodec_parameters_alloc(),
+                                                  [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
+    made->codec_id = codec;
+    made->codec_type = type == MediaType::Audio   ? AVMEDIA_TYPE_AUDIO
+                       : type == MediaType::Video ? AVMEDIA_TYPE_VIDEO
+                                                  : AVMEDIA_TYPE_SUBTITLE;
+    made->sample_rate = rate;
+    made->ch_layout = AV_CHANNEL_LAYOUT_MONO;
+    made->extradata = static_cast<uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    made->extradata_size = static_cast<int>(header.size());
+    std::copy(header.begin(), header.end(), made->extradata);
+    TrackInfo track;
+    track.type = type;
+    track.parameters = made;
+    return track;
 }
 
 } // namespace Tessor::Host::Tests

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "media/formats/IFormatCodecAudio.h"
+#include "ffhost/io/MediaInfo.h"
 #include "media/formats/IFormatCodecVideo.h"
 #include "media/items/IDataAudio.h"
 #include "media/items/IDataVideo.h"
+#include "tests/support/FakeItems.h"
 
 struct AVFrame;
 
@@ -25,6 +26,7 @@ SP<Conf::IFormatCodecVideo> MakeVideoFormat(PixFmt format, int width, int height
 /// on.
 SP<Proc::IDataAudio> MakeSound(const Conf::SampleInfo& info, int count, long long first = 0);
 
-SP<Conf::IFormatCodecAudio> MakeSoundFormat(const Conf::SampleInfo& info);
+/// Of a file, as far as it takes to look at its packets or to write them.
+TrackInfo MakeTrack(MediaType type, AVCodecID codec, const Tessor::Test::Bytes& header = {}, int rate = 0);
 
 } // namespace Tessor::Host::Tests

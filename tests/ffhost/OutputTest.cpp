@@ -23,12 +23,6 @@ namespace Tessor::Host::Tests
 namespace
 {
 
-std::string TextOf(const std::string& path)
-{
-    std::ifstream input(path);
-    return std::string(std::istreambuf_iterator<char>(input), {});
-}
-
 PacketPtr MakePacket(int64_t pts, int64_t dts)
 {
     PacketPtr packet(av_packet_alloc());
@@ -71,9 +65,9 @@ TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
         std::filesystem::create_symlink(name, folder / "link.mp4");
         OutputFile file(folder / "link.mp4");
         write(file);
-        EXPECT_EQ(TextOf(target), "old");
+        EXPECT_EQ(Tessor::Test::Slurp(target), "old");
         file.Commit();
-        EXPECT_TRUE(TextOf(target) == text);
+        EXPECT_TRUE(Tessor::Test::Slurp(target) == text);
         EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.mp4"));
         EXPECT_EQ(folder.List().size(), 2u);
     }
@@ -81,26 +75,20 @@ TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
 
 TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
 {
-    const struct
-    {
-        const char* name;
-        int ticks, rate;
-        avTime start;
-        int expected;
-    } rows[] = {
+    const std::tuple<const char*, int, int, avTime, int> rows[] = {
         {"a.mov", 600, 30, NoTime, 600}, {"a.mkv", 600, 30, NoTime, 0}, // not a choice there
         {"a.mp4", 25, 25, 80000, 25},                                   // a tick is a frame
         {"a.mp4", 25, 25, 21333, 0},                                    // which would move against the sound
         {"a.mp4", 100, 25, 0, 0},                                       // too coarse for times in between
         {"a.mp4", 2000000000, 30, 0, 0},                                // finer than any time
     };
-    for (const auto& row : rows)
+    for (const auto& [name, ticks, rate, start, expected] : rows)
     {
         TrackInfo track;
-        track.timeBaseDen = row.ticks;
-        track.frameRateNum = row.rate;
-        track.start = row.start;
-        EXPECT_EQ(Container::Guess(row.name).ChooseVideoTimescale(track), row.expected) << row.name << row.ticks;
+        track.timeBaseDen = ticks;
+        track.frameRateNum = rate;
+        track.start = start;
+        EXPECT_EQ(Container::Guess(name).ChooseVideoTimescale(track), expected) << name << ticks;
     }
 }
 
@@ -147,50 +135,44 @@ TEST(SoundCounterTest, StaysInPlaceOverManySeams)
 {
     constexpr int rate = 48000;
     constexpr AVRational microseconds{1, 1000000};
-    const struct
-    {
-        AVCodecID codec;
-        int samples, bytes; // of a packet
-        AVRational tick;
-        int64_t within; // microseconds
-        bool startsAnywhere;
-    } rows[] = {
+    // samples and bytes of a packet, its tick, the error allowed in microseconds
+    const std::tuple<AVCodecID, int, int, AVRational, int64_t, bool> rows[] = {
         {AV_CODEC_ID_AC3, 1536, 768, {1536, rate}, 17100, false},
         {AV_CODEC_ID_PCM_S16LE, 960, 3840, {1, rate}, 1100, true},
     };
-    for (const auto& row : rows)
+    for (const auto& [codec, samples, bytes, tick, within, startsAnywhere] : rows)
     {
         AVCodecParameters parameters{};
         parameters.codec_type = AVMEDIA_TYPE_AUDIO;
-        parameters.codec_id = row.codec;
+        parameters.codec_id = codec;
         parameters.sample_rate = rate;
         av_channel_layout_default(&parameters.ch_layout, 2);
-        ASSERT_TRUE(SoundCounter::Counts(parameters, row.tick));
-        SoundCounter counter(parameters, row.tick, row.startsAnywhere);
+        ASSERT_TRUE(SoundCounter::Counts(parameters, tick));
+        SoundCounter counter(parameters, tick, startsAnywhere);
 
         std::mt19937 dice(7);
-        const int64_t length = 1000000LL * row.samples / rate;
+        const int64_t length = 1000000LL * samples / rate;
         int64_t start = 90000;
-        int64_t counted = row.startsAnywhere ? av_rescale_q(start, microseconds, row.tick) : 0;
+        int64_t counted = startsAnywhere ? av_rescale_q(start, microseconds, tick) : 0;
         for (int piece = 0; piece < 200; ++piece)
         {
             const int64_t packets = 1 + static_cast<int64_t>(dice() % 30);
             for (int64_t i = 0; i < packets; ++i)
             {
                 PacketPtr packet = MakePacket(start + i * length, AV_NOPTS_VALUE);
-                ASSERT_EQ(av_grow_packet(packet.get(), row.bytes), 0);
+                ASSERT_EQ(av_grow_packet(packet.get(), bytes), 0);
                 int64_t last = AV_NOPTS_VALUE;
                 counter.Place(std::move(packet),
-                              [&](const PacketPtr& out)
+                              [&, &bytes = bytes, &tick = tick](const PacketPtr& out)
                               {
                                   EXPECT_EQ(out->pts, counted);
                                   counted += out->duration;
                                   // what was cut begins later
-                                  last = out->size == row.bytes ? av_rescale_q(out->pts, row.tick, microseconds)
-                                                                : AV_NOPTS_VALUE;
+                                  last =
+                                      out->size == bytes ? av_rescale_q(out->pts, tick, microseconds) : AV_NOPTS_VALUE;
                               });
                 // what was left out is not there to be off
-                EXPECT_TRUE(last == AV_NOPTS_VALUE || std::abs(last - start - i * length) <= row.within) << last;
+                EXPECT_TRUE(last == AV_NOPTS_VALUE || std::abs(last - start - i * length) <= within) << last;
             }
             start += packets * length - static_cast<int64_t>(dice() % static_cast<unsigned>(length)) + length / 2;
         }

@@ -1,10 +1,6 @@
 #include "ffhost/streams/ReadAhead.h"
 
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
-
-#include <gtest/gtest.h>
 
 namespace Tessor::Host::Tests
 {

@@ -1,20 +1,12 @@
 #include "Fnd/Exception.h"
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/Muxer.h"
-#include "media/items/DataPacketFF.h"
+#include "tests/ffhost/Items.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/ScratchFolder.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <gtest/gtest.h>
 #include <random>
-
-extern "C"
-{
-#include <libavcodec/avcodec.h>
-}
 
 namespace Tessor::Host::Tests
 {
@@ -27,24 +19,13 @@ namespace
 /// A track and its packets, written as they are and read by our demuxer.
 struct MadeTrack
 {
-    MadeTrack(AVCodecID codec, MediaType type, int rate)
-    {
-        const std::shared_ptr<AVCodecParameters> made(avcodec_parameters_alloc(),
-                                                      [](AVCodecParameters* p) { avcodec_parameters_free(&p); });
-        made->codec_id = codec;
-        made->codec_type = type == MediaType::Audio ? AVMEDIA_TYPE_AUDIO : AVMEDIA_TYPE_SUBTITLE;
-        made->sample_rate = rate;
-        made->ch_layout = AV_CHANNEL_LAYOUT_MONO;
-        info.type = type;
-        info.parameters = made;
-    }
+    MadeTrack(AVCodecID codec, MediaType type, int rate) : info(MakeTrack(type, codec, {}, rate)) {}
 
     void Add(const std::string& bytes, avTime pts, avTime duration)
     {
-        AVPacket* record = Proc::CreatePacket(bytes.size());
-        std::copy(bytes.begin(), bytes.end(), record->data);
-        record->flags = AV_PKT_FLAG_KEY;
-        packets.push_back(Proc::DataPacketFF::Create(record, info.type, pts, pts, duration));
+        const Tessor::Test::Bytes payload(bytes.begin(), bytes.end());
+        packets.push_back(Tessor::Test::CreateFakePacket({.pts = pts, .duration = duration, .dts = pts, .key = true},
+                                                         info.type, &payload));
     }
 
     void Write(const std::string& path) const
@@ -95,26 +76,23 @@ std::vector<std::string> Payloads(const Packets& packets)
 // block.
 TEST(SourceTest, FramesOfAmrComeOneByOne)
 {
-    const struct
+    // codec and rate; types and sizes of frames
+    const std::tuple<AVCodecID, int, std::vector<std::pair<int, size_t>>> rows[] = {
+        {AV_CODEC_ID_AMR_NB, 8000, {{0, 13}, {7, 32}, {8, 6}, {15, 1}, {3, 18}}},
+        {AV_CODEC_ID_AMR_WB, 16000, {{8, 61}, {0, 18}, {9, 6}, {14, 1}, {15, 1}}}};
+    for (const auto& [codec, rate, kinds] : rows)
     {
-        AVCodecID codec;
-        int rate;
-        std::vector<std::pair<int, size_t>> frames; // type, size
-    } rows[] = {{AV_CODEC_ID_AMR_NB, 8000, {{0, 13}, {7, 32}, {8, 6}, {15, 1}, {3, 18}}},
-                {AV_CODEC_ID_AMR_WB, 16000, {{8, 61}, {0, 18}, {9, 6}, {14, 1}, {15, 1}}}};
-    for (const auto& row : rows)
-    {
-        SCOPED_TRACE(row.rate);
+        SCOPED_TRACE(rate);
         const ScratchFolder folder;
         std::mt19937 random(3);
-        MadeTrack source(row.codec, MediaType::Audio, row.rate);
+        MadeTrack source(codec, MediaType::Audio, rate);
         std::vector<std::string> frames;
         for (avTime block = 0; block < 20; ++block)
         {
             std::string bytes;
             for (int i = 0; i < 50; ++i)
             {
-                const auto& [type, size] = row.frames[random() % row.frames.size()];
+                const auto& [type, size] = kinds[random() % kinds.size()];
                 frames.push_back(static_cast<char>(type << 3 | 4) + std::string(size - 1, static_cast<char>(random())));
                 bytes += frames.back();
             }
@@ -167,15 +145,8 @@ TEST(SourceTest, FailuresTellTheirCause)
     const ScratchFolder folder;
     MadeTrack blocks(AV_CODEC_ID_AMR_NB, MediaType::Audio, 8000);
     blocks.Add(std::string("\x04") + std::string(12, 'x') + "\x04" + std::string(12, 'x'), 0, 40000);
-    try
-    {
-        blocks.Write(folder / "x.3gp");
-        ADD_FAILURE();
-    }
-    catch (const Core::IOException& e)
-    {
-        EXPECT_NE(Describe(e).find("single packet"), std::string::npos) << Describe(e);
-    }
+    const std::string cause = Tessor::Test::TextOf<Core::IOException>([&] { blocks.Write(folder / "x.3gp"); });
+    EXPECT_NE(cause.find("single packet"), std::string::npos) << cause;
 }
 
 } // namespace Tessor::Host::Tests

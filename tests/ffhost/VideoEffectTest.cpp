@@ -15,9 +15,6 @@
 
 extern "C"
 {
-#include <libavcodec/codec_par.h>
-#include <libavutil/frame.h>
-#include <libavutil/imgutils.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
@@ -71,13 +68,8 @@ SP<IDataVideo> ScaleDirectly(const SP<IDataVideo>& frame, PixFmt format, int wid
 TEST(ConverterTest, PixelsAreThoseOfTheLibraryInTheFormatThatLosesLeast)
 {
     constexpr int flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
-    const struct
-    {
-        AVColorSpace matrix;
-        AVColorRange range;
-        const char* from;
-        std::vector<const char*> accepted; // the first loses least
-    } rows[] = {
+    // the accepted format that is named first loses least
+    const std::tuple<AVColorSpace, AVColorRange, const char*, std::vector<const char*>> rows[] = {
         {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_MPEG, "yuv420p", {"rgba"}},
         {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, "yuv420p", {"rgba"}},
         {AVCOL_SPC_BT2020_NCL, AVCOL_RANGE_JPEG, "rgb24", {"yuv444p", "yuv420p"}},
@@ -85,21 +77,21 @@ TEST(ConverterTest, PixelsAreThoseOfTheLibraryInTheFormatThatLosesLeast)
         {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "yuv422p10le", {"yuv422p10le", "yuv444p", "yuv420p10le"}},
         {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, "yuv420p", {}},
     };
-    for (const auto& row : rows)
+    for (const auto& [space, range, from, names] : rows)
     {
-        SP<IDataVideo> frame = MakePicture(PixFmtDescription::FindByName(row.from), 101, 77);
-        GetRecord(frame).colorspace = row.matrix;
-        GetRecord(frame).color_range = row.range;
+        SP<IDataVideo> frame = MakePicture(PixFmtDescription::FindByName(from), 101, 77);
+        GetRecord(frame).colorspace = space;
+        GetRecord(frame).color_range = range;
         std::vector<PixFmt> accepted;
-        for (const char* name : row.accepted)
+        for (const char* name : names)
             accepted.insert(accepted.begin(), PixFmtDescription::FindByName(name));
         const PixFmt wanted = accepted.empty() ? frame->GetPixFmt() : accepted.back();
-        const int matrix = row.matrix == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : static_cast<int>(row.matrix);
+        const int matrix = space == AVCOL_SPC_UNSPECIFIED ? SWS_CS_DEFAULT : static_cast<int>(space);
         const SP<IDataVideo> expected = ScaleDirectly(frame, wanted, 101, 77, flags, matrix);
         Convert(frame, accepted);
-        ASSERT_EQ(frame->GetPixFmt(), wanted) << row.from;
-        EXPECT_EQ(FindPsnr(*frame, *expected), 99) << row.from << row.matrix << row.range;
-        EXPECT_EQ(GetRecord(frame).colorspace, row.matrix) << "for the way back";
+        ASSERT_EQ(frame->GetPixFmt(), wanted) << from;
+        EXPECT_EQ(FindPsnr(*frame, *expected), 99) << from << space << range;
+        EXPECT_EQ(GetRecord(frame).colorspace, space) << "for the way back";
         EXPECT_EQ(frame->GetPTS(), 1000000);
     }
 }
@@ -124,38 +116,33 @@ TEST(ResizerTest, PixelsAreThoseOfTheLibrary)
 TEST(ResizerTest, ShapesCountAsTheyAreShown)
 {
     // The source is 160x120 of pixels of `aspect`, white; black columns and rows of the output are counted.
-    const struct
-    {
-        Modes mode;
-        int aspect, width, height;
-        int outWidth, outHeight, blackColumns, blackRows;
-    } rows[] = {
+    const std::tuple<Modes, int, int, int, int, int, int, int> rows[] = {
         {Modes::Fit, 1, 160, 160, 160, 160, 0, 40},  {Modes::Fit, 2, 160, 160, 160, 160, 0, 100},
         {Modes::Fit, 1, 320, 120, 320, 120, 160, 0}, {Modes::Fill, 1, 160, 160, 160, 160, 0, 0},
         {Modes::Exact, 2, 160, 160, 160, 160, 0, 0}, {Modes::Fit, 1, 0, 240, 320, 240, 0, 0},
         {Modes::Fit, 2, 320, 0, 320, 120, 0, 0},     {Modes::Fit, 1, 161, 161, 161, 161, 0, 41},
     };
-    for (const auto& row : rows)
+    for (const auto& [mode, aspect, width, height, outWidth, outHeight, blackColumns, blackRows] : rows)
     {
-        SP<IDataVideo> frame = DataVideoFF::Create(
-            PixFmt::YUV420P, Conf::FrameInfo(160, 120, static_cast<unsigned>(row.aspect), 1), nullptr);
+        SP<IDataVideo> frame =
+            DataVideoFF::Create(PixFmt::YUV420P, Conf::FrameInfo(160, 120, static_cast<unsigned>(aspect), 1), nullptr);
         frame->Fill(Color(255, 255, 255, 255));
-        const SP<IOneInputEffectVideo> resizer = MakeResizer(row.mode, row.width, row.height);
-        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 160, 120, row.aspect);
+        const SP<IOneInputEffectVideo> resizer = MakeResizer(mode, width, height);
+        SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 160, 120, aspect);
         resizer->UpdateFormat(format);
-        ASSERT_EQ(format->GetFrameInfo().width, row.outWidth);
-        ASSERT_EQ(format->GetFrameInfo().height, row.outHeight);
+        ASSERT_EQ(format->GetFrameInfo().width, outWidth);
+        ASSERT_EQ(format->GetFrameInfo().height, outHeight);
         resizer->Process(frame);
-        ASSERT_EQ(frame->GetWidth(), row.outWidth);
-        ASSERT_EQ(frame->GetHeight(), row.outHeight);
+        ASSERT_EQ(frame->GetWidth(), outWidth);
+        ASSERT_EQ(frame->GetHeight(), outHeight);
         const auto plane = frame->GetPlane(0);
         int columns = 0, lines = 0;
-        for (size_t x = 0; x < static_cast<size_t>(row.outWidth); ++x)
-            columns += *plane.GetOffsetPtr(x, static_cast<size_t>(row.outHeight / 2)) < 40;
-        for (size_t y = 0; y < static_cast<size_t>(row.outHeight); ++y)
-            lines += *plane.GetOffsetPtr(static_cast<size_t>(row.outWidth / 2), y) < 40;
-        EXPECT_EQ(columns, row.blackColumns) << row.width << "x" << row.height;
-        EXPECT_EQ(lines, row.blackRows) << row.width << "x" << row.height;
+        for (size_t x = 0; x < static_cast<size_t>(outWidth); ++x)
+            columns += *plane.GetOffsetPtr(x, static_cast<size_t>(outHeight / 2)) < 40;
+        for (size_t y = 0; y < static_cast<size_t>(outHeight); ++y)
+            lines += *plane.GetOffsetPtr(static_cast<size_t>(outWidth / 2), y) < 40;
+        EXPECT_EQ(columns, blackColumns) << width << "x" << height;
+        EXPECT_EQ(lines, blackRows) << width << "x" << height;
     }
 }
 
@@ -183,28 +170,23 @@ TEST(ResizerTest, PicturesOfAnyFormatAreScaledAndFadedInOneThatKeepsDepthAndAlph
 
 TEST(ResizerTest, FieldsThatAreScaledTogetherAreNone)
 {
-    const struct
-    {
-        Modes mode;
-        int width, height;
-        bool interlaced;
-    } rows[] = {
+    const std::tuple<Modes, int, int, bool> rows[] = {
         {Modes::Exact, 32, 48, true},
         {Modes::Exact, 64, 24, false},
         {Modes::Fill, 64, 44, false}, // rows of chroma change their field
         {Modes::Fill, 64, 40, true},
     };
-    for (const auto& row : rows)
+    for (const auto& [mode, width, height, interlaced] : rows)
     {
-        const SP<IOneInputEffectVideo> resizer = MakeResizer(row.mode, row.width, row.height);
+        const SP<IOneInputEffectVideo> resizer = MakeResizer(mode, width, height);
         SP<IDataVideo> frame = MakePicture(PixFmt::YUV420P, 64, 48);
         FFmpeg::SetInterlaced(GetRecord(frame), true);
         SP<Conf::IFormatCodecVideo> format = MakeVideoFormat(PixFmt::YUV420P, 64, 48);
         format->GetProperties().SetChildT<long long>(FormatTags::FIELD_ORDER, AV_FIELD_TT);
         resizer->UpdateFormat(format);
         resizer->Process(frame);
-        EXPECT_EQ(frame->IsInterlaced(), row.interlaced) << row.width << "x" << row.height;
-        EXPECT_EQ(format->GetProperties()[FormatTags::FIELD_ORDER].GetInt64() == AV_FIELD_TT, row.interlaced);
+        EXPECT_EQ(frame->IsInterlaced(), interlaced) << width << "x" << height;
+        EXPECT_EQ(format->GetProperties()[FormatTags::FIELD_ORDER].GetInt64() == AV_FIELD_TT, interlaced);
     }
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/StreamImpl.h"
-#include "Proc/StreamTemplates/Visitors.h"
+#include "tests/support/ScriptedStream.h"
 
 #include <atomic>
 #include <condition_variable>

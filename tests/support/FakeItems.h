@@ -1,10 +1,16 @@
 #pragma once
 
 #include "Fnd/Exception.h"
+#include "media/items/BlobFF.h"
 #include "media/items/DataAudioFF.h"
 #include "media/items/DataPacketFF.h"
 #include "media/items/IDataVideo.h"
 #include "tests/support/Script.h"
+
+extern "C"
+{
+#include <libavcodec/avcodec.h>
+}
 
 #include <vector>
 
@@ -17,6 +23,27 @@ inline Bytes operator+(Bytes a, const Bytes& b)
 {
     a.insert(a.end(), b.begin(), b.end());
     return a;
+}
+
+inline Bytes Payload(const Proc::IDataPacket& packet)
+{
+    return Bytes(packet.GetData(), packet.GetData() + packet.GetSize());
+}
+
+inline Bytes Payload(const Proc::IBlob& blob)
+{
+    return Bytes(blob.Data(), blob.Data() + blob.Size());
+}
+
+inline SP<const Proc::IBlob> MakeBlob(const Bytes& bytes)
+{
+    return Proc::BlobFF::Create(bytes.data(), bytes.size());
+}
+
+/// Null where there are none.
+inline SP<const Proc::IBlob> MakeExtradata(const Bytes& bytes)
+{
+    return bytes.empty() ? nullptr : MakeBlob(bytes);
 }
 
 /// A frame over another one that says of its memory what a test wants, and may refuse trims.

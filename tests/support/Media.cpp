@@ -22,9 +22,7 @@ fs::path RealFolder()
 
 std::vector<std::string> WithPart(std::vector<std::string> names, const std::string& part)
 {
-    names.erase(std::remove_if(names.begin(), names.end(),
-                               [&](const std::string& name) { return name.find(part) == std::string::npos; }),
-                names.end());
+    std::erase_if(names, [&](const std::string& name) { return name.find(part) == std::string::npos; });
     return names;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,11 @@ std::vector<std::string> RealClips(const std::string& part = "");
 
 /// A name as part of a test's name, which may hold letters, digits and underscores only.
 std::string ToTestName(std::string name);
+
+/// Of a test whose parameter is a clip's name.
+inline std::string ClipName(const testing::TestParamInfo<std::string>& info)
+{
+    return ToTestName(info.param);
+}
 
 } // namespace Tessor::Test

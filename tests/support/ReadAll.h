@@ -4,6 +4,8 @@
 #include "Proc/StreamTemplates/IStream.h"
 #include "tests/support/Script.h"
 
+#include <gtest/gtest.h>
+
 namespace Tessor::Test
 {
 

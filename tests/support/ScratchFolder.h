@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <stdlib.h>
 #include <string>
@@ -9,6 +11,13 @@
 
 namespace Tessor::Test
 {
+
+/// The bytes of a file.
+inline std::string Slurp(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
 /// A folder of its own for a test, removed with all that is in it.
 class ScratchFolder

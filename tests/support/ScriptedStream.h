@@ -8,7 +8,7 @@
 #include "Proc/StreamTemplates/Visitors.h"
 #include "tests/support/CallLog.h"
 #include "tests/support/FakeItems.h"
-#include "tests/support/Script.h"
+#include "tests/support/ReadAll.h"
 
 #include <algorithm>
 #include <atomic>
