@@ -11,23 +11,10 @@ using namespace Tessor;
 namespace
 {
 
-struct IThing : public virtual IRefCountable
-{
-};
-
-struct IOther : public virtual IRefCountable
-{
-};
-
-/// Meets the count on two paths, as items and filters do.
-struct Thing final : public IThing, public IOther, public RefCountImpl
+struct Thing final : public RefCountImpl
 {
     explicit Thing(std::atomic<int>& alive) : alive(alive) { ++alive; }
-    Thing(const Thing& other)
-        : IRefCountable(other), IThing(other), IOther(other), RefCountImpl(other), alive(other.alive)
-    {
-        ++alive;
-    }
+    Thing(const Thing& other) : IRefCountable(other), RefCountImpl(other), alive(other.alive) { ++alive; }
     ~Thing() override { --alive; }
 
     std::atomic<int>& alive;
@@ -55,16 +42,16 @@ TEST(RefCount, CountsHoldersOfAllThreadsAndDeletes)
     std::vector<std::thread> threads;
     {
         const SP<Thing> shared(new Thing(alive));
-        const SP<const IOther> other(shared);
+        const SP<const IRefCountable> other(shared);
         const SP<Thing> copy(new Thing(*shared));
         EXPECT_EQ(shared->GetRefCount(), 2);
         EXPECT_EQ(copy->GetRefCount(), 1) << "a copy starts anew";
         for (int i = 0; i < 4; ++i)
             threads.emplace_back(
-                [held = SP<IThing>(shared)]() mutable
+                [held = SP<IRefCountable>(shared)]() mutable
                 {
                     for (int round = 0; round < 20000; ++round)
-                        SP<IThing> another(held);
+                        SP<IRefCountable> another(held);
                     held.reset();
                 });
     }

@@ -1,10 +1,7 @@
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
 #include <boost/thread/thread.hpp>
 #include <glog/logging.h>
-#include <gtest/gtest.h>
 #include <random>
 #include <stdexcept>
 #include <thread>

@@ -2,10 +2,7 @@
 #include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/Visitors.h"
 #include "tests/support/Decorators.h"
-#include "tests/support/ReadAll.h"
-#include "tests/support/ScriptedStream.h"
 
-#include <gtest/gtest.h>
 #include <stdexcept>
 
 namespace Tessor::Proc

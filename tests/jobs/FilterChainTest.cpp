@@ -3,10 +3,7 @@
 #include "Proc/Settings/SettingsFilterFrameRate.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "jobs/JobError.h"
-#include "tests/support/ReadAll.h"
 #include "tests/support/ScriptedStream.h"
-
-#include <gtest/gtest.h>
 
 using namespace Tessor;
 using namespace Tessor::Jobs;
@@ -68,13 +65,7 @@ TEST(FilterCatalog, SetsSettingsFromChains)
 
 TEST(FilterCatalog, TellsWhatIsWrongAndWhatThereIs)
 {
-    struct Row
-    {
-        const char* chain;
-        MediaType kind;
-        std::vector<std::string> wanted;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, MediaType, std::vector<std::string>> rows[] = {
         {"scale,", MediaType::Video, {"character 7: a filter is missing"}},
         {"scale=width=640:", MediaType::Video, {"character 17: a key is missing"}},
         {"scale width=640", MediaType::Video, {"character 7: \"w\" is not expected"}},
@@ -91,11 +82,12 @@ TEST(FilterCatalog, TellsWhatIsWrongAndWhatThereIs)
         {"format=formats=yuv9p", MediaType::Video, {"\"yuv9p\" is no pixel format"}},
         {"volume=normalize=maybe", MediaType::Audio, {"yes|no"}},
     };
-    for (const Row& row : rows)
+    for (const auto& [chain, kind, parts] : rows)
     {
-        const std::string message = Tessor::Test::TextOf<JobError>([&] { ReadFilters(row.chain, row.kind); });
-        for (const std::string& wanted : row.wanted)
-            EXPECT_NE(message.find(wanted), std::string::npos) << row.chain << ": " << message;
+        const auto read = [chain = chain, kind = kind] { ReadFilters(chain, kind); };
+        const std::string message = Tessor::Test::TextOf<JobError>(read);
+        for (const std::string& part : parts)
+            EXPECT_NE(message.find(part), std::string::npos) << chain << ": " << message;
     }
 }
 

@@ -14,14 +14,13 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 
 using namespace Tessor;
 using namespace Tessor::Jobs;
 using Tessor::Test::ScratchFolder;
+using Tessor::Test::Slurp;
 
 namespace
 {

@@ -12,25 +12,22 @@ using namespace Tessor::Test;
 TEST(SparseTrack, ItemsAreCutToWhatIsKept)
 {
     const Proc::CutTimeline cut = KeepRanges({{0, 1000000}, {2000000, 3000000}}, MAX_DURATION);
-    const struct
-    {
-        const char *items, *wanted, *why;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
         {"100:200 900:200 1500:100 1950:300 2500:100", "100:200 900:100 1000:250 1500:100", "each for itself"},
         {"500:2000", "500:1000", "runs through the whole deleted time"},
         {"100:0 1200:0 1500:0 2300:0", "100:0 1000:0 1300:0", "the third stands when kept time begins again"},
         {"1200:0 1900:0 1950:0", "", "followed before kept time begins"},
     };
-    for (const auto& row : rows)
+    for (const auto& [items, wanted, why] : rows)
     {
         SparseTrack track;
         Script result;
-        for (const ScriptItem& item : ParseScript(row.items))
+        for (const ScriptItem& item : ParseScript(items))
             for (const SP<Proc::IDataPacket>& out : track.Push(CreateFakePacket(item, MediaType::Subtitle), cut))
             {
                 result.push_back(DescribeItem(*out));
                 EXPECT_EQ(std::exchange(result.back().dts, NoTime), out->GetPTS());
             }
-        EXPECT_EQ(PrintScript(result), PrintScript(ParseScript(row.wanted))) << row.why;
+        EXPECT_EQ(PrintScript(result), PrintScript(ParseScript(wanted))) << why;
     }
 }

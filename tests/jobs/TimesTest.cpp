@@ -3,8 +3,6 @@
 #include "jobs/JobError.h"
 #include "tests/support/ReadAll.h"
 
-#include <gtest/gtest.h>
-
 using namespace Tessor;
 using namespace Tessor::Jobs;
 

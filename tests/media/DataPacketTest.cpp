@@ -24,26 +24,23 @@ SP<DataPacketFF> MakePacket(avTime pts, avTime dts)
 
 TEST(DataPacket, PositionIsExplicitElsePtsElseDts)
 {
-    const struct
-    {
-        avTime pts, dts, explicitPosition, newPts, before, after;
-    } rows[] = {
+    const std::tuple<avTime, avTime, avTime, avTime, avTime, avTime> rows[] = {
         {100, 50, NoTime, 200, 100, 200},       {100, NoTime, NoTime, NoTime, 100, NoTime},
         {NoTime, NoTime, NoTime, 7, NoTime, 7}, {100, 50, 120, 90, 120, 110},
         {100, 50, 120, NoTime, 120, 120},       {NoTime, 50, 120, 200, 120, 120},
         {NoTime, NoTime, 120, 1, 120, 120},     {-5, -6, -7, 5, -7, 3},
     };
-    for (const auto& row : rows)
+    for (const auto& [pts, dts, explicitPosition, newPts, before, after] : rows)
     {
-        const SP<DataPacketFF> packet = MakePacket(row.pts, row.dts);
-        packet->SetPosition(row.explicitPosition);
-        EXPECT_EQ(packet->GetPosition(), row.before);
+        const SP<DataPacketFF> packet = MakePacket(pts, dts);
+        packet->SetPosition(explicitPosition);
+        EXPECT_EQ(packet->GetPosition(), before);
         const SP<IDataPacket> clone = packet->Clone();
-        packet->SetPTS(row.newPts);
-        EXPECT_EQ(packet->GetPosition(), row.after);
-        EXPECT_EQ(clone->GetPosition(), row.before);
+        packet->SetPTS(newPts);
+        EXPECT_EQ(packet->GetPosition(), after);
+        EXPECT_EQ(clone->GetPosition(), before);
         packet->SetPosition(NoTime);
-        EXPECT_EQ(packet->GetPosition(), row.newPts != NoTime ? row.newPts : row.dts);
+        EXPECT_EQ(packet->GetPosition(), newPts != NoTime ? newPts : dts);
     }
 }
 

@@ -146,12 +146,8 @@ TEST(DataVideo, RowsMayRunBottomUp)
 TEST(DataVideo, FillsEveryPixel)
 {
     const Color red(255, 0, 0, 77);
-    const struct
-    {
-        PixFmt format;
-        Color color;
-        std::vector<Bytes> planes; // the bytes that each one repeats
-    } rows[] = {
+    // the bytes that each plane repeats
+    const std::tuple<PixFmt, Color, std::vector<Bytes>> rows[] = {
         {PixFmt::RGBA, red, {{255, 0, 0, 77}}},
         {static_cast<PixFmt>(AV_PIX_FMT_BGR0), red, {{0, 0, 255, 255}}},
         {static_cast<PixFmt>(AV_PIX_FMT_GBRP), red, {{0}, {0}, {255}}},
@@ -165,19 +161,19 @@ TEST(DataVideo, FillsEveryPixel)
         {PixFmt::YUV420P, Color::Black(Color::Opacity::Opaque), {{16}, {128}, {128}}},
         {PixFmt::YUV420P, Color(255, 255, 255, 255), {{235}, {128}, {128}}},
     };
-    for (const auto& row : rows)
+    for (const auto& [format, color, planes] : rows)
     {
-        SCOPED_TRACE(static_cast<int>(row.format));
-        const SP<DataVideoFF> frame = MakeFrame(row.format, 5, 3);
+        SCOPED_TRACE(static_cast<int>(format));
+        const SP<DataVideoFF> frame = MakeFrame(format, 5, 3);
         const SP<IDataVideo> clone = frame->Clone(0);
         const Bytes before = ReadTight(*clone);
-        frame->Fill(row.color);
+        frame->Fill(color);
         Bytes expected;
-        for (size_t i = 0; i < row.planes.size(); ++i)
+        for (size_t i = 0; i < planes.size(); ++i)
         {
             const auto plane = std::as_const(*frame).GetPlane(static_cast<int>(i));
             for (size_t byte = 0; byte < plane.GetHeight() * plane.GetRowBytes(); ++byte)
-                expected.push_back(row.planes[i][byte % row.planes[i].size()]);
+                expected.push_back(planes[i][byte % planes[i].size()]);
         }
         EXPECT_EQ(ReadTight(*frame), expected);
         EXPECT_EQ(ReadTight(*clone), before);
