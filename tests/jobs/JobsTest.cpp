@@ -14,6 +14,8 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -43,12 +45,6 @@ private:
     const long long question;
     mutable std::atomic<long long> asked{0};
 };
-
-std::string Slurp(const std::string& path)
-{
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 CutSettings MakeCut(const std::string& output, bool verify)
 {
