@@ -4,8 +4,10 @@
 #include "ffhost/io/reading/Demuxer.h"
 #include "tests/ffhost/Streams.h"
 #include "tests/support/Media.h"
+#include "tests/support/ScratchFolder.h"
 
 #include <cmath>
+#include <fstream>
 
 namespace Tessor::Host::Tests
 {
@@ -124,6 +126,19 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
         for (const auto& [place, value] : samples)
             EXPECT_EQ(std::lround(sound.samples[place] * 32767), value) << what << ", sample " << place;
     }
+}
+
+// Six channels, then one.
+TEST(AudioDecoder, SoundThatChangesGoesOnInTheFormatOfItsBeginning)
+{
+    const Tessor::Test::ScratchFolder folder;
+    const std::string joined = folder / "joined.aac";
+    std::ofstream(joined, std::ios::binary) << Tessor::Test::Slurp(Tessor::Test::ClipPath("aac-pce.aac"))
+                                            << Tessor::Test::Slurp(Tessor::Test::ClipPath("aac.aac"));
+    const SP<Demuxer> demuxer = Demuxer::Open(joined);
+    const SP<IStreamAudio> stream = AudioDecoder::Create(demuxer->GetStream(0));
+    EXPECT_EQ(stream->GetFormatCodec()->GetSampleInfo().GetChannelCount(), 6);
+    EXPECT_NEAR(static_cast<double>(ReadSound(*stream, SIZE_MAX).samples.size()), 6.06 * 48000, 1024);
 }
 
 } // namespace Tessor::Host::Tests
