@@ -72,6 +72,21 @@ TEST(RawCut, SeeksInTimesOfTheResult)
     EXPECT_EQ(ReadAll(rig.cut), "1000 2000K 3000 4000K 5000 E") << "finished packets come all the same";
 }
 
+TEST(RawCut, AGroupTooLargeForTheQueueIsKeptWhole)
+{
+    for (const auto& [kept, result, widened] :
+         {std::tuple(Ranges{{80, 160}}, "0K 40 80 120K E", "0-160"), // known only from its second piece on
+          {Ranges{{0, 40}, {160, 1000}}, "0K 40 80 120K 160 E", "0-120 160-1000"},
+          {Ranges{{160, 1000}}, "0K 40 E", "160-1000"}})
+    {
+        const RawRig rig(kept, "0K 40 80 120K 160K 200", FakeCodecs::Create({{"X", {}}}));
+        rig.source->SetPayload(0, Bytes(PacketQueue::maxBytes + 1));
+        Seek(rig.cut, 0);
+        EXPECT_EQ(ReadAll(rig.cut), result);
+        EXPECT_EQ(PrintKept(*rig.controller), widened);
+    }
+}
+
 /// Two streams of one file, each read by a thread of its own over several jumps.
 TEST(RawCut, StreamsJumpTogether)
 {
