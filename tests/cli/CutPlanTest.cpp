@@ -18,9 +18,8 @@ protected:
     /// Pictures and bytes of a track as FFmpeg counts them.
     Sums Probe(const std::string& clip, int track) const
     {
-        std::istringstream sizes(RunCommand("ffprobe -v error -select_streams " + std::to_string(track) +
-                                            " -show_entries packet=size -of default=nokey=1:noprint_wrappers=1 " + clip)
-                                     .out);
+        std::istringstream sizes(
+            Ask("-select_streams " + std::to_string(track) + " -show_entries packet=size " + clip));
         Sums sums;
         for (long long size; sizes >> size; ++sums.pictures)
             sums.bytes += size;
@@ -48,10 +47,8 @@ protected:
 TEST_F(Planning, AddsUpToTheFileAndIsWhatTheCutDoes)
 {
     // the first with short groups and the second with long ones
-    const Outcome made = RunCommand(
-        "ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 -map 0 -map 1 "
-        "-t 12 -c:v mpeg2video -bf:v:0 2 -g:v:0 12 -c:v:1 mpeg4 -g:v:1 150 -sc_threshold 1000000000 two.mkv");
-    ASSERT_EQ(made.status, 0) << made.err;
+    Make("ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 -map 0 -map 1 "
+         "-t 12 -c:v mpeg2video -bf:v:0 2 -g:v:0 12 -c:v:1 mpeg4 -g:v:1 150 -sc_threshold 1000000000 two.mkv");
     for (const std::string clip : {"two.mkv", "$S/h264.mp4", "$S/hevc.mp4", "$S/mpeg2.vob", "$S/vp9.webm"})
         for (const std::string keep : {"0.52-2.2,3.08-6.4", "1-1.04,5-5.52", "2.4-7.96"})
         {
@@ -75,11 +72,9 @@ TEST_F(Planning, AddsUpToTheFileAndIsWhatTheCutDoes)
 // The cut takes a group of more than 50 MB in parts: none of them can be decoded.
 TEST_F(Planning, GroupsThatAreTooLargeStayWhole)
 {
-    const Outcome made =
-        RunCommand("ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=sample_rate=48000 -t 7 "
-                   "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 75 -keyint_min 75 -sc_threshold 0 "
-                   "-x264-params nal-hrd=cbr -b:v 170M -maxrate 170M -minrate 170M -bufsize 170M -c:a aac large.mp4");
-    ASSERT_EQ(made.status, 0) << made.err;
+    Make("ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=sample_rate=48000 -t 7 "
+         "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 75 -keyint_min 75 -sc_threshold 0 "
+         "-x264-params nal-hrd=cbr -b:v 170M -maxrate 170M -minrate 170M -bufsize 170M -c:a aac large.mp4");
     const std::string args = " --keep 0.52-1,4-4.52,6.2-6.6";
     // the last group is short, and cut where it was asked for
     const json kept = json::parse("[[0.0, 6.0], [6.2, 6.6]]");
@@ -97,25 +92,21 @@ TEST_F(Planning, GroupsThatAreTooLargeStayWhole)
 
 TEST_F(Planning, WhatHasNothingInTheKeptTimeIsLeftOut)
 {
-    const Outcome made = RunCommand(
-        "printf '1\\n00:00:01,000 --> 00:00:02,000\\none\\n' >s.srt && ffmpeg -v error -f lavfi -i "
-        "testsrc2=size=64x64:rate=25:duration=6 -f lavfi -i testsrc=size=64x64:rate=25:duration=3 -f lavfi -i "
-        "sine=duration=8 -f lavfi -i sine=duration=4 -i s.srt -map 0 -map 1 -map 2 -map 3 -map 4 -c:v mpeg4 "
-        "-c:a ac3 -c:s srt source.mkv");
-    ASSERT_EQ(made.status, 0) << made.err;
-    const struct
+    Make("printf '1\\n00:00:01,000 --> 00:00:02,000\\none\\n' >s.srt && ffmpeg -v error -f lavfi -i "
+         "testsrc2=size=64x64:rate=25:duration=6 -f lavfi -i testsrc=size=64x64:rate=25:duration=3 -f lavfi -i "
+         "sine=duration=8 -f lavfi -i sine=duration=4 -i s.srt -map 0 -map 1 -map 2 -map 3 -map 4 -c:v mpeg4 "
+         "-c:a ac3 -c:s srt source.mkv");
+    // the tracks that are there, video first
+    const std::tuple<std::string, json> rows[] = {
+        {"1.5-7", {0, 1, 2, 3, 4}}, {"2.5-5", {0, 1, 2, 3}}, {"3.5-5", {0, 2, 3}}, {"6.5-7", {2}}};
+    for (const auto& [keep, tracks] : rows)
     {
-        const char* keep;
-        json tracks; // those that are there, video first
-    } rows[] = {{"1.5-7", {0, 1, 2, 3, 4}}, {"2.5-5", {0, 1, 2, 3}}, {"3.5-5", {0, 2, 3}}, {"6.5-7", {2}}};
-    for (const auto& row : rows)
-    {
-        const json report = Report(std::string("cut source.mkv out.mkv -y --verify --keep ") + row.keep);
+        const json report = Report("cut source.mkv out.mkv -y --verify --keep " + keep);
         json there = json::array();
         for (const json& track : report["tracks"])
             there.push_back(track["index"]);
-        EXPECT_EQ(there, row.tracks) << row.keep;
-        EXPECT_EQ(report["warnings"].size(), 5 - row.tracks.size()) << report["warnings"];
+        EXPECT_EQ(there, tracks) << keep;
+        EXPECT_EQ(report["warnings"].size(), 5 - tracks.size()) << report["warnings"];
         EXPECT_EQ(report["verify"]["good"], true) << report["verify"];
     }
     fs::remove(folder / "out.mkv");

@@ -16,6 +16,7 @@ namespace Tessor::Cli::Tests
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using Tessor::Test::Slurp;
 
 inline const fs::path samples = fs::path(Tessor::Test::ClipPath("h264.mp4")).parent_path();
 
@@ -24,12 +25,6 @@ struct Outcome
     int status;
     std::string out, err;
 };
-
-inline std::string Slurp(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 /// A folder of the test's own.
 class Program : public testing::Test
@@ -48,6 +43,19 @@ protected:
         fs::remove(folder / "out.txt");
         fs::remove(folder / "err.txt");
         return outcome;
+    }
+
+    /// Runs a command that has to succeed.
+    void Make(const std::string& command) const
+    {
+        const Outcome made = RunCommand(command);
+        EXPECT_EQ(made.status, 0) << command << made.err;
+    }
+
+    /// What ffprobe tells, on one line.
+    std::string Ask(const std::string& args) const
+    {
+        return RunCommand("ffprobe -v error -of csv=p=0 " + args + " | tr '\\n' ' '").out;
     }
 
     /// Runs `tessor ARGS`.
