@@ -57,13 +57,15 @@ TEST_F(Program, PicturesThatAnEditListHidesAreCutOffOrTold)
         EXPECT_EQ(report["verify"]["output_pictures"], pictures) << report;
         EXPECT_EQ(report["tracks"][0]["recoded_packets"] > 0, cut) << report;
         EXPECT_EQ(report["warnings"].dump().find("which are shown") != std::string::npos, pictures == 200);
-        std::vector<int> tracks;
+        Jobs::VerifySettings untold;
+        untold.source = folder / "in.mp4";
+        untold.output = folder / output;
+        untold.intervals = {{0, MAX_DURATION}};
+        untold.keepsLead = !cut;
         for (const json& track : report["tracks"])
-            tracks.push_back(track["index"]);
-        const Jobs::KeptTime kept({{0, MAX_DURATION}}, MAX_DURATION, !cut);
-        const Jobs::VerifyReport untold =
-            Jobs::Verify(folder / "in.mp4", folder / output, kept, tracks, {}, Jobs::NoProgress());
-        EXPECT_EQ(untold.IsGood(), pictures == 187);
+            untold.tracks.push_back(track["index"]);
+        Jobs::NoProgress nobody;
+        EXPECT_EQ(Jobs::VerifyJob(untold).Run(nobody).IsGood(), pictures == 187);
     }
 }
 
