@@ -149,6 +149,24 @@ TEST(Jobs, CancelledAtAnyMomentTheyLeaveNothing)
     }
 }
 
+// Before there is a packet: this file has none, and is no media file at all.
+TEST(Jobs, OpeningIsCancelledToo)
+{
+    const ScratchFolder folder;
+    const std::string path = folder / "blank";
+    std::ofstream(path) << std::string(1 << 20, '\0');
+    CancelledFrom progress(1);
+    try
+    {
+        ProbeJob({path}).Run(progress);
+        ADD_FAILURE() << "it was opened";
+    }
+    catch (const JobError& e)
+    {
+        EXPECT_EQ(e.kind, JobError::Cancelled);
+    }
+}
+
 TEST(Jobs, TheReadmeShowsAProgramThatCuts)
 {
     const std::string root = TESSOR_SOURCE_DIR "/";

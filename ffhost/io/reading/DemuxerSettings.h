@@ -8,8 +8,8 @@ namespace Tessor::Host
 /// How a file is read.
 struct DemuxerSettings
 {
-    /// Comes before each packet that is read from the file, the opening's survey included, on the thread that reads.
-    /// What it throws ends that read. Outlives the demuxer.
+    /// Comes before each packet that is read from the file, and before each block while it is opened, on the thread
+    /// that reads. What it throws ends that read, or the opening. Outlives the demuxer.
     std::function<void()> checkpoint = nullptr;
 };
 

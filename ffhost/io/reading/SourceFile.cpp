@@ -106,9 +106,40 @@ SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings)
     ApplySelection();
 }
 
+// libavformat reads megabytes before it hands out a packet. It is C, so that no exception may pass through it: the one
+// of the checkpoint makes it give up, and goes on from here.
+int SourceFile::CallWatched(const std::function<int()>& call)
+{
+    watching = true;
+    const int code = call();
+    watching = false;
+    if (interruption)
+        std::rethrow_exception(std::exchange(interruption, nullptr));
+    return code;
+}
+
+int SourceFile::IsInterrupted(void* file)
+{
+    SourceFile& self = *static_cast<SourceFile*>(file);
+    if (!self.watching || !self.settings.checkpoint)
+        return 0;
+    try
+    {
+        self.settings.checkpoint();
+    }
+    catch (...)
+    {
+        self.interruption = std::current_exception();
+    }
+    return self.interruption ? 1 : 0;
+}
+
 void SourceFile::Open()
 {
-    AVFormatContext* opened = nullptr;
+    AVFormatContext* opened = avformat_alloc_context();
+    if (!opened)
+        Fail("Out of memory");
+    opened->interrupt_callback = {IsInterrupted, this};
     AVDictionary* options = nullptr;
     if (deep)
     {
@@ -119,12 +150,18 @@ void SourceFile::Open()
     }
     // The protocol prefix keeps names with a colon from being taken for addresses.
     const FFmpegErrorCapture errors;
-    const int code = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
-    av_dict_free(&options);
+    const int code = CallWatched(
+        [&]
+        {
+            const int result = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
+            av_dict_free(&options);
+            if (result >= 0)
+                context.reset(opened);
+            return result;
+        });
     const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" + cause : errors.GetText(code));
-    context.reset(opened);
     ReplaceHeaders();
 }
 
@@ -151,7 +188,8 @@ void SourceFile::ReplaceHeaders()
 
 void SourceFile::FindStreams()
 {
-    const int code = avformat_find_stream_info(context.get(), nullptr);
+    const auto look = [this] { return avformat_find_stream_info(context.get(), nullptr); };
+    const int code = CallWatched(look);
     // A format with a header names its streams there, and a longer look finds no more. Transport streams name theirs in
     // tables that come again and again, program streams in nothing but their packets (AVFMTCTX_NOHEADER).
     const bool noHeader = (context->ctx_flags & AVFMTCTX_NOHEADER) != 0 || context->iformat->flags & AVFMT_TS_DISCONT;
@@ -160,7 +198,7 @@ void SourceFile::FindStreams()
     {
         // libavformat can look for what is missing once only
         Open();
-        avformat_find_stream_info(context.get(), nullptr);
+        CallWatched(look);
     }
     // The look has put the container's own headers back, which libavformat had remembered.
     ReplaceHeaders();
@@ -279,7 +317,7 @@ bool SourceFile::SeekToByte(long long position)
 {
     if (av_seek_frame(context.get(), -1, position, AVSEEK_FLAG_BYTE) < 0)
         return false;
-    atStart = false;
+    atStart = rewinding = false;
     ForgetPacked();
     return true;
 }

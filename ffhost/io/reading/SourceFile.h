@@ -7,6 +7,8 @@
 #include "ffhost/io/reading/HeaderSurvey.h"
 #include "ffhost/io/reading/PictureUnpacker.h"
 
+#include <exception>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -67,6 +69,8 @@ private:
         void operator()(AVFormatContext* context) const;
     };
 
+    int CallWatched(const std::function<int()>& call);
+    static int IsInterrupted(void* file);
     void Open();
     void Reopen();
     bool SeekToFirst();
@@ -83,6 +87,8 @@ private:
     const std::string path;
     const DemuxerSettings settings;
     std::unique_ptr<AVFormatContext, ContextDeleter> context;
+    bool watching = false;                 // while a call of libavformat's reads without us
+    std::exception_ptr interruption;       // what the checkpoint threw in it; until the call is back
     std::map<int, FoundHeader> headers;    // by stream, those in place of the container's
     std::map<int, PictureUnpacker> packed; // by stream, those whose pictures are packed
     std::vector<LateStream> late;          // met in reading, each once
