@@ -213,6 +213,7 @@ TEST_F(Program, ClocksMayJump)
     const std::tuple<std::string, double, std::string> rows[] = {
         {"1:20:2 21:20:31 41:8:4", 48, "0.4-0.8,47-47.4"}, // one clock, but the rate changes
         {"1:4:4 1:50:4", 54, "3.4-3.6,4-4.2,53-53.4"},     // the first is less than a first step
+        {"1:4:4 1:50:4", 54, "20-20.8"},                   // the first seek goes past the jump
         {"5000:30:4 1:15:3 700:10:5", 55, "0.4-0.8,44-44.4"},
         {"1:8:31 300:4:31", 12, "0.4-0.8,11-11.4"}, // a short file
     };
