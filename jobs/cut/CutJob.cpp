@@ -5,7 +5,7 @@
 #include "jobs/cut/CutPlan.h"
 #include "jobs/cut/CutWriter.h"
 #include "jobs/cut/KeptRanges.h"
-#include "jobs/cut/VerifyJob.h"
+#include "jobs/verify/VerifyJob.h"
 
 namespace Tessor::Jobs
 {

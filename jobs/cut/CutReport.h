@@ -2,9 +2,9 @@
 
 #include "jobs/Times.h"
 #include "jobs/cut/GroupPlan.h"
-#include "jobs/cut/VerifyReport.h"
 #include "jobs/repack/CopiedTrack.h"
 #include "jobs/reports/JobReport.h"
+#include "jobs/verify/VerifyReport.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "jobs/cut/VerifyJob.h"
+#include "jobs/verify/VerifyJob.h"
 #include "tests/cli/ProgramFixture.h"
 
 namespace Tessor::Cli::Tests

@@ -3,7 +3,7 @@
 #include "ffhost/io/writing/Muxer.h"
 #include "jobs/ReadJointly.h"
 #include "jobs/TrackSelection.h"
-#include "jobs/cut/VerifyJob.h"
+#include "jobs/verify/VerifyJob.h"
 #include "tests/cli/ProgramFixture.h"
 
 extern "C"

@@ -3,13 +3,13 @@
 #include "jobs/JobError.h"
 #include "jobs/convert/ConvertJob.h"
 #include "jobs/cut/CutJob.h"
-#include "jobs/cut/VerifyJob.h"
 #include "jobs/detect/LosslessJob.h"
 #include "jobs/detect/ProbeJob.h"
 #include "jobs/detect/VolumeJob.h"
 #include "jobs/repack/RepackJob.h"
 #include "jobs/sound/MixJob.h"
 #include "jobs/sound/ToneJob.h"
+#include "jobs/verify/VerifyJob.h"
 #include "tests/support/ScratchFolder.h"
 
 #include <atomic>

@@ -2,7 +2,7 @@
 
 #include "ffhost/bitstream/PacketForm.h"
 #include "jobs/IProgress.h"
-#include "jobs/cut/KeptTime.h"
+#include "jobs/verify/KeptTime.h"
 
 #include <string>
 #include <vector>

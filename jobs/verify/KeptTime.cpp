@@ -1,4 +1,4 @@
-#include "jobs/cut/KeptTime.h"
+#include "jobs/verify/KeptTime.h"
 
 #include "jobs/cut/KeptRanges.h"
 

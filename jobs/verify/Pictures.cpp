@@ -1,4 +1,4 @@
-#include "jobs/cut/Pictures.h"
+#include "jobs/verify/Pictures.h"
 
 #include <cmath>
 #include <cstring>

@@ -1,7 +1,7 @@
-#include "jobs/cut/VerifyJob.h"
+#include "jobs/verify/VerifyJob.h"
 
 #include "jobs/InputFile.h"
-#include "jobs/cut/Verify.h"
+#include "jobs/verify/Verify.h"
 
 namespace Tessor::Jobs
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "jobs/IProgress.h"
-#include "jobs/cut/KeptTime.h"
-#include "jobs/cut/VerifyReport.h"
+#include "jobs/verify/KeptTime.h"
+#include "jobs/verify/VerifyReport.h"
 
 #include <string>
 #include <vector>

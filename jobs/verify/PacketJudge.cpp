@@ -1,4 +1,4 @@
-#include "jobs/cut/PacketJudge.h"
+#include "jobs/verify/PacketJudge.h"
 
 #include <algorithm>
 #include <cstdlib>

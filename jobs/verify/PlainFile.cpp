@@ -1,4 +1,4 @@
-#include "jobs/cut/PlainFile.h"
+#include "jobs/verify/PlainFile.h"
 
 #include "jobs/InputFile.h"
 #include "jobs/ReadJointly.h"

@@ -2,7 +2,7 @@
 
 #include "ffhost/bitstream/PacketForm.h"
 #include "jobs/Times.h"
-#include "jobs/cut/PacketVerdict.h"
+#include "jobs/verify/PacketVerdict.h"
 
 #include <vector>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "jobs/IProgress.h"
-#include "jobs/cut/KeptTime.h"
-#include "jobs/cut/PictureVerdict.h"
+#include "jobs/verify/KeptTime.h"
+#include "jobs/verify/PictureVerdict.h"
 
 #include <string>
 

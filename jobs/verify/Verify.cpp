@@ -1,10 +1,10 @@
-#include "jobs/cut/Verify.h"
+#include "jobs/verify/Verify.h"
 
 #include "ffhost/io/reading/Demuxer.h"
 #include "jobs/TrackSelection.h"
-#include "jobs/cut/PacketJudge.h"
-#include "jobs/cut/PictureJudge.h"
-#include "jobs/cut/PlainFile.h"
+#include "jobs/verify/PacketJudge.h"
+#include "jobs/verify/PictureJudge.h"
+#include "jobs/verify/PlainFile.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-#include "jobs/cut/PacketVerdict.h"
+#include "jobs/verify/PacketVerdict.h"
 
 #include <fmt/format.h>
 

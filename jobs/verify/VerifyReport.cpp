@@ -1,4 +1,4 @@
-#include "jobs/cut/VerifyReport.h"
+#include "jobs/verify/VerifyReport.h"
 
 #include <algorithm>
 #include <limits>

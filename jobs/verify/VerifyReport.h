@@ -1,7 +1,7 @@
 #pragma once
 
-#include "jobs/cut/PacketVerdict.h"
-#include "jobs/cut/PictureVerdict.h"
+#include "jobs/verify/PacketVerdict.h"
+#include "jobs/verify/PictureVerdict.h"
 
 #include <optional>
 #include <string>

@@ -1,4 +1,4 @@
-#include "jobs/cut/PictureVerdict.h"
+#include "jobs/verify/PictureVerdict.h"
 
 #include <fmt/format.h>
 

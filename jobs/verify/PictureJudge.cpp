@@ -1,10 +1,10 @@
-#include "jobs/cut/PictureJudge.h"
+#include "jobs/verify/PictureJudge.h"
 
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/Tap.h"
 #include "jobs/InputFile.h"
 #include "jobs/SeekTo.h"
-#include "jobs/cut/Pictures.h"
+#include "jobs/verify/Pictures.h"
 
 extern "C"
 {
