@@ -23,14 +23,37 @@ using Tracks = std::vector<Packets>;
 
 constexpr int first_video = 0, second_video = 1, sound = 2, subtitles = 3;
 
-void Move(Proc::IDataPacket& packet, avTime by)
+using Edit = std::function<void(Tracks&)>;
+
+Edit Drop(int track, size_t first, size_t count = 1)
 {
-    packet.SetPTS(packet.GetPTS() + by);
-    packet.SetDTS(packet.GetDTS() + by);
+    return [=](Tracks& tracks)
+    {
+        const auto place = tracks[track].begin() + static_cast<std::ptrdiff_t>(first);
+        tracks[track].erase(place, place + static_cast<std::ptrdiff_t>(count));
+    };
+}
+
+/// Moves packets of a track to where their new times belong, or copies of them.
+Edit Move(int track, size_t first, size_t count, avTime by, bool copies = false)
+{
+    return [=](Tracks& tracks)
+    {
+        for (size_t i = first; i < first + count; ++i)
+        {
+            const SP<Proc::IDataPacket> packet = copies ? tracks[track][i]->Clone() : tracks[track][i];
+            packet->SetPTS(packet->GetPTS() + by);
+            packet->SetDTS(packet->GetDTS() + by);
+            if (copies)
+                tracks[track].push_back(packet);
+        }
+        std::stable_sort(tracks[track].begin(), tracks[track].end(),
+                         [](auto& a, auto& b) { return a->GetDTS() < b->GetDTS(); });
+    };
 }
 
 /// Copies a file with what `edit` makes of the packets of its tracks.
-void Rewrite(const std::string& from, const std::string& to, const std::function<void(Tracks&)>& edit)
+void Rewrite(const std::string& from, const std::string& to, const Edit& edit)
 {
     const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(from);
     const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(to);
@@ -66,13 +89,10 @@ protected:
     /// Two videos with groups of a second, sound whose second half is silent, subtitles.
     void MakeSource() const
     {
-        const Outcome made = RunCommand(
-            "printf '1\\n00:00:01,500 --> 00:00:01,900\\none\\n\\n2\\n00:00:02,500 --> 00:00:03,500\\ntwo\\n' >s.srt "
-            "&& "
-            "ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 "
-            "-f lavfi -i 'aevalsrc=if(lt(t\\,2)\\,random(0)\\,0):s=48000' -i s.srt -map 0 -map 1 -map 2 -map 3 -t 4 "
-            "-c:v mpeg4 -g 25 -sc_threshold 1000000000 -c:a ac3 -c:s srt source.mkv");
-        ASSERT_EQ(made.status, 0) << made.err;
+        Make("printf '1\\n00:00:01,500 --> 00:00:01,900\\none\\n\\n2\\n00:00:02,500 --> 00:00:03,500\\ntwo\\n' >s.srt "
+             "&& ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi -i testsrc=size=64x64:rate=25 "
+             "-f lavfi -i 'aevalsrc=if(lt(t\\,2)\\,random(0)\\,0):s=48000' -i s.srt -map 0 -map 1 -map 2 -map 3 -t 4 "
+             "-c:v mpeg4 -g 25 -sc_threshold 1000000000 -c:a ac3 -c:s srt source.mkv");
     }
 
     VerifyReport Judge(const std::string& output, const std::vector<int>& tracks) const
@@ -99,48 +119,25 @@ TEST_F(Verifying, EveryFaultIsNamed)
 {
     MakeSource();
     ASSERT_EQ(Run("cut source.mkv good.mkv --keep 1-3").status, 0);
-    const struct
-    {
-        const char* fault;
-        std::function<void(Tracks&)> edit;
-    } rows[] = {
+    const std::string of62 = "track 2 (audio, ac3): of 62 packets ";
+    const std::pair<std::string, Edit> rows[] = {
         {"", [](Tracks&) {}},
-        {"track 2 (audio, ac3): of 62 packets 1 missing", [](Tracks& t) { t[sound].erase(t[sound].begin() + 10); }},
-        {"track 2 (audio, ac3): of 62 packets 1 missing", // silence, in the midst of more of it
-         [](Tracks& t) { t[sound].erase(t[sound].begin() + 50); }},
-        {"track 2 (audio, ac3): of 62 packets 30 missing", [](Tracks& t) { t[sound].resize(32); }},
-        {"track 2 (audio, ac3): of 62 packets 1 doubled",
-         [](Tracks& t)
-         {
-             const auto twice = t[sound].insert(t[sound].begin() + 11, t[sound][10]->Clone());
-             Move(**twice, 16000);
-         }},
-        {"track 2 (audio, ac3): of 62 packets 2 out of place",
-         [](Tracks& t)
-         {
-             std::swap(t[sound][10], t[sound][11]);
-             Move(*t[sound][10], -32000);
-             Move(*t[sound][11], 32000);
-         }},
-        {"track 2 (audio, ac3): of 62 packets 1 missing, 1 that are none of the source's",
+        {of62 + "1 missing", Drop(sound, 10)},
+        {of62 + "1 missing", Drop(sound, 50)}, // silence, in the midst of more of it
+        {of62 + "30 missing", Drop(sound, 32, 30)},
+        {of62 + "1 doubled", Move(sound, 10, 1, 16000, true)},
+        {of62 + "2 out of place", [](Tracks& t) { Move(sound, 10, 1, 32000)(t), Move(sound, 11, 1, -32000)(t); }},
+        {of62 + "1 missing, 1 that are none of the source's",
          [](Tracks& t) { t[sound][20]->GetAVPacket()->data[100] ^= 1; }},
-        {"track 1 (video, mpeg4): 75 pictures, 50 expected",
-         [](Tracks& t)
-         {
-             for (size_t i = 25; i < 50; ++i)
-             {
-                 t[second_video].push_back(t[second_video][i]->Clone());
-                 Move(*t[second_video].back(), 1000000);
-             }
-         }},
-        {"track 0 (video, mpeg4): 49 pictures, 50 expected", [](Tracks& t) { t[first_video].pop_back(); }},
-        {"track 3 (subtitle, subrip): of 2 packets 1 missing", [](Tracks& t) { t[subtitles].pop_back(); }},
+        {"track 1 (video, mpeg4): 75 pictures, 50 expected", Move(second_video, 25, 25, 1000000, true)},
+        {"track 0 (video, mpeg4): 49 pictures, 50 expected", Drop(first_video, 49)},
+        {"track 3 (subtitle, subrip): of 2 packets 1 missing", Drop(subtitles, 1)},
     };
-    for (const auto& row : rows)
+    for (const auto& [fault, edit] : rows)
     {
-        Rewrite(folder / "good.mkv", folder / "bad.mkv", row.edit);
+        Rewrite(folder / "good.mkv", folder / "bad.mkv", edit);
         const VerifyReport report = Judge("bad.mkv", {0, 1, 2, 3});
-        EXPECT_EQ(report.faults, row.fault[0] ? std::vector<std::string>{row.fault} : std::vector<std::string>{});
+        EXPECT_EQ(report.faults, fault.empty() ? std::vector<std::string>{} : std::vector{fault});
     }
     // two pictures that are shown in another order than they are decoded in, as the source is misread as well
     Rewrite(folder / "source.mkv", folder / "bad.mkv",
@@ -152,16 +149,11 @@ TEST_F(Verifying, EveryFaultIsNamed)
     EXPECT_EQ(Judge("bad.mkv", "bad.mkv", {{0, 4000000}}, {0}).faults.at(0),
               "track 0 (video, mpeg4): the times of 1 pictures contradict the order in which they are shown");
     // all of the sound lies late, against pictures that are where they should be
-    Rewrite(folder / "good.mkv", folder / "bad.mkv",
-            [](Tracks& t)
-            {
-                for (const SP<Proc::IDataPacket>& packet : t[sound])
-                    Move(*packet, 100000);
-            });
+    Rewrite(folder / "good.mkv", folder / "bad.mkv", Move(sound, 0, 62, 100000));
     EXPECT_NE(Judge("bad.mkv", {0, 1, 2, 3}).faults.at(0).find("out of place"), std::string::npos);
     EXPECT_EQ(Judge("good.mkv", {0, 1, 2}).faults,
               std::vector<std::string>{"the output's track 3 (subtitle) is none of the source's"});
-    ASSERT_EQ(RunCommand("ffmpeg -v error -i good.mkv -map 0:v -c copy mute.mkv").status, 0);
+    Make("ffmpeg -v error -i good.mkv -map 0:v -c copy mute.mkv");
     EXPECT_EQ(Judge("mute.mkv", {0, 1, 2}).faults, std::vector<std::string>{"track 2 (audio, ac3): it is gone"});
     EXPECT_EQ(Judge("mute.mkv", {}).faults.back(), "nothing could be checked");
 }
@@ -169,11 +161,10 @@ TEST_F(Verifying, EveryFaultIsNamed)
 // At seams, too: a packet that is lost is no adjustment, though the writer puts another one in its place.
 TEST_F(Verifying, CountedSoundIsAdjustedOnlyWhereItHasToBe)
 {
-    const Outcome made = RunCommand("ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi "
-                                    "-i 'aevalsrc=random(0):s=48000' -t 4 -c:v mpeg4 -g 25 -c:a ac3 in.avi");
-    ASSERT_EQ(made.status, 0) << made.err;
+    Make("ffmpeg -v error -f lavfi -i testsrc2=size=64x64:rate=25 -f lavfi "
+         "-i 'aevalsrc=random(0):s=48000' -t 4 -c:v mpeg4 -g 25 -c:a ac3 in.avi");
     ASSERT_EQ(Run("cut in.avi good.avi --keep 0.52-1,1.52-1.92 --verify").status, 0);
-    Rewrite(folder / "good.avi", folder / "bad.avi", [](Tracks& t) { t[1].erase(t[1].begin() + 13); });
+    Rewrite(folder / "good.avi", folder / "bad.avi", Drop(1, 13));
     EXPECT_EQ(Judge("in.avi", "bad.avi", {{520000, 1000000}, {1520000, 1920000}}, {0, 1}).faults.at(0),
               "track 1 (audio, ac3): of 27 packets 1 missing, 1 doubled");
 }
@@ -188,10 +179,8 @@ TEST_F(Verifying, SoundInPagesKeepsItsTimes)
     {
         SCOPED_TRACE(row);
         const std::string codec = row.substr(0, row.find(' ')), files = row.substr(codec.size() + 1);
-        const Outcome made = RunCommand("ffmpeg -v error -y -f lavfi -i aevalsrc='random(0):s=16000:d=9' " +
-                                        (files[2] == 'o' && files[4] == 'g' ? "" : picture) + "-c:a " + codec + " " +
-                                        files.substr(0, 5));
-        ASSERT_EQ(made.status, 0) << made.err;
+        Make("ffmpeg -v error -y -f lavfi -i aevalsrc='random(0):s=16000:d=9' " +
+             (files[2] == 'o' && files[4] == 'g' ? "" : picture) + "-c:a " + codec + " " + files.substr(0, 5));
         for (const std::string keep : {"1.3-2.9,4.7-5.3,6.2-8", "0-1.3,4.7-8"})
             EXPECT_EQ(Report("cut " + files + " -y --verify --keep " + keep)["verify"]["good"], true) << keep;
     }
@@ -200,11 +189,7 @@ TEST_F(Verifying, SoundInPagesKeepsItsTimes)
 // Sound is the same in every container: framed, split or counted.
 TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
 {
-    const struct
-    {
-        const char *codec, *source;
-        std::vector<std::string> outputs;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::vector<std::string>> rows[] = {
         {"aac", "a.mp4", {"b.ts", "b.mkv", "b.aac", "b.mov"}},
         {"pcm_s16le", "a.wav", {"b.mkv", "b.avi", "b.mov", "b.wav"}},
         {"pcm_s16le", "a.mkv", {"b.avi", "b.mov"}},
@@ -212,18 +197,15 @@ TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
         {"libvorbis", "a.ogg", {"b.mkv", "b.ogg"}},
         {"adpcm_ima_wav -block_size 1024", "a.wav", {"b.wav"}},
     };
-    for (const auto& row : rows)
+    for (const auto& [codec, source, outputs] : rows)
     {
-        const Outcome made =
-            RunCommand(std::string("ffmpeg -v error -y -f lavfi -i 'aevalsrc=random(0)*lt(mod(t\\,2)\\,1.5)'"
-                                   " -t 12 -c:a ") +
-                       row.codec + " " + row.source);
-        ASSERT_EQ(made.status, 0) << made.err;
-        for (const std::string& output : row.outputs)
+        Make("ffmpeg -v error -y -f lavfi -i 'aevalsrc=random(0)*lt(mod(t\\,2)\\,1.5)' -t 12 -c:a " + codec + " " +
+             source);
+        for (const std::string& output : outputs)
         {
-            SCOPED_TRACE(row.source + (" " + output));
-            const json verdict = Report(std::string("cut ") + row.source + " " + output +
-                                        " -y --verify --keep 0.7-1.9,3.03-3.04,8-10.5")["verify"];
+            SCOPED_TRACE(source + " " + output);
+            const json verdict =
+                Report("cut " + source + " " + output + " -y --verify --keep 0.7-1.9,3.03-3.04,8-10.5")["verify"];
             EXPECT_EQ(verdict["good"], true) << verdict;
             EXPECT_GE(verdict["tracks"][0]["expected_packets"], 20) << verdict;
         }
