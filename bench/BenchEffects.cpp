@@ -82,7 +82,7 @@ std::vector<SP<IDataVideo>> MakePictures()
 SP<IStreamVideo> MakeFilters(int64_t pair, const std::vector<SP<IDataVideo>>& pictures)
 {
     const Host::MediaHost host = Host::MakeHost();
-    SP<IStreamVideo> stream(new Bench::LoopStream<Host::Tests::ListStream<IStreamVideo>>(nullptr, pictures));
+    SP<IStreamVideo> stream(new Bench::LoopStream<IStreamVideo>(nullptr, pictures));
     if (pair != ToRgb)
     {
         SettingsResizer settings;
@@ -259,7 +259,7 @@ SP<IStreamAudio> MakeFilters(const std::vector<SP<IDataAudio>>& blocks)
     SettingsFilterResample settings;
     settings.rate = 48000;
     settings.format = ResampleOutput::Format::FloatP;
-    const SP<IStreamAudio> source(new Bench::LoopStream<Host::Tests::ListStream<IStreamAudio>>(nullptr, blocks));
+    const SP<IStreamAudio> source(new Bench::LoopStream<IStreamAudio>(nullptr, blocks));
     return Host::MakeHost().filters->CreateFilterAudioEx(settings, ImplNames::DEFAULT, source);
 }
 

@@ -16,7 +16,7 @@ using namespace Tessor::Proc;
 namespace
 {
 
-using Packets = Bench::LoopStream<Host::Tests::PacketList>;
+using Packets = Bench::LoopPackets;
 
 /// Packets of one group after the other.
 SP<Packets> MakeEndless(int groupSize)

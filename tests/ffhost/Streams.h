@@ -36,8 +36,14 @@ private:
 class PacketList final : public ListStream<Proc::IStreamRaw>
 {
 public:
-    using ListStream::ListStream;
-    MediaType GetMediaType() const override { return MediaType::Video; }
+    PacketList(const SP<Format>& format, const std::vector<SP<Item>>& packets, MediaType type = MediaType::Video)
+        : ListStream(format, packets), type(type)
+    {
+    }
+    MediaType GetMediaType() const override { return type; }
+
+private:
+    const MediaType type;
 };
 
 using Packets = std::vector<SP<Proc::IDataPacket>>;
