@@ -7,6 +7,7 @@
 #include "effects/IOneInputEffect.h"
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/streams/FieldJoiner.h"
 #include "ffhost/streams/ReadAhead.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
@@ -132,7 +133,9 @@ void Conversion::ReadCut()
         const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
                                         [](const Host::TrackInfo& candidate)
                                         { return candidate.IsDense() && candidate.type == MediaType::Video; });
-        return track != info.tracks.end() ? demuxer->OpenAgain()->GetStream(track->index) : nullptr;
+        return track != info.tracks.end()
+                   ? Host::FieldJoiner::Create(demuxer->OpenAgain()->GetStream(track->index), *track)
+                   : nullptr;
     };
     const TimeContext context = MakeTimeContext(info.duration, video);
     cut.emplace(ReadKeptRanges(settings.keep, settings.remove, settings.input, context, warnings), info.duration);

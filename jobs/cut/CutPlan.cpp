@@ -1,6 +1,7 @@
 #include "jobs/cut/CutPlan.h"
 
 #include "Proc/Filters/Filters/Cutting/GroupFate.h"
+#include "ffhost/streams/FieldJoiner.h"
 #include "jobs/ReadJointly.h"
 
 #include <algorithm>
@@ -127,7 +128,8 @@ std::vector<GroupPlan> MakePlan(CutSession& session)
         if (!track.IsVideo())
             continue;
         tracks.push_back(&track);
-        streams.push_back(demuxer->GetStream(track.index));
+        streams.push_back(
+            Host::FieldJoiner::Create(demuxer->GetStream(track.index), demuxer->GetInfo().tracks[track.index]));
     }
     std::vector<std::vector<Group>> whole = ReadGroups(streams);
     const Cut cut = session.GetCut();

@@ -2,6 +2,7 @@
 
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Container.h"
+#include "ffhost/streams/FieldJoiner.h"
 #include "jobs/JobError.h"
 #include "jobs/SeekTo.h"
 #include "jobs/TrackSelection.h"
@@ -69,12 +70,17 @@ void CutSession::JoinTrack(int index)
 {
     tracks.push_back({index, SelectTrack(*demuxer, index).stream, nullptr});
     if (tracks.back().IsVideo())
-        tracks.back().groups = std::make_shared<GroupCache>(tracks.back().source);
+        tracks.back().groups = std::make_shared<GroupCache>(JoinFields(tracks.back()));
+}
+
+SP<Proc::IStreamRaw> CutSession::JoinFields(const CutTrack& track) const
+{
+    return Host::FieldJoiner::Create(track.source, GetInfo().tracks[track.index]);
 }
 
 std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
 {
-    const auto video = [this] { return GetVideo() ? GetVideo()->source : nullptr; };
+    const auto video = [this] { return GetVideo() ? JoinFields(*GetVideo()) : nullptr; };
     return ReadKeptRanges(request.keep, request.remove, GetInfo().path, MakeTimeContext(GetInfo().duration, video),
                           warnings);
 }

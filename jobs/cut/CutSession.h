@@ -60,6 +60,8 @@ public:
 private:
     std::vector<int> ChooseTracks();
     void JoinTrack(int index);
+    /// The track's source as it is displayed: a packet is a picture.
+    SP<Proc::IStreamRaw> JoinFields(const CutTrack& track) const;
     std::vector<Range> ReadRequest(const CutSettings& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);

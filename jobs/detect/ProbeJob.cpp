@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/streams/FieldJoiner.h"
 #include "jobs/InputFile.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/detect/CodecHeaders.h"
@@ -74,11 +75,11 @@ ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& inf
     track.headerFault = info.headerFault;
     track.header = DescribeHeader(*info.format);
     if (info.type == MediaType::Video && !info.attachedPicture)
-        track.cutting = ProbeCuts(demuxer.GetStream(info.index));
+        track.cutting = ProbeCuts(demuxer.GetStream(info.index), info);
     return track;
 }
 
-ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream)
+ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info)
 {
     ProbeCutting cutting;
     try
@@ -91,7 +92,7 @@ ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream)
     {
         cutting.refusal = Describe(e);
     }
-    cutting.groups = ScanGroups(*stream);
+    cutting.groups = ScanGroups(*Host::FieldJoiner::Create(stream, info));
     return cutting;
 }
 

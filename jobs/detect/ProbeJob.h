@@ -23,7 +23,7 @@ public:
 
 private:
     static ProbeTrack ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info);
-    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream);
+    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info);
 
     const ProbeSettings settings;
 };

@@ -1,4 +1,4 @@
-#include "ffhost/io/writing/FieldJoiner.h"
+#include "ffhost/streams/FieldJoiner.h"
 
 #include "media/formats/IFormatCodecVideo.h"
 #include "tests/CodecParsers/HeaderTools.h"

@@ -6,7 +6,7 @@
 #include "Proc/StreamTemplates/NotImplemented.h"
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/bitstream/ParameterSets.h"
-#include "ffhost/io/writing/FieldJoiner.h"
+#include "ffhost/streams/FieldJoiner.h"
 #include "media/formats/IFormatCodecVideo.h"
 
 extern "C"

@@ -9,7 +9,7 @@ namespace Tessor::Host
 {
 
 /// Joins the packets of two fields that are a picture of H.264 together, as cameras write them into transport streams.
-/// Containers that count or index pictures take a packet for a picture.
+/// Containers that count or index pictures take a packet for a picture; so does who counts what is displayed.
 ///
 ///     source   top 0 | bottom 0 | frame 1 | top 2 | bottom 2
 ///     result   picture 0        | frame 1 | picture 2
@@ -19,6 +19,8 @@ public:
     /// `format` is that of the packets. The parent itself where no track can be of fields.
     static SP<Proc::IStreamRaw> Create(const SP<Proc::IStreamRaw>& parent, const TrackInfo& info,
                                        const SP<Conf::IFormatCodec>& format);
+    /// Of packets as the file has them.
+    static SP<Proc::IStreamRaw> Create(const SP<Proc::IStreamRaw>& parent, const TrackInfo& info);
 
 private:
     using Field = PictureParser::Field;

@@ -1,4 +1,4 @@
-#include "ffhost/io/writing/FieldJoiner.h"
+#include "ffhost/streams/FieldJoiner.h"
 
 #include "media/items/DataPacketFF.h"
 
@@ -24,6 +24,11 @@ SP<IStreamRaw> FieldJoiner::Create(const SP<IStreamRaw>& parent, const TrackInfo
     if (parameters.codec_id != AV_CODEC_ID_H264 || parameters.field_order == AV_FIELD_PROGRESSIVE)
         return parent;
     return SP<IStreamRaw>(new FieldJoiner(parent, parameters, format->GetExtradata()));
+}
+
+SP<IStreamRaw> FieldJoiner::Create(const SP<IStreamRaw>& parent, const TrackInfo& info)
+{
+    return Create(parent, info, parent->GetFormatCodec());
 }
 
 SP<IDataPacket> FieldJoiner::ReadInternal()
