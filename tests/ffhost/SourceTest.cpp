@@ -4,8 +4,11 @@
 #include "tests/ffhost/Items.h"
 #include "tests/ffhost/RawFile.h"
 #include "tests/ffhost/Streams.h"
+#include "tests/support/Media.h"
 #include "tests/support/ScratchFolder.h"
 
+#include <algorithm>
+#include <array>
 #include <random>
 
 namespace Tessor::Host::Tests
@@ -137,6 +140,39 @@ TEST(SourceTest, SegmentsOfDvbSubtitlesStayAsTheyWere)
         read.Write(from);
     }
     EXPECT_EQ(Payloads(MadeTrack::Read(from).packets), segments);
+}
+
+// Matroska has no decoding times, and libavformat's guess is late beside a track that reorders more pictures.
+TEST(SourceTest, NothingIsDecodedAfterItIsShown)
+{
+    const ScratchFolder scratch;
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(scratch / "two.mkv");
+    std::vector<Packets> sources;
+    for (const char* name : {"h264.mp4", "mpeg4.mp4"})
+    {
+        const SP<Demuxer> demuxer = Demuxer::Open(Tessor::Test::ClipPath(name));
+        muxer->AddTrack(demuxer->GetInfo().tracks.at(0), nullptr, false);
+        sources.push_back(ReadItems(*demuxer->GetStream(0)));
+    }
+    muxer->Open();
+    for (size_t i = 0; i < std::max(sources[0].size(), sources[1].size()); ++i)
+        for (const int track : {0, 1})
+            if (i < sources[track].size())
+                muxer->Write(track, sources[track][i]);
+    muxer->Finish();
+
+    const SP<Demuxer> demuxer = Demuxer::Open(scratch / "two.mkv");
+    const std::array streams{demuxer->GetStream(0), demuxer->GetStream(1)};
+    for (avTime target = 0; target < 3 * SECOND; target += 300 * MILLISECOND)
+    {
+        for (const auto& stream : streams)
+            stream->RequestSeek(target, nullptr);
+        for (const auto& stream : streams)
+            stream->DoSeek();
+        for (const auto& stream : streams)
+            for (const auto& packet : ReadItems(*stream))
+                EXPECT_LE(packet->GetDTS(), packet->GetPTS()) << T2S(target);
+    }
 }
 
 // An error code of FFmpeg alone tells nobody anything.

@@ -116,12 +116,19 @@ void TrackTimes::Reset(bool atStart, avTime near)
     finished.clear();
 }
 
+// libavformat goes on with the old decoding times after a jump of the clock, for as many pictures as are reordered; and
+// after a seek beside a track that reorders more, it tells times that are later than those of presentation.
+bool TrackTimes::IsGuessed(const AVPacket& packet) const
+{
+    return packet.pts != AV_NOPTS_VALUE && packet.dts != AV_NOPTS_VALUE &&
+           (packet.dts > packet.pts || clock.JumpsBetween(packet.dts, packet.pts));
+}
+
 // False for a packet that cannot be placed in time.
 bool TrackTimes::Convert(TimedPacket& timed)
 {
     AVPacket& packet = *timed.packet;
-    // after a jump of the clock, libavformat goes on with the old decoding times for as many pictures as are reordered
-    if (packet.pts != AV_NOPTS_VALUE && packet.dts != AV_NOPTS_VALUE && clock.JumpsBetween(packet.dts, packet.pts))
+    if (IsGuessed(packet))
         packet.dts = AV_NOPTS_VALUE;
     // the difference, as ToTime counts from the origin
     const avTime step = std::max<avTime>(1, clock.ToTime(packet.duration) - clock.ToTime(0));

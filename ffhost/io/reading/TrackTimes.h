@@ -32,6 +32,8 @@ public:
     long long GetDamagedCount() const { return damaged; }
 
 private:
+    /// The packet's decoding time is one that can't be.
+    bool IsGuessed(const AVPacket& packet) const;
     bool Convert(TimedPacket& timed);
     void PlaceFrames(const TimedPacket& block);
     void Place(TimedPacket&& timed);
