@@ -196,6 +196,19 @@ void Property::RemoveChild(const std::string& key)
     value = std::move(kept);
 }
 
+// What is held is copied before there is a variant. The variant's own copy, as g++ 12 has it, destroys what it has not
+// yet made when memory ends in the middle of a tree.
+Property::Value Property::Copy(const Value& other)
+{
+    return std::visit(
+        [](const auto& held)
+        {
+            auto copy = held;
+            return Value(std::move(copy));
+        },
+        other);
+}
+
 void Property::MergeFrom(Property&& other)
 {
     if (GetType() != TypeNode || other.GetType() != TypeNode)

@@ -47,7 +47,7 @@ public:
     Property(const std::string& name, const std::string& value);
     Property(const std::string& name, const char* value);
     Property(const std::string& name, const Ratio& value);
-    Property(const Property& other) = default;
+    Property(const Property& other) : name(other.name), value(Copy(other.value)) {}
     Property(Property&& other) = default;
     ~Property() = default;
 
@@ -125,14 +125,18 @@ public:
     bool operator==(const Property& other) const { return name == other.name && value == other.value; }
 
 private:
+    // in the order of the type codes
+    using Value = std::variant<std::monostate, long long, double, bool, std::string, Ratio, Children>;
+
+    static Value Copy(const Value& other);
+
     void MergeFrom(Property&& other);
     [[noreturn]] void ThrowNotApplicable(const char* method) const;
     template <class T>
     const T& Get(const char* method) const;
 
     std::string name;
-    // The alternatives stand in the order of the type codes.
-    std::variant<std::monostate, long long, double, bool, std::string, Ratio, Children> value;
+    Value value;
 };
 
 } // namespace Tessor::Core

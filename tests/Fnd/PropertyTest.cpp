@@ -1,5 +1,6 @@
 #include "Fnd/Property/Property.h"
 #include "Fnd/Statistics.h"
+#include "tests/Fnd/FailingMemory.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -145,6 +146,31 @@ TEST(Property, MergesChildByChildAndCopiesDeeply)
     target.Merge(other);
     EXPECT_EQ(ToText(before), "target(kept=1 node(inner=2) value=3 becomes node=4)");
     EXPECT_EQ(ToText(target), "target(kept=1 node(inner=2 added=6) value=7 becomes node(child=8) new=5)");
+}
+
+TEST(Property, CopyThatRunsOutOfMemoryLeavesNothing)
+{
+    const std::string longText(40, 'x');
+    Property tree(longText);
+    tree["text"] = longText;
+    tree["node"]["inner"][longText] = longText;
+    tree["last"] = longText;
+    int failed = 0;
+    for (bool copied = false; !copied; ++failed)
+    {
+        Tessor::Test::allocationsLeft = failed;
+        try
+        {
+            const Property copy(tree);
+            Tessor::Test::allocationsLeft = -1;
+            EXPECT_EQ(copy, tree);
+            copied = true;
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+    }
+    EXPECT_GT(failed, 8);
 }
 
 TEST(Statistics, RecordsStandUnderTheRoot)
