@@ -87,7 +87,7 @@ std::optional<avTime> Unsigned(std::string text)
     return Decimal(text, SECOND);
 }
 
-Range ParseRange(const std::string& option, const std::string& text, const TimeContext& context)
+AskedRange ParseRange(const std::string& option, const std::string& text, const TimeContext& context)
 {
     // a minus at the front is a sign
     const size_t dash = text.find('-', 1);
@@ -95,11 +95,7 @@ Range ParseRange(const std::string& option, const std::string& text, const TimeC
         Refuse(option + " " + text + ": a range is written A-B");
     const std::string end = text.substr(dash + 1);
     const Range range{ParseTime(text.substr(0, dash), context), ParseTime(end.empty() ? "end" : end, context)};
-    if (range.end <= range.start)
-        Refuse(option + " " + text + ": the range ends before it begins");
-    if (range.start >= context.duration)
-        Refuse(option + " " + text + ": the range lies beyond the end, " + T2S(context.duration));
-    return range;
+    return {range, "", option + " " + text};
 }
 
 } // namespace
@@ -110,45 +106,48 @@ avTime ParseTime(const std::string& text, const TimeContext& context)
         return 0;
     if (text == "end")
         return context.duration;
-    if (text.ends_with('f'))
+    const bool fromEnd = text.starts_with('-');
+    const std::string amount = text.substr(fromEnd);
+    if (amount.ends_with('f'))
     {
-        if (const std::optional<long long> frame = Digits(text.substr(0, text.size() - 1)))
-            return context.frameTime(*frame);
+        if (const std::optional<long long> frame = Digits(amount.substr(0, amount.size() - 1)))
+            return fromEnd && *frame == 0 ? context.duration : context.frameTime(fromEnd ? -*frame : *frame);
     }
-    const bool negative = text.starts_with('-');
-    const std::optional<avTime> time = Unsigned(negative ? text.substr(1) : text);
+    const std::optional<avTime> time = Unsigned(amount);
     if (!time || *time > MAX_DURATION)
-        Refuse("\"" + text + "\" is no time: [-][HH:]MM:SS[.m], S[.m][s|ms|us], 123f, start or end");
-    return negative ? -*time : *time;
+        Refuse("\"" + text +
+               "\" is no time: [HH:]MM:SS[.m], S[.m][s|ms|us], 123f, with a minus for before the end, start or end");
+    return fromEnd ? std::max<avTime>(context.duration - *time, 0) : *time;
 }
 
-std::vector<Range> ParseRanges(const std::string& option, const std::string& text, const TimeContext& context)
+std::vector<AskedRange> ParseRanges(const std::string& option, const std::string& text, const TimeContext& context)
 {
-    std::vector<Range> ranges;
+    std::vector<AskedRange> ranges;
     for (size_t begin = 0; begin <= text.size();)
     {
         const size_t comma = std::min(text.find(',', begin), text.size());
         ranges.push_back(ParseRange(option, text.substr(begin, comma - begin), context));
         begin = comma + 1;
     }
-    std::sort(ranges.begin(), ranges.end(), [](const Range& a, const Range& b) { return a.start < b.start; });
-    for (size_t i = 1; i < ranges.size(); ++i)
-    {
-        if (ranges[i].start < ranges[i - 1].end)
-            Refuse(option + " " + text + ": ranges overlap at " + T2S(ranges[i].start));
-    }
     return ranges;
 }
 
-// Ranges known as times are written and read again, so that both kinds are checked, sorted and refused in one place.
-std::string RangeList::GetText() const
+void PutInOrder(std::vector<AskedRange>& ranges, avTime duration)
 {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ",") + text;
-    for (const Range& range : times)
-        all += (all.empty() ? "" : ",") + std::to_string(range.start) + "us-" + std::to_string(range.end) + "us";
-    return all;
+    for (const AskedRange& asked : ranges)
+    {
+        if (asked.range.end <= asked.range.start)
+            Refuse(asked.origin + ": the range ends before it begins");
+        if (asked.range.start >= duration)
+            Refuse(asked.origin + ": the range lies beyond the end, " + T2S(duration));
+    }
+    std::stable_sort(ranges.begin(), ranges.end(),
+                     [](const AskedRange& a, const AskedRange& b) { return a.range.start < b.range.start; });
+    for (size_t i = 1; i < ranges.size(); ++i)
+    {
+        if (ranges[i].range.start < ranges[i - 1].range.end)
+            Refuse(ranges[i].origin + ": ranges overlap at " + T2S(ranges[i].range.start));
+    }
 }
 
 std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration)

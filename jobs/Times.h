@@ -9,11 +9,12 @@
 namespace Tessor::Jobs
 {
 
-/// What times on the command line may refer to.
+/// What times that people write may refer to.
 struct TimeContext
 {
     avTime duration = 0; ///< "end"
-    /// Time of frame n in the order of display; throws JobError when there is no such frame.
+    /// Time of frame n in the order of display, counted from the end where n is negative; throws JobError when there is
+    /// no such frame.
     std::function<avTime(long long)> frameTime;
 };
 
@@ -25,6 +26,14 @@ struct Range
     bool operator==(const Range&) const = default;
 };
 
+/// A range that somebody asked for.
+struct AskedRange
+{
+    Range range;
+    std::string title;  ///< often empty
+    std::string origin; ///< where it was asked for ("--keep 1-2", "list.csv:3"), for messages
+};
+
 /// Ranges as people write them and as programs know them, all of them together.
 struct TESSOR_API RangeList
 {
@@ -32,18 +41,19 @@ struct TESSOR_API RangeList
     std::vector<Range> times;
 
     bool IsEmpty() const { return texts.empty() && times.empty(); }
-    /// One text for all.
-    std::string GetText() const;
 };
 
-/// A time in one of FFmpeg's forms ([-][HH:]MM:SS[.m], S[.m][s|ms|us]), a frame ("123f"), "start" or "end". What is not
-/// understood throws JobError.
+/// A time in one of FFmpeg's forms ([HH:]MM:SS[.m], S[.m][s|ms|us]) or a frame ("123f"), with a minus counted back from
+/// the end ("-5", "-30f") but never beyond the start, "start" or "end". What is not understood throws JobError.
 TESSOR_API avTime ParseTime(const std::string& text, const TimeContext& context);
 
-/// "A-B[,C-D]": an open end ("A-") reaches to the end. The option's name stands in messages. Ranges that are reversed,
-/// empty, overlapping or beyond the end throw JobError.
-TESSOR_API std::vector<Range> ParseRanges(const std::string& option, const std::string& text,
-                                          const TimeContext& context);
+/// "A-B[,C-D]", as they stand: an open end ("A-") reaches to the end, and as both may be negative "-10--5" are the last
+/// ten seconds without the last five. The option's name stands in messages.
+TESSOR_API std::vector<AskedRange> ParseRanges(const std::string& option, const std::string& text,
+                                               const TimeContext& context);
+
+/// Sorts them. Ranges that are reversed, empty, overlapping or beyond the end throw JobError.
+TESSOR_API void PutInOrder(std::vector<AskedRange>& ranges, avTime duration);
 
 /// What is left of 0 to the duration without the ranges.
 TESSOR_API std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration);

@@ -43,11 +43,14 @@ std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs, const st
         text += OptionText(option);
     text += R"(.SH TIMES
 .TP
-.B [\-][HH:]MM:SS[.m], S[.m][s|ms|us]
+.B [HH:]MM:SS[.m], S[.m][s|ms|us]
 A time as FFmpeg takes it.
 .TP
 .B 123f
 The start of frame 123, counted from 0 in the order of display.
+.TP
+.B \-5, \-30f
+A time or a frame counted back from the end, not beyond the start: \-10\-\-5 are five seconds of the last ten.
 .TP
 .B start, end
 The two ends of the file.

@@ -137,8 +137,8 @@ void Conversion::ReadCut()
                    ? Host::FieldJoiner::Create(demuxer->OpenAgain()->GetStream(track->index), *track)
                    : nullptr;
     };
-    const TimeContext context = MakeTimeContext(info.duration, video);
-    cut.emplace(ReadKeptRanges(settings.keep, settings.remove, settings.input, context, warnings), info.duration);
+    const TimeContext context = MakeTimeContext(info, video);
+    cut.emplace(GetRanges(ReadKeptRanges(settings.keep, settings.remove, info, context, warnings)), info.duration);
     content.emplace(demuxer, cut->GetRanges());
 }
 

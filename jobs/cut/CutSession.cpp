@@ -81,8 +81,8 @@ SP<Proc::IStreamRaw> CutSession::JoinFields(const CutTrack& track) const
 std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
 {
     const auto video = [this] { return GetVideo() ? JoinFields(*GetVideo()) : nullptr; };
-    return ReadKeptRanges(request.keep, request.remove, GetInfo().path, MakeTimeContext(GetInfo().duration, video),
-                          warnings);
+    return GetRanges(
+        ReadKeptRanges(request.keep, request.remove, GetInfo(), MakeTimeContext(GetInfo(), video), warnings));
 }
 
 std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)

@@ -13,15 +13,18 @@
 namespace Tessor::Jobs
 {
 
-/// What times mean in a file of that duration. `video` gives its first video track, null where there is none; it is
-/// asked, and read once, only when a time is given as a frame.
-TimeContext MakeTimeContext(avTime duration, std::function<SP<Proc::IStreamRaw>()> video);
+/// What times mean in a file. `video` gives its first video track, null where there is none; it is asked, and read
+/// once, only when a time is given as a frame.
+TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::IStreamRaw>()> video);
 
 /// The ranges of a file that are to be kept, or what is left of it without those to remove: exactly one of the two is
 /// given. A range that ends beyond the end of the file is shortened, with a warning. Throws JobError for what is not
 /// understood or leaves nothing.
-std::vector<Range> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const std::string& path,
-                                  const TimeContext& context, std::vector<std::string>& warnings);
+std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::MediaInfo& info,
+                                       const TimeContext& context, std::vector<std::string>& warnings);
+
+/// Without what was said of them.
+TESSOR_API std::vector<Range> GetRanges(const std::vector<AskedRange>& asked);
 
 /// The cut that keeps these ranges of a file and deletes the rest. Ranges that reach the duration hold all that comes
 /// later, for there is no seam at their end, and with `keepsLead` a first one from 0 on all that comes earlier.
