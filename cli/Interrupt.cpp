@@ -1,5 +1,6 @@
 #include "cli/Interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace Tessor::Cli
@@ -8,16 +9,15 @@ namespace Tessor::Cli
 namespace
 {
 
-// how many signals have come
-volatile std::sig_atomic_t interrupted = 0;
+// how many signals have come; asked on all threads of a job, and free of locks, which a handler must not take
+std::atomic<int> interrupted = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
 
 void Note(int signal)
 {
     // whoever insists is obeyed at once; two may come together, to the program and to its group
     constexpr int patience = 2;
-    // C++20 deprecates ++ of what is volatile
-    interrupted = interrupted + 1;
-    if (interrupted >= patience)
+    if (++interrupted >= patience)
         std::signal(signal, SIG_DFL);
 }
 
