@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "cli/Interrupt.h"
+#include "cli/Printable.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
 #include "cli/options/Completion.h"
@@ -11,7 +12,6 @@
 
 #include <CLI/CLI.hpp>
 #include <boost/exception/diagnostic_information.hpp>
-#include <cstdio>
 #include <glog/logging.h>
 #include <iostream>
 
@@ -23,12 +23,9 @@ namespace
 
 constexpr const char* version = TESSOR_VERSION; // of the project, as CMake knows it
 
-int Fail(ExitCode code, std::string text)
+int Fail(ExitCode code, const std::string& text)
 {
-    // one line, whatever a library put into its message
-    for (char& c : text)
-        c = c == '\n' ? ' ' : c;
-    std::fprintf(stderr, "tessor: %s\n", text.c_str());
+    fmt::print(stderr, "tessor: {}\n", Printable(text));
     return static_cast<int>(code);
 }
 

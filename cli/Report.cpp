@@ -1,6 +1,7 @@
 #include "cli/Report.h"
 
-#include <fmt/format.h>
+#include "cli/Printable.h"
+
 #include <iostream>
 
 namespace Tessor::Cli
@@ -17,16 +18,16 @@ void PrintReport(const CommonOptions& common, const std::function<Json()>& docum
         Json json = document();
         if (common.verbose)
             json["statistics"] = ToJson(statistics);
-        std::cout << json.dump(2) << "\n";
+        std::cout << Serialize(json) << "\n";
         return;
     }
     if (common.quiet)
         return;
     text();
     if (common.verbose)
-        std::cout << ToJson(statistics).dump(2) << "\n";
+        std::cout << Serialize(ToJson(statistics)) << "\n";
     for (const std::string& warning : warnings)
-        fmt::print(stderr, "tessor: warning: {}\n", warning);
+        fmt::print(stderr, "tessor: warning: {}\n", Printable(warning));
 }
 
 } // namespace Tessor::Cli

@@ -26,7 +26,7 @@ try
     Percent progress;
     for (const Jobs::GroupPlan& row : job.Plan(progress).groups)
         std::cout << T2S(row.group.start) << " " << Jobs::ActionName(row.action) << ": " << row.reason << "\n";
-    std::cout << Jobs::ToJson(job.Run(progress)).dump(2) << "\n";
+    std::cout << Jobs::Serialize(Jobs::ToJson(job.Run(progress))) << "\n";
 }
 catch (const std::exception& e) // a JobError has its kind
 {

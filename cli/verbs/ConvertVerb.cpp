@@ -1,3 +1,4 @@
+#include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
@@ -30,20 +31,20 @@ std::string Rate(double rate)
 
 void PrintTrack(const ConvertTrack& track)
 {
-    fmt::print("  track {}, {} ({}): ", track.index, track.kind, track.codec);
+    Print("  track {}, {} ({}): ", track.index, track.kind, track.codec);
     if (track.encoder.empty())
-        fmt::print("{} packets copied\n", track.itemsOut);
+        Print("{} packets copied\n", track.itemsOut);
     else
-        fmt::print("{} {} in, {} packets out of {}\n", track.itemsIn, track.kind == "video" ? "frames" : "blocks",
-                   track.itemsOut, track.encoder);
+        Print("{} {} in, {} packets out of {}\n", track.itemsIn, track.kind == "video" ? "frames" : "blocks",
+              track.itemsOut, track.encoder);
     if (ChangesRate(track))
-        fmt::print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
-                   track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
+        Print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
+              track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
 }
 
 void PrintText(const ConvertReport& report)
 {
-    fmt::print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
+    Print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
     for (const ConvertTrack& track : report.tracks)
         PrintTrack(track);
 }

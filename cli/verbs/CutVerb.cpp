@@ -1,10 +1,10 @@
+#include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "jobs/cut/CutJob.h"
 
 #include <cmath>
-#include <fmt/format.h>
 
 namespace Tessor::Cli
 {
@@ -19,7 +19,7 @@ void PrintRanges(const std::vector<Range>& ranges)
     avTime result = 0;
     for (const Range& range : ranges)
     {
-        fmt::print("  kept {} to {}, in the result from {}\n", T2S(range.start), T2S(range.end), T2S(result));
+        Print("  kept {} to {}, in the result from {}\n", T2S(range.start), T2S(range.end), T2S(result));
         result += range.end - range.start;
     }
 }
@@ -28,37 +28,36 @@ void PrintTracks(const CutReport& report)
 {
     for (const TrackReport& track : report.tracks)
     {
-        fmt::print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec,
-                   track.GetCopiedPackets());
+        Print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec, track.GetCopiedPackets());
         if (track.recodedPackets > 0)
-            fmt::print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
-                       100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(track.packets),
-                       track.recodeSeconds);
-        fmt::print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames: " + track.obstacle);
+            Print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
+                  100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(track.packets),
+                  track.recodeSeconds);
+        Print("{}\n", track.cutAnywhere ? "" : "; cuts fall to key frames: " + track.obstacle);
     }
 }
 
 void PrintVerdict(const PictureVerdict& pictures, const PacketVerdict& packets)
 {
-    fmt::print("{} of {} pictures, {} of them identical", pictures.found, pictures.expected, pictures.identical);
+    Print("{} of {} pictures, {} of them identical", pictures.found, pictures.expected, pictures.identical);
     if (!std::isinf(pictures.lowestRatio))
-        fmt::print(", the others at {:.1f} dB or better", pictures.lowestRatio);
-    fmt::print("; {} of {} packets are the source's\n", packets.identical, packets.found);
+        Print(", the others at {:.1f} dB or better", pictures.lowestRatio);
+    Print("; {} of {} packets are the source's\n", packets.identical, packets.found);
 }
 
 void PrintVerdict(const TrackVerdict& track)
 {
-    fmt::print("  {} track {}, {} ({}): ", track.unchecked.empty() ? "verified" : "not verified", track.index,
-               track.kind, track.codec);
+    Print("  {} track {}, {} ({}): ", track.unchecked.empty() ? "verified" : "not verified", track.index, track.kind,
+          track.codec);
     if (!track.unchecked.empty())
-        fmt::print("{}\n", track.unchecked);
+        Print("{}\n", track.unchecked);
     else if (track.pictures)
         PrintVerdict(*track.pictures, *track.packets);
     else if (track.packets)
-        fmt::print("{} packets, {} expected, at most {:.1f} ms off their places\n", track.packets->found,
-                   track.packets->expected, track.packets->worstTimeErrorMs);
+        Print("{} packets, {} expected, at most {:.1f} ms off their places\n", track.packets->found,
+              track.packets->expected, track.packets->worstTimeErrorMs);
     else
-        fmt::print("it is gone\n");
+        Print("it is gone\n");
 }
 
 void PrintVerdict(const VerifyReport& report)
@@ -66,8 +65,8 @@ void PrintVerdict(const VerifyReport& report)
     for (const TrackVerdict& track : report.tracks)
         PrintVerdict(track);
     for (const std::string& fault : report.faults)
-        fmt::print("  fault: {}\n", fault);
-    fmt::print("  verdict: {}\n", report.IsGood() ? "good" : "NOT good");
+        Print("  fault: {}\n", fault);
+    Print("  verdict: {}\n", report.IsGood() ? "good" : "NOT good");
 }
 
 void PrintText(const PlanReport& plan)
@@ -75,19 +74,18 @@ void PrintText(const PlanReport& plan)
     PrintRanges(plan.intervals);
     for (const PlannedTrack& track : plan.tracks)
     {
-        fmt::print("  track {}{}\n", track.index,
-                   track.cutAnywhere ? ":" : ", cuts fall to key frames: " + track.obstacle);
+        Print("  track {}{}\n", track.index, track.cutAnywhere ? ":" : ", cuts fall to key frames: " + track.obstacle);
         for (const GroupPlan& row : plan.groups)
             if (row.track == track.index)
-                fmt::print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
-                           row.group.pictures.size(), ActionName(row.action), row.reason);
+                Print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
+                      row.group.pictures.size(), ActionName(row.action), row.reason);
     }
 }
 
 void PrintText(const CutReport& report)
 {
-    fmt::print("{}: {} of {} in {:.2f} s\n", report.output, T2S(report.resultDuration), T2S(report.sourceDuration),
-               report.wallSeconds);
+    Print("{}: {} of {} in {:.2f} s\n", report.output, T2S(report.resultDuration), T2S(report.sourceDuration),
+          report.wallSeconds);
     PrintRanges(report.intervals);
     PrintTracks(report);
     if (report.verdict)

@@ -1,3 +1,4 @@
+#include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/verbs/LosslessText.h"
@@ -23,8 +24,8 @@ ExitCode DetectLossless(const std::string& input, const CommonOptions& common)
                 [&]
                 {
                     for (const LosslessFinding& track : report.tracks)
-                        fmt::print("track {}, {} ({}), {} packets: {}\n", track.track, track.kind, track.codec,
-                                   track.packets, DescribeLossless(track));
+                        Print("track {}, {} ({}), {} packets: {}\n", track.track, track.kind, track.codec,
+                              track.packets, DescribeLossless(track));
                 });
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
@@ -35,8 +36,7 @@ ExitCode DetectVolume(const std::string& input, const CommonOptions& common)
     const VolumeReport report = VolumeJob({input}).Run(progress);
     const std::optional<double> decibels = report.GetDecibels();
     const std::string level = decibels ? fmt::format("peak {:.4f} ({:.1f} dB)", report.peak, *decibels) : "silence";
-    PrintReport(common, report,
-                [&] { fmt::print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
+    PrintReport(common, report, [&] { Print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
     return ExitCode::Done;
 }
 

@@ -1,3 +1,4 @@
+#include "cli/Printable.h"
 #include "cli/Report.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/chains/FilterValue.h"
@@ -27,16 +28,16 @@ std::string Example(const CatalogRow& row)
 
 void PrintRow(const CatalogRow& row, const Factories& factories)
 {
-    fmt::print("{} ({}): {}\n", row.name, KindOf(row), row.summary);
+    Print("{} ({}): {}\n", row.name, KindOf(row), row.summary);
     for (const Proc::FieldInfo& key : row.GetKeys())
     {
         const std::string value = FormatValue(key.value);
-        fmt::print("  {:<12} {}{}{}{}\n", key.key, DescribeValues(key),
-                   value.empty() ? "" : fmt::format(" [{}]", value), key.help.empty() ? "" : ": ", key.help);
+        Print("  {:<12} {}{}{}{}\n", key.key, DescribeValues(key), value.empty() ? "" : fmt::format(" [{}]", value),
+              key.help.empty() ? "" : ": ", key.help);
     }
     const std::vector<std::string> implementations = ListImplementations(row, factories);
     if (!implementations.empty())
-        fmt::print("  implementations: {}\n", fmt::join(implementations, ", "));
+        Print("  implementations: {}\n", fmt::join(implementations, ", "));
 }
 
 class FiltersVerb final : public Verb
@@ -67,7 +68,7 @@ private:
         {
             PrintRow(*row, factories);
             if (!name.empty())
-                fmt::print("  for example: {}\n", Example(*row));
+                Print("  for example: {}\n", Example(*row));
         }
     }
 

@@ -1,3 +1,4 @@
+#include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/verbs/LosslessText.h"
@@ -26,27 +27,27 @@ std::string TitleOf(const Host::ChapterInfo& chapter)
 
 void PrintFormat(const ProbeTrack& track)
 {
-    fmt::print("  track {}: {} ({})", track.index, track.kind, track.codec);
+    Print("  track {}: {} ({})", track.index, track.kind, track.codec);
     if (track.frame)
-        fmt::print(", {}x{}, pixels {}:{}, {} pictures a second", track.frame->width, track.frame->height,
-                   track.frame->aspectNum, track.frame->aspectDen,
-                   track.frameRate ? fmt::format("{}/{}", track.frameRate->numerator(), track.frameRate->denominator())
-                                   : "?");
+        Print(", {}x{}, pixels {}:{}, {} pictures a second", track.frame->width, track.frame->height,
+              track.frame->aspectNum, track.frame->aspectDen,
+              track.frameRate ? fmt::format("{}/{}", track.frameRate->numerator(), track.frameRate->denominator())
+                              : "?");
     if (track.samples)
-        fmt::print(", {} Hz, {} channels", track.samples->GetSampleRate(), track.samples->GetChannelCount());
-    fmt::print("\n");
+        Print(", {} Hz, {} channels", track.samples->GetSampleRate(), track.samples->GetChannelCount());
+    Print("\n");
 }
 
 void PrintCutting(const ProbeCutting& cutting)
 {
-    fmt::print("    {} pictures in {} groups, the longest {}, {} open\n", cutting.CountPictures(),
-               cutting.groups.size(), cutting.GetLongest(), cutting.CountOpen());
+    Print("    {} pictures in {} groups, the longest {}, {} open\n", cutting.CountPictures(), cutting.groups.size(),
+          cutting.GetLongest(), cutting.CountOpen());
     if (!cutting.refusal.empty())
-        fmt::print("    can't be cut: {}\n", cutting.refusal);
+        Print("    can't be cut: {}\n", cutting.refusal);
     else if (cutting.anywhere)
-        fmt::print("    can be cut at any picture: the groups that a cut runs through are re-encoded\n");
+        Print("    can be cut at any picture: the groups that a cut runs through are re-encoded\n");
     else
-        fmt::print("    can be cut at key frames: {}\n", cutting.obstacle);
+        Print("    can be cut at key frames: {}\n", cutting.obstacle);
 }
 
 void PrintTrack(const ProbeTrack& track)
@@ -54,21 +55,20 @@ void PrintTrack(const ProbeTrack& track)
     const bool header = track.header.GetType() != Core::Property::TypeEmpty;
     PrintFormat(track);
     if (!track.headerFault.empty())
-        fmt::print("    header unusable: {}{}\n", track.headerFault, header ? "; packets bring this one:" : "");
+        Print("    header unusable: {}{}\n", track.headerFault, header ? "; packets bring this one:" : "");
     if (header)
-        fmt::print("    header: {}\n", PropertyToJson(track.header).dump());
+        Print("    header: {}\n", PropertyToJson(track.header).dump());
     if (track.lossless)
-        fmt::print("    {}\n", DescribeLossless(*track.lossless));
+        Print("    {}\n", DescribeLossless(*track.lossless));
     if (track.cutting)
         PrintCutting(*track.cutting);
 }
 
 void PrintText(const ProbeReport& report)
 {
-    fmt::print("{}: {}, {:.3f} s\n", report.input, report.container, Seconds(report.duration));
+    Print("{}: {}, {:.3f} s\n", report.input, report.container, Seconds(report.duration));
     for (const Host::ChapterInfo& chapter : report.chapters)
-        fmt::print("  chapter {:.3f} to {:.3f} s  {}\n", Seconds(chapter.start), Seconds(chapter.end),
-                   TitleOf(chapter));
+        Print("  chapter {:.3f} to {:.3f} s  {}\n", Seconds(chapter.start), Seconds(chapter.end), TitleOf(chapter));
     for (const ProbeTrack& track : report.tracks)
         PrintTrack(track);
 }

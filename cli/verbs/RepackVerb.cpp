@@ -1,8 +1,7 @@
+#include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "jobs/repack/RepackJob.h"
-
-#include <fmt/format.h>
 
 namespace Tessor::Cli
 {
@@ -14,9 +13,9 @@ namespace
 
 void PrintText(const RepackReport& report)
 {
-    fmt::print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
+    Print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
     for (const CopiedTrack& track : report.tracks)
-        fmt::print("  track {}, {} ({}): {} packets\n", track.index, track.kind, track.codec, track.packets);
+        Print("  track {}, {} ({}): {} packets\n", track.index, track.kind, track.codec, track.packets);
 }
 
 class RepackVerb final : public Verb

@@ -1,8 +1,7 @@
 #include "cli/verbs/SoundText.h"
 
+#include "cli/Printable.h"
 #include "cli/Report.h"
-
-#include <fmt/format.h>
 
 namespace Tessor::Cli
 {
@@ -14,8 +13,8 @@ void PrintSound(const SoundReport& report, const CommonOptions& common)
     PrintReport(common, report,
                 [&]
                 {
-                    fmt::print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", report.output, T2S(report.duration),
-                               report.rate, report.channels, report.encoder, report.wallSeconds);
+                    Print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", report.output, T2S(report.duration),
+                          report.rate, report.channels, report.encoder, report.wallSeconds);
                 });
 }
 

@@ -41,4 +41,9 @@ Json ToJson(const Statistics& statistics)
     return json;
 }
 
+std::string Serialize(const Json& document)
+{
+    return document.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
 } // namespace Tessor::Jobs

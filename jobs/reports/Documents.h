@@ -4,6 +4,7 @@
 #include "jobs/reports/Statistics.h"
 
 #include <nlohmann/json_fwd.hpp>
+#include <string>
 #include <vector>
 
 /// What jobs have found out and done as JSON documents, described by the schemas in docs/. None has the statistics,
@@ -37,5 +38,9 @@ TESSOR_API nlohmann::ordered_json ToJson(const VolumeReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const std::vector<const CatalogRow*>& rows, const Factories& factories);
 
 TESSOR_API nlohmann::ordered_json ToJson(const Statistics& statistics);
+
+/// The text of a document. Files and their names may hold text in any encoding, JSON is UTF-8: U+FFFD stands for what
+/// isn't.
+TESSOR_API std::string Serialize(const nlohmann::ordered_json& document);
 
 } // namespace Tessor::Jobs

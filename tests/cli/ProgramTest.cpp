@@ -329,6 +329,23 @@ TEST_F(Program, ExitStatusAndOneClearLine)
     EXPECT_EQ(Slurp(folder / "there.mp4"), "precious");
 }
 
+// Names and titles in any bytes: on a terminal nothing but text arrives, and documents are UTF-8.
+TEST_F(Program, TextOfAnyKindIsTold)
+{
+    const std::string name = "\"$(printf 'n\\n\\377').mkv\"";
+    Make("printf ';FFMETADATA1\\n[CHAPTER]\\nTIMEBASE=1/1\\nSTART=0\\nEND=1\\n"
+         "title=\303\251\\033[31m\\377\\342\\200\\256\\302\\205.\\n' >m.txt && "
+         "ffmpeg -v error -i $S/h264.mp4 -i m.txt -map_metadata 1 -c copy " +
+         name);
+    const json report = Report("probe " + name);
+    EXPECT_EQ(report["input"], "n\n\uFFFD.mkv");
+    EXPECT_EQ(report["chapters"][0]["tags"]["title"], "\u00E9\x1B[31m\uFFFD\u202E\u0085.");
+    const std::string text = Run("probe " + name).out;
+    EXPECT_EQ(text.rfind("n\\n\\xff.mkv: matroska", 0), 0u) << text;
+    EXPECT_NE(text.find("\u00E9\\x1b[31m\\xff\\u202e\\u0085.\n"), std::string::npos) << text;
+    EXPECT_EQ(Run("repack $S/h264.mp4 " + name).err, "tessor: n\\n\\xff.mkv: exists (-y overwrites it)\n");
+}
+
 // The limit of a file's size stands for the disk.
 TEST_F(Program, AFullDiskOrAnInterruptionLeavesNothingBehind)
 {
