@@ -7,6 +7,7 @@
 #include "cli/Verb.h"
 #include "cli/options/Completion.h"
 #include "cli/options/ManPage.h"
+#include "cli/options/UsageError.h"
 #include "ffhost/Log.h"
 #include "jobs/JobError.h"
 
@@ -176,7 +177,7 @@ int RunProgram(int argc, char** argv)
     }
     catch (const CLI::ParseError& e)
     {
-        return Fail(ExitCode::Usage, std::string(e.what()) + " (tessor --help tells the usage)");
+        return Fail(ExitCode::Usage, DescribeUsageError(app, e));
     }
 
     if (completion->parsed())

@@ -20,11 +20,11 @@
 #include "ffhost/registry/Host.h"
 #include "host/ImplNames.h"
 #include "jobs/JobError.h"
+#include "jobs/Spelling.h"
 #include "jobs/chains/FilterValue.h"
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <numeric>
 
 namespace Tessor::Jobs
 {
@@ -82,33 +82,12 @@ std::string JoinNames(const List& list, Name nameOf)
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-/// Letters to add, take away or change to make one word of the other: Levenshtein's distance, in one row of its table.
-size_t Distance(const std::string& a, const std::string& b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 1; i <= a.size(); ++i)
-    {
-        size_t diagonal = std::exchange(row[0], i);
-        for (size_t j = 1; j <= b.size(); ++j)
-        {
-            const size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, changed}));
-        }
-    }
-    return row.back();
-}
-
 std::string JoinNearest(const std::string& name)
 {
-    std::vector<std::pair<size_t, std::string>> nearest;
+    std::vector<std::string> names;
     for (const CatalogRow& row : GetCatalog())
-        // who writes the beginning of a name means it
-        nearest.emplace_back(row.name.find(name) != std::string::npos ? 0 : Distance(name, row.name), row.name);
-    std::sort(nearest.begin(), nearest.end());
-    nearest.erase(std::unique(nearest.begin(), nearest.end()), nearest.end());
-    nearest.resize(std::min<size_t>(nearest.size(), 3));
-    return JoinNames(nearest, [](const auto& candidate) { return candidate.second; });
+        names.push_back(row.name);
+    return fmt::format("{}", fmt::join(FindNearest(name, names), ", "));
 }
 
 FieldInfo TimeKey(const std::string& key, const std::string& help, double value)
