@@ -1,15 +1,35 @@
 #include "jobs/OutputFile.h"
 
+#include "Fnd/Exception.h"
+#include "ffhost/codecs/Inventory.h"
+#include "ffhost/io/Container.h"
 #include "jobs/JobError.h"
 
 #include <filesystem>
+#include <fmt/format.h>
 
 namespace Tessor::Jobs
 {
 
+namespace
+{
+
+void CheckContainer(const std::string& output)
+{
+    if (Host::Container::Guess(output).GetFormat())
+        return;
+    const std::vector<std::string> usual = Host::ListUsualExtensions();
+    throw JobError(JobError::BadRequest,
+                   fmt::format("{}: no container of that name can be written; the usual names end with {}", output,
+                               fmt::join(usual, ", ")));
+}
+
+} // namespace
+
 void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite)
 {
     namespace fs = std::filesystem;
+    CheckContainer(output);
     std::error_code ignored;
     for (const std::string& input : inputs)
     {
@@ -21,6 +41,18 @@ void CheckOutput(const std::string& output, const std::vector<std::string>& inpu
         throw JobError(JobError::Failed, output + ": is a folder");
     if (!overwrite && fs::exists(output, ignored))
         throw JobError(JobError::OutputExists, output + ": exists");
+}
+
+void CheckOutputEncoder(const std::string& output, MediaType type, const Host::EncoderOptions& options)
+{
+    try
+    {
+        Host::CheckEncoder(output, type, options);
+    }
+    catch (const Exception& e)
+    {
+        throw JobError(JobError::BadRequest, Describe(e));
+    }
 }
 
 } // namespace Tessor::Jobs

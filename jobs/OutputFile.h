@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Fnd/Export.h"
+#include "ffhost/codecs/TrackEncoding.h"
 
 #include <string>
 #include <vector>
@@ -8,7 +9,12 @@
 namespace Tessor::Jobs
 {
 
-/// Refuses an output that is one of the inputs (whatever its name) or exists already. Throws JobError.
+/// Refuses an output whose name tells no container, that is one of the inputs (whatever its name), or that exists
+/// already. Throws JobError.
 TESSOR_API void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
+
+/// Refuses an encoder that is not there, or that takes no such options, for the output's tracks of that kind. Throws
+/// JobError.
+void CheckOutputEncoder(const std::string& output, MediaType type, const Host::EncoderOptions& options);
 
 } // namespace Tessor::Jobs

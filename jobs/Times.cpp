@@ -120,6 +120,14 @@ avTime ParseTime(const std::string& text, const TimeContext& context)
     return fromEnd ? std::max<avTime>(context.duration - *time, 0) : *time;
 }
 
+avTime ParseLength(const std::string& option, const std::string& text)
+{
+    const std::optional<avTime> length = Unsigned(text);
+    if (!length || *length == 0 || *length > MAX_DURATION)
+        Refuse(option + " " + text + ": a length of time is wanted, such as 10, 1:30 or 500ms");
+    return *length;
+}
+
 std::vector<AskedRange> ParseRanges(const std::string& option, const std::string& text, const TimeContext& context)
 {
     std::vector<AskedRange> ranges;

@@ -47,6 +47,10 @@ struct TESSOR_API RangeList
 /// the end ("-5", "-30f") but never beyond the start, "start" or "end". What is not understood throws JobError.
 TESSOR_API avTime ParseTime(const std::string& text, const TimeContext& context);
 
+/// A length of time above 0, in one of the forms of times. What is none, such as a frame, throws JobError with the name
+/// of the option.
+TESSOR_API avTime ParseLength(const std::string& option, const std::string& text);
+
 /// "A-B[,C-D]", as they stand: an open end ("A-") reaches to the end, and as both may be negative "-10--5" are the last
 /// ten seconds without the last five. The option's name stands in messages.
 TESSOR_API std::vector<AskedRange> ParseRanges(const std::string& option, const std::string& text,

@@ -63,7 +63,7 @@ public:
         settings.frequency = ReadNumber<int>("--frequency", frequency);
         settings.rate = ReadNumber<int>("--rate", rate);
         settings.level = ReadNumber<double>("--level", level);
-        settings.duration = ParseTime(duration, {MAX_DURATION, {}});
+        settings.duration = ParseLength("--duration", duration);
         settings.layout = ReadLayout(layout);
         settings.encoder = encoder.Read();
         Progress progress(common, "tone");

@@ -5,6 +5,7 @@
 #include "ffhost/codecs/AudioEncoder.h"
 #include "ffhost/codecs/Encoder.h"
 #include "ffhost/codecs/EncoderTable.h"
+#include "ffhost/codecs/Inventory.h"
 #include "ffhost/codecs/TrackVideoSetup.h"
 #include "ffhost/io/Container.h"
 #include "media/FFmpegCompat.h"
@@ -46,13 +47,6 @@ const char* UsualEncoder(const Container& container, MediaType type)
 AVMediaType ToAv(MediaType type)
 {
     return type == MediaType::Video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
-}
-
-/// Runs on any machine, and is not experimental.
-bool IsUsable(const AVCodec& codec)
-{
-    return av_codec_is_encoder(&codec) &&
-           !(codec.capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_HYBRID | AV_CODEC_CAP_EXPERIMENTAL));
 }
 
 /// Always lossless, not just in one of its modes.
@@ -202,6 +196,15 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
     options.runIn = !container.CountsPackets();
     options.header = (container.GetFormat()->flags & AVFMT_GLOBALHEADER) != 0;
     return options;
+}
+
+void CheckEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted)
+{
+    if (wanted.name.empty() && !HasPlaceFor(path, type))
+        return;
+    const EncoderOptions options = ChooseEncoder(path, type, wanted);
+    if (type == MediaType::Video)
+        TrackVideoSetup::Check(options);
 }
 
 bool HasPlaceFor(const std::string& path, MediaType type)

@@ -17,6 +17,10 @@ namespace Tessor::Host
 /// names of those that there are.
 TESSOR_API EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted);
 
+/// Throws what ChooseEncoder and the encoder would, before there is anything to encode. A file that has no place for
+/// tracks of that kind needs no encoder.
+TESSOR_API void CheckEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted);
+
 /// Whether a file of that name has a place for tracks of that kind.
 TESSOR_API bool HasPlaceFor(const std::string& path, MediaType type);
 

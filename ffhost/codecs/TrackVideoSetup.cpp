@@ -24,6 +24,15 @@ std::string Join(const std::vector<std::string>& names)
     return list;
 }
 
+CodecContextPtr MakeContext(const std::string& encoder)
+{
+    const AVCodec* codec = avcodec_find_encoder_by_name(encoder.c_str());
+    CodecContextPtr context(codec ? avcodec_alloc_context3(codec) : nullptr);
+    if (!context)
+        Throw<CodecFactoryException>(TESSOR_HERE, "The encoder " + encoder + " is missing");
+    return context;
+}
+
 } // namespace
 
 TrackVideoSetup::TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, const EncoderOptions& options)
@@ -31,12 +40,15 @@ TrackVideoSetup::TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, cons
 {
 }
 
+void TrackVideoSetup::Check(const EncoderOptions& options)
+{
+    SetQuality(*MakeContext(options.name), options);
+}
+
 CodecContextPtr TrackVideoSetup::Open() const
 {
-    const AVCodec* codec = avcodec_find_encoder_by_name(options.name.c_str());
-    CodecContextPtr context(codec ? avcodec_alloc_context3(codec) : nullptr);
-    if (!context)
-        Throw<CodecFactoryException>(TESSOR_HERE, "The encoder " + options.name + " is missing");
+    CodecContextPtr context = MakeContext(options.name);
+    const AVCodec* codec = context->codec;
     const Conf::FrameInfo info = source->GetFrameInfo();
     context->width = info.width;
     context->height = info.height;
@@ -52,7 +64,10 @@ CodecContextPtr TrackVideoSetup::Open() const
     // The name under which all players know HEVC whose header stands in front.
     if (options.header && codec->id == AV_CODEC_ID_HEVC)
         context->codec_tag = MKTAG('h', 'v', 'c', '1');
-    SetQuality(*context);
+    SetQuality(*context, options);
+    // libvpx does not encode transparency together with hidden pictures.
+    if (context->codec_id == AV_CODEC_ID_VP8 && PixFmtDescription::Find(source->GetPixelFormat()).HasAlpha())
+        SetOption(*context, "auto-alt-ref", "0");
     const FFmpegErrorCapture capture;
     const int result = avcodec_open2(context.get(), codec, nullptr);
     if (result < 0)
@@ -68,15 +83,12 @@ void TrackVideoSetup::SetFields(AVCodecContext& context) const
         context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
 }
 
-void TrackVideoSetup::SetQuality(AVCodecContext& context) const
+void TrackVideoSetup::SetQuality(AVCodecContext& context, const EncoderOptions& options)
 {
     // A bit rate or a quality that was asked for leaves no room for the usual one; a preset goes with either.
     const EncoderRow& row = FindEncoder(options.name);
     for (const auto& [option, value] : row.options)
         SetOption(context, option, value);
-    // libvpx does not encode transparency together with hidden pictures.
-    if (context.codec_id == AV_CODEC_ID_VP8 && PixFmtDescription::Find(source->GetPixelFormat()).HasAlpha())
-        SetOption(context, "auto-alt-ref", "0");
     if (!options.preset.empty())
     {
         // The encoder would find it out when it is opened, and say so on standard error itself.

@@ -14,12 +14,15 @@ class TrackVideoSetup final : public VideoSetup
 public:
     TrackVideoSetup(const SP<Conf::IFormatCodecVideo>& source, const EncoderOptions& options);
 
+    /// Throws EncoderException for options that the encoder does not take, whatever is encoded.
+    static void Check(const EncoderOptions& options);
+
     CodecContextPtr Open() const override;
     const std::string& GetEncoderName() const override { return options.name; }
 
 private:
     void SetFields(AVCodecContext& context) const;
-    void SetQuality(AVCodecContext& context) const;
+    static void SetQuality(AVCodecContext& context, const EncoderOptions& options);
 
     const SP<Conf::IFormatCodecVideo> source;
     const EncoderOptions options;

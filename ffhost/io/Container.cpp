@@ -12,6 +12,7 @@ extern "C"
 #include <cctype>
 #include <cstring>
 #include <set>
+#include <sstream>
 
 namespace Tessor::Host
 {
@@ -137,6 +138,26 @@ Container Container::Guess(const std::string& path)
     const auto family = container.format ? FAMILIES.find(container.format->name) : FAMILIES.end();
     container.family = family != FAMILIES.end() ? family->second : Family::Other;
     return container;
+}
+
+std::map<std::string, const AVOutputFormat*> Container::ListExtensions()
+{
+    std::map<std::string, const AVOutputFormat*> list;
+    const auto add = [&](const std::string& extension)
+    {
+        if (const AVOutputFormat* known = Guess("." + extension).GetFormat())
+            list.emplace(extension, known);
+    };
+    void* at = nullptr;
+    while (const AVOutputFormat* muxer = av_muxer_iterate(&at))
+    {
+        std::istringstream extensions(muxer->extensions ? muxer->extensions : "");
+        for (std::string extension; std::getline(extensions, extension, ',');)
+            add(extension);
+    }
+    for (const auto& [extension, muxer] : MUXERS)
+        add(extension);
+    return list;
 }
 
 AVDictionary* Container::MakeOptions(const AVFormatContext& context) const

@@ -45,6 +45,9 @@ public:
     /// The container by the name of the file. Its GetFormat is null when there is none.
     static Container Guess(const std::string& path);
 
+    /// Of all containers: what names may end with, and the format that this stands for.
+    static std::map<std::string, const AVOutputFormat*> ListExtensions();
+
     const AVOutputFormat* GetFormat() const { return format; }
     /// Private and generic options of the muxer; the caller frees them.
     AVDictionary* MakeOptions(const AVFormatContext& context) const;

@@ -38,6 +38,7 @@ void MixJob::Check() const
         paths.push_back(input.path);
     }
     CheckOutput(settings.output, paths, settings.overwrite);
+    CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
 }
 
 } // namespace Tessor::Jobs

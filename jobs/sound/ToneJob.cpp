@@ -51,9 +51,11 @@ SoundReport ToneJob::Run(IProgress& progress) const
 void ToneJob::Check() const
 {
     CheckOutput(settings.output, {}, settings.overwrite);
+    CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
     CheckNumber("rate", settings.rate, 1000, 768000);
     CheckNumber("frequency", settings.frequency, 1, settings.rate / 2);
     CheckNumber("level", settings.level, 0.0, 1.0);
+    CheckNumber("duration", settings.duration, avTime{1}, MAX_DURATION);
 }
 
 /// The generator's function is not told which tone is wanted, but its blocks can be drawn into as they pass. They last
