@@ -44,13 +44,9 @@ void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
         throw std::bad_alloc();
     opening->pkt_timebase = MICROSECONDS;
     opening->thread_count = GetThreadCount();
-    const SP<const IBlob> extradata = format->GetExtradata();
-    // For ADTS the demuxer has the head of the first frame as header; the decoder wants an AudioSpecificConfig, or
-    // nothing, and then reads the heads of the packets.
-    const bool frames = extradata && codec->id == AV_CODEC_ID_AAC &&
-                        Proc::CodecParsers::HasADTSHeader(extradata->Data(), extradata->Size());
-    if (extradata && extradata->Size() && !frames)
-        SetExtradata(*opening, *extradata);
+    const SP<const IBlob> header = GetHeader();
+    if (header && header->Size())
+        SetExtradata(*opening, *header);
     prepare(*opening);
     const FFmpegErrorCapture errors;
     const int result = avcodec_open2(opening.get(), codec, nullptr);
@@ -59,6 +55,18 @@ void PacketDecoder::Open(const std::function<void(AVCodecContext&)>& prepare)
                                std::string("Can't open the decoder ") + codec->name + ": " + errors.GetText(result));
     context = std::move(opening);
     draining = dirty = false;
+}
+
+// For ADTS the demuxer has the head of the first frame as header. The decoder wants an AudioSpecificConfig or nothing:
+// it reads the heads of the packets. Channels that no number stands for are told by the first packet alone, which it
+// may not be given.
+SP<const IBlob> PacketDecoder::GetHeader() const
+{
+    using namespace CodecParsers;
+    const SP<const IBlob> header = format->GetExtradata();
+    if (!header || codec->id != AV_CODEC_ID_AAC || !HasADTSHeader(header->Data(), header->Size()))
+        return header;
+    return DataToADTSHeader(header->Data(), header->Size()).pce ? ADTSHeaderToASCExtradata(header) : nullptr;
 }
 
 void PacketDecoder::Flush()

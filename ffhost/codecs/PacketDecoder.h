@@ -33,6 +33,9 @@ public:
     unsigned long GetDamagedCount() const { return damagedCount; }
 
 private:
+    /// As libavcodec's decoder wants it; may be null.
+    SP<const Proc::IBlob> GetHeader() const;
+
     const SP<Conf::IFormatCodec> format;
     const AVCodec* const codec;
     CodecContextPtr context; // from Open to Close

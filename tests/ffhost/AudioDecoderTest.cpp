@@ -100,8 +100,8 @@ TEST_P(AudioClips, SeeksAreExact)
 
 // none whose decoder makes noise of its own
 INSTANTIATE_TEST_SUITE_P(Samples, AudioClips,
-                         testing::Values("h264-irregular.mp4", "h264-rotated.mov", "mpeg4.mov", "aac.aac", "mp3.mp3",
-                                         "theora.ogv", "amr.3gp", "pages.ogv"));
+                         testing::Values("h264-irregular.mp4", "h264-rotated.mov", "mpeg4.mov", "aac.aac",
+                                         "aac-pce.aac", "mp3.mp3", "theora.ogv", "amr.3gp", "pages.ogv"));
 INSTANTIATE_TEST_SUITE_P(Media, AudioClips, testing::ValuesIn(Tessor::Test::RealClips("h264-high")));
 
 TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
