@@ -21,6 +21,14 @@ void Note(int signal)
         std::signal(signal, SIG_DFL);
 }
 
+/// Who started the program with nohup wants it to go on.
+void CatchHangup(const struct sigaction& action)
+{
+    struct sigaction inherited = {};
+    if (sigaction(SIGHUP, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
+        sigaction(SIGHUP, &action, nullptr);
+}
+
 } // namespace
 
 void CatchInterrupts()
@@ -30,6 +38,7 @@ void CatchInterrupts()
     action.sa_handler = Note;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    CatchHangup(action);
     // a closed pipe or a full file size limit is an error of the write
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);

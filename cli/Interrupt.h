@@ -3,7 +3,7 @@
 namespace Tessor::Cli
 {
 
-/// From now on Ctrl-C and a polite request to end are noted instead of killing the program.
+/// From now on Ctrl-C, a polite request to end and a closed terminal are noted instead of killing the program.
 void CatchInterrupts();
 
 /// Whether one has come.

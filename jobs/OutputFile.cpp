@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "ffhost/codecs/Inventory.h"
 #include "ffhost/io/Container.h"
+#include "ffhost/io/writing/PartFile.h"
 #include "jobs/JobError.h"
 
 #include <filesystem>
@@ -52,6 +53,18 @@ void CheckOutputEncoder(const std::string& output, MediaType type, const Host::E
     catch (const Exception& e)
     {
         throw JobError(JobError::BadRequest, Describe(e));
+    }
+}
+
+void FinishOutput(Host::Muxer& muxer)
+{
+    try
+    {
+        muxer.Finish();
+    }
+    catch (const Host::OutputExistsException& e)
+    {
+        throw JobError(JobError::OutputExists, Describe(e));
     }
 }
 

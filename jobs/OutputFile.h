@@ -2,6 +2,7 @@
 
 #include "Fnd/Export.h"
 #include "ffhost/codecs/TrackEncoding.h"
+#include "ffhost/io/writing/Muxer.h"
 
 #include <string>
 #include <vector>
@@ -16,5 +17,7 @@ TESSOR_API void CheckOutput(const std::string& output, const std::vector<std::st
 /// Refuses an encoder that is not there, or that takes no such options, for the output's tracks of that kind. Throws
 /// JobError.
 void CheckOutputEncoder(const std::string& output, MediaType type, const Host::EncoderOptions& options);
+/// Completes the file. Throws JobError as above when something has appeared at its place in the meantime.
+void FinishOutput(Host::Muxer& muxer);
 
 } // namespace Tessor::Jobs

@@ -1,43 +1,42 @@
 #include "jobs/PreviousOutput.h"
 
 #include <filesystem>
-#include <unistd.h>
 
 namespace Tessor::Jobs
 {
 
 namespace fs = std::filesystem;
 
+namespace
+{
+
+bool Exists(const std::string& path)
+{
+    std::error_code ignored;
+    return fs::exists(path, ignored);
+}
+
+bool IsRegular(const std::string& path)
+{
+    std::error_code ignored;
+    return fs::is_regular_file(path, ignored);
+}
+
+} // namespace
+
 PreviousOutput::PreviousOutput(const std::string& output)
+    : output(output), existed(Exists(output)), aside(IsRegular(output) ? Host::PartFile::LinkTo(output) : std::nullopt)
 {
-    std::error_code error;
-    // a link stays, as it does when it is written through
-    place = fs::weakly_canonical(output, error).string();
-    existed = fs::exists(place, error);
-    if (!fs::is_regular_file(place, error))
-        return;
-    const fs::path path(place);
-    const std::string name = "." + path.filename().string() + "." + std::to_string(getpid()) + "-old.tessor-part";
-    const fs::path beside = path.parent_path() / name;
-    fs::create_hard_link(path, beside, error);
-    if (!error)
-        aside = beside.string();
 }
 
-PreviousOutput::~PreviousOutput()
+void PreviousOutput::PutBack()
 {
     std::error_code ignored;
-    if (!aside.empty())
-        fs::remove(aside, ignored);
-}
-
-void PreviousOutput::PutBack() const
-{
-    std::error_code ignored;
-    if (!aside.empty())
-        fs::rename(aside, place, ignored);
-    else if (!existed && fs::is_regular_file(place, ignored))
-        fs::remove(place, ignored);
+    if (aside)
+        aside->Move(true);
+    else if (!existed && IsRegular(output))
+        // a link stays, as it does when it is written through
+        fs::remove(fs::canonical(output, ignored), ignored);
 }
 
 } // namespace Tessor::Jobs

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ffhost/io/writing/PartFile.h"
+
+#include <optional>
 #include <string>
 
 namespace Tessor::Jobs
@@ -13,17 +16,14 @@ class PreviousOutput
 public:
     /// To be called before the new file is at its place. Devices and pipes are left alone.
     explicit PreviousOutput(const std::string& output);
-    ~PreviousOutput();
-    PreviousOutput(const PreviousOutput&) = delete;
-    PreviousOutput& operator=(const PreviousOutput&) = delete;
 
     /// Removes the new file, and puts the old one in its place where there was one.
-    void PutBack() const;
+    void PutBack();
 
 private:
-    std::string place; // the output with links resolved
-    std::string aside; // the old file's other name; empty where it has none
-    bool existed = false;
+    const std::string output;
+    const bool existed;
+    std::optional<Host::PartFile> aside; // the old file's other name
 };
 
 } // namespace Tessor::Jobs

@@ -13,6 +13,7 @@
 #include "host/ImplNames.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
+#include "jobs/OutputFile.h"
 #include "jobs/Stopwatch.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/chains/FilterRun.h"
@@ -112,7 +113,8 @@ struct RepeatMeter
 Conversion::Conversion(const ConvertSettings& settings, const IProgress& progress)
     : settings(settings), videoSteps(ReadFilters(settings.videoChain, MediaType::Video)),
       audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
-      demuxer(OpenInput(settings.input, progress)), muxer(Host::Muxer::Create(settings.output)), pump(*muxer)
+      demuxer(OpenInput(settings.input, progress)),
+      muxer(Host::Muxer::Create(settings.output, {.overwrite = settings.overwrite})), pump(*muxer)
 {
     ReadCut();
     AddTracks();
@@ -344,7 +346,7 @@ ConvertReport Conversion::Run(IProgress& progress)
 {
     const Stopwatch watch;
     pump.Run(expected != NoTime ? expected : demuxer->GetInfo().duration, progress);
-    muxer->Finish();
+    FinishOutput(*muxer);
 
     ConvertReport report;
     report.input = settings.input;

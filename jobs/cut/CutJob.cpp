@@ -30,7 +30,7 @@ CutReport CutJob::Run(IProgress& progress) const
     CutSession session(settings, progress);
     if (!settings.verify)
         return Write(session, progress);
-    const PreviousOutput previous(settings.output);
+    PreviousOutput previous(settings.output);
     CutReport report = Write(session, progress);
     try
     {
@@ -46,7 +46,7 @@ CutReport CutJob::Run(IProgress& progress) const
 
 CutReport CutJob::Write(CutSession& session, IProgress& progress) const
 {
-    CutReport report = CutWriter(session, settings.output).Run(progress);
+    CutReport report = CutWriter(session, settings.output, {.overwrite = settings.overwrite}).Run(progress);
     report.input = settings.input;
     report.output = settings.output;
     return report;

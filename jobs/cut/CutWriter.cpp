@@ -10,8 +10,8 @@
 namespace Tessor::Jobs
 {
 
-CutWriter::CutWriter(CutSession& session, const std::string& output)
-    : session(session), copier(session.GetDemuxer(), output)
+CutWriter::CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings)
+    : session(session), copier(session.GetDemuxer(), output, settings)
 {
     AddTracks();
     copier.Open(MapChapters(session.GetInfo(), session.GetCut()));

@@ -15,7 +15,7 @@ namespace Tessor::Jobs
 class CutWriter
 {
 public:
-    CutWriter(CutSession& session, const std::string& output);
+    CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings);
     CutReport Run(IProgress& progress);
 
 private:

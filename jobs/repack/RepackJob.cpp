@@ -36,7 +36,7 @@ RepackReport RepackJob::Run(IProgress& progress) const
     report.input = settings.input;
     report.output = settings.output;
     report.duration = demuxer->GetInfo().duration;
-    TrackCopier copier(*demuxer, settings.output);
+    TrackCopier copier(*demuxer, settings.output, {.overwrite = settings.overwrite});
     AddTracks(copier, *demuxer, report.warnings);
     copier.Open(demuxer->GetInfo().chapters);
     copier.Copy(progress, report.duration);

@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "jobs/JobError.h"
+#include "jobs/OutputFile.h"
 #include "jobs/TrackSelection.h"
 
 #include <algorithm>
@@ -10,8 +11,8 @@
 namespace Tessor::Jobs
 {
 
-TrackCopier::TrackCopier(Host::Demuxer& source, const std::string& output)
-    : source(source), muxer(Host::Muxer::Create(output)), pump(*muxer)
+TrackCopier::TrackCopier(Host::Demuxer& source, const std::string& output, const Host::MuxerSettings& settings)
+    : source(source), muxer(Host::Muxer::Create(output, settings)), pump(*muxer)
 {
 }
 
@@ -76,7 +77,7 @@ void TrackCopier::Copy(IProgress& progress, avTime duration)
 
 void TrackCopier::Finish()
 {
-    muxer->Finish();
+    FinishOutput(*muxer);
     for (std::string& warning : pump.GetWarnings(source))
         warnings.push_back(std::move(warning));
 }

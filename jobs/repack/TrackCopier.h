@@ -17,7 +17,7 @@ namespace Tessor::Jobs
 class TrackCopier
 {
 public:
-    TrackCopier(Host::Demuxer& source, const std::string& output);
+    TrackCopier(Host::Demuxer& source, const std::string& output, const Host::MuxerSettings& settings);
 
     /// Adds a track of packets that come from `stream` in `format`. False when it is left out.
     bool AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format);

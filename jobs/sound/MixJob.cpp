@@ -23,7 +23,7 @@ SoundReport MixJob::Run(IProgress& progress) const
     const SP<Proc::IFilterAudioMixer> mixer = factories.filters->CreateAudioMixer(Proc::ImplNames::DEFAULT);
     for (const MixSettings::Input& input : settings.inputs)
         mixer->AddStream(OpenSound(input.path, progress).stream, input.volume);
-    return WriteSound(mixer, settings.output, settings.encoder, factories, progress);
+    return WriteSound(mixer, settings.output, {.overwrite = settings.overwrite}, settings.encoder, factories, progress);
 }
 
 void MixJob::Check() const

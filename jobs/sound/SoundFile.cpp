@@ -4,6 +4,7 @@
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
+#include "jobs/OutputFile.h"
 #include "jobs/Stopwatch.h"
 #include "jobs/repack/MuxPump.h"
 
@@ -45,8 +46,8 @@ OpenedSound OpenSound(const std::string& path, const IProgress& progress)
     return {sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
 }
 
-SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::EncoderOptions& options,
-                       const Factories& factories, IProgress& progress)
+SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::MuxerSettings& file,
+                       const Host::EncoderOptions& options, const Factories& factories, IProgress& progress)
 {
     const Stopwatch watch;
     const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
@@ -55,12 +56,12 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     Host::TrackInfo blank; // no source's track: the encoder tells all there is
     blank.type = MediaType::Audio;
     const Host::TrackInfo track = Host::DescribeTrack(blank, *encoder);
-    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path);
+    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path, file);
     MuxPump pump(*muxer);
     pump.AddEncoded(encoder, track);
     muxer->Open();
     pump.Run(stream->GetDuration(), progress);
-    muxer->Finish();
+    FinishOutput(*muxer);
 
     SoundReport report;
     report.output = path;

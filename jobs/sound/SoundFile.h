@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/TrackEncoding.h"
+#include "ffhost/io/writing/MuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/reports/JobReport.h"
@@ -38,7 +39,7 @@ struct SoundReport : JobReport
 };
 
 /// Encodes a stream as the only track of a file.
-SoundReport WriteSound(const SP<Proc::IStreamAudio>& stream, const std::string& path,
+SoundReport WriteSound(const SP<Proc::IStreamAudio>& stream, const std::string& path, const Host::MuxerSettings& file,
                        const Host::EncoderOptions& options, const Factories& factories, IProgress& progress);
 
 } // namespace Tessor::Jobs

@@ -45,7 +45,8 @@ SoundReport ToneJob::Run(IProgress& progress) const
 {
     Check();
     const Factories factories = Factories::Make();
-    return WriteSound(MakeStream(factories), settings.output, settings.encoder, factories, progress);
+    return WriteSound(MakeStream(factories), settings.output, {.overwrite = settings.overwrite}, settings.encoder,
+                      factories, progress);
 }
 
 void ToneJob::Check() const

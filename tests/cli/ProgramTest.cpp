@@ -364,13 +364,16 @@ TEST_F(Program, AFullDiskOrAnInterruptionLeavesNothingBehind)
     EXPECT_NE(full.err.find("out.vob: "), std::string::npos) << full.err;
     EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
 
-    Outcome stopped{};
-    for (const std::string after : {"0.15", "0.05", "0.01"}) // until the cut is not faster than the interruption
-        if (stopped.status == 0)
-            stopped =
-                Run("cut $S/mpeg2.vob out.vob -y --keep 0.5-7 --verify", "timeout --preserve-status -s INT " + after);
-    EXPECT_EQ(stopped.status, 130) << stopped.err;
-    EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
+    for (const std::string signal : {"INT", "HUP"})
+    {
+        Outcome stopped{};
+        for (const std::string after : {" 0.15", " 0.05", " 0.01"}) // until the cut is not faster than the interruption
+            if (stopped.status == 0)
+                stopped = Run("cut $S/mpeg2.vob out.vob -y --keep 0.5-7 --verify",
+                              "timeout --preserve-status -s " + signal + after);
+        EXPECT_EQ(stopped.status, 130) << stopped.err;
+        EXPECT_EQ(FilesLeft(), std::vector<std::string>{});
+    }
 }
 
 TEST_F(Program, TruncatedAndDamagedInputIsReadAsFarAsItGoes)

@@ -56,7 +56,7 @@ Edit Move(int track, size_t first, size_t count, avTime by, bool copies = false)
 void Rewrite(const std::string& from, const std::string& to, const Edit& edit)
 {
     const SP<Host::Demuxer> demuxer = Host::Demuxer::Open(from);
-    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(to);
+    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(to, {.overwrite = true});
     const std::vector<Host::TrackInfo>& infos = demuxer->GetInfo().tracks;
     std::vector<SP<Proc::IStreamRaw>> streams;
     for (const Host::TrackInfo& info : infos)

@@ -66,11 +66,34 @@ TEST(OutputFileTest, AppearsWhenCommittedAndLeavesNothingOtherwise)
         OutputFile file(folder / "link.mp4");
         write(file);
         EXPECT_EQ(Tessor::Test::Slurp(target), "old");
-        file.Commit();
+        file.Commit(true);
         EXPECT_TRUE(Tessor::Test::Slurp(target) == text);
         EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.mp4"));
         EXPECT_EQ(folder.List().size(), 2u);
     }
+}
+
+// A process that was killed leaves a part without a lock; its number may be that of a living one by now.
+TEST(OutputFileTest, TakesNoPlaceAndNoPartOfOthers)
+{
+    const Tessor::Test::ScratchFolder folder;
+    const std::string target = folder / "film.mp4";
+    std::ofstream(folder / (".film.mp4." + std::to_string(getpid()) + ".tessor-part")) << "of the dead";
+    std::ofstream(folder / ".film.mp4.1-2.tessor-part") << "of the dead";
+    std::ofstream(folder / ".film.mp4.notes.tessor-part") << "of someone else";
+    OutputFile first(target), second(target);
+    EXPECT_EQ(folder.List().size(), 3u);
+    second.Commit(false);
+    {
+        const PartFile old = *PartFile::LinkTo(target);
+        const OutputFile third(target);
+        EXPECT_EQ(folder.List().size(), 5u);
+    }
+    EXPECT_THROW(first.Commit(false), OutputExistsException);
+    std::filesystem::remove(target);
+    std::filesystem::create_symlink("linked.mp4", target);
+    OutputFile(target).Commit(false);
+    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "linked.mp4"));
 }
 
 TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)

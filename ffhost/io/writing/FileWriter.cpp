@@ -85,8 +85,10 @@ void FileWriter::WriteOut(const Block& block)
         const size_t left = block.bytes.size() - done;
         const ssize_t count =
             seekable ? pwrite(fd, data, left, block.offset + static_cast<int64_t>(done)) : write(fd, data, left);
-        if (count >= 0)
+        if (count > 0)
             done += static_cast<size_t>(count);
+        else if (count == 0)
+            error = EIO; // it would go on like this for ever
         else if (errno != EINTR)
             error = errno;
     }

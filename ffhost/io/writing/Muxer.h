@@ -3,6 +3,7 @@
 #include "Fnd/RefCount.h"
 #include "Proc/Settings/SettingsFilterBitStream.h"
 #include "ffhost/io/MediaInfo.h"
+#include "ffhost/io/writing/MuxerSettings.h"
 #include "media/items/IDataPacket.h"
 
 #include <memory>
@@ -23,7 +24,7 @@ class TESSOR_API Muxer
 {
 public:
     /// The container is guessed from the name of the file. Throws for a container that can't be written.
-    static std::unique_ptr<Muxer> Create(const std::string& path);
+    static std::unique_ptr<Muxer> Create(const std::string& path, const MuxerSettings& settings = {});
     virtual ~Muxer() = default;
 
     /// The file as its user named it, for messages.
@@ -47,7 +48,8 @@ public:
     virtual void Write(int track, const SP<Proc::IDataPacket>& packet) = 0;
     /// Says that a track ends, so that the interleaving does not wait for it.
     virtual void EndTrack(int track) = 0;
-    /// Drains, writes the trailer, flushes to disk and moves the file to its place.
+    /// Drains, writes the trailer, flushes to disk and moves the file to its place. Throws OutputExistsException when
+    /// there is something that is not to be overwritten.
     virtual void Finish() = 0;
 
     /// Times, as they came, of the track's packets that are decoded only, where the container shows them all the same.

@@ -64,12 +64,13 @@ int64_t ToTick(avTime time, AVRational timeBase)
 
 } // namespace
 
-std::unique_ptr<Muxer> Muxer::Create(const std::string& path)
+std::unique_ptr<Muxer> Muxer::Create(const std::string& path, const MuxerSettings& settings)
 {
-    return std::make_unique<MuxerFF>(path);
+    return std::make_unique<MuxerFF>(path, settings);
 }
 
-MuxerFF::MuxerFF(const std::string& path) : path(path), container(Container::Guess(path)), header(path, container)
+MuxerFF::MuxerFF(const std::string& path, const MuxerSettings& settings)
+    : path(path), settings(settings), container(Container::Guess(path)), header(path, container)
 {
     if (!container.GetFormat())
         Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
@@ -363,7 +364,7 @@ void MuxerFF::Finish()
     Run("the end of the file", [&] { return av_write_trailer(context.get()); });
     if (container.NeedsLength())
         FillUp();
-    file->Commit();
+    file->Commit(settings.overwrite);
 }
 
 /// Null packets, for readers that believe in a transport stream only when they have seen some packets of it.

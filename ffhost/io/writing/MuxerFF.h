@@ -24,7 +24,7 @@ namespace Tessor::Host
 class MuxerFF final : public Muxer, private IPacketSink
 {
 public:
-    explicit MuxerFF(const std::string& path);
+    MuxerFF(const std::string& path, const MuxerSettings& settings);
     ~MuxerFF() override;
 
     const std::string& GetPath() const override { return path; }
@@ -76,6 +76,7 @@ private:
     void Run(const std::string& what, Call call) const;
 
     const std::string path;
+    const MuxerSettings settings;
     const Container container;
     FileHeader header; // of tracks, tags and chapters as they are added, until it is written
     std::deque<Track> tracks;

@@ -12,8 +12,8 @@ extern "C"
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace Tessor::Host
@@ -23,96 +23,74 @@ namespace
 {
 
 constexpr int BUFFER_SIZE = 1 << 18; // what goes to the writer's thread at once
-constexpr size_t LONGEST_NAME = 255; // in bytes, on all usual file systems
-
-std::string ResolveLinks(const std::string& path)
-{
-    std::error_code ignored;
-    const std::filesystem::path real = std::filesystem::canonical(path, ignored);
-    return ignored ? path : real.string();
-}
-
-std::string FolderOf(const std::string& path)
-{
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
-}
-
-/// In the same folder, since a name changes at once only within a file system. The process number keeps two that write
-/// the same target apart.
-std::string PartName(const std::string& place, int attempt)
-{
-    const std::string suffix =
-        "." + std::to_string(getpid()) + (attempt ? "-" + std::to_string(attempt) : "") + ".tessor-part";
-    std::string name = "." + std::filesystem::path(place).filename().string();
-    name.resize(std::min(name.size(), LONGEST_NAME - suffix.size()));
-    return FolderOf(place) + "/" + name + suffix;
-}
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& target) : target(target), place(ResolveLinks(target))
+// Without a flush: what is not committed is dropped.
+void OutputFile::ContextDeleter::operator()(AVIOContext* context) const
+{
+    av_freep(&context->buffer);
+    avio_context_free(&context);
+}
+
+OutputFile::OutputFile(const std::string& target) : target(target)
 {
     struct stat existing = {};
-    const bool exists = stat(place.c_str(), &existing) == 0;
+    const bool exists = stat(target.c_str(), &existing) == 0;
     if (exists && S_ISDIR(existing.st_mode))
         Fail(std::strerror(EISDIR));
     if (exists && !S_ISREG(existing.st_mode))
         OpenDirectly();
     else
-        CreateBeside(exists ? existing.st_mode & 0777 : 0);
-    CreateContext();
+        OpenBeside();
+    const bool seekable = lseek(handle.Get(), 0, SEEK_CUR) >= 0;
+    CreateContext(seekable);
+    StartWriter(seekable);
 }
 
-OutputFile::~OutputFile()
-{
-    Close();
-    if (!partPath.empty())
-        unlink(partPath.c_str());
-}
+OutputFile::~OutputFile() = default;
 
-/// `mode`: that of the file which will be replaced, 0 when there is none.
-void OutputFile::CreateBeside(unsigned mode)
+// A handle of its own: that of the part holds the lock until the part has moved, which is after this one is closed.
+void OutputFile::OpenBeside()
 {
-    for (int attempt = 0; fd < 0; ++attempt)
-    {
-        const std::string path = PartName(place, attempt);
-        fd = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd >= 0)
-            partPath = path;
-        else if (errno != EEXIST || attempt == 99)
-            Fail(std::strerror(errno));
-    }
-    // A right that can't be carried over is no reason to fail.
-    if (mode && fchmod(fd, mode) != 0)
-        errno = 0;
+    part.emplace(PartFile::Create(target));
+    handle = FileHandle(fcntl(part->GetHandle(), F_DUPFD_CLOEXEC, 0));
+    if (!handle.IsOpen())
+        Fail(std::strerror(errno));
 }
 
 void OutputFile::OpenDirectly()
 {
-    fd = open(place.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0)
+    handle = FileHandle(open(target.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!handle.IsOpen())
         Fail(std::strerror(errno));
 }
 
-void OutputFile::CreateContext()
+void OutputFile::CreateContext(bool seekable)
 {
     uint8_t* buffer = static_cast<uint8_t*>(av_malloc(BUFFER_SIZE));
-    context = buffer ? avio_alloc_context(buffer, BUFFER_SIZE, 1, this, nullptr, WritePacket, Seek) : nullptr;
-    if (context)
+    if (buffer)
+        context.reset(avio_alloc_context(buffer, BUFFER_SIZE, 1, this, nullptr, WritePacket, Seek));
+    if (!context)
     {
-        const bool seekable = lseek(fd, 0, SEEK_CUR) >= 0;
-        writer = std::make_unique<FileWriter>(fd, seekable);
-        context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
-        // libavformat would write packet by packet
-        context->min_packet_size = BUFFER_SIZE;
-        return;
+        av_free(buffer);
+        Fail(std::strerror(ENOMEM));
     }
-    av_free(buffer);
-    Close();
-    if (!partPath.empty())
-        unlink(partPath.c_str());
-    Fail(std::strerror(ENOMEM));
+    context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
+    // libavformat would write packet by packet
+    context->min_packet_size = BUFFER_SIZE;
+}
+
+void OutputFile::StartWriter(bool seekable)
+{
+    try
+    {
+        writer = std::make_unique<FileWriter>(handle.Get(), seekable);
+    }
+    catch (const std::system_error& e)
+    {
+        Fail("no thread can be started to write it: " + e.code().message());
+    }
 }
 
 // What fails on the thread shows here a few blocks later. libavformat goes on all the same; Check is what tells.
@@ -151,48 +129,19 @@ void OutputFile::Check() const
 
 // libavformat's buffer, the thread, the disk, and only then the name: after a power cut there is the old file or all of
 // the new one.
-void OutputFile::Commit()
+void OutputFile::Commit(bool replace)
 {
-    avio_flush(context);
+    avio_flush(context.get());
     writer->Finish();
     Check();
     writer.reset();
     // Devices and pipes can't be synchronised, which is no failure of theirs.
-    if (fsync(fd) != 0 && errno != EINVAL && errno != ENOTSUP)
+    if (fsync(handle.Get()) != 0 && errno != EINVAL && errno != ENOTSUP)
         Fail(std::strerror(errno));
-    // closed whatever close says of it; a second close could hit a file that someone else has opened
-    const int handle = fd;
-    fd = -1;
-    if (close(handle) != 0)
-        Fail(std::strerror(errno));
-    if (partPath.empty())
-        return;
-    if (rename(partPath.c_str(), place.c_str()) != 0)
-        Fail(std::strerror(errno));
-    partPath.clear();
-    SyncFolder();
-}
-
-void OutputFile::SyncFolder() const
-{
-    // The file is complete and in its place: a folder that can't be synchronised changes nothing about that.
-    const int folder = open(FolderOf(place).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
-        return;
-    fsync(folder);
-    close(folder);
-}
-
-// Without a flush: what is not committed is dropped. The thread ends before its file is closed.
-void OutputFile::Close()
-{
-    if (context)
-        av_freep(&context->buffer);
-    avio_context_free(&context);
-    writer.reset();
-    if (fd >= 0)
-        close(fd);
-    fd = -1;
+    if (const int error = handle.Close())
+        Fail(std::strerror(error));
+    if (part)
+        part->Move(replace);
 }
 
 void OutputFile::Fail(const std::string& cause) const

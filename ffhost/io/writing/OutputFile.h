@@ -2,9 +2,11 @@
 
 #include "Fnd/Export.h"
 #include "ffhost/io/writing/FileWriter.h"
+#include "ffhost/io/writing/PartFile.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 struct AVIOContext;
@@ -12,11 +14,10 @@ struct AVIOContext;
 namespace Tessor::Host
 {
 
-/// A file that appears at its place only when it is complete. It grows beside the target under a hidden name of its
-/// own; Commit flushes it to disk, closes it and renames it. The destructor removes what was not committed.
+/// A file that appears at its place only when it is complete. It grows beside the target as a PartFile; Commit flushes
+/// it to disk, closes it and moves it. The destructor removes what was not committed.
 ///
-/// A target that exists and is no regular file (a device, a pipe) is written to directly. A symbolic link is followed:
-/// what it points at is replaced.
+/// A target that exists and is no regular file (a device, a pipe) is written to directly.
 ///
 /// All failures are Core::IOException "FILE: cause". Writing goes on in the background, so a failed write shows
 /// late: in one of the next calls of Check, at the latest in Commit, with the cause that the system gave.
@@ -29,10 +30,11 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     /// The buffered writer over the file, valid until Commit.
-    AVIOContext* GetContext() const { return context; }
+    AVIOContext* GetContext() const { return context.get(); }
     /// Throws when a write is known to have failed.
     void Check() const;
-    void Commit();
+    /// Without `replace` it throws OutputExistsException when something has appeared at the place.
+    void Commit(bool replace);
 
     /// Throws "FILE: cause".
     [[noreturn]] void Fail(const std::string& cause) const;
@@ -41,20 +43,23 @@ private:
     static int WritePacket(void* opaque, uint8_t* data, int size);
     static int64_t Seek(void* opaque, int64_t offset, int whence);
 
-    void CreateBeside(unsigned mode);
+    void OpenBeside();
     void OpenDirectly();
-    void CreateContext();
-    void Close();
-    void SyncFolder() const;
+    void CreateContext(bool seekable);
+    void StartWriter(bool seekable);
 
-    const std::string target; // as the user wrote it, for messages
-    std::string place;        // the target with links resolved
-    std::string partPath;     // the hidden name; empty once renamed, and for a target that is written to directly
-    int fd = -1;
-    std::unique_ptr<FileWriter> writer; // while `fd` is open
+    struct ContextDeleter
+    {
+        void operator()(AVIOContext* context) const;
+    };
+
+    const std::string target;           // as the user wrote it, for messages
+    std::optional<PartFile> part;       // none for a target that is written to directly
+    FileHandle handle;                  // of the part or the target; open until Commit
+    std::unique_ptr<FileWriter> writer; // while the handle is open; its thread ends before that is closed
     int64_t position = 0;               // where the next byte goes
     int64_t size = 0;                   // of the file when all is written
-    AVIOContext* context = nullptr;
+    std::unique_ptr<AVIOContext, ContextDeleter> context;
 };
 
 } // namespace Tessor::Host
