@@ -93,21 +93,29 @@ const char* HintFor(Jobs::JobError::Kind kind)
     return kind == Jobs::JobError::OutputExists ? " (-y overwrites it)" : "";
 }
 
-/// What the library throws in the middle of a job names no file: it is told with the one that the job reads.
-std::string NameFile(Verb& verb, const std::string& text)
+/// The files that the command line names, in the order of the table: the first is what is read.
+std::vector<std::string> ListFiles(Verb& verb)
 {
+    std::vector<std::string> files;
     for (const Option& option : verb.GetOptions())
     {
         if (!option.file)
             continue;
-        const auto* const one = std::get_if<std::string*>(&option.target);
-        const auto* const many = std::get_if<std::vector<std::string>*>(&option.target);
-        const std::string name = one ? **one : many && !(*many)->empty() ? (*many)->front() : "";
-        // the first that is a file is what is read
-        if (!name.empty())
-            return text.find(name) != text.npos ? text : name + ": " + text;
+        if (const auto* const one = std::get_if<std::string*>(&option.target))
+            files.push_back(**one);
+        else if (const auto* const many = std::get_if<std::vector<std::string>*>(&option.target))
+            files.insert(files.end(), (*many)->begin(), (*many)->end());
     }
-    return text;
+    std::erase(files, "");
+    return files;
+}
+
+/// What the library throws in the middle of a job often names no file: it is told with the one that the job reads.
+std::string NameFile(Verb& verb, const std::string& text)
+{
+    const std::vector<std::string> files = ListFiles(verb);
+    const auto isNamed = [&](const std::string& file) { return text.find(file) != text.npos; };
+    return files.empty() || std::any_of(files.begin(), files.end(), isNamed) ? text : files.front() + ": " + text;
 }
 
 // The only place where failures end; from the most to the least that is known of them.
@@ -131,6 +139,10 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     {
         VLOG(11) << boost::diagnostic_information(e);
         return Fail(ExitCode::Failed, NameFile(verb, Describe(e)));
+    }
+    catch (const std::bad_alloc&)
+    {
+        return Fail(ExitCode::Failed, NameFile(verb, "out of memory"));
     }
     catch (const std::exception& e)
     {

@@ -1,8 +1,9 @@
 #include "ffhost/Log.h"
 
+#include "ffhost/ErrorText.h"
+
 extern "C"
 {
-#include <libavutil/error.h>
 #include <libavutil/log.h>
 }
 
@@ -68,8 +69,7 @@ FFmpegErrorCapture::~FFmpegErrorCapture()
 
 std::string FFmpegErrorCapture::GetText(int code) const
 {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    return first.empty() ? av_make_error_string(text, sizeof(text), code) : GetText();
+    return first.empty() ? DescribeError(code) : GetText();
 }
 
 std::string FFmpegErrorCapture::GetText() const

@@ -92,12 +92,6 @@ void SetOption(AVCodecContext& context, const char* option, const std::string& v
                                       std::string(context.codec->name) + " does not take " + option + "=" + value);
 }
 
-std::string AvError(int code)
-{
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    return av_make_error_string(text, sizeof(text), code);
-}
-
 int GetThreadCount()
 {
     constexpr unsigned useful = 16; // libavcodec advises against more

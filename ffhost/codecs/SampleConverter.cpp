@@ -1,6 +1,7 @@
 #include "ffhost/codecs/SampleConverter.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/ErrorText.h"
 
 extern "C"
 {
@@ -53,7 +54,7 @@ void SampleConverter::Open(const AVFrame& frame)
     context.reset(opened);
     result = result < 0 ? result : swr_init(context.get());
     if (result < 0)
-        Throw<FilterException>(TESSOR_HERE, "Can't convert the format of samples: " + AvError(result));
+        Throw<FilterException>(TESSOR_HERE, "Can't convert the format of samples: " + DescribeError(result));
     input.reset(av_frame_alloc());
     if (!input)
         throw std::bad_alloc();
@@ -83,7 +84,7 @@ FramePtr SampleConverter::Convert(const AVFrame& frame)
     const int count = swr_convert(context.get(), result->extended_data, result->nb_samples,
                                   const_cast<const uint8_t**>(frame.extended_data), frame.nb_samples);
     if (count < 0)
-        Throw<FilterException>(TESSOR_HERE, "Can't convert samples: " + AvError(count));
+        Throw<FilterException>(TESSOR_HERE, "Can't convert samples: " + DescribeError(count));
     result->nb_samples = count;
     return result;
 }

@@ -1,6 +1,7 @@
 #include "ffhost/effects/Resampler.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/ErrorText.h"
 #include "ffhost/Log.h"
 #include "ffhost/effects/Frames.h"
 #include "media/items/DataAudioFF.h"
@@ -168,7 +169,7 @@ SP<IDataAudio> Resampler::Convert(const AudioRef& input)
     const int count = swr_convert(context.get(), planes.data(), room,
                                   from.empty() ? nullptr : const_cast<const uint8_t**>(from.data()), input.sampleCount);
     if (count < 0)
-        Throw<EffectException>(TESSOR_HERE, "Can't resample: " + AvError(count));
+        Throw<EffectException>(TESSOR_HERE, "Can't resample: " + DescribeError(count));
     if (count == 0)
         return nullptr;
     if (count < room)

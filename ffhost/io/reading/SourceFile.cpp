@@ -92,16 +92,16 @@ SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings)
     // To libavformat an empty file is one of unknown format. Pipes and devices have no size, and pass.
     const auto status = std::filesystem::status(path, error);
     if (std::filesystem::is_directory(status))
-        Fail("Is a directory");
+        Fail("is a folder");
     if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
-        Fail("The file is empty");
+        Fail("is empty");
     Open();
     // The survey has taken packets from the beginning, and what it found goes in where a file is opened.
     if (SurveyHeaders(*context, headers))
         Open();
     FindStreams();
     if (context->nb_streams == 0)
-        Fail("No streams found");
+        Fail("holds no tracks");
     selected.assign(context->nb_streams, false);
     ApplySelection();
 }
@@ -138,7 +138,7 @@ void SourceFile::Open()
 {
     AVFormatContext* opened = avformat_alloc_context();
     if (!opened)
-        Fail("Out of memory");
+        Fail("out of memory");
     opened->interrupt_callback = {IsInterrupted, this};
     AVDictionary* options = nullptr;
     if (deep)
@@ -161,7 +161,8 @@ void SourceFile::Open()
         });
     const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
     if (code < 0)
-        Fail(code == AVERROR_INVALIDDATA ? "Unknown format or damaged header" + cause : errors.GetText(code));
+        Fail(code == AVERROR_INVALIDDATA ? "unknown format or damaged header" + cause
+                                         : "can't be opened: " + errors.GetText(code));
     ReplaceHeaders();
 }
 
@@ -180,7 +181,7 @@ void SourceFile::ReplaceHeaders()
         const size_t size = found.header.size();
         parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
         if (!parameters.extradata)
-            Fail("Out of memory");
+            Fail("out of memory");
         std::copy(found.header.begin(), found.header.end(), parameters.extradata);
         parameters.extradata_size = static_cast<int>(size);
     }
@@ -232,7 +233,7 @@ PacketPtr SourceFile::Read()
         settings.checkpoint();
     PacketPtr packet(av_packet_alloc());
     if (!packet)
-        Fail("Out of memory");
+        Fail("out of memory");
     if (std::exchange(rewinding, false) && !SeekToFirst())
         Reopen();
     atStart = false;
@@ -353,7 +354,7 @@ void SourceFile::Reopen()
     FindStreams();
     // A file that was changed under us must not shift the numbers of its tracks.
     if (context->nb_streams < selected.size())
-        Fail("The file has changed");
+        Fail("has changed");
     ApplySelection();
 }
 

@@ -1,6 +1,7 @@
 #include "ffhost/io/writing/OutputFile.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/ErrorText.h"
 
 extern "C"
 {
@@ -38,7 +39,7 @@ OutputFile::OutputFile(const std::string& target) : target(target)
     struct stat existing = {};
     const bool exists = stat(target.c_str(), &existing) == 0;
     if (exists && S_ISDIR(existing.st_mode))
-        Fail(std::strerror(EISDIR));
+        Fail("can't be written", EISDIR);
     if (exists && !S_ISREG(existing.st_mode))
         OpenDirectly();
     else
@@ -56,14 +57,14 @@ void OutputFile::OpenBeside()
     part.emplace(PartFile::Create(target));
     handle = FileHandle(fcntl(part->GetHandle(), F_DUPFD_CLOEXEC, 0));
     if (!handle.IsOpen())
-        Fail(std::strerror(errno));
+        Fail("can't be created", errno);
 }
 
 void OutputFile::OpenDirectly()
 {
     handle = FileHandle(open(target.c_str(), O_WRONLY | O_CLOEXEC));
     if (!handle.IsOpen())
-        Fail(std::strerror(errno));
+        Fail("can't be opened", errno);
 }
 
 void OutputFile::CreateContext(bool seekable)
@@ -74,7 +75,7 @@ void OutputFile::CreateContext(bool seekable)
     if (!context)
     {
         av_free(buffer);
-        Fail(std::strerror(ENOMEM));
+        Fail("can't be written", ENOMEM);
     }
     context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
     // libavformat would write packet by packet
@@ -119,12 +120,9 @@ int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)
 void OutputFile::Check() const
 {
     if (const int error = writer ? writer->GetError() : 0)
-        Fail(std::strerror(error));
+        Fail("can't be written", error);
     if (context && context->error < 0)
-    {
-        char text[AV_ERROR_MAX_STRING_SIZE] = {};
-        Fail(av_make_error_string(text, sizeof(text), context->error));
-    }
+        Fail("can't be written", AVUNERROR(context->error));
 }
 
 // libavformat's buffer, the thread, the disk, and only then the name: after a power cut there is the old file or all of
@@ -137,11 +135,16 @@ void OutputFile::Commit(bool replace)
     writer.reset();
     // Devices and pipes can't be synchronised, which is no failure of theirs.
     if (fsync(handle.Get()) != 0 && errno != EINVAL && errno != ENOTSUP)
-        Fail(std::strerror(errno));
+        Fail("can't be brought to the disk", errno);
     if (const int error = handle.Close())
-        Fail(std::strerror(error));
+        Fail("can't be closed", error);
     if (part)
         part->Move(replace);
+}
+
+void OutputFile::Fail(const std::string& what, int error) const
+{
+    Fail(what + ": " + DescribeError(AVERROR(error)));
 }
 
 void OutputFile::Fail(const std::string& cause) const

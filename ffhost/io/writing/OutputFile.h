@@ -40,6 +40,9 @@ public:
     [[noreturn]] void Fail(const std::string& cause) const;
 
 private:
+    /// The same by errno, with what could not be done.
+    [[noreturn]] void Fail(const std::string& what, int error) const;
+
     static int WritePacket(void* opaque, uint8_t* data, int size);
     static int64_t Seek(void* opaque, int64_t offset, int whence);
 

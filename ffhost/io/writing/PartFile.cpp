@@ -1,8 +1,14 @@
 #include "ffhost/io/writing/PartFile.h"
 
+#include "ffhost/ErrorText.h"
+
+extern "C"
+{
+#include <libavutil/error.h>
+}
+
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
@@ -103,7 +109,7 @@ PartFile PartFile::Create(const std::string& target)
         },
         0);
     if (error)
-        part.Fail(error);
+        part.Fail("can't be created", error);
     struct stat replaced = {};
     // A right that can't be carried over is no reason to fail.
     if (stat(part.place.c_str(), &replaced) == 0 && fchmod(part.GetHandle(), replaced.st_mode & 0777) != 0)
@@ -176,7 +182,7 @@ void PartFile::Move(bool replace)
     if (error == EEXIST && !replace)
         Throw<OutputExistsException>(TESSOR_HERE, target + ": exists");
     if (error)
-        Fail(error);
+        Fail("can't take its place", error);
     path.clear();
     SyncFolder();
 }
@@ -189,9 +195,9 @@ void PartFile::SyncFolder() const
         fsync(folder.Get());
 }
 
-void PartFile::Fail(int error) const
+void PartFile::Fail(const std::string& what, int error) const
 {
-    Throw<Core::IOException>(TESSOR_HERE, target + ": " + std::strerror(error));
+    Throw<Core::IOException>(TESSOR_HERE, target + ": " + what + ": " + DescribeError(AVERROR(error)));
 }
 
 } // namespace Tessor::Host

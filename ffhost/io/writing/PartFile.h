@@ -49,7 +49,7 @@ private:
     bool Lock(int patience) const;
     void RemoveStale() const;
     void SyncFolder() const;
-    [[noreturn]] void Fail(int error) const;
+    [[noreturn]] void Fail(const std::string& what, int error) const;
 
     const std::string target, place;
     std::string path;  // the hidden name; empty while there is none, and once moved
