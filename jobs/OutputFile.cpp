@@ -29,8 +29,13 @@ void CheckContainer(const std::string& output)
 
 void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite)
 {
-    namespace fs = std::filesystem;
     CheckContainer(output);
+    CheckPlace(output, inputs, overwrite);
+}
+
+void CheckPlace(const std::string& output, const std::vector<std::string>& inputs, bool overwrite)
+{
+    namespace fs = std::filesystem;
     std::error_code ignored;
     for (const std::string& input : inputs)
     {

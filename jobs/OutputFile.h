@@ -14,6 +14,9 @@ namespace Tessor::Jobs
 /// already. Throws JobError.
 TESSOR_API void CheckOutput(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
 
+/// The same for a file that is no media file: its name tells nothing.
+void CheckPlace(const std::string& output, const std::vector<std::string>& inputs, bool overwrite);
+
 /// Refuses an encoder that is not there, or that takes no such options, for the output's tracks of that kind. Throws
 /// JobError.
 void CheckOutputEncoder(const std::string& output, MediaType type, const Host::EncoderOptions& options);

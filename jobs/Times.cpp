@@ -158,6 +158,14 @@ void PutInOrder(std::vector<AskedRange>& ranges, avTime duration)
     }
 }
 
+std::vector<Range> GetRanges(const std::vector<AskedRange>& asked)
+{
+    std::vector<Range> ranges;
+    for (const AskedRange& one : asked)
+        ranges.push_back(one.range);
+    return ranges;
+}
+
 std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration)
 {
     std::vector<Range> rest;

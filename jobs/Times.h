@@ -16,6 +16,8 @@ struct TimeContext
     /// Time of frame n in the order of display, counted from the end where n is negative; throws JobError when there is
     /// no such frame.
     std::function<avTime(long long)> frameTime;
+    int frameRateNum = 0, frameRateDen = 1; ///< for lists that count frames; 0 when unknown
+    std::string timecode = {};              ///< of the first frame; empty where the file has none
 };
 
 /// A half-open range of source time.
@@ -39,8 +41,10 @@ struct TESSOR_API RangeList
 {
     std::vector<std::string> texts; ///< "A-B[,C-D]", as ParseRanges takes them
     std::vector<Range> times;
+    std::vector<std::string> files = {};    ///< names of cut lists
+    std::vector<std::string> chapters = {}; ///< "2,4-6" or a title
 
-    bool IsEmpty() const { return texts.empty() && times.empty(); }
+    bool IsEmpty() const { return texts.empty() && times.empty() && files.empty() && chapters.empty(); }
 };
 
 /// A time in one of FFmpeg's forms ([HH:]MM:SS[.m], S[.m][s|ms|us]) or a frame ("123f"), with a minus counted back from
@@ -58,6 +62,9 @@ TESSOR_API std::vector<AskedRange> ParseRanges(const std::string& option, const 
 
 /// Sorts them. Ranges that are reversed, empty, overlapping or beyond the end throw JobError.
 TESSOR_API void PutInOrder(std::vector<AskedRange>& ranges, avTime duration);
+
+/// Without what was said of them.
+TESSOR_API std::vector<Range> GetRanges(const std::vector<AskedRange>& asked);
 
 /// What is left of 0 to the duration without the ranges.
 TESSOR_API std::vector<Range> Complement(const std::vector<Range>& ranges, avTime duration);

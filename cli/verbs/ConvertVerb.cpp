@@ -3,6 +3,7 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
+#include "cli/options/RangeFlags.h"
 #include "jobs/Times.h"
 #include "jobs/convert/ConvertJob.h"
 
@@ -59,15 +60,16 @@ public:
         OptionTable table = {
             {"IN", "", "the file to convert", &settings.input, {}, true, true},
             {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
-            {"--keep", "A-B[,C-D]", "ranges to keep, exactly, before all filters; may be given several times",
-             &settings.keep.texts},
-            {"--remove", "A-B[,C-D]", "ranges to remove", &settings.remove.texts},
+        };
+        AddRangeOptions(table, settings.keep, settings.remove);
+        const OptionTable more = {
             {"--vf", "CHAIN", "filters of pictures: name=key=value:key=value,name=... (tessor filters lists them)",
              &settings.videoChain},
             {"--af", "CHAIN", "filters of sound", &settings.audioChain},
             {"--no-video", "", "leave the pictures out", &settings.noVideo},
             {"--no-audio", "", "leave the sound out", &settings.noAudio},
         };
+        table.insert(table.end(), more.begin(), more.end());
         video.AddOptions(table);
         audio.AddOptions(table);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});

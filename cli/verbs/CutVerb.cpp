@@ -2,7 +2,9 @@
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
+#include "cli/options/RangeFlags.h"
 #include "jobs/cut/CutJob.h"
+#include "jobs/lists/CutLists.h"
 
 #include <cmath>
 
@@ -92,6 +94,14 @@ void PrintText(const CutReport& report)
         PrintVerdict(*report.verdict);
 }
 
+std::vector<std::string> NameFormats()
+{
+    std::vector<std::string> names;
+    for (const auto& format : GetCutListFormats())
+        names.push_back(format->GetName());
+    return names;
+}
+
 class CutVerb final : public Verb
 {
 public:
@@ -99,12 +109,20 @@ public:
     std::string GetSummary() const override { return "take time out of a file without loss, exactly"; }
     OptionTable GetOptions() override
     {
-        return {
+        OptionTable table = {
             {"IN", "", "the file to cut", &settings.input, {}, true, true},
             {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true},
-            {"--keep", "A-B[,C-D]", "ranges to keep, from picture to picture; may be given several times",
-             &settings.keep.texts},
-            {"--remove", "A-B[,C-D]", "ranges to remove", &settings.remove.texts},
+        };
+        AddRangeOptions(table, settings.keep, settings.remove);
+        const OptionTable more = {
+            {"--write-list",
+             "FILE",
+             "write what is kept to a cut list; its name tells the format",
+             &settings.listOutput,
+             {},
+             true},
+            {"--list-format", "NAME", "the format of that list, whatever its name is", &settings.listFormat,
+             NameFormats()},
             {"--plan", "",
              "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing",
              &planOnly},
@@ -112,6 +130,8 @@ public:
              &settings.verify},
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
+        table.insert(table.end(), more.begin(), more.end());
+        return table;
     }
 
     ExitCode Run(const CommonOptions& common) override

@@ -12,6 +12,7 @@ namespace Tessor::Jobs
 
 PlanReport CutJob::Plan(IProgress& progress) const
 {
+    const ListOutput list = MakeList();
     CutSession session(settings, progress);
     PlanReport report;
     report.input = settings.input;
@@ -21,15 +22,27 @@ PlanReport CutJob::Plan(IProgress& progress) const
         if (track.IsVideo())
             report.tracks.push_back({track.index, track.cutAnywhere, track.obstacle});
     report.warnings = session.GetWarnings();
+    list.Write(report.intervals, session.GetAsked(), session.GetInfo());
     return report;
 }
 
 CutReport CutJob::Run(IProgress& progress) const
 {
     CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    const ListOutput list = MakeList();
     CutSession session(settings, progress);
-    if (!settings.verify)
-        return Write(session, progress);
+    CutReport report = settings.verify ? WriteVerified(session, progress) : Write(session, progress);
+    list.Write(report.intervals, session.GetAsked(), session.GetInfo());
+    return report;
+}
+
+ListOutput CutJob::MakeList() const
+{
+    return {settings.listOutput, settings.listFormat, {settings.input, settings.output}, settings.overwrite};
+}
+
+CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
+{
     PreviousOutput previous(settings.output);
     CutReport report = Write(session, progress);
     try

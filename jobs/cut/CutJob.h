@@ -3,6 +3,7 @@
 #include "jobs/IProgress.h"
 #include "jobs/cut/CutReport.h"
 #include "jobs/cut/CutSettings.h"
+#include "jobs/lists/ListOutput.h"
 
 namespace Tessor::Jobs
 {
@@ -23,6 +24,8 @@ public:
     CutReport Run(IProgress& progress) const;
 
 private:
+    ListOutput MakeList() const;
+    CutReport WriteVerified(CutSession& session, IProgress& progress) const;
     CutReport Write(CutSession& session, IProgress& progress) const;
 
     const CutSettings settings;

@@ -33,7 +33,8 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     // What is asked for is told by the first video track, which comes first. It is read alone: other tracks, once they
     // are selected, are read along with it and held in memory.
     JoinTrack(chosen.front());
-    ranges = FromFirstEntry(ReadRequest(request));
+    asked = ReadRequest(request);
+    ranges = FromFirstEntry(GetRanges(asked));
     SnapToPictures();
     std::for_each(chosen.begin() + 1, chosen.end(), [this](int index) { JoinTrack(index); });
     intervals = new Proc::CutIntervals(MakeTimeline());
@@ -78,11 +79,10 @@ SP<Proc::IStreamRaw> CutSession::JoinFields(const CutTrack& track) const
     return Host::FieldJoiner::Create(track.source, GetInfo().tracks[track.index]);
 }
 
-std::vector<Range> CutSession::ReadRequest(const CutSettings& request)
+std::vector<AskedRange> CutSession::ReadRequest(const CutSettings& request)
 {
     const auto video = [this] { return GetVideo() ? JoinFields(*GetVideo()) : nullptr; };
-    return GetRanges(
-        ReadKeptRanges(request.keep, request.remove, GetInfo(), MakeTimeContext(GetInfo(), video), warnings));
+    return ReadKeptRanges(request.keep, request.remove, GetInfo(), MakeTimeContext(GetInfo(), video), warnings);
 }
 
 std::vector<Range> CutSession::FromFirstEntry(std::vector<Range> list)

@@ -55,6 +55,8 @@ public:
     /// The intervals as they stand now; during the cut they may only widen.
     Proc::CutTimeline GetCut() const { return intervals->GetTimeline(); }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
+    /// The request as it was read, before it was brought to pictures and groups.
+    const std::vector<AskedRange>& GetAsked() const { return asked; }
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
@@ -62,7 +64,7 @@ private:
     void JoinTrack(int index);
     /// The track's source as it is displayed: a packet is a picture.
     SP<Proc::IStreamRaw> JoinFields(const CutTrack& track) const;
-    std::vector<Range> ReadRequest(const CutSettings& request);
+    std::vector<AskedRange> ReadRequest(const CutSettings& request);
     /// Without the pictures that no key picture comes before, unless a range copies them from the file's start on.
     std::vector<Range> FromFirstEntry(std::vector<Range> ranges);
     void SnapToPictures();
@@ -83,8 +85,9 @@ private:
     SP<Host::CodecFactory> codecs;
     SP<Proc::FilterCutController> controller;
     std::vector<CutTrack> tracks; // video first
-    std::vector<Range> ranges;    // what is asked of the controller: the request, brought to pictures and groups
-    bool keepsLead = true;        // settled once the tracks are joined
+    std::vector<AskedRange> asked;
+    std::vector<Range> ranges; // what is asked of the controller: the request, brought to pictures and groups
+    bool keepsLead = true;     // settled once the tracks are joined
     std::vector<std::string> warnings;
 };
 

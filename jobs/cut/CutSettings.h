@@ -15,6 +15,10 @@ struct CutSettings
     RangeList keep, remove;
     bool overwrite = false;
     bool verify = false; ///< the result is decoded and held against the source
+    /// A file to write what is kept to, as a cut list; empty: none. Its name tells the format, unless `listFormat`
+    /// does.
+    std::string listOutput = {};
+    std::string listFormat = {};
 };
 
 } // namespace Tessor::Jobs

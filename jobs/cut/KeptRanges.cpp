@@ -2,6 +2,8 @@
 
 #include "jobs/JobError.h"
 #include "jobs/cut/Groups.h"
+#include "jobs/lists/ChapterNumbers.h"
+#include "jobs/lists/CutLists.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -23,16 +25,62 @@ avTime TimeOf(long long frame, const std::vector<avTime>& times, avTime duration
     return place < 0 ? 0 : place == count ? duration : times[static_cast<size_t>(place)];
 }
 
-std::vector<AskedRange> ReadRanges(const std::string& option, const RangeList& list, const TimeContext& context)
+/// All that was asked for, whichever way.
+class RangeReader
 {
-    std::vector<AskedRange> ranges;
-    for (const std::string& text : list.texts)
-        for (AskedRange& range : ParseRanges("--" + option, text, context))
-            ranges.push_back(std::move(range));
-    for (const Range& range : list.times)
-        ranges.push_back({range, "", fmt::format("{} {} to {}", option, T2S(range.start), T2S(range.end))});
-    PutInOrder(ranges, context.duration);
-    return ranges;
+public:
+    RangeReader(const Host::MediaInfo& info, const TimeContext& context, std::vector<std::string>& warnings)
+        : info(info), context(context), warnings(warnings)
+    {
+    }
+
+    std::vector<AskedRange> Read(const RangeList& list, bool remove)
+    {
+        const std::string option = remove ? "--remove" : "--keep";
+        for (const std::string& text : list.texts)
+            Add(ParseRanges(option, text, context));
+        for (const Range& range : list.times)
+            ranges.push_back({range, "", fmt::format("{} {} to {}", option, T2S(range.start), T2S(range.end))});
+        for (const std::string& text : list.chapters)
+            Add(ParseChapters(option + "-chapters", text, info));
+        for (const std::string& file : list.files)
+            AddFile(file, remove);
+        PutInOrder(ranges, context.duration);
+        return std::move(ranges);
+    }
+
+private:
+    void Add(const std::vector<AskedRange>& more) { ranges.insert(ranges.end(), more.begin(), more.end()); }
+
+    void AddFile(const std::string& file, bool remove)
+    {
+        CutList list = ReadCutList(ListText::Open(file), context, remove);
+        if (list.ranges.empty())
+            throw JobError(JobError::BadRequest, file + ": the list " + (remove ? "removes" : "keeps") + " nothing");
+        Add(list.ranges);
+        warnings.insert(warnings.end(), list.warnings.begin(), list.warnings.end());
+    }
+
+    const Host::MediaInfo& info;
+    const TimeContext& context;
+    std::vector<std::string>& warnings;
+    std::vector<AskedRange> ranges; // as they stand, until all are read
+};
+
+/// Empty where no track has one.
+std::string FindTimecode(const Host::MediaInfo& info)
+{
+    const auto find = [](const Host::Tags& tags)
+    {
+        const auto found =
+            std::find_if(tags.begin(), tags.end(), [](const auto& tag) { return tag.first == "timecode"; });
+        return found == tags.end() ? std::string() : found->second;
+    };
+    std::string timecode = find(info.tags);
+    for (const Host::TrackInfo& track : info.tracks)
+        if (timecode.empty())
+            timecode = find(track.tags);
+    return timecode;
 }
 
 std::vector<AskedRange> Untitled(const std::vector<Range>& ranges)
@@ -48,16 +96,25 @@ std::vector<AskedRange> Untitled(const std::vector<Range>& ranges)
 TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::IStreamRaw>()> video)
 {
     const auto times = std::make_shared<std::vector<avTime>>(); // scanned once
-    return {.duration = info.duration,
-            .frameTime = [duration = info.duration, times, video = std::move(video)](long long frame)
-            {
-                const SP<Proc::IStreamRaw> stream = times->empty() ? video() : nullptr;
-                if (stream)
-                    *times = ScanPictureTimes(*stream);
-                if (times->empty())
-                    throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
-                return TimeOf(frame, *times, duration);
-            }};
+    TimeContext context{.duration = info.duration, .frameTime = nullptr, .timecode = FindTimecode(info)};
+    context.frameTime = [duration = info.duration, times, video = std::move(video)](long long frame)
+    {
+        const SP<Proc::IStreamRaw> stream = times->empty() ? video() : nullptr;
+        if (stream)
+            *times = ScanPictureTimes(*stream);
+        if (times->empty())
+            throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
+        return TimeOf(frame, *times, duration);
+    };
+    const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
+                                    [](const Host::TrackInfo& candidate)
+                                    { return candidate.IsDense() && candidate.type == MediaType::Video; });
+    if (track != info.tracks.end())
+    {
+        context.frameRateNum = track->frameRateNum;
+        context.frameRateDen = track->frameRateDen;
+    }
+    return context;
 }
 
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::MediaInfo& info,
@@ -65,8 +122,8 @@ std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& r
 {
     const bool keeps = !keep.IsEmpty();
     if (keeps == !remove.IsEmpty())
-        throw JobError(JobError::BadRequest, "give either --keep or --remove");
-    std::vector<AskedRange> list = keeps ? ReadRanges("keep", keep, context) : ReadRanges("remove", remove, context);
+        throw JobError(JobError::BadRequest, "give either what to keep or what to remove: --keep or --remove");
+    std::vector<AskedRange> list = RangeReader(info, context, warnings).Read(keeps ? keep : remove, !keeps);
     for (AskedRange& asked : list)
     {
         if (asked.range.end <= context.duration)
@@ -79,14 +136,6 @@ std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& r
     if (list.empty())
         throw JobError(JobError::BadRequest, "nothing would be left of " + info.path);
     return list;
-}
-
-std::vector<Range> GetRanges(const std::vector<AskedRange>& asked)
-{
-    std::vector<Range> ranges;
-    for (const AskedRange& one : asked)
-        ranges.push_back(one.range);
-    return ranges;
 }
 
 Proc::CutTimeline KeepRanges(const std::vector<Range>& kept, avTime duration, bool keepsLead)

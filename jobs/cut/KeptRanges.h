@@ -23,9 +23,6 @@ TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::MediaInfo& info,
                                        const TimeContext& context, std::vector<std::string>& warnings);
 
-/// Without what was said of them.
-TESSOR_API std::vector<Range> GetRanges(const std::vector<AskedRange>& asked);
-
 /// The cut that keeps these ranges of a file and deletes the rest. Ranges that reach the duration hold all that comes
 /// later, for there is no seam at their end, and with `keepsLead` a first one from 0 on all that comes earlier.
 TESSOR_API Proc::CutTimeline KeepRanges(const std::vector<Range>& kept, avTime duration, bool keepsLead = true);

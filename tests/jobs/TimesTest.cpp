@@ -1,7 +1,6 @@
 #include "jobs/Times.h"
 
 #include "jobs/JobError.h"
-#include "jobs/cut/KeptRanges.h"
 #include "tests/support/ReadAll.h"
 
 using namespace Tessor;

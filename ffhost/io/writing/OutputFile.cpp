@@ -11,7 +11,6 @@ extern "C"
 }
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
