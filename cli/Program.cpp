@@ -5,24 +5,21 @@
 #include "cli/Printable.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
-#include "cli/options/Completion.h"
-#include "cli/options/ManPage.h"
+#include "cli/options/HelpNotes.h"
 #include "cli/options/UsageError.h"
 #include "ffhost/Log.h"
 #include "jobs/JobError.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <boost/exception/diagnostic_information.hpp>
 #include <glog/logging.h>
-#include <iostream>
 
 namespace Tessor::Cli
 {
 
 namespace
 {
-
-constexpr const char* version = TESSOR_VERSION; // of the project, as CMake knows it
 
 int Fail(ExitCode code, const std::string& text)
 {
@@ -151,34 +148,29 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     }
 }
 
+CLI::App* AddVerb(CLI::App& app, Verb& verb, CommonOptions& common)
+{
+    CLI::App* command = app.add_subcommand(verb.GetName(), verb.GetSummary());
+    for (const Option& option : GetAllOptions(verb, common))
+        AddOption(*command, option);
+    command->footer(GetHelpNotes(verb));
+    return command;
+}
+
 } // namespace
 
 int RunProgram(int argc, char** argv)
 {
     google::InitGoogleLogging("tessor");
     CLI::App app("Tessor: cuts, repacks, converts and examines video files", "tessor");
-    app.set_version_flag("--version", std::string("tessor ") + version);
+    app.set_version_flag("--version", "tessor " TESSOR_VERSION);
     app.require_subcommand(1);
 
     CommonOptions common;
-    std::string shell;
     const std::vector<std::unique_ptr<Verb>> verbs = MakeVerbs();
     std::vector<CLI::App*> commands;
     for (const std::unique_ptr<Verb>& verb : verbs)
-    {
-        CLI::App* command = app.add_subcommand(verb->GetName(), verb->GetSummary());
-        for (const Option& option : verb->GetOptions())
-            AddOption(*command, option);
-        for (const Option& option : GetCommonOptions(common))
-            AddOption(*command, option);
-        commands.push_back(command);
-    }
-    CLI::App* completion = app.add_subcommand("completion", "print the completion script of a shell");
-    completion->add_option("SHELL", shell, "bash, zsh or fish")
-        ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
-    CLI::App* manual = app.add_subcommand("manual", "print the manual page (roff)");
-
+        commands.push_back(AddVerb(app, *verb, common));
     try
     {
         app.parse(argc, argv);
@@ -191,17 +183,10 @@ int RunProgram(int argc, char** argv)
     {
         return Fail(ExitCode::Usage, DescribeUsageError(app, e));
     }
-
-    if (completion->parsed())
-        std::cout << GetCompletion(shell, verbs);
-    if (manual->parsed())
-        std::cout << GetManPage(verbs, version);
-    for (size_t i = 0; i < verbs.size(); ++i)
-    {
-        if (commands[i]->parsed())
-            return RunVerb(*verbs[i], common);
-    }
-    return static_cast<int>(ExitCode::Done);
+    // one is parsed, or else it would not have been understood
+    const auto parsed =
+        std::find_if(commands.begin(), commands.end(), [](const CLI::App* command) { return command->parsed(); });
+    return RunVerb(*verbs[static_cast<size_t>(parsed - commands.begin())], common);
 }
 
 } // namespace Tessor::Cli

@@ -14,7 +14,18 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs()
     verbs.push_back(MakeMixVerb());
     verbs.push_back(MakeToneVerb());
     verbs.push_back(MakeDetectVerb());
+    verbs.push_back(MakeListVerb());
+    verbs.push_back(MakeCompletionVerb());
+    verbs.push_back(MakeManualVerb());
     return verbs;
+}
+
+OptionTable GetAllOptions(Verb& verb, CommonOptions& common)
+{
+    OptionTable table = verb.GetOptions();
+    const OptionTable others = verb.TakesCommonOptions() ? GetCommonOptions(common) : OptionTable();
+    table.insert(table.end(), others.begin(), others.end());
+    return table;
 }
 
 OptionTable GetCommonOptions(CommonOptions& common)

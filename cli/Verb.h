@@ -20,6 +20,12 @@ struct CommonOptions
     std::string logFile;
 };
 
+/// A use of a verb, for its help and the manual.
+struct Example
+{
+    std::string command, meaning;
+};
+
 /// A verb of the program: a name, its option table, and what it does.
 class Verb
 {
@@ -29,6 +35,11 @@ public:
     virtual std::string GetSummary() const = 0;
     /// The verb's own options; their targets live in the verb.
     virtual OptionTable GetOptions() = 0;
+    virtual std::vector<Example> GetExamples() const { return {}; }
+    /// Its help explains how times are written.
+    virtual bool TakesTimes() const { return false; }
+    /// Has the options of all verbs beside its own.
+    virtual bool TakesCommonOptions() const { return true; }
     /// Runs with the options filled in. Throws UserError and the system's exceptions.
     virtual ExitCode Run(const CommonOptions& common) = 0;
 };
@@ -41,10 +52,15 @@ std::unique_ptr<Verb> MakeFiltersVerb();
 std::unique_ptr<Verb> MakeMixVerb();
 std::unique_ptr<Verb> MakeToneVerb();
 std::unique_ptr<Verb> MakeDetectVerb();
+std::unique_ptr<Verb> MakeListVerb();
+std::unique_ptr<Verb> MakeCompletionVerb();
+std::unique_ptr<Verb> MakeManualVerb();
 
 /// All verbs, in the order in which help lists them.
 std::vector<std::unique_ptr<Verb>> MakeVerbs();
 
+/// The verb's own options, and those of all verbs where it takes them.
+OptionTable GetAllOptions(Verb& verb, CommonOptions& common);
 /// The table of what every verb takes.
 OptionTable GetCommonOptions(CommonOptions& common);
 

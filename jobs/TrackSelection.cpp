@@ -73,9 +73,12 @@ const char* KindName(const Host::TrackInfo& track)
 {
     if (track.attachment)
         return "attachment";
-    if (track.attachedPicture)
-        return "cover";
-    switch (track.type)
+    return track.attachedPicture ? "cover" : KindName(track.type);
+}
+
+const char* KindName(MediaType type)
+{
+    switch (type)
     {
     case MediaType::Video:
         return "video";

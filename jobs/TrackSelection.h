@@ -30,6 +30,7 @@ TESSOR_API std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::
 void AddLateStreams(const Host::Demuxer& demuxer, std::vector<std::string>& warnings);
 
 /// What a track is, in a word for reports.
+TESSOR_API const char* KindName(MediaType type);
 TESSOR_API const char* KindName(const Host::TrackInfo& track);
 
 } // namespace Tessor::Jobs

@@ -11,10 +11,7 @@ namespace
 OptionTable AllOptions(Verb& verb)
 {
     static CommonOptions unused; // targets of options that are only listed
-    OptionTable table = verb.GetOptions();
-    const OptionTable common = GetCommonOptions(unused);
-    table.insert(table.end(), common.begin(), common.end());
-    return table;
+    return GetAllOptions(verb, unused);
 }
 
 std::string Join(const std::vector<std::string>& words)
@@ -31,26 +28,34 @@ std::string Quoted(std::string text)
     return "'" + text + "'";
 }
 
-/// By verb and the word before the cursor: the words that an option takes, or the verb's options, or else files.
+/// The cases of bash in which words are known: by verb and the word before the cursor, or, for positionals, the number
+/// of the word at it. `place` counts those that came.
+std::string BashCases(const std::string& verb, const Option& option, int& place)
+{
+    const std::vector<std::string> words = option.GetWords();
+    std::string cases;
+    for (const std::string& name : option.IsPositional() ? std::vector{std::to_string(++place)} : option.GetNames())
+        if (!words.empty())
+            cases += fmt::format("        {}:{}) words=\"{}\" ;;\n", verb, name, Join(words));
+    return cases;
+}
+
+/// The words that an option or a place takes, or the verb's options, or else files.
 std::string Bash(const std::vector<std::unique_ptr<Verb>>& verbs)
 {
     std::vector<std::string> names;
-    std::string cases, values;
+    std::string cases, values, places;
     for (const std::unique_ptr<Verb>& verb : verbs)
     {
         names.push_back(verb->GetName());
         std::vector<std::string> options;
+        int place = 1; // of the verb itself
         for (const Option& option : AllOptions(*verb))
         {
-            if (option.IsPositional())
-                continue;
-            for (const std::string& name : option.GetNames())
-            {
-                options.push_back(name);
-                if (!option.choices.empty())
-                    values +=
-                        fmt::format("        {}:{}) words=\"{}\" ;;\n", verb->GetName(), name, Join(option.choices));
-            }
+            (option.IsPositional() ? places : values) += BashCases(verb->GetName(), option, place);
+            if (!option.IsPositional())
+                for (const std::string& name : option.GetNames())
+                    options.push_back(name);
         }
         cases += fmt::format("            {}) words=\"{}\" ;;\n", verb->GetName(), Join(options));
     }
@@ -59,12 +64,14 @@ _tessor()
 {{
     local word=${{COMP_WORDS[COMP_CWORD]}} words=""
     if [ "$COMP_CWORD" -eq 1 ]; then
-        COMPREPLY=($(compgen -W "{} completion manual --help --version" -- "$word"))
+        COMPREPLY=($(compgen -W "{} --help --version" -- "$word"))
         return
     fi
     case "${{COMP_WORDS[1]}}:${{COMP_WORDS[COMP_CWORD-1]}}" in
 {}    esac
-    if [ -z "$words" ] && [[ $word == -* ]]; then
+    [ -n "$words" ] || case "${{COMP_WORDS[1]}}:$COMP_CWORD" in
+{}    esac
+    if [[ $word == -* ]]; then
         case "${{COMP_WORDS[1]}}" in
 {}        esac
     fi
@@ -73,10 +80,17 @@ _tessor()
 }}
 complete -F _tessor tessor
 )",
-                       Join(names), values, cases);
+                       Join(names), values, places, cases);
 }
 
-/// For zsh's _arguments: 'name[help]:what follows:how that is completed'.
+/// How zsh completes a value.
+std::string ZshAction(const Option& option)
+{
+    const std::vector<std::string> words = option.GetWords();
+    return !words.empty() ? "(" + Join(words) + ")" : option.file ? "_files" : "";
+}
+
+/// For zsh's _arguments: 'name[help]:what follows:how that is completed', and 'place:what:how'.
 std::string Zsh(const std::vector<std::unique_ptr<Verb>>& verbs)
 {
     std::string names, cases;
@@ -84,17 +98,17 @@ std::string Zsh(const std::vector<std::unique_ptr<Verb>>& verbs)
     {
         names += fmt::format("        {}\n", Quoted(verb->GetName() + ":" + verb->GetSummary()));
         cases += fmt::format("    {})\n        _arguments", verb->GetName());
+        int place = 1; // of the verb itself
         for (const Option& option : AllOptions(*verb))
         {
+            const std::string value =
+                fmt::format(":{}:{}", option.IsPositional() ? option.names : option.value, ZshAction(option));
             if (option.IsPositional())
-                continue;
-            const std::string action = !option.choices.empty() ? "(" + Join(option.choices) + ")"
-                                       : option.file           ? "_files"
-                                                               : "";
-            for (const std::string& name : option.GetNames())
-                cases += " \\\n            " +
-                         Quoted(fmt::format("{}[{}]{}", name, option.help,
-                                            option.IsFlag() ? "" : fmt::format(":{}:{}", option.value, action)));
+                cases += " \\\n            " + Quoted(std::to_string(++place) + value);
+            else
+                for (const std::string& name : option.GetNames())
+                    cases += " \\\n            " +
+                             Quoted(fmt::format("{}[{}]{}", name, option.help, option.IsFlag() ? "" : value));
         }
         cases += " \\\n            '*:file:_files'\n        ;;\n";
     }
@@ -113,13 +127,14 @@ std::string Fish(const std::vector<std::unique_ptr<Verb>>& verbs)
                             Quoted(verb->GetSummary()));
         for (const Option& option : AllOptions(*verb))
         {
-            if (option.IsPositional())
+            const std::vector<std::string> words = option.GetWords();
+            if (option.IsPositional() && words.empty())
                 continue;
             text += fmt::format("complete -c tessor -n '__fish_seen_subcommand_from {}'", verb->GetName());
-            for (const std::string& name : option.GetNames())
+            for (const std::string& name : option.IsPositional() ? std::vector<std::string>() : option.GetNames())
                 text += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
-            if (!option.choices.empty())
-                text += " -x -a " + Quoted(Join(option.choices));
+            if (!words.empty())
+                text += (option.IsPositional() ? " -a " : " -x -a ") + Quoted(Join(words));
             else if (!option.IsFlag())
                 text += option.file ? " -r" : " -x";
             text += " -d " + Quoted(option.help) + "\n";

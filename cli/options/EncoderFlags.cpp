@@ -1,6 +1,7 @@
 #include "cli/options/EncoderFlags.h"
 
 #include "cli/UserError.h"
+#include "ffhost/codecs/Inventory.h"
 
 #include <charconv>
 
@@ -14,6 +15,15 @@ namespace
 constexpr int worst_crf = 63;
 
 constexpr double highest_bit_rate = 1e9;
+
+std::vector<std::string> ListEncoders(MediaType type)
+{
+    std::vector<std::string> names;
+    for (const Host::EncoderEntry& encoder : Host::ListEncoders())
+        if (encoder.type == type)
+            names.push_back(encoder.name);
+    return names;
+}
 
 } // namespace
 
@@ -33,8 +43,14 @@ long long ReadBitRate(const std::string& text)
 
 void VideoEncoderFlags::AddOptions(OptionTable& table)
 {
-    table.push_back(
-        {"--video-encoder", "NAME", "FFmpeg's name of the encoder of pictures; the container's usual one", &name});
+    table.push_back({"--video-encoder",
+                     "NAME",
+                     "FFmpeg's name of the encoder of pictures; the container's usual one",
+                     &name,
+                     {},
+                     false,
+                     false,
+                     [] { return ListEncoders(MediaType::Video); }});
     table.push_back({"--crf", "N", "constant quality on the encoder's scale, lower is better", &crf});
     table.push_back({"--preset", "NAME", "speed against size, in the encoder's words", &preset});
     table.push_back({"--video-bitrate", "RATE", "bits per second of the pictures, such as 2.5M", &bitRate});
@@ -59,8 +75,14 @@ Host::EncoderOptions VideoEncoderFlags::Read() const
 
 void AudioEncoderFlags::AddOptions(OptionTable& table)
 {
-    table.push_back(
-        {"--audio-encoder", "NAME", "FFmpeg's name of the encoder of sound; the container's usual one", &name});
+    table.push_back({"--audio-encoder",
+                     "NAME",
+                     "FFmpeg's name of the encoder of sound; the container's usual one",
+                     &name,
+                     {},
+                     false,
+                     false,
+                     [] { return ListEncoders(MediaType::Audio); }});
     table.push_back({"--audio-bitrate", "RATE", "bits per second of the sound, such as 192k", &bitRate});
 }
 

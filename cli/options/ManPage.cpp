@@ -1,5 +1,7 @@
 #include "cli/options/ManPage.h"
 
+#include "cli/options/HelpNotes.h"
+
 #include <fmt/format.h>
 
 namespace Tessor::Cli
@@ -23,43 +25,43 @@ std::string OptionText(const Option& option)
                        option.value.empty() ? "" : " \\fI" + Escaped(option.value) + "\\fR", Escaped(option.help));
 }
 
+std::string TimesText()
+{
+    std::string text = ".SH TIMES\n";
+    for (const TimeForm& row : GetTimeForms())
+        text += fmt::format(".TP\n.B {}\n{}.\n", Escaped(row.form), Escaped(row.meaning));
+    return text + ".PP\n" + Escaped(GetRangeText()) + "\n";
+}
+
+std::string ExamplesText(const std::vector<std::unique_ptr<Verb>>& verbs)
+{
+    std::string text = ".SH EXAMPLES\n";
+    for (const std::unique_ptr<Verb>& verb : verbs)
+        for (const Example& example : verb->GetExamples())
+            text += fmt::format(".TP\n.B {}\n{}.\n", Escaped(example.command), Escaped(example.meaning));
+    return text;
+}
+
 } // namespace
 
-std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs, const std::string& version)
+std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs)
 {
     CommonOptions unused;
     std::string text =
-        fmt::format(".TH TESSOR 1 \"\" \"tessor {}\"\n.SH NAME\ntessor \\- cuts, converts and examines video "
-                    "files\n.SH SYNOPSIS\n.B tessor\n.I VERB\n[options]\n.SH VERBS\n",
-                    version);
+        ".TH TESSOR 1 \"\" \"tessor " TESSOR_VERSION "\"\n.SH NAME\ntessor \\- cuts, converts and examines "
+        "video files\n.SH SYNOPSIS\n.B tessor\n.I VERB\n[options]\n.SH VERBS\n";
     for (const std::unique_ptr<Verb>& verb : verbs)
     {
         text += fmt::format(".SS {}\n{}.\n", verb->GetName(), Escaped(verb->GetSummary()));
         for (const Option& option : verb->GetOptions())
             text += OptionText(option);
     }
-    text += ".SH OPTIONS OF ALL VERBS\n";
+    text += ".SH OPTIONS OF ALL VERBS THAT EXAMINE OR MAKE FILES\n";
     for (const Option& option : GetCommonOptions(unused))
         text += OptionText(option);
-    text += R"(.SH TIMES
-.TP
-.B [HH:]MM:SS[.m], S[.m][s|ms|us]
-A time as FFmpeg takes it.
-.TP
-.B 123f
-The start of frame 123, counted from 0 in the order of display.
-.TP
-.B \-5, \-30f
-A time or a frame counted back from the end, not beyond the start: \-10\-\-5 are five seconds of the last ten.
-.TP
-.B start, end
-The two ends of the file.
-.PP
-Ranges are written A\-B, with an open end A\-. Ends are exclusive: what is shown at B is not part of A\-B.
-.SH EXIT STATUS
-0 done, 1 failed, 2 wrong usage, 3 the output exists, 4 verification failed, 130 interrupted.
-)";
-    return text;
+    text += TimesText() + ExamplesText(verbs);
+    return text + ".SH EXIT STATUS\n0 done, 1 failed, 2 wrong usage, 3 the output exists, 4 verification failed, 130 "
+                  "interrupted.\n";
 }
 
 } // namespace Tessor::Cli

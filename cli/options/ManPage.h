@@ -8,6 +8,6 @@ namespace Tessor::Cli
 {
 
 /// The manual page in roff, from the verbs' option tables.
-std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs, const std::string& version);
+std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs);
 
 } // namespace Tessor::Cli

@@ -5,6 +5,11 @@
 namespace Tessor::Cli
 {
 
+std::vector<std::string> Option::GetWords() const
+{
+    return choices.empty() && suggestions ? suggestions() : choices;
+}
+
 std::vector<std::string> Option::GetNames() const
 {
     std::vector<std::string> list;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -19,9 +20,13 @@ struct Option
     std::vector<std::string> choices = {}; ///< when not empty: what the value may be
     bool file = false;                     ///< the value is a file's name
     bool required = false;
+    /// What completion offers where there are no choices; asked only then.
+    std::function<std::vector<std::string>()> suggestions = nullptr;
 
     bool IsPositional() const { return names.front() != '-'; }
     bool IsFlag() const { return std::holds_alternative<bool*>(target); }
+    /// The words that its value may well be: the choices, or else the suggestions.
+    std::vector<std::string> GetWords() const;
     /// The names one by one: {"-y", "--overwrite"}.
     std::vector<std::string> GetNames() const;
 };

@@ -18,7 +18,7 @@ const char* KindOf(const CatalogRow& row)
     return row.kind == MediaType::Video ? "video" : "audio";
 }
 
-std::string Example(const CatalogRow& row)
+std::string ExampleOf(const CatalogRow& row)
 {
     const Proc::FieldInfo key = row.GetKeys().front();
     const std::string value = FormatValue(key.value);
@@ -45,7 +45,14 @@ class FiltersVerb final : public Verb
 public:
     std::string GetName() const override { return "filters"; }
     std::string GetSummary() const override { return "list the filters of chains, with their keys"; }
-    OptionTable GetOptions() override { return {{"NAME", "", "explain this filter alone", &name}}; }
+    OptionTable GetOptions() override
+    {
+        return {{"NAME", "", "explain this filter alone", &name, {}, false, false, ListNames}};
+    }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor filters scale", "a filter, its keys and their defaults"}};
+    }
 
     ExitCode Run(const CommonOptions& common) override
     {
@@ -62,13 +69,21 @@ public:
     }
 
 private:
+    static std::vector<std::string> ListNames()
+    {
+        std::vector<std::string> names;
+        for (const CatalogRow& row : GetCatalog())
+            names.push_back(row.name);
+        return names;
+    }
+
     void PrintText(const std::vector<const CatalogRow*>& rows, const Factories& factories) const
     {
         for (const CatalogRow* row : rows)
         {
             PrintRow(*row, factories);
             if (!name.empty())
-                Print("  for example: {}\n", Example(*row));
+                Print("  for example: {}\n", ExampleOf(*row));
         }
     }
 

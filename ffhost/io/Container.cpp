@@ -143,8 +143,11 @@ Container Container::Guess(const std::string& path)
 std::map<std::string, const AVOutputFormat*> Container::ListExtensions()
 {
     std::map<std::string, const AVOutputFormat*> list;
-    const auto add = [&](const std::string& extension)
+    const auto add = [&](std::string extension)
     {
+        // one of them has "a64, A64"
+        std::erase(extension, ' ');
+        extension = Lower(extension);
         if (const AVOutputFormat* known = Guess("." + extension).GetFormat())
             list.emplace(extension, known);
     };

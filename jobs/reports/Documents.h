@@ -7,6 +7,15 @@
 #include <string>
 #include <vector>
 
+namespace Tessor::Host
+{
+
+struct ContainerEntry;
+struct EncoderEntry;
+struct CodecEntry;
+
+} // namespace Tessor::Host
+
 /// What jobs have found out and done as JSON documents, described by the schemas in docs/. None has the statistics,
 /// which belong under the key "statistics" when they are wanted.
 namespace Tessor::Jobs
@@ -36,6 +45,11 @@ TESSOR_API nlohmann::ordered_json ToJson(const SoundReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const VolumeReport& report);
 /// Filters of the catalog, with the implementations that there are.
 TESSOR_API nlohmann::ordered_json ToJson(const std::vector<const CatalogRow*>& rows, const Factories& factories);
+
+/// What FFmpeg's libraries can do here.
+TESSOR_API nlohmann::ordered_json ToJson(const std::vector<Host::ContainerEntry>& containers);
+TESSOR_API nlohmann::ordered_json ToJson(const std::vector<Host::EncoderEntry>& encoders);
+TESSOR_API nlohmann::ordered_json ToJson(const std::vector<Host::CodecEntry>& codecs);
 
 TESSOR_API nlohmann::ordered_json ToJson(const Statistics& statistics);
 
