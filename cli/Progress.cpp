@@ -1,23 +1,38 @@
 #include "cli/Progress.h"
 
 #include "cli/Interrupt.h"
+#include "cli/ProgressBar.h"
 #include "jobs/Times.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Tessor::Cli
 {
 
-Progress::Progress(const CommonOptions& common, std::string title)
-    : form(common.quiet || common.progress == "none" ? Form::None
-           : common.progress == "json"               ? Form::Json
-           : isatty(STDERR_FILENO)                   ? Form::Bar
-                                                     : Form::None),
-      title(std::move(title))
+namespace
+{
+
+/// Asked each time: the window may change.
+size_t GetTerminalWidth()
+{
+    winsize size = {};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+} // namespace
+
+// Lines for programs are not what -q is against.
+Progress::Form Progress::ChooseForm(const CommonOptions& common)
+{
+    if (common.progress == "json")
+        return Form::Json;
+    return !common.quiet && common.progress != "none" && isatty(STDERR_FILENO) ? Form::Bar : Form::None;
+}
+
+Progress::Progress(const CommonOptions& common, std::string stage) : form(ChooseForm(common)), stage(std::move(stage))
 {
 }
 
@@ -27,13 +42,17 @@ Progress::~Progress()
         std::fputs("\r\033[K", stderr); // to the start of the line, and wipes it
 }
 
+void Progress::BeginStage(const char* name)
+{
+    stage = name;
+    start = Clock::now();
+}
+
 void Progress::Tell(double done, avTime written)
 {
-    if (form == Form::None)
-        return;
     constexpr auto interval = std::chrono::milliseconds(200);
     const Clock::time_point now = Clock::now();
-    if (now - lastDrawn < interval)
+    if (form == Form::None || now - start < std::chrono::seconds(1) || now - lastDrawn < interval)
         return;
     lastDrawn = now;
     drawn = form == Form::Bar;
@@ -55,28 +74,19 @@ bool Progress::IsCancelled() const
 void Progress::Draw(double done, avTime written, bool finished) const
 {
     const double mediaSeconds = Jobs::Seconds(written);
-    // the length of a result may be an estimate
-    done = std::clamp(done, 0.0, 1.0);
     const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
     const double rate = elapsed > 0 ? mediaSeconds / elapsed : 0;
     const double left = done > 0 ? elapsed * (1 - done) / done : 0;
     if (form == Form::Bar)
-        return DrawBar(done, rate, left);
-    const nlohmann::json line = {{"progress", done},   {"media_seconds", mediaSeconds},
-                                 {"elapsed", elapsed}, {"seconds_left", left},
-                                 {"rate", rate},       {"finished", finished}};
+    {
+        std::fputs(("\r\033[K" + MakeProgressBar(stage, done, rate, left, GetTerminalWidth())).c_str(), stderr);
+        std::fflush(stderr);
+        return;
+    }
+    const nlohmann::json line = {{"stage", stage},      {"progress", done},     {"media_seconds", mediaSeconds},
+                                 {"elapsed", elapsed},  {"seconds_left", left}, {"rate", rate},
+                                 {"finished", finished}};
     std::fputs((line.dump() + "\n").c_str(), stderr);
-}
-
-void Progress::DrawBar(double done, double rate, double left) const
-{
-    constexpr int width = 30;
-    const int filled = static_cast<int>(done * width);
-    std::fputs(fmt::format("\r\033[K{} [{}{}] {:3.0f} %  {:.1f}x  {:.0f} s left", title, std::string(filled, '#'),
-                           std::string(width - filled, '.'), done * 100, rate, left)
-                   .c_str(),
-               stderr);
-    std::fflush(stderr);
 }
 
 } // namespace Tessor::Cli

@@ -24,7 +24,7 @@ void PrintReport(const CommonOptions& common, const std::function<Json()>& docum
     if (common.quiet)
         return;
     text();
-    if (common.verbose)
+    if (common.verbose && !statistics.empty())
         std::cout << Serialize(ToJson(statistics)) << "\n";
     for (const std::string& warning : warnings)
         fmt::print(stderr, "tessor: warning: {}\n", Printable(warning));

@@ -5,6 +5,8 @@
 namespace Tessor::Jobs
 {
 
+void IProgress::BeginStage(const char*) {}
+
 void ThrowIfCancelled(const IProgress& progress)
 {
     if (progress.IsCancelled())

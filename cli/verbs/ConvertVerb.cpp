@@ -1,3 +1,4 @@
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -34,13 +35,13 @@ void PrintTrack(const ConvertTrack& track)
 {
     Print("  track {}, {} ({}): ", track.index, track.kind, track.codec);
     if (track.encoder.empty())
-        Print("{} packets copied\n", track.itemsOut);
+        Print("{} copied\n", Count(track.itemsOut, "packet"));
     else
-        Print("{} {} in, {} packets out of {}\n", track.itemsIn, track.kind == "video" ? "frames" : "blocks",
-              track.itemsOut, track.encoder);
+        Print("{} in, {} out of {}\n", Count(track.itemsIn, track.kind == "video" ? "frame" : "block"),
+              Count(track.itemsOut, "packet"), track.encoder);
     if (ChangesRate(track))
-        Print("    {} to {} fps: {} {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
-              track.doubled, track.doubled == 1 ? "frame" : "frames", track.dropped);
+        Print("    {} to {} fps: {} doubled, {} dropped\n", Rate(track.sourceRate), Rate(track.resultRate),
+              Count(track.doubled, "frame"), track.dropped);
 }
 
 void PrintText(const ConvertReport& report)
@@ -75,13 +76,21 @@ public:
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor convert in.mts out.mp4 --vf deinterlace,scale=width=1280 --af volume=normalize=yes",
+                 "smaller, and louder"},
+                {"tessor convert film.mkv clip.mov --keep 10-20 --video-encoder ffv1",
+                 "ten seconds, cut to the picture and the sample, decoded"}};
+    }
+    bool TakesTimes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {
         settings.video = video.Read();
         settings.audio = audio.Read();
-        Progress progress(common, "convert");
-        const ConvertReport report = ConvertJob(settings).Run(progress);
+        const ConvertReport report =
+            Follow(common, "convert", [&](IProgress& progress) { return ConvertJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
         return ExitCode::Done;
     }

@@ -1,3 +1,4 @@
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -30,7 +31,8 @@ void PrintTracks(const CutReport& report)
 {
     for (const TrackReport& track : report.tracks)
     {
-        Print("  track {}, {} ({}): {} packets copied", track.index, track.kind, track.codec, track.GetCopiedPackets());
+        Print("  track {}, {} ({}): {} copied", track.index, track.kind, track.codec,
+              Count(track.GetCopiedPackets(), "packet"));
         if (track.recodedPackets > 0)
             Print(", {} re-encoded with {} ({:.1f} %, {:.2f} s)", track.recodedPackets, track.encoder,
                   100.0 * static_cast<double>(track.recodedPackets) / static_cast<double>(track.packets),
@@ -41,10 +43,10 @@ void PrintTracks(const CutReport& report)
 
 void PrintVerdict(const PictureVerdict& pictures, const PacketVerdict& packets)
 {
-    Print("{} of {} pictures, {} of them identical", pictures.found, pictures.expected, pictures.identical);
+    Print("{} of {}, {} of them identical", pictures.found, Count(pictures.expected, "picture"), pictures.identical);
     if (!std::isinf(pictures.lowestRatio))
         Print(", the others at {:.1f} dB or better", pictures.lowestRatio);
-    Print("; {} of {} packets are the source's\n", packets.identical, packets.found);
+    Print("; {} of {} the source's\n", packets.identical, Count(packets.found, "packet"));
 }
 
 void PrintVerdict(const TrackVerdict& track)
@@ -56,7 +58,7 @@ void PrintVerdict(const TrackVerdict& track)
     else if (track.pictures)
         PrintVerdict(*track.pictures, *track.packets);
     else if (track.packets)
-        Print("{} packets, {} expected, at most {:.1f} ms off their places\n", track.packets->found,
+        Print("{}, {} expected, at most {:.1f} ms off their places\n", Count(track.packets->found, "packet"),
               track.packets->expected, track.packets->worstTimeErrorMs);
     else
         Print("it is gone\n");
@@ -79,8 +81,9 @@ void PrintText(const PlanReport& plan)
         Print("  track {}{}\n", track.index, track.cutAnywhere ? ":" : ", cuts fall to key frames: " + track.obstacle);
         for (const GroupPlan& row : plan.groups)
             if (row.track == track.index)
-                Print("  {} to {}  {:4} pictures  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
-                      row.group.pictures.size(), ActionName(row.action), row.reason);
+                Print("  {} to {}  {:>13}  {:9}  {}\n", T2S(row.group.start), T2S(row.group.end),
+                      Count(static_cast<long long>(row.group.pictures.size()), "picture"), ActionName(row.action),
+                      row.reason);
     }
 }
 
@@ -133,6 +136,15 @@ public:
         table.insert(table.end(), more.begin(), more.end());
         return table;
     }
+    std::vector<Example> GetExamples() const override
+    {
+        return {
+            {"tessor cut film.mp4 out.mp4 --keep 1:02-1:10.5,2:00-",
+             "keep eight and a half seconds, and what comes after two minutes"},
+            {"tessor cut film.ts out.mkv --remove 300f-450f --verify", "remove 150 frames, and prove the result"},
+            {"tessor cut film.mp4 --keep start-90s --plan", "what would be copied, re-encoded and dropped, and why"}};
+    }
+    bool TakesTimes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {
@@ -146,16 +158,16 @@ public:
 private:
     ExitCode Plan(const CommonOptions& common) const
     {
-        Progress progress(common, "plan");
-        const PlanReport plan = CutJob(settings).Plan(progress);
+        const PlanReport plan =
+            Follow(common, "plan", [&](IProgress& progress) { return CutJob(settings).Plan(progress); });
         PrintReport(common, plan, [&] { PrintText(plan); });
         return ExitCode::Done;
     }
 
     ExitCode Cut(const CommonOptions& common) const
     {
-        Progress progress(common, "cut");
-        const CutReport report = CutJob(settings).Run(progress);
+        const CutReport report =
+            Follow(common, "cut", [&](IProgress& progress) { return CutJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
         if (report.verdict && !report.verdict->IsGood())
             throw UserError(ExitCode::VerificationFailed, report.output + ": " + report.verdict->faults.front());

@@ -1,3 +1,4 @@
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -18,22 +19,22 @@ namespace
 
 ExitCode DetectLossless(const std::string& input, const CommonOptions& common)
 {
-    Progress progress(common, "detect");
-    const LosslessReport report = LosslessJob({input}).Run(progress);
+    const LosslessReport report =
+        Follow(common, "detect", [&](IProgress& progress) { return LosslessJob({input}).Run(progress); });
     PrintReport(common, report,
                 [&]
                 {
                     for (const LosslessFinding& track : report.tracks)
-                        Print("track {}, {} ({}), {} packets: {}\n", track.track, track.kind, track.codec,
-                              track.packets, DescribeLossless(track));
+                        Print("track {}, {} ({}), {}: {}\n", track.track, track.kind, track.codec,
+                              Count(track.packets, "packet"), DescribeLossless(track));
                 });
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 
 ExitCode DetectVolume(const std::string& input, const CommonOptions& common)
 {
-    Progress progress(common, "detect");
-    const VolumeReport report = VolumeJob({input}).Run(progress);
+    const VolumeReport report =
+        Follow(common, "detect", [&](IProgress& progress) { return VolumeJob({input}).Run(progress); });
     const std::optional<double> decibels = report.GetDecibels();
     const std::string level = decibels ? fmt::format("peak {:.4f} ({:.1f} dB)", report.peak, *decibels) : "silence";
     PrintReport(common, report, [&] { Print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
@@ -67,6 +68,11 @@ public:
             names.emplace_back(row.name);
         }
         return {{"KIND", "", help, &kind, names, false, true}, {"IN", "", "the file", &input, {}, true, true}};
+    }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor detect lossless film.ts", "can it be copied, and cut at key frames? status 0 or 1"},
+                {"tessor detect volume film.mp4", "how loud it is"}};
     }
 
     ExitCode Run(const CommonOptions& common) override

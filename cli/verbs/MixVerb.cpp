@@ -54,6 +54,10 @@ public:
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor mix voice.wav:100 music.mp3:35 out.flac", "sounds added, each with its weight in percent"}};
+    }
 
     ExitCode Run(const CommonOptions& common) override
     {
@@ -63,8 +67,7 @@ public:
         for (size_t i = 0; i + 1 < files.size(); ++i)
             settings.inputs.push_back(ReadInput(files[i]));
         settings.encoder = encoder.Read();
-        Progress progress(common, "mix");
-        PrintSound(MixJob(settings).Run(progress), common);
+        PrintSound(Follow(common, "mix", [&](IProgress& progress) { return MixJob(settings).Run(progress); }), common);
         return ExitCode::Done;
     }
 

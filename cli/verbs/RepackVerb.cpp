@@ -1,3 +1,4 @@
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -15,7 +16,7 @@ void PrintText(const RepackReport& report)
 {
     Print("{}: {} in {:.2f} s\n", report.output, T2S(report.duration), report.wallSeconds);
     for (const CopiedTrack& track : report.tracks)
-        Print("  track {}, {} ({}): {} packets\n", track.index, track.kind, track.codec, track.packets);
+        Print("  track {}, {} ({}): {}\n", track.index, track.kind, track.codec, Count(track.packets, "packet"));
 }
 
 class RepackVerb final : public Verb
@@ -31,11 +32,15 @@ public:
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
     }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor repack film.mp4 film.ts", "another container, all tracks copied"}};
+    }
 
     ExitCode Run(const CommonOptions& common) override
     {
-        Progress progress(common, "repack");
-        const RepackReport report = RepackJob(settings).Run(progress);
+        const RepackReport report =
+            Follow(common, "repack", [&](IProgress& progress) { return RepackJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
         return ExitCode::Done;
     }

@@ -1,5 +1,6 @@
 #include "cli/verbs/SoundText.h"
 
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Report.h"
 
@@ -13,8 +14,8 @@ void PrintSound(const SoundReport& report, const CommonOptions& common)
     PrintReport(common, report,
                 [&]
                 {
-                    Print("{}: {} of {} Hz, {} channels, by {} in {:.2f} s\n", report.output, T2S(report.duration),
-                          report.rate, report.channels, report.encoder, report.wallSeconds);
+                    Print("{}: {} of {} Hz, {}, by {} in {:.2f} s\n", report.output, T2S(report.duration), report.rate,
+                          Count(report.channels, "channel"), report.encoder, report.wallSeconds);
                 });
 }
 

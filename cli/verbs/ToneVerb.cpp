@@ -57,6 +57,10 @@ public:
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor tone a.flac --frequency 1000 --duration 1:30", "a minute and a half of 1 kHz"}};
+    }
 
     ExitCode Run(const CommonOptions& common) override
     {
@@ -66,8 +70,8 @@ public:
         settings.duration = ParseLength("--duration", duration);
         settings.layout = ReadLayout(layout);
         settings.encoder = encoder.Read();
-        Progress progress(common, "tone");
-        PrintSound(ToneJob(settings).Run(progress), common);
+        PrintSound(Follow(common, "tone", [&](IProgress& progress) { return ToneJob(settings).Run(progress); }),
+                   common);
         return ExitCode::Done;
     }
 

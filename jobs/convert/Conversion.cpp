@@ -1,6 +1,7 @@
 #include "jobs/convert/Conversion.h"
 
 #include "Fnd/Exception.h"
+#include "Fnd/Plural.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterFrameRate.h"
 #include "Proc/Settings/SettingsResizer.h"
@@ -365,8 +366,8 @@ ConvertReport Conversion::Run(IProgress& progress)
             // of those that went in, what did not come out even once
             track.dropped = output.counts->before - (output.counts->after - output.counts->doubled);
             if (const long long hidden = output.counts->hidden)
-                warnings.push_back(fmt::format("track {}: {} pictures before the first key picture are left out",
-                                               track.index, hidden));
+                warnings.push_back(fmt::format("track {}: {} before the first key picture left out", track.index,
+                                               Count(hidden, "picture")));
             if (track.itemsIn > 0 && track.itemsOut == 0)
                 warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
         }

@@ -16,13 +16,14 @@ PlanReport CutJob::Plan(IProgress& progress) const
     CutSession session(settings, progress);
     PlanReport report;
     report.input = settings.input;
-    report.groups = MakePlan(session);
+    report.groups = MakePlan(session, progress);
     report.intervals = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
     for (const CutTrack& track : session.GetTracks())
         if (track.IsVideo())
             report.tracks.push_back({track.index, track.cutAnywhere, track.obstacle});
     report.warnings = session.GetWarnings();
     list.Write(report.intervals, session.GetAsked(), session.GetInfo());
+    progress.Finish(session.GetInfo().duration);
     return report;
 }
 
@@ -47,6 +48,7 @@ CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
     CutReport report = Write(session, progress);
     try
     {
+        progress.BeginStage("verify");
         report.verdict = VerifyJob(VerifySettings::Of(report)).Run(progress);
     }
     catch (...)

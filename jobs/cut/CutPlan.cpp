@@ -3,6 +3,7 @@
 #include "Proc/Filters/Filters/Cutting/GroupFate.h"
 #include "ffhost/streams/FieldJoiner.h"
 #include "jobs/ReadJointly.h"
+#include "jobs/ReadProgress.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -105,11 +106,15 @@ GroupPlan PlanGroup(Group group, const Fates& fates, const Cut& cut, const CutTr
     return row;
 }
 
-std::vector<std::vector<Group>> ReadGroups(const std::vector<SP<Proc::IStreamRaw>>& streams)
+std::vector<std::vector<Group>> ReadGroups(const std::vector<SP<Proc::IStreamRaw>>& streams, ReadProgress& reading)
 {
     std::vector<std::vector<Group>> groups(streams.size());
     ReadJointly(streams,
-                [&](size_t place, const SP<Proc::IDataPacket>& packet) { AddToGroups(groups[place], *packet); });
+                [&](size_t place, const SP<Proc::IDataPacket>& packet)
+                {
+                    AddToGroups(groups[place], *packet);
+                    reading.Reach(packet->GetPTS());
+                });
     return groups;
 }
 
@@ -117,8 +122,9 @@ std::vector<std::vector<Group>> ReadGroups(const std::vector<SP<Proc::IStreamRaw
 
 // The file is read twice: whole, for what is in it, and as the cut reads it, told what is deleted. That leaves out much
 // of it, and brings the rest into the form in which the cut decides.
-std::vector<GroupPlan> MakePlan(CutSession& session)
+std::vector<GroupPlan> MakePlan(CutSession& session, IProgress& progress)
 {
+    ReadProgress reading(progress, session.GetInfo().duration);
     const SP<Host::Demuxer> demuxer = session.GetDemuxer().OpenAgain();
     demuxer->KeepLeadIns(false);
     std::vector<const CutTrack*> tracks;
@@ -131,10 +137,12 @@ std::vector<GroupPlan> MakePlan(CutSession& session)
         streams.push_back(
             Host::FieldJoiner::Create(demuxer->GetStream(track.index), demuxer->GetInfo().tracks[track.index]));
     }
-    std::vector<std::vector<Group>> whole = ReadGroups(streams);
+    reading.BeginPass(0.5);
+    std::vector<std::vector<Group>> whole = ReadGroups(streams, reading);
     const Cut cut = session.GetCut();
     demuxer->SetCut(cut);
-    const std::vector<std::vector<Group>> told = ReadGroups(streams);
+    reading.BeginPass(1);
+    const std::vector<std::vector<Group>> told = ReadGroups(streams, reading);
     std::vector<GroupPlan> plan;
     for (size_t i = 0; i < tracks.size(); ++i)
     {

@@ -9,6 +9,6 @@ namespace Tessor::Jobs
 {
 
 /// The plan for all video tracks of the session, track by track: a row for each group of the file.
-std::vector<GroupPlan> MakePlan(CutSession& session);
+std::vector<GroupPlan> MakePlan(CutSession& session, IProgress& progress);
 
 } // namespace Tessor::Jobs

@@ -1,5 +1,6 @@
 #include "jobs/cut/CutSession.h"
 
+#include "Fnd/Plural.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Container.h"
 #include "ffhost/streams/FieldJoiner.h"
@@ -257,9 +258,10 @@ void CutSession::NoteLargeGroup(CutTrack& track, avTime time)
         return;
     known.push_back(group.entry);
     warnings.push_back(fmt::format("track {}: the group of pictures from {} to {} is kept whole: with {:.1f} MB in {} "
-                                   "packets it is too large to be re-encoded",
+                                   "it is too large to be re-encoded",
                                    track.index, T2S(group.start), T2S(group.end),
-                                   static_cast<double>(group.bytes) / 1e6, group.pictures.size()));
+                                   static_cast<double>(group.bytes) / 1e6,
+                                   Count(static_cast<long long>(group.pictures.size()), "packet")));
 }
 
 Proc::CutTimeline CutSession::MakeTimeline() const

@@ -59,13 +59,14 @@ void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet)
     group.end = std::max(group.end, AddTime(time, packet.GetDuration()));
 }
 
-std::vector<Group> ScanGroups(Proc::IStreamRaw& stream)
+std::vector<Group> ScanGroups(Proc::IStreamRaw& stream, ReadProgress& reading)
 {
     std::vector<Group> groups;
     ForEachPacket(stream, 0,
                   [&](const Proc::IDataPacket& packet)
                   {
                       AddToGroups(groups, packet);
+                      reading.Reach(packet.GetPTS());
                       return true;
                   });
     return groups;

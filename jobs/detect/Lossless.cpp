@@ -48,7 +48,7 @@ LosslessFinding Conclude(const Detection& detection)
 
 } // namespace
 
-std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
+std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer, ReadProgress& reading)
 {
     std::vector<std::string> ignored;
     std::vector<Detection> detections;
@@ -63,7 +63,13 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer)
     for (const Detection& detection : detections)
         streams.emplace_back(detection.filter);
     // side by side, as a job that copies would read them: so the demuxer holds few packets
-    ReadJointly(streams, [&](size_t place, const SP<Proc::IDataPacket>&) { ++detections[place].finding.packets; });
+    ReadJointly(streams,
+                [&](size_t place, const SP<Proc::IDataPacket>& packet)
+                {
+                    ++detections[place].finding.packets;
+                    detections[place].finding.bytes += packet->GetSize();
+                    reading.Reach(packet->GetPTS());
+                });
     std::vector<LosslessFinding> findings;
     std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);
     return findings;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/io/reading/Demuxer.h"
+#include "jobs/ReadProgress.h"
 
 #include <string>
 #include <vector>
@@ -13,7 +14,7 @@ struct LosslessFinding
 {
     int track = 0; ///< in the file
     std::string kind, codec;
-    long long packets = 0;
+    long long packets = 0, bytes = 0;
     bool copying = true;           ///< packets can be copied as they are
     bool cutting = true;           ///< and cut at key frames
     long long copyingEnd = 0;      ///< number of the packet, from 1, that ended the possibility; 0: no single one did
@@ -24,6 +25,6 @@ struct LosslessFinding
 };
 
 /// Reads a file once from start to end.
-std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer);
+std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer, ReadProgress& reading);
 
 } // namespace Tessor::Jobs

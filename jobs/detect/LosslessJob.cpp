@@ -16,7 +16,12 @@ LosslessReport LosslessJob::Run(IProgress& progress) const
 {
     LosslessReport report;
     report.input = settings.input;
-    report.tracks = DetectLossless(*OpenInput(settings.input, progress));
+    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    const avTime duration = demuxer->GetInfo().duration;
+    ReadProgress reading(progress, duration);
+    reading.BeginPass(1);
+    report.tracks = DetectLossless(*demuxer, reading);
+    progress.Finish(duration);
     for (const LosslessFinding& track : report.tracks)
         report.statistics.push_back({track.track, track.statistic});
     return report;

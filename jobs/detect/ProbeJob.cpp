@@ -5,10 +5,14 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/FieldJoiner.h"
 #include "jobs/InputFile.h"
+#include "jobs/Times.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/detect/CodecHeaders.h"
 #include "media/formats/IFormatCodecAudio.h"
 #include "media/formats/IFormatCodecVideo.h"
+
+#include <algorithm>
+#include <cmath>
 
 namespace Tessor::Jobs
 {
@@ -22,6 +26,18 @@ void AddVideo(ProbeTrack& track, const Conf::IFormatCodecVideo& format)
     const std::string& fps = Conf::IFormatCodecVideo::TAG_FPS;
     if (format.GetProperties().ChildExists(fps))
         track.frameRate = format.GetProperties()[fps].GetRatio();
+}
+
+/// Whether a track has groups of pictures. Of those each is read apart.
+bool IsCut(const Host::TrackInfo& track)
+{
+    return track.type == MediaType::Video && track.IsDense() && track.format;
+}
+
+long long MeasureBitRate(const LosslessFinding& finding, const Host::TrackInfo& track, avTime whole)
+{
+    const avTime length = track.start != NoTime && track.end != NoTime ? track.end - track.start : whole;
+    return length > 0 ? std::llround(8.0 * static_cast<double>(finding.bytes) / Seconds(length)) : 0;
 }
 
 /// Whether cuts of a video track can fall anywhere, as the cut stream itself finds out.
@@ -48,18 +64,28 @@ ProbeReport ProbeJob::Run(IProgress& progress) const
     report.bitRate = info.bitRate;
     report.tags = info.tags;
     report.chapters = info.chapters;
-    for (const Host::TrackInfo& track : info.tracks)
-        report.tracks.push_back(ProbeOne(*demuxer, track));
-    // last: it has all tracks delivered, where the scans before read one
-    for (const LosslessFinding& finding : DetectLossless(*demuxer))
+    ReadProgress reading(progress, info.duration);
+    const auto passes = std::count_if(info.tracks.begin(), info.tracks.end(), IsCut) + 1;
+    for (int pass = 1; const Host::TrackInfo& track : info.tracks)
     {
-        report.tracks[static_cast<size_t>(finding.track)].lossless = finding;
+        if (IsCut(track))
+            reading.BeginPass(static_cast<double>(pass++) / static_cast<double>(passes));
+        report.tracks.push_back(ProbeOne(*demuxer, track, reading));
+    }
+    // last: it has all tracks delivered, where the scans before read one
+    reading.BeginPass(1);
+    for (const LosslessFinding& finding : DetectLossless(*demuxer, reading))
+    {
+        ProbeTrack& track = report.tracks[static_cast<size_t>(finding.track)];
+        track.lossless = finding;
+        track.bitRate = MeasureBitRate(finding, info.tracks[static_cast<size_t>(finding.track)], info.duration);
         report.statistics.push_back({finding.track, finding.statistic});
     }
+    progress.Finish(info.duration);
     return report;
 }
 
-ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info)
+ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info, ReadProgress& reading)
 {
     ProbeTrack track;
     track.index = info.index;
@@ -72,14 +98,18 @@ ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& inf
         AddVideo(track, *video);
     if (const auto* audio = dynamic_cast<const Conf::IFormatCodecAudio*>(info.format.get()))
         track.samples = audio->GetSampleInfo();
+    if (track.frame)
+        track.pictures = DescribePictures(info);
+    if (IsCut(info))
+        AddMessages(*track.pictures, demuxer.GetStream(info.index));
     track.headerFault = info.headerFault;
     track.header = DescribeHeader(*info.format);
-    if (info.type == MediaType::Video && !info.attachedPicture)
-        track.cutting = ProbeCuts(demuxer.GetStream(info.index), info);
+    if (IsCut(info))
+        track.cutting = ProbeCuts(demuxer.GetStream(info.index), info, reading);
     return track;
 }
 
-ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info)
+ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info, ReadProgress& reading)
 {
     ProbeCutting cutting;
     try
@@ -92,7 +122,7 @@ ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host:
     {
         cutting.refusal = Describe(e);
     }
-    cutting.groups = ScanGroups(*Host::FieldJoiner::Create(stream, info));
+    cutting.groups = ScanGroups(*Host::FieldJoiner::Create(stream, info), reading);
     return cutting;
 }
 

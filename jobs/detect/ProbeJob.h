@@ -2,6 +2,7 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 #include "jobs/IProgress.h"
+#include "jobs/ReadProgress.h"
 #include "jobs/detect/ProbeReport.h"
 
 #include <string>
@@ -22,8 +23,9 @@ public:
     ProbeReport Run(IProgress& progress) const;
 
 private:
-    static ProbeTrack ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info);
-    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info);
+    static ProbeTrack ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info, ReadProgress& reading);
+    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info,
+                                  ReadProgress& reading);
 
     const ProbeSettings settings;
 };

@@ -5,6 +5,13 @@
 namespace Tessor::Jobs
 {
 
+std::string ProbeTrack::GetLanguage() const
+{
+    const auto language =
+        std::find_if(tags.begin(), tags.end(), [](const auto& tag) { return tag.first == "language"; });
+    return language == tags.end() || language->second == "und" ? "" : language->second;
+}
+
 long long ProbeCutting::CountPictures() const
 {
     long long count = 0;

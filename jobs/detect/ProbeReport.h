@@ -3,6 +3,7 @@
 #include "ffhost/io/MediaInfo.h"
 #include "jobs/cut/Groups.h"
 #include "jobs/detect/Lossless.h"
+#include "jobs/detect/PictureDescription.h"
 #include "jobs/reports/JobReport.h"
 #include "media/formats/FrameInfo.h"
 #include "media/formats/SampleInfo.h"
@@ -29,18 +30,23 @@ struct TESSOR_API ProbeCutting
 };
 
 /// A track as its container and its headers tell of it.
-struct ProbeTrack
+struct TESSOR_API ProbeTrack
 {
     int index = 0;
     std::string kind, codec;
     Host::Tags tags;
     std::optional<Conf::FrameInfo> frame;           ///< of video and covers
     std::optional<Core::Property::Ratio> frameRate; ///< pictures a second, where that is known
+    std::optional<PictureDescription> pictures;     ///< likewise
     std::optional<Conf::SampleInfo> samples;        ///< of sound
+    long long bitRate = 0;                          ///< bits per second of its packets; 0 where they were not read
     std::string headerFault;                        ///< why the container's header is unusable
     Core::Property header;                          ///< the codec's header, field by field; empty where none is read
     std::optional<ProbeCutting> cutting;            ///< of video
     std::optional<LosslessFinding> lossless;        ///< of video and sound
+
+    /// Empty where the container tells none.
+    std::string GetLanguage() const;
 };
 
 /// What a file is, and how it can be cut.

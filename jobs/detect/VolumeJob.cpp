@@ -1,9 +1,12 @@
 #include "jobs/detect/VolumeJob.h"
 
-#include "Proc/Filters/Filters/Audio/IFilterVolumeDetect.h"
+#include "Proc/Filters/Filters/Audio/FilterVolumeDetect.h"
+#include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
+#include "jobs/ReadProgress.h"
 #include "jobs/sound/SoundFile.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace Tessor::Jobs
@@ -19,8 +22,13 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
     const SP<Proc::IFilterVolumeDetect> detector =
         Factories::Make().filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
     const OpenedSound sound = OpenSound(settings.input, progress);
-    detector->Process(sound.stream);
+    const avTime duration = std::min(sound.stream->GetDuration(), Proc::FilterVolumeDetect::LAST_START);
+    ReadProgress reading(progress, duration);
+    reading.BeginPass(1);
+    detector->Process(Host::Tap<Proc::IStreamAudio>::Create(sound.stream, [&](const SP<Proc::IDataAudio>& block)
+                                                            { reading.Reach(block->GetPTS()); }));
     ThrowIfCancelled(progress);
+    progress.Finish(duration);
     VolumeReport report;
     report.input = settings.input;
     report.peak = detector->GetPeakValue();

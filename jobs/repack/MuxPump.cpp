@@ -1,5 +1,6 @@
 #include "jobs/repack/MuxPump.h"
 
+#include "Fnd/Plural.h"
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/IProgress.h"
 #include "jobs/Times.h"
@@ -57,10 +58,11 @@ std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source, long 
         warnings.push_back("not carried over: " + loss);
     for (const Track& track : tracks)
         if (const long long damaged = track.dense ? track.dense->GetDamagedCount() : 0)
-            warnings.push_back(fmt::format("not carried over: {} damaged packets of track {}", damaged, track.index));
+            warnings.push_back(
+                fmt::format("not carried over: {} of track {}", Count(damaged, "damaged packet"), track.index));
     AddLateStreams(source, warnings);
     if (const long long damaged = source.GetDamagedCount() + damagedElsewhere)
-        warnings.push_back(fmt::format("{} damaged packets in {}", damaged, source.GetInfo().path));
+        warnings.push_back(fmt::format("{} in {}", Count(damaged, "damaged packet"), source.GetInfo().path));
     return warnings;
 }
 
@@ -94,7 +96,8 @@ void MuxPump::Run(avTime duration, IProgress& progress)
         WriteNext(*place);
         WriteSparse();
         reached = std::max(reached, order.GetReached(*place));
-        progress.Tell(Seconds(reached) / whole, reached);
+        // the duration may be an estimate
+        progress.Tell(std::min(Seconds(reached) / whole, 1.0), reached);
     }
     WriteSparse();
     ThrowIfCancelled(progress); // who reads ahead may have been told so, and nobody waited for what was read

@@ -1,5 +1,7 @@
 #include "jobs/verify/PacketVerdict.h"
 
+#include "Fnd/Plural.h"
+
 #include <fmt/format.h>
 
 namespace Tessor::Jobs
@@ -23,7 +25,7 @@ std::string PacketVerdict::DescribeFaults() const
     Append(text, doubled, "doubled");
     Append(text, misplaced, "out of place");
     Append(text, foreign, "that are none of the source's");
-    return text.empty() ? "" : fmt::format("of {} packets {}", expected, text);
+    return text.empty() ? "" : fmt::format("of {} {}", Count(expected, "packet"), text);
 }
 
 } // namespace Tessor::Jobs

@@ -150,7 +150,7 @@ private:
 
 } // namespace
 
-PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shift) const
+PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shift, ReadProgress& reading) const
 {
     const auto known = exposed.find(sourceTrack);
     const auto isExposed = [&](avTime time)
@@ -173,6 +173,8 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
         verdict.expected += expected != nullptr;
         verdict.found += found != nullptr;
         verdict.withheld = pairs.GetWithheld();
+        if (expected)
+            reading.Reach(expected->GetPTS());
         if (!expected || !found)
             continue;
         const double ratio = PictureRatio(*expected, *found);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobs/IProgress.h"
+#include "jobs/ReadProgress.h"
 #include "jobs/verify/KeptTime.h"
 #include "jobs/verify/PictureVerdict.h"
 
@@ -22,7 +23,7 @@ public:
 
     /// `shift`: how much later the whole output lies; NoTime: as its first picture does. Throws Exception where no
     /// decoder takes a track.
-    PictureVerdict Judge(int sourceTrack, int outputTrack, avTime shift) const;
+    PictureVerdict Judge(int sourceTrack, int outputTrack, avTime shift, ReadProgress& reading) const;
 
 private:
     const std::string source, output;

@@ -29,7 +29,8 @@ PacketPrint PrintAttachment(const Host::TrackInfo& info)
 class Reading
 {
 public:
-    Reading(const SP<Host::Demuxer>& demuxer, const KeptTime* kept) : demuxer(demuxer), kept(kept)
+    Reading(const SP<Host::Demuxer>& demuxer, ReadProgress& progress, const KeptTime* kept)
+        : demuxer(demuxer), progress(progress), kept(kept)
     {
         // nobody decodes here
         demuxer->KeepLeadIns(false);
@@ -55,6 +56,7 @@ public:
                     [&](size_t place, const SP<Proc::IDataPacket>& packet)
                     {
                         Add(dense[place], *packet);
+                        progress.Reach(packet->GetPTS());
                         CollectItems();
                     });
         CollectItems();
@@ -121,6 +123,7 @@ private:
     }
 
     const SP<Host::Demuxer> demuxer;
+    ReadProgress& progress;
     const KeptTime* const kept; // null: all of it
     std::vector<PlainTrack> tracks;
     std::vector<PacketForm> forms; // of `tracks`
@@ -131,9 +134,9 @@ private:
 
 } // namespace
 
-PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, const KeptTime* kept)
+PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, ReadProgress& reading, const KeptTime* kept)
 {
-    return Reading(OpenInput(path, progress), kept).Run();
+    return Reading(OpenInput(path, progress), reading, kept).Run();
 }
 
 } // namespace Tessor::Jobs

@@ -2,6 +2,7 @@
 
 #include "ffhost/bitstream/PacketForm.h"
 #include "jobs/IProgress.h"
+#include "jobs/ReadProgress.h"
 #include "jobs/verify/KeptTime.h"
 
 #include <string>
@@ -26,6 +27,7 @@ struct PlainFile
 };
 
 /// Reads all tracks that can be copied, video first. With kept time only what it holds, at its place there.
-PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, const KeptTime* kept = nullptr);
+PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, ReadProgress& reading,
+                        const KeptTime* kept = nullptr);
 
 } // namespace Tessor::Jobs

@@ -1,5 +1,6 @@
 #include "jobs/verify/Verify.h"
 
+#include "Fnd/Plural.h"
 #include "ffhost/io/reading/Demuxer.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/verify/PacketJudge.h"
@@ -18,6 +19,9 @@ namespace
 
 /// What rounding to ticks of a millisecond, once in each file, moves a packet by.
 constexpr avTime rounding = 2 * MILLISECOND;
+
+/// Of the progress: reading one file plainly takes little beside decoding both.
+constexpr double plain_share = 0.05;
 
 bool IsVideo(const Host::TrackInfo& info)
 {
@@ -168,9 +172,11 @@ class Verification
 {
 public:
     Verification(const std::string& source, const std::string& output, const KeptTime& kept,
-                 const std::vector<int>& carried, const ExposedPictures& exposed, const IProgress& progress)
-        : pictures(source, output, kept, exposed, progress), kept(kept),
-          expected(ReadPlainFile(source, progress, &kept).tracks), found(ReadPlainFile(output, progress))
+                 const std::vector<int>& carried, const ExposedPictures& exposed, const IProgress& progress,
+                 const ReadProgress& reading)
+        : pictures(source, output, kept, exposed, progress), kept(kept), reading(reading),
+          expected(ReadPlainFile(source, progress, this->reading.BeginPass(plain_share), &kept).tracks),
+          found(ReadPlainFile(output, progress, this->reading.BeginPass(2 * plain_share)))
     {
         std::erase_if(expected, [&](const PlainTrack& track)
                       { return std::find(carried.begin(), carried.end(), track.info.index) == carried.end(); });
@@ -180,11 +186,16 @@ public:
     {
         const Pairing pairing(expected, found.tracks);
         shift = pairing.FindShift(true);
+        const auto videos = std::count_if(expected.begin(), expected.end(),
+                                          [](const PlainTrack& track) { return IsVideo(track.info); });
         for (size_t i = 0; i < expected.size(); ++i)
         {
             // video comes first, and tells it by its pictures where all packets are encoded anew
             if (shift == NoTime && !IsVideo(expected[i].info))
                 SettleShift(pairing);
+            if (IsVideo(expected[i].info))
+                reading.BeginPass(2 * plain_share +
+                                  (1 - 2 * plain_share) * static_cast<double>(i + 1) / static_cast<double>(videos));
             JudgeTrack(expected[i], pairing.GetPartner(i));
         }
         for (const PlainTrack& track : found.tracks)
@@ -238,14 +249,14 @@ private:
     {
         try
         {
-            verdict.pictures = pictures.Judge(track.info.index, partner.info.index, shift);
+            verdict.pictures = pictures.Judge(track.info.index, partner.info.index, shift, reading);
             shift = verdict.pictures->shift;
             verdict.packets = Compare(track, partner);
             AddFault(verdict, verdict.pictures->DescribeFaults());
             // what no decoder shows is there as a packet all the same
             if (verdict.pictures->withheld > 0 && verdict.packets->found < verdict.packets->expected)
-                AddFault(verdict,
-                         fmt::format("{} packets, {} expected", verdict.packets->found, verdict.packets->expected));
+                AddFault(verdict, fmt::format("{}, {} expected", Count(verdict.packets->found, "packet"),
+                                              verdict.packets->expected));
         }
         catch (const Proc::CodecFactoryException&)
         {
@@ -277,6 +288,7 @@ private:
 
     const PictureJudge pictures;
     const KeptTime kept;
+    ReadProgress reading; // counts on from pass to pass
     std::vector<PlainTrack> expected;
     const PlainFile found;
     avTime shift = NoTime; // how much later than expected the whole output lies; NoTime where nothing tells
@@ -286,9 +298,10 @@ private:
 } // namespace
 
 VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress)
+                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress,
+                    ReadProgress reading)
 {
-    return Verification(source, output, kept, tracks, exposed, progress).Run();
+    return Verification(source, output, kept, tracks, exposed, progress, reading).Run();
 }
 
 } // namespace Tessor::Jobs

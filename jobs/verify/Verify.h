@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobs/IProgress.h"
+#include "jobs/ReadProgress.h"
 #include "jobs/verify/KeptTime.h"
 #include "jobs/verify/VerifyReport.h"
 
@@ -14,6 +15,7 @@ namespace Tessor::Jobs
 /// picture and packet is there, once, at its time, and like its source; of those that the source hides the `exposed`
 /// ones, too. Nothing checked at all is a fault.
 VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress);
+                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress,
+                    ReadProgress reading);
 
 } // namespace Tessor::Jobs

@@ -27,9 +27,11 @@ VerifyReport VerifyJob::Run(IProgress& progress) const
     const avTime duration =
         settings.duration != NoTime ? settings.duration : OpenInput(settings.source, progress)->GetInfo().duration;
     const KeptTime kept(settings.intervals, duration, settings.keepsLead);
-    VerifyReport report = Verify(settings.source, settings.output, kept, settings.tracks, settings.exposed, progress);
+    VerifyReport report = Verify(settings.source, settings.output, kept, settings.tracks, settings.exposed, progress,
+                                 ReadProgress(progress, duration));
     // who cancels after the last packet was read wants no verdict either
     ThrowIfCancelled(progress);
+    progress.Finish(duration);
     return report;
 }
 

@@ -9,13 +9,6 @@
 namespace Tessor::Proc
 {
 
-namespace
-{
-
-constexpr avTime LAST_START = 600 * SECOND; // of blocks that are weighed
-
-} // namespace
-
 SP<IFilterVolumeDetect> FilterVolumeDetect::Create(const SP<const IEffectFactory>&)
 {
     return SP<IFilterVolumeDetect>(new FilterVolumeDetect);

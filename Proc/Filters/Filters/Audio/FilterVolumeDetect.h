@@ -9,6 +9,9 @@ namespace Tessor::Proc
 class TESSOR_API FilterVolumeDetect final : public IFilterVolumeDetect, public RefCountImpl
 {
 public:
+    /// Of blocks that are weighed.
+    static constexpr avTime LAST_START = 600 * SECOND;
+
     /// The factory is not used.
     static SP<IFilterVolumeDetect> Create(const SP<const IEffectFactory>& effects);
 
