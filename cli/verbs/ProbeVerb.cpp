@@ -1,3 +1,4 @@
+#include "Fnd/Plural.h"
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
@@ -34,14 +35,62 @@ void PrintFormat(const ProbeTrack& track)
               track.frameRate ? fmt::format("{}/{}", track.frameRate->numerator(), track.frameRate->denominator())
                               : "?");
     if (track.samples)
-        Print(", {} Hz, {} channels", track.samples->GetSampleRate(), track.samples->GetChannelCount());
+        Print(", {} Hz, {}", track.samples->GetSampleRate(), Count(track.samples->GetChannelCount(), "channel"));
     Print("\n");
+}
+
+/// What is told, one after the other.
+void PrintList(const std::vector<std::string>& texts)
+{
+    std::vector<std::string> told;
+    std::copy_if(texts.begin(), texts.end(), std::back_inserter(told), [](const auto& text) { return !text.empty(); });
+    if (!told.empty())
+        Print("    {}\n", fmt::format("{}", fmt::join(told, ", ")));
+}
+
+std::string Named(const char* name, const std::string& value)
+{
+    return value.empty() ? "" : name + value;
+}
+
+void PrintHdr(const PictureDescription& pictures)
+{
+    if (pictures.mastering && pictures.mastering->luminance)
+        Print("    mastered for {:g} to {:g} cd/m2\n", (*pictures.mastering->luminance)[0],
+              (*pictures.mastering->luminance)[1]);
+    if (pictures.light)
+        Print("    brightest pixel {} cd/m2, brightest picture {} cd/m2\n", pictures.light->pixel,
+              pictures.light->picture);
+    if (pictures.dolbyVision)
+        Print("    Dolby Vision, profile {}, level {}\n", pictures.dolbyVision->profile, pictures.dolbyVision->level);
+}
+
+void PrintTraits(const ProbeTrack& track)
+{
+    const PictureDescription pictures = track.pictures.value_or(PictureDescription());
+    PrintList({pictures.pixelFormat, pictures.fieldOrder,
+               pictures.rotation != 0 ? fmt::format("turned by {} degrees clockwise", pictures.rotation) : "",
+               track.bitRate > 0 ? fmt::format("{:.0f} kb/s", static_cast<double>(track.bitRate) / 1000) : "",
+               Named("language ", track.GetLanguage())});
+    PrintList({Named("primaries ", pictures.primaries), Named("transfer ", pictures.transfer),
+               Named("matrix ", pictures.matrix), Named("range ", pictures.range)});
+    PrintHdr(pictures);
+}
+
+void PrintHeader(const Core::Property& header)
+{
+    Print("    header:\n");
+    for (const Core::Property& field : header)
+    {
+        const auto value = PropertyToJson(field);
+        Print("      {:<36} {}\n", field.GetName(), value.is_string() ? value.get<std::string>() : value.dump());
+    }
 }
 
 void PrintCutting(const ProbeCutting& cutting)
 {
-    Print("    {} pictures in {} groups, the longest {}, {} open\n", cutting.CountPictures(), cutting.groups.size(),
-          cutting.GetLongest(), cutting.CountOpen());
+    Print("    {} in {}, the longest {}, {} open\n", Count(cutting.CountPictures(), "picture"),
+          Count(static_cast<long long>(cutting.groups.size()), "group"), cutting.GetLongest(), cutting.CountOpen());
     if (!cutting.refusal.empty())
         Print("    can't be cut: {}\n", cutting.refusal);
     else if (cutting.anywhere)
@@ -54,10 +103,11 @@ void PrintTrack(const ProbeTrack& track)
 {
     const bool header = track.header.GetType() != Core::Property::TypeEmpty;
     PrintFormat(track);
+    PrintTraits(track);
     if (!track.headerFault.empty())
         Print("    header unusable: {}{}\n", track.headerFault, header ? "; packets bring this one:" : "");
     if (header)
-        Print("    header: {}\n", PropertyToJson(track.header).dump());
+        PrintHeader(track.header);
     if (track.lossless)
         Print("    {}\n", DescribeLossless(*track.lossless));
     if (track.cutting)
@@ -82,11 +132,15 @@ public:
         return "tell a file's tracks, codec headers, groups of pictures, and how it can be cut";
     }
     OptionTable GetOptions() override { return {{"IN", "", "the file to examine", &settings.input, {}, true, true}}; }
+    std::vector<Example> GetExamples() const override
+    {
+        return {{"tessor probe film.mp4", "its tracks, their headers and groups of pictures"}};
+    }
 
     ExitCode Run(const CommonOptions& common) override
     {
-        Progress progress(common, "probe");
-        const ProbeReport report = ProbeJob(settings).Run(progress);
+        const ProbeReport report =
+            Follow(common, "probe", [&](IProgress& progress) { return ProbeJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
         return ExitCode::Done;
     }

@@ -48,6 +48,45 @@ void AddCutting(Json& json, const ProbeCutting& cutting)
     json["groups"] = GroupsToJson(cutting);
 }
 
+/// What is told, under its name.
+Json ToldToJson(std::initializer_list<std::pair<const char*, std::string>> texts)
+{
+    Json json = Json::object();
+    for (const auto& [name, text] : texts)
+        if (!text.empty())
+            json[name] = text;
+    return json;
+}
+
+Json MasteringToJson(const MasteringDisplay& display)
+{
+    Json json = Json::object();
+    if (display.colours)
+        json.update({{"red", (*display.colours)[0]},
+                     {"green", (*display.colours)[1]},
+                     {"blue", (*display.colours)[2]},
+                     {"white", (*display.colours)[3]}});
+    if (display.luminance)
+        json.update({{"least_luminance", (*display.luminance)[0]}, {"most_luminance", (*display.luminance)[1]}});
+    return json;
+}
+
+void AddPictures(Json& json, const PictureDescription& pictures)
+{
+    json.update(ToldToJson({{"pixel_format", pictures.pixelFormat}, {"field_order", pictures.fieldOrder}}));
+    json["rotation"] = pictures.rotation;
+    json["colour"] = ToldToJson({{"primaries", pictures.primaries},
+                                 {"transfer", pictures.transfer},
+                                 {"matrix", pictures.matrix},
+                                 {"range", pictures.range}});
+    if (pictures.mastering)
+        json["mastering_display"] = MasteringToJson(*pictures.mastering);
+    if (pictures.light)
+        json["content_light"] = {{"pixel", pictures.light->pixel}, {"picture", pictures.light->picture}};
+    if (pictures.dolbyVision)
+        json["dolby_vision"] = {{"profile", pictures.dolbyVision->profile}, {"level", pictures.dolbyVision->level}};
+}
+
 Json TrackToJson(const ProbeTrack& track)
 {
     Json json = {
@@ -58,8 +97,14 @@ Json TrackToJson(const ProbeTrack& track)
                      {"sample_aspect", fmt::format("{}:{}", track.frame->aspectNum, track.frame->aspectDen)}});
     if (track.frameRate)
         json["frame_rate"] = fmt::format("{}/{}", track.frameRate->numerator(), track.frameRate->denominator());
+    if (track.pictures)
+        AddPictures(json, *track.pictures);
     if (track.samples)
         json.update({{"sample_rate", track.samples->GetSampleRate()}, {"channels", track.samples->GetChannelCount()}});
+    if (track.bitRate > 0)
+        json["bit_rate"] = track.bitRate;
+    if (!track.GetLanguage().empty())
+        json["language"] = track.GetLanguage();
     if (!track.headerFault.empty())
         json["header_unusable"] = track.headerFault;
     if (track.header.GetType() != Core::Property::TypeEmpty)

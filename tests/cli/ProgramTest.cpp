@@ -2,6 +2,7 @@
 
 #include "tests/cli/ProgramFixture.h"
 
+#include <cstring>
 #include <random>
 
 using namespace Tessor::Cli::Tests;
@@ -274,6 +275,14 @@ TEST_F(Program, RepacksThereAndBack)
     }
 }
 
+// What a container says of itself is no loss in another one, in capitals or not.
+TEST_F(Program, BrandsAreNoLoss)
+{
+    Make("ffmpeg -v error -i $S/h264.mp4 -c copy brands.mkv");
+    EXPECT_NE(Report("probe brands.mkv")["tags"].dump().find("MAJOR_BRAND"), std::string::npos);
+    EXPECT_EQ(Report("repack brands.mkv c.ts")["warnings"], json::array());
+}
+
 TEST_F(Program, ExitStatusAndOneClearLine)
 {
     std::ofstream(folder / "empty.mp4");
@@ -345,10 +354,11 @@ TEST_F(Program, TextOfAnyKindIsTold)
     const std::string name = "\"$(printf 'n\\n\\377').mkv\"";
     Make("printf ';FFMETADATA1\\n[CHAPTER]\\nTIMEBASE=1/1\\nSTART=0\\nEND=1\\n"
          "title=\303\251\\033[31m\\377\\342\\200\\256\\302\\205.\\n' >m.txt && "
-         "ffmpeg -v error -i $S/h264.mp4 -i m.txt -map_metadata 1 -c copy " +
+         "ffmpeg -v error -i $S/h264.mp4 -i m.txt -map_metadata 1 -metadata:s:1 language=fra -c copy " +
          name);
     const json report = Report("probe " + name);
     EXPECT_EQ(report["input"], "n\n\uFFFD.mkv");
+    EXPECT_EQ(report["tracks"][1]["language"], "fra");
     EXPECT_EQ(report["chapters"][0]["tags"]["title"], "\u00E9\x1B[31m\uFFFD\u202E\u0085.");
     const std::string text = Run("probe " + name).out;
     EXPECT_EQ(text.rfind("n\\n\\xff.mkv: matroska", 0), 0u) << text;
@@ -410,9 +420,28 @@ TEST_F(Program, EveryVerbTellsItsStatistics)
 TEST_F(Program, CompletionAndManualKnowTheOptions)
 {
     for (const char* args : {"completion bash", "completion zsh", "completion fish", "manual"})
-        for (const char* known : {"repack", "verify", "crf"})
+        for (const char* known : {"repack", "verify", "crf", "completion"})
             EXPECT_NE(Run(args).out.find(known), std::string::npos) << args << ": " << known;
-    EXPECT_EQ(RunCommand("'" TESSOR_PROGRAM "' completion bash | bash -n").status, 0);
+    for (const char* args : {"cut --help", "manual"})
+        for (const char* known : {"frame 123", "keep 1:02", "start, end"})
+            EXPECT_NE(Run(args).out.find(known), std::string::npos) << args << ": " << known;
+    // the words of a command line, and what is offered for the last one
+    const std::pair<const char*, const char*> rows[] = {{"li", "list"},
+                                                        {"detect vol", "volume"},
+                                                        {"completion f", "fish"},
+                                                        {"filters volu", "volume"},
+                                                        {"list enc", "encoders"},
+                                                        {"convert --video-encoder libx26", "libx264"},
+                                                        {"cut --over", "--overwrite"},
+                                                        {"tone a.wav --layout st", "stereo"}};
+    for (const auto& [words, offered] : rows)
+    {
+        const std::string script = "compopt() { :; }; . ./c.bash; COMP_WORDS=(tessor " + std::string(words) +
+                                   "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _tessor; echo ${COMPREPLY[@]}";
+        Make("'" TESSOR_PROGRAM "' completion bash >c.bash");
+        const std::string reply = RunCommand("bash -c '" + script + "'").out;
+        EXPECT_EQ(reply.substr(0, std::strlen(offered)), offered) << words << ": " << reply;
+    }
 }
 
 // Their forms are what scripts/check-docs holds against the schemas.
@@ -431,6 +460,13 @@ TEST_F(Program, DocumentsHoldWhatIsThere)
         {"probe $S/h264.mp4", "/tracks/0/groups/count", 4},
         {"probe $S/h264.mp4", "/tracks/0/cut_anywhere", true},
         {"probe $S/hevc-cra.mp4", "/tracks/0/lossless/cut", false},
+        {"probe $S/h264-rotated.mov", "/tracks/0/rotation", 270},
+        {"probe $S/mpeg2-fields.vob", "/tracks/0/field_order", "top field first"},
+        {"probe $S/hevc-hdr10.mp4", "/tracks/0/pixel_format", "yuv420p10le"},
+        {"probe $S/hevc-hdr10.mp4", "/tracks/0/colour/transfer", "smpte2084"},
+        {"probe $S/hevc-hdr10.mp4", "/tracks/0/content_light/pixel", 1000},
+        {"probe $S/pcm.wav", "/tracks/0/bit_rate", 1152000},
+        {"list encoders", "/encoders/0/kind", "video"},
         {"detect lossless $S/hevc-hdr10.mp4", "/lossless", true},
         {"detect lossless $S/hevc-cra.mp4", "/lossless", false},
         {"detect lossless $S/hevc-cra.mp4", "/tracks/0/cut_ended_at_packet", 30},

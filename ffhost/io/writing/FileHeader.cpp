@@ -9,6 +9,7 @@ extern "C"
 }
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <new>
 #include <set>
@@ -29,6 +30,15 @@ bool IsStale(const std::string& key)
                                                 "DURATION",    "BPS",           "NUMBER_OF_FRAMES",  "NUMBER_OF_BYTES"};
     const std::string stem = key.substr(0, key.find("-eng"));
     return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
+}
+
+/// Readers of Matroska give such tags of other containers in capitals. They are carried on, but are no loss.
+bool IsBookkeeping(std::string key)
+{
+    if (IsStale(key))
+        return true;
+    std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::tolower(c); });
+    return IsStale(key);
 }
 
 void CopyTags(const Tags& tags, AVDictionary** target)
@@ -186,7 +196,7 @@ std::vector<std::string> FileHeader::FindLostTags(const Tags& of, Container::Tag
 {
     std::vector<std::string> lost;
     for (const auto& [key, text] : of)
-        if (!IsStale(key) && !container.CarriesTag(key, owner))
+        if (!IsBookkeeping(key) && !container.CarriesTag(key, owner))
             lost.push_back("tag \"" + key + "\"" + what);
     return lost;
 }

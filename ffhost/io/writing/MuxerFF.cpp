@@ -1,6 +1,7 @@
 #include "ffhost/io/writing/MuxerFF.h"
 
 #include "Fnd/Exception.h"
+#include "Fnd/Plural.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "ffhost/Log.h"
 
@@ -405,8 +406,8 @@ std::vector<std::string> MuxerFF::GetLosses() const
         const std::vector<avTime>& exposed = tracks[i].exposed;
         // hidden sound is a decoder's run-in, which players hardly let be heard
         if (!exposed.empty() && tracks[i].source.type == MediaType::Video)
-            losses.push_back("the edit list that hides " + std::to_string(exposed.size()) + " pictures of track " +
-                             std::to_string(tracks[i].source.index) + ", which are shown");
+            losses.push_back("the edit list that hides " + Count(static_cast<long long>(exposed.size()), "picture") +
+                             " of track " + std::to_string(tracks[i].source.index) + ", which are shown");
     }
     return losses;
 }
