@@ -37,7 +37,7 @@ std::vector<AskedRange> Titled(const std::vector<Range>& kept, const std::vector
 
 ListOutput::ListOutput(const std::string& path, const std::string& formatName, const std::vector<std::string>& others,
                        bool overwrite)
-    : path(path), format(path.empty() ? nullptr : &ChooseCutListFormat(path, formatName))
+    : path(path), format(path.empty() ? nullptr : &ChooseCutListFormat(path, formatName)), overwrite(overwrite)
 {
     namespace fs = std::filesystem;
     if (path.empty())
@@ -57,7 +57,7 @@ void ListOutput::Write(const std::vector<Range>& kept, const std::vector<AskedRa
     const std::string text = WriteCutList(*format, Titled(kept, asked), MakeTimeContext(info, nullptr));
     Host::OutputFile file(path);
     avio_write(file.GetContext(), reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
-    file.Commit();
+    file.Commit(overwrite);
 }
 
 } // namespace Tessor::Jobs

@@ -24,6 +24,7 @@ public:
 private:
     const std::string path;
     const CutListFormat* const format; // null where there is no path
+    const bool overwrite;
 };
 
 } // namespace Tessor::Jobs
