@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "cli/Interrupt.h"
+#include "cli/LogFile.h"
 #include "cli/Printable.h"
 #include "cli/UserError.h"
 #include "cli/Verb.h"
@@ -13,7 +14,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <boost/exception/diagnostic_information.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <glog/logging.h>
+#include <iostream>
+#include <new>
 
 namespace Tessor::Cli
 {
@@ -51,21 +57,15 @@ void AddOption(CLI::App& app, const Option& option)
     added->required(option.required);
 }
 
-void SetUpLogging(const CommonOptions& common)
+/// Nothing but the program's own words goes to standard error, and nothing to files of glog's.
+void SilenceLogging()
 {
-    // nothing but the program's own words goes to standard error
     Host::RouteFFmpegLog();
     FLAGS_stderrthreshold = google::NUM_SEVERITIES;
     FLAGS_logtostderr = false;
     for (int severity = 0; severity < google::NUM_SEVERITIES; ++severity)
         // an empty name: no file
         google::SetLogDestination(severity, "");
-    if (common.logFile.empty())
-        return;
-    // all that the library traces, but not each item (VLOG(4000) and above)
-    FLAGS_v = 31;
-    FLAGS_timestamp_in_logfile_name = false;
-    google::SetLogDestination(google::GLOG_INFO, common.logFile.c_str());
 }
 
 ExitCode ExitCodeOf(Jobs::JobError::Kind kind)
@@ -115,14 +115,24 @@ std::string NameFile(Verb& verb, const std::string& text)
     return files.empty() || std::any_of(files.begin(), files.end(), isNamed) ? text : files.front() + ": " + text;
 }
 
+ExitCode RunLogged(Verb& verb, const CommonOptions& common)
+{
+    if (common.logFile.empty())
+        return verb.Run(common);
+    const LogFile log(common.logFile, ListFiles(verb));
+    log.Check(); // before the work
+    const ExitCode code = verb.Run(common);
+    log.Check();
+    return code;
+}
+
 // The only place where failures end; from the most to the least that is known of them.
 int RunVerb(Verb& verb, const CommonOptions& common)
 {
     try
     {
-        SetUpLogging(common);
         CatchInterrupts();
-        return static_cast<int>(verb.Run(common));
+        return static_cast<int>(RunLogged(verb, common));
     }
     catch (const UserError& e)
     {
@@ -157,11 +167,10 @@ CLI::App* AddVerb(CLI::App& app, Verb& verb, CommonOptions& common)
     return command;
 }
 
-} // namespace
-
-int RunProgram(int argc, char** argv)
+int RunCommandLine(int argc, char** argv)
 {
     google::InitGoogleLogging("tessor");
+    SilenceLogging();
     CLI::App app("Tessor: cuts, repacks, converts and examines video files", "tessor");
     app.set_version_flag("--version", "tessor " TESSOR_VERSION);
     app.require_subcommand(1);
@@ -187,6 +196,31 @@ int RunProgram(int argc, char** argv)
     const auto parsed =
         std::find_if(commands.begin(), commands.end(), [](const CLI::App* command) { return command->parsed(); });
     return RunVerb(*verbs[static_cast<size_t>(parsed - commands.begin())], common);
+}
+
+/// What was to be printed, help included, is part of what was asked for.
+int FlushOutput(int status)
+{
+    errno = 0;
+    std::cout.flush();
+    const bool flushed = std::fflush(stdout) == 0 && !std::ferror(stdout) && std::cout.good();
+    if (flushed || status != static_cast<int>(ExitCode::Done))
+        return status;
+    return Fail(ExitCode::Failed,
+                std::string("standard output: ") + (errno ? std::strerror(errno) : "not all could be written"));
+}
+
+} // namespace
+
+int RunProgram(int argc, char** argv)
+try
+{
+    return FlushOutput(RunCommandLine(argc, argv));
+}
+catch (const std::exception&) // of what is done before and after a verb only memory can fail
+{
+    std::fputs("tessor: out of memory\n", stderr);
+    return static_cast<int>(ExitCode::Failed);
 }
 
 } // namespace Tessor::Cli

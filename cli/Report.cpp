@@ -1,13 +1,31 @@
 #include "cli/Report.h"
 
 #include "cli/Printable.h"
+#include "cli/UserError.h"
 
 #include <iostream>
+#include <system_error>
 
 namespace Tessor::Cli
 {
 
 using namespace Jobs;
+
+namespace
+{
+
+/// fmt tells of a full disk at once, streams keep it for the end of the program; both are no failures of the job's.
+void WriteOut(const std::function<void()>& print)
+try
+{
+    print();
+}
+catch (const std::system_error& e)
+{
+    throw UserError(ExitCode::Failed, "standard output: " + e.code().message());
+}
+
+} // namespace
 
 // A document is printed with -q as well: who asks for one reads it.
 void PrintReport(const CommonOptions& common, const std::function<Json()>& document, const std::function<void()>& text,
@@ -23,7 +41,7 @@ void PrintReport(const CommonOptions& common, const std::function<Json()>& docum
     }
     if (common.quiet)
         return;
-    text();
+    WriteOut(text);
     if (common.verbose && !statistics.empty())
         std::cout << Serialize(ToJson(statistics)) << "\n";
     for (const std::string& warning : warnings)

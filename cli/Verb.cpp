@@ -39,7 +39,7 @@ OptionTable GetCommonOptions(CommonOptions& common)
          {"auto", "json", "none"}},
         {"-q,--quiet", "", "no report and no progress, only errors", &common.quiet},
         {"-v,--verbose", "", "print the statistics of every filter", &common.verbose},
-        {"--log-file", "FILE", "write a log with all traces to FILE", &common.logFile, {}, true},
+        {"--log-file", "FILE", "append a log with all traces to FILE", &common.logFile, {}, true},
     };
 }
 

@@ -20,6 +20,7 @@ void CheckPlace(const std::string& output, const std::vector<std::string>& input
 /// Refuses an encoder that is not there, or that takes no such options, for the output's tracks of that kind. Throws
 /// JobError.
 void CheckOutputEncoder(const std::string& output, MediaType type, const Host::EncoderOptions& options);
+
 /// Completes the file. Throws JobError as above when something has appeared at its place in the meantime.
 void FinishOutput(Host::Muxer& muxer);
 

@@ -386,6 +386,40 @@ TEST_F(Program, AFullDiskOrAnInterruptionLeavesNothingBehind)
     }
 }
 
+// Both a buffer that is written at the end and a text that is larger than that.
+TEST_F(Program, AReportThatCannotBeWrittenIsAFailure)
+{
+    for (const std::string args : {"--help", "--version", "cut --help", "filters", "filters --json", "manual",
+                                   "completion zsh", "probe $S/h264.mp4", "repack $S/h264.mp4 a.mkv -y --json"})
+    {
+        const Outcome full = Run(args + " >/dev/full");
+        EXPECT_EQ(full.status, 1) << args;
+        EXPECT_EQ(full.err.rfind("tessor: standard output: ", 0), 0u) << args << full.err;
+    }
+}
+
+TEST_F(Program, ALogIsAppendedToLogsOnly)
+{
+    const std::string line = "one line of mine\n";
+    std::ofstream(folder / "notes.txt") << line;
+    std::ofstream(folder / "tessor.INFO") << line;
+    fs::copy(samples / "h264.mp4", folder / "in.mp4");
+    fs::create_hard_link(folder / "in.mp4", folder / "same.mp4");
+    const std::pair<std::string, int> rows[] = {{"log", 0},       {"notes.txt", 2},    {"in.mp4", 2},   {"same.mp4", 2},
+                                                {"./out.mkv", 2}, {"no/where.log", 1}, {"/dev/full", 1}};
+    for (const auto& [log, status] : rows)
+        EXPECT_EQ(Run("cut in.mp4 out.mkv -y --keep 0-2 --log-file " + log).status, status) << log;
+    const std::string once = Slurp(folder / "log");
+    EXPECT_GT(once.size(), 200u);
+    EXPECT_EQ(Run("cut in.mp4 --plan --keep 0-2 --log-file log").status, 0);
+    EXPECT_EQ(Slurp(folder / "log").substr(0, once.size()), once);
+    EXPECT_GT(Slurp(folder / "log").size(), once.size());
+    EXPECT_EQ(Slurp(folder / "notes.txt") + Slurp(folder / "tessor.INFO"), line + line);
+    EXPECT_EQ(Slurp(folder / "in.mp4"), Slurp(samples / "h264.mp4"));
+    const std::vector<std::string> files = {"in.mp4", "log", "notes.txt", "out.mkv", "same.mp4", "tessor.INFO"};
+    EXPECT_EQ(FilesLeft(), files);
+}
+
 TEST_F(Program, TruncatedAndDamagedInputIsReadAsFarAsItGoes)
 {
     const std::string whole = Slurp(samples / "h264.ts");
