@@ -175,7 +175,10 @@ bool SurveyHeaders(AVFormatContext& context, std::map<int, FoundHeader>& found)
     while (!std::all_of(tracks.begin(), tracks.end(), isDone) && avio_tell(context.pb) < end)
     {
         PacketPtr packet(av_packet_alloc());
-        if (!packet || av_read_frame(&context, packet.get()) < 0)
+        const int code = packet ? av_read_frame(&context, packet.get()) : AVERROR(ENOMEM);
+        if (code == AVERROR(ENOMEM))
+            throw std::bad_alloc();
+        if (code < 0)
             break;
         const auto track = tracks.find(packet->stream_index);
         if (track != tracks.end() && !track->second.IsDone())

@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/Log.h"
+#include "ffhost/io/reading/ReadFailure.h"
 
 extern "C"
 {
@@ -10,7 +11,7 @@ extern "C"
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -23,7 +24,8 @@ namespace
 // libavformat looks at 5 MB by default. Tables that follow and tracks that begin late lie beyond.
 constexpr int64_t DEEP_PROBE_BYTES = 200000000;
 constexpr int64_t DEEP_PROBE_TIME = 60 * static_cast<int64_t>(AV_TIME_BASE);
-// A reader that has nothing at the moment says EAGAIN, which damaged data could make it say for ever.
+// Where a demuxer has nothing at the moment, or makes nothing of the data, it is asked again. Damaged data could make
+// it say so for ever.
 constexpr int MAX_RETRIES = 1000;
 constexpr std::string_view INDEXED = "mov,mp4,m4a,3gp,3g2,mj2"; // QuickTime's family
 
@@ -88,17 +90,13 @@ void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
 SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings) : path(path), settings(settings)
 {
     RouteFFmpegLog();
-    std::error_code error;
-    // To libavformat an empty file is one of unknown format. Pipes and devices have no size, and pass.
-    const auto status = std::filesystem::status(path, error);
-    if (std::filesystem::is_directory(status))
-        Fail("is a folder");
-    if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0 && !error)
-        Fail("is empty");
     Open();
     // The survey has taken packets from the beginning, and what it found goes in where a file is opened.
     if (SurveyHeaders(*context, headers))
+    {
+        CheckDisk(*bytes);
         Open();
+    }
     FindStreams();
     if (context->nb_streams == 0)
         Fail("holds no tracks");
@@ -115,7 +113,15 @@ int SourceFile::CallWatched(const std::function<int()>& call)
     watching = false;
     if (interruption)
         std::rethrow_exception(std::exchange(interruption, nullptr));
+    if (code == AVERROR(ENOMEM))
+        throw std::bad_alloc();
     return code;
+}
+
+void SourceFile::CheckDisk(const InputBytes& file) const
+{
+    if (const int error = file.GetError())
+        Throw<ReadFailure>(TESSOR_HERE, path + ": can't be read: " + std::strerror(error));
 }
 
 int SourceFile::IsInterrupted(void* file)
@@ -136,10 +142,12 @@ int SourceFile::IsInterrupted(void* file)
 
 void SourceFile::Open()
 {
+    auto newBytes = std::make_unique<InputBytes>(path, AVIOInterruptCB{IsInterrupted, this});
     AVFormatContext* opened = avformat_alloc_context();
     if (!opened)
-        Fail("out of memory");
+        throw std::bad_alloc();
     opened->interrupt_callback = {IsInterrupted, this};
+    opened->pb = newBytes->GetContext();
     AVDictionary* options = nullptr;
     if (deep)
     {
@@ -148,22 +156,29 @@ void SourceFile::Open()
         // without this, a transport stream counts as described by its first table
         av_dict_set(&options, "scan_all_pmts", "1", 0);
     }
-    // The protocol prefix keeps names with a colon from being taken for addresses.
     const FFmpegErrorCapture errors;
     const int code = CallWatched(
         [&]
         {
+            // The protocol's prefix keeps names with a colon from being taken for addresses.
             const int result = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
             av_dict_free(&options);
             if (result >= 0)
-                context.reset(opened);
+                TakeOver(opened, std::move(newBytes));
             return result;
         });
     const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
+    CheckDisk(newBytes ? *newBytes : *bytes);
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "unknown format or damaged header" + cause
                                          : "can't be opened: " + errors.GetText(code));
     ReplaceHeaders();
+}
+
+void SourceFile::TakeOver(AVFormatContext* opened, std::unique_ptr<InputBytes> itsBytes)
+{
+    context.reset(opened);
+    bytes = std::move(itsBytes);
 }
 
 // Comes before libavformat looks at the streams, since it goes by their headers, too.
@@ -181,7 +196,7 @@ void SourceFile::ReplaceHeaders()
         const size_t size = found.header.size();
         parameters.extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
         if (!parameters.extradata)
-            Fail("out of memory");
+            throw std::bad_alloc();
         std::copy(found.header.begin(), found.header.end(), parameters.extradata);
         parameters.extradata_size = static_cast<int>(size);
     }
@@ -233,36 +248,47 @@ PacketPtr SourceFile::Read()
         settings.checkpoint();
     PacketPtr packet(av_packet_alloc());
     if (!packet)
-        Fail("out of memory");
+        throw std::bad_alloc();
     if (std::exchange(rewinding, false) && !SeekToFirst())
         Reopen();
     atStart = false;
     for (int retries = 0; retries < MAX_RETRIES;)
     {
         const int code = av_read_frame(context.get(), packet.get());
-        if (code == AVERROR(EAGAIN))
-        {
-            ++retries;
-            continue;
-        }
-        if (code < 0)
-        {
-            damaged += code != AVERROR_EOF;
+        CheckDisk(*bytes);
+        if (code == AVERROR(ENOMEM))
+            throw std::bad_alloc();
+        if (code == AVERROR_EOF)
             return nullptr;
-        }
-        if (packet->stream_index < StreamCount() && IsSelected(packet->stream_index))
-        {
-            damaged += (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
-            ForgetGuess(*packet);
-            if (Unpack(*packet))
-                return packet;
-        }
-        // libavformat adds streams while it reads; ours are numbered since the file was opened
-        if (packet->stream_index >= StreamCount())
-            NoteLate(*packet);
+        if (code >= 0 && Takes(*packet))
+            return packet;
         av_packet_unref(packet.get());
+        // one damaged place, however often it is asked for
+        damaged += code < 0 && code != AVERROR(EAGAIN) && retries == 0;
+        retries = code >= 0 ? retries : MovedOn() ? 1 : retries + 1;
     }
     return nullptr;
+}
+
+bool SourceFile::Takes(AVPacket& packet)
+{
+    // libavformat adds streams while it reads; ours are numbered since the file was opened
+    if (packet.stream_index >= StreamCount())
+        NoteLate(packet);
+    else if (IsSelected(packet.stream_index))
+    {
+        damaged += (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
+        ForgetGuess(packet);
+        return Unpack(packet);
+    }
+    return false;
+}
+
+/// Whether the demuxer has come further than where it met damage before.
+bool SourceFile::MovedOn()
+{
+    const long long place = GetProgress().first;
+    return std::exchange(furthest, std::max(furthest, place)) < place;
 }
 
 // AVI tells no presentation times. That of the first packet libavformat makes up before it knows of reordering. Where
@@ -307,7 +333,7 @@ void SourceFile::NoteLate(const AVPacket& packet)
 bool SourceFile::Seek(int stream, avTime time)
 {
     const int64_t ticks = av_rescale_q(time, AVRational{1, AV_TIME_BASE}, Stream(stream).time_base);
-    if (av_seek_frame(context.get(), stream, ticks, AVSEEK_FLAG_BACKWARD) < 0)
+    if (!SeekFrame(stream, ticks, AVSEEK_FLAG_BACKWARD))
         return false;
     atStart = rewinding = false;
     ForgetPacked();
@@ -316,25 +342,34 @@ bool SourceFile::Seek(int stream, avTime time)
 
 bool SourceFile::SeekToByte(long long position)
 {
-    if (av_seek_frame(context.get(), -1, position, AVSEEK_FLAG_BYTE) < 0)
+    if (!SeekFrame(-1, position, AVSEEK_FLAG_BYTE))
         return false;
     atStart = rewinding = false;
     ForgetPacked();
     return true;
 }
 
+bool SourceFile::SeekFrame(int stream, int64_t place, int flags)
+{
+    const int code = av_seek_frame(context.get(), stream, place, flags);
+    CheckDisk(*bytes);
+    if (code == AVERROR(ENOMEM))
+        throw std::bad_alloc();
+    return code >= 0;
+}
+
 void SourceFile::Rewind()
 {
     rewinding = rewinding || !atStart;
     atStart = true;
-    damaged = 0;
+    furthest = damaged = 0;
 }
 
 // By the index of a file that gives each packet its place and all of its times: libavformat then reads as from a file
 // that was opened anew, whose index would take long to read.
 bool SourceFile::SeekToFirst()
 {
-    if (std::string_view(context->iformat->name) != INDEXED)
+    if (!IsIndexed())
         return false;
     int first = -1;
     for (int i = 0; i < static_cast<int>(context->nb_streams); ++i)
@@ -343,7 +378,7 @@ bool SourceFile::SeekToFirst()
     const AVIndexEntry* const entry = avformat_index_get_entry(&Stream(first), 0);
     // The other streams are sought to the time of this one, and so to their first packets.
     ForgetPacked();
-    return entry && av_seek_frame(context.get(), first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD) >= 0;
+    return entry && SeekFrame(first, entry->timestamp, AVSEEK_FLAG_ANY | AVSEEK_FLAG_BACKWARD);
 }
 
 // What holds for all formats: a seek to the first time lands on an entry point, and what lies before (priming, leading
@@ -379,6 +414,11 @@ std::string SourceFile::GetHeaderFault(int stream) const
 {
     const auto found = headers.find(stream);
     return found != headers.end() ? found->second.fault : "";
+}
+
+bool SourceFile::IsIndexed() const
+{
+    return std::string_view(context->iformat->name) == INDEXED;
 }
 
 bool SourceFile::IsElementary() const

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+extern "C"
+{
+#include <libavformat/avio.h>
+}
+
+namespace Tessor::Host
+{
+
+/// An ordinary file for libavformat to read. Its demuxers take a read that fails for the end of the file or for damage,
+/// and go on: what failed is remembered here.
+class InputBytes
+{
+public:
+    /// Throws Core::IOException "FILE: cause" for what can't be opened, and for what can't be sought: folders, pipes,
+    /// sockets and devices. `interrupt` is asked before each read.
+    InputBytes(const std::string& path, const AVIOInterruptCB& interrupt);
+    ~InputBytes();
+    InputBytes(const InputBytes&) = delete;
+    InputBytes& operator=(const InputBytes&) = delete;
+
+    /// Lives as long as this.
+    AVIOContext* GetContext() const { return context; }
+    /// errno of the first call that failed, after which nothing is read any more; 0 while all is well.
+    int GetError() const { return error; }
+
+private:
+    static int Read(void* opaque, uint8_t* buffer, int size);
+    static int64_t Seek(void* opaque, int64_t offset, int whence);
+
+    void Open(const std::string& path);
+    int64_t Fail();
+
+    const AVIOInterruptCB interrupt;
+    int fd = -1;
+    int64_t position = 0; // of the next read
+    int error = 0;        // as GetError tells
+    AVIOContext* context = nullptr;
+};
+
+} // namespace Tessor::Host
