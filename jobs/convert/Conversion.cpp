@@ -374,7 +374,7 @@ ConvertReport Conversion::Run(IProgress& progress)
         report.tracks.push_back(track);
     }
     report.warnings = warnings;
-    for (const std::string& warning : pump.GetWarnings(*demuxer, CountDamagedElsewhere()))
+    for (const std::string& warning : pump.GetWarnings(*demuxer, FindDamageElsewhere()))
         report.warnings.push_back(warning);
     report.statistics = pump.GetStatistics();
     report.wallSeconds = watch.GetSeconds();
@@ -382,12 +382,12 @@ ConvertReport Conversion::Run(IProgress& progress)
 }
 
 // The one for sparse tracks reads what the others do: its damage is theirs.
-long long Conversion::CountDamagedElsewhere() const
+Host::Damage Conversion::FindDamageElsewhere() const
 {
-    long long count = 0;
+    Host::Damage damage;
     for (const SP<Host::Demuxer>& source : more)
-        count += source->GetDamagedCount();
-    return count;
+        damage.Join(source->GetDamage());
+    return damage;
 }
 
 } // namespace Tessor::Jobs

@@ -72,7 +72,7 @@ private:
     SP<Proc::IStreamVideo> Fit(SP<Proc::IStreamVideo> stream, const std::string& encoder, int index);
 
     /// Packets of the tracks that are read apart.
-    long long CountDamagedElsewhere() const;
+    Host::Damage FindDamageElsewhere() const;
 
     const ConvertSettings settings;
     const std::vector<FilterStep> videoSteps, audioSteps;

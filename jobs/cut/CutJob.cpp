@@ -16,12 +16,12 @@ PlanReport CutJob::Plan(IProgress& progress) const
     CutSession session(settings, progress);
     PlanReport report;
     report.input = settings.input;
-    report.groups = MakePlan(session, progress);
+    report.groups = MakePlan(session, progress, report.warnings);
     report.intervals = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
     for (const CutTrack& track : session.GetTracks())
         if (track.IsVideo())
             report.tracks.push_back({track.index, track.cutAnywhere, track.obstacle});
-    report.warnings = session.GetWarnings();
+    report.warnings.insert(report.warnings.begin(), session.GetWarnings().begin(), session.GetWarnings().end());
     list.Write(report.intervals, session.GetAsked(), session.GetInfo());
     progress.Finish(session.GetInfo().duration);
     return report;

@@ -2,6 +2,7 @@
 
 #include "Proc/Filters/Filters/Cutting/GroupFate.h"
 #include "ffhost/streams/FieldJoiner.h"
+#include "jobs/InputDamage.h"
 #include "jobs/ReadJointly.h"
 #include "jobs/ReadProgress.h"
 
@@ -122,7 +123,7 @@ std::vector<std::vector<Group>> ReadGroups(const std::vector<SP<Proc::IStreamRaw
 
 // The file is read twice: whole, for what is in it, and as the cut reads it, told what is deleted. That leaves out much
 // of it, and brings the rest into the form in which the cut decides.
-std::vector<GroupPlan> MakePlan(CutSession& session, IProgress& progress)
+std::vector<GroupPlan> MakePlan(CutSession& session, IProgress& progress, std::vector<std::string>& warnings)
 {
     ReadProgress reading(progress, session.GetInfo().duration);
     const SP<Host::Demuxer> demuxer = session.GetDemuxer().OpenAgain();
@@ -139,6 +140,7 @@ std::vector<GroupPlan> MakePlan(CutSession& session, IProgress& progress)
     }
     reading.BeginPass(0.5);
     std::vector<std::vector<Group>> whole = ReadGroups(streams, reading);
+    AddDamage(session.GetInfo().path, demuxer->GetDamage(), warnings);
     const Cut cut = session.GetCut();
     demuxer->SetCut(cut);
     reading.BeginPass(1);

@@ -1,5 +1,6 @@
 #include "jobs/detect/LosslessJob.h"
 
+#include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 
 #include <algorithm>
@@ -22,6 +23,7 @@ LosslessReport LosslessJob::Run(IProgress& progress) const
     reading.BeginPass(1);
     report.tracks = DetectLossless(*demuxer, reading);
     progress.Finish(duration);
+    AddDamage(report.input, demuxer->GetDamage(), report.warnings);
     for (const LosslessFinding& track : report.tracks)
         report.statistics.push_back({track.track, track.statistic});
     return report;

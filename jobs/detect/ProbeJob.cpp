@@ -4,6 +4,7 @@
 #include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/FieldJoiner.h"
+#include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 #include "jobs/Times.h"
 #include "jobs/TrackSelection.h"
@@ -81,6 +82,8 @@ ProbeReport ProbeJob::Run(IProgress& progress) const
         track.bitRate = MeasureBitRate(finding, info.tracks[static_cast<size_t>(finding.track)], info.duration);
         report.statistics.push_back({finding.track, finding.statistic});
     }
+    report.damage = demuxer->GetDamage();
+    AddDamage(report.input, report.damage, report.warnings);
     progress.Finish(info.duration);
     return report;
 }

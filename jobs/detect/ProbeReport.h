@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/Damage.h"
 #include "ffhost/io/MediaInfo.h"
 #include "jobs/cut/Groups.h"
 #include "jobs/detect/Lossless.h"
@@ -60,6 +61,7 @@ struct ProbeReport : JobReport
     Host::Tags tags;
     std::vector<Host::ChapterInfo> chapters;
     std::vector<ProbeTrack> tracks;
+    Host::Damage damage; ///< told in a warning, too
 };
 
 } // namespace Tessor::Jobs

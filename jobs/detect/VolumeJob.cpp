@@ -3,6 +3,7 @@
 #include "Proc/Filters/Filters/Audio/FilterVolumeDetect.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
+#include "jobs/InputDamage.h"
 #include "jobs/ReadProgress.h"
 #include "jobs/sound/SoundFile.h"
 
@@ -33,6 +34,7 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
     report.input = settings.input;
     report.peak = detector->GetPeakValue();
     report.lowLevel = detector->IsLowLevel();
+    AddDamage(report.input, sound.file->GetDamage(), report.warnings);
     report.statistics.push_back({sound.track, detector->GetStatistic()});
     return report;
 }

@@ -3,6 +3,7 @@
 #include "Fnd/Plural.h"
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/IProgress.h"
+#include "jobs/InputDamage.h"
 #include "jobs/Times.h"
 #include "jobs/TrackSelection.h"
 
@@ -51,7 +52,7 @@ size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Pl
     return tracks.size() - 1;
 }
 
-std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source, long long damagedElsewhere) const
+std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source, const Host::Damage& elsewhere) const
 {
     std::vector<std::string> warnings;
     for (const std::string& loss : muxer.GetLosses())
@@ -61,8 +62,9 @@ std::vector<std::string> MuxPump::GetWarnings(const Host::Demuxer& source, long 
             warnings.push_back(
                 fmt::format("not carried over: {} of track {}", Count(damaged, "damaged packet"), track.index));
     AddLateStreams(source, warnings);
-    if (const long long damaged = source.GetDamagedCount() + damagedElsewhere)
-        warnings.push_back(fmt::format("{} in {}", Count(damaged, "damaged packet"), source.GetInfo().path));
+    Host::Damage damage = source.GetDamage();
+    damage.Join(elsewhere);
+    AddDamage(source.GetInfo().path, damage, warnings);
     return warnings;
 }
 

@@ -46,9 +46,9 @@ public:
     /// Of all tracks that came from streams; after Run.
     Statistics GetStatistics() const;
     /// What was lost on the way from `source`, once the muxer has finished: what the container can't carry, packets
-    /// that could not be framed, and what reading met that is no track or damaged. `damagedElsewhere`: packets of
-    /// tracks that were read apart from the source.
-    std::vector<std::string> GetWarnings(const Host::Demuxer& source, long long damagedElsewhere = 0) const;
+    /// that could not be framed, and what reading met that is no track or damaged. `elsewhere`: of tracks that were
+    /// read apart from the source.
+    std::vector<std::string> GetWarnings(const Host::Demuxer& source, const Host::Damage& elsewhere = {}) const;
 
 private:
     struct Track

@@ -30,6 +30,7 @@ Json ToJson(const LosslessReport& report)
         json["tracks"].push_back(row);
     }
     json["lossless"] = report.IsLossless();
+    json["warnings"] = report.warnings;
     return json;
 }
 
@@ -40,6 +41,7 @@ Json ToJson(const VolumeReport& report)
     json["peak"] = report.peak;
     json["peak_db"] = decibels ? Json(*decibels) : Json(nullptr);
     json["low_level"] = report.lowLevel;
+    json["warnings"] = report.warnings;
     return json;
 }
 

@@ -116,6 +116,14 @@ Json TrackToJson(const ProbeTrack& track)
     return json;
 }
 
+Json DamageToJson(const Host::Damage& damage)
+{
+    Json json = {{"after", Seconds(damage.after)}, {"packets", damage.packets}};
+    if (damage.promised != NoTime)
+        json["promised_duration"] = Seconds(damage.promised);
+    return json;
+}
+
 } // namespace
 
 Json ToJson(const ProbeReport& report)
@@ -134,6 +142,9 @@ Json ToJson(const ProbeReport& report)
             {{"start", Seconds(chapter.start)}, {"end", Seconds(chapter.end)}, {"tags", TagsToJson(chapter.tags)}});
     for (const ProbeTrack& track : report.tracks)
         json["tracks"].push_back(TrackToJson(track));
+    if (!report.damage.IsNone())
+        json["damage"] = DamageToJson(report.damage);
+    json["warnings"] = report.warnings;
     return json;
 }
 

@@ -12,6 +12,7 @@ Json ToJson(const SoundReport& report)
     json["encoder"] = report.encoder;
     json["sample_rate"] = report.rate;
     json["channels"] = report.channels;
+    json["warnings"] = report.warnings;
     json["wall_seconds"] = report.wallSeconds;
     return json;
 }

@@ -2,6 +2,7 @@
 
 #include "Proc/Filters/Filters/Audio/IFilterAudioMixer.h"
 #include "host/ImplNames.h"
+#include "jobs/InputDamage.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
 
@@ -21,9 +22,18 @@ SoundReport MixJob::Run(IProgress& progress) const
     Check();
     const Factories factories = Factories::Make();
     const SP<Proc::IFilterAudioMixer> mixer = factories.filters->CreateAudioMixer(Proc::ImplNames::DEFAULT);
+    std::vector<SP<Host::Demuxer>> files;
     for (const MixSettings::Input& input : settings.inputs)
-        mixer->AddStream(OpenSound(input.path, progress).stream, input.volume);
-    return WriteSound(mixer, settings.output, {.overwrite = settings.overwrite}, settings.encoder, factories, progress);
+    {
+        const OpenedSound sound = OpenSound(input.path, progress);
+        files.push_back(sound.file);
+        mixer->AddStream(sound.stream, input.volume);
+    }
+    SoundReport report =
+        WriteSound(mixer, settings.output, {.overwrite = settings.overwrite}, settings.encoder, factories, progress);
+    for (const SP<Host::Demuxer>& file : files)
+        AddDamage(file->GetInfo().path, file->GetDamage(), report.warnings);
+    return report;
 }
 
 void MixJob::Check() const

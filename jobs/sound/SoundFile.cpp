@@ -43,7 +43,7 @@ OpenedSound OpenSound(const std::string& path, const IProgress& progress)
                                     [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
     if (sound == tracks.end())
         throw JobError(JobError::Failed, path + ": there is no sound");
-    return {sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
+    return {demuxer, sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
 }
 
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::MuxerSettings& file,

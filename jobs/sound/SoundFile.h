@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/TrackEncoding.h"
+#include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/MuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/chains/FilterCatalog.h"
@@ -21,6 +22,7 @@ SP<Host::TrackEncoder> EncodeSound(const SP<Proc::IStreamAudio>& stream, const H
 
 struct OpenedSound
 {
+    SP<Host::Demuxer> file;
     int track; ///< in the file
     SP<Proc::IStreamAudio> stream;
 };

@@ -436,6 +436,28 @@ TEST_F(Program, TruncatedAndDamagedInputIsReadAsFarAsItGoes)
     }
 }
 
+// By every verb that reads, in one warning, which its document has as well.
+TEST_F(Program, HowMuchOfADamagedFileWasThereIsTold)
+{
+    const std::string mkv = Slurp(samples / "h264.mkv");
+    std::ofstream(folder / "short.mkv", std::ios::binary) << mkv.substr(0, mkv.size() / 2);
+    const std::pair<std::string, std::string> files[] = {{"$S/truncated.mp4", "truncated.mp4: damaged after 0:00:01."},
+                                                         {"short.mkv", "short.mkv: damaged after 0:00:04.0"}};
+    for (const auto& [name, told] : files)
+        for (const std::string verb :
+             {"probe IN", "cut IN --keep 0-1,2- --plan", "cut IN a.mkv --keep 1- -y", "repack IN a.mkv -y",
+              "convert IN a.mkv --no-video -y", "mix IN a.wav -y", "detect volume IN", "detect lossless IN"})
+        {
+            std::string args = verb;
+            args.replace(args.find("IN"), 2, name);
+            const Outcome text = Run(args);
+            EXPECT_NE(text.err.find(told), std::string::npos) << args << text.err;
+            EXPECT_EQ(text.err.find("damaged after"), text.err.rfind("damaged after")) << args << text.err;
+            const std::string warnings = json::parse(Run(args + " --json").out).at("warnings").dump();
+            EXPECT_NE(warnings.find(told), std::string::npos) << args << warnings;
+        }
+}
+
 TEST_F(Program, EveryVerbTellsItsStatistics)
 {
     for (const std::string args :

@@ -53,7 +53,7 @@ struct MadeTrack
         }
         else
             track.packets = ReadItems(*demuxer->GetStream(0));
-        track.damaged = demuxer->GetDamagedCount();
+        track.damaged = demuxer->GetDamage().packets;
         return track;
     }
 

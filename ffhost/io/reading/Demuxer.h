@@ -3,6 +3,7 @@
 #include "Fnd/RefCount.h"
 #include "Proc/Settings/CutTimeline.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
+#include "ffhost/io/Damage.h"
 #include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
 
@@ -58,8 +59,8 @@ public:
 
     /// Bytes of the file read so far and in all, for progress; 0 when unknown.
     virtual std::pair<long long, long long> GetProgress() const = 0;
-    /// Packets that were damaged or could not be placed in time.
-    virtual long long GetDamagedCount() const = 0;
+    /// What reading has met so far.
+    virtual Damage GetDamage() const = 0;
     /// What reading has met so far and nobody can read, for a warning.
     virtual std::vector<LateStream> GetLateStreams() const = 0;
 };

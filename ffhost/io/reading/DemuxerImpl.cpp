@@ -4,6 +4,7 @@
 #include "ffhost/io/reading/AdtsSurvey.h"
 #include "ffhost/io/reading/DurationScan.h"
 #include "ffhost/io/reading/MediaInfoBuilder.h"
+#include "ffhost/io/reading/Truncation.h"
 
 #include <algorithm>
 #include <limits>
@@ -44,6 +45,7 @@ void DemuxerImpl::Measure()
     avTime last = NoTime;
     for (const TrackMeasure& measure : measures)
         last = std::max(last, measure.end);
+    truncation = FindTruncation(pump.GetFile(), info, last);
     info.duration = std::max<avTime>(0, last != NoTime ? last : info.duration);
     for (size_t i = 0; i < info.tracks.size(); ++i)
     {
@@ -113,10 +115,12 @@ std::pair<long long, long long> DemuxerImpl::GetProgress() const
     return pump.GetFile().GetProgress();
 }
 
-long long DemuxerImpl::GetDamagedCount() const
+Damage DemuxerImpl::GetDamage() const
 {
     const boost::mutex::scoped_lock lock(mutex);
-    return pump.GetDamagedCount();
+    Damage damage = pump.GetDamage();
+    damage.Join(truncation);
+    return damage;
 }
 
 std::vector<LateStream> DemuxerImpl::GetLateStreams() const

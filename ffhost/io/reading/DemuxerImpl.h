@@ -22,7 +22,7 @@ public:
     void SetCut(const Proc::CutTimeline& cut) override;
     void KeepLeadIns(bool keep) override;
     std::pair<long long, long long> GetProgress() const override;
-    long long GetDamagedCount() const override;
+    Damage GetDamage() const override;
     std::vector<LateStream> GetLateStreams() const override;
 
 private:
@@ -48,7 +48,8 @@ private:
     const DemuxerSettings settings;
     mutable boost::mutex mutex;
     PacketPump pump;
-    MediaInfo info; // fixed after the constructor
+    MediaInfo info;    // fixed after the constructor
+    Damage truncation; // likewise
     std::map<int, Reader> readers;
     bool movePending = false; // a DoSeek came; the file is moved by the next read, so that seeks in a row cost nothing
 };

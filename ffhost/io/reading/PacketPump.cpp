@@ -120,15 +120,22 @@ bool PacketPump::ReadMore()
 
 bool PacketPump::ReadPacket()
 {
+    const long long damaged = file.GetDamagedCount();
     PacketPtr packet = file.Read();
+    if (file.GetDamagedCount() != damaged)
+        NoteDamage();
     if (!packet)
         return false;
     const int index = packet->stream_index;
     if (const auto found = dense.find(index); found != dense.end())
     {
-        found->second.keys.Check(*packet);
-        found->second.times.Push(std::move(packet));
-        Deliver(found->second);
+        DenseTrack& track = found->second;
+        const long long misplaced = track.times.GetDamagedCount();
+        track.keys.Check(*packet);
+        track.times.Push(std::move(packet));
+        if (track.times.GetDamagedCount() != misplaced)
+            NoteDamage();
+        Deliver(track);
     }
     else if (const auto other = sparse.find(index); other != sparse.end())
     {
@@ -136,6 +143,12 @@ bool PacketPump::ReadPacket()
             AddSparse(other->second, index, std::move(packet));
     }
     return true;
+}
+
+void PacketPump::NoteDamage()
+{
+    const avTime reached = std::max({NewestDts(), sought, avTime{0}});
+    whole = whole == NoTime ? reached : std::min(whole, reached);
 }
 
 void PacketPump::FinishAll()
@@ -211,8 +224,7 @@ void PacketPump::MoveTo(avTime target)
         if (Settle(target, lead))
             return;
     }
-    file.Rewind();
-    ResetTimes(true);
+    Rewind();
     for (auto& [index, track] : dense)
         track.staging.Restart(target > 0 ? target : NoTime, true);
 }
@@ -224,10 +236,18 @@ bool PacketPump::SeekBefore(avTime target, avTime lead)
         return false;
     if (jumps.shifts.size() > 1)
         return SeekToEntry(target - lead);
-    if (!file.Seek(Anchor(), AddTime(info->origin, target - lead)))
+    sought = target - lead;
+    if (!file.Seek(Anchor(), AddTime(info->origin, sought)))
         return false;
     ResetTimes(false);
     return true;
+}
+
+void PacketPump::Rewind()
+{
+    file.Rewind();
+    sought = 0;
+    ResetTimes(true);
 }
 
 bool PacketPump::SeekToEntry(avTime time)
@@ -236,7 +256,8 @@ bool PacketPump::SeekToEntry(avTime time)
                                        [](avTime t, const ClockJumps::Entry& entry) { return t < entry.time; });
     if (next == jumps.entries.begin() || !file.SeekToByte((next - 1)->position))
         return false;
-    ResetTimes(false, (next - 1)->time);
+    sought = (next - 1)->time;
+    ResetTimes(false, sought);
     return true;
 }
 
@@ -303,8 +324,7 @@ void PacketPump::TryJump()
     for (avTime lead = std::max(BaseLead(), SECOND); SeekBefore(place, lead); lead = NextLead(lead))
         if (LandJump(*target, false))
             return;
-    file.Rewind();
-    ResetTimes(true);
+    Rewind();
     LandJump(*target, true);
 }
 
@@ -397,12 +417,12 @@ ClockJumps* PacketPump::Clock()
     return file.Context().iformat->flags & AVFMT_TS_DISCONT ? &jumps : nullptr;
 }
 
-long long PacketPump::GetDamagedCount() const
+Damage PacketPump::GetDamage() const
 {
-    long long damaged = file.GetDamagedCount();
+    Damage damage{file.GetDamagedCount(), whole, NoTime};
     for (const auto& [index, track] : dense)
-        damaged += track.times.GetDamagedCount();
-    return damaged;
+        damage.packets += track.times.GetDamagedCount();
+    return damage;
 }
 
 } // namespace Tessor::Host

@@ -2,6 +2,7 @@
 
 #include "ffhost/bitstream/KeyPictures.h"
 #include "ffhost/bitstream/ParameterSets.h"
+#include "ffhost/io/Damage.h"
 #include "ffhost/io/reading/GroupStaging.h"
 #include "ffhost/io/reading/SourceFile.h"
 #include "ffhost/io/reading/SparseInbox.h"
@@ -38,7 +39,7 @@ public:
     /// Not to be moved once a track is selected.
     SourceFile& GetFile() { return file; }
     const SourceFile& GetFile() const { return file; }
-    long long GetDamagedCount() const;
+    Damage GetDamage() const;
 
 private:
     struct DenseTrack
@@ -57,6 +58,7 @@ private:
     };
 
     bool ReadPacket();
+    void NoteDamage();
     void FinishAll();
     void Deliver(DenseTrack& track);
     void FollowSets(DenseTrack& track, SP<Proc::DataPacketFF>& packet);
@@ -65,6 +67,7 @@ private:
     bool CanSeek() const;
     bool SeekBefore(avTime target, avTime lead);
     bool SeekToEntry(avTime time);
+    void Rewind();
     avTime NewestDts() const;
     bool Settle(avTime target, avTime lead);
     void TryJump();
@@ -88,6 +91,8 @@ private:
     bool hasVideo = false;    // among the dense tracks
     bool ended = false;       // all tracks are finished
     avTime lastJump = NoTime; // target of the last jump over deleted time: none is tried twice
+    avTime sought = 0;        // where reading began, by the index
+    avTime whole = NoTime;    // what the first damage that was met came after; NoTime before
 };
 
 } // namespace Tessor::Host

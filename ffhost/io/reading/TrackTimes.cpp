@@ -107,6 +107,7 @@ void TrackTimes::Reset(bool atStart, avTime near)
     if (order)
         order->Reset();
     fromStart = atStart;
+    damaged = atStart ? 0 : damaged;
     delay = 0;
     nextDts = lastDts = NoTime;
     withoutDts.clear();

@@ -28,7 +28,7 @@ public:
     /// As TrackClock's.
     void Reset(bool atStart, avTime near = NoTime);
 
-    /// Clock jumps that this track met first, and packets that could not be placed in time.
+    /// Clock jumps that this track met first, and packets that could not be placed in time, since the beginning.
     long long GetDamagedCount() const { return damaged; }
 
 private:
