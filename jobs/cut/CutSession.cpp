@@ -25,6 +25,10 @@ namespace
 /// What decoders of sound may need to have read before; nobody minds to hear it.
 constexpr avTime longest_run_in = 100 * MILLISECOND;
 
+/// Two groups: where a piece ends, and where the next one begins. An encoder uses all cores, but not all of the time.
+/// More would take much memory.
+constexpr Proc::EncodeAhead encode_ahead = {.groups = 2, .bytes = 16 << 20};
+
 } // namespace
 
 CutSession::CutSession(const CutSettings& request, const IProgress& progress)
@@ -43,6 +47,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     codecs = Host::CodecFactory::Create(
         {.wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); }});
     controller = Proc::FilterCutController::Create(intervals, codecs);
+    controller->SetEncodeAhead(encode_ahead);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     keepsLead = !CanCutLead(request.output);

@@ -47,13 +47,14 @@ struct RawRig
     }
     RawRig(const Ranges& kept, const std::string& script, const SP<FakeCodecs>& codecs,
            const std::string& codec = Video::CODEC_ID_VP8, const Bytes& extradata = {},
-           MediaType type = MediaType::Video)
+           MediaType type = MediaType::Video, const Proc::EncodeAhead& ahead = {})
         : source(ScriptedRaw::Create(script, type, codec)), controller(Cutter(kept, codecs))
     {
         const auto format = source->GetFormatCodec();
         format->GetProperties().SetChildT(Video::TAG_FPS, Core::Property::Ratio(25, 1));
         format->GetProperties().SetChildT<long long>(Video::TAG_BITRATE, 4000000);
         format->SetExtradata(MakeExtradata(extradata));
+        controller->SetEncodeAhead(ahead);
         cut = controller->AddStream(SP<Proc::IStreamRaw>(source));
     }
     bool CutsAnywhere() const { return cut->GetFormatCodec()->GetProperties()[Video::TAG_CUT_ANYWHERE].GetBool(); }

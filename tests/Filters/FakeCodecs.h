@@ -155,9 +155,11 @@ public:
     SP<Proc::IEncoder> CreateEncoder(const SP<Proc::IStreamVideo>& source, const Core::Property& format,
                                      const std::string& implName, const SP<Core::IComputingResource>& resource) override
     {
-        const std::lock_guard<std::mutex> lock(mutex);
-        tried += (tried.empty() ? "" : " ") + implName + (resource ? "+" : "");
-        lastFormat = format;
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            tried += (tried.empty() ? "" : " ") + implName + (resource ? "+" : "");
+            lastFormat = format;
+        }
         const FakeEncoding& encoding =
             std::find_if(encoders.begin(), encoders.end(), [&](const auto& e) { return e.first == implName; })->second;
         encoding.creation();

@@ -110,5 +110,25 @@ TEST(StreamRawGOP, PlaysTheFirstGroupOfAQueueFromItsStart)
     }
 }
 
+TEST(StreamRawGOP, LeavesOutWhatNobodyNeeds)
+{
+    const std::tuple<const char*, int, const char*> rows[] = {
+        {"0K 160 80 40 120 320 240 200 280 400K", 160, "0K 160 80 40 120 E"}, // it ends the one before it
+        {"0K 160 80 40 120 320 240 200 280 400K", 130, "0K 160 80 40 120 E"},
+        {"0K 160 80 40 120 320 240 200 280 400K", 170, "0K 160 80 40 120 320 240:40 200 E"},
+        {"0K 40 80 ?:100 120 400K", 80, "0K 40 80 ?:100 E"},
+        {"0K 40 80 360 120 400K", 80, "0K 40 80:40 360:40 E"}, // kept again from 360 on
+    };
+    for (const auto& [script, start, played] : rows)
+    {
+        const SP<ScriptedRaw> source = ScriptedRaw::Create(script);
+        PacketQueueWithGOP queue(MediaType::None);
+        EXPECT_TRUE(queue.ReadGOP(source));
+        const SP<StreamRawGOP> group(new StreamRawGOP(source, queue));
+        group->LeaveOutTail(start * ms, 360 * ms);
+        EXPECT_EQ(ReadAll(SP<IStreamRaw>(group)), played) << start;
+    }
+}
+
 } // namespace
 } // namespace Tessor::Test

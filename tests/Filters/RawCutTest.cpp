@@ -1,6 +1,7 @@
 #include "Proc/Filters/Filters/Cutting/FilterCutControllerStreamRawImpl.h"
 #include "tests/Filters/CutTestTools.h"
 
+#include <future>
 #include <thread>
 
 namespace Tessor::Test
@@ -107,6 +108,14 @@ TEST(RawCut, StreamsJumpTogether)
 
 // ---- groups that are encoded anew
 
+constexpr EncodeAhead oneByOne = {}, ahead = {.groups = 2, .bytes = 16};
+
+/// A rig of video in VP8.
+RawRig MakeRig(const Ranges& kept, const std::string& script, const FakeEncoding& encoding, const EncodeAhead& limits)
+{
+    return RawRig(kept, script, FakeCodecs::Create({{"X", encoding}}), VP8, {}, MediaType::Video, limits);
+}
+
 /// All from the start, as a muxer reads.
 std::string ReadFromStart(const RawRig& rig)
 {
@@ -135,22 +144,44 @@ TEST(Recode, FitsBetweenTheUntouchedPackets)
          1,
          {}},
     };
-    for (const auto& [kept, script, result, recoded, encoding] : rows)
+    for (const EncodeAhead& limits : {oneByOne, ahead})
+        for (const auto& [kept, script, result, recoded, encoding] : rows)
+        {
+            SCOPED_TRACE(result);
+            const RawRig rig = MakeRig(kept, script, encoding, limits);
+            EXPECT_EQ(ReadFromStart(rig), result);
+            ASSERT_TRUE(rig.CutsAnywhere());
+            const Core::Property statistic = rig.cut->GetStatistic();
+            EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), recoded);
+        }
+}
+
+TEST(Recode, SeveralGroupsAtATime)
+{
+    std::atomic<int> created{0}; // the first by the search
+    std::promise<void> third;
+    const auto arrived = third.get_future().share();
+    const auto meet = [&created, &third, &arrived]
     {
-        SCOPED_TRACE(result);
-        const RawRig rig(kept, script, FakeCodecs::Create({{"X", encoding}}));
-        EXPECT_EQ(ReadFromStart(rig), result);
-        ASSERT_TRUE(rig.CutsAnywhere());
-        const Core::Property statistic = rig.cut->GetStatistic();
-        EXPECT_EQ((*(statistic.end() - 1))["Recoded pakets"].GetInt64(), recoded);
-    }
+        const int number = ++created;
+        if (number == 3)
+            third.set_value();
+        if (number != 2)
+            return;
+        EXPECT_EQ(arrived.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    };
+    EXPECT_EQ(ReadFromStart(MakeRig({{0, 200}, {280, 1000}}, longer, {meet}, ahead)),
+              "0K 40 80 120Kd120 160d160 200Kd200 240d240 280K 320 360 400K E");
 }
 
 TEST(Recode, EncodersThatFail)
 {
-    const RawRig loses({{0, 200}, {360, 1000}}, longer, FakeCodecs::Create({{"X", {.lost = 1}}}));
-    EXPECT_EQ(ReadFromStart(loses), "0K 40 80 !(Count of original and encoded packts are not equal!)");
-    EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 320K E") << "the stream goes on after the group";
+    for (const EncodeAhead& limits : {oneByOne, ahead})
+    {
+        const RawRig loses = MakeRig({{0, 200}, {360, 1000}}, longer, {.lost = 1}, limits);
+        EXPECT_EQ(ReadFromStart(loses), "0K 40 80 !(Count of original and encoded packts are not equal!)");
+        EXPECT_EQ(ReadAll(loses.cut), "200K 240 280 320K E") << "the stream goes on after the group";
+    }
     // the search is the first that creates one; where it is gone afterwards, packets are cut
     const auto failsLater = [created = 0]() mutable
     {

@@ -70,7 +70,7 @@ SP<IStreamSubtitle> FilterCutController::AddStream(const SP<IStreamSubtitle>& st
 
 CutShare FilterCutController::Share()
 {
-    return {SP<FilterCutController>(this), intervals, jumps};
+    return {SP<FilterCutController>(this), intervals, jumps, ahead};
 }
 
 template <class IStreamThis, class Make>

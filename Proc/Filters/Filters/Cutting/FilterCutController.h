@@ -29,6 +29,10 @@ public:
     SP<IStreamVideo> AddStream(const SP<IStreamVideo>& stream) override;
     SP<IStreamSubtitle> AddStream(const SP<IStreamSubtitle>& stream) override;
 
+    /// For streams that are added from then on. Codecs are then created by several threads at a time, and what decoders
+    /// leave out must not change with intervals that widen.
+    void SetEncodeAhead(const EncodeAhead& limits) { ahead = limits; }
+
     /// The present intervals: they may have widened to key frames.
     SettingsFilterCutController GetCut() const { return intervals->GetSettings(); }
     const SP<CutIntervals>& GetIntervals() const { return intervals; }
@@ -63,6 +67,7 @@ private:
     const SP<CutIntervals> intervals;
     const SP<CutJumps> jumps;
     const SP<ICodecFactory> codecFactory; // null when no compressed streams are cut
+    EncodeAhead ahead;                    // for the next stream; a host may set it at any time
 };
 
 } // namespace Tessor::Proc

@@ -30,7 +30,8 @@ std::string Times(const IDataPacket& packet)
 FilterCutControllerStreamRawImpl::FilterCutControllerStreamRawImpl(const SP<IStreamRaw>& source, const CutShare& share,
                                                                    const SP<ICodecFactory>& factory)
     : CutStream(source, share, "FilterCutControllerStreamRawImpl", FRAME_ALLOC_CPU), codecFactory(factory),
-      ability(SearchRecodeAbility(source, factory)), video(source->GetMediaType() == MediaType::Video)
+      ability(SearchRecodeAbility(source, factory)), video(source->GetMediaType() == MediaType::Video),
+      output(share.ahead)
 {
 }
 
@@ -66,7 +67,7 @@ Core::Property FilterCutControllerStreamRawImpl::GetStatistic() const
     const std::string tag = Core::StatisticsTag("FilterCutControllerStreamRawImpl");
     Core::Property record = Core::MakeStatistics(tag, packetsIn, packetsOut);
     record.Add(Core::Property("Recode time", recodeTime));
-    record.Add(Core::Property("Recoded pakets", static_cast<long long>(recodedPackets)));
+    record.Add(Core::Property("Recoded pakets", static_cast<long long>(output.GetEncodedCount())));
     Core::Property statistic = parentStream->GetStatistic();
     statistic.Add(std::move(record));
     return statistic;
@@ -76,7 +77,7 @@ Core::Property FilterCutControllerStreamRawImpl::GetStatistic() const
 bool FilterCutControllerStreamRawImpl::PassesUncut()
 {
     FollowSource();
-    const bool begun = handled != Place() || !outputPackets.empty() || queue.Position() != NoTime || queue.Size() > 0;
+    const bool begun = handled != Place() || !output.IsEmpty() || queue.Position() != NoTime || queue.Size() > 0;
     return !begun && intervals->CutsAreAbsent();
 }
 
@@ -88,8 +89,9 @@ void FilterCutControllerStreamRawImpl::BeginRead()
 
 auto FilterCutControllerStreamRawImpl::TakeTurn() -> Turn
 {
-    if (const SP<IDataPacket> packet = TakeOutput())
-        return {.item = packet};
+    if (eof || !output.WantsMore())
+        if (const SP<IDataPacket> packet = TakeOutput())
+            return {.item = packet};
     if (rereadFrom != NoTime)
         return {.move = [this, from = rereadFrom] { Reread(from); }};
     if (eof)
@@ -102,11 +104,8 @@ auto FilterCutControllerStreamRawImpl::TakeTurn() -> Turn
 
 SP<IDataPacket> FilterCutControllerStreamRawImpl::TakeOutput()
 {
-    if (outputPackets.empty())
-        return nullptr;
-    const SP<IDataPacket> packet = outputPackets.front();
-    outputPackets.pop_front();
-    ++packetsOut;
+    const SP<IDataPacket> packet = output.Take();
+    packetsOut += packet ? 1 : 0;
     return packet;
 }
 
@@ -263,7 +262,7 @@ void FilterCutControllerStreamRawImpl::PassGOP()
         }
         cut = AddPacketHeader(cut);
         VLOG(31) << "Time shift: " << Times(*packet) << " --> " << Times(*cut) << (cut->IsKeyFrame() ? " (key)" : "");
-        outputPackets.push_back(cut);
+        output.Add(cut);
         handled = here;
     }
 }
@@ -284,17 +283,10 @@ SP<IDataPacket> FilterCutControllerStreamRawImpl::AddPacketHeader(const SP<IData
 void FilterCutControllerStreamRawImpl::RecodeGOP()
 {
     const bool reencode = video && !KeyframeSeek();
-    GOPRecoder recoder(parentStream, queue, intervals, codecFactory, ability, reencode);
-    for (const SP<IDataPacket>& packet : recoder.Recode())
-    {
-        ++recodedPackets;
-        outputPackets.push_back(packet);
-        handled = here;
-        VLOG(31) << "New packet: (" << outputPackets.size() << "): PTS=" << T2S(packet->GetPTS())
-                 << ", DTS=" << T2S(packet->GetDTS()) << ", duration=" << T2S(packet->GetDuration())
-                 << (packet->IsKeyFrame() ? " (key)" : "");
-    }
-    VLOG(31) << "--------";
+    const auto recoder =
+        std::make_shared<GOPRecoder>(parentStream, queue, intervals->GetTimeline(), codecFactory, ability, reencode);
+    output.AddGroup([recoder](const std::stop_token& stop) { return recoder->Recode(stop); });
+    handled = here;
 }
 
 bool FilterCutControllerStreamRawImpl::SaveOne(avTime start)

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Proc/Filters/Filters/Cutting/CutOutput.h"
 #include "Proc/Filters/Filters/Cutting/CutStream.h"
 #include "Proc/Filters/Filters/Cutting/PacketQueueWithGOP.h"
 #include "Proc/Filters/Filters/Cutting/RecodeSearch.h"
 
 #include <algorithm>
 #include <atomic>
-#include <deque>
 
 namespace Tessor::Proc
 {
@@ -75,7 +75,7 @@ private:
     void FollowSource();
     avTime GetStartLimit() const;
     bool ReadGOP();
-    /// Reads one group and does with it what the cut demands; finished packets go to outputPackets. Returns where to
+    /// Reads one group and does with it what the cut demands; finished packets go to the output. Returns where to
     /// jump from, or NoTime. `sought`: the last thing done was a seek, and it has not yielded a kept group yet.
     avTime GetNextSeekPositionAfterGOP(bool& sought);
     avTime CutGOP(avTime gopStart, avTime gopEnd, bool& sought);
@@ -90,10 +90,10 @@ private:
     const SP<ICodecFactory> codecFactory;
     const RecodeAbility ability; // what the search in the constructor found
     const bool video;
-    bool soughtInRead = false;                 // `sought` of the reader's turns; valid within one read
-    bool seekRequested = false;                // `sought` across reads: a seek came since the last kept group
-    std::deque<SP<IDataPacket>> outputPackets; // finished packets waiting to be read; they survive a seek
-    // Handled up to here: of all groups up to this place in the source's order, what is kept has gone to outputPackets,
+    bool soughtInRead = false;  // `sought` of the reader's turns; valid within one read
+    bool seekRequested = false; // `sought` across reads: a seek came since the last kept group
+    CutOutput output;           // finished packets waiting to be read; they survive a seek
+    // Handled up to here: of all groups up to this place in the source's order, what is kept has gone to the output,
     // and of the groups after it nothing has. Passing and re-encoding move it forward, and a consumer's seek takes it
     // away. A move of the sources leaves it: groups that come again are those at or before it, and are skipped. What
     // was dropped does not move it: it may come again, and is judged anew, as the kept time may have widened meanwhile.
@@ -107,7 +107,6 @@ private:
     avTime rereadFrom = NoTime; // where a dropped piece begins that is needed after all; until it is gone back to
     PacketQueueWithGOP queue{MediaType::None}; // the group at work, and the key frame of the next one
     std::atomic<uint64_t> packetsOut{0};       // for statistics
-    std::atomic<uint64_t> recodedPackets{0};   // for statistics
 };
 
 } // namespace Tessor::Proc

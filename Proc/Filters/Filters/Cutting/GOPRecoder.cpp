@@ -48,14 +48,31 @@ bool HoldsSets(const HeaderBytes& header, const std::vector<Nalu>& units)
 
 } // namespace
 
-GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, const SP<CutIntervals>& intervals,
+GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, const CutTimeline& cut,
                        const SP<ICodecFactory>& factory, const RecodeAbility& ability, bool reencode)
-    : gop(new StreamRawGOP(source, queue)), intervals(intervals), ability(ability), type(source->GetMediaType()),
-      codec(source->GetFormatCodec()->GetCodecID()), header(source->GetFormatCodec()->GetExtradata()),
-      lengthSize(Proc::GetLengthSize(codec, HeaderBytes(header)))
+    : gop(new StreamRawGOP(source, queue)), intervals(new CutIntervals(cut)), factory(factory), reencode(reencode),
+      ability(ability), type(source->GetMediaType()), codec(source->GetFormatCodec()->GetCodecID()),
+      header(source->GetFormatCodec()->GetExtradata()), lengthSize(Proc::GetLengthSize(codec, HeaderBytes(header)))
+{
+}
+
+std::vector<SP<IDataPacket>> GOPRecoder::Recode(const std::stop_token& stop)
+{
+    CreateReader();
+    SeekToStart();
+    std::vector<SP<IDataPacket>> packets = ReadPackets(stop);
+    if (skipper && !stop.stop_requested())
+        SetTimes(packets);
+    reader.reset(); // what coding takes goes before the packets are wanted
+    skipper.reset();
+    gop.reset();
+    return packets;
+}
+
+void GOPRecoder::CreateReader()
 {
     if (reencode)
-        CreateEncoder(factory);
+        CreateEncoder();
     if (reader)
         return;
     // The last resort for video: the picture may stay damaged up to the next key frame.
@@ -65,8 +82,11 @@ GOPRecoder::GOPRecoder(const SP<IStreamRaw>& source, PacketQueueWithGOP& queue, 
 }
 
 // New ones for each group: neither references nor rate control may reach over from another.
-void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
+void GOPRecoder::CreateEncoder()
 {
+    // What follows the last picture that is kept need not even be decoded.
+    if (const auto tail = intervals->GetTimeline().FindStretch(SubTime(gop->GetDuration(), 1)))
+        gop->LeaveOutTail(tail->start, tail->end);
     try
     {
         const SP<IStreamVideo> decoder = factory->CreateDecoder(gop, "");
@@ -82,15 +102,6 @@ void GOPRecoder::CreateEncoder(const SP<ICodecFactory>& factory)
     }
 }
 
-std::vector<SP<IDataPacket>> GOPRecoder::Recode()
-{
-    SeekToStart();
-    std::vector<SP<IDataPacket>> packets = ReadPackets();
-    if (skipper)
-        SetTimes(packets);
-    return packets;
-}
-
 void GOPRecoder::SeekToStart()
 {
     const avTime start = gop->GetPosition();
@@ -100,11 +111,11 @@ void GOPRecoder::SeekToStart()
     reader->DoSeek();
 }
 
-std::vector<SP<IDataPacket>> GOPRecoder::ReadPackets()
+std::vector<SP<IDataPacket>> GOPRecoder::ReadPackets(const std::stop_token& stop)
 {
     std::vector<SP<IDataPacket>> packets;
     bool keyFound = false;
-    while (const SP<IDataPacket> packet = reader->Read())
+    while (const SP<IDataPacket> packet = stop.stop_requested() ? nullptr : reader->Read())
     {
         packets.push_back(FitPacket(packet));
         if (keyFound || !packet->IsKeyFrame())

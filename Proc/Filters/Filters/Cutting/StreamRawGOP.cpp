@@ -36,6 +36,24 @@ avTime StreamRawGOP::GetPosition()
     return NoTime;
 }
 
+void StreamRawGOP::LeaveOutTail(avTime start, avTime end)
+{
+    size_t needed = 0, next = 0; // counts of packets
+    avTime nextTime = NoTime;
+    for (size_t i = 0; i < packets.size(); ++i)
+    {
+        const avTime time = packets[i]->GetPTS();
+        if (time < start || time >= end) // those without a time included
+            needed = i + 1;
+        else if (nextTime == NoTime || time < nextTime)
+        {
+            next = i + 1;
+            nextTime = time;
+        }
+    }
+    packets.resize(std::max(needed, next));
+}
+
 void StreamRawGOP::Initialize(const Core::Property&)
 {
     ThrowMethodNotImplemented(TESSOR_HERE);

@@ -23,6 +23,9 @@ public:
     const IDataPacket& GetFirst() const { return *packets.front(); }
     /// The first position known, NoTime when there is none.
     avTime GetStart() const { return startTime; }
+    /// Leaves out the packets at the end of which nothing is needed to show what lies outside of [start, end), in which
+    /// the group ends. The first picture in there stays: it tells how long the one before it is shown.
+    void LeaveOutTail(avTime start, avTime end);
 
 private:
     void Initialize(const Core::Property& settings) override;
