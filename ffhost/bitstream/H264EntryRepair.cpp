@@ -46,7 +46,7 @@ H264EntryRepair::H264EntryRepair(const SP<const IBlob>& extradata)
     }
     catch (const std::exception& e)
     {
-        VLOG(31) << "Entries are not repaired: " << e.what();
+        VLOG(31) << "Entries are not repaired: " << Describe(e);
     }
 }
 
@@ -56,6 +56,7 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
         return packet;
     try
     {
+        TakeSets(*packet);
         const auto [slice, size] = FindSlice(*packet);
         if (!slice)
             return packet;
@@ -78,10 +79,25 @@ SP<IDataPacket> H264EntryRepair::Repair(const SP<IDataPacket>& packet)
     }
     catch (const std::exception& e)
     {
-        VLOG(31) << "Entries are not repaired up to the next IDR picture: " << e.what();
+        VLOG(31) << "Entries are not repaired up to the next IDR picture: " << Describe(e);
         known = false;
         return packet;
     }
+}
+
+// Streams that were put together from several bring sets of their own, under the same identifiers.
+void H264EntryRepair::TakeSets(const IDataPacket& packet)
+{
+    bool any = false;
+    VisitUnits(packet, lengthSize,
+               [&any](const Nalu& unit)
+               {
+                   const int type = unit.second > 0 ? *unit.first & 31 : 0;
+                   any = any || type == H264_NALU_SPS || type == H264_NALU_PPS;
+                   return !any && !(unit.second > 0 && IsSlice(*unit.first));
+               });
+    if (any)
+        syntax->TakeSets(Split(packet));
 }
 
 H264EntryRepair::Nalu H264EntryRepair::FindSlice(const IDataPacket& packet) const

@@ -29,7 +29,7 @@ namespace Tessor::Host
 class TESSOR_API H264EntryRepair
 {
 public:
-    /// The track's header, in the framing of its packets.
+    /// The track's header, in the framing of its packets, which may bring other sets.
     explicit H264EntryRepair(const SP<const Proc::IBlob>& extradata);
 
     /// To be given every packet of the track, in decoding order. The packet itself where nothing is changed.
@@ -44,6 +44,7 @@ private:
     using Nalu = std::pair<const uint8_t*, size_t>;
     using Nalus = std::vector<Nalu>;
 
+    void TakeSets(const Proc::IDataPacket& packet);
     /// The first slice, with what follows it in the packet where that makes no difference; null when there is none.
     Nalu FindSlice(const Proc::IDataPacket& packet) const;
     Nalus Split(const Proc::IDataPacket& packet) const;

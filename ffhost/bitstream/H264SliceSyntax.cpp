@@ -93,12 +93,16 @@ private:
 
 H264SliceSyntax::H264SliceSyntax(const uint8_t* extradata, size_t size)
 {
-    std::vector<std::pair<const uint8_t*, size_t>> units;
+    Nalus units;
     if (IsAvcCHeader(extradata, size))
         FindAvccHeaderNalus(extradata, size, units);
     else
         FindAnnexBNalus(extradata, size, units);
-    std::map<uint32_t, SPS_decoded> sequences;
+    TakeSets(units);
+}
+
+void H264SliceSyntax::TakeSets(const Nalus& units)
+{
     for (const auto& [data, length] : units)
     {
         // decoded alone: the parsers take the first set of its kind that a header has
@@ -113,7 +117,7 @@ H264SliceSyntax::H264SliceSyntax(const uint8_t* extradata, size_t size)
         else if (PPS_decoded pps; type == H264_NALU_PPS)
         {
             DecodePPS(unit.data(), unit.size(), pps);
-            sets[pps.pic_parameter_set_id] = {sequences[pps.seq_parameter_set_id], pps};
+            pictures[pps.pic_parameter_set_id] = pps;
         }
     }
 }
@@ -128,12 +132,17 @@ bool H264SliceSyntax::IsSupported(const Sets& sets)
            pps.num_slice_groups_minus1 == 0 && !pps.redundant_pic_cnt_present_flag;
 }
 
-const H264SliceSyntax::Sets& H264SliceSyntax::Find(uint32_t pps) const
+H264SliceSyntax::Sets H264SliceSyntax::Find(uint32_t pps) const
 {
-    const auto found = sets.find(pps);
-    if (found == sets.end() || !IsSupported(found->second))
-        Refuse("parameter sets that are unknown or not supported");
-    return found->second;
+    const auto picture = pictures.find(pps);
+    const auto sequence =
+        picture != pictures.end() ? sequences.find(picture->second.seq_parameter_set_id) : sequences.end();
+    if (sequence == sequences.end())
+        Refuse("unknown parameter sets");
+    const Sets found = {sequence->second, picture->second};
+    if (!IsSupported(found))
+        Refuse("parameter sets that are not supported");
+    return found;
 }
 
 // 7.3.3, slice_header().
@@ -146,7 +155,7 @@ H264SliceHeader H264SliceSyntax::Parse(const Bytes& rbsp) const
     slice.reference = (header & 0x60) != 0;
     reader.Ue();                           // first_mb_in_slice
     const uint32_t type = reader.Ue() % 5; // 5 to 9: all slices of the picture are alike (Table 7-6)
-    const Sets& used = Find(reader.Ue());
+    const Sets used = Find(reader.Ue());
     const auto& [sps, pps] = used;
     slice.frameNumRange = 16u << sps.log2_max_frame_num_minus4;
     slice.maxReferences = sps.max_num_ref_frames;

@@ -2,6 +2,7 @@
 
 #include "Fnd/Export.h"
 #include "Proc/CodecParsers/H264ParameterSets.h"
+#include "Proc/CodecParsers/Nal/Nalu.h"
 
 #include <map>
 #include <vector>
@@ -31,9 +32,14 @@ class TESSOR_API H264SliceSyntax
 {
 public:
     using Bytes = std::vector<uint8_t>;
+    using Nalus = std::vector<Proc::CodecParsers::Nalu>;
 
     /// From the track's header, in either framing. Throws when it holds a parameter set that can't be read.
     H264SliceSyntax(const uint8_t* extradata, size_t size);
+
+    /// Takes the parameter sets among the units, which replace those of the same identifiers. Throws for one that can't
+    /// be read.
+    void TakeSets(const Nalus& units);
 
     /// `rbsp`: a slice's NAL unit from its header byte on, without emulation bytes; the end may be missing. Throws for
     /// unknown parameter sets and those with picture order count type 1, slice groups, redundant pictures or separate
@@ -47,16 +53,18 @@ private:
     class Reader;
     struct Sets
     {
-        Proc::CodecParsers::SPS_decoded sps;
-        Proc::CodecParsers::PPS_decoded pps;
+        const Proc::CodecParsers::SPS_decoded& sps;
+        const Proc::CodecParsers::PPS_decoded& pps;
     };
 
     static bool IsSupported(const Sets& sets);
-    const Sets& Find(uint32_t pps) const;
+    Sets Find(uint32_t pps) const;
     static void SkipToMarking(Reader& reader, uint32_t type, const Sets& sets);
     static void ParseMarking(Reader& reader, H264SliceHeader& slice);
 
-    std::map<uint32_t, Sets> sets; // by the identifier of the PPS
+    // By their identifiers, as the header has them or the stream has had them last.
+    std::map<uint32_t, Proc::CodecParsers::SPS_decoded> sequences;
+    std::map<uint32_t, Proc::CodecParsers::PPS_decoded> pictures;
 };
 
 } // namespace Tessor::Host

@@ -148,6 +148,19 @@ INSTANTIATE_TEST_SUITE_P(Streams, EntryRepairTest,
                                          Stream{"Prefixed", false, false, true}),
                          [](const auto& info) { return info.param.name; });
 
+TEST(H264EntryRepairTest, ParameterSetsInTheStreamReplaceThoseOfTheHeader)
+{
+    const Stream stream{""};
+    Fields sets{.id = 1, .refs = 2, .cabac = true, .orderBits = 8, .deblocking = true};
+    H264EntryRepair repair(Tools::MakeBlob(sets.AnnexB()));
+    sets.orderBits = 6;
+    const Bytes first = sets.AnnexB() + Tools::Payload(*MakePacket(stream, {'D', 0, 0, {}, 1}));
+    repair.Repair(Tools::MakePacket(first, 40, 20, 10));
+    repair.Repair(MakePacket(stream, {'P', 1, 30, {}, 1}));
+    EXPECT_EQ(Tools::ToHex(*repair.Repair(MakePacket(stream, {'E', 3, 20, {}, 1}))),
+              Tools::ToHex(*MakePacket(stream, {'E', 3, 38, {}, 1})));
+}
+
 TEST(H264EntryRepairTest, WhatIsNotUnderstoodStaysUpToTheNextIdrPicture)
 {
     const Stream stream{"", true, true};
