@@ -56,7 +56,7 @@ bool KeepsTimes(const AVFilter& filter)
     const std::string name = filter.name;
     const auto isAmong = [&](std::initializer_list<const char*> names)
     { return std::find(names.begin(), names.end(), name) != names.end(); };
-    if (isAmong({"adelay", "framestep", "shuffleframes", "thumbnail"}))
+    if (isAmong({"adelay", "apad", "framestep", "shuffleframes", "tblend", "thumbnail", "tmedian"}))
         return false;
     return (filter.flags & AVFILTER_FLAG_SUPPORT_TIMELINE) != 0 ||
            isAmong({"null",       "copy",        "crop",    "pad",      "scale",     "zscale",    "format",

@@ -216,10 +216,12 @@ TEST_F(Convert, ChainsThatChangeTimeTellHowLongTheyLast)
         {"--vf", "trim=end=1", ",fade=direction=out", 1, 25},
         {"--vf", "select=not(mod(n\\,2))", "", 2, 25},
         {"--vf", "tpad=stop_duration=1", ",fps=rate=50", 3, 150},
-        {"--vf", "fps=250", "", 2, 500},               // far more than one for one
+        {"--vf", "fps=250", "", 2, 500}, // far more than one for one
+        {"--vf", "tmedian", ",fade=direction=out", 1.92, 48},
         {"--vf", "loop=loop=20:size=25", "", 23, 550}, // FFmpeg's loop leaves its own length free after it
         {"--af", "atrim=end=1", ",fade=direction=out", 1, 0},
         {"--af", "areverse", "", 2, 0},
+        {"--af", "apad=whole_dur=3", ",fade=direction=out", 3, 0},
         {"--af", "aloop=loop=20:size=48000", "", 22, 0},
     };
     for (const auto& [kind, graph, next, seconds, frames] : rows)
