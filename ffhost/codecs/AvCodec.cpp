@@ -19,6 +19,14 @@ namespace Tessor::Host
 
 using Conf::IFormatCodecVideo;
 
+namespace
+{
+
+/// 16 bits hold what the headers can.
+constexpr int HIGHEST_RATE_TERM = 65535;
+
+} // namespace
+
 long long GetNumber(const Core::Property& tree, const std::string& tag, long long unset)
 {
     return tree.ChildExists(tag) && tree[tag].GetType() == Core::Property::TypeInt64 ? tree[tag].GetInt64() : unset;
@@ -54,8 +62,9 @@ void SetFrameRate(AVCodecContext& context, const Core::Property& format)
     if (format.ChildExists(IFormatCodecVideo::TAG_FPS) && format[IFormatCodecVideo::TAG_FPS].GetRatio() > 0)
     {
         const Core::Property::Ratio wanted = format[IFormatCodecVideo::TAG_FPS].GetRatio();
-        // 16 bits hold what the headers can.
-        av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), 65535);
+        av_reduce(&rate.num, &rate.den, wanted.numerator(), wanted.denominator(), HIGHEST_RATE_TERM);
+        if (rate.num == 0) // a picture that stands for longer than they can tell
+            rate = {1, HIGHEST_RATE_TERM};
     }
     if (const AVRational* known = FFmpeg::ListFrameRates(*context.codec))
         rate = known[av_find_nearest_q_idx(rate, known)];
