@@ -65,10 +65,7 @@ CodecContextPtr AudioEncoder::Open() const
     context->sample_fmt = static_cast<AVSampleFormat>(info.GetFormat().format);
     av_channel_layout_from_mask(&context->ch_layout, Conf::ToFFChannelMask(info.GetChannelLayout()));
     context->time_base = {1, info.GetSampleRate()};
-    const EncoderRow& row = FindEncoder(options.name);
-    const int64_t usual = int64_t{row.channelBitRate} * info.GetChannelCount();
-    const int64_t most = row.mostBitRate ? row.mostBitRate : std::numeric_limits<int64_t>::max();
-    context->bit_rate = options.bitRate > 0 ? options.bitRate : std::min(usual, most);
+    SetQuality(*context);
     // Frames that lean on those before them (the bit reservoir) could not do without the run-in.
     if (!options.runIn && encoder->id == AV_CODEC_ID_MP3)
         SetOption(*context, "reservoir", "0");
@@ -79,6 +76,22 @@ CodecContextPtr AudioEncoder::Open() const
     if (result < 0)
         Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + options.name + ": " + capture.GetText(result));
     return context;
+}
+
+void AudioEncoder::SetQuality(AVCodecContext& context) const
+{
+    const EncoderRow& row = FindEncoder(options.name);
+    const int samples = info.GetSampleRate();
+    const bool usual = options.bitRate <= 0;
+    if (usual && row.quality >= 0 && (samples < 16000 || samples > 48000))
+    {
+        context.flags |= AV_CODEC_FLAG_QSCALE;
+        context.global_quality = row.quality * FF_QP2LAMBDA;
+        return;
+    }
+    const int most = samples < 32000 && row.mostLowBitRate ? row.mostLowBitRate : row.mostBitRate;
+    const int64_t rate = int64_t{row.channelBitRate} * info.GetChannelCount();
+    context.bit_rate = !usual ? options.bitRate : most ? std::min<int64_t>(rate, most) : rate;
 }
 
 SP<IDataPacket> AudioEncoder::ReadInternal()

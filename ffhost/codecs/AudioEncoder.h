@@ -36,6 +36,7 @@ private:
     void RequestSeekInternal(avTime target, SP<IStream> partner) override;
 
     CodecContextPtr Open() const;
+    void SetQuality(AVCodecContext& context) const;
     void Reset();
     /// Sends the next frame of the codec's length, or what is left, or the end, to the encoder.
     void SendNextFrame();

@@ -11,7 +11,7 @@ const EncoderRow& FindEncoder(const std::string& name)
     static const std::vector<std::string> presets = {"ultrafast", "superfast", "veryfast", "faster",   "fast",
                                                      "medium",    "slow",      "slower",   "veryslow", "placebo"};
     // Quantisers go from 1, the finest, to 31, but Theora's from 0 to 10, the finest. x265 writes to standard error
-    // itself. What VP8 spends goes up to its bit rate only. By their own defaults libvpx and libaom take many times as
+    // itself. By their own defaults libvpx and libaom take many times as
     // long. Sound has the rates that music is usually given; the highest ones are those of the formats.
     static const std::vector<EncoderRow> rows = {
         {.name = "libx264", .worstCrf = 51, .fields = true, .wholeChroma = true, .presets = presets},
@@ -29,17 +29,18 @@ const EncoderRow& FindEncoder(const std::string& name)
         {.name = "flv", .quantiser = 3},
         {.name = "mjpeg", .quantiser = 2},
         {.name = "libtheora", .quantiser = 8},
-        {.name = "libvpx", .options = {{"b", "2M"}, {"cpu-used", "2"}}},
+        {.name = "libvpx", .needsBitRate = true, .options = {{"cpu-used", "2"}}},
         {.name = "libvpx-vp9", .crf = 31, .options = {{"row-mt", "1"}, {"cpu-used", "2"}}},
         {.name = "libaom-av1", .crf = 30, .options = {{"row-mt", "1"}, {"cpu-used", "6"}}},
         {.name = "aac", .channelBitRate = 64000},
         {.name = "libmp3lame", .channelBitRate = 96000, .mostBitRate = 320000},
-        {.name = "mp2", .channelBitRate = 96000, .mostBitRate = 384000},
+        {.name = "mp2", .channelBitRate = 96000, .mostBitRate = 384000, .mostLowBitRate = 160000},
         {.name = "ac3", .channelBitRate = 96000, .mostBitRate = 640000},
         {.name = "eac3", .channelBitRate = 96000, .mostBitRate = 640000},
         {.name = "libopus", .channelBitRate = 64000},
-        {.name = "libvorbis", .channelBitRate = 64000},
-        {.name = "wmav2", .channelBitRate = 64000},
+        {.name = "libvorbis", .channelBitRate = 64000, .quality = 3},
+        {.name = "wmav1", .channelBitRate = 64000, .highestRate = 48000},
+        {.name = "wmav2", .channelBitRate = 64000, .highestRate = 48000},
     };
     static const EncoderRow none{.name = ""};
     const auto found = std::find_if(rows.begin(), rows.end(), [&](const EncoderRow& row) { return name == row.name; });

@@ -100,6 +100,8 @@ int FitRate(const AVCodec& codec, int rate)
     // Containers count the delay of Opus at this rate (RFC 7845, 4.2), whatever the encoder takes.
     if (codec.id == AV_CODEC_ID_OPUS)
         return 48000;
+    if (const int highest = FindEncoder(codec.name).highestRate)
+        return std::min(rate, highest);
     const int* rates = FFmpeg::ListSampleRates(codec);
     if (!rates || IsListed(rates, 0, rate))
         return rate;

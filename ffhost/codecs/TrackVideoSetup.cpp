@@ -16,6 +16,12 @@ using namespace Proc;
 namespace
 {
 
+/// What libavcodec sets for all encoders that don't object: 200 kbit/s, of pictures that were usual once.
+constexpr int64_t LIBRARY_BIT_RATE = 200000;
+
+/// 12 Mbit/s for 1080p30: such encoders are old ones.
+constexpr int PIXELS_PER_BIT = 5;
+
 std::string Join(const std::vector<std::string>& names)
 {
     std::string list;
@@ -83,6 +89,18 @@ void TrackVideoSetup::SetFields(AVCodecContext& context) const
         context.flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
 }
 
+/// Where the encoder has nothing of its own that decides. 0 leaves it to the quality.
+int64_t TrackVideoSetup::GetUsualBitRate(const AVCodecContext& context, const EncoderOptions& options)
+{
+    const EncoderRow& row = FindEncoder(options.name);
+    const bool unknown = !*row.name && context.bit_rate == LIBRARY_BIT_RATE && options.crf < 0;
+    if (!row.needsBitRate && !unknown)
+        return 0;
+    // with a quality the rate is a bound only
+    const int pixels = options.crf >= 0 ? 1 : PIXELS_PER_BIT;
+    return av_rescale(int64_t{context.width} * context.height / pixels, context.framerate.num, context.framerate.den);
+}
+
 void TrackVideoSetup::SetQuality(AVCodecContext& context, const EncoderOptions& options)
 {
     // A bit rate or a quality that was asked for leaves no room for the usual one; a preset goes with either.
@@ -101,7 +119,7 @@ void TrackVideoSetup::SetQuality(AVCodecContext& context, const EncoderOptions& 
         Throw<EncoderException>(TESSOR_HERE, options.name + " takes crf from 0 to " + std::to_string(row.worstCrf));
     if (options.crf >= 0)
         SetOption(context, "crf", std::to_string(options.crf));
-    context.bit_rate = options.bitRate;
+    context.bit_rate = options.bitRate > 0 ? options.bitRate : GetUsualBitRate(context, options);
     if (options.bitRate > 0 || options.crf >= 0)
         return;
     if (row.crf >= 0)

@@ -22,6 +22,7 @@ public:
 
 private:
     void SetFields(AVCodecContext& context) const;
+    static int64_t GetUsualBitRate(const AVCodecContext& context, const EncoderOptions& options);
     static void SetQuality(AVCodecContext& context, const EncoderOptions& options);
 
     const SP<Conf::IFormatCodecVideo> source;
