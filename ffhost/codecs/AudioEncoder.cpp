@@ -25,8 +25,6 @@ using namespace Proc;
 namespace
 {
 
-constexpr int MAX_CHANNELS = 64; // more than any of our layouts has
-
 SP<Conf::IFormatCodecAudio> MakeFormat(const IStreamAudio& source, const AVCodecContext& context)
 {
     const SP<Conf::IFormatCodecAudio> format = source.GetFormatCodec()->Clone();
@@ -113,50 +111,94 @@ SP<IDataPacket> AudioEncoder::ReadInternal()
 
 void AudioEncoder::SendNextFrame()
 {
-    Collect(std::max(frameSize, 1));
-    const int held = av_audio_fifo_size(fifo.get());
-    if (held == 0)
-        return codec.Send(nullptr); // the end
-    const AVCodecContext& context = *codec.GetContext();
-    const FramePtr frame(av_frame_alloc());
+    const FramePtr frame = frameSize > 0 ? CollectFrame() : WrapBlock();
     if (!frame)
-        throw std::bad_alloc();
-    // Only the last frame is shorter, and the encoder fills it up.
-    frame->nb_samples = frameSize > 0 ? std::min(held, frameSize) : held;
-    frame->format = context.sample_fmt;
-    frame->sample_rate = context.sample_rate;
-    if (av_channel_layout_copy(&frame->ch_layout, &context.ch_layout) < 0 || av_frame_get_buffer(frame.get(), 0) < 0)
-        throw std::bad_alloc();
-    av_audio_fifo_read(fifo.get(), reinterpret_cast<void**>(frame->extended_data), frame->nb_samples);
+        return codec.Send(nullptr); // the end
     frame->pts = sentCount;
     sentCount += frame->nb_samples;
     codec.Send(frame.get());
 }
 
-void AudioEncoder::Collect(int count)
+FramePtr AudioEncoder::MakeFrame(int sampleCount) const
 {
-    while (!ended && av_audio_fifo_size(fifo.get()) < count)
-    {
-        const SP<IDataAudio> block = parentStream->Read();
-        ended = !block;
-        if (block)
+    const AVCodecContext& context = *codec.GetContext();
+    FramePtr frame(av_frame_alloc());
+    if (!frame || av_channel_layout_copy(&frame->ch_layout, &context.ch_layout) < 0)
+        throw std::bad_alloc();
+    frame->nb_samples = sampleCount;
+    frame->format = context.sample_fmt;
+    frame->sample_rate = context.sample_rate;
+    return frame;
+}
+
+FramePtr AudioEncoder::CollectFrame()
+{
+    while (av_audio_fifo_size(fifo.get()) < frameSize)
+        if (const SP<IDataAudio> block = ReadBlock())
             Push(*block);
-    }
+        else
+            break;
+    const int held = av_audio_fifo_size(fifo.get());
+    if (held == 0)
+        return nullptr;
+    // Only the last frame is shorter, and the encoder fills it up.
+    FramePtr frame = MakeFrame(std::min(held, frameSize));
+    if (av_frame_get_buffer(frame.get(), 0) < 0)
+        throw std::bad_alloc();
+    av_audio_fifo_read(fifo.get(), reinterpret_cast<void**>(frame->extended_data), frame->nb_samples);
+    return frame;
+}
+
+FramePtr AudioEncoder::WrapBlock()
+{
+    SP<IDataAudio> block = ReadBlock();
+    while (block && block->GetConstAudioRef().sampleCount == 0)
+        block = ReadBlock();
+    if (!block)
+        return nullptr;
+    const AudioRef samples = block->GetConstAudioRef();
+    FramePtr frame = MakeFrame(samples.sampleCount);
+    const int planes = CountPlanes();
+    for (int plane = 0; plane < planes; ++plane)
+        frame->data[plane] = samples.data + static_cast<size_t>(plane) * samples.linesize;
+    frame->linesize[0] = static_cast<int>(samples.linesize);
+    auto holder = std::make_unique<SP<IDataAudio>>(block);
+    const auto release = [](void* held, uint8_t*) { delete static_cast<SP<IDataAudio>*>(held); };
+    frame->buf[0] = av_buffer_create(samples.data, samples.linesize * static_cast<size_t>(planes), release,
+                                     holder.get(), AV_BUFFER_FLAG_READONLY);
+    if (!frame->buf[0])
+        throw std::bad_alloc();
+    holder.release(); // the buffer's now
+    return frame;
+}
+
+SP<IDataAudio> AudioEncoder::ReadBlock()
+{
+    const SP<IDataAudio> block = ended ? nullptr : parentStream->Read();
+    ended = !block;
+    if (!block)
+        return nullptr;
+    if (!(block->GetSampleInfo() == info))
+        Throw<EncoderException>(TESSOR_HERE, options.name + ": the format of the sound changes");
+    if (start == NoTime)
+        start = block->GetPTS() != NoTime ? block->GetPTS() : 0; // the only time that is asked for: blocks abut
+    return block;
 }
 
 void AudioEncoder::Push(const IDataAudio& block)
 {
-    if (!(block.GetSampleInfo() == info))
-        Throw<EncoderException>(TESSOR_HERE, options.name + ": the format of the sound changes");
-    if (start == NoTime)
-        start = block.GetPTS() != NoTime ? block.GetPTS() : 0; // the only time that is asked for: blocks abut
     const AudioRef samples = block.GetConstAudioRef();
-    void* planes[MAX_CHANNELS] = {};
-    const int planeCount = info.GetFormat().planar ? info.GetChannelCount() : 1;
-    for (int plane = 0; plane < planeCount; ++plane)
+    void* planes[AV_NUM_DATA_POINTERS] = {};
+    for (int plane = 0; plane < CountPlanes(); ++plane)
         planes[plane] = samples.data + static_cast<size_t>(plane) * samples.linesize;
     if (av_audio_fifo_write(fifo.get(), planes, samples.sampleCount) < 0)
         throw std::bad_alloc();
+}
+
+/// Up to AV_NUM_DATA_POINTERS: none of our layouts has more channels.
+int AudioEncoder::CountPlanes() const
+{
+    return info.GetFormat().planar ? info.GetChannelCount() : 1;
 }
 
 avTime AudioEncoder::ToTime(int64_t sample) const

@@ -38,10 +38,16 @@ private:
     CodecContextPtr Open() const;
     void SetQuality(AVCodecContext& context) const;
     void Reset();
-    /// Sends the next frame of the codec's length, or what is left, or the end, to the encoder.
+    /// Sends the next frame, or the end, to the encoder.
     void SendNextFrame();
-    /// Reads blocks of the source until `count` samples are there or the source has ended.
-    void Collect(int count);
+    FramePtr MakeFrame(int sampleCount) const;
+    /// A frame of the codec's length, or what is left; null at the end.
+    FramePtr CollectFrame();
+    /// For a codec that takes any number of samples the next block, in its own memory; null at the end.
+    FramePtr WrapBlock();
+    /// Null at the end.
+    SP<Proc::IDataAudio> ReadBlock();
+    int CountPlanes() const;
     void Push(const Proc::IDataAudio& block);
     SP<Proc::IDataPacket> ToItem(AVPacket* packet);
     static void HidePadding(AVPacket& packet, int64_t samples);
