@@ -1,6 +1,6 @@
 #include "jobs/InputDamage.h"
 
-#include <fmt/format.h>
+#include "Fnd/Plural.h"
 
 namespace Tessor::Jobs
 {
@@ -11,7 +11,7 @@ void AddDamage(const std::string& path, const Host::Damage& damage, std::vector<
         return;
     std::string text = path + ": damaged after " + T2S(damage.after);
     if (damage.packets > 0)
-        text += fmt::format(": {} damaged packet{}", damage.packets, damage.packets == 1 ? "" : "s");
+        text += ": " + Count(damage.packets, "damaged packet");
     if (damage.promised != NoTime)
         text += ": the end of the file is missing, which is to last " + T2S(damage.promised);
     warnings.push_back(text);

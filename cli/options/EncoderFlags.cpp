@@ -25,6 +25,19 @@ std::vector<std::string> ListEncoders(MediaType type)
     return names;
 }
 
+/// -1 for an empty text.
+int ReadQuality(const std::string& text)
+{
+    if (text.empty())
+        return -1;
+    int value = 0;
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || rest != end || value < 0 || value > worst_crf)
+        throw UserError(ExitCode::Usage, "\"" + text + "\" is no constant quality from 0 to 63");
+    return value;
+}
+
 } // namespace
 
 long long ReadBitRate(const std::string& text)
@@ -62,13 +75,8 @@ Host::EncoderOptions VideoEncoderFlags::Read() const
     options.name = name;
     options.preset = preset;
     options.bitRate = ReadBitRate(bitRate);
-    if (crf.empty())
-        return options;
-    const char* end = crf.data() + crf.size();
-    const auto [rest, error] = std::from_chars(crf.data(), end, options.crf);
-    if (error != std::errc() || rest != end || options.crf < 0 || options.crf > worst_crf)
-        throw UserError(ExitCode::Usage, "\"" + crf + "\" is no constant quality from 0 to 63");
-    if (options.bitRate > 0)
+    options.crf = ReadQuality(crf);
+    if (options.crf >= 0 && options.bitRate > 0)
         throw UserError(ExitCode::Usage, "--crf and --video-bitrate exclude each other");
     return options;
 }
@@ -92,6 +100,20 @@ Host::EncoderOptions AudioEncoderFlags::Read() const
     options.name = name;
     options.bitRate = ReadBitRate(bitRate);
     return options;
+}
+
+void RecodeFlags::AddOptions(OptionTable& table)
+{
+    table.push_back(
+        {"--recode-encoder", "NAME", "FFmpeg's name of the encoder for groups that a cut runs through", &name});
+    table.push_back(
+        {"--recode-quality", "N", "their constant quality on the encoder's scale; one that shows no seam", &quality});
+    table.push_back({"--recode-preset", "NAME", "speed against size of these groups, in the encoder's words", &preset});
+}
+
+Host::RecodeOptions RecodeFlags::Read() const
+{
+    return {.encoder = name, .preset = preset, .quality = ReadQuality(quality)};
 }
 
 } // namespace Tessor::Cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/options/OptionTable.h"
+#include "ffhost/codecs/RecodeOptions.h"
 #include "ffhost/codecs/TrackEncoding.h"
 
 namespace Tessor::Cli
@@ -31,6 +32,18 @@ public:
 
 private:
     std::string name, bitRate;
+};
+
+/// The options by which a cut lets those groups be encoded that it runs through.
+class RecodeFlags
+{
+public:
+    void AddOptions(OptionTable& table);
+    /// Throws UserError with ExitCode::Usage for what is no number.
+    Host::RecodeOptions Read() const;
+
+private:
+    std::string name, quality, preset;
 };
 
 } // namespace Tessor::Cli

@@ -3,6 +3,7 @@
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
+#include "cli/options/EncoderFlags.h"
 #include "cli/options/RangeFlags.h"
 #include "jobs/cut/CutJob.h"
 #include "jobs/lists/CutLists.h"
@@ -134,6 +135,7 @@ public:
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
         table.insert(table.end(), more.begin(), more.end());
+        recode.AddOptions(table);
         return table;
     }
     std::vector<Example> GetExamples() const override
@@ -148,6 +150,7 @@ public:
 
     ExitCode Run(const CommonOptions& common) override
     {
+        settings.recode = recode.Read();
         if (planOnly)
             return Plan(common);
         if (settings.output.empty())
@@ -175,6 +178,7 @@ private:
     }
 
     CutSettings settings;
+    RecodeFlags recode;
     bool planOnly = false;
 };
 

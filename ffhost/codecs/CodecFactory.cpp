@@ -24,7 +24,7 @@ bool IsOurs(const std::string& implName)
 class CodecFactoryFF final : public CodecFactory, public RefCountImpl
 {
 public:
-    explicit CodecFactoryFF(const DecoderOptions& options) : options(options) {}
+    CodecFactoryFF(const DecoderOptions& options, const RecodeOptions& recode) : options(options), recode(recode) {}
 
 private:
     SP<IStreamVideo> CreateDecoder(const SP<IStreamRaw>& source, const std::string& implName) override
@@ -50,7 +50,7 @@ private:
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of an encoder");
         // The encoder holds the factory, for it tells what it has done when it goes, whoever still needs it.
-        return Encoder::Create(source, format, resource,
+        return Encoder::Create(source, format, resource, recode,
                                [self = SP<CodecFactoryFF>(this)](const std::string& name, long long time)
                                { self->NoteUse(name, time); });
     }
@@ -70,15 +70,21 @@ private:
     }
 
     const DecoderOptions options;
+    const RecodeOptions recode;
     mutable std::mutex useMutex; // groups of several tracks may be encoded at a time
     EncoderUse use;              // of all encoders that have ended
 };
 
 } // namespace
 
-SP<CodecFactory> CodecFactory::Create(const DecoderOptions& options)
+SP<CodecFactory> CodecFactory::Create(const DecoderOptions& options, const RecodeOptions& recode)
 {
-    return SP<CodecFactory>(new CodecFactoryFF(options));
+    return SP<CodecFactory>(new CodecFactoryFF(options, recode));
+}
+
+void CodecFactory::Check(const Conf::IFormatCodec& format, const RecodeOptions& recode)
+{
+    EncoderSetup::Check(FindCodecID(format.GetProperties()), recode);
 }
 
 } // namespace Tessor::Host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/DecoderOptions.h"
+#include "ffhost/codecs/RecodeOptions.h"
 #include "host/ICodecFactory.h"
 
 namespace Tessor::Host
@@ -17,7 +18,9 @@ struct EncoderUse
 class TESSOR_API CodecFactory : public virtual Proc::ICodecFactory
 {
 public:
-    static SP<CodecFactory> Create(const DecoderOptions& options = {});
+    static SP<CodecFactory> Create(const DecoderOptions& options = {}, const RecodeOptions& recode = {});
+    /// Throws CodecFactoryException, with what there is, for options with which groups of that format can't be encoded.
+    static void Check(const Conf::IFormatCodec& format, const RecodeOptions& recode);
 
     virtual EncoderUse GetEncoderUse() const = 0;
 };

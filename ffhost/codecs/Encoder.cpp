@@ -56,9 +56,10 @@ FramePtr CopyRecord(const IDataVideo& frame)
 } // namespace
 
 SP<IEncoder> Encoder::Create(const SP<IStreamVideo>& source, const Core::Property& recodeFormat,
-                             const SP<Core::IComputingResource>& resource, const UseCallback& onEnd)
+                             const SP<Core::IComputingResource>& resource, const RecodeOptions& options,
+                             const UseCallback& onEnd)
 {
-    auto setup = std::make_unique<EncoderSetup>(source->GetFormatCodec(), recodeFormat);
+    auto setup = std::make_unique<EncoderSetup>(source->GetFormatCodec(), recodeFormat, options);
     return SP<IEncoder>(new Encoder(source, std::move(setup), recodeFormat, resource, onEnd));
 }
 

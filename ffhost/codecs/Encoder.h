@@ -3,6 +3,7 @@
 #include "Proc/StreamTemplates/IStreamVideo.h"
 #include "Proc/StreamTemplates/PassThrough.h"
 #include "ffhost/codecs/PacketEncoder.h"
+#include "ffhost/codecs/RecodeOptions.h"
 #include "ffhost/codecs/TrackEncoder.h"
 #include "ffhost/codecs/VideoSetup.h"
 
@@ -32,7 +33,8 @@ public:
     /// One that stands in for the encoder of a source: throws EncoderException when opening fails,
     /// CodecFactoryException for what this encoder can't match.
     static SP<Proc::IEncoder> Create(const SP<Proc::IStreamVideo>& source, const Core::Property& recodeFormat,
-                                     const SP<Core::IComputingResource>& resource, const UseCallback& onEnd = {});
+                                     const SP<Core::IComputingResource>& resource, const RecodeOptions& options = {},
+                                     const UseCallback& onEnd = {});
     /// One of any setup; `changes`: where the format of its packets differs from the source's.
     static SP<TrackEncoder> Create(const SP<Proc::IStreamVideo>& source, std::unique_ptr<const VideoSetup> setup,
                                    const Core::Property& changes);

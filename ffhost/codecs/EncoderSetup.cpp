@@ -6,6 +6,7 @@
 #include "Proc/CodecParsers/MpegProfiles.h"
 #include "ffhost/FormatTags.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/EncoderTable.h"
 #include "ffhost/codecs/PictureTraits.h"
 #include "media/FFmpegCompat.h"
 
@@ -42,17 +43,24 @@ constexpr int LARGEST_SLICE = 60000;
 const std::string JOINED_ID = "sps-id=1";
 const std::string OWN_ID = "sps-id=2";
 
-/// The encoders, by their names: libavcodec's first choice of a codec may need hardware.
-const std::map<AVCodecID, const char*> ENCODERS = {
-    {AV_CODEC_ID_H264, "libx264"},
-    {AV_CODEC_ID_MPEG1VIDEO, "mpeg1video"},
-    {AV_CODEC_ID_MPEG2VIDEO, "mpeg2video"},
-    {AV_CODEC_ID_MPEG4, "mpeg4"},
-    {AV_CODEC_ID_H263, "h263"},
-    {AV_CODEC_ID_WMV2, "wmv2"},
-    {AV_CODEC_ID_VP8, "libvpx"},
-    {AV_CODEC_ID_VP9, "libvpx-vp9"},
-    {AV_CODEC_ID_THEORA, "libtheora"},
+/// An encoder by its name, for libavcodec's first choice of a codec may need hardware, and its scale of quality.
+struct Choice
+{
+    const char* name;
+    int quality; // at which a seam can't be seen
+    int lowest, highest;
+};
+
+const std::map<AVCodecID, Choice> ENCODERS = {
+    {AV_CODEC_ID_H264, {"libx264", COARSEST_QP, 1, 51}}, // 0 is lossless
+    {AV_CODEC_ID_MPEG1VIDEO, {"mpeg1video", 2, 1, 31}},
+    {AV_CODEC_ID_MPEG2VIDEO, {"mpeg2video", 2, 1, 31}},
+    {AV_CODEC_ID_MPEG4, {"mpeg4", 2, 1, 31}},
+    {AV_CODEC_ID_H263, {"h263", 2, 1, 31}},
+    {AV_CODEC_ID_WMV2, {"wmv2", 2, 1, 31}},
+    {AV_CODEC_ID_VP8, {"libvpx", 10, 4, 63}},
+    {AV_CODEC_ID_VP9, {"libvpx-vp9", 20, 0, 63}},
+    {AV_CODEC_ID_THEORA, {"libtheora", 8, 0, 10}}, // which is the best
 };
 
 /// libavcodec's numbers of these profiles are the codes that headers have for them.
@@ -82,31 +90,39 @@ Core::Property GetNode(const Core::Property& tree, const std::string& tag)
     return tree.ChildExists(tag) && tree[tag].GetType() == Core::Property::TypeNode ? tree[tag] : Core::Property(tag);
 }
 
-/// A list of encoder's options "a=b:c" with its quantiser limited. A header tells the one that slices start from, often
-/// 26: it says nothing of the quality that they have, and at that one a seam is seen.
-std::string CapQuantiser(const std::string& list)
-{
-    std::istringstream input(list);
-    std::string result;
-    for (std::string item; std::getline(input, item, ':');)
-    {
-        if (item.compare(0, 3, "qp=") == 0)
-            item = "qp=" + std::to_string(std::clamp(std::atoi(item.c_str() + 3), FINEST_QP, COARSEST_QP));
-        result += (result.empty() ? "" : ":") + item;
-    }
-    return result;
-}
-
 } // namespace
 
 const AVCodec* EncoderSetup::Find(AVCodecID id)
 {
     const auto found = ENCODERS.find(id);
-    return found != ENCODERS.end() ? avcodec_find_encoder_by_name(found->second) : nullptr;
+    return found != ENCODERS.end() ? avcodec_find_encoder_by_name(found->second.name) : nullptr;
 }
 
-EncoderSetup::EncoderSetup(const SP<IFormatCodecVideo>& source, const Core::Property& recode)
-    : source(source), recode(recode), options(GetNode(recode, IFormatCodec::TAG_CODEC_OPTIONS_ENCODE)),
+void EncoderSetup::Check(AVCodecID id, const RecodeOptions& wanted)
+{
+    const auto refuse = [](const std::string& why) { Throw<CodecFactoryException>(TESSOR_HERE, why); };
+    const auto found = ENCODERS.find(id);
+    if (found == ENCODERS.end())
+        refuse(std::string("groups of ") + avcodec_get_name(id) + " are never re-encoded");
+    const Choice& known = found->second;
+    const std::string name = known.name;
+    if (!wanted.encoder.empty() && wanted.encoder != name)
+        refuse("\"" + wanted.encoder + "\" can't re-encode groups of " + avcodec_get_name(id) + "; " + name + " can");
+    if (wanted.quality >= 0 && (wanted.quality < known.lowest || wanted.quality > known.highest))
+        refuse(name + " takes a quality from " + std::to_string(known.lowest) + " to " + std::to_string(known.highest));
+    const std::vector<std::string>& presets = FindEncoder(name).presets;
+    if (wanted.preset.empty() || std::count(presets.begin(), presets.end(), wanted.preset))
+        return;
+    std::string list;
+    for (const std::string& preset : presets)
+        list += (list.empty() ? "" : ", ") + preset;
+    refuse(name +
+           (list.empty() ? " knows no presets" : " knows no preset \"" + wanted.preset + "\"; it knows " + list));
+}
+
+EncoderSetup::EncoderSetup(const SP<IFormatCodecVideo>& source, const Core::Property& recode,
+                           const RecodeOptions& wanted)
+    : source(source), recode(recode), wanted(wanted), options(GetNode(recode, IFormatCodec::TAG_CODEC_OPTIONS_ENCODE)),
       codec(Find(FindCodecID(recode))), name(codec ? codec->name : "")
 {
 }
@@ -142,7 +158,7 @@ std::unique_ptr<const VideoSetup> EncoderSetup::ForPicture(const AVFrame& pictur
     tree.RemoveChild(FormatTags::LEVEL);
     const AVFieldOrder fields = FFmpeg::IsTopFieldFirst(picture) ? AV_FIELD_TT : AV_FIELD_BB;
     tree.SetChildT<long long>(FormatTags::FIELD_ORDER, FFmpeg::IsInterlaced(picture) ? fields : AV_FIELD_PROGRESSIVE);
-    return std::make_unique<EncoderSetup>(format, tree);
+    return std::make_unique<EncoderSetup>(format, tree, wanted);
 }
 
 // An encoder of fields takes progressive pictures as well; one of frames would mingle the fields.
@@ -161,9 +177,9 @@ void EncoderSetup::CheckSource() const
     if (!codec)
     {
         const auto wanted = ENCODERS.find(id);
-        Throw<CodecFactoryException>(TESSOR_HERE, wanted == ENCODERS.end()
-                                                      ? std::string("No encoder for ") + avcodec_get_name(id)
-                                                      : std::string("The encoder ") + wanted->second + " is missing");
+        Throw<CodecFactoryException>(
+            TESSOR_HERE, wanted == ENCODERS.end() ? std::string("No encoder for ") + avcodec_get_name(id)
+                                                  : std::string("The encoder ") + wanted->second.name + " is missing");
     }
     if (GetText(options, IFormatCodec::TAG_PROFILE) == IFormatCodecVideo::TAG_X264_PROFILE_EXTENDED)
         Throw<CodecFactoryException>(TESSOR_HERE, name + " knows no extended profile");
@@ -233,15 +249,15 @@ void EncoderSetup::SetCodecOptions(AVCodecContext& context) const
     case AV_CODEC_ID_VP9:
         return SetupVPx(context);
     case AV_CODEC_ID_THEORA:
-        return SetConstantQuantiser(context, 8); // of 10, which is the best
+        return SetConstantQuantiser(context);
     case AV_CODEC_ID_MPEG1VIDEO:
         SetOption(context, "sc_threshold", "1000000000");
-        return SetConstantQuantiser(context, 2);
+        return SetConstantQuantiser(context);
     default:
         // H.263 and WMV2 know no B pictures, so that every group is closed; asking for it is a fault there.
         context.max_b_frames = 0;
         context.flags &= ~AV_CODEC_FLAG_CLOSED_GOP;
-        return SetConstantQuantiser(context, 2);
+        return SetConstantQuantiser(context);
     }
 }
 
@@ -260,22 +276,42 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
     // Half of the time that "faster" takes. With a constant quantiser most of what is left out costs size, not quality.
     // But for SATD (subq 2), without which a picture with noise takes a fifth more; and what is rounded down less than
     // usual makes up for the trellis search. Looking ahead on a thread of its own takes pictures, and gains nothing here.
-    SetOption(context, "preset", "superfast");
-    SetOption(context, "subq", "2");
-    SetOption(context, "x264-params", "deadzone-inter=18:deadzone-intra=10:sync-lookahead=0");
+    SetOption(context, "preset", wanted.preset.empty() ? "superfast" : wanted.preset);
+    if (wanted.preset.empty())
+    {
+        SetOption(context, "subq", "2");
+        SetOption(context, "x264-params", "deadzone-inter=18:deadzone-intra=10:sync-lookahead=0");
+    }
     SetOption(context, "sc_threshold", "0"); // off: changes of scene would start groups of their own
     // The header tells readers how deep pictures are reordered, and those of Matroska derive decoding times from that:
     // a group that opens the file must not promise less than what follows it needs.
     const bool deep = context.max_b_frames > 1 && GetNumber(recode, FormatTags::REORDER_DEPTH, 0) > 1;
     SetOption(context, "b-pyramid", deep ? "normal" : "none");
-    SetOption(context, "qp", std::to_string(COARSEST_QP));
+    SetOption(context, "qp", std::to_string(GetQuality()));
     if (GetLengthSize(source->GetExtradata()) < 4)
         SetOption(context, "slice-max-size", std::to_string(LARGEST_SLICE));
     const std::string special = GetText(options, IFormatCodecVideo::TAG_FF_SPECIAL_OPTS);
     // what the source's header asks for, as "x264opts;name=value:name=value"
     const size_t separator = special.find(';');
     if (separator != std::string::npos)
-        SetOption(context, special.substr(0, separator).c_str(), CapQuantiser(special.substr(separator + 1)));
+        SetOption(context, special.substr(0, separator).c_str(), LimitQuantiser(special.substr(separator + 1)));
+}
+
+/// A list of encoder's options "a=b:c" with its quantiser limited. A header tells the one that slices start from, often
+/// 26: it says nothing of the quality that they have, and at that one a seam is seen.
+std::string EncoderSetup::LimitQuantiser(const std::string& list) const
+{
+    std::istringstream input(list);
+    std::string result;
+    for (std::string item; std::getline(input, item, ':');)
+    {
+        if (item.compare(0, 3, "qp=") == 0 && wanted.quality >= 0)
+            item = "qp=" + std::to_string(wanted.quality);
+        else if (item.compare(0, 3, "qp=") == 0)
+            item = "qp=" + std::to_string(std::clamp(std::atoi(item.c_str() + 3), FINEST_QP, COARSEST_QP));
+        result += (result.empty() ? "" : ":") + item;
+    }
+    return result;
 }
 
 void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
@@ -287,7 +323,7 @@ void EncoderSetup::SetupMPEG2(AVCodecContext& context) const
                         : static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, 8));
     // Changes of scene would start groups of their own.
     SetOption(context, "sc_threshold", "1000000000");
-    SetConstantQuantiser(context, 2);
+    SetConstantQuantiser(context);
 }
 
 /// The pictures have to be readable with the source's header, which gives the bits of a picture's time.
@@ -296,7 +332,7 @@ void EncoderSetup::SetupMPEG4(AVCodecContext& context) const
     context.profile = FindProfile(CodecParsers::GetMPEG4Profiles(), GetText(options, IFormatCodec::TAG_PROFILE));
     context.level = static_cast<int>(GetNumber(options, IFormatCodecVideo::TAG_PROFILE_LEVEL, AV_LEVEL_UNKNOWN));
     SetOption(context, "sc_threshold", "1000000000");
-    SetConstantQuantiser(context, 2);
+    SetConstantQuantiser(context);
     const SP<const IBlob> extradata = source->GetExtradata();
     if (!extradata)
         return;
@@ -323,17 +359,22 @@ void EncoderSetup::SetupVPx(AVCodecContext& context) const
     // VP9 takes 0 as constant quality; VP8 needs room for it: a bit for each pixel.
     const AVRational rate = context.framerate;
     context.bit_rate = vp9 ? 0 : av_rescale(static_cast<int64_t>(context.width) * context.height, rate.num, rate.den);
-    SetOption(context, "crf", vp9 ? "20" : "10");
+    SetOption(context, "crf", std::to_string(GetQuality()));
     SetOption(context, "lag-in-frames", "0");
     SetOption(context, "auto-alt-ref", "0");
     SetOption(context, "deadline", "good");
     SetOption(context, "cpu-used", "4");
 }
 
-void EncoderSetup::SetConstantQuantiser(AVCodecContext& context, int quantiser) const
+void EncoderSetup::SetConstantQuantiser(AVCodecContext& context) const
 {
     context.flags |= AV_CODEC_FLAG_QSCALE;
-    context.global_quality = quantiser * FF_QP2LAMBDA;
+    context.global_quality = GetQuality() * FF_QP2LAMBDA;
+}
+
+int EncoderSetup::GetQuality() const
+{
+    return wanted.quality >= 0 ? wanted.quality : ENCODERS.at(codec->id).quality;
 }
 
 } // namespace Tessor::Host

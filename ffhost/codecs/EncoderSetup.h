@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/codecs/RecodeOptions.h"
 #include "ffhost/codecs/VideoSetup.h"
 #include "media/formats/IFormatCodecVideo.h"
 
@@ -14,7 +15,11 @@ class EncoderSetup final : public VideoSetup
 public:
     /// `source`: the format of the frames, with the extradata of what they were decoded from. `recode`: the tree of the
     /// wanted format.
-    EncoderSetup(const SP<Conf::IFormatCodecVideo>& source, const Core::Property& recode);
+    EncoderSetup(const SP<Conf::IFormatCodecVideo>& source, const Core::Property& recode,
+                 const RecodeOptions& wanted = {});
+
+    /// Throws CodecFactoryException, with what there is, for options that no encoder of the codec takes.
+    static void Check(AVCodecID id, const RecodeOptions& wanted);
 
     /// Throws CodecFactoryException for what can't stand beside the source, EncoderException when opening fails.
     CodecContextPtr Open() const override;
@@ -35,10 +40,13 @@ private:
     void SetupMPEG2(AVCodecContext& context) const;
     void SetupMPEG4(AVCodecContext& context) const;
     void SetupVPx(AVCodecContext& context) const;
-    void SetConstantQuantiser(AVCodecContext& context, int quantiser) const;
+    void SetConstantQuantiser(AVCodecContext& context) const;
+    int GetQuality() const;
+    std::string LimitQuantiser(const std::string& list) const;
 
     const SP<Conf::IFormatCodecVideo> source;
     const Core::Property recode;  // the wanted tree
+    const RecodeOptions wanted;   // what was asked for beyond that
     const Core::Property options; // its TAG_CODEC_OPTIONS_ENCODE, empty when there is none
     const AVCodec* const codec;   // null when the codec has no encoder here
     const std::string name;       // libavcodec's name of it

@@ -1,5 +1,6 @@
 #include "jobs/cut/CutSession.h"
 
+#include "Fnd/Exception.h"
 #include "Fnd/Plural.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/io/Container.h"
@@ -35,6 +36,8 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     : demuxer(OpenInput(request.input, progress))
 {
     const std::vector<int> chosen = ChooseTracks();
+    if (request.recode.IsGiven())
+        CheckRecode(chosen, request.recode);
     // What is asked for is told by the first video track, which comes first. It is read alone: other tracks, once they
     // are selected, are read along with it and held in memory.
     JoinTrack(chosen.front());
@@ -45,7 +48,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     intervals = new Proc::CutIntervals(MakeTimeline());
     // a picture that begins before a piece is not part of it, though it still stands when the piece begins
     codecs = Host::CodecFactory::Create(
-        {.wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); }});
+        {.wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); }}, request.recode);
     controller = Proc::FilterCutController::Create(intervals, codecs);
     controller->SetEncodeAhead(encode_ahead);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
@@ -71,6 +74,18 @@ std::vector<int> CutSession::ChooseTracks()
     if (std::none_of(chosen.begin(), chosen.end(), [&](int index) { return GetInfo().tracks[index].IsDense(); }))
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
     return chosen;
+}
+
+void CutSession::CheckRecode(const std::vector<int>& chosen, const Host::RecodeOptions& wanted) const
+try
+{
+    for (const int index : chosen)
+        if (const Host::TrackInfo& info = GetInfo().tracks[index]; info.type == MediaType::Video && info.IsDense())
+            Host::CodecFactory::Check(*info.format, wanted);
+}
+catch (const Proc::CodecFactoryException& e)
+{
+    throw JobError(JobError::BadRequest, GetInfo().path + ": " + Describe(e));
 }
 
 void CutSession::JoinTrack(int index)

@@ -61,6 +61,7 @@ public:
 
 private:
     std::vector<int> ChooseTracks();
+    void CheckRecode(const std::vector<int>& chosen, const Host::RecodeOptions& wanted) const;
     void JoinTrack(int index);
     /// The track's source as it is displayed: a packet is a picture.
     SP<Proc::IStreamRaw> JoinFields(const CutTrack& track) const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/codecs/RecodeOptions.h"
 #include "jobs/Times.h"
 
 #include <string>
@@ -19,6 +20,7 @@ struct CutSettings
     /// does.
     std::string listOutput = {};
     std::string listFormat = {};
+    Host::RecodeOptions recode; ///< of groups that a cut runs through; refused where one of the tracks can't have it
 };
 
 } // namespace Tessor::Jobs

@@ -252,6 +252,17 @@ TEST_F(Program, ResultsCanBeCutAgain)
     }
 }
 
+TEST_F(Program, GroupsAreEncodedAsAskedFor)
+{
+    const auto measure = [this](const std::string& args)
+    {
+        EXPECT_EQ(Run("cut -y $S/h264.mp4 out.mp4 --keep 1.3-1.9 " + args).status, 0) << args;
+        return std::filesystem::file_size(folder / "out.mp4");
+    };
+    EXPECT_LT(measure("--recode-quality 40"), measure(""));
+    EXPECT_LT(measure("--recode-preset slow"), measure("--recode-preset ultrafast"));
+}
+
 // Everything of the source arrives, and a way there and back gives its packets again.
 TEST_F(Program, RepacksThereAndBack)
 {
@@ -315,6 +326,9 @@ TEST_F(Program, ExitStatusAndOneClearLine)
         {"cut in.mp4 nowhere/out.mp4 --keep 1-2", 1, "tessor: nowhere/out.mp4: can't be created: there is no such f"},
         {"cut in.mp4 /dev/full --keep 1-2 -y", 2, "/dev/full: "},
         {"cut missing.mp4 out.xyz --keep 1-2", 2, "out.xyz: no container of that name can be written; the usual"},
+        {"cut in.mp4 out.mp4 --keep 1-2 --recode-encoder mpeg4", 2, "can't re-encode groups of h264; libx264 can"},
+        {"cut in.mp4 out.mp4 --keep 1-2 --recode-preset nonsense", 2, "it knows ultrafast"},
+        {"cut in.mp4 out.mp4 --keep 1-2 --recode-quality 52", 2, "libx264 takes a quality from 1 to 51"},
         {"cut missing.mp4 out.mp4 --keep 1-2", 1, "missing.mp4: can't be opened: there is no such file or folder"},
         {"cut empty.mp4 out.mp4 --keep 1-2", 1, "empty.mp4: is empty"},
         {"cut half.mp4 out.mp4 --keep 1-2", 1, "half.mp4: "}, // its index is gone

@@ -3,11 +3,15 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "host/ImplNames.h"
 #include "media/items/DataPacketFF.h"
+#include "tests/CodecParsers/HeaderTools.h"
+#include "tests/CodecParsers/ParameterSetWriter.h"
 #include "tests/ffhost/Items.h"
 #include "tests/ffhost/Streams.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
+#include <random>
 #include <set>
 
 namespace Tessor::Host::Tests
@@ -152,6 +156,35 @@ INSTANTIATE_TEST_SUITE_P(
                     EncodeCase{"Mpeg2Interlaced", "mpeg2video", PixFmt::YUV420P, 1, 36, "", AV_FIELD_TT},
                     EncodeCase{"Theora", "theora", PixFmt::YUV420P, 0, 36}),
     [](const auto& info) { return info.param.name; });
+
+TEST(EncoderTest, UnitsFitIntoTheLengthsOfTheSource)
+{
+    const SP<IDataVideo> noise = MakePicture(PixFmt::YUV420P, WIDTH, HEIGHT, 0);
+    std::minstd_rand random;
+    for (size_t y = 0; y < HEIGHT; ++y)
+        std::generate_n(noise->GetPlane(0).GetOffsetPtr(0, y), WIDTH, [&] { return static_cast<uint8_t>(random()); });
+    noise->SetPTS(0);
+    noise->SetDuration(40000);
+    const SP<IFormatCodecVideo> format = MakeFormat("h264", PixFmt::YUV420P, 0);
+    RecodeOptions finest;
+    finest.quality = 2;
+    const auto encode = [&](uint8_t lengthByte)
+    {
+        Tessor::Test::Bytes header = Tessor::Test::H264Fields().AvcC();
+        header[4] = lengthByte;
+        format->SetExtradata(Tessor::Test::MakeBlob(header));
+        const SP<IStreamVideo> source(new PictureList(format, {noise}));
+        return CodecFactory::Create({}, finest)
+            ->CreateEncoder(source, format->GetProperties(), ImplNames::FFMPEG, nullptr);
+    };
+    EXPECT_THROW(encode(0xFC), CodecFactoryException) << "of one byte";
+    const SP<IDataPacket> packet = encode(0xFD)->Read();
+    std::vector<Proc::CodecParsers::Nalu> units;
+    Proc::CodecParsers::FindAnnexBNalus(packet->GetData(), static_cast<size_t>(packet->GetSize()), units);
+    EXPECT_GT(packet->GetSize(), 65535);
+    for (const auto& unit : units)
+        EXPECT_LT(unit.second, 65536u);
+}
 
 // What is seen is what consumers that fold repeats compare.
 TEST(DecoderTest, StillPicturesDifferAndAreNotCopiedUnasked)
