@@ -6,6 +6,7 @@
 #include "ffhost/codecs/EncoderSetup.h"
 #include "host/ImplNames.h"
 
+#include <atomic>
 #include <mutex>
 
 namespace Tessor::Host
@@ -49,6 +50,21 @@ private:
     {
         if (!IsOurs(implName))
             Throw<CodecFactoryException>(TESSOR_HERE, "No implementation \"" + implName + "\" of an encoder");
+        try
+        {
+            return MakeEncoder(source, format, resource);
+        }
+        catch (const EncoderException& e)
+        {
+            if (!required)
+                throw;
+            Throw<Core::ComputingResourceException>(TESSOR_HERE, Describe(e));
+        }
+    }
+
+    SP<IEncoder> MakeEncoder(const SP<IStreamVideo>& source, const Core::Property& format,
+                             const SP<Core::IComputingResource>& resource)
+    {
         // The encoder holds the factory, for it tells what it has done when it goes, whoever still needs it.
         return Encoder::Create(source, format, resource, recode,
                                [self = SP<CodecFactoryFF>(this)](const std::string& name, long long time)
@@ -61,6 +77,8 @@ private:
         return use;
     }
 
+    void RequireEncoders() override { required = true; }
+
     // by encoders, at their end, on whichever thread that comes
     void NoteUse(const std::string& name, long long time)
     {
@@ -71,8 +89,9 @@ private:
 
     const DecoderOptions options;
     const RecodeOptions recode;
-    mutable std::mutex useMutex; // groups of several tracks may be encoded at a time
-    EncoderUse use;              // of all encoders that have ended
+    std::atomic<bool> required = false; // set once, by whoever has found what can be encoded
+    mutable std::mutex useMutex;        // groups of several tracks may be encoded at a time
+    EncoderUse use;                     // of all encoders that have ended
 };
 
 } // namespace

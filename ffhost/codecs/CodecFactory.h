@@ -23,6 +23,9 @@ public:
     static void Check(const Conf::IFormatCodec& format, const RecodeOptions& recode);
 
     virtual EncoderUse GetEncoderUse() const = 0;
+    /// From now on, what encoders are needed for is settled: one that can't be made is no EncoderException any more,
+    /// which who encodes may take for an answer, but a Core::ComputingResourceException.
+    virtual void RequireEncoders() = 0;
 };
 
 } // namespace Tessor::Host

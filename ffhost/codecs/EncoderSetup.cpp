@@ -130,12 +130,17 @@ EncoderSetup::EncoderSetup(const SP<IFormatCodecVideo>& source, const Core::Prop
 CodecContextPtr EncoderSetup::Open() const
 {
     CheckSource();
-    CodecContextPtr context = Prepare();
     const FFmpegErrorCapture errors;
-    const int result = avcodec_open2(context.get(), codec, nullptr);
-    if (result < 0)
-        Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + errors.GetText(result));
-    return context;
+    int result = 0;
+    // A refusal is the same each time; a lack of threads or memory, which encoders tell in the same way, may pass.
+    for (int attempt = 0; attempt < 2; ++attempt)
+    {
+        CodecContextPtr context = Prepare();
+        result = avcodec_open2(context.get(), codec, nullptr);
+        if (result >= 0)
+            return context;
+    }
+    Throw<EncoderException>(TESSOR_HERE, "Can't open the encoder " + name + ": " + errors.GetText(result));
 }
 
 // Profile and level, which the header has for other pictures, are left to the encoder. Parameter sets of H.264 get an

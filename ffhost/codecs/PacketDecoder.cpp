@@ -90,6 +90,8 @@ void PacketDecoder::Send(const AVPacket* packet)
     draining = !packet;
     dirty = true;
     const int result = avcodec_send_packet(context.get(), packet);
+    if (result == AVERROR(ENOMEM))
+        throw std::bad_alloc(); // the packet is as good as ever
     if (result < 0 && result != AVERROR_EOF)
         ++damagedCount;
 }
@@ -101,6 +103,8 @@ const AVFrame* PacketDecoder::Receive()
         const int result = avcodec_receive_frame(context.get(), frame.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
             return nullptr;
+        if (result == AVERROR(ENOMEM))
+            throw std::bad_alloc();
         const bool corrupt = result >= 0 && ((frame->flags & AV_FRAME_FLAG_CORRUPT) || frame->decode_error_flags);
         if (result < 0 || corrupt)
             ++damagedCount;

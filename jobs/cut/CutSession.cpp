@@ -53,6 +53,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     controller->SetEncodeAhead(encode_ahead);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
+    codecs->RequireEncoders(); // what can be encoded anew is known
     keepsLead = !CanCutLead(request.output);
     AlignToGroups();
     LeaveOutEmpty(false);
