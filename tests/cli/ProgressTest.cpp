@@ -10,7 +10,7 @@ TEST(ProgressBar, FitsTheTerminalAndTellsMinutes)
 {
     EXPECT_EQ(MakeProgressBar("cut", 0.5, 12.34, 65, 100),
               "cut [###############...............]  50 %  12.3x  1 min 05 s left");
-    EXPECT_EQ(MakeProgressBar("cut", 1, 1, 7384, 46), "cut [#############] 100 %  1.0x  2 h 03 min left");
+    EXPECT_EQ(MakeProgressBar("cut", 1, 1, 7384, 46), "cut [##########] 100 %  1.0x  2 h 03 min left");
     for (size_t columns = 0; columns < 120; ++columns)
         EXPECT_LT(MakeProgressBar("verify", 0.3, 1e9, 59.7, columns).size(), std::max<size_t>(columns, 1));
     EXPECT_EQ(MakeProgressBar("verify", 0.3, 2, 3599, 40), "verify  30 %  2.0x  59 min 59 s left");
