@@ -66,7 +66,7 @@ TEST(ReadFaultTest, AFailedReadIsNeverTheEndOfTheFile)
                 }
                 catch (const ReadFailure& e)
                 {
-                    EXPECT_EQ(Describe(e), path + ": can't be read: Input/output error");
+                    EXPECT_EQ(Describe(e), path + ": can't be read: the device has failed (input/output error)");
                 }
             }
             reads_left = -1;

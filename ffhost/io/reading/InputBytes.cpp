@@ -1,6 +1,7 @@
 #include "ffhost/io/reading/InputBytes.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/ErrorText.h"
 
 extern "C"
 {
@@ -9,7 +10,6 @@ extern "C"
 }
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -59,9 +59,10 @@ InputBytes::~InputBytes()
 void InputBytes::Open(const std::string& path)
 {
     const auto fail = [&](const std::string& cause) { Throw<Core::IOException>(TESSOR_HERE, path + ": " + cause); };
+    const auto failToOpen = [&] { fail("can't be opened: " + DescribeError(AVERROR(errno))); };
     struct stat file = {};
     if (stat(path.c_str(), &file) != 0)
-        fail(std::strerror(errno));
+        failToOpen();
     if (const std::string obstacle = DescribeObstacle(file); !obstacle.empty())
         fail(obstacle);
     // To libavformat an empty file is one of unknown format.
@@ -69,7 +70,7 @@ void InputBytes::Open(const std::string& path)
         fail("is empty");
     fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
-        fail(std::strerror(errno));
+        failToOpen();
 }
 
 int InputBytes::Read(void* opaque, uint8_t* buffer, int size)

@@ -1,6 +1,7 @@
 #include "ffhost/io/reading/SourceFile.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/ErrorText.h"
 #include "ffhost/Log.h"
 #include "ffhost/io/reading/ReadFailure.h"
 
@@ -11,7 +12,6 @@ extern "C"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -121,7 +121,7 @@ int SourceFile::CallWatched(const std::function<int()>& call)
 void SourceFile::CheckDisk(const InputBytes& file) const
 {
     if (const int error = file.GetError())
-        Throw<ReadFailure>(TESSOR_HERE, path + ": can't be read: " + std::strerror(error));
+        Throw<ReadFailure>(TESSOR_HERE, path + ": can't be read: " + DescribeError(AVERROR(error)));
 }
 
 int SourceFile::IsInterrupted(void* file)
