@@ -28,6 +28,12 @@ void PrintRanges(const std::vector<Range>& ranges)
     }
 }
 
+void PrintMoved(const std::vector<MovedBound>& moved)
+{
+    for (const MovedBound& bound : moved)
+        Print("  moved {} to {}, where a key frame is\n", T2S(bound.asked), T2S(bound.kept));
+}
+
 void PrintTracks(const CutReport& report)
 {
     for (const TrackReport& track : report.tracks)
@@ -77,6 +83,7 @@ void PrintVerdict(const VerifyReport& report)
 void PrintText(const PlanReport& plan)
 {
     PrintRanges(plan.intervals);
+    PrintMoved(plan.moved);
     for (const PlannedTrack& track : plan.tracks)
     {
         Print("  track {}{}\n", track.index, track.cutAnywhere ? ":" : ", cuts fall to key frames: " + track.obstacle);
@@ -93,9 +100,18 @@ void PrintText(const CutReport& report)
     Print("{}: {} of {} in {:.2f} s\n", report.output, T2S(report.resultDuration), T2S(report.sourceDuration),
           report.wallSeconds);
     PrintRanges(report.intervals);
+    PrintMoved(report.moved);
     PrintTracks(report);
     if (report.verdict)
         PrintVerdict(*report.verdict);
+}
+
+Snap ReadSnap(const std::string& name)
+{
+    return name == "inward"    ? Snap::Inward
+           : name == "nearest" ? Snap::Nearest
+           : name == "fail"    ? Snap::Fail
+                               : Snap::Outward;
 }
 
 std::vector<std::string> NameFormats()
@@ -127,6 +143,12 @@ public:
              true},
             {"--list-format", "NAME", "the format of that list, whatever its name is", &settings.listFormat,
              NameFormats()},
+            {"--snap",
+             "WHERE",
+             "the key frame that a cut falls to where it can't be exact: outward (nothing asked for is lost), inward, "
+             "nearest, or fail",
+             &snap,
+             {"outward", "inward", "nearest", "fail"}},
             {"--plan", "",
              "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing",
              &planOnly},
@@ -151,6 +173,7 @@ public:
     ExitCode Run(const CommonOptions& common) override
     {
         settings.recode = recode.Read();
+        settings.snap = ReadSnap(snap);
         if (planOnly)
             return Plan(common);
         if (settings.output.empty())
@@ -179,6 +202,7 @@ private:
 
     CutSettings settings;
     RecodeFlags recode;
+    std::string snap = "outward";
     bool planOnly = false;
 };
 

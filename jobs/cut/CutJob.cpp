@@ -21,6 +21,7 @@ PlanReport CutJob::Plan(IProgress& progress) const
     for (const CutTrack& track : session.GetTracks())
         if (track.IsVideo())
             report.tracks.push_back({track.index, track.cutAnywhere, track.obstacle});
+    report.moved = session.GetMoved();
     report.warnings.insert(report.warnings.begin(), session.GetWarnings().begin(), session.GetWarnings().end());
     list.Write(report.intervals, session.GetAsked(), session.GetInfo());
     progress.Finish(session.GetInfo().duration);

@@ -13,6 +13,12 @@
 namespace Tessor::Jobs
 {
 
+/// A bound of a range that could not be where it was asked for.
+struct MovedBound
+{
+    avTime asked, kept; ///< source time
+};
+
 /// What a cut did to a track.
 struct TrackReport : CopiedTrack
 {
@@ -29,8 +35,9 @@ struct CutReport : JobReport
 {
     std::string input, output;
     avTime sourceDuration = 0;
-    std::vector<Range> intervals; ///< as really kept, source time
-    bool keepsLead = true;        ///< what lies before 0 is kept along with what begins there
+    std::vector<Range> intervals;  ///< as really kept, source time
+    bool keepsLead = true;         ///< what lies before 0 is kept along with what begins there
+    std::vector<MovedBound> moved; ///< by key frames
     avTime resultDuration = 0;
     std::vector<TrackReport> tracks;
     std::optional<VerifyReport> verdict; ///< where it was asked for
@@ -49,6 +56,7 @@ struct PlannedTrack
 struct PlanReport : JobReport
 {
     std::string input;
+    std::vector<MovedBound> moved;    ///< by key frames
     std::vector<Range> intervals;     ///< as they will be kept, source time
     std::vector<PlannedTrack> tracks; ///< of video
     std::vector<GroupPlan> groups;    ///< of these, track by track

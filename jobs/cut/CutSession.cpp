@@ -11,6 +11,7 @@
 #include "jobs/cut/CutBounds.h"
 #include "jobs/cut/KeptContent.h"
 #include "jobs/cut/KeptRanges.h"
+#include "jobs/cut/KeyFrameBounds.h"
 #include "media/formats/IFormatCodecVideo.h"
 
 #include <algorithm>
@@ -22,6 +23,25 @@ namespace Tessor::Jobs
 
 namespace
 {
+
+/// Bounds that are elsewhere now; ranges that came together have none between them.
+std::vector<MovedBound> FindMoved(const std::vector<Range>& before, const std::vector<Range>& after)
+{
+    std::vector<MovedBound> moved;
+    for (const Range& range : after)
+    {
+        const auto meets = [&](const Range& old) { return old.start < range.end && old.end > range.start; };
+        const auto first = std::find_if(before.begin(), before.end(), meets);
+        const auto last = std::find_if(before.rbegin(), before.rend(), meets);
+        if (first == before.end())
+            continue;
+        if (first->start != range.start)
+            moved.push_back({first->start, range.start});
+        if (last->end != range.end)
+            moved.push_back({last->end, range.end});
+    }
+    return moved;
+}
 
 /// What decoders of sound may need to have read before; nobody minds to hear it.
 constexpr avTime longest_run_in = 100 * MILLISECOND;
@@ -41,8 +61,8 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     // What is asked for is told by the first video track, which comes first. It is read alone: other tracks, once they
     // are selected, are read along with it and held in memory.
     JoinTrack(chosen.front());
-    asked = ReadRequest(request);
-    ranges = FromFirstEntry(GetRanges(asked));
+    requested = ReadRequest(request);
+    ranges = FromFirstEntry(GetRanges(requested));
     SnapToPictures();
     std::for_each(chosen.begin() + 1, chosen.end(), [this](int index) { JoinTrack(index); });
     intervals = new Proc::CutIntervals(MakeTimeline());
@@ -55,7 +75,10 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     JoinToController();
     codecs->RequireEncoders(); // what can be encoded anew is known
     keepsLead = !CanCutLead(request.output);
+    const std::vector<Range> exact = ranges;
+    BringToKeyFrames(request.snap);
     AlignToGroups();
+    moved = FindMoved(exact, ranges);
     LeaveOutEmpty(false);
     intervals->Set(MakeTimeline());
     demuxer->SetCut(GetCut());
@@ -193,6 +216,26 @@ void CutSession::LeaveOutEmpty(bool video)
                   });
     if (!video && std::none_of(tracks.begin(), tracks.end(), [](const CutTrack& track) { return track.source; }))
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound in the kept time");
+}
+
+/// What still lies in a group, of another track, is widened then.
+void CutSession::BringToKeyFrames(Snap snap)
+{
+    for (const CutTrack& track : tracks)
+    {
+        if (!track.IsVideo())
+            continue;
+        const KeyFrameBounds bounds(
+            *track.groups, GetInfo().duration, [&](avTime time) { return StaysWhole(track, time); },
+            fmt::format("{}: track {} ({})", GetInfo().path, track.index,
+                        track.cutAnywhere ? "its group of pictures is too large to be re-encoded" : track.obstacle));
+        for (Range& range : ranges)
+            range = bounds.Bring(range, snap);
+        if (std::erase_if(ranges, [](const Range& range) { return range.start >= range.end; }) > 0)
+            warnings.push_back(fmt::format("track {}: ranges between two key frames are left out", track.index));
+        if (ranges.empty())
+            throw JobError(JobError::Failed, GetInfo().path + ": no group of pictures lies in the kept time");
+    }
 }
 
 void CutSession::AlignToGroups()

@@ -4,6 +4,7 @@
 #include "ffhost/codecs/CodecFactory.h"
 #include "jobs/InputFile.h"
 #include "jobs/Times.h"
+#include "jobs/cut/CutReport.h"
 #include "jobs/cut/CutSettings.h"
 #include "jobs/cut/GroupCache.h"
 #include "jobs/cut/Groups.h"
@@ -55,8 +56,10 @@ public:
     /// The intervals as they stand now; during the cut they may only widen.
     Proc::CutTimeline GetCut() const { return intervals->GetTimeline(); }
     const std::vector<std::string>& GetWarnings() const { return warnings; }
+    /// Bounds that key frames have moved.
+    const std::vector<MovedBound>& GetMoved() const { return moved; }
     /// The request as it was read, before it was brought to pictures and groups.
-    const std::vector<AskedRange>& GetAsked() const { return asked; }
+    const std::vector<AskedRange>& GetAsked() const { return requested; }
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
@@ -72,6 +75,7 @@ private:
     void LeaveOutEmpty(bool video);
     void JoinToController();
     bool CanCutLead(const std::string& output);
+    void BringToKeyFrames(Snap snap);
     void AlignToGroups();
     bool TakesWholeGroups(const CutTrack& track) const;
     std::vector<Range> WidenToGroups(CutTrack& track);
@@ -85,10 +89,11 @@ private:
     SP<Proc::CutIntervals> intervals;
     SP<Host::CodecFactory> codecs;
     SP<Proc::FilterCutController> controller;
-    std::vector<CutTrack> tracks; // video first
-    std::vector<AskedRange> asked;
-    std::vector<Range> ranges; // what is asked of the controller: the request, brought to pictures and groups
-    bool keepsLead = true;     // settled once the tracks are joined
+    std::vector<CutTrack> tracks;      // video first
+    std::vector<AskedRange> requested; // as it was read
+    std::vector<Range> ranges;         // what is asked of the controller: the request, brought to pictures and groups
+    std::vector<MovedBound> moved;     // once the ranges are settled
+    bool keepsLead = true;             // settled once the tracks are joined
     std::vector<std::string> warnings;
 };
 

@@ -8,6 +8,15 @@
 namespace Tessor::Jobs
 {
 
+/// Which key frame a bound falls to where it lies in a group of pictures that can't be re-encoded.
+enum class Snap
+{
+    Outward, ///< nothing that was asked for is lost
+    Inward,  ///< nothing is kept that was not asked for
+    Nearest,
+    Fail, ///< none: the job ends
+};
+
 /// What is to be cut; exactly one of `keep` and `remove` is not empty.
 struct CutSettings
 {
@@ -16,6 +25,7 @@ struct CutSettings
     RangeList keep, remove;
     bool overwrite = false;
     bool verify = false; ///< the result is decoded and held against the source
+    Snap snap = Snap::Outward;
     /// A file to write what is kept to, as a cut list; empty: none. Its name tells the format, unless `listFormat`
     /// does.
     std::string listOutput = {};

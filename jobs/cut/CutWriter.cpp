@@ -53,6 +53,7 @@ CutReport CutWriter::Run(IProgress& progress)
     copier.Finish();
     report.sourceDuration = duration;
     report.intervals = GetKeptRanges(session.GetCut(), duration);
+    report.moved = session.GetMoved();
     report.keepsLead = session.KeepsLead();
     report.resultDuration = session.GetCut().Source2Result(duration);
     report.warnings = session.GetWarnings();

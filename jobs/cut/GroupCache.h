@@ -16,7 +16,7 @@ struct PicturesAround
 };
 
 /// The groups of a compressed video stream that somebody asked for: each is read once, however many bounds fall in it.
-class GroupCache
+class TESSOR_API GroupCache
 {
 public:
     explicit GroupCache(const SP<Proc::IStreamRaw>& stream) : stream(stream) {}

@@ -6,7 +6,7 @@ namespace Tessor::Jobs
 {
 
 /// Finds single groups of a compressed video stream.
-class GroupReader
+class TESSOR_API GroupReader
 {
 public:
     explicit GroupReader(const SP<Proc::IStreamRaw>& stream) : stream(stream) {}

@@ -38,7 +38,7 @@ struct TESSOR_API Group
 void AddToGroups(std::vector<Group>& groups, const Proc::IDataPacket& packet);
 
 /// All groups of a compressed video stream, from its start. Moves the stream.
-std::vector<Group> ScanGroups(Proc::IStreamRaw& stream, ReadProgress& reading);
+TESSOR_API std::vector<Group> ScanGroups(Proc::IStreamRaw& stream, ReadProgress& reading);
 
 /// Whether a packet is presented from `start` to before `end`. Moves the stream.
 bool HasPacketIn(Proc::IStreamRaw& stream, avTime start, avTime end);

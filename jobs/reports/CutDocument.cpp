@@ -85,6 +85,7 @@ Json ToJson(const CutReport& report)
     json["input"] = report.input;
     json["output"] = report.output;
     json["intervals"] = RangesToJson(report.intervals);
+    AddMoved(json, report.moved);
     json["result_duration"] = Seconds(report.resultDuration);
     json["tracks"] = Json::array();
     for (const TrackReport& track : report.tracks)

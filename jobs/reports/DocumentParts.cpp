@@ -18,6 +18,12 @@ Json RangesToJson(const std::vector<Range>& ranges)
     return json;
 }
 
+void AddMoved(Json& json, const std::vector<MovedBound>& moved)
+{
+    for (const MovedBound& bound : moved)
+        json["moved_bounds"].push_back({{"asked", Seconds(bound.asked)}, {"kept", Seconds(bound.kept)}});
+}
+
 Json TextToJson(const std::string& text)
 {
     return text.empty() ? Json(nullptr) : Json(text);

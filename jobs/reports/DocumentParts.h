@@ -1,6 +1,7 @@
 #pragma once
 
 #include "jobs/Times.h"
+#include "jobs/cut/CutReport.h"
 #include "jobs/detect/Lossless.h"
 #include "jobs/reports/Documents.h"
 
@@ -19,6 +20,9 @@ Json BeginDocument();
 
 /// Pairs of seconds.
 Json RangesToJson(const std::vector<Range>& ranges);
+
+/// Adds "moved_bounds" where there are any.
+void AddMoved(Json& json, const std::vector<MovedBound>& moved);
 
 /// Null when empty.
 Json TextToJson(const std::string& text);

@@ -36,6 +36,7 @@ Json ToJson(const PlanReport& report)
     Json json = BeginDocument();
     json["input"] = report.input;
     json["intervals"] = RangesToJson(report.intervals);
+    AddMoved(json, report.moved);
     json["tracks"] = Json::array();
     for (const PlannedTrack& track : report.tracks)
         json["tracks"].push_back(TrackToJson(track));

@@ -147,7 +147,7 @@ TEST_F(Verifying, EveryFaultIsNamed)
                 t[first_video][31]->SetPTS(t[first_video][29]->GetPTS() + 40000);
             });
     EXPECT_EQ(Judge("bad.mkv", "bad.mkv", {{0, 4000000}}, {0}).faults.at(0),
-              "track 0 (video, mpeg4): the times of 1 pictures contradict the order in which they are shown");
+              "track 0 (video, mpeg4): 1 picture shown in an order that times contradict");
     // all of the sound lies late, against pictures that are where they should be
     Rewrite(folder / "good.mkv", folder / "bad.mkv", Move(sound, 0, 62, 100000));
     EXPECT_NE(Judge("bad.mkv", {0, 1, 2, 3}).faults.at(0).find("out of place"), std::string::npos);
