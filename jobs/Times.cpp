@@ -83,6 +83,10 @@ std::optional<avTime> Unsigned(std::string text)
         return Decimal(text, 1);
     if (TakeSuffix(text, "ms"))
         return Decimal(text, MILLISECOND);
+    if (TakeSuffix(text, "m"))
+        return Decimal(text, 60 * SECOND);
+    if (TakeSuffix(text, "h"))
+        return Decimal(text, 3600 * SECOND);
     TakeSuffix(text, "s");
     return Decimal(text, SECOND);
 }
@@ -115,8 +119,9 @@ avTime ParseTime(const std::string& text, const TimeContext& context)
     }
     const std::optional<avTime> time = Unsigned(amount);
     if (!time || *time > MAX_DURATION)
-        Refuse("\"" + text +
-               "\" is no time: [HH:]MM:SS[.m], S[.m][s|ms|us], 123f, with a minus for before the end, start or end");
+        Refuse(
+            "\"" + text +
+            "\" is no time: [HH:]MM:SS[.m], S[.m][s|ms|us|m|h], 123f, with a minus for before the end, start or end");
     return fromEnd ? std::max<avTime>(context.duration - *time, 0) : *time;
 }
 

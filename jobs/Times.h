@@ -47,8 +47,9 @@ struct TESSOR_API RangeList
     bool IsEmpty() const { return texts.empty() && times.empty() && files.empty() && chapters.empty(); }
 };
 
-/// A time in one of FFmpeg's forms ([HH:]MM:SS[.m], S[.m][s|ms|us]) or a frame ("123f"), with a minus counted back from
-/// the end ("-5", "-30f") but never beyond the start, "start" or "end". What is not understood throws JobError.
+/// A time in one of FFmpeg's forms ([HH:]MM:SS[.m], S[.m][s|ms|us], and minutes or hours with m or h) or a frame
+/// ("123f"), with a minus counted back from the end ("-5", "-30f") but never beyond the start, "start" or "end". What
+/// is not understood throws JobError.
 TESSOR_API avTime ParseTime(const std::string& text, const TimeContext& context);
 
 /// A length of time above 0, in one of the forms of times. What is none, such as a frame, throws JobError with the name

@@ -5,6 +5,7 @@
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/RangeFlags.h"
+#include "cli/verbs/SplitText.h"
 #include "jobs/cut/CutJob.h"
 #include "jobs/lists/CutLists.h"
 
@@ -143,6 +144,9 @@ public:
              true},
             {"--list-format", "NAME", "the format of that list, whatever its name is", &settings.listFormat,
              NameFormats()},
+            {"--split", "",
+             "a file for each range; OUT may hold {name} of IN, {number} and {title}, and gets -{number} without",
+             &split},
             {"--snap",
              "WHERE",
              "the key frame that a cut falls to where it can't be exact: outward (nothing asked for is lost), inward, "
@@ -178,7 +182,7 @@ public:
             return Plan(common);
         if (settings.output.empty())
             throw UserError(ExitCode::Usage, "OUT is missing");
-        return Cut(common);
+        return split ? Split({settings}, common) : Cut(common);
     }
 
 private:
@@ -203,7 +207,7 @@ private:
     CutSettings settings;
     RecodeFlags recode;
     std::string snap = "outward";
-    bool planOnly = false;
+    bool planOnly = false, split = false;
 };
 
 } // namespace

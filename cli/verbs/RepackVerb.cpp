@@ -2,7 +2,12 @@
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
+#include "cli/UserError.h"
+#include "cli/verbs/SplitText.h"
+#include "jobs/Times.h"
 #include "jobs/repack/RepackJob.h"
+
+#include <charconv>
 
 namespace Tessor::Cli
 {
@@ -19,6 +24,19 @@ void PrintText(const RepackReport& report)
         Print("  track {}, {} ({}): {}\n", track.index, track.kind, track.codec, Count(track.packets, "packet"));
 }
 
+/// "2G", "1.5M", "800000"
+long long ReadSize(const std::string& text)
+{
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    const std::string unit(rest, end);
+    const double factor = unit.empty() ? 1 : unit == "k" ? 1e3 : unit == "M" ? 1e6 : unit == "G" ? 1e9 : 0;
+    if (error != std::errc() || !(value * factor >= 1 && value * factor <= 1e15))
+        throw UserError(ExitCode::Usage, "\"" + text + "\" is no size such as 700M or 2G");
+    return static_cast<long long>(value * factor);
+}
+
 class RepackVerb final : public Verb
 {
 public:
@@ -29,6 +47,9 @@ public:
         return {
             {"IN", "", "the file to read", &settings.input, {}, true, true},
             {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
+            {"--split-size", "BYTES", "files of at most that size (2G, 700M), from key frame to key frame", &size},
+            {"--split-time", "TIME", "files that end at the first key frame after that time (10m)", &time},
+            {"--split-chapters", "", "a file for each chapter; OUT may hold {name}, {number} and {title}", &chapters},
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
     }
@@ -39,6 +60,8 @@ public:
 
     ExitCode Run(const CommonOptions& common) override
     {
+        if (!size.empty() || !time.empty() || chapters)
+            return Split(ReadSplit(), common);
         const RepackReport report =
             Follow(common, "repack", [&](IProgress& progress) { return RepackJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
@@ -46,7 +69,23 @@ public:
     }
 
 private:
+    SplitSettings ReadSplit() const
+    {
+        if (!size.empty() + !time.empty() + chapters > 1)
+            throw UserError(ExitCode::Usage, "--split-size, --split-time and --split-chapters exclude each other");
+        SplitSettings split;
+        split.cut.input = settings.input;
+        split.cut.output = settings.output;
+        split.cut.overwrite = settings.overwrite;
+        split.size = size.empty() ? 0 : ReadSize(size);
+        split.time = time.empty() ? 0 : ParseLength("--split-time", time);
+        split.chapters = chapters;
+        return split;
+    }
+
     RepackSettings settings;
+    std::string size, time;
+    bool chapters = false;
 };
 
 } // namespace

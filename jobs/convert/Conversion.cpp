@@ -129,19 +129,8 @@ void Conversion::ReadCut()
 {
     if (settings.keep.IsEmpty() && settings.remove.IsEmpty())
         return;
-    const Host::MediaInfo& info = demuxer->GetInfo();
-    // opened only when a time is given as a frame; apart, since a stream that is taken counts as one that is read
-    const auto video = [&]() -> SP<IStreamRaw>
-    {
-        const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
-                                        [](const Host::TrackInfo& candidate)
-                                        { return candidate.IsDense() && candidate.type == MediaType::Video; });
-        return track != info.tracks.end()
-                   ? Host::FieldJoiner::Create(demuxer->OpenAgain()->GetStream(track->index), *track)
-                   : nullptr;
-    };
-    const TimeContext context = MakeTimeContext(info, video);
-    cut.emplace(GetRanges(ReadKeptRanges(settings.keep, settings.remove, info, context, warnings)), info.duration);
+    const std::vector<AskedRange> kept = ReadKeptRanges(settings.keep, settings.remove, *demuxer, warnings);
+    cut.emplace(GetRanges(kept), demuxer->GetInfo().duration);
     content.emplace(demuxer, cut->GetRanges());
 }
 

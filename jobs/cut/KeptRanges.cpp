@@ -1,5 +1,6 @@
 #include "jobs/cut/KeptRanges.h"
 
+#include "ffhost/streams/FieldJoiner.h"
 #include "jobs/JobError.h"
 #include "jobs/cut/Groups.h"
 #include "jobs/lists/ChapterNumbers.h"
@@ -66,6 +67,15 @@ private:
     std::vector<std::string>& warnings;
     std::vector<AskedRange> ranges; // as they stand, until all are read
 };
+
+/// Null where there is none.
+const Host::TrackInfo* FindVideo(const Host::MediaInfo& info)
+{
+    for (const Host::TrackInfo& track : info.tracks)
+        if (track.IsDense() && track.type == MediaType::Video)
+            return &track;
+    return nullptr;
+}
 
 /// Empty where no track has one.
 std::string FindTimecode(const Host::MediaInfo& info)
@@ -136,6 +146,19 @@ std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& r
     if (list.empty())
         throw JobError(JobError::BadRequest, "nothing would be left of " + info.path);
     return list;
+}
+
+std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::Demuxer& demuxer,
+                                       std::vector<std::string>& warnings)
+{
+    const Host::MediaInfo& info = demuxer.GetInfo();
+    // a stream that is taken counts as one that is read
+    const auto video = [&]() -> SP<Proc::IStreamRaw>
+    {
+        const Host::TrackInfo* const track = FindVideo(info);
+        return track ? Host::FieldJoiner::Create(demuxer.OpenAgain()->GetStream(track->index), *track) : nullptr;
+    };
+    return ReadKeptRanges(keep, remove, info, MakeTimeContext(info, video), warnings);
 }
 
 Proc::CutTimeline KeepRanges(const std::vector<Range>& kept, avTime duration, bool keepsLead)

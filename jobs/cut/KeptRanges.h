@@ -3,7 +3,7 @@
 #include "Fnd/Export.h"
 #include "Proc/Settings/CutTimeline.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
-#include "ffhost/io/MediaInfo.h"
+#include "ffhost/io/reading/Demuxer.h"
 #include "jobs/Times.h"
 
 #include <functional>
@@ -22,6 +22,10 @@ TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::
 /// understood or leaves nothing.
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::MediaInfo& info,
                                        const TimeContext& context, std::vector<std::string>& warnings);
+
+/// The same for a file none of whose tracks has to be read for it: what counts frames opens it again.
+std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::Demuxer& demuxer,
+                                       std::vector<std::string>& warnings);
 
 /// The cut that keeps these ranges of a file and deletes the rest. Ranges that reach the duration hold all that comes
 /// later, for there is no seam at their end, and with `keepsLead` a first one from 0 on all that comes earlier.

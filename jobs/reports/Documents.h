@@ -30,6 +30,7 @@ struct PlanReport;
 struct ProbeReport;
 struct RepackReport;
 struct SoundReport;
+struct SplitReport;
 struct VolumeReport;
 
 /// Of the documents of all verbs, which begin with it.
@@ -42,6 +43,7 @@ TESSOR_API nlohmann::ordered_json ToJson(const PlanReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const ProbeReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const RepackReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const SoundReport& report);
+TESSOR_API nlohmann::ordered_json ToJson(const SplitReport& report);
 TESSOR_API nlohmann::ordered_json ToJson(const VolumeReport& report);
 /// Filters of the catalog, with the implementations that there are.
 TESSOR_API nlohmann::ordered_json ToJson(const std::vector<const CatalogRow*>& rows, const Factories& factories);

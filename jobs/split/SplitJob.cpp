@@ -1,0 +1,91 @@
+#include "jobs/split/SplitJob.h"
+
+#include "jobs/InputFile.h"
+#include "jobs/JobError.h"
+#include "jobs/OutputFile.h"
+#include "jobs/Stopwatch.h"
+#include "jobs/cut/CutJob.h"
+#include "jobs/cut/KeptRanges.h"
+#include "jobs/split/PieceNames.h"
+#include "jobs/split/SplitPoints.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace Tessor::Jobs
+{
+
+namespace
+{
+
+/// A piece's share of the progress of all.
+class PieceProgress final : public IProgress
+{
+public:
+    PieceProgress(IProgress& whole, size_t place, size_t count, avTime before)
+        : whole(whole), place(static_cast<double>(place)), count(static_cast<double>(count)), before(before)
+    {
+    }
+
+    void Tell(double done, avTime written) override { whole.Tell((place + done) / count, before + written); }
+    void Finish(avTime written) override { Tell(1, written); }
+    bool IsCancelled() const override { return whole.IsCancelled(); }
+
+private:
+    IProgress& whole;
+    const double place, count;
+    const avTime before; // written of the pieces before
+};
+
+} // namespace
+
+SplitReport SplitJob::Run(IProgress& progress) const
+{
+    if (!settings.cut.listOutput.empty())
+        throw JobError(JobError::BadRequest, "pieces of their own leave no common list to write");
+    const Stopwatch watch;
+    SplitReport report;
+    report.input = settings.cut.input;
+    const std::vector<AskedRange> pieces = ReadPieces(progress, report.warnings);
+    const std::vector<std::string> names = MakeNames(pieces);
+    avTime written = 0;
+    for (size_t i = 0; i < pieces.size(); ++i)
+    {
+        CutSettings one = settings.cut;
+        one.output = names[i];
+        one.keep = {.texts = {}, .times = {pieces[i].range}};
+        one.remove = {};
+        PieceProgress part(progress, i, pieces.size(), written);
+        report.pieces.push_back(CutJob(one).Run(part));
+        written += report.pieces.back().resultDuration;
+        std::error_code ignored;
+        if (settings.size > 0 && std::cmp_greater(std::filesystem::file_size(names[i], ignored), settings.size))
+            report.warnings.push_back(names[i] + ": is larger than was asked: it can't be parted any more");
+        for (const std::string& warning : report.pieces.back().warnings)
+            report.warnings.push_back(names[i] + ": " + warning);
+    }
+    progress.Finish(written);
+    report.wallSeconds = watch.GetSeconds();
+    return report;
+}
+
+std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vector<std::string>& warnings) const
+{
+    if (settings.cut.keep.IsEmpty() && settings.cut.remove.IsEmpty())
+        return FindPieces(settings, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput(settings.cut.input, progress);
+    return ReadKeptRanges(settings.cut.keep, settings.cut.remove, *demuxer, warnings);
+}
+
+std::vector<std::string> SplitJob::MakeNames(const std::vector<AskedRange>& pieces) const
+{
+    std::vector<std::string> titles;
+    for (const AskedRange& piece : pieces)
+        titles.push_back(piece.title);
+    std::vector<std::string> names = NamePieces(settings.cut.output, settings.cut.input, titles);
+    for (const std::string& name : names)
+        CheckOutput(name, {settings.cut.input}, settings.cut.overwrite);
+    return names;
+}
+
+} // namespace Tessor::Jobs
