@@ -81,6 +81,8 @@ Decoder::Decoder(const SP<IStreamRaw>& source, const DecoderOptions& options)
 
 void Decoder::Prepare(AVCodecContext& context) const
 {
+    if (options.threads > 0)
+        context.thread_count = options.threads;
     const Core::Property& tree = format->GetProperties();
     const Conf::FrameInfo info = format->GetFrameInfo();
     context.width = info.width;

@@ -17,6 +17,8 @@ struct DecoderOptions
     /// A picture that is shown again differs from the one before in the last bit of a sample, for consumers that fold
     /// repeats, which are few: encoders do not see it.
     bool distinct = true;
+    /// Each takes pictures of its own; 0: as many as are of use.
+    int threads = 0;
 };
 
 } // namespace Tessor::Host

@@ -67,8 +67,9 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     std::for_each(chosen.begin() + 1, chosen.end(), [this](int index) { JoinTrack(index); });
     intervals = new Proc::CutIntervals(MakeTimeline());
     // a picture that begins before a piece is not part of it, though it still stands when the piece begins
-    codecs = Host::CodecFactory::Create(
-        {.wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); }}, request.recode);
+    const auto wanted = [intervals = intervals](avTime time) { return !intervals->IsPointDeleted(time); };
+    // one thread, for encoders take several times as long
+    codecs = Host::CodecFactory::Create({.wanted = wanted, .threads = 1}, request.recode);
     controller = Proc::FilterCutController::Create(intervals, codecs);
     controller->SetEncodeAhead(encode_ahead);
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
