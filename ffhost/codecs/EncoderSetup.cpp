@@ -280,7 +280,8 @@ void EncoderSetup::SetupH264(AVCodecContext& context) const
         context.max_b_frames = 0; // it has no B slices (ITU-T H.264, A.2.1)
     // Half of the time that "faster" takes. With a constant quantiser most of what is left out costs size, not quality.
     // But for SATD (subq 2), without which a picture with noise takes a fifth more; and what is rounded down less than
-    // usual makes up for the trellis search. Looking ahead on a thread of its own takes pictures, and gains nothing here.
+    // usual makes up for the trellis search. Looking ahead on a thread of its own takes pictures, and gains nothing
+    // here.
     SetOption(context, "preset", wanted.preset.empty() ? "superfast" : wanted.preset);
     if (wanted.preset.empty())
     {
