@@ -4,6 +4,7 @@
 #include "ffhost/streams/ReadAhead.h"
 #include "jobs/IProgress.h"
 #include "jobs/InputDamage.h"
+#include "jobs/JobError.h"
 #include "jobs/Times.h"
 #include "jobs/TrackSelection.h"
 
@@ -102,8 +103,20 @@ void MuxPump::Run(avTime duration, IProgress& progress)
         progress.Tell(std::min(Seconds(reached) / whole, 1.0), reached);
     }
     WriteSparse();
+    CheckContent();
     ThrowIfCancelled(progress); // who reads ahead may have been told so, and nobody waited for what was read
     progress.Finish(std::max<avTime>(duration, 1));
+}
+
+/// Pictures and sound are what a file is for, where the result has tracks of these at all.
+void MuxPump::CheckContent() const
+{
+    const bool anyDense =
+        std::any_of(tracks.begin(), tracks.end(), [](const Track& track) { return track.dense.has_value(); });
+    const auto counts = [&](const Track& track) { return track.packets > 0 && (track.dense.has_value() || !anyDense); };
+    if (std::none_of(tracks.begin(), tracks.end(), counts))
+        throw JobError(JobError::Failed, muxer.GetPath() + ": is not written: not one packet of " +
+                                             (anyDense ? "picture or sound" : "subtitles") + " came from the input");
 }
 
 void MuxPump::WriteNext(size_t place)

@@ -35,8 +35,8 @@ public:
     /// packets are written as they are; covers, which stand for the whole file, always are.
     size_t AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Placement placement = nullptr);
 
-    /// Seeks all streams to 0 and writes all there is. `duration` is that of the result, for the progress. Ctrl-C ends
-    /// it with JobError.
+    /// Seeks all streams to 0 and writes all there is. `duration` is that of the result, for the progress. Ends with
+    /// JobError when it is cancelled, and when there was nothing to write.
     void Run(avTime duration, IProgress& progress);
 
     /// Packets written of the track at that place.
@@ -63,6 +63,7 @@ private:
 
     void WriteNext(size_t place);
     void WriteSparse();
+    void CheckContent() const;
 
     Host::Muxer& muxer;
     std::vector<Track> tracks;

@@ -471,6 +471,23 @@ TEST_F(Program, HowMuchOfADamagedFileWasThereIsTold)
         }
 }
 
+// Such as a file whose data has been cut off, and what nobody has asked for.
+TEST_F(Program, AResultOfNothingIsNoResult)
+{
+    Make("ffmpeg -v error -i $S/h264.mp4 -c copy -movflags +faststart whole.mp4");
+    const std::string whole = Slurp(folder / "whole.mp4");
+    std::ofstream(folder / "empty.mp4", std::ios::binary) << whole.substr(0, whole.find("mdat") + 4);
+    fs::remove(folder / "whole.mp4");
+    for (const std::string args : {"repack empty.mp4 out.mkv", "repack empty.mp4 out.ts", "convert empty.mp4 out.mp4",
+                                   "cut empty.mp4 out.mp4 --keep 0-1", "mix empty.mp4 out.wav"})
+    {
+        const Outcome outcome = Run(args);
+        EXPECT_EQ(outcome.status, 1) << args;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << args << outcome.err;
+        EXPECT_EQ(FilesLeft(), std::vector<std::string>{"empty.mp4"}) << args;
+    }
+}
+
 TEST_F(Program, EveryVerbTellsItsStatistics)
 {
     for (const std::string args :
