@@ -4,6 +4,7 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
+#include "cli/options/InputFlags.h"
 #include "cli/options/RangeFlags.h"
 #include "jobs/Times.h"
 #include "jobs/convert/ConvertJob.h"
@@ -73,6 +74,7 @@ public:
         table.insert(table.end(), more.begin(), more.end());
         video.AddOptions(table);
         audio.AddOptions(table);
+        AddInputOptions(table, settings.reading);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }

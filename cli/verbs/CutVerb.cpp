@@ -4,6 +4,7 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
+#include "cli/options/InputFlags.h"
 #include "cli/options/RangeFlags.h"
 #include "cli/verbs/SplitText.h"
 #include "jobs/cut/CutJob.h"
@@ -162,6 +163,7 @@ public:
         };
         table.insert(table.end(), more.begin(), more.end());
         recode.AddOptions(table);
+        AddInputOptions(table, settings.reading);
         return table;
     }
     std::vector<Example> GetExamples() const override

@@ -2,7 +2,9 @@
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
+#include "cli/options/InputFlags.h"
 #include "cli/verbs/LosslessText.h"
+#include "jobs/InputFile.h"
 #include "jobs/detect/LosslessJob.h"
 #include "jobs/detect/VolumeJob.h"
 
@@ -17,10 +19,12 @@ using namespace Jobs;
 namespace
 {
 
-ExitCode DetectLossless(const std::string& input, const CommonOptions& common)
+ExitCode DetectLossless(const Input& input, const CommonOptions& common)
 {
-    const LosslessReport report =
-        Follow(common, "detect", [&](IProgress& progress) { return LosslessJob({input}).Run(progress); });
+    const LosslessReport report = Follow(common, "detect",
+                                         [&](IProgress& progress) {
+                                             return LosslessJob({input.path, input.reading}).Run(progress);
+                                         });
     PrintReport(common, report,
                 [&]
                 {
@@ -31,10 +35,12 @@ ExitCode DetectLossless(const std::string& input, const CommonOptions& common)
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 
-ExitCode DetectVolume(const std::string& input, const CommonOptions& common)
+ExitCode DetectVolume(const Input& input, const CommonOptions& common)
 {
-    const VolumeReport report =
-        Follow(common, "detect", [&](IProgress& progress) { return VolumeJob({input}).Run(progress); });
+    const VolumeReport report = Follow(common, "detect",
+                                       [&](IProgress& progress) {
+                                           return VolumeJob({input.path, input.reading}).Run(progress);
+                                       });
     const std::optional<double> decibels = report.GetDecibels();
     const std::string level = decibels ? fmt::format("peak {:.4f} ({:.1f} dB)", report.peak, *decibels) : "silence";
     PrintReport(common, report, [&] { Print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
@@ -45,7 +51,7 @@ struct Kind
 {
     const char* name;
     const char* help;
-    ExitCode (*detect)(const std::string& input, const CommonOptions& common);
+    ExitCode (*detect)(const Input& input, const CommonOptions& common);
 };
 
 constexpr Kind kinds[] = {
@@ -67,7 +73,10 @@ public:
             help += fmt::format("{}{}: {}", help.empty() ? "" : "; ", row.name, row.help);
             names.emplace_back(row.name);
         }
-        return {{"KIND", "", help, &kind, names, false, true}, {"IN", "", "the file", &input, {}, true, true}};
+        OptionTable table = {{"KIND", "", help, &kind, names, false, true},
+                             {"IN", "", "the file", &input, {}, true, true}};
+        AddInputOptions(table, reading);
+        return table;
     }
     std::vector<Example> GetExamples() const override
     {
@@ -80,11 +89,12 @@ public:
         // always found: the option table has the same names for choices
         const Kind& chosen =
             *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
-        return chosen.detect(input, common);
+        return chosen.detect({input, reading}, common);
     }
 
 private:
     std::string kind, input;
+    Host::DemuxerSettings reading;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "cli/UserError.h"
 #include "cli/Verb.h"
 #include "cli/options/EncoderFlags.h"
+#include "cli/options/InputFlags.h"
 #include "cli/verbs/SoundText.h"
 #include "jobs/sound/MixJob.h"
 
@@ -51,6 +52,7 @@ public:
              true},
         };
         encoder.AddOptions(table);
+        AddInputOptions(table, settings.reading);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }

@@ -2,6 +2,7 @@
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
+#include "cli/options/InputFlags.h"
 #include "cli/verbs/LosslessText.h"
 #include "jobs/Times.h"
 #include "jobs/detect/ProbeJob.h"
@@ -131,7 +132,12 @@ public:
     {
         return "tell a file's tracks, codec headers, groups of pictures, and how it can be cut";
     }
-    OptionTable GetOptions() override { return {{"IN", "", "the file to examine", &settings.input, {}, true, true}}; }
+    OptionTable GetOptions() override
+    {
+        OptionTable table = {{"IN", "", "the file to examine", &settings.input, {}, true, true}};
+        AddInputOptions(table, settings.reading);
+        return table;
+    }
     std::vector<Example> GetExamples() const override
     {
         return {{"tessor probe film.mp4", "its tracks, their headers and groups of pictures"}};

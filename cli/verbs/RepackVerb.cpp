@@ -3,6 +3,7 @@
 #include "cli/Progress.h"
 #include "cli/Report.h"
 #include "cli/UserError.h"
+#include "cli/options/InputFlags.h"
 #include "cli/verbs/SplitText.h"
 #include "jobs/Times.h"
 #include "jobs/repack/RepackJob.h"
@@ -44,7 +45,7 @@ public:
     std::string GetSummary() const override { return "bring a file into another container without loss"; }
     OptionTable GetOptions() override
     {
-        return {
+        OptionTable table = {
             {"IN", "", "the file to read", &settings.input, {}, true, true},
             {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
             {"--split-size", "BYTES", "files of at most that size (2G, 700M), from key frame to key frame", &size},
@@ -52,6 +53,8 @@ public:
             {"--split-chapters", "", "a file for each chapter; OUT may hold {name}, {number} and {title}", &chapters},
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
+        AddInputOptions(table, settings.reading);
+        return table;
     }
     std::vector<Example> GetExamples() const override
     {
@@ -75,6 +78,7 @@ private:
             throw UserError(ExitCode::Usage, "--split-size, --split-time and --split-chapters exclude each other");
         SplitSettings split;
         split.cut.input = settings.input;
+        split.cut.reading = settings.reading;
         split.cut.output = settings.output;
         split.cut.overwrite = settings.overwrite;
         split.size = size.empty() ? 0 : ReadSize(size);

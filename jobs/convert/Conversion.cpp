@@ -114,7 +114,7 @@ struct RepeatMeter
 Conversion::Conversion(const ConvertSettings& settings, const IProgress& progress)
     : settings(settings), videoSteps(ReadFilters(settings.videoChain, MediaType::Video)),
       audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
-      demuxer(OpenInput(settings.input, progress)),
+      demuxer(OpenInput({settings.input, settings.reading}, progress)),
       muxer(Host::Muxer::Create(settings.output, {.overwrite = settings.overwrite})), pump(*muxer)
 {
     ReadCut();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/TrackEncoding.h"
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/Times.h"
 
 #include <string>
@@ -16,6 +17,7 @@ struct ConvertSettings
     std::string videoChain, audioChain; ///< in the grammar of filter chains; they come after the cut
     Host::EncoderOptions video, audio;
     bool noVideo = false, noAudio = false;
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 } // namespace Tessor::Jobs

@@ -50,7 +50,9 @@ CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
     try
     {
         progress.BeginStage("verify");
-        report.verdict = VerifyJob(VerifySettings::Of(report)).Run(progress);
+        VerifySettings asked = VerifySettings::Of(report);
+        asked.reading = settings.reading;
+        report.verdict = VerifyJob(asked).Run(progress);
     }
     catch (...)
     {

@@ -53,7 +53,7 @@ constexpr Proc::EncodeAhead encode_ahead = {.groups = 2, .bytes = 16 << 20};
 } // namespace
 
 CutSession::CutSession(const CutSettings& request, const IProgress& progress)
-    : demuxer(OpenInput(request.input, progress))
+    : demuxer(OpenInput({request.input, request.reading}, progress))
 {
     const std::vector<int> chosen = ChooseTracks();
     if (request.recode.IsGiven())

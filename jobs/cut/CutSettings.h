@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/codecs/RecodeOptions.h"
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/Times.h"
 
 #include <string>
@@ -31,6 +32,7 @@ struct CutSettings
     std::string listOutput = {};
     std::string listFormat = {};
     Host::RecodeOptions recode; ///< of groups that a cut runs through; refused where one of the tracks can't have it
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 } // namespace Tessor::Jobs

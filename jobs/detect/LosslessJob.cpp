@@ -17,7 +17,7 @@ LosslessReport LosslessJob::Run(IProgress& progress) const
 {
     LosslessReport report;
     report.input = settings.input;
-    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     const avTime duration = demuxer->GetInfo().duration;
     ReadProgress reading(progress, duration);
     reading.BeginPass(1);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/detect/Lossless.h"
 #include "jobs/reports/JobReport.h"
@@ -13,6 +14,7 @@ namespace Tessor::Jobs
 struct LosslessSettings
 {
     std::string input;
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 struct TESSOR_API LosslessReport : JobReport

@@ -55,7 +55,7 @@ bool CanCutAnywhere(const SP<Proc::IStreamRaw>& stream)
 
 ProbeReport ProbeJob::Run(IProgress& progress) const
 {
-    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     const Host::MediaInfo& info = demuxer->GetInfo();
     ProbeReport report;
     report.input = settings.input;

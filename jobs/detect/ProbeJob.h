@@ -13,6 +13,7 @@ namespace Tessor::Jobs
 struct ProbeSettings
 {
     std::string input;
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 /// Tells a file's tracks, codec headers and groups of pictures, and how it can be cut. Reads it several times.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/reports/JobReport.h"
 
@@ -12,6 +13,7 @@ namespace Tessor::Jobs
 struct VolumeSettings
 {
     std::string input;
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 struct TESSOR_API VolumeReport : JobReport

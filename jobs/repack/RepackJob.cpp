@@ -29,7 +29,7 @@ RepackReport RepackJob::Run(IProgress& progress) const
 {
     CheckOutput(settings.output, {settings.input}, settings.overwrite);
     const Stopwatch watch;
-    const SP<Host::Demuxer> demuxer = OpenInput(settings.input, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     // nothing is decoded, and packets that nobody else holds are converted where they lie
     demuxer->KeepLeadIns(false);
     RepackReport report;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/repack/CopiedTrack.h"
 #include "jobs/reports/JobReport.h"
@@ -15,6 +16,7 @@ struct RepackSettings
     std::string input;
     std::string output; ///< its name tells the container
     bool overwrite = false;
+    Host::DemuxerSettings reading = {}; ///< of the input
 };
 
 struct RepackReport : JobReport

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/sound/SoundFile.h"
 
 #include <string>
@@ -20,6 +21,7 @@ struct MixSettings
     std::string output; ///< its name tells the container
     Host::EncoderOptions encoder = {};
     bool overwrite = false;
+    Host::DemuxerSettings reading = {}; ///< of all inputs
 };
 
 /// Adds up the first tracks of sound of several files.

@@ -35,14 +35,14 @@ SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::E
     return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
 }
 
-OpenedSound OpenSound(const std::string& path, const IProgress& progress)
+OpenedSound OpenSound(const Input& input, const IProgress& progress)
 {
-    const SP<Host::Demuxer> demuxer = OpenInput(path, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput(input, progress);
     const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
     const auto sound = std::find_if(tracks.begin(), tracks.end(),
                                     [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
     if (sound == tracks.end())
-        throw JobError(JobError::Failed, path + ": there is no sound");
+        throw JobError(JobError::Failed, input.path + ": there is no sound");
     return {demuxer, sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
 }
 

@@ -4,6 +4,7 @@
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/MuxerSettings.h"
 #include "jobs/IProgress.h"
+#include "jobs/InputFile.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/reports/JobReport.h"
 
@@ -28,7 +29,7 @@ struct OpenedSound
 };
 
 /// The first track of sound of a file, decoded ahead. Throws JobError when there is none.
-OpenedSound OpenSound(const std::string& path, const IProgress& progress);
+OpenedSound OpenSound(const Input& input, const IProgress& progress);
 
 /// What was written.
 struct SoundReport : JobReport

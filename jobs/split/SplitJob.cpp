@@ -73,7 +73,7 @@ std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vec
 {
     if (settings.cut.keep.IsEmpty() && settings.cut.remove.IsEmpty())
         return FindPieces(settings, progress);
-    const SP<Host::Demuxer> demuxer = OpenInput(settings.cut.input, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
     return ReadKeptRanges(settings.cut.keep, settings.cut.remove, *demuxer, warnings);
 }
 

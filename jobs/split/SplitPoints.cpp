@@ -143,7 +143,7 @@ std::vector<AskedRange> ByChapters(const PointChoice& choice, const Host::MediaI
 
 std::vector<AskedRange> FindPieces(const SplitSettings& settings, const IProgress& progress)
 {
-    const SP<Host::Demuxer> demuxer = OpenInput(settings.cut.input, progress);
+    const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
     demuxer->KeepLeadIns(false);
     const PointChoice choice(ScanPoints(*demuxer), settings);
     std::vector<AskedRange> pieces;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "jobs/IProgress.h"
+#include "jobs/InputFile.h"
 #include "jobs/ReadProgress.h"
 #include "jobs/verify/KeptTime.h"
 #include "jobs/verify/PictureVerdict.h"
@@ -15,8 +15,8 @@ namespace Tessor::Jobs
 class PictureJudge
 {
 public:
-    PictureJudge(const std::string& source, const std::string& output, const KeptTime& kept,
-                 const ExposedPictures& exposed, const IProgress& progress)
+    PictureJudge(const Input& source, const Input& output, const KeptTime& kept, const ExposedPictures& exposed,
+                 const IProgress& progress)
         : source(source), output(output), kept(kept), exposed(exposed), progress(progress)
     {
     }
@@ -26,7 +26,7 @@ public:
     PictureVerdict Judge(int sourceTrack, int outputTrack, avTime shift, ReadProgress& reading) const;
 
 private:
-    const std::string source, output;
+    const Input source, output;
     const KeptTime kept;
     const ExposedPictures exposed;
     const IProgress& progress;

@@ -134,9 +134,9 @@ private:
 
 } // namespace
 
-PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, ReadProgress& reading, const KeptTime* kept)
+PlainFile ReadPlainFile(const Input& input, const IProgress& progress, ReadProgress& reading, const KeptTime* kept)
 {
-    return Reading(OpenInput(path, progress), reading, kept).Run();
+    return Reading(OpenInput(input, progress), reading, kept).Run();
 }
 
 } // namespace Tessor::Jobs

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ffhost/bitstream/PacketForm.h"
-#include "jobs/IProgress.h"
+#include "jobs/InputFile.h"
 #include "jobs/ReadProgress.h"
 #include "jobs/verify/KeptTime.h"
 
@@ -27,7 +27,7 @@ struct PlainFile
 };
 
 /// Reads all tracks that can be copied, video first. With kept time only what it holds, at its place there.
-PlainFile ReadPlainFile(const std::string& path, const IProgress& progress, ReadProgress& reading,
+PlainFile ReadPlainFile(const Input& input, const IProgress& progress, ReadProgress& reading,
                         const KeptTime* kept = nullptr);
 
 } // namespace Tessor::Jobs

@@ -171,9 +171,8 @@ LooseTime FindLooseTime(const PlainTrack& track, const PlainTrack& partner, cons
 class Verification
 {
 public:
-    Verification(const std::string& source, const std::string& output, const KeptTime& kept,
-                 const std::vector<int>& carried, const ExposedPictures& exposed, const IProgress& progress,
-                 const ReadProgress& reading)
+    Verification(const Input& source, const Input& output, const KeptTime& kept, const std::vector<int>& carried,
+                 const ExposedPictures& exposed, const IProgress& progress, const ReadProgress& reading)
         : pictures(source, output, kept, exposed, progress), kept(kept), reading(reading),
           expected(ReadPlainFile(source, progress, this->reading.BeginPass(plain_share), &kept).tracks),
           found(ReadPlainFile(output, progress, this->reading.BeginPass(2 * plain_share)))
@@ -297,9 +296,8 @@ private:
 
 } // namespace
 
-VerifyReport Verify(const std::string& source, const std::string& output, const KeptTime& kept,
-                    const std::vector<int>& tracks, const ExposedPictures& exposed, const IProgress& progress,
-                    ReadProgress reading)
+VerifyReport Verify(const Input& source, const Input& output, const KeptTime& kept, const std::vector<int>& tracks,
+                    const ExposedPictures& exposed, const IProgress& progress, ReadProgress reading)
 {
     return Verification(source, output, kept, tracks, exposed, progress, reading).Run();
 }

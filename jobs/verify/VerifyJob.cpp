@@ -24,10 +24,11 @@ VerifySettings VerifySettings::Of(const CutReport& report)
 
 VerifyReport VerifyJob::Run(IProgress& progress) const
 {
+    const Input source(settings.source, settings.reading);
     const avTime duration =
-        settings.duration != NoTime ? settings.duration : OpenInput(settings.source, progress)->GetInfo().duration;
+        settings.duration != NoTime ? settings.duration : OpenInput(source, progress)->GetInfo().duration;
     const KeptTime kept(settings.intervals, duration, settings.keepsLead);
-    VerifyReport report = Verify(settings.source, settings.output, kept, settings.tracks, settings.exposed, progress,
+    VerifyReport report = Verify(source, settings.output, kept, settings.tracks, settings.exposed, progress,
                                  ReadProgress(progress, duration));
     // who cancels after the last packet was read wants no verdict either
     ThrowIfCancelled(progress);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/cut/CutReport.h"
 
@@ -13,11 +14,12 @@ namespace Tessor::Jobs
 struct TESSOR_API VerifySettings
 {
     std::string source, output;
-    std::vector<Range> intervals; ///< of the source's time, as kept; the report of the cut tells them
-    avTime duration = NoTime;     ///< of the source; NoTime: as it says itself
-    bool keepsLead = true;        ///< with a first one from 0 on what comes earlier is kept
-    std::vector<int> tracks;      ///< of the source, that the output is said to carry
-    ExposedPictures exposed = {}; ///< what the source hides and the output shows
+    std::vector<Range> intervals;       ///< of the source's time, as kept; the report of the cut tells them
+    avTime duration = NoTime;           ///< of the source; NoTime: as it says itself
+    bool keepsLead = true;              ///< with a first one from 0 on what comes earlier is kept
+    std::vector<int> tracks;            ///< of the source, that the output is said to carry
+    ExposedPictures exposed = {};       ///< what the source hides and the output shows
+    Host::DemuxerSettings reading = {}; ///< of the source
 
     static VerifySettings Of(const CutReport& report);
 };

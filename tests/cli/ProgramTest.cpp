@@ -488,6 +488,36 @@ TEST_F(Program, AResultOfNothingIsNoResult)
     }
 }
 
+// A playlist may have any name, and may name any file.
+TEST_F(Program, AnInputIsOneFileUnlessReferencesAreAllowed)
+{
+    fs::create_directories(folder / "in" / "parts");
+    fs::copy(samples / "mpeg2.ts", folder / "in" / "parts" / "a.ts");
+    fs::copy(samples / "mpeg2.ts", folder / "outside.ts");
+    fs::create_symlink(folder / "outside.ts", folder / "in" / "link.ts");
+    const auto list = [&](const std::string& name)
+    {
+        std::ofstream(folder / "in" / "list.mp4") << "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:20\n#EXTINF:9,\n"
+                                                  << name << "\n#EXT-X-ENDLIST\n";
+    };
+    const auto repack = [&](const std::string& args) { return Run("repack -y in/list.mp4 out.mkv " + args); };
+    for (const std::string& name : {std::string("parts/a.ts"), std::string("../outside.ts"), std::string("link.ts"),
+                                    (folder / "outside.ts").string(), std::string("http://localhost:9/a.ts")})
+    {
+        list(name);
+        const Outcome refused = repack("");
+        EXPECT_EQ(refused.status, 1) << name;
+        EXPECT_NE(refused.err.find("list.mp4: refers to another file"), std::string::npos) << refused.err;
+        EXPECT_NE(refused.err.find(fs::path(name).filename().string()), std::string::npos) << refused.err;
+        EXPECT_EQ(repack("--allow-references").status, name == "parts/a.ts" ? 0 : 1) << name;
+    }
+    std::ofstream(folder / "in" / "list.mp4") << "ffconcat version 1.0\nfile parts/a.ts\n";
+    for (const char* args : {"", "--allow-references"})
+        EXPECT_NE(repack(args).err.find("lists other files (concat)"), std::string::npos) << args;
+    EXPECT_EQ(Run("repack in/parts/a.ts a.mkv --formats matroska,mp4").status, 1);
+    EXPECT_EQ(Run("repack in/parts/a.ts a.mkv --formats matroska,mpegts").status, 0);
+}
+
 TEST_F(Program, EveryVerbTellsItsStatistics)
 {
     for (const std::string args :

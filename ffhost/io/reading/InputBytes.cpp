@@ -35,7 +35,8 @@ std::string DescribeObstacle(const struct stat& file)
 
 } // namespace
 
-InputBytes::InputBytes(const std::string& path, const AVIOInterruptCB& interrupt) : interrupt(interrupt)
+InputBytes::InputBytes(const std::string& path, const AVIOInterruptCB& interrupt, int& error)
+    : interrupt(interrupt), error(error)
 {
     Open(path);
     uint8_t* const buffer = static_cast<uint8_t*>(av_malloc(BUFFER_SIZE));

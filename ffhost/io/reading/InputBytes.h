@@ -12,21 +12,20 @@ namespace Tessor::Host
 {
 
 /// An ordinary file for libavformat to read. Its demuxers take a read that fails for the end of the file or for damage,
-/// and go on: what failed is remembered here.
+/// and go on: so the owner is told.
 class InputBytes
 {
 public:
     /// Throws Core::IOException "FILE: cause" for what can't be opened, and for what can't be sought: folders, pipes,
-    /// sockets and devices. `interrupt` is asked before each read.
-    InputBytes(const std::string& path, const AVIOInterruptCB& interrupt);
+    /// sockets and devices. `interrupt` is asked before each read. `error`: errno of the first call that failed, 0
+    /// while all is well; after it nothing is read any more.
+    InputBytes(const std::string& path, const AVIOInterruptCB& interrupt, int& error);
     ~InputBytes();
     InputBytes(const InputBytes&) = delete;
     InputBytes& operator=(const InputBytes&) = delete;
 
     /// Lives as long as this.
     AVIOContext* GetContext() const { return context; }
-    /// errno of the first call that failed, after which nothing is read any more; 0 while all is well.
-    int GetError() const { return error; }
 
 private:
     static int Read(void* opaque, uint8_t* buffer, int size);
@@ -36,9 +35,9 @@ private:
     int64_t Fail();
 
     const AVIOInterruptCB interrupt;
+    int& error;
     int fd = -1;
     int64_t position = 0; // of the next read
-    int error = 0;        // as GetError tells
     AVIOContext* context = nullptr;
 };
 

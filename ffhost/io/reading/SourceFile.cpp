@@ -94,7 +94,7 @@ SourceFile::SourceFile(const std::string& path, const DemuxerSettings& settings)
     // The survey has taken packets from the beginning, and what it found goes in where a file is opened.
     if (SurveyHeaders(*context, headers))
     {
-        CheckDisk(*bytes);
+        Check(*gate);
         Open();
     }
     FindStreams();
@@ -118,9 +118,11 @@ int SourceFile::CallWatched(const std::function<int()>& call)
     return code;
 }
 
-void SourceFile::CheckDisk(const InputBytes& file) const
+void SourceFile::Check(const InputGate& used) const
 {
-    if (const int error = file.GetError())
+    if (!used.GetRefused().empty())
+        Fail("refers to another file, which is not opened: " + used.GetRefused());
+    if (const int error = used.GetError())
         Throw<ReadFailure>(TESSOR_HERE, path + ": can't be read: " + DescribeError(AVERROR(error)));
 }
 
@@ -142,12 +144,11 @@ int SourceFile::IsInterrupted(void* file)
 
 void SourceFile::Open()
 {
-    auto newBytes = std::make_unique<InputBytes>(path, AVIOInterruptCB{IsInterrupted, this});
+    auto newGate = std::make_unique<InputGate>(path, settings, AVIOInterruptCB{IsInterrupted, this});
     AVFormatContext* opened = avformat_alloc_context();
     if (!opened)
         throw std::bad_alloc();
-    opened->interrupt_callback = {IsInterrupted, this};
-    opened->pb = newBytes->GetContext();
+    newGate->Install(*opened);
     AVDictionary* options = nullptr;
     if (deep)
     {
@@ -160,25 +161,26 @@ void SourceFile::Open()
     const int code = CallWatched(
         [&]
         {
-            // The protocol's prefix keeps names with a colon from being taken for addresses.
-            const int result = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, &options);
+            const int result = avformat_open_input(&opened, newGate->GetUrl().c_str(), nullptr, &options);
             av_dict_free(&options);
             if (result >= 0)
-                TakeOver(opened, std::move(newBytes));
+                TakeOver(opened, std::move(newGate));
             return result;
         });
     const std::string cause = errors.GetText().empty() ? "" : " (" + errors.GetText() + ")";
-    CheckDisk(newBytes ? *newBytes : *bytes);
+    Check(newGate ? *newGate : *gate);
+    if (const std::string obstacle = code < 0 ? newGate->DescribeFormatObstacle() : ""; !obstacle.empty())
+        Fail(obstacle);
     if (code < 0)
         Fail(code == AVERROR_INVALIDDATA ? "unknown format or damaged header" + cause
                                          : "can't be opened: " + errors.GetText(code));
     ReplaceHeaders();
 }
 
-void SourceFile::TakeOver(AVFormatContext* opened, std::unique_ptr<InputBytes> itsBytes)
+void SourceFile::TakeOver(AVFormatContext* opened, std::unique_ptr<InputGate> itsGate)
 {
     context.reset(opened);
-    bytes = std::move(itsBytes);
+    gate = std::move(itsGate);
 }
 
 // Comes before libavformat looks at the streams, since it goes by their headers, too.
@@ -255,7 +257,7 @@ PacketPtr SourceFile::Read()
     for (int retries = 0; retries < MAX_RETRIES;)
     {
         const int code = av_read_frame(context.get(), packet.get());
-        CheckDisk(*bytes);
+        Check(*gate);
         if (code == AVERROR(ENOMEM))
             throw std::bad_alloc();
         if (code == AVERROR_EOF)
@@ -352,7 +354,7 @@ bool SourceFile::SeekToByte(long long position)
 bool SourceFile::SeekFrame(int stream, int64_t place, int flags)
 {
     const int code = av_seek_frame(context.get(), stream, place, flags);
-    CheckDisk(*bytes);
+    Check(*gate);
     if (code == AVERROR(ENOMEM))
         throw std::bad_alloc();
     return code >= 0;

@@ -5,7 +5,7 @@
 #include "ffhost/io/PacketPtr.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
 #include "ffhost/io/reading/HeaderSurvey.h"
-#include "ffhost/io/reading/InputBytes.h"
+#include "ffhost/io/reading/InputGate.h"
 #include "ffhost/io/reading/PictureUnpacker.h"
 
 #include <exception>
@@ -75,10 +75,10 @@ private:
     };
 
     int CallWatched(const std::function<int()>& call);
-    void CheckDisk(const InputBytes& file) const;
+    void Check(const InputGate& used) const;
     static int IsInterrupted(void* file);
     void Open();
-    void TakeOver(AVFormatContext* opened, std::unique_ptr<InputBytes> itsBytes);
+    void TakeOver(AVFormatContext* opened, std::unique_ptr<InputGate> itsGate);
     void Reopen();
     bool SeekFrame(int stream, int64_t place, int flags);
     bool SeekToFirst();
@@ -96,8 +96,8 @@ private:
 
     const std::string path;
     const DemuxerSettings settings;
-    std::unique_ptr<InputBytes> bytes;                        // what the context reads
-    std::unique_ptr<AVFormatContext, ContextDeleter> context; // closed before its bytes are
+    std::unique_ptr<InputGate> gate;                          // what the context reads through
+    std::unique_ptr<AVFormatContext, ContextDeleter> context; // closed before its gate is
     bool watching = false;                                    // while a call of libavformat's reads without us
     std::exception_ptr interruption;                          // what the checkpoint threw in it; until the call is back
     std::map<int, FoundHeader> headers;                       // by stream, those in place of the container's
