@@ -2,6 +2,7 @@
 #include "cli/Printable.h"
 #include "cli/Progress.h"
 #include "cli/Report.h"
+#include "cli/UserError.h"
 #include "cli/options/InputFlags.h"
 #include "cli/verbs/LosslessText.h"
 #include "jobs/InputFile.h"
@@ -32,6 +33,9 @@ ExitCode DetectLossless(const Input& input, const CommonOptions& common)
                         Print("track {}, {} ({}), {}: {}\n", track.track, track.kind, track.codec,
                               Count(track.packets, "packet"), DescribeLossless(track));
                 });
+    for (const LosslessFinding& track : report.tracks)
+        if (!track.fault.empty())
+            throw UserError(ExitCode::Failed, fmt::format("{}: track {}: {}", input.path, track.track, track.fault));
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 

@@ -17,6 +17,8 @@ std::string At(long long packet)
 
 std::string DescribeLossless(const Jobs::LosslessFinding& finding)
 {
+    if (!finding.fault.empty())
+        return "could not be examined to its end: " + finding.fault;
     if (!finding.copying)
         return "packets can't be copied: their times are not sound" + At(finding.copyingEnd);
     if (!finding.cutting)

@@ -109,6 +109,8 @@ void PrintTrack(const ProbeTrack& track)
         Print("    header unusable: {}{}\n", track.headerFault, header ? "; packets bring this one:" : "");
     if (header)
         PrintHeader(track.header);
+    if (!track.fault.empty() && (!track.lossless || track.lossless->fault != track.fault))
+        Print("    could not be examined to its end: {}\n", track.fault);
     if (track.lossless)
         Print("    {}\n", DescribeLossless(*track.lossless));
     if (track.cutting)

@@ -63,13 +63,20 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer, ReadProgress
     for (const Detection& detection : detections)
         streams.emplace_back(detection.filter);
     // side by side, as a job that copies would read them: so the demuxer holds few packets
-    ReadJointly(streams,
-                [&](size_t place, const SP<Proc::IDataPacket>& packet)
-                {
-                    ++detections[place].finding.packets;
-                    detections[place].finding.bytes += packet->GetSize();
-                    reading.Reach(packet->GetPTS());
-                });
+    ReadJointly(
+        streams,
+        [&](size_t place, const SP<Proc::IDataPacket>& packet)
+        {
+            ++detections[place].finding.packets;
+            detections[place].finding.bytes += packet->GetSize();
+            reading.Reach(packet->GetPTS());
+        },
+        [&](size_t place, const std::string& fault)
+        {
+            LosslessFinding& finding = detections[place].finding;
+            finding.fault = finding.fault.empty() ? fault : finding.fault;
+            ++finding.packets;
+        });
     std::vector<LosslessFinding> findings;
     std::transform(detections.begin(), detections.end(), std::back_inserter(findings), Conclude);
     return findings;

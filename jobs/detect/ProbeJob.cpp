@@ -7,6 +7,7 @@
 #include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 #include "jobs/Times.h"
+#include "jobs/TrackFault.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/detect/CodecHeaders.h"
 #include "media/formats/IFormatCodecAudio.h"
@@ -80,6 +81,7 @@ ProbeReport ProbeJob::Run(IProgress& progress) const
         ProbeTrack& track = report.tracks[static_cast<size_t>(finding.track)];
         track.lossless = finding;
         track.bitRate = MeasureBitRate(finding, info.tracks[static_cast<size_t>(finding.track)], info.duration);
+        track.fault = track.fault.empty() ? finding.fault : track.fault;
         report.statistics.push_back({finding.track, finding.statistic});
     }
     report.damage = demuxer->GetDamage();
@@ -103,30 +105,26 @@ ProbeTrack ProbeJob::ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& inf
         track.samples = audio->GetSampleInfo();
     if (track.frame)
         track.pictures = DescribePictures(info);
-    if (IsCut(info))
-        AddMessages(*track.pictures, demuxer.GetStream(info.index));
     track.headerFault = info.headerFault;
     track.header = DescribeHeader(*info.format);
     if (IsCut(info))
-        track.cutting = ProbeCuts(demuxer.GetStream(info.index), info, reading);
+        track.fault = FindFault([&] { ProbePackets(track, demuxer.GetStream(info.index), info, reading); });
     return track;
 }
 
-ProbeCutting ProbeJob::ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info, ReadProgress& reading)
+void ProbeJob::ProbePackets(ProbeTrack& track, const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info,
+                            ReadProgress& reading)
 {
-    ProbeCutting cutting;
-    try
+    ProbeCutting& cutting = track.cutting.emplace();
+    AddMessages(*track.pictures, stream);
+    const auto ask = [&]
     {
         cutting.anywhere = CanCutAnywhere(stream);
         if (!cutting.anywhere)
             cutting.obstacle = FindCutObstacle(*stream);
-    }
-    catch (const Exception& e) // a cut will end with it
-    {
-        cutting.refusal = Describe(e);
-    }
+    };
+    cutting.refusal = FindFault(ask); // a cut will end with it
     cutting.groups = ScanGroups(*Host::FieldJoiner::Create(stream, info), reading);
-    return cutting;
 }
 
 } // namespace Tessor::Jobs

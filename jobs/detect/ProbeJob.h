@@ -25,8 +25,8 @@ public:
 
 private:
     static ProbeTrack ProbeOne(Host::Demuxer& demuxer, const Host::TrackInfo& info, ReadProgress& reading);
-    static ProbeCutting ProbeCuts(const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info,
-                                  ReadProgress& reading);
+    static void ProbePackets(ProbeTrack& track, const SP<Proc::IStreamRaw>& stream, const Host::TrackInfo& info,
+                             ReadProgress& reading);
 
     const ProbeSettings settings;
 };

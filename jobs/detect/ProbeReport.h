@@ -45,6 +45,7 @@ struct TESSOR_API ProbeTrack
     Core::Property header;                          ///< the codec's header, field by field; empty where none is read
     std::optional<ProbeCutting> cutting;            ///< of video
     std::optional<LosslessFinding> lossless;        ///< of video and sound
+    std::string fault;                              ///< why the track could not be examined to its end
 
     /// Empty where the container tells none.
     std::string GetLanguage() const;

@@ -27,6 +27,8 @@ Json ToJson(const LosslessReport& report)
         Json row = {
             {"index", finding.track}, {"kind", finding.kind}, {"codec", finding.codec}, {"packets", finding.packets}};
         row.update(LosslessToJson(finding));
+        if (!finding.fault.empty())
+            row["error"] = finding.fault;
         json["tracks"].push_back(row);
     }
     json["lossless"] = report.IsLossless();

@@ -111,6 +111,8 @@ Json TrackToJson(const ProbeTrack& track)
         json["header"] = PropertyToJson(track.header);
     if (track.cutting)
         AddCutting(json, *track.cutting);
+    if (!track.fault.empty())
+        json["error"] = track.fault;
     if (track.lossless)
         json["lossless"] = LosslessToJson(*track.lossless);
     return json;

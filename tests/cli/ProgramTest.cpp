@@ -518,6 +518,23 @@ TEST_F(Program, AnInputIsOneFileUnlessReferencesAreAllowed)
     EXPECT_EQ(Run("repack in/parts/a.ts a.mkv --formats matroska,mpegts").status, 0);
 }
 
+// "Not lossless" is an answer, and what can't be examined is none; of a probe it is a part.
+TEST_F(Program, OnePacketThatIsNoneIsTold)
+{
+    std::string bytes = Slurp(samples / "hevc.mp4");
+    const size_t packet =
+        std::stoul(Ask("-select_streams v -show_entries packet=pos -read_intervals %+#9 $S/hevc.mp4 | "
+                       "tail -n 1"));
+    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(packet), 4, '\x7F');
+    std::ofstream(folder / "torn.mp4", std::ios::binary) << bytes;
+    EXPECT_FALSE(Report("probe torn.mp4").at("tracks").at(0).at("error").empty());
+    const Outcome failed = Run("detect lossless torn.mp4 --json");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_NE(failed.err.find("torn.mp4: track 0: "), std::string::npos) << failed.err;
+    EXPECT_FALSE(json::parse(failed.out).at("tracks").at(0).at("error").empty());
+    EXPECT_EQ(Run("detect lossless $S/hevc-cra.mp4").err, "");
+}
+
 TEST_F(Program, EveryVerbTellsItsStatistics)
 {
     for (const std::string args :
