@@ -22,19 +22,22 @@ namespace
 class PieceProgress final : public IProgress
 {
 public:
-    PieceProgress(IProgress& whole, size_t place, size_t count, avTime before)
-        : whole(whole), place(static_cast<double>(place)), count(static_cast<double>(count)), before(before)
+    /// `before`: of all, from 0 to 1; `share`: of one stage of the piece.
+    PieceProgress(IProgress& whole, double before, double share, avTime written)
+        : whole(whole), before(before), share(share), written(written)
     {
     }
 
-    void Tell(double done, avTime written) override { whole.Tell((place + done) / count, before + written); }
-    void Finish(avTime written) override { Tell(1, written); }
+    void BeginStage(const char*) override { before += share; }
+    void Tell(double done, avTime more) override { whole.Tell(before + share * done, written + more); }
+    void Finish(avTime more) override { Tell(1, more); }
     bool IsCancelled() const override { return whole.IsCancelled(); }
 
 private:
     IProgress& whole;
-    const double place, count;
-    const avTime before; // written of the pieces before
+    double before; // what was done before the stage that runs
+    const double share;
+    const avTime written; // of the pieces before
 };
 
 } // namespace
@@ -55,7 +58,8 @@ SplitReport SplitJob::Run(IProgress& progress) const
         one.output = names[i];
         one.keep = {.texts = {}, .times = {pieces[i].range}};
         one.remove = {};
-        PieceProgress part(progress, i, pieces.size(), written);
+        const double share = 1.0 / static_cast<double>(pieces.size());
+        PieceProgress part(progress, share * static_cast<double>(i), settings.cut.verify ? share / 2 : share, written);
         report.pieces.push_back(CutJob(one).Run(part));
         written += report.pieces.back().resultDuration;
         std::error_code ignored;
