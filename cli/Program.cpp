@@ -19,6 +19,7 @@
 #include <cstring>
 #include <glog/logging.h>
 #include <iostream>
+#include <iterator>
 #include <new>
 
 namespace Tessor::Cli
@@ -178,8 +179,8 @@ int RunCommandLine(int argc, char** argv)
     CommonOptions common;
     const std::vector<std::unique_ptr<Verb>> verbs = MakeVerbs();
     std::vector<CLI::App*> commands;
-    for (const std::unique_ptr<Verb>& verb : verbs)
-        commands.push_back(AddVerb(app, *verb, common));
+    std::transform(verbs.begin(), verbs.end(), std::back_inserter(commands),
+                   [&](const std::unique_ptr<Verb>& verb) { return AddVerb(app, *verb, common); });
     try
     {
         app.parse(argc, argv);

@@ -9,7 +9,9 @@
 #include "jobs/split/PieceNames.h"
 #include "jobs/split/SplitPoints.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <utility>
 
 namespace Tessor::Jobs
@@ -84,8 +86,8 @@ std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vec
 std::vector<std::string> SplitJob::MakeNames(const std::vector<AskedRange>& pieces) const
 {
     std::vector<std::string> titles;
-    for (const AskedRange& piece : pieces)
-        titles.push_back(piece.title);
+    std::transform(pieces.begin(), pieces.end(), std::back_inserter(titles),
+                   [](const AskedRange& piece) { return piece.title; });
     std::vector<std::string> names = NamePieces(settings.cut.output, settings.cut.input, titles);
     for (const std::string& name : names)
         CheckOutput(name, {settings.cut.input}, settings.cut.overwrite);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <glog/logging.h>
+#include <iterator>
 
 namespace Tessor::Proc
 {
@@ -46,11 +47,13 @@ SP<IDataPacket> CutOutput::Take()
 
 void CutOutput::PutInFront(const Packets& packets)
 {
-    for (auto packet = packets.rbegin(); packet != packets.rend(); ++packet)
+    std::deque<Part> front;
+    for (const SP<IDataPacket>& packet : packets)
     {
-        waitingBytes += static_cast<size_t>((*packet)->GetSize());
-        parts.push_front({.packet = *packet});
+        waitingBytes += static_cast<size_t>(packet->GetSize());
+        front.push_back({.packet = packet});
     }
+    parts.insert(parts.begin(), std::make_move_iterator(front.begin()), std::make_move_iterator(front.end()));
     for (const SP<IDataPacket>& packet : packets)
         Note(*packet);
     VLOG(31) << "--------";

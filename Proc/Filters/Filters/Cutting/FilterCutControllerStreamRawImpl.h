@@ -65,7 +65,7 @@ private:
             count = next > entry ? 1 : count + 1;
             entry = std::max(entry, next);
         }
-        auto operator<=>(const Place&) const = default;
+        auto operator<=>(const Place&) const = default; // NOLINT(modernize-use-nullptr): not in what is generated
     };
 
     static constexpr uint64_t NOT_FOLLOWED = UINT64_MAX;
