@@ -168,7 +168,7 @@ FramePtr AudioEncoder::WrapBlock()
                                      holder.get(), AV_BUFFER_FLAG_READONLY);
     if (!frame->buf[0])
         throw std::bad_alloc();
-    holder.release(); // the buffer's now
+    static_cast<void>(holder.release()); // the buffer's now
     return frame;
 }
 
