@@ -29,7 +29,7 @@ def ask(path, what, *options):
 
 def parser(usage, build="dev"):
     made = argparse.ArgumentParser(usage=usage)
-    made.add_argument("--tessor", default=str(ROOT / "build" / build / "tessor"))
+    made.add_argument("--tessor", default=str(ROOT / "build" / build / "tessor"), type=os.path.abspath)
     made.add_argument("--media", action="append")
     made.add_argument("--only", default="")
     made.add_argument("--jobs", type=int, default=os.cpu_count())
