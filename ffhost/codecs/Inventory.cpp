@@ -1,5 +1,6 @@
 #include "ffhost/codecs/Inventory.h"
 
+#include "ffhost/MediaTypes.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "ffhost/io/Container.h"
 
@@ -16,21 +17,6 @@ namespace Tessor::Host
 
 namespace
 {
-
-MediaType ToMediaType(AVMediaType type)
-{
-    switch (type)
-    {
-    case AVMEDIA_TYPE_VIDEO:
-        return MediaType::Video;
-    case AVMEDIA_TYPE_AUDIO:
-        return MediaType::Audio;
-    case AVMEDIA_TYPE_SUBTITLE:
-        return MediaType::Subtitle;
-    default:
-        return MediaType::None;
-    }
-}
 
 std::string TextOf(const char* text)
 {

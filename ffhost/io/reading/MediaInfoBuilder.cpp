@@ -2,6 +2,7 @@
 
 #include "ffhost/FormatCompat.h"
 #include "ffhost/FormatTags.h"
+#include "ffhost/MediaTypes.h"
 #include "ffhost/io/reading/FormatBuilder.h"
 #include "media/items/BlobFF.h"
 
@@ -31,21 +32,6 @@ Tags CopyTags(const AVDictionary* dictionary)
     while ((entry = av_dict_get(dictionary, "", entry, AV_DICT_IGNORE_SUFFIX)))
         tags.emplace_back(entry->key, entry->value);
     return tags;
-}
-
-MediaType TypeOf(const AVCodecParameters& parameters)
-{
-    switch (parameters.codec_type)
-    {
-    case AVMEDIA_TYPE_VIDEO:
-        return MediaType::Video;
-    case AVMEDIA_TYPE_AUDIO:
-        return MediaType::Audio;
-    case AVMEDIA_TYPE_SUBTITLE:
-        return MediaType::Subtitle;
-    default:
-        return MediaType::None;
-    }
 }
 
 // Beyond, it is a clock's rate (90 kHz, milliseconds) or that of a slide show, where libavformat merely guesses.
@@ -109,7 +95,7 @@ TrackInfo BuildTrack(const AVStream& stream, avTime origin, const std::string& h
     TrackInfo track;
     track.headerFault = headerFault;
     track.index = stream.index;
-    track.type = TypeOf(*stream.codecpar);
+    track.type = ToMediaType(stream.codecpar->codec_type);
     track.attachedPicture = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
     if (track.attachedPicture && stream.attached_pic.size > 0)
         track.picture = Proc::BlobFF::Create(stream.attached_pic.data, static_cast<size_t>(stream.attached_pic.size));
