@@ -29,7 +29,7 @@ std::string GetHelpNotes(const Verb& verb)
         notes += "Times:\n";
         for (const TimeForm& row : GetTimeForms())
             notes += fmt::format("  {:<35} {}\n", row.form, row.meaning);
-        notes += GetRangeText() + "\n\n";
+        notes.append(GetRangeText()).append("\n\n");
     }
     const std::vector<Example> examples = verb.GetExamples();
     notes += examples.empty() ? "" : "Examples:\n";

@@ -68,6 +68,7 @@ std::vector<ContainerEntry> ListContainers()
     for (const auto& [extension, format] : Container::ListExtensions())
         byName.try_emplace(format->name, MakeEntry(*format)).first->second.extensions.push_back(extension);
     std::vector<ContainerEntry> list;
+    list.reserve(byName.size());
     for (auto& [name, entry] : byName)
         list.push_back(std::move(entry));
     return list;
