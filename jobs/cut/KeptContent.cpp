@@ -67,6 +67,9 @@ public:
             }
         }
         Look();
+        for (auto& [track, items] : missing)
+            if (!items.Push(nullptr, cut).empty())
+                found.insert(track);
         return found;
     }
 

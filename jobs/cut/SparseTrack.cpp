@@ -19,7 +19,7 @@ SP<Proc::IDataPacket> Placed(const Proc::IDataPacket& packet, avTime start, avTi
 
 std::vector<SP<Proc::IDataPacket>> SparseTrack::Push(const SP<Proc::IDataPacket>& packet, const Proc::CutTimeline& cut)
 {
-    const avTime pts = packet->GetPTS() != NoTime ? packet->GetPTS() : packet->GetDTS();
+    const avTime pts = !packet ? MAX_DURATION : packet->GetPTS() != NoTime ? packet->GetPTS() : packet->GetDTS();
     if (pts == NoTime)
         return {};
     std::vector<SP<Proc::IDataPacket>> result;
@@ -27,6 +27,8 @@ std::vector<SP<Proc::IDataPacket>> SparseTrack::Push(const SP<Proc::IDataPacket>
     if (standing && cut.Source2Result(standing->GetPTS()) < cut.Source2Result(pts))
         result.push_back(Placed(*standing, cut.Source2Result(standing->GetPTS()), 0));
     standing.reset();
+    if (!packet)
+        return result;
 
     const avTime duration = packet->GetDuration();
     const avTime start = cut.Source2Result(pts);

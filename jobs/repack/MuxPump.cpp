@@ -103,6 +103,7 @@ void MuxPump::Run(avTime duration, IProgress& progress)
         progress.Tell(std::min(Seconds(reached) / whole, 1.0), reached);
     }
     WriteSparse();
+    EndSparse();
     CheckContent();
     ThrowIfCancelled(progress); // who reads ahead may have been told so, and nobody waited for what was read
     progress.Finish(std::max<avTime>(duration, 1));
@@ -141,14 +142,23 @@ void MuxPump::WriteSparse()
         if (!track.source)
             continue;
         for (const SP<Proc::IDataPacket>& packet : track.source->TakeSparse(track.index))
-        {
-            const auto placed = track.placement ? track.placement(packet) : std::vector<SP<Proc::IDataPacket>>{packet};
-            for (const SP<Proc::IDataPacket>& piece : placed)
-            {
-                ++track.packets;
-                muxer.Write(track.number, piece);
-            }
-        }
+            WritePieces(track, track.placement ? track.placement(packet) : std::vector{packet});
+    }
+}
+
+void MuxPump::EndSparse()
+{
+    for (Track& track : tracks)
+        if (track.source && track.placement)
+            WritePieces(track, track.placement(nullptr));
+}
+
+void MuxPump::WritePieces(Track& track, const std::vector<SP<Proc::IDataPacket>>& pieces)
+{
+    for (const SP<Proc::IDataPacket>& piece : pieces)
+    {
+        ++track.packets;
+        muxer.Write(track.number, piece);
     }
 }
 

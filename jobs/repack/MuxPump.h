@@ -29,7 +29,7 @@ public:
     /// Adds a track that an encoder makes, on a thread of its own.
     size_t AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info);
 
-    /// What is written of a packet of a sparse track.
+    /// What is written of a packet of a sparse track; it is asked for null after the last one.
     using Placement = std::function<std::vector<SP<Proc::IDataPacket>>(const SP<Proc::IDataPacket>& packet)>;
     /// Adds a track of the file that is met while others are read; `source` outlives the pump. Without a placement
     /// packets are written as they are; covers, which stand for the whole file, always are.
@@ -63,6 +63,8 @@ private:
 
     void WriteNext(size_t place);
     void WriteSparse();
+    void EndSparse();
+    void WritePieces(Track& track, const std::vector<SP<Proc::IDataPacket>>& pieces);
     void CheckContent() const;
 
     Host::Muxer& muxer;

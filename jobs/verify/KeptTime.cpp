@@ -34,8 +34,8 @@ std::optional<avTime> KeptTime::FindItem(avTime time, avTime duration, avTime ne
     if (const std::optional<avTime> place = Find(time))
         return place;
     // Deleted time has no length in the result: two times that differ there have kept time between them.
-    const avTime end = duration > 0 ? AddTime(time, duration) : next;
-    if (time == NoTime || end == NoTime || timeline.Source2Result(end) <= timeline.Source2Result(time))
+    const avTime end = duration > 0 ? AddTime(time, duration) : next != NoTime ? next : MAX_DURATION;
+    if (time == NoTime || timeline.Source2Result(end) <= timeline.Source2Result(time))
         return std::nullopt;
     return timeline.Source2Result(time);
 }

@@ -21,7 +21,7 @@ public:
     std::vector<avTime> GetSeams() const;
     /// The place in the result; nothing for a time that is not kept.
     std::optional<avTime> Find(avTime time) const;
-    /// The same for an item that stands: without a duration until the next one, which may be unknown.
+    /// The same for an item that stands: without a duration until the next one, and without that to the end.
     std::optional<avTime> FindItem(avTime time, avTime duration, avTime next) const;
 
 private:
