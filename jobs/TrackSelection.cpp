@@ -1,5 +1,7 @@
 #include "jobs/TrackSelection.h"
 
+#include "jobs/TrackPattern.h"
+
 #include <algorithm>
 #include <fmt/format.h>
 
@@ -18,11 +20,23 @@ bool IsUndecodable(const Host::TrackInfo& track)
 
 } // namespace
 
-std::vector<int> ChooseTracks(const Host::MediaInfo& info, std::vector<std::string>& warnings)
+std::set<int> FindTracks(const Host::MediaInfo& info, const std::string& wanted)
+{
+    if (!wanted.empty())
+        return TrackPattern("--tracks", wanted).Find(info);
+    std::set<int> all;
+    for (const Host::TrackInfo& track : info.tracks)
+        all.insert(track.index);
+    return all;
+}
+
+std::vector<int> ChooseTracks(const Host::MediaInfo& info, const std::string& wanted,
+                              std::vector<std::string>& warnings)
 {
     std::vector<int> chosen;
-    for (const Host::TrackInfo& track : info.tracks)
+    for (const int index : FindTracks(info, wanted))
     {
+        const Host::TrackInfo& track = info.tracks[static_cast<size_t>(index)];
         if (IsUndecodable(track))
             warnings.push_back(fmt::format("{}: track {} ({}, {}) is left out: its header is unusable ({}), and its "
                                            "packets bring no parameter sets",
@@ -53,10 +67,11 @@ SelectedTrack SelectTrack(Host::Demuxer& demuxer, int index)
     return {index, nullptr};
 }
 
-std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, const std::string& wanted,
+                                        std::vector<std::string>& warnings)
 {
     std::vector<SelectedTrack> tracks;
-    for (const int index : ChooseTracks(demuxer.GetInfo(), warnings))
+    for (const int index : ChooseTracks(demuxer.GetInfo(), wanted, warnings))
         tracks.push_back(SelectTrack(demuxer, index));
     return tracks;
 }

@@ -2,6 +2,7 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,15 +17,20 @@ struct SelectedTrack
     SP<Proc::IStreamRaw> stream;
 };
 
-/// The tracks that are picture, sound, subtitles or attachments, by their indices, video first; others are named in a
-/// warning.
-std::vector<int> ChooseTracks(const Host::MediaInfo& info, std::vector<std::string>& warnings);
+/// The tracks that a text in the form of TrackPattern names, by their indices; all for an empty one.
+std::set<int> FindTracks(const Host::MediaInfo& info, const std::string& wanted);
+
+/// Those of the tracks wanted that are picture, sound, subtitles or attachments, by their indices, video first; others
+/// are named in a warning.
+std::vector<int> ChooseTracks(const Host::MediaInfo& info, const std::string& wanted,
+                              std::vector<std::string>& warnings);
 
 /// From then on the track is read, also along with others.
 SelectedTrack SelectTrack(Host::Demuxer& demuxer, int index);
 
 /// Selects all that ChooseTracks gives.
-TESSOR_API std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, std::vector<std::string>& warnings);
+TESSOR_API std::vector<SelectedTrack> SelectTracks(Host::Demuxer& demuxer, const std::string& wanted,
+                                                   std::vector<std::string>& warnings);
 
 /// Names what reading has met that is no track.
 void AddLateStreams(const Host::Demuxer& demuxer, std::vector<std::string>& warnings);

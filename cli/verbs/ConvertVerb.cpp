@@ -6,6 +6,7 @@
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
 #include "cli/options/RangeFlags.h"
+#include "cli/options/TrackFlags.h"
 #include "jobs/Times.h"
 #include "jobs/convert/ConvertJob.h"
 
@@ -68,22 +69,36 @@ public:
             {"--vf", "CHAIN", "filters of pictures: name=key=value:key=value,name=... (tessor filters lists them)",
              &settings.videoChain},
             {"--af", "CHAIN", "filters of sound", &settings.audioChain},
+            {"--video",
+             "HOW",
+             "encode the pictures (the default), or copy them as they are",
+             &videoWay,
+             {"encode", "copy"}},
+            {"--audio",
+             "HOW",
+             "the same for the sound; copied, it is cut to whole packets",
+             &audioWay,
+             {"encode", "copy"}},
             {"--no-video", "", "leave the pictures out", &settings.noVideo},
             {"--no-audio", "", "leave the sound out", &settings.noAudio},
         };
         table.insert(table.end(), more.begin(), more.end());
         video.AddOptions(table);
         audio.AddOptions(table);
+        AddTracksOption(table, settings.tracks);
+        changes.AddOptions(table);
         AddInputOptions(table, settings.reading);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
     std::vector<Example> GetExamples() const override
     {
-        return {{"tessor convert in.mts out.mp4 --vf deinterlace,scale=width=1280 --af volume=normalize=yes",
-                 "smaller, and louder"},
-                {"tessor convert film.mkv clip.mov --keep 10-20 --video-encoder ffv1",
-                 "ten seconds, cut to the picture and the sample, decoded"}};
+        return {
+            {"tessor convert in.mts out.mp4 --vf deinterlace,scale=width=1280 --af volume=normalize=yes",
+             "smaller, and louder"},
+            {"tessor convert film.mkv clip.mov --keep 10-20 --video-encoder ffv1",
+             "ten seconds, cut to the picture and the sample, decoded"},
+            {"tessor convert film.mkv loud.mkv --video copy --af volume=normalize=yes", "only the sound is encoded"}};
     }
     bool TakesTimes() const override { return true; }
 
@@ -91,6 +106,9 @@ public:
     {
         settings.video = video.Read();
         settings.audio = audio.Read();
+        settings.copyVideo = videoWay == "copy";
+        settings.copyAudio = audioWay == "copy";
+        settings.changes = changes.Read();
         const ConvertReport report =
             Follow(common, "convert", [&](IProgress& progress) { return ConvertJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
@@ -101,6 +119,8 @@ private:
     ConvertSettings settings;
     VideoEncoderFlags video;
     AudioEncoderFlags audio;
+    std::string videoWay = "encode", audioWay = "encode";
+    ChangeFlags changes;
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
 #include "cli/options/RangeFlags.h"
+#include "cli/options/TrackFlags.h"
 #include "cli/verbs/SplitText.h"
 #include "jobs/cut/CutJob.h"
 #include "jobs/lists/CutLists.h"
@@ -155,13 +156,16 @@ public:
              &snap,
              {"outward", "inward", "nearest", "fail"}},
             {"--plan", "",
-             "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing",
+             "print for each group of pictures whether it is copied, re-encoded or dropped, and why; write nothing; "
+             "without OUT it is for a container that can hide pictures, as MP4 does",
              &planOnly},
             {"--verify", "", "decode the result and hold it against the source; exit status 4 when it is not good",
              &settings.verify},
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
         table.insert(table.end(), more.begin(), more.end());
+        AddTracksOption(table, settings.tracks);
+        changes.AddOptions(table);
         recode.AddOptions(table);
         AddInputOptions(table, settings.reading);
         return table;
@@ -179,6 +183,7 @@ public:
     ExitCode Run(const CommonOptions& common) override
     {
         settings.recode = recode.Read();
+        settings.changes = changes.Read();
         settings.snap = ReadSnap(snap);
         if (planOnly)
             return Plan(common);
@@ -208,6 +213,7 @@ private:
 
     CutSettings settings;
     RecodeFlags recode;
+    ChangeFlags changes;
     std::string snap = "outward";
     bool planOnly = false, split = false;
 };

@@ -3,6 +3,7 @@
 #include "cli/Verb.h"
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/TrackFlags.h"
 #include "cli/verbs/SoundText.h"
 #include "jobs/sound/MixJob.h"
 
@@ -52,6 +53,7 @@ public:
              true},
         };
         encoder.AddOptions(table);
+        AddTracksOption(table, settings.tracks);
         AddInputOptions(table, settings.reading);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;

@@ -4,6 +4,7 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/TrackFlags.h"
 #include "cli/verbs/SplitText.h"
 #include "jobs/Times.h"
 #include "jobs/repack/RepackJob.h"
@@ -53,16 +54,21 @@ public:
             {"--split-chapters", "", "a file for each chapter; OUT may hold {name}, {number} and {title}", &chapters},
             {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
+        AddTracksOption(table, settings.tracks);
+        changes.AddOptions(table);
         AddInputOptions(table, settings.reading);
         return table;
     }
     std::vector<Example> GetExamples() const override
     {
-        return {{"tessor repack film.mp4 film.ts", "another container, all tracks copied"}};
+        return {{"tessor repack film.mp4 film.ts", "another container, all tracks copied"},
+                {"tessor repack film.mkv film.mp4 --tracks v,a:eng --title a=Original --no-tags",
+                 "the pictures, and English sound with a title; nothing else is told"}};
     }
 
     ExitCode Run(const CommonOptions& common) override
     {
+        settings.changes = changes.Read();
         if (!size.empty() || !time.empty() || chapters)
             return Split(ReadSplit(), common);
         const RepackReport report =
@@ -81,6 +87,8 @@ private:
         split.cut.reading = settings.reading;
         split.cut.output = settings.output;
         split.cut.overwrite = settings.overwrite;
+        split.cut.tracks = settings.tracks;
+        split.cut.changes = settings.changes;
         split.size = size.empty() ? 0 : ReadSize(size);
         split.time = time.empty() ? 0 : ParseLength("--split-time", time);
         split.chapters = chapters;
@@ -88,6 +96,7 @@ private:
     }
 
     RepackSettings settings;
+    ChangeFlags changes;
     std::string size, time;
     bool chapters = false;
 };

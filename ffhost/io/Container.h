@@ -105,6 +105,8 @@ public:
     /// Packets that are decoded and not shown.
     bool CarriesEditLists() const;
     bool CarriesChapters() const;
+    /// Which of its tracks players choose.
+    bool CarriesDefaults() const { return IsMov() || IsMatroska() || Is({"nut"}); }
     bool CarriesRotation() const;
     bool CarriesTag(const std::string& key, TagOwner owner) const;
 

@@ -20,6 +20,9 @@ using Tags = std::vector<std::pair<std::string, std::string>>;
 /// The tag by which Matroska says that packets carry hidden pictures of the transparency.
 inline const std::string TRANSPARENCY_TAG = "alpha_mode";
 
+/// AV_DISPOSITION_DEFAULT: players choose the track.
+constexpr int DEFAULT_DISPOSITION = 1;
+
 /// AVPacketSideDataType and bytes: mastering display, content light levels, Dolby Vision, loudness, ...
 using SideData = std::vector<std::pair<int, std::vector<uint8_t>>>;
 

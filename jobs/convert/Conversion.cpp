@@ -115,11 +115,12 @@ Conversion::Conversion(const ConvertSettings& settings, const IProgress& progres
     : settings(settings), videoSteps(ReadFilters(settings.videoChain, MediaType::Video)),
       audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
       demuxer(OpenInput({settings.input, settings.reading}, progress)),
-      muxer(Host::Muxer::Create(settings.output, {.overwrite = settings.overwrite})), pump(*muxer)
+      info(ApplyChanges(demuxer->GetInfo(), settings.changes)),
+      muxer(Host::Muxer::Create(settings.output, {.overwrite = settings.overwrite})), pump(*muxer),
+      warnings(FindLosses(settings.changes, settings.output))
 {
     ReadCut();
     AddTracks();
-    const Host::MediaInfo& info = demuxer->GetInfo();
     muxer->SetTags(info.tags);
     muxer->SetChapters(cut ? MapChapters(info, cut->GetTimeline()) : info.chapters);
     muxer->Open();
@@ -127,10 +128,11 @@ Conversion::Conversion(const ConvertSettings& settings, const IProgress& progres
 
 void Conversion::ReadCut()
 {
-    if (settings.keep.IsEmpty() && settings.remove.IsEmpty())
+    if (!settings.Cuts())
         return;
-    const std::vector<AskedRange> kept = ReadKeptRanges(settings.keep, settings.remove, *demuxer, warnings);
-    cut.emplace(GetRanges(kept), demuxer->GetInfo().duration);
+    const std::vector<AskedRange> kept =
+        ReadKeptRanges(settings.keep, settings.remove, *demuxer, settings.tracks, warnings);
+    cut.emplace(GetRanges(kept), info.duration);
     content.emplace(demuxer, cut->GetRanges());
 }
 
@@ -153,25 +155,44 @@ Host::Demuxer& Conversion::SourceOfSparse()
 
 void Conversion::AddTracks()
 {
-    const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
-    for (const Host::TrackInfo& track : tracks)
-        if (track.IsDense() && track.type == MediaType::Video && !settings.noVideo && HasPlace(track) &&
-            HasContent(track))
-            AddPictures(track);
-    for (const Host::TrackInfo& track : tracks)
-        if (track.type == MediaType::Audio && !settings.noAudio && HasPlace(track) && HasContent(track))
-            AddSound(track);
+    std::vector<const Host::TrackInfo*> tracks;
+    for (const int index : ChooseTracks(demuxer->GetInfo(), settings.tracks, warnings))
+        tracks.push_back(&info.tracks[static_cast<size_t>(index)]);
+    for (const Host::TrackInfo* track : tracks)
+        if (track->IsDense())
+            AddDense(*track);
     if (outputs.empty())
         throw JobError(JobError::Failed, settings.input + ": there is neither picture nor sound " +
                                              (cut ? "in the kept time" : "to convert"));
-    for (const Host::TrackInfo& track : tracks)
-        if (!track.IsDense() && HasContent(track))
-            AddCopied(track);
+    for (const Host::TrackInfo* track : tracks)
+        if (!track->IsDense() && HasContent(*track))
+            AddSparse(*track);
+}
+
+void Conversion::AddDense(const Host::TrackInfo& track)
+{
+    const bool video = track.type == MediaType::Video;
+    if ((video ? settings.noVideo : settings.noAudio) || !HasPlace(track) || !HasContent(track))
+        return;
+    if (IsCopied(track))
+        AddCopied(track);
+    else if (video)
+        AddPictures(track);
+    else
+        AddSound(track);
+}
+
+bool Conversion::IsCopied(const Host::TrackInfo& track) const
+{
+    return track.type == MediaType::Video ? settings.copyVideo : settings.copyAudio;
 }
 
 bool Conversion::HasContent(const Host::TrackInfo& track)
 {
-    if (!cut || (track.IsDense() ? cut->Keeps(track.start, track.end) : content->Holds(track, nullptr)))
+    // decoded, an item is seen or heard for as long as it lasts; copied, it is there or not
+    const bool decoded = track.IsDense() && !IsCopied(track);
+    const auto stream = [&] { return track.IsDense() ? demuxer->OpenAgain()->GetStream(track.index) : nullptr; };
+    if (!cut || (decoded ? cut->Keeps(track.start, track.end) : content->Holds(track, stream())))
         return true;
     warnings.push_back(fmt::format("track {} ({}, {}) is left out: it has nothing in the kept time", track.index,
                                    KindName(track), track.codecName));
@@ -306,22 +327,38 @@ void Conversion::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEn
                             std::shared_ptr<Counts> counts)
 {
     const Host::TrackInfo described = Host::DescribeTrack(track, *encoder);
-    if (!muxer->CanCarry(described))
-        throw JobError(JobError::Failed, fmt::format("{}: the container can't carry track {} ({}) beside the others",
-                                                     settings.output, track.index, report.kind));
+    RequireCarried(described, "beside the others");
     report.encoder = encoder->GetEncoderName();
     expected = std::max(expected, encoder->GetDuration());
     outputs.push_back({pump.AddEncoded(encoder, described), std::move(report), std::move(counts)});
 }
 
+void Conversion::RequireCarried(const Host::TrackInfo& track, const char* how) const
+{
+    if (!muxer->CanCarry(track))
+        throw JobError(JobError::Failed, fmt::format("{}: the container can't carry track {} ({}) {}", settings.output,
+                                                     track.index, KindName(track), how));
+}
+
 void Conversion::AddCopied(const Host::TrackInfo& track)
 {
-    const bool wanted = track.type == MediaType::Subtitle || track.attachedPicture || track.attachment;
-    if (!wanted || !muxer->CanCarry(track))
+    RequireCarried(track, "as it is");
+    const auto counts = std::make_shared<Counts>();
+    SP<IStreamRaw> stream = SourceOf().GetStream(track.index);
+    if (cut)
+        stream = cut->Cut(stream);
+    stream = Host::Tap<IStreamRaw>::Create(stream, [counts](const SP<IDataPacket>&) { ++counts->in; });
+    stream = MeasureEnd(stream, counts->end, counts);
+    expected = std::max(expected, stream->GetDuration());
+    outputs.push_back({pump.Add(stream, stream->GetFormatCodec(), track), MakeReport(track), counts});
+}
+
+void Conversion::AddSparse(const Host::TrackInfo& track)
+{
+    if (!muxer->CanCarry(track))
     {
-        warnings.push_back(fmt::format("track {} ({}) is left out: {}", track.index, track.codecName,
-                                       wanted ? "the output's container can't carry it"
-                                              : "it is neither picture, sound nor subtitles"));
+        warnings.push_back(fmt::format("track {} ({}) is left out: the output's container can't carry it", track.index,
+                                       track.codecName));
         return;
     }
     Host::Demuxer& source = SourceOfSparse();
@@ -335,7 +372,7 @@ void Conversion::AddCopied(const Host::TrackInfo& track)
 ConvertReport Conversion::Run(IProgress& progress)
 {
     const Stopwatch watch;
-    pump.Run(expected != NoTime ? expected : demuxer->GetInfo().duration, progress);
+    pump.Run(expected != NoTime ? expected : info.duration, progress);
     FinishOutput(*muxer);
 
     ConvertReport report;

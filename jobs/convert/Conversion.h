@@ -32,7 +32,7 @@ private:
     /// What the threads count; the report takes it when they are done.
     struct Counts
     {
-        std::atomic<long long> in{0};     // items decoded
+        std::atomic<long long> in{0};     // items decoded, or packets copied
         std::atomic<long long> before{0}; // pictures before changes of the frame rate
         std::atomic<long long> after{0};
         std::atomic<long long> doubled{0};
@@ -44,7 +44,7 @@ private:
     {
         size_t place; // in the pump
         ConvertTrack report;
-        std::shared_ptr<Counts> counts; // null for copied tracks
+        std::shared_ptr<Counts> counts; // null for sparse tracks
     };
 
     void ReadCut();
@@ -53,12 +53,18 @@ private:
     /// The file for those that are met while others are read: a cut one is read for them alone, and as a whole.
     Host::Demuxer& SourceOfSparse();
     void AddTracks();
+    void AddDense(const Host::TrackInfo& track);
     void AddPictures(const Host::TrackInfo& track);
     void AddSound(const Host::TrackInfo& track);
+    /// As it is: nothing of it is decoded.
     void AddCopied(const Host::TrackInfo& track);
+    void AddSparse(const Host::TrackInfo& track);
     void AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEncoder>& encoder, ConvertTrack report,
                     std::shared_ptr<Counts> counts);
+    bool IsCopied(const Host::TrackInfo& track) const;
     bool HasPlace(const Host::TrackInfo& track);
+    /// Throws JobError, which tells `how` the track would have been carried.
+    void RequireCarried(const Host::TrackInfo& track, const char* how) const;
     /// Whether anything of it is kept.
     bool HasContent(const Host::TrackInfo& track);
     SP<Proc::IStreamVideo> Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const;
@@ -78,6 +84,7 @@ private:
     const std::vector<FilterStep> videoSteps, audioSteps;
     const Factories factories;
     const SP<Host::Demuxer> demuxer;
+    const Host::MediaInfo info; // the source as the result tells of it
     // Of the same file, where its tracks are read apart.
     std::vector<SP<Host::Demuxer>> more; // for pictures and sound after the first such track
     SP<Host::Demuxer> sparse;            // null until it is needed

@@ -7,8 +7,8 @@
 namespace Tessor::Jobs
 {
 
-/// Demuxes, decodes, cuts, filters, encodes and muxes all tracks of a file. Tracks that are neither picture nor sound
-/// are copied where the container carries them.
+/// Demuxes, decodes, cuts, filters, encodes and muxes tracks of a file. Those that are neither picture nor sound are
+/// copied where the container carries them.
 class TESSOR_API ConvertJob
 {
 public:
@@ -18,6 +18,8 @@ public:
     ConvertReport Run(IProgress& progress) const;
 
 private:
+    void Check() const;
+
     const ConvertSettings settings;
 };
 

@@ -2,6 +2,7 @@
 
 #include "ffhost/codecs/TrackEncoding.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
+#include "jobs/MediaChanges.h"
 #include "jobs/Times.h"
 
 #include <string>
@@ -17,7 +18,12 @@ struct ConvertSettings
     std::string videoChain, audioChain; ///< in the grammar of filter chains; they come after the cut
     Host::EncoderOptions video, audio;
     bool noVideo = false, noAudio = false;
-    Host::DemuxerSettings reading = {}; ///< of the input
+    bool copyVideo = false, copyAudio = false; ///< as they are: neither filtered nor encoded; copied video is not cut
+    Host::DemuxerSettings reading = {};        ///< of the input
+    std::string tracks = {};                   ///< those to take, in the form of TrackPattern; empty: all
+    MediaChanges changes = {};
+
+    bool Cuts() const { return !keep.IsEmpty() || !remove.IsEmpty(); }
 };
 
 } // namespace Tessor::Jobs

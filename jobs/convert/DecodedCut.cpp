@@ -1,5 +1,6 @@
 #include "jobs/convert/DecodedCut.h"
 
+#include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/PictureParts.h"
 #include "ffhost/streams/SoundParts.h"
 #include "jobs/cut/KeptRanges.h"
@@ -19,8 +20,8 @@ DecodedCut::DecodedCut(const std::vector<Range>& ranges, avTime duration)
 
 SP<FilterCutController> DecodedCut::MakeController() const
 {
-    // null: nothing is encoded anew here
-    return FilterCutController::Create(SP<CutIntervals>(new CutIntervals(timeline)), nullptr);
+    // without use here, where nothing is encoded anew
+    return FilterCutController::Create(SP<CutIntervals>(new CutIntervals(timeline)), Host::CodecFactory::Create());
 }
 
 SP<IStreamVideo> DecodedCut::Cut(const SP<IStreamVideo>& source) const
@@ -31,6 +32,11 @@ SP<IStreamVideo> DecodedCut::Cut(const SP<IStreamVideo>& source) const
 SP<IStreamAudio> DecodedCut::Cut(const SP<IStreamAudio>& source) const
 {
     return MakeController()->AddStream(Host::SoundParts::Create(source, bounds));
+}
+
+SP<IStreamRaw> DecodedCut::Cut(const SP<IStreamRaw>& source) const
+{
+    return MakeController()->AddStream(source);
 }
 
 bool DecodedCut::Keeps(avTime start, avTime end) const

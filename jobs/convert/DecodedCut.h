@@ -3,6 +3,7 @@
 #include "Proc/Filters/Filters/Cutting/FilterCutController.h"
 #include "Proc/Settings/CutTimeline.h"
 #include "Proc/StreamTemplates/IStreamAudio.h"
+#include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/IStreamVideo.h"
 #include "jobs/Times.h"
 
@@ -25,6 +26,8 @@ public:
 
     SP<Proc::IStreamVideo> Cut(const SP<Proc::IStreamVideo>& source) const;
     SP<Proc::IStreamAudio> Cut(const SP<Proc::IStreamAudio>& source) const;
+    /// Sound that is copied: by whole packets, as far as they can't be parted.
+    SP<Proc::IStreamRaw> Cut(const SP<Proc::IStreamRaw>& source) const;
 
     /// Whether anything is kept of what lasts from `start` to `end`; NoTime is the file's own.
     bool Keeps(avTime start, avTime end) const;

@@ -64,7 +64,8 @@ CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
 
 CutReport CutJob::Write(CutSession& session, IProgress& progress) const
 {
-    CutReport report = CutWriter(session, settings.output, {.overwrite = settings.overwrite}).Run(progress);
+    CutWriter writer(session, settings.output, {.overwrite = settings.overwrite}, settings.changes);
+    CutReport report = writer.Run(progress);
     report.input = settings.input;
     report.output = settings.output;
     return report;

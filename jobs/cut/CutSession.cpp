@@ -55,7 +55,7 @@ constexpr Proc::EncodeAhead encode_ahead = {.groups = 2, .bytes = 16 << 20};
 CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     : demuxer(OpenInput({request.input, request.reading}, progress))
 {
-    const std::vector<int> chosen = ChooseTracks();
+    const std::vector<int> chosen = ChooseTracks(request.tracks);
     if (request.recode.IsGiven())
         CheckRecode(chosen, request.recode);
     // What is asked for is told by the first video track, which comes first. It is read alone: other tracks, once they
@@ -93,9 +93,9 @@ CutTrack* CutSession::GetVideo()
     return found == tracks.end() ? nullptr : &*found;
 }
 
-std::vector<int> CutSession::ChooseTracks()
+std::vector<int> CutSession::ChooseTracks(const std::string& wanted)
 {
-    std::vector<int> chosen = Jobs::ChooseTracks(GetInfo(), warnings);
+    std::vector<int> chosen = Jobs::ChooseTracks(GetInfo(), wanted, warnings);
     if (std::none_of(chosen.begin(), chosen.end(), [&](int index) { return GetInfo().tracks[index].IsDense(); }))
         throw JobError(JobError::Failed, GetInfo().path + ": there is neither picture nor sound to cut");
     return chosen;
@@ -127,7 +127,9 @@ SP<Proc::IStreamRaw> CutSession::JoinFields(const CutTrack& track) const
 
 std::vector<AskedRange> CutSession::ReadRequest(const CutSettings& request)
 {
-    const auto video = [this] { return GetVideo() ? JoinFields(*GetVideo()) : nullptr; };
+    if (!GetVideo())
+        return ReadKeptRanges(request.keep, request.remove, *demuxer, request.tracks, warnings);
+    const auto video = [this] { return JoinFields(*GetVideo()); };
     return ReadKeptRanges(request.keep, request.remove, GetInfo(), MakeTimeContext(GetInfo(), video), warnings);
 }
 

@@ -63,7 +63,7 @@ public:
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
 
 private:
-    std::vector<int> ChooseTracks();
+    std::vector<int> ChooseTracks(const std::string& wanted);
     void CheckRecode(const std::vector<int>& chosen, const Host::RecodeOptions& wanted) const;
     void JoinTrack(int index);
     /// The track's source as it is displayed: a packet is a picture.

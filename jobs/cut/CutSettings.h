@@ -2,6 +2,7 @@
 
 #include "ffhost/codecs/RecodeOptions.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
+#include "jobs/MediaChanges.h"
 #include "jobs/Times.h"
 
 #include <string>
@@ -33,6 +34,8 @@ struct CutSettings
     std::string listFormat = {};
     Host::RecodeOptions recode; ///< of groups that a cut runs through; refused where one of the tracks can't have it
     Host::DemuxerSettings reading = {}; ///< of the input
+    std::string tracks = {};            ///< those to take, in the form of TrackPattern; empty: all
+    MediaChanges changes = {};
 };
 
 } // namespace Tessor::Jobs

@@ -10,11 +10,12 @@
 namespace Tessor::Jobs
 {
 
-CutWriter::CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings)
-    : session(session), copier(session.GetDemuxer(), output, settings)
+CutWriter::CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings,
+                     const MediaChanges& changes)
+    : session(session), copier(session.GetDemuxer(), output, settings, changes)
 {
     AddTracks();
-    copier.Open(MapChapters(session.GetInfo(), session.GetCut()));
+    copier.Open(MapChapters(copier.GetInfo(), session.GetCut()));
 }
 
 void CutWriter::AddTracks()

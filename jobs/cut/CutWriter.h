@@ -15,7 +15,8 @@ namespace Tessor::Jobs
 class CutWriter
 {
 public:
-    CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings);
+    CutWriter(CutSession& session, const std::string& output, const Host::MuxerSettings& settings,
+              const MediaChanges& changes);
     CutReport Run(IProgress& progress);
 
 private:

@@ -2,6 +2,7 @@
 
 #include "ffhost/streams/FieldJoiner.h"
 #include "jobs/JobError.h"
+#include "jobs/TrackSelection.h"
 #include "jobs/cut/Groups.h"
 #include "jobs/lists/ChapterNumbers.h"
 #include "jobs/lists/CutLists.h"
@@ -68,13 +69,20 @@ private:
     std::vector<AskedRange> ranges; // as they stand, until all are read
 };
 
-/// Null where there is none.
-const Host::TrackInfo* FindVideo(const Host::MediaInfo& info)
+/// The first of those that are wanted, or else of all; null where there is none.
+const Host::TrackInfo* FindVideo(const Host::MediaInfo& info, const std::string& wanted)
 {
+    const Host::TrackInfo* first = nullptr;
+    const std::set<int> named = FindTracks(info, wanted);
     for (const Host::TrackInfo& track : info.tracks)
-        if (track.IsDense() && track.type == MediaType::Video)
+    {
+        if (!track.IsDense() || track.type != MediaType::Video)
+            continue;
+        if (named.contains(track.index))
             return &track;
-    return nullptr;
+        first = first ? first : &track;
+    }
+    return first;
 }
 
 /// Empty where no track has one.
@@ -149,13 +157,13 @@ std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& r
 }
 
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::Demuxer& demuxer,
-                                       std::vector<std::string>& warnings)
+                                       const std::string& tracks, std::vector<std::string>& warnings)
 {
     const Host::MediaInfo& info = demuxer.GetInfo();
     // a stream that is taken counts as one that is read
     const auto video = [&]() -> SP<Proc::IStreamRaw>
     {
-        const Host::TrackInfo* const track = FindVideo(info);
+        const Host::TrackInfo* const track = FindVideo(info, tracks);
         return track ? Host::FieldJoiner::Create(demuxer.OpenAgain()->GetStream(track->index), *track) : nullptr;
     };
     return ReadKeptRanges(keep, remove, info, MakeTimeContext(info, video), warnings);

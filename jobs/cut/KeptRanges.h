@@ -23,9 +23,10 @@ TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::MediaInfo& info,
                                        const TimeContext& context, std::vector<std::string>& warnings);
 
-/// The same for a file none of whose tracks has to be read for it: what counts frames opens it again.
+/// The same for a file none of whose tracks has to be read for it: what counts frames opens it again. Frames are those
+/// of the first video track that `tracks`, a text in the form of TrackPattern, names, or else of the first one.
 std::vector<AskedRange> ReadKeptRanges(const RangeList& keep, const RangeList& remove, const Host::Demuxer& demuxer,
-                                       std::vector<std::string>& warnings);
+                                       const std::string& tracks, std::vector<std::string>& warnings);
 
 /// The cut that keeps these ranges of a file and deletes the rest. Ranges that reach the duration hold all that comes
 /// later, for there is no seam at their end, and with `keepsLead` a first one from 0 on all that comes earlier.

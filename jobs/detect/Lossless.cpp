@@ -52,7 +52,7 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer, ReadProgress
 {
     std::vector<std::string> ignored;
     std::vector<Detection> detections;
-    for (const SelectedTrack& track : SelectTracks(demuxer, ignored))
+    for (const SelectedTrack& track : SelectTracks(demuxer, "", ignored))
     {
         const Host::TrackInfo& info = demuxer.GetInfo().tracks[static_cast<size_t>(track.index)];
         if (track.stream)

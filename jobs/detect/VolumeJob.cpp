@@ -22,7 +22,7 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
 {
     const SP<Proc::IFilterVolumeDetect> detector =
         Factories::Make().filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
-    const OpenedSound sound = OpenSound({settings.input, settings.reading}, progress);
+    const OpenedSound sound = OpenSound({settings.input, settings.reading}, "", progress);
     const avTime duration = std::min(sound.stream->GetDuration(), Proc::FilterVolumeDetect::LAST_START);
     ReadProgress reading(progress, duration);
     reading.BeginPass(1);

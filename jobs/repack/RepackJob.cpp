@@ -12,9 +12,10 @@ namespace Tessor::Jobs
 namespace
 {
 
-void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, std::vector<std::string>& warnings)
+void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, const std::string& wanted,
+               std::vector<std::string>& warnings)
 {
-    for (const SelectedTrack& track : SelectTracks(demuxer, warnings))
+    for (const SelectedTrack& track : SelectTracks(demuxer, wanted, warnings))
     {
         if (track.stream)
             copier.AddStream(track.index, track.stream, track.stream->GetFormatCodec());
@@ -36,9 +37,9 @@ RepackReport RepackJob::Run(IProgress& progress) const
     report.input = settings.input;
     report.output = settings.output;
     report.duration = demuxer->GetInfo().duration;
-    TrackCopier copier(*demuxer, settings.output, {.overwrite = settings.overwrite});
-    AddTracks(copier, *demuxer, report.warnings);
-    copier.Open(demuxer->GetInfo().chapters);
+    TrackCopier copier(*demuxer, settings.output, {.overwrite = settings.overwrite}, settings.changes);
+    AddTracks(copier, *demuxer, settings.tracks, report.warnings);
+    copier.Open(copier.GetInfo().chapters);
     copier.Copy(progress, report.duration);
     copier.Finish();
     report.tracks = copier.GetTracks();

@@ -2,6 +2,7 @@
 
 #include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
+#include "jobs/MediaChanges.h"
 #include "jobs/repack/CopiedTrack.h"
 #include "jobs/reports/JobReport.h"
 
@@ -17,6 +18,8 @@ struct RepackSettings
     std::string output; ///< its name tells the container
     bool overwrite = false;
     Host::DemuxerSettings reading = {}; ///< of the input
+    std::string tracks = {};            ///< those to take, in the form of TrackPattern; empty: all
+    MediaChanges changes = {};
 };
 
 struct RepackReport : JobReport
@@ -27,7 +30,7 @@ struct RepackReport : JobReport
     double wallSeconds = 0;
 };
 
-/// Brings a file into another container: all tracks are copied, none is decoded.
+/// Brings a file into another container: tracks are copied, none is decoded.
 class TESSOR_API RepackJob
 {
 public:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "jobs/MediaChanges.h"
 #include "jobs/repack/CopiedTrack.h"
 #include "jobs/repack/MuxPump.h"
 
@@ -11,13 +12,17 @@ namespace Tessor::Jobs
 {
 
 /// Pulls tracks of a file, whatever was done to them on the way, and writes them to another one with all that the
-/// source says of them. What the container can't carry is named in a warning.
+/// source says of them, but for what is changed. What the container can't carry is named in a warning.
 ///
 /// Tracks are added first, then the file is opened, then copied. Names of failures as the muxer's.
 class TrackCopier
 {
 public:
-    TrackCopier(Host::Demuxer& source, const std::string& output, const Host::MuxerSettings& settings);
+    TrackCopier(Host::Demuxer& source, const std::string& output, const Host::MuxerSettings& settings,
+                const MediaChanges& changes);
+
+    /// The source as the result tells of it.
+    const Host::MediaInfo& GetInfo() const { return info; }
 
     /// Adds a track of packets that come from `stream` in `format`. False when it is left out.
     bool AddStream(int track, const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format);
@@ -44,10 +49,12 @@ private:
         size_t place; // in the pump
     };
 
-    const Host::TrackInfo& InfoOf(int track) const { return source.GetInfo().tracks.at(static_cast<size_t>(track)); }
-    bool CanCarry(const Host::TrackInfo& info);
-    void LeaveOut(const Host::TrackInfo& info, const std::string& cause);
+    const Host::TrackInfo& InfoOf(int track) const { return info.tracks.at(static_cast<size_t>(track)); }
+    bool CanCarry(const Host::TrackInfo& track);
+    void LeaveOut(const Host::TrackInfo& track, const std::string& cause);
+
     Host::Demuxer& source;
+    const Host::MediaInfo info;
     const std::unique_ptr<Host::Muxer> muxer;
     MuxPump pump;
     std::vector<Track> tracks;

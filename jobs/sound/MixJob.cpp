@@ -25,7 +25,7 @@ SoundReport MixJob::Run(IProgress& progress) const
     std::vector<SP<Host::Demuxer>> files;
     for (const MixSettings::Input& input : settings.inputs)
     {
-        const OpenedSound sound = OpenSound({input.path, settings.reading}, progress);
+        const OpenedSound sound = OpenSound({input.path, settings.reading}, settings.tracks, progress);
         files.push_back(sound.file);
         mixer->AddStream(sound.stream, input.volume);
     }

@@ -22,9 +22,11 @@ struct MixSettings
     Host::EncoderOptions encoder = {};
     bool overwrite = false;
     Host::DemuxerSettings reading = {}; ///< of all inputs
+    std::string tracks =
+        {}; ///< whose first one of sound is taken of each input, in the form of TrackPattern; empty: all
 };
 
-/// Adds up the first tracks of sound of several files.
+/// Adds up the sound of several files, a track of each.
 class TESSOR_API MixJob
 {
 public:

@@ -6,6 +6,7 @@
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
 #include "jobs/Stopwatch.h"
+#include "jobs/TrackSelection.h"
 #include "jobs/repack/MuxPump.h"
 
 extern "C"
@@ -35,15 +36,18 @@ SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::E
     return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
 }
 
-OpenedSound OpenSound(const Input& input, const IProgress& progress)
+OpenedSound OpenSound(const Input& input, const std::string& wanted, const IProgress& progress)
 {
     const SP<Host::Demuxer> demuxer = OpenInput(input, progress);
-    const std::vector<Host::TrackInfo>& tracks = demuxer->GetInfo().tracks;
-    const auto sound = std::find_if(tracks.begin(), tracks.end(),
-                                    [](const Host::TrackInfo& track) { return track.type == MediaType::Audio; });
-    if (sound == tracks.end())
-        throw JobError(JobError::Failed, input.path + ": there is no sound");
-    return {demuxer, sound->index, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(sound->index)))};
+    const Host::MediaInfo& info = demuxer->GetInfo();
+    const std::set<int> named = FindTracks(info, wanted);
+    const auto sound =
+        std::find_if(named.begin(), named.end(),
+                     [&](int index) { return info.tracks[static_cast<size_t>(index)].type == MediaType::Audio; });
+    if (sound == named.end())
+        throw JobError(JobError::Failed,
+                       input.path + ": there is no sound" + (wanted.empty() ? "" : " in the tracks " + wanted));
+    return {demuxer, *sound, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(*sound)))};
 }
 
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::MuxerSettings& file,

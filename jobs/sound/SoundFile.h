@@ -28,8 +28,9 @@ struct OpenedSound
     SP<Proc::IStreamAudio> stream;
 };
 
-/// The first track of sound of a file, decoded ahead. Throws JobError when there is none.
-OpenedSound OpenSound(const Input& input, const IProgress& progress);
+/// The first track of sound of a file, decoded ahead, of the tracks that are wanted (in the form of TrackPattern;
+/// empty: of all). Throws JobError when there is none.
+OpenedSound OpenSound(const Input& input, const std::string& wanted, const IProgress& progress);
 
 /// What was written.
 struct SoundReport : JobReport

@@ -80,7 +80,7 @@ std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vec
     if (settings.cut.keep.IsEmpty() && settings.cut.remove.IsEmpty())
         return FindPieces(settings, progress);
     const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
-    return ReadKeptRanges(settings.cut.keep, settings.cut.remove, *demuxer, warnings);
+    return ReadKeptRanges(settings.cut.keep, settings.cut.remove, *demuxer, settings.cut.tracks, warnings);
 }
 
 std::vector<std::string> SplitJob::MakeNames(const std::vector<AskedRange>& pieces) const

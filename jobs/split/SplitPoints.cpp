@@ -73,11 +73,11 @@ private:
     bool begun = false;  // the first key packet was taken
 };
 
-std::vector<Point> ScanPoints(Host::Demuxer& demuxer)
+std::vector<Point> ScanPoints(Host::Demuxer& demuxer, const std::string& tracks)
 {
     std::vector<SP<Proc::IStreamRaw>> streams; // video first
     std::vector<std::string> ignored;          // the cut of each piece tells them
-    for (const SelectedTrack& track : SelectTracks(demuxer, ignored))
+    for (const SelectedTrack& track : SelectTracks(demuxer, tracks, ignored))
         if (track.stream)
             streams.push_back(track.stream);
     PointScan scan(demuxer.GetInfo().duration, !streams.empty() && streams.front()->GetMediaType() == MediaType::Video);
@@ -145,7 +145,7 @@ std::vector<AskedRange> FindPieces(const SplitSettings& settings, const IProgres
 {
     const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
     demuxer->KeepLeadIns(false);
-    const PointChoice choice(ScanPoints(*demuxer), settings);
+    const PointChoice choice(ScanPoints(*demuxer, settings.cut.tracks), settings);
     std::vector<AskedRange> pieces;
     if (settings.chapters)
         pieces = ByChapters(choice, demuxer->GetInfo());

@@ -35,7 +35,7 @@ public:
         // nobody decodes here
         demuxer->KeepLeadIns(false);
         std::vector<std::string> ignored;
-        for (const SelectedTrack& selected : SelectTracks(*demuxer, ignored))
+        for (const SelectedTrack& selected : SelectTracks(*demuxer, "", ignored))
         {
             const Host::TrackInfo& info = demuxer->GetInfo().tracks[static_cast<size_t>(selected.index)];
             forms.emplace_back(info);

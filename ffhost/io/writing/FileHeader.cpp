@@ -22,6 +22,8 @@ namespace
 
 constexpr AVRational MICROSECONDS = {1, 1000000};
 
+static_assert(DEFAULT_DISPOSITION == AV_DISPOSITION_DEFAULT);
+
 /// What describes the source's file or stream as it was written, not what is in it: the brands of ISO/IEC 14496-12 and
 /// the statistics of Matroska's writers, which may end in a language.
 bool IsStale(const std::string& key)
