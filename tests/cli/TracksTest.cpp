@@ -97,6 +97,14 @@ TEST_F(Tracks, AreCopiedWhereNothingIsToBeDone)
     EXPECT_EQ(Ask("-show_entries stream=width -select_streams v small.mkv"), "32 ");
 }
 
+// Nothing tells how long it stands, and nothing comes after it.
+TEST_F(Tracks, EndWithASubtitleThatStands)
+{
+    Make("ffmpeg -v error -i film.mkv -map 0:v:0 -map 0:s -c copy -bsf:s setts=duration=0 in.mkv");
+    EXPECT_EQ(Report("cut in.mkv out.mkv --keep 1.5- --verify")["verify"]["good"], true);
+    EXPECT_EQ(Ask("-show_entries packet=pts_time -select_streams s out.mkv"), "0.000000 ");
+}
+
 TEST_F(Tracks, ThatAreNotThereAreNamed)
 {
     const std::tuple<std::string, int, std::string> rows[] = {
