@@ -88,6 +88,7 @@ public:
         AddTracksOption(table, settings.tracks);
         changes.AddOptions(table);
         AddInputOptions(table, settings.reading);
+        gap.AddOption(table);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
@@ -109,6 +110,7 @@ public:
         settings.copyVideo = videoWay == "copy";
         settings.copyAudio = audioWay == "copy";
         settings.changes = changes.Read();
+        settings.maxGap = gap.Read();
         const ConvertReport report =
             Follow(common, "convert", [&](IProgress& progress) { return ConvertJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
@@ -121,6 +123,7 @@ private:
     AudioEncoderFlags audio;
     std::string videoWay = "encode", audioWay = "encode";
     ChangeFlags changes;
+    GapFlag gap;
 };
 
 } // namespace

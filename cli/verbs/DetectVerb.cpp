@@ -20,8 +20,15 @@ using namespace Jobs;
 namespace
 {
 
-ExitCode DetectLossless(const Input& input, const CommonOptions& common)
+struct Asked
 {
+    Input input;
+    avTime maxGap;
+};
+
+ExitCode DetectLossless(const Asked& asked, const CommonOptions& common)
+{
+    const Input& input = asked.input;
     const LosslessReport report = Follow(common, "detect",
                                          [&](IProgress& progress) {
                                              return LosslessJob({input.path, input.reading}).Run(progress);
@@ -39,12 +46,11 @@ ExitCode DetectLossless(const Input& input, const CommonOptions& common)
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 
-ExitCode DetectVolume(const Input& input, const CommonOptions& common)
+ExitCode DetectVolume(const Asked& asked, const CommonOptions& common)
 {
-    const VolumeReport report = Follow(common, "detect",
-                                       [&](IProgress& progress) {
-                                           return VolumeJob({input.path, input.reading}).Run(progress);
-                                       });
+    const VolumeSettings settings{asked.input.path, asked.input.reading, asked.maxGap};
+    const VolumeReport report =
+        Follow(common, "detect", [&](IProgress& progress) { return VolumeJob(settings).Run(progress); });
     const std::optional<double> decibels = report.GetDecibels();
     const std::string level = decibels ? fmt::format("peak {:.4f} ({:.1f} dB)", report.peak, *decibels) : "silence";
     PrintReport(common, report, [&] { Print("{}: {}{}\n", report.input, level, report.lowLevel ? ": quiet" : ""); });
@@ -55,7 +61,7 @@ struct Kind
 {
     const char* name;
     const char* help;
-    ExitCode (*detect)(const Input& input, const CommonOptions& common);
+    ExitCode (*detect)(const Asked& asked, const CommonOptions& common);
 };
 
 constexpr Kind kinds[] = {
@@ -80,6 +86,7 @@ public:
         OptionTable table = {{"KIND", "", help, &kind, names, false, true},
                              {"IN", "", "the file", &input, {}, true, true}};
         AddInputOptions(table, reading);
+        gap.AddOption(table);
         return table;
     }
     std::vector<Example> GetExamples() const override
@@ -93,12 +100,13 @@ public:
         // always found: the option table has the same names for choices
         const Kind& chosen =
             *std::find_if(std::begin(kinds), std::end(kinds), [&](const Kind& row) { return row.name == kind; });
-        return chosen.detect({input, reading}, common);
+        return chosen.detect({{input, reading}, gap.Read()}, common);
     }
 
 private:
     std::string kind, input;
     Host::DemuxerSettings reading;
+    GapFlag gap;
 };
 
 } // namespace

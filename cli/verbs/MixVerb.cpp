@@ -55,6 +55,7 @@ public:
         encoder.AddOptions(table);
         AddTracksOption(table, settings.tracks);
         AddInputOptions(table, settings.reading);
+        gap.AddOption(table);
         table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
         return table;
     }
@@ -71,6 +72,7 @@ public:
         for (size_t i = 0; i + 1 < files.size(); ++i)
             settings.inputs.push_back(ReadInput(files[i]));
         settings.encoder = encoder.Read();
+        settings.maxGap = gap.Read();
         PrintSound(Follow(common, "mix", [&](IProgress& progress) { return MixJob(settings).Run(progress); }), common);
         return ExitCode::Done;
     }
@@ -78,6 +80,7 @@ public:
 private:
     std::vector<std::string> files;
     AudioEncoderFlags encoder;
+    GapFlag gap;
     MixSettings settings;
 };
 

@@ -6,6 +6,7 @@
 #include "ffhost/FormatTags.h"
 
 #include <cstring>
+#include <utility>
 
 namespace Tessor::Host
 {
@@ -42,13 +43,13 @@ SP<Conf::IFormatCodecAudio> CloneAudioFormat(const SP<IStreamRaw>& source)
 
 } // namespace
 
-SP<IStreamAudio> AudioDecoder::Create(const SP<IStreamRaw>& source)
+SP<IStreamAudio> AudioDecoder::Create(const SP<IStreamRaw>& source, const GapLimit& gaps)
 {
-    return SP<IStreamAudio>(new AudioDecoder(source));
+    return SP<IStreamAudio>(new AudioDecoder(source, gaps));
 }
 
-AudioDecoder::AudioDecoder(const SP<IStreamRaw>& source)
-    : PassThrough(source, "AudioDecoder"), format(CloneAudioFormat(source)), info(format->GetSampleInfo()),
+AudioDecoder::AudioDecoder(const SP<IStreamRaw>& source, const GapLimit& gaps)
+    : PassThrough(source, "AudioDecoder"), format(CloneAudioFormat(source)), info(format->GetSampleInfo()), gaps(gaps),
       codec(format), converter(info)
 {
 }
@@ -75,6 +76,8 @@ void AudioDecoder::Reset(avTime newTarget)
     ready.clear();
     clock.Reset(NoTime);
     target = newTarget;
+    closed = 0;
+    lastClosed = 0;
     drained = false;
 }
 
@@ -118,32 +121,57 @@ void AudioDecoder::Deliver(const AVFrame& decoded)
 // samples are counted, and times are only asked whether they still agree.
 int64_t AudioDecoder::Place(avTime time, int sampleCount)
 {
-    const avTime expected = clock.GetTime();
-    const int rate = info.GetSampleRate();
-    if (expected == NoTime)
-    {
-        // counted from the packet's own time on, so that it is rounded once, and not at the target as well
-        const avTime start = time != NoTime ? time : target;
-        const long long early = start < target ? Duration2SampleCount(target - start, rate) : 0;
-        if (early >= sampleCount)
-            return sampleCount;
-        clock.Reset(start);
-        clock.AddSamples(rate, static_cast<unsigned long long>(early));
-        return early;
-    }
-    const avTime off = time != NoTime ? time - expected : 0;
-    if (std::abs(off) <= TOLERANCE)
+    if (clock.GetTime() == NoTime)
+        return PlaceFirst(time, sampleCount);
+    const avTime off = MeasureOff(time);
+    if (off >= -TOLERANCE && off <= TOLERANCE)
         return 0;
     // A time past the track's end or so far back is wrong: the sound goes on where it was.
-    const avTime duration = GetDuration();
+    const avTime duration = AddTime(GetDuration(), closed);
     if (off < -LONGEST_OVERLAP || (off > 0 && duration != NoTime && time > duration))
     {
         ++misplacedCount;
         return 0;
     }
-    if (off > 0)
+    if (off > gaps.longest)
+        CloseGap(off);
+    else if (off > 0)
         AddSilence(off);
-    return off > 0 ? 0 : std::min<int64_t>(Duration2SampleCount(-off, rate), sampleCount);
+    return off > 0 ? 0 : std::min<int64_t>(Duration2SampleCount(-off, info.GetSampleRate()), sampleCount);
+}
+
+int64_t AudioDecoder::PlaceFirst(avTime time, int sampleCount)
+{
+    const int rate = info.GetSampleRate();
+    // counted from the packet's own time on, so that it is rounded once, and not at the target as well
+    const avTime start = time != NoTime ? time : target;
+    const long long early = start < target ? Duration2SampleCount(target - start, rate) : 0;
+    if (early >= sampleCount)
+        return sampleCount;
+    clock.Reset(start);
+    clock.AddSamples(rate, static_cast<unsigned long long>(early));
+    return early;
+}
+
+avTime AudioDecoder::MeasureOff(avTime time)
+{
+    if (time == NoTime)
+        return 0;
+    const avTime off = SubTime(SubTime(time, closed), clock.GetTime());
+    const avTime before = AddTime(off, lastClosed);
+    if (off >= -LONGEST_OVERLAP || before < -LONGEST_OVERLAP || before > gaps.longest)
+        return off;
+    // Where it was before the last gap: only the times in between were wrong.
+    closed -= std::exchange(lastClosed, 0);
+    return before;
+}
+
+void AudioDecoder::CloseGap(avTime length)
+{
+    lastClosed = length;
+    closed = AddTime(closed, length);
+    if (gaps.closed)
+        gaps.closed(clock.GetTime(), length);
 }
 
 void AudioDecoder::AddSilence(avTime length)

@@ -3,11 +3,13 @@
 #include "Proc/StreamTemplates/IStreamAudio.h"
 #include "Proc/StreamTemplates/IStreamRaw.h"
 #include "Proc/StreamTemplates/PassThrough.h"
+#include "ffhost/GapLimit.h"
 #include "ffhost/codecs/PacketDecoder.h"
 #include "ffhost/codecs/SampleConverter.h"
 #include "media/audio/AudioTime.h"
 #include "media/items/DataAudioFF.h"
 
+#include <atomic>
 #include <deque>
 
 namespace Tessor::Host
@@ -18,7 +20,8 @@ namespace Tessor::Host
 /// Blocks abut exactly, and their times follow the samples: the clock starts at the first packet's time, and the times
 /// of later packets only correct it where they are off by more than rounding and jitter. A gap is filled with silence
 /// then, and what comes twice is dropped, so that the sound stays with the pictures. Priming that the container tells
-/// is dropped, and so is what lies before time 0.
+/// is dropped, and so is what lies before time 0. A gap that is longer than the limit is closed instead: a wrong time
+/// would write silence for hours. All that follows comes earlier by it, until times are back where they were before.
 ///
 /// A seek is exact: decoding begins early enough for codecs whose packets lean on those before them, and the first
 /// block begins with the sample at the target.
@@ -32,10 +35,10 @@ class TESSOR_API AudioDecoder final : public Proc::PassThrough<Proc::IStreamRaw,
 {
 public:
     /// Throws CodecFactoryException for a codec without a decoder, for sources that are not sound or tell no format.
-    static SP<Proc::IStreamAudio> Create(const SP<Proc::IStreamRaw>& source);
+    static SP<Proc::IStreamAudio> Create(const SP<Proc::IStreamRaw>& source, const GapLimit& gaps = {});
 
 private:
-    explicit AudioDecoder(const SP<Proc::IStreamRaw>& source);
+    AudioDecoder(const SP<Proc::IStreamRaw>& source, const GapLimit& gaps);
 
     void Initialize(const Core::Property&) override {}
     Core::Property GetSettings() const override { return Core::Property(); }
@@ -43,7 +46,7 @@ private:
     SP<Conf::IFormatCodecAudio> GetFormatCodec() const override { return format->Clone(); }
     avTime GetDuration() const override
     {
-        return GetTrackDuration(format->GetProperties(), parentStream->GetDuration());
+        return SubTime(GetTrackDuration(format->GetProperties(), parentStream->GetDuration()), closed);
     }
     void ReleaseInternalData() override;
 
@@ -57,6 +60,10 @@ private:
     void Deliver(const AVFrame& decoded);
     /// Samples at the start of a frame that are not to be delivered. Adds silence in front of it where time is missing.
     int64_t Place(avTime time, int sampleCount);
+    int64_t PlaceFirst(avTime time, int sampleCount);
+    /// How far a packet's time lies after the end of the sound, closed gaps left out; below 0 before it.
+    avTime MeasureOff(avTime time);
+    void CloseGap(avTime length);
     void AddSilence(avTime length);
     void AddBlock(const AVFrame& decoded, int64_t skipped);
     SP<Proc::DataAudioFF> TakeSilence();
@@ -71,13 +78,16 @@ private:
 
     const SP<Conf::IFormatCodecAudio> format;
     const Conf::SampleInfo info; // of all blocks
-    PacketDecoder codec;         // open from the first read to a release
-    SampleConverter converter;   // of frames in another format
+    const GapLimit gaps;
+    PacketDecoder codec;       // open from the first read to a release
+    SampleConverter converter; // of frames in another format
     std::deque<Piece> ready;
-    Proc::AudioTime clock;            // where the next block starts; uninitialised until the first one after a seek
-    avTime target = 0;                // what lies before it is dropped
-    bool drained = false;             // the source has ended and the decoder has been emptied
-    unsigned long blockCount = 0;     // statistics
+    Proc::AudioTime clock;         // where the next block starts; uninitialised until the first one after a seek
+    avTime target = 0;             // what lies before it is dropped
+    std::atomic<avTime> closed{0}; // gaps since the last seek: what times are late by; any thread asks for the length
+    avTime lastClosed = 0;         // the last one of them; 0 once it has turned out to be none
+    bool drained = false;          // the source has ended and the decoder has been emptied
+    unsigned long blockCount = 0;  // statistics
     unsigned long misplacedCount = 0; // statistics: frames whose time could not be followed
     long long decodeTime = 0;         // statistics, microseconds
 };

@@ -9,6 +9,7 @@
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/streams/FieldJoiner.h"
+#include "ffhost/streams/PictureGaps.h"
 #include "ffhost/streams/ReadAhead.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
@@ -217,7 +218,7 @@ void Conversion::AddPictures(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Video, settings.video);
     const auto counts = std::make_shared<Counts>();
-    SP<IStreamVideo> stream = Decode(SourceOf(), track.index, counts);
+    SP<IStreamVideo> stream = DecodePictures(SourceOf(), track.index, counts);
     if (IsTransparent(track) && !HasAlpha(*stream->GetFormatCodec()))
         warnings.push_back(
             fmt::format("track {}: the decoder of {} knows no transparency: it is lost", track.index, track.codecName));
@@ -232,7 +233,8 @@ void Conversion::AddPictures(const Host::TrackInfo& track)
     AddEncoded(track, Host::CreateTrackEncoder(stream, options), std::move(report), counts);
 }
 
-SP<IStreamVideo> Conversion::Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const
+SP<IStreamVideo> Conversion::DecodePictures(Host::Demuxer& source, int index,
+                                            const std::shared_ptr<Counts>& counts) const
 {
     const auto entry = std::make_shared<EntryMeter>();
     const SP<IStreamRaw> packets = Host::Tap<IStreamRaw>::Create(
@@ -248,9 +250,9 @@ SP<IStreamVideo> Conversion::Decode(Host::Demuxer& source, int index, const std:
     return cut ? cut->Cut(stream) : stream;
 }
 
-SP<IStreamAudio> Conversion::Decode(Host::Demuxer& source, int index) const
+SP<IStreamAudio> Conversion::DecodeSound(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const
 {
-    const SP<IStreamAudio> stream = Host::AudioDecoder::Create(source.GetStream(index));
+    const SP<IStreamAudio> stream = Host::AudioDecoder::Create(source.GetStream(index), LimitGaps(counts));
     return cut ? cut->Cut(stream) : stream;
 }
 
@@ -262,7 +264,7 @@ SP<IStreamVideo> Conversion::Filter(const SP<IStreamVideo>& stream, int index,
                                 [&]
                                 {
                                     const SP<Host::Demuxer> again = demuxer->OpenAgain();
-                                    return Decode(*again, index, std::make_shared<Counts>());
+                                    return DecodePictures(*again, index, std::make_shared<Counts>());
                                 });
     return run.Make(stream, [&](const FilterStep& step, const SP<IStreamVideo>& source)
                     { return MakeStep(step, source, counts); });
@@ -273,6 +275,7 @@ SP<IStreamVideo> Conversion::MakeStep(const FilterStep& step, SP<IStreamVideo> s
 {
     if (step.settings->GetClassId() != SettingsFilterFrameRate::CLASS_ID)
         return MakeFilter(step, stream, factories);
+    stream = Host::PictureGaps::Create(stream, LimitGaps(counts));
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
     stream = MakeFilter(step, stream, factories);
     return Host::Tap<IStreamVideo>::Create(stream,
@@ -285,8 +288,14 @@ SP<IStreamVideo> Conversion::MakeStep(const FilterStep& step, SP<IStreamVideo> s
 
 SP<IStreamAudio> Conversion::Filter(const SP<IStreamAudio>& stream, int index) const
 {
-    FilterRun<IStreamAudio> run(audioSteps, factories, [&] { return Decode(*demuxer->OpenAgain(), index); });
+    FilterRun<IStreamAudio> run(audioSteps, factories,
+                                [&] { return DecodeSound(*demuxer->OpenAgain(), index, std::make_shared<Counts>()); });
     return run.Make(stream);
+}
+
+Host::GapLimit Conversion::LimitGaps(const std::shared_ptr<Counts>& counts) const
+{
+    return {settings.maxGap, [counts](avTime start, avTime length) { counts->gaps.Add(start, length); }};
 }
 
 SP<IStreamVideo> Conversion::Fit(SP<IStreamVideo> stream, const std::string& encoder, int index)
@@ -316,7 +325,7 @@ void Conversion::AddSound(const Host::TrackInfo& track)
 {
     const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Audio, settings.audio);
     const auto counts = std::make_shared<Counts>();
-    SP<IStreamAudio> stream = Decode(SourceOf(), track.index);
+    SP<IStreamAudio> stream = DecodeSound(SourceOf(), track.index, counts);
     stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
     stream = ReadSoundAhead(stream);
     stream = MeasureEnd(Filter(stream, track.index), counts->end, counts);
@@ -394,6 +403,7 @@ ConvertReport Conversion::Run(IProgress& progress)
             if (const long long hidden = output.counts->hidden)
                 warnings.push_back(fmt::format("track {}: {} before the first key picture left out", track.index,
                                                Count(hidden, "picture")));
+            output.counts->gaps.Warn(fmt::format("track {} ({})", track.index, track.kind), settings.maxGap, warnings);
             if (track.itemsIn > 0 && track.itemsOut == 0)
                 warnings.push_back(fmt::format("nothing is left of track {} ({})", track.index, track.kind));
         }

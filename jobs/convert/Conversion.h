@@ -2,6 +2,7 @@
 
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/Muxer.h"
+#include "jobs/ClosedGaps.h"
 #include "jobs/IProgress.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/convert/ConvertReport.h"
@@ -38,6 +39,7 @@ private:
         std::atomic<long long> doubled{0};
         std::atomic<long long> hidden{0}; // pictures that nobody can decode
         std::atomic<avTime> end{0};       // of what has come out of the filters
+        ClosedGaps gaps;
     };
 
     struct Output
@@ -67,11 +69,14 @@ private:
     void RequireCarried(const Host::TrackInfo& track, const char* how) const;
     /// Whether anything of it is kept.
     bool HasContent(const Host::TrackInfo& track);
-    SP<Proc::IStreamVideo> Decode(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const;
-    SP<Proc::IStreamAudio> Decode(Host::Demuxer& source, int index) const;
+    SP<Proc::IStreamVideo> DecodePictures(Host::Demuxer& source, int index,
+                                          const std::shared_ptr<Counts>& counts) const;
+    SP<Proc::IStreamAudio> DecodeSound(Host::Demuxer& source, int index, const std::shared_ptr<Counts>& counts) const;
     SP<Proc::IStreamVideo> Filter(const SP<Proc::IStreamVideo>& stream, int index,
                                   const std::shared_ptr<Counts>& counts) const;
     SP<Proc::IStreamAudio> Filter(const SP<Proc::IStreamAudio>& stream, int index) const;
+    /// Tells the counts, which live as long as what asks.
+    Host::GapLimit LimitGaps(const std::shared_ptr<Counts>& counts) const;
     SP<Proc::IStreamVideo> MakeStep(const FilterStep& step, SP<Proc::IStreamVideo> stream,
                                     const std::shared_ptr<Counts>& counts) const;
     /// Brings pictures to what the encoder takes.

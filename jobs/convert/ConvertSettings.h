@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/GapLimit.h"
 #include "ffhost/codecs/TrackEncoding.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/MediaChanges.h"
@@ -22,6 +23,7 @@ struct ConvertSettings
     Host::DemuxerSettings reading = {};        ///< of the input
     std::string tracks = {};                   ///< those to take, in the form of TrackPattern; empty: all
     MediaChanges changes = {};
+    avTime maxGap = Host::GapLimit().longest; ///< longer gaps are not filled
 
     bool Cuts() const { return !keep.IsEmpty() || !remove.IsEmpty(); }
 };

@@ -3,7 +3,6 @@
 #include "Proc/Filters/Filters/Audio/FilterVolumeDetect.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
-#include "jobs/InputDamage.h"
 #include "jobs/ReadProgress.h"
 #include "jobs/sound/SoundFile.h"
 
@@ -22,7 +21,7 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
 {
     const SP<Proc::IFilterVolumeDetect> detector =
         Factories::Make().filters->CreateVolumeDetect(Proc::ImplNames::DEFAULT);
-    const OpenedSound sound = OpenSound({settings.input, settings.reading}, "", progress);
+    const OpenedSound sound = OpenSound({settings.input, settings.reading}, "", settings.maxGap, progress);
     const avTime duration = std::min(sound.stream->GetDuration(), Proc::FilterVolumeDetect::LAST_START);
     ReadProgress reading(progress, duration);
     reading.BeginPass(1);
@@ -34,7 +33,7 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
     report.input = settings.input;
     report.peak = detector->GetPeakValue();
     report.lowLevel = detector->IsLowLevel();
-    AddDamage(report.input, sound.file->GetDamage(), report.warnings);
+    sound.Warn(settings.maxGap, report.warnings);
     report.statistics.push_back({sound.track, detector->GetStatistic()});
     return report;
 }

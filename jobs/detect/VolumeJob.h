@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/GapLimit.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/reports/JobReport.h"
@@ -13,7 +14,8 @@ namespace Tessor::Jobs
 struct VolumeSettings
 {
     std::string input;
-    Host::DemuxerSettings reading = {}; ///< of the input
+    Host::DemuxerSettings reading = {};       ///< of the input
+    avTime maxGap = Host::GapLimit().longest; ///< longer gaps are not filled
 };
 
 struct TESSOR_API VolumeReport : JobReport

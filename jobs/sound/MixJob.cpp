@@ -2,7 +2,6 @@
 
 #include "Proc/Filters/Filters/Audio/IFilterAudioMixer.h"
 #include "host/ImplNames.h"
-#include "jobs/InputDamage.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
 
@@ -22,17 +21,16 @@ SoundReport MixJob::Run(IProgress& progress) const
     Check();
     const Factories factories = Factories::Make();
     const SP<Proc::IFilterAudioMixer> mixer = factories.filters->CreateAudioMixer(Proc::ImplNames::DEFAULT);
-    std::vector<SP<Host::Demuxer>> files;
+    std::vector<OpenedSound> sounds;
     for (const MixSettings::Input& input : settings.inputs)
     {
-        const OpenedSound sound = OpenSound({input.path, settings.reading}, settings.tracks, progress);
-        files.push_back(sound.file);
-        mixer->AddStream(sound.stream, input.volume);
+        sounds.push_back(OpenSound({input.path, settings.reading}, settings.tracks, settings.maxGap, progress));
+        mixer->AddStream(sounds.back().stream, input.volume);
     }
     SoundReport report =
         WriteSound(mixer, settings.output, {.overwrite = settings.overwrite}, settings.encoder, factories, progress);
-    for (const SP<Host::Demuxer>& file : files)
-        AddDamage(file->GetInfo().path, file->GetDamage(), report.warnings);
+    for (const OpenedSound& sound : sounds)
+        sound.Warn(settings.maxGap, report.warnings);
     return report;
 }
 

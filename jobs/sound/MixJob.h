@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ffhost/GapLimit.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
 #include "jobs/sound/SoundFile.h"
 
@@ -21,9 +22,10 @@ struct MixSettings
     std::string output; ///< its name tells the container
     Host::EncoderOptions encoder = {};
     bool overwrite = false;
-    Host::DemuxerSettings reading = {}; ///< of all inputs
-    std::string tracks =
-        {}; ///< whose first one of sound is taken of each input, in the form of TrackPattern; empty: all
+    Host::DemuxerSettings reading = {};       ///< of all inputs
+    avTime maxGap = Host::GapLimit().longest; ///< longer gaps are not filled
+    /// Whose first one of sound is taken of each input, in the form of TrackPattern; empty: all.
+    std::string tracks = {};
 };
 
 /// Adds up the sound of several files, a track of each.

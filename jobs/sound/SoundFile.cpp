@@ -2,6 +2,7 @@
 
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/streams/ReadAhead.h"
+#include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
@@ -36,7 +37,14 @@ SP<Host::TrackEncoder> EncodeSound(const SP<IStreamAudio>& stream, const Host::E
     return Host::CreateTrackEncoder(fitting == info ? stream : MakeResampler(stream, fitting, factories), options);
 }
 
-OpenedSound OpenSound(const Input& input, const std::string& wanted, const IProgress& progress)
+void OpenedSound::Warn(avTime maxGap, std::vector<std::string>& warnings) const
+{
+    const std::string& path = file->GetInfo().path;
+    AddDamage(path, file->GetDamage(), warnings);
+    gaps->Warn(path, maxGap, warnings);
+}
+
+OpenedSound OpenSound(const Input& input, const std::string& wanted, avTime maxGap, const IProgress& progress)
 {
     const SP<Host::Demuxer> demuxer = OpenInput(input, progress);
     const Host::MediaInfo& info = demuxer->GetInfo();
@@ -47,7 +55,10 @@ OpenedSound OpenSound(const Input& input, const std::string& wanted, const IProg
     if (sound == named.end())
         throw JobError(JobError::Failed,
                        input.path + ": there is no sound" + (wanted.empty() ? "" : " in the tracks " + wanted));
-    return {demuxer, *sound, ReadSoundAhead(Host::AudioDecoder::Create(demuxer->GetStream(*sound)))};
+    const auto gaps = std::make_shared<ClosedGaps>();
+    const SP<IStreamAudio> stream = Host::AudioDecoder::Create(
+        demuxer->GetStream(*sound), {maxGap, [gaps](avTime start, avTime length) { gaps->Add(start, length); }});
+    return {demuxer, *sound, ReadSoundAhead(stream), gaps};
 }
 
 SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, const Host::MuxerSettings& file,

@@ -3,11 +3,13 @@
 #include "ffhost/codecs/TrackEncoding.h"
 #include "ffhost/io/reading/Demuxer.h"
 #include "ffhost/io/writing/MuxerSettings.h"
+#include "jobs/ClosedGaps.h"
 #include "jobs/IProgress.h"
 #include "jobs/InputFile.h"
 #include "jobs/chains/FilterCatalog.h"
 #include "jobs/reports/JobReport.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -26,11 +28,15 @@ struct OpenedSound
     SP<Host::Demuxer> file;
     int track; ///< in the file
     SP<Proc::IStreamAudio> stream;
+    std::shared_ptr<const ClosedGaps> gaps; ///< of the stream
+
+    /// Warns of what reading has met: damage, and gaps longer than `maxGap`.
+    void Warn(avTime maxGap, std::vector<std::string>& warnings) const;
 };
 
 /// The first track of sound of a file, decoded ahead, of the tracks that are wanted (in the form of TrackPattern;
-/// empty: of all). Throws JobError when there is none.
-OpenedSound OpenSound(const Input& input, const std::string& wanted, const IProgress& progress);
+/// empty: of all). Gaps that are longer than `maxGap` are closed. Throws JobError when there is none.
+OpenedSound OpenSound(const Input& input, const std::string& wanted, avTime maxGap, const IProgress& progress);
 
 /// What was written.
 struct SoundReport : JobReport

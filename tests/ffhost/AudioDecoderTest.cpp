@@ -114,11 +114,17 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
         {"what comes twice is dropped", {0, 100000, 100000, 200000}, 2400, 0, {{1599, 1600}, {1600, 2401}}},
         {"a wrong time is no gap", {0, 100000, -90000000, 300000}, 3200, 0, {{1600, 1601}, {2400, 2401}}},
         {"what lies before 0 is dropped", {-150000, -50000, 50000}, 1200, 0, {{0, 1201}, {400, 1601}}},
+        {"a gap up to the limit is silence, a longer one is closed, and what follows goes along",
+         {0, 1100000, 2300001, 2500001},
+         12000,
+         0,
+         {{800, 0}, {8800, 801}, {9600, 1601}, {10400, 0}, {11200, 2401}}},
+        {"times that are back were wrong", {0, 90000000, 200000, 300000}, 3200, 0, {{800, 801}, {2400, 2401}}},
         {"a late start is no silence", {500000, 600000}, 1600, 500000, {{0, 1}}},
     };
     for (const auto& [what, times, count, start, samples] : rows)
     {
-        const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(times));
+        const SP<IStreamAudio> stream = AudioDecoder::Create(MakePackets(times), {.longest = SECOND});
         Tessor::Test::Seek(stream, 0);
         const Sound sound = ReadSound(*stream, SIZE_MAX);
         ASSERT_EQ(sound.samples.size(), count) << what;

@@ -1,5 +1,8 @@
 #include "ffhost/streams/ReadAhead.h"
 
+#include "Proc/Filters/Filters/Video/FilterFrameRate.h"
+#include "ffhost/streams/PictureGaps.h"
+#include "tests/ffhost/Streams.h"
 #include "tests/support/Decorators.h"
 
 namespace Tessor::Host::Tests
@@ -59,6 +62,26 @@ TEST(ReadAhead, EndsWhileItsQueueIsFull)
         EXPECT_TRUE(stream->Read());
         if (round % 2)
             stream->Terminate();
+    }
+}
+
+// The second picture stands for an hour, of which a second is left.
+TEST(PictureGaps, KeepEqualStepsFewAndToldOf)
+{
+    std::vector<std::pair<avTime, avTime>> told;
+    const GapLimit limit{.longest = SECOND, .closed = [&](avTime start, avTime length) {
+                             told.push_back({start, length});
+                         }};
+    const auto source = ScriptedVideo::Create("0 40 3600040 3600080");
+    source->SetDuration(3600120 * ms);
+    const SP<IStreamVideo> steps = FilterFrameRate::Create(PictureGaps::Create(source, limit));
+    for (int pass = 0; pass < 2; ++pass)
+    {
+        const auto pictures = ReadItems(*steps);
+        ASSERT_EQ(pictures.size(), 1 + 25 + 2) << pass;
+        EXPECT_EQ(pictures.back()->GetPTS(), 1080 * ms);
+        EXPECT_EQ(told.back(), std::pair(40 * ms, 3600000 * ms));
+        Seek(steps, 0);
     }
 }
 
