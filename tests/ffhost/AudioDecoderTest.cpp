@@ -119,7 +119,11 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
          12000,
          0,
          {{800, 0}, {8800, 801}, {9600, 1601}, {10400, 0}, {11200, 2401}}},
-        {"times that are back were wrong", {0, 90000000, 200000, 300000}, 3200, 0, {{800, 801}, {2400, 2401}}},
+        {"times that are back were wrong",
+         {0, 90000000, 200000, 400000},
+         4000,
+         0,
+         {{800, 801}, {2400, 0}, {3200, 2401}}},
         {"a late start is no silence", {500000, 600000}, 1600, 500000, {{0, 1}}},
     };
     for (const auto& [what, times, count, start, samples] : rows)
