@@ -5,6 +5,7 @@
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/OutputFlags.h"
 #include "cli/options/RangeFlags.h"
 #include "cli/options/TrackFlags.h"
 #include "jobs/Times.h"
@@ -89,7 +90,8 @@ public:
         changes.AddOptions(table);
         AddInputOptions(table, settings.reading);
         gap.AddOption(table);
-        table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
+        output.AddOptions(table, settings.writing);
+        output.AddDateOption(table);
         return table;
     }
     std::vector<Example> GetExamples() const override
@@ -111,6 +113,7 @@ public:
         settings.copyAudio = audioWay == "copy";
         settings.changes = changes.Read();
         settings.maxGap = gap.Read();
+        output.Read(settings.writing, settings.input);
         const ConvertReport report =
             Follow(common, "convert", [&](IProgress& progress) { return ConvertJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });
@@ -124,6 +127,7 @@ private:
     std::string videoWay = "encode", audioWay = "encode";
     ChangeFlags changes;
     GapFlag gap;
+    OutputFlags output;
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "cli/UserError.h"
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/OutputFlags.h"
 #include "cli/options/RangeFlags.h"
 #include "cli/options/TrackFlags.h"
 #include "cli/verbs/SplitText.h"
@@ -161,11 +162,12 @@ public:
              &planOnly},
             {"--verify", "", "decode the result and hold it against the source; exit status 4 when it is not good",
              &settings.verify},
-            {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
         table.insert(table.end(), more.begin(), more.end());
         AddTracksOption(table, settings.tracks);
         changes.AddOptions(table);
+        output.AddOptions(table, settings.writing);
+        output.AddDateOption(table);
         recode.AddOptions(table);
         AddInputOptions(table, settings.reading);
         return table;
@@ -184,6 +186,7 @@ public:
     {
         settings.recode = recode.Read();
         settings.changes = changes.Read();
+        output.Read(settings.writing, settings.input);
         settings.snap = ReadSnap(snap);
         if (planOnly)
             return Plan(common);
@@ -212,6 +215,7 @@ private:
     }
 
     CutSettings settings;
+    OutputFlags output;
     RecodeFlags recode;
     ChangeFlags changes;
     std::string snap = "outward";

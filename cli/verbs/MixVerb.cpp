@@ -3,6 +3,7 @@
 #include "cli/Verb.h"
 #include "cli/options/EncoderFlags.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/OutputFlags.h"
 #include "cli/options/TrackFlags.h"
 #include "cli/verbs/SoundText.h"
 #include "jobs/sound/MixJob.h"
@@ -56,7 +57,7 @@ public:
         AddTracksOption(table, settings.tracks);
         AddInputOptions(table, settings.reading);
         gap.AddOption(table);
-        table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
+        output.AddOptions(table, settings.writing);
         return table;
     }
     std::vector<Example> GetExamples() const override
@@ -73,6 +74,7 @@ public:
             settings.inputs.push_back(ReadInput(files[i]));
         settings.encoder = encoder.Read();
         settings.maxGap = gap.Read();
+        output.Read(settings.writing);
         PrintSound(Follow(common, "mix", [&](IProgress& progress) { return MixJob(settings).Run(progress); }), common);
         return ExitCode::Done;
     }
@@ -81,6 +83,7 @@ private:
     std::vector<std::string> files;
     AudioEncoderFlags encoder;
     GapFlag gap;
+    OutputFlags output;
     MixSettings settings;
 };
 

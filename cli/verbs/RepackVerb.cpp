@@ -4,6 +4,7 @@
 #include "cli/Report.h"
 #include "cli/UserError.h"
 #include "cli/options/InputFlags.h"
+#include "cli/options/OutputFlags.h"
 #include "cli/options/TrackFlags.h"
 #include "cli/verbs/SplitText.h"
 #include "jobs/Times.h"
@@ -52,10 +53,11 @@ public:
             {"--split-size", "BYTES", "files of at most that size (2G, 700M), from key frame to key frame", &size},
             {"--split-time", "TIME", "files that end at the first key frame after that time (10m)", &time},
             {"--split-chapters", "", "a file for each chapter; OUT may hold {name}, {number} and {title}", &chapters},
-            {"-y,--overwrite", "", "overwrite the output", &settings.overwrite},
         };
         AddTracksOption(table, settings.tracks);
         changes.AddOptions(table);
+        output.AddOptions(table, settings.writing);
+        output.AddDateOption(table);
         AddInputOptions(table, settings.reading);
         return table;
     }
@@ -69,6 +71,7 @@ public:
     ExitCode Run(const CommonOptions& common) override
     {
         settings.changes = changes.Read();
+        output.Read(settings.writing, settings.input);
         if (!size.empty() || !time.empty() || chapters)
             return Split(ReadSplit(), common);
         const RepackReport report =
@@ -86,9 +89,9 @@ private:
         split.cut.input = settings.input;
         split.cut.reading = settings.reading;
         split.cut.output = settings.output;
-        split.cut.overwrite = settings.overwrite;
         split.cut.tracks = settings.tracks;
         split.cut.changes = settings.changes;
+        split.cut.writing = settings.writing;
         split.size = size.empty() ? 0 : ReadSize(size);
         split.time = time.empty() ? 0 : ParseLength("--split-time", time);
         split.chapters = chapters;
@@ -97,6 +100,7 @@ private:
 
     RepackSettings settings;
     ChangeFlags changes;
+    OutputFlags output;
     std::string size, time;
     bool chapters = false;
 };

@@ -2,6 +2,7 @@
 #include "cli/UserError.h"
 #include "cli/Verb.h"
 #include "cli/options/EncoderFlags.h"
+#include "cli/options/OutputFlags.h"
 #include "cli/verbs/SoundText.h"
 #include "jobs/Times.h"
 #include "jobs/sound/ToneJob.h"
@@ -54,7 +55,7 @@ public:
             {"--level", "N", "from 0 to 1, 1 for full scale (0.5)", &level},
         };
         encoder.AddOptions(table);
-        table.push_back({"-y,--overwrite", "", "overwrite the output", &settings.overwrite});
+        output.AddOptions(table, settings.writing);
         return table;
     }
     std::vector<Example> GetExamples() const override
@@ -70,6 +71,7 @@ public:
         settings.duration = ParseLength("--duration", duration);
         settings.layout = ReadLayout(layout);
         settings.encoder = encoder.Read();
+        output.Read(settings.writing);
         PrintSound(Follow(common, "tone", [&](IProgress& progress) { return ToneJob(settings).Run(progress); }),
                    common);
         return ExitCode::Done;
@@ -79,6 +81,7 @@ private:
     ToneSettings settings;
     std::string frequency = "440", duration = "10", rate = "48000", layout = "stereo", level = "0.5";
     AudioEncoderFlags encoder;
+    OutputFlags output;
 };
 
 } // namespace

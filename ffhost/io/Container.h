@@ -85,6 +85,8 @@ public:
     /// Whether packets of a track may share a decoding time. Pictures never do: where they are counted each has its
     /// own.
     bool TakesEqualTimes(MediaType type) const;
+    /// Where the packets lie is told after them.
+    bool EndsWithIndex() const { return IsMov(); }
     /// Several packets of sound go under the time of the first: those after a gap have to be kept apart.
     bool SharesTimes() const;
     /// Readers do not know a file of a few packets for what it is. (That with 192 bytes a packet holds larger ones.)

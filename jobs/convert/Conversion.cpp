@@ -117,7 +117,7 @@ Conversion::Conversion(const ConvertSettings& settings, const IProgress& progres
       audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
       demuxer(OpenInput({settings.input, settings.reading}, progress)),
       info(ApplyChanges(demuxer->GetInfo(), settings.changes)),
-      muxer(Host::Muxer::Create(settings.output, {.overwrite = settings.overwrite})), pump(*muxer),
+      muxer(Host::Muxer::Create(settings.output, settings.writing)), pump(*muxer),
       warnings(FindLosses(settings.changes, settings.output))
 {
     ReadCut();

@@ -28,7 +28,7 @@ ConvertReport ConvertJob::Run(IProgress& progress) const
 
 void ConvertJob::Check() const
 {
-    CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
     if (settings.copyVideo)
         CheckCopied("--video", settings.videoChain, settings.video);
     else if (!settings.noVideo)

@@ -30,7 +30,7 @@ PlanReport CutJob::Plan(IProgress& progress) const
 
 CutReport CutJob::Run(IProgress& progress) const
 {
-    CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
     const ListOutput list = MakeList();
     CutSession session(settings, progress);
     CutReport report = settings.verify ? WriteVerified(session, progress) : Write(session, progress);
@@ -40,7 +40,7 @@ CutReport CutJob::Run(IProgress& progress) const
 
 ListOutput CutJob::MakeList() const
 {
-    return {settings.listOutput, settings.listFormat, {settings.input, settings.output}, settings.overwrite};
+    return {settings.listOutput, settings.listFormat, {settings.input, settings.output}, settings.writing.overwrite};
 }
 
 CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
@@ -64,8 +64,7 @@ CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
 
 CutReport CutJob::Write(CutSession& session, IProgress& progress) const
 {
-    CutWriter writer(session, settings.output, {.overwrite = settings.overwrite}, settings.changes);
-    CutReport report = writer.Run(progress);
+    CutReport report = CutWriter(session, settings.output, settings.writing, settings.changes).Run(progress);
     report.input = settings.input;
     report.output = settings.output;
     return report;

@@ -2,6 +2,7 @@
 
 #include "ffhost/codecs/RecodeOptions.h"
 #include "ffhost/io/reading/DemuxerSettings.h"
+#include "ffhost/io/writing/MuxerSettings.h"
 #include "jobs/MediaChanges.h"
 #include "jobs/Times.h"
 
@@ -25,7 +26,6 @@ struct CutSettings
     std::string input;
     std::string output; ///< its name tells the container; a plan can do without
     RangeList keep, remove;
-    bool overwrite = false;
     bool verify = false; ///< the result is decoded and held against the source
     Snap snap = Snap::Outward;
     /// A file to write what is kept to, as a cut list; empty: none. Its name tells the format, unless `listFormat`
@@ -34,6 +34,7 @@ struct CutSettings
     std::string listFormat = {};
     Host::RecodeOptions recode; ///< of groups that a cut runs through; refused where one of the tracks can't have it
     Host::DemuxerSettings reading = {}; ///< of the input
+    Host::MuxerSettings writing = {};   ///< of the output
     std::string tracks = {};            ///< those to take, in the form of TrackPattern; empty: all
     MediaChanges changes = {};
 };

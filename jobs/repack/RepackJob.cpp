@@ -28,7 +28,7 @@ void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, const std::string& w
 
 RepackReport RepackJob::Run(IProgress& progress) const
 {
-    CheckOutput(settings.output, {settings.input}, settings.overwrite);
+    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
     const Stopwatch watch;
     const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     // nothing is decoded, and packets that nobody else holds are converted where they lie
@@ -37,7 +37,7 @@ RepackReport RepackJob::Run(IProgress& progress) const
     report.input = settings.input;
     report.output = settings.output;
     report.duration = demuxer->GetInfo().duration;
-    TrackCopier copier(*demuxer, settings.output, {.overwrite = settings.overwrite}, settings.changes);
+    TrackCopier copier(*demuxer, settings.output, settings.writing, settings.changes);
     AddTracks(copier, *demuxer, settings.tracks, report.warnings);
     copier.Open(copier.GetInfo().chapters);
     copier.Copy(progress, report.duration);

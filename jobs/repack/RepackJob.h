@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ffhost/io/reading/DemuxerSettings.h"
+#include "ffhost/io/writing/MuxerSettings.h"
 #include "jobs/IProgress.h"
 #include "jobs/MediaChanges.h"
 #include "jobs/repack/CopiedTrack.h"
@@ -15,9 +16,9 @@ namespace Tessor::Jobs
 struct RepackSettings
 {
     std::string input;
-    std::string output; ///< its name tells the container
-    bool overwrite = false;
+    std::string output;                 ///< its name tells the container
     Host::DemuxerSettings reading = {}; ///< of the input
+    Host::MuxerSettings writing = {};   ///< of the output
     std::string tracks = {};            ///< those to take, in the form of TrackPattern; empty: all
     MediaChanges changes = {};
 };

@@ -27,8 +27,7 @@ SoundReport MixJob::Run(IProgress& progress) const
         sounds.push_back(OpenSound({input.path, settings.reading}, settings.tracks, settings.maxGap, progress));
         mixer->AddStream(sounds.back().stream, input.volume);
     }
-    SoundReport report =
-        WriteSound(mixer, settings.output, {.overwrite = settings.overwrite}, settings.encoder, factories, progress);
+    SoundReport report = WriteSound(mixer, settings.output, settings.writing, settings.encoder, factories, progress);
     for (const OpenedSound& sound : sounds)
         sound.Warn(settings.maxGap, report.warnings);
     return report;
@@ -45,7 +44,7 @@ void MixJob::Check() const
             throw JobError(JobError::BadRequest, "\"" + input.path + "\": a volume is at most 10000 percent");
         paths.push_back(input.path);
     }
-    CheckOutput(settings.output, paths, settings.overwrite);
+    CheckOutput(settings.output, paths, settings.writing.overwrite);
     CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
 }
 

@@ -21,8 +21,8 @@ struct MixSettings
     std::vector<Input> inputs;
     std::string output; ///< its name tells the container
     Host::EncoderOptions encoder = {};
-    bool overwrite = false;
     Host::DemuxerSettings reading = {};       ///< of all inputs
+    Host::MuxerSettings writing = {};         ///< of the output
     avTime maxGap = Host::GapLimit().longest; ///< longer gaps are not filled
     /// Whose first one of sound is taken of each input, in the form of TrackPattern; empty: all.
     std::string tracks = {};

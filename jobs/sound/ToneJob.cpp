@@ -45,13 +45,12 @@ SoundReport ToneJob::Run(IProgress& progress) const
 {
     Check();
     const Factories factories = Factories::Make();
-    return WriteSound(MakeStream(factories), settings.output, {.overwrite = settings.overwrite}, settings.encoder,
-                      factories, progress);
+    return WriteSound(MakeStream(factories), settings.output, settings.writing, settings.encoder, factories, progress);
 }
 
 void ToneJob::Check() const
 {
-    CheckOutput(settings.output, {}, settings.overwrite);
+    CheckOutput(settings.output, {}, settings.writing.overwrite);
     CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
     CheckNumber("rate", settings.rate, 1000, 768000);
     CheckNumber("frequency", settings.frequency, 1, settings.rate / 2);

@@ -16,7 +16,7 @@ struct ToneSettings
     avTime duration = 10000000;
     Conf::ChannelLayout layout = Conf::ChannelLayout::Stereo; ///< all channels sound alike
     Host::EncoderOptions encoder = {};
-    bool overwrite = false;
+    Host::MuxerSettings writing = {};
 };
 
 /// Makes a file with a sine tone.

@@ -90,7 +90,7 @@ std::vector<std::string> SplitJob::MakeNames(const std::vector<AskedRange>& piec
                    [](const AskedRange& piece) { return piece.title; });
     std::vector<std::string> names = NamePieces(settings.cut.output, settings.cut.input, titles);
     for (const std::string& name : names)
-        CheckOutput(name, {settings.cut.input}, settings.cut.overwrite);
+        CheckOutput(name, {settings.cut.input}, settings.cut.writing.overwrite);
     return names;
 }
 

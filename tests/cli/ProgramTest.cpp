@@ -287,6 +287,23 @@ TEST_F(Program, RepacksThereAndBack)
 }
 
 // What a container says of itself is no loss in another one, in capitals or not.
+TEST_F(Program, TheIndexComesFirstAndDatesAreKept)
+{
+    Make("cp $S/h264.mp4 in.mp4 && touch -d '2001-02-03 04:05:06.789' in.mp4");
+    const std::string packets = Ask("-show_packets -show_data_hash md5 -show_entries packet=data_hash in.mp4");
+    for (const auto& [options, first] :
+         {std::pair{"--keep-date", true}, {"--faststart", true}, {"--no-faststart", false}})
+    {
+        Make(TESSOR_PROGRAM " repack in.mp4 out.mp4 -y " + std::string(options));
+        const std::string bytes = Slurp(folder / "out.mp4");
+        EXPECT_EQ(bytes.find("moov") < bytes.find("mdat"), first) << options;
+        EXPECT_EQ(Ask("-show_packets -show_data_hash md5 -show_entries packet=data_hash out.mp4"), packets) << options;
+        const bool kept = fs::last_write_time(folder / "out.mp4") == fs::last_write_time(folder / "in.mp4");
+        EXPECT_EQ(kept, std::string(options) == "--keep-date");
+    }
+    EXPECT_EQ(Run("repack in.mp4 no.mp4 --faststart --no-faststart").status, 2);
+}
+
 TEST_F(Program, BrandsAreNoLoss)
 {
     Make("ffmpeg -v error -i $S/h264.mp4 -c copy brands.mkv");

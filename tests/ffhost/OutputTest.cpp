@@ -2,6 +2,7 @@
 #include "ffhost/io/Container.h"
 #include "ffhost/io/writing/DtsRepair.h"
 #include "ffhost/io/writing/Interleaver.h"
+#include "ffhost/io/writing/MovIndex.h"
 #include "ffhost/io/writing/OutputFile.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -13,9 +14,14 @@ extern "C"
 #include <libavformat/avio.h>
 }
 
+#include <algorithm>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <sys/mman.h>
+#include <tuple>
+#include <unistd.h>
 
 namespace Tessor::Host::Tests
 {
@@ -94,6 +100,60 @@ TEST(OutputFileTest, TakesNoPlaceAndNoPartOfOthers)
     std::filesystem::create_symlink("linked.mp4", target);
     OutputFile(target).Commit(false);
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "linked.mp4"));
+}
+
+// Files with a packet of 16 bytes in each corner of what lies between their header and their index. Memory is a file in
+// which room can't be made without copying.
+TEST(MovIndexTest, ComesForwardWithThePlacesOfAllPackets)
+{
+    const auto number = [](uint64_t value, int bytes)
+    {
+        std::string text;
+        while (bytes-- > 0)
+            text += static_cast<char>(value >> (8 * bytes));
+        return text;
+    };
+    const auto box = [&](const char* type, const std::string& content)
+    { return number(content.size() + 8, 4) + type + content; };
+    const std::string begin = box("ftyp", "qt  ") + box("wide", "");
+    for (const auto& [size, width, first, moves] : {std::tuple{50000, 4, 0LL, true},
+                                                    {3000000, 4, 0LL, true},
+                                                    {3000000, 8, 0LL, true},
+                                                    {50000, 4, 0xFFFF3C80LL, false}})
+    {
+        std::string data(static_cast<size_t>(size), 0);
+        std::generate(data.begin(), data.end(), std::mt19937(1));
+        std::vector<uint64_t> places = {begin.size() + 8, begin.size() + 8 + data.size() / 2,
+                                        begin.size() + data.size() - 8};
+        const auto index = [&](uint64_t more)
+        {
+            std::string table = number(0, 4) + number(places.size(), 4);
+            for (const uint64_t place : places)
+                table += number(place + more, width);
+            return box(
+                "moov",
+                box("mvhd", "stco") +
+                    box("trak", box("mdia", box("minf", box("stbl", box(width == 4 ? "stco" : "co64", table))))));
+        };
+        std::string file = begin + box("mdat", data) + index(static_cast<uint64_t>(first));
+        const Tessor::Test::ScratchFolder folder;
+        const std::string path = folder / "a.mov";
+        std::ofstream(path) << file;
+        const FileHandle disk(open(path.c_str(), O_RDWR)), memory(memfd_create("a.mov", 0));
+        ASSERT_EQ(write(memory.Get(), file.data(), file.size()), static_cast<ssize_t>(file.size()));
+
+        EXPECT_EQ(MovIndex(disk.Get()).BringForward(), moves);
+        EXPECT_EQ(MovIndex(memory.Get()).BringForward(), moves);
+        EXPECT_FALSE(MovIndex(disk.Get()).BringForward());
+        const std::string moved = Tessor::Test::Slurp(path);
+        EXPECT_TRUE(moved == Tessor::Test::Slurp("/proc/self/fd/" + std::to_string(memory.Get())));
+        const size_t shift = moves ? moved.find("wide") - file.find("wide") : 0;
+        EXPECT_TRUE(moved.substr(begin.size() - 8 + shift, 16 + data.size()) ==
+                    file.substr(begin.size() - 8, 16 + data.size()));
+        EXPECT_EQ(moved.find(index(static_cast<uint64_t>(first) + shift)),
+                  moves ? begin.size() - 8 : file.size() - index(0).size());
+        EXPECT_LT(moved.size(), file.size() + 4096 + 8);
+    }
 }
 
 TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)

@@ -63,7 +63,7 @@ void CutOverOldFile(const std::string& folder, IProgress& progress)
     const std::string output = folder + "/a.mov";
     std::ofstream(output) << "old";
     CutSettings settings = MakeCut(output, true);
-    settings.overwrite = true;
+    settings.writing.overwrite = true;
     try
     {
         CutJob(settings).Run(progress);

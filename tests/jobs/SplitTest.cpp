@@ -79,7 +79,7 @@ TEST(Split, ATakenNameStopsItBeforeTheFirstPiece)
     NoProgress nobody;
     EXPECT_THROW(SplitJob(settings).Run(nobody), JobError);
     EXPECT_EQ(folder.List(), std::vector<std::string>{"p2.mp4"});
-    settings.cut.overwrite = true;
+    settings.cut.writing.overwrite = true;
     EXPECT_EQ(SplitJob(settings).Run(nobody).pieces.at(1).intervals, (std::vector<Range>{{3000000, 4000000}}));
     EXPECT_EQ(folder.List(), (std::vector<std::string>{"p1.mp4", "p2.mp4"}));
 }

@@ -3,7 +3,9 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Plural.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
+#include "ffhost/ErrorText.h"
 #include "ffhost/Log.h"
+#include "ffhost/io/writing/MovIndex.h"
 
 extern "C"
 {
@@ -14,6 +16,7 @@ extern "C"
 #include <array>
 #include <cstring>
 #include <iterator>
+#include <system_error>
 
 namespace Tessor::Host
 {
@@ -189,6 +192,8 @@ void MuxerFF::Open()
 {
     context = header.MakeContext();
     file = std::make_unique<OutputFile>(path);
+    if (!settings.datesOf.empty())
+        file->TakeDates(settings.datesOf);
     context->pb = file->GetContext();
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     AVDictionary* options = header.MakeOptions(*context);
@@ -365,6 +370,8 @@ void MuxerFF::Finish()
     Run("the end of the file", [&] { return av_write_trailer(context.get()); });
     if (container.NeedsLength())
         FillUp();
+    if (settings.indexFirst && container.EndsWithIndex())
+        BringIndexForward();
     file->Commit(settings.overwrite);
 }
 
@@ -378,6 +385,17 @@ void MuxerFF::FillUp()
     std::copy(std::begin(header), std::end(header), null.begin());
     while (avio_tell(context->pb) < LEAST_TRANSPORT_PACKETS * TRANSPORT_PACKET)
         avio_write(context->pb, null.data(), TRANSPORT_PACKET);
+}
+
+void MuxerFF::BringIndexForward()
+try
+{
+    if (const int written = file->Complete(); written >= 0)
+        MovIndex(written).BringForward();
+}
+catch (const std::system_error& e)
+{
+    file->Fail("the index can't be brought forward: " + DescribeError(AVERROR(e.code().value())));
 }
 
 /// Throws for a failure of the call or, which tells more, of the file.

@@ -71,6 +71,7 @@ private:
     void WriteHeader();
     void WriteOut(PacketPtr packet);
     void FillUp();
+    void BringIndexForward();
     Track& TrackOf(const AVPacket& packet) { return tracks[static_cast<size_t>(packet.stream_index)]; }
     template <class Call>
     void Run(const std::string& what, Call call) const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace Tessor::Host
 {
 
@@ -7,6 +9,10 @@ namespace Tessor::Host
 struct MuxerSettings
 {
     bool overwrite = false; ///< what is at the place when the file is complete
+    /// In MP4 and its kin, on disk: the index lies before the packets, so that players need not load all of the file
+    /// before they begin.
+    bool indexFirst = true;
+    std::string datesOf = {}; ///< a file whose dates the new one gets; empty: none
 };
 
 } // namespace Tessor::Host

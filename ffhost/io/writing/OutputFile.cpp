@@ -124,14 +124,30 @@ void OutputFile::Check() const
         Fail("can't be written", AVUNERROR(context->error));
 }
 
-// libavformat's buffer, the thread, the disk, and only then the name: after a power cut there is the old file or all of
-// the new one.
-void OutputFile::Commit(bool replace)
+void OutputFile::TakeDates(const std::string& file)
+{
+    struct stat status = {};
+    if (stat(file.c_str(), &status) != 0)
+        Fail("can't have the dates of " + file, errno);
+    dates = {status.st_atim, status.st_mtim};
+}
+
+int OutputFile::Complete()
 {
     avio_flush(context.get());
     writer->Finish();
     Check();
+    return part ? part->GetHandle() : -1;
+}
+
+// libavformat's buffer, the thread, the disk, and only then the name: after a power cut there is the old file or all of
+// the new one.
+void OutputFile::Commit(bool replace)
+{
+    Complete();
     writer.reset();
+    if (part && dates && futimens(handle.Get(), dates->data()) != 0)
+        Fail("its dates can't be set", errno);
     // Devices and pipes can't be synchronised, which is no failure of theirs.
     if (fsync(handle.Get()) != 0 && errno != EINVAL && errno != ENOTSUP)
         Fail("can't be brought to the disk", errno);

@@ -4,7 +4,9 @@
 #include "ffhost/io/writing/FileWriter.h"
 #include "ffhost/io/writing/PartFile.h"
 
+#include <array>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <optional>
 #include <string>
@@ -33,6 +35,11 @@ public:
     AVIOContext* GetContext() const { return context.get(); }
     /// Throws when a write is known to have failed.
     void Check() const;
+    /// From now on the new file has the dates of that one, once it stands at its place.
+    void TakeDates(const std::string& file);
+    /// Waits until all that was written is in the file. Returns that, open for reading and writing, for changes of
+    /// what is in it; nothing is written after them. Below 0 for a target that is written to directly.
+    int Complete();
     /// Without `replace` it throws OutputExistsException when something has appeared at the place.
     void Commit(bool replace);
 
@@ -56,12 +63,13 @@ private:
         void operator()(AVIOContext* context) const;
     };
 
-    const std::string target;           // as the user wrote it, for messages
-    std::optional<PartFile> part;       // none for a target that is written to directly
-    FileHandle handle;                  // of the part or the target; open until Commit
-    std::unique_ptr<FileWriter> writer; // while the handle is open; its thread ends before that is closed
-    int64_t position = 0;               // where the next byte goes
-    int64_t size = 0;                   // of the file when all is written
+    const std::string target;                     // as the user wrote it, for messages
+    std::optional<PartFile> part;                 // none for a target that is written to directly
+    FileHandle handle;                            // of the part or the target; open until Commit
+    std::unique_ptr<FileWriter> writer;           // while the handle is open; its thread ends before that is closed
+    int64_t position = 0;                         // where the next byte goes
+    int64_t size = 0;                             // of the file when all is written
+    std::optional<std::array<timespec, 2>> dates; // of last use and change; none: those of the writing
     std::unique_ptr<AVIOContext, ContextDeleter> context;
 };
 
