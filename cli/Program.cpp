@@ -9,12 +9,14 @@
 #include "cli/options/HelpNotes.h"
 #include "cli/options/UsageError.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/Threads.h"
 #include "jobs/JobError.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <boost/exception/diagnostic_information.hpp>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <glog/logging.h>
@@ -116,6 +118,18 @@ std::string NameFile(Verb& verb, const std::string& text)
     return files.empty() || std::any_of(files.begin(), files.end(), isNamed) ? text : files.front() + ": " + text;
 }
 
+/// 0 for an empty text: no limit.
+int ReadThreads(const std::string& text)
+{
+    constexpr int most = 64; // encoders take no more
+    int count = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, count);
+    if (!text.empty() && (error != std::errc() || rest != end || count < 1 || count > most))
+        throw UserError(ExitCode::Usage, "\"" + text + "\" is no number of threads from 1 to 64");
+    return count;
+}
+
 ExitCode RunLogged(Verb& verb, const CommonOptions& common)
 {
     if (common.logFile.empty())
@@ -133,6 +147,7 @@ int RunVerb(Verb& verb, const CommonOptions& common)
     try
     {
         CatchInterrupts();
+        Host::LimitThreads(ReadThreads(common.threads));
         return static_cast<int>(RunLogged(verb, common));
     }
     catch (const UserError& e)

@@ -18,6 +18,7 @@ struct CommonOptions
     bool verbose = false;
     std::string progress = "auto";
     std::string logFile;
+    std::string threads; ///< of verbs that decode or encode
 };
 
 /// A use of a verb, for its help and the manual.
@@ -38,6 +39,8 @@ public:
     virtual std::vector<Example> GetExamples() const { return {}; }
     /// Its help explains how times are written.
     virtual bool TakesTimes() const { return false; }
+    /// Decodes or encodes, by as many threads as are asked for.
+    virtual bool Codes() const { return false; }
     /// Has the options of all verbs beside its own.
     virtual bool TakesCommonOptions() const { return true; }
     /// Runs with the options filled in. Throws UserError and the system's exceptions.

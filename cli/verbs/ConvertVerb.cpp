@@ -104,6 +104,7 @@ public:
             {"tessor convert film.mkv loud.mkv --video copy --af volume=normalize=yes", "only the sound is encoded"}};
     }
     bool TakesTimes() const override { return true; }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

@@ -181,6 +181,7 @@ public:
             {"tessor cut film.mp4 --keep start-90s --plan", "what would be copied, re-encoded and dropped, and why"}};
     }
     bool TakesTimes() const override { return true; }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

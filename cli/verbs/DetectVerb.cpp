@@ -94,6 +94,7 @@ public:
         return {{"tessor detect lossless film.ts", "can it be copied, and cut at key frames? status 0 or 1"},
                 {"tessor detect volume film.mp4", "how loud it is"}};
     }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

@@ -64,6 +64,7 @@ public:
     {
         return {{"tessor mix voice.wav:100 music.mp3:35 out.flac", "sounds added, each with its weight in percent"}};
     }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

@@ -144,6 +144,7 @@ public:
     {
         return {{"tessor probe film.mp4", "its tracks, their headers and groups of pictures"}};
     }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

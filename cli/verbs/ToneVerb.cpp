@@ -62,6 +62,7 @@ public:
     {
         return {{"tessor tone a.flac --frequency 1000 --duration 1:30", "a minute and a half of 1 kHz"}};
     }
+    bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {

@@ -12,7 +12,6 @@ extern "C"
 }
 
 #include <algorithm>
-#include <thread>
 
 namespace Tessor::Host
 {
@@ -99,12 +98,6 @@ void SetOption(AVCodecContext& context, const char* option, const std::string& v
     if (av_opt_set(&context, option, value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
         Throw<Proc::EncoderException>(TESSOR_HERE,
                                       std::string(context.codec->name) + " does not take " + option + "=" + value);
-}
-
-int GetThreadCount()
-{
-    constexpr unsigned useful = 16; // libavcodec advises against more
-    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, useful));
 }
 
 } // namespace Tessor::Host

@@ -54,7 +54,4 @@ SP<const Proc::IBlob> CopyExtradata(const AVCodecContext& context);
 /// Sets an option of an encoder or of libavcodec. Throws EncoderException when the encoder does not take it.
 void SetOption(AVCodecContext& context, const char* option, const std::string& value);
 
-/// Threads for one codec: all cores, up to the number that is of use.
-int GetThreadCount();
-
 } // namespace Tessor::Host

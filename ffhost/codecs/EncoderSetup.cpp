@@ -8,6 +8,7 @@
 #include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "ffhost/codecs/PictureTraits.h"
+#include "ffhost/codecs/Threads.h"
 #include "media/FFmpegCompat.h"
 
 extern "C"

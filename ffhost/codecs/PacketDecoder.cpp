@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/Threads.h"
 
 #include <cstring>
 

@@ -5,6 +5,7 @@
 #include "ffhost/Log.h"
 #include "ffhost/codecs/EncoderTable.h"
 #include "ffhost/codecs/PictureTraits.h"
+#include "ffhost/codecs/Threads.h"
 
 #include <algorithm>
 
@@ -62,8 +63,8 @@ CodecContextPtr TrackVideoSetup::Open() const
     ApplyPictureProperties(source->GetProperties(), *context);
     SetFrameRate(*context, source->GetProperties());
     SetFields(*context);
-    // The encoder knows how many threads are best.
-    context->thread_count = 0;
+    // Without a limit the encoder knows how many threads are best.
+    context->thread_count = GetThreadLimit();
     // Parameter sets of H.264 are put where a container wants them when they are written.
     if (options.header || codec->id == AV_CODEC_ID_H264)
         context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;

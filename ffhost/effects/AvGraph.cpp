@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Time.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/Threads.h"
 #include "ffhost/effects/Frames.h"
 #include "media/FFmpegCompat.h"
 
@@ -129,6 +130,7 @@ AvGraph::AvGraph(const std::string& chain, const GraphFormat& input)
       // Some filters of sound count their times in samples without a look at the base.
       inputBase(input.type == AVMEDIA_TYPE_AUDIO ? AVRational{1, input.sampleRate} : microseconds)
 {
+    graph->nb_threads = GetThreadLimit();
     // the source's failure is the format's, and is told with the chain's name
     Require(chain, [&] { return (source = MakeSource()) ? 0 : AVERROR(EINVAL); });
     sink = MakeSink();

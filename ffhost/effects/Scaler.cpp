@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/Log.h"
+#include "ffhost/codecs/Threads.h"
 
 extern "C"
 {

@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "Fnd/Plural.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/codecs/Threads.h"
 #include "ffhost/io/Container.h"
 #include "ffhost/streams/FieldJoiner.h"
 #include "jobs/JobError.h"
@@ -48,7 +49,10 @@ constexpr avTime longest_run_in = 100 * MILLISECOND;
 
 /// Two groups: where a piece ends, and where the next one begins. An encoder uses all cores, but not all of the time.
 /// More would take much memory.
-constexpr Proc::EncodeAhead encode_ahead = {.groups = 2, .bytes = 16 << 20};
+Proc::EncodeAhead ChooseEncodeAhead()
+{
+    return {.groups = Host::GetThreadLimit() == 1 ? 1U : 2U, .bytes = 16 << 20};
+}
 
 } // namespace
 
@@ -71,7 +75,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     // one thread, for encoders take several times as long
     codecs = Host::CodecFactory::Create({.wanted = wanted, .threads = 1}, request.recode);
     controller = Proc::FilterCutController::Create(intervals, codecs);
-    controller->SetEncodeAhead(encode_ahead);
+    controller->SetEncodeAhead(ChooseEncodeAhead());
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     codecs->RequireEncoders(); // what can be encoded anew is known

@@ -47,6 +47,18 @@ protected:
 
 } // namespace
 
+// The encoder tells in the stream.
+TEST_F(Convert, ThreadsAreLimited)
+{
+    for (const std::string count : {"1", "3"})
+    {
+        Make(TESSOR_PROGRAM " convert $S/h264.mp4 out.mp4 -y --keep 0-0.5 --preset ultrafast --threads " + count);
+        EXPECT_NE(Slurp(folder / "out.mp4").find(" threads=" + count + " "), std::string::npos);
+    }
+    for (const std::string wrong : {"0", "65", "2x", "-1"})
+        EXPECT_EQ(Run("detect volume $S/h264.mp4 --threads=" + wrong).status, 2) << wrong;
+}
+
 TEST_F(Convert, KeepsPicturesTimesAndSoundInEveryContainer)
 {
     const std::tuple<std::string, std::string, std::string, std::string> rows[] = {
