@@ -86,7 +86,7 @@ TEST(PacketQueue, AccountsForItsPackets)
 TEST(StreamRawGOP, PlaysTheFirstGroupOfAQueueFromItsStart)
 {
     // packets; position, start and end; what is played
-    const std::tuple<const char*, const char*, const char*> rows[] = {
+    const std::tuple<const char*, std::string, const char*> rows[] = {
         {"40K 120 80 160K", "40 40 160", "40K 120 80 E"},
         {"?:40 ?:40d30 60", "30 30 60", "? ?d30 60 E"},
         {"?:40 ?:40", "? ? ?", "? ? E"},
@@ -107,6 +107,11 @@ TEST(StreamRawGOP, PlaysTheFirstGroupOfAQueueFromItsStart)
                   times);
         EXPECT_EQ(ReadAll(stream), played);
         EXPECT_EQ(source->TakeLog(), "") << "seeks stay here";
+        Seek(stream, 0);
+        group->LetGo();
+        EXPECT_EQ(ReadAll(stream), played);
+        EXPECT_EQ(times.find(PrintMs(stream->GetPosition()) + " "), 0u);
+        EXPECT_THROW(Seek(stream, 0), FilterException) << "they are gone";
     }
 }
 

@@ -109,6 +109,7 @@ void GOPRecoder::SeekToStart()
     // in the result's time, which the skipper maps back
     reader->RequestSeek(intervals->Source2Result(start), nullptr);
     reader->DoSeek();
+    gop->LetGo(); // each packet is decoded once
 }
 
 std::vector<SP<IDataPacket>> GOPRecoder::ReadPackets(const std::stop_token& stop)

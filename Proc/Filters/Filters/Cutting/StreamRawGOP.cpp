@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <glog/logging.h>
+#include <utility>
 
 namespace Tessor::Proc
 {
@@ -27,6 +28,8 @@ StreamRawGOP::StreamRawGOP(const SP<IStreamRaw>& source, PacketQueueWithGOP& que
 
 avTime StreamRawGOP::GetPosition()
 {
+    if (lettingGo)
+        return shownTime;
     for (const SP<IDataPacket>& packet : packets)
     {
         const avTime time = packet->GetPTS() != NoTime ? packet->GetPTS() : packet->GetDTS();
@@ -54,6 +57,12 @@ void StreamRawGOP::LeaveOutTail(avTime start, avTime end)
     packets.resize(std::max(needed, next));
 }
 
+void StreamRawGOP::LetGo()
+{
+    shownTime = GetPosition();
+    lettingGo = true;
+}
+
 void StreamRawGOP::Initialize(const Core::Property&)
 {
     ThrowMethodNotImplemented(TESSOR_HERE);
@@ -67,6 +76,8 @@ void StreamRawGOP::RequestSeek(avTime, SP<IStream> partner)
 
 void StreamRawGOP::DoSeek()
 {
+    if (lettingGo && readIndex > 1)
+        Throw<FilterException>(TESSOR_HERE, "The group that is sought has been let go");
     readIndex = 0;
     for (const SP<IStream>& seeker : seekers)
         if (!seeker->GetSeekResult())
@@ -89,7 +100,10 @@ void StreamRawGOP::Accept(IStreamVisitor& visitor)
 
 SP<IDataPacket> StreamRawGOP::Read()
 {
-    return readIndex < packets.size() ? packets[readIndex++] : nullptr;
+    if (readIndex == packets.size())
+        return nullptr;
+    SP<IDataPacket>& packet = packets[readIndex++];
+    return lettingGo && readIndex > 1 ? std::exchange(packet, nullptr) : packet;
 }
 
 } // namespace Tessor::Proc

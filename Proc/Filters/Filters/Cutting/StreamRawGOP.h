@@ -26,6 +26,8 @@ public:
     /// Leaves out the packets at the end of which nothing is needed to show what lies outside of [start, end), in which
     /// the group ends. The first picture in there stays: it tells how long the one before it is shown.
     void LeaveOutTail(avTime start, avTime end);
+    /// From now on packets but the first go from memory once they are handed out: who has begun to read can't go back.
+    void LetGo();
 
 private:
     void Initialize(const Core::Property& settings) override;
@@ -46,6 +48,8 @@ private:
     const SP<IStreamRaw> source;
     uint64_t readIndex = 0; // the next packet to hand out; seeks set it back
     std::vector<SP<IDataPacket>> packets;
+    bool lettingGo = false;    // those before readIndex, but the first, are null
+    avTime shownTime = NoTime; // GetPosition's, from then on
     avTime startTime = NoTime;
     avTime endTime = NoTime;
     std::vector<SP<IStream>> seekers; // who asked for a seek since the last DoSeek, the latest first
