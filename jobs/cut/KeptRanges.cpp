@@ -104,6 +104,7 @@ std::string FindTimecode(const Host::MediaInfo& info)
 std::vector<AskedRange> Untitled(const std::vector<Range>& ranges)
 {
     std::vector<AskedRange> asked;
+    asked.reserve(ranges.size());
     for (const Range& range : ranges)
         asked.push_back({range, "", ""});
     return asked;

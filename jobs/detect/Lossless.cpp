@@ -60,6 +60,7 @@ std::vector<LosslessFinding> DetectLossless(Host::Demuxer& demuxer, ReadProgress
                                   {track.index, KindName(info), info.codecName}});
     }
     std::vector<SP<Proc::IStreamRaw>> streams;
+    streams.reserve(detections.size());
     for (const Detection& detection : detections)
         streams.emplace_back(detection.filter);
     // side by side, as a job that copies would read them: so the demuxer holds few packets

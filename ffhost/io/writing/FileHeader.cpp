@@ -177,7 +177,7 @@ std::vector<std::string> FileHeader::GetLosses() const
 {
     std::vector<std::string> losses = FindLostTags(tags, Container::TagOwner::File, "");
     if (!chapters.empty() && !container.CarriesChapters())
-        losses.push_back("chapters");
+        losses.emplace_back("chapters");
     return losses;
 }
 
@@ -189,7 +189,7 @@ std::vector<std::string> FileHeader::GetLosses(size_t track) const
         FindLostTags(source.tags, source.picture ? Container::TagOwner::Cover : Container::TagOwner::Track, of);
     const std::vector<int32_t>& matrix = source.displayMatrix;
     if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
-        losses.push_back("rotation" + of);
+        losses.emplace_back("rotation" + of);
     return losses;
 }
 
@@ -199,7 +199,7 @@ std::vector<std::string> FileHeader::FindLostTags(const Tags& of, Container::Tag
     std::vector<std::string> lost;
     for (const auto& [key, text] : of)
         if (!IsBookkeeping(key) && !container.CarriesTag(key, owner))
-            lost.push_back("tag \"" + key + "\"" + what);
+            lost.emplace_back("tag \"").append(key).append("\"").append(what);
     return lost;
 }
 
