@@ -18,6 +18,10 @@ struct TimeContext
     std::function<avTime(long long)> frameTime;
     int frameRateNum = 0, frameRateDen = 1; ///< for lists that count frames; 0 when unknown
     std::string timecode = {};              ///< of the first frame; empty where the file has none
+    avTime firstFrame = 0;                  ///< where the first frame begins
+    /// Where the frame begins that is nearest to a time counted from the start of the first one; null where nobody
+    /// looks frames up.
+    std::function<avTime(avTime)> nearestFrame = nullptr;
 };
 
 /// A half-open range of source time.

@@ -7,6 +7,8 @@
 #include "jobs/cut/KeptRanges.h"
 #include "jobs/verify/VerifyJob.h"
 
+#include <optional>
+
 namespace Tessor::Jobs
 {
 
@@ -33,8 +35,24 @@ CutReport CutJob::Run(IProgress& progress) const
     CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
     const ListOutput list = MakeList();
     CutSession session(settings, progress);
-    CutReport report = settings.verify ? WriteVerified(session, progress) : Write(session, progress);
-    list.Write(report.intervals, session.GetAsked(), session.GetInfo());
+    std::optional<PreviousOutput> previous;
+    if (settings.verify || !settings.listOutput.empty())
+        previous.emplace(settings.output);
+    CutReport report = CutWriter(session, settings.output, settings.writing, settings.changes).Run(progress);
+    report.input = settings.input;
+    report.output = settings.output;
+    try
+    {
+        if (settings.verify)
+            Verify(report, progress);
+        list.Write(report.intervals, session.GetAsked(), session.GetInfo());
+    }
+    catch (...)
+    {
+        if (previous)
+            previous->PutBack();
+        throw;
+    }
     return report;
 }
 
@@ -43,31 +61,12 @@ ListOutput CutJob::MakeList() const
     return {settings.listOutput, settings.listFormat, {settings.input, settings.output}, settings.writing.overwrite};
 }
 
-CutReport CutJob::WriteVerified(CutSession& session, IProgress& progress) const
+void CutJob::Verify(CutReport& report, IProgress& progress) const
 {
-    PreviousOutput previous(settings.output);
-    CutReport report = Write(session, progress);
-    try
-    {
-        progress.BeginStage("verify");
-        VerifySettings asked = VerifySettings::Of(report);
-        asked.reading = settings.reading;
-        report.verdict = VerifyJob(asked).Run(progress);
-    }
-    catch (...)
-    {
-        previous.PutBack();
-        throw;
-    }
-    return report;
-}
-
-CutReport CutJob::Write(CutSession& session, IProgress& progress) const
-{
-    CutReport report = CutWriter(session, settings.output, settings.writing, settings.changes).Run(progress);
-    report.input = settings.input;
-    report.output = settings.output;
-    return report;
+    progress.BeginStage("verify");
+    VerifySettings asked = VerifySettings::Of(report);
+    asked.reading = settings.reading;
+    report.verdict = VerifyJob(asked).Run(progress);
 }
 
 } // namespace Tessor::Jobs

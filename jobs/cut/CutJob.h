@@ -20,13 +20,12 @@ public:
     /// What Run would do; nothing is written.
     PlanReport Plan(IProgress& progress) const;
     /// Cuts. A result that is verified and not good is a finding, not an error: it stays, and the verdict tells of it.
-    /// One that can't be verified goes, and the file that it replaced comes back.
+    /// Where it can't be verified, or the cut list can't be written, it goes, and the file that it replaced comes back.
     CutReport Run(IProgress& progress) const;
 
 private:
     ListOutput MakeList() const;
-    CutReport WriteVerified(CutSession& session, IProgress& progress) const;
-    CutReport Write(CutSession& session, IProgress& progress) const;
+    void Verify(CutReport& report, IProgress& progress) const;
 
     const CutSettings settings;
 };

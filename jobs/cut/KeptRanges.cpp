@@ -18,14 +18,48 @@ namespace
 {
 
 /// The time of a frame; one after the last one is the end, and one that many before the first one is the start.
-avTime TimeOf(long long frame, const std::vector<avTime>& times, avTime duration)
+/// Where the frames of a file begin. They are looked up when one is asked for, and once.
+class FrameTimes
 {
-    const long long count = static_cast<long long>(times.size());
-    if (frame > count)
-        throw JobError(JobError::BadRequest, fmt::format("there is no frame {}f: the video has {}", frame, count));
-    const long long place = frame < 0 ? frame + count : frame;
-    return place < 0 ? 0 : place == count ? duration : times[static_cast<size_t>(place)];
-}
+public:
+    FrameTimes(std::function<SP<Proc::IStreamRaw>()> video, avTime duration)
+        : video(std::move(video)), duration(duration)
+    {
+    }
+
+    avTime OfFrame(long long frame)
+    {
+        LookUp();
+        const long long count = static_cast<long long>(times.size());
+        if (frame > count)
+            throw JobError(JobError::BadRequest, fmt::format("there is no frame {}f: the video has {}", frame, count));
+        const long long place = frame < 0 ? frame + count : frame;
+        return place < 0 ? 0 : place == count ? duration : times[static_cast<size_t>(place)];
+    }
+
+    avTime Nearest(avTime afterFirst)
+    {
+        LookUp();
+        const avTime wanted = AddTime(times.front(), afterFirst);
+        const auto next = std::lower_bound(times.begin(), times.end(), wanted);
+        const avTime after = next == times.end() ? duration : *next;
+        return next != times.begin() && wanted - *(next - 1) < after - wanted ? *(next - 1) : after;
+    }
+
+private:
+    void LookUp()
+    {
+        const SP<Proc::IStreamRaw> stream = times.empty() ? video() : nullptr;
+        if (stream)
+            times = ScanPictureTimes(*stream);
+        if (times.empty())
+            throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
+    }
+
+    const std::function<SP<Proc::IStreamRaw>()> video;
+    const avTime duration;
+    std::vector<avTime> times; // in order; empty until they are looked up
+};
 
 /// All that was asked for, whichever way.
 class RangeReader
@@ -114,17 +148,11 @@ std::vector<AskedRange> Untitled(const std::vector<Range>& ranges)
 
 TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::IStreamRaw>()> video)
 {
-    const auto times = std::make_shared<std::vector<avTime>>(); // scanned once
-    TimeContext context{.duration = info.duration, .frameTime = nullptr, .timecode = FindTimecode(info)};
-    context.frameTime = [duration = info.duration, times, video = std::move(video)](long long frame)
-    {
-        const SP<Proc::IStreamRaw> stream = times->empty() ? video() : nullptr;
-        if (stream)
-            *times = ScanPictureTimes(*stream);
-        if (times->empty())
-            throw JobError(JobError::BadRequest, "frames can't be counted: there is no video");
-        return TimeOf(frame, *times, duration);
-    };
+    const auto times = std::make_shared<FrameTimes>(std::move(video), info.duration);
+    TimeContext context{.duration = info.duration,
+                        .frameTime = [times](long long frame) { return times->OfFrame(frame); },
+                        .timecode = FindTimecode(info),
+                        .nearestFrame = [times](avTime time) { return times->Nearest(time); }};
     const auto track = std::find_if(info.tracks.begin(), info.tracks.end(),
                                     [](const Host::TrackInfo& candidate)
                                     { return candidate.IsDense() && candidate.type == MediaType::Video; });
@@ -132,6 +160,7 @@ TimeContext MakeTimeContext(const Host::MediaInfo& info, std::function<SP<Proc::
     {
         context.frameRateNum = track->frameRateNum;
         context.frameRateDen = track->frameRateDen;
+        context.firstFrame = std::max<avTime>(track->start, 0); // an unknown one is below all others
     }
     return context;
 }

@@ -1,5 +1,6 @@
 #include "jobs/lists/CsvList.h"
 
+#include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <fmt/format.h>
@@ -77,11 +78,13 @@ bool IsBlank(const Row& row)
 
 bool IsHeader(const Row& row)
 {
-    // what no time begins with; "start" and "end" are times, too
-    const std::string first = Trimmed(row.front());
-    const bool named = boost::iequals(first, "start") && row.size() > 1 && boost::iequals(Trimmed(row[1]), "end");
-    return named || (!first.empty() && !boost::iequals(first, "start") &&
-                     std::isalpha(static_cast<unsigned char>(first.front())));
+    const std::string first = Trimmed(row.front()), second = row.size() > 1 ? Trimmed(row[1]) : "";
+    // "start" and "end" are times as well
+    if (boost::iequals(first, "start") && boost::iequals(second, "end"))
+        return true;
+    const auto isWord = [](unsigned char c) { return std::isalpha(c) || std::isspace(c) || c == '_' || c == '-'; };
+    return !first.empty() && !boost::iequals(first, "start") && std::all_of(first.begin(), first.end(), isWord) &&
+           std::all_of(second.begin(), second.end(), isWord);
 }
 
 std::string Quoted(const std::string& title)

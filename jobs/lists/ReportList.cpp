@@ -26,6 +26,10 @@ Json Parse(const ListText& text)
         const auto end = all.begin() + static_cast<std::ptrdiff_t>(std::min(e.byte, all.size()));
         text.Fail(static_cast<size_t>(std::count(all.begin(), end, '\n')), "is no JSON from here on");
     }
+    catch (const Json::exception&) // a number beyond all that can be counted
+    {
+        text.Fail(0, "holds a number that is too large");
+    }
 }
 
 bool IsTime(const Json& json)

@@ -15,6 +15,9 @@ bool IsComment(const std::string& line)
     return line.empty() || line.starts_with("##") || line.starts_with("# ");
 }
 
+/// A comment that makes a list of nothing one of this format.
+constexpr const char* NOTHING = "## tessor: nothing is cut";
+
 /// What is asked for beside cuts, in words; null for what is no action.
 const char* NameAction(const std::string& action)
 {
@@ -31,6 +34,8 @@ std::string AsTime(const std::string& word)
 
 bool SkipList::IsIn(const ListText& text) const
 {
+    if (text.GetFirstLine('\0') == NOTHING)
+        return true;
     static const std::regex row(R"(#?[0-9][0-9:.]*(\s+#?[0-9][0-9:.]*)?\s+[0-9]+)");
     for (const std::string& line : text.GetLines())
         if (const std::string trimmed = Trimmed(line); !IsComment(trimmed))
@@ -63,7 +68,7 @@ CutList SkipList::Read(const ListText& text, const TimeContext& context) const
 
 std::string SkipList::Write(const std::vector<AskedRange>& ranges, const TimeContext&) const
 {
-    std::string text;
+    std::string text = ranges.empty() ? std::string(NOTHING) + "\n" : "";
     for (const AskedRange& asked : ranges)
         text += fmt::format("{:.6f} {:.6f} 0\n", Seconds(asked.range.start), Seconds(asked.range.end));
     return text;

@@ -58,7 +58,7 @@ class EventReader
 {
 public:
     EventReader(const ListText& text, const TimeContext& context)
-        : text(text), timecode(MakeTimecode(context)), first(FirstFrame(timecode, context))
+        : text(text), context(context), timecode(MakeTimecode(context)), first(FirstFrame(timecode, context))
     {
     }
 
@@ -108,10 +108,13 @@ private:
                                          : "\"" + word + "\" is no timecode at this frame rate");
         if (*frame < first)
             text.Fail(line, "\"" + word + "\" is before the file's first timecode");
-        return timecode.ToTime(*frame - first);
+        // who counts frames means what is shown, whatever rounding there is in the file's own times
+        const avTime time = timecode.ToTime(*frame - first);
+        return context.nearestFrame ? context.nearestFrame(time) : AddTime(context.firstFrame, time);
     }
 
     const ListText& text;
+    const TimeContext& context;
     const Timecode timecode;
     const long long first;
     size_t line = 0;
@@ -142,10 +145,11 @@ std::string TimecodeList::Write(const std::vector<AskedRange>& ranges, const Tim
     std::string text = fmt::format("TITLE: tessor\nFCM: {}\n\n", drop ? "DROP FRAME" : "NON-DROP FRAME");
     const long long first = FirstFrame(timecode, context);
     const auto name = [&](long long frame) { return timecode.ToName(frame, drop); };
+    const auto number = [&](avTime time) { return timecode.ToFrame(SubTime(time, context.firstFrame)); };
     long long record = 0;
     for (size_t i = 0; i < ranges.size(); ++i)
     {
-        const long long in = timecode.ToFrame(ranges[i].range.start), out = timecode.ToFrame(ranges[i].range.end);
+        const long long in = number(ranges[i].range.start), out = number(ranges[i].range.end);
         text += fmt::format("{:03}  AX       V     C        {} {} {} {}\n", i + 1, name(first + in), name(first + out),
                             name(record), name(record + out - in));
         record += out - in;

@@ -81,6 +81,8 @@ TEST(CutLists, FaultsAreToldWithTheirLine)
         {"{\n\"intervals\": [[1, 2]\n", "list:3: is no JSON from here on"},
         {"{\"intervals\": [[1, 2], [1]]}", "list:1: interval 2 is not [start, end] in seconds"},
         {"{\"intervals\": 5}", "list:1: has no \"intervals\""},
+        {"{\"intervals\": [[0, 1e400]]}", "list:1: holds a number that is too large"},
+        {"O:01,0:02\n3,4\n", "list:1: \"O:01\" is no time"},
     };
     for (const auto& [text, message] : rows)
         EXPECT_EQ(TextOf<JobError>([text = text] { ReadText(text); }).substr(0, std::string(message).size()), message);
@@ -91,15 +93,17 @@ TEST(CutLists, WhatIsWrittenIsReadAgain)
 {
     std::mt19937 random(20);
     const char* const titles[] = {"", "a", "b, c", "\"d\"", "e=f;g#h\\i", " blank ", "two\nlines", "1,2", "ü"};
-    const TimeContext context = MakeContext("01:00:00;02");
+    TimeContext context = MakeContext("01:00:00;02");
+    context.firstFrame = 13000;
     const Timecode timecode(30000, 1001);
     for (int round = 0; round < 300; ++round)
     {
         std::vector<AskedRange> kept;
         for (long long frame = random() % 3; frame < 1790 && kept.size() < 12; frame += 1 + random() % 200)
         {
-            const long long start = frame, end = std::min<long long>(1798, frame += 1 + random() % 300);
-            kept.push_back({{timecode.ToTime(start), timecode.ToTime(end)}, titles[random() % std::size(titles)], ""});
+            const long long start = frame, end = std::min<long long>(1796, frame += 1 + random() % 300);
+            const auto at = [&](long long number) { return context.firstFrame + timecode.ToTime(number); };
+            kept.push_back({{at(start), at(end)}, titles[random() % std::size(titles)], ""});
         }
         for (const auto& format : GetCutListFormats())
         {
