@@ -1,8 +1,14 @@
 #include "jobs/MediaChanges.h"
 
 #include "ffhost/io/Container.h"
+#include "ffhost/io/writing/FileHeader.h"
 #include "jobs/JobError.h"
 #include "jobs/TrackPattern.h"
+
+extern "C"
+{
+#include <libavutil/parseutils.h>
+}
 
 #include <algorithm>
 #include <boost/algorithm/string/case_conv.hpp>
@@ -63,6 +69,20 @@ std::vector<MediaChanges::TrackText> CheckedLanguages(std::vector<MediaChanges::
     return languages;
 }
 
+/// What libavformat would leave out without a word.
+void CheckTags(const Host::Tags& tags)
+{
+    for (const auto& [key, text] : tags)
+    {
+        int64_t time = 0;
+        if (Host::FileHeader::IsBookkeeping(key))
+            throw JobError(JobError::BadRequest, "--tag: \"" + key + "\" is what the container says of itself");
+        if (boost::iequals(key, "creation_time") && !text.empty() && av_parse_time(&time, text.c_str(), 0) < 0)
+            throw JobError(JobError::BadRequest,
+                           "--tag: creation_time: \"" + text + "\" is no date such as 2026-08-01T12:00:00Z");
+    }
+}
+
 void SetDefaults(Host::MediaInfo& info, const std::set<int>& defaults)
 {
     const auto alike = [](const Host::TrackInfo& a, const Host::TrackInfo& b)
@@ -86,6 +106,7 @@ Host::MediaInfo ApplyChanges(const Host::MediaInfo& source, const MediaChanges& 
         info.chapters.clear();
     if (changes.noTags)
         RemoveTags(info);
+    CheckTags(changes.tags);
     for (const auto& [key, text] : changes.tags)
         SetTag(info.tags, key, text);
     SetTexts(info, source, "title", changes.titles);

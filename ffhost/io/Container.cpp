@@ -2,6 +2,7 @@
 
 #include "ffhost/FormatCompat.h"
 #include "ffhost/io/writing/ProgramStream.h"
+#include "ffhost/io/writing/QuickTimeLanguage.h"
 
 extern "C"
 {
@@ -375,6 +376,11 @@ bool Container::CarriesTag(const std::string& key, TagOwner owner) const
         return common.count(name) || mov.count(name);
     const bool some = family == Family::Avi || Is({"wav"});
     return family == Family::Asf || Is({"mp3", "flac"}) || (some && common.count(name));
+}
+
+std::string Container::NameLanguage(const std::string& code) const
+{
+    return Is({"mov"}) ? NameQuickTimeLanguage(code) : code;
 }
 
 bool Container::Is(std::initializer_list<const char*> names) const

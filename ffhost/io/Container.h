@@ -111,6 +111,8 @@ public:
     bool CarriesDefaults() const { return IsMov() || IsMatroska() || Is({"nut"}); }
     bool CarriesRotation() const;
     bool CarriesTag(const std::string& key, TagOwner owner) const;
+    /// What the language of a track is called there; empty where it can't be told.
+    std::string NameLanguage(const std::string& code) const;
 
 private:
     /// Muxers that write the same but for names and limits.

@@ -75,6 +75,12 @@ TEST_F(Tracks, AndFileSayWhatIsAskedFor)
     EXPECT_EQ(
         Ask("-show_entries stream_disposition=default:stream_tags=language -select_streams a out.mp4 | sed 's/,$//'"),
         "0,fra 1,eng ");
+    // QuickTime has names of its own for languages, and not for all of them
+    EXPECT_EQ(Run("repack -y film.mkv out.mov --tracks a --language a:deu=hrv").err,
+              "tessor: warning: not carried over: the language hrv of track 3\n");
+    EXPECT_EQ(Ask("-show_entries stream_tags=language -select_streams a out.mov"), "eng, , ");
+    ASSERT_EQ(Run("repack -y film.mkv out.mov --tracks a").status, 0);
+    EXPECT_EQ(Ask("-show_entries stream_tags=language -select_streams a out.mov"), "eng, ger, ");
     EXPECT_NE(Run("repack film.mkv out.ts --tracks v:0,a --default a:1").err.find("which tracks players choose"),
               std::string::npos);
 }

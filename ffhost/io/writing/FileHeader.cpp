@@ -24,23 +24,13 @@ constexpr AVRational MICROSECONDS = {1, 1000000};
 
 static_assert(DEFAULT_DISPOSITION == AV_DISPOSITION_DEFAULT);
 
-/// What describes the source's file or stream as it was written, not what is in it: the brands of ISO/IEC 14496-12 and
-/// the statistics of Matroska's writers, which may end in a language.
+/// The brands of ISO/IEC 14496-12, and the statistics of Matroska's writers, which may end in a language.
 bool IsStale(const std::string& key)
 {
     static const std::set<std::string> stale = {"major_brand", "minor_version", "compatible_brands", "encoder",
                                                 "DURATION",    "BPS",           "NUMBER_OF_FRAMES",  "NUMBER_OF_BYTES"};
     const std::string stem = key.substr(0, key.find("-eng"));
     return stale.count(stem) || key.compare(0, 12, "_STATISTICS_") == 0;
-}
-
-/// Readers of Matroska give such tags of other containers in capitals. They are carried on, but are no loss.
-bool IsBookkeeping(std::string key)
-{
-    if (IsStale(key))
-        return true;
-    std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::tolower(c); });
-    return IsStale(key);
 }
 
 void CopyTags(const Tags& tags, AVDictionary** target)
@@ -59,6 +49,15 @@ void AddSideData(AVStream& stream, AVPacketSideDataType type, const void* data, 
 }
 
 } // namespace
+
+// Readers of Matroska give such tags of other containers in capitals. These are carried on, but are no loss.
+bool FileHeader::IsBookkeeping(std::string key)
+{
+    if (IsStale(key))
+        return true;
+    std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return std::tolower(c); });
+    return IsStale(key);
+}
 
 void FileHeader::AddTrack(const TrackInfo& source, const AVCodecParameters& parameters)
 {
@@ -108,6 +107,8 @@ void FileHeader::AddStream(AVFormatContext& target, const Track& track) const
     if (source.frameRateNum > 0 && source.frameRateDen > 0)
         stream->avg_frame_rate = {source.frameRateNum, source.frameRateDen};
     CopyTags(source.tags, &stream->metadata);
+    if (const AVDictionaryEntry* language = av_dict_get(stream->metadata, "language", nullptr, 0))
+        av_dict_set(&stream->metadata, "language", container.NameLanguage(language->value).c_str(), 0);
     for (const auto& [type, bytes] : source.sideData)
         AddSideData(*stream, static_cast<AVPacketSideDataType>(type), bytes.data(), bytes.size());
     if (source.displayMatrix.size() == 9)
@@ -187,6 +188,10 @@ std::vector<std::string> FileHeader::GetLosses(size_t track) const
     const std::string of = " of track " + std::to_string(source.index);
     std::vector<std::string> losses =
         FindLostTags(source.tags, source.picture ? Container::TagOwner::Cover : Container::TagOwner::Track, of);
+    for (const auto& [key, text] : source.tags)
+        if (key == "language" && text != "und" && container.CarriesTag(key, Container::TagOwner::Track) &&
+            container.NameLanguage(text).empty())
+            losses.emplace_back("the language ").append(text).append(of);
     const std::vector<int32_t>& matrix = source.displayMatrix;
     if (matrix.size() == 9 && av_display_rotation_get(matrix.data()) != 0 && !container.CarriesRotation())
         losses.emplace_back("rotation" + of);

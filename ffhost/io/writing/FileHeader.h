@@ -10,9 +10,12 @@ namespace Tessor::Host
 {
 
 /// What a file says of itself before its first packet: tracks, tags and chapters, as far as its container takes them.
-class FileHeader
+class TESSOR_API FileHeader
 {
 public:
+    /// A tag that describes a file or stream as it was written, not what is in it.
+    static bool IsBookkeeping(std::string key);
+
     /// `container` outlives it.
     FileHeader(const std::string& path, const Container& container) : path(path), container(container) {}
 
