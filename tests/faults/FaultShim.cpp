@@ -130,6 +130,17 @@ EXPORT ssize_t read(int fd, void* buffer, size_t size)
     return Fails("read", fd) ? Error<ssize_t>(EIO) : next(fd, buffer, size);
 }
 
+EXPORT ssize_t pread64(int fd, void* buffer, size_t size, off64_t offset)
+{
+    static const auto next = Next(pread64, "pread64");
+    return Fails("read", fd) ? Error<ssize_t>(EIO) : next(fd, buffer, size, offset);
+}
+
+EXPORT ssize_t pread(int fd, void* buffer, size_t size, off_t offset)
+{
+    return pread64(fd, buffer, size, offset);
+}
+
 EXPORT ssize_t write(int fd, const void* buffer, size_t size)
 {
     static const auto next = Next(write, "write");

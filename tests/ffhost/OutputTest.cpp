@@ -125,7 +125,7 @@ TEST(MovIndexTest, ComesForwardWithThePlacesOfAllPackets)
         std::generate(data.begin(), data.end(), std::mt19937(1));
         std::vector<uint64_t> places = {begin.size() + 8, begin.size() + 8 + data.size() / 2,
                                         begin.size() + data.size() - 8};
-        const auto index = [&](uint64_t more)
+        const auto index = [&, width = width](uint64_t more)
         {
             std::string table = number(0, 4) + number(places.size(), 4);
             for (const uint64_t place : places)
