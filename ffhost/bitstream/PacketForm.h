@@ -34,6 +34,8 @@ public:
 
     /// Whether the packets of the track are linear samples: where they are split depends on where reading begins.
     bool IsLinear() const { return sampleSize > 0 && sampleRate > 0; }
+    /// Bytes of a linear sample of all channels; 0 for other packets.
+    size_t GetSampleSize() const { return sampleSize; }
     /// Whether the container counts samples or packets of the track, and a writer leaves some out or puts some in,
     /// so that the sound keeps its place.
     static bool IsCounted(const TrackInfo& track);

@@ -6,6 +6,7 @@
 #include "ffhost/codecs/Threads.h"
 #include "ffhost/io/Container.h"
 #include "ffhost/streams/FieldJoiner.h"
+#include "ffhost/streams/SampleParts.h"
 #include "jobs/JobError.h"
 #include "jobs/SeekTo.h"
 #include "jobs/TrackSelection.h"
@@ -119,7 +120,10 @@ catch (const Proc::CodecFactoryException& e)
 
 void CutSession::JoinTrack(int index)
 {
-    tracks.push_back({index, SelectTrack(*demuxer, index).stream, nullptr});
+    const auto nextBound = [this](avTime time) { return intervals ? intervals->GetIntervalEndTime(time) : time; };
+    tracks.push_back(
+        {index, Host::SampleParts::Create(SelectTrack(*demuxer, index).stream, GetInfo().tracks[index], nextBound),
+         nullptr});
     if (tracks.back().IsVideo())
         tracks.back().groups = std::make_shared<GroupCache>(JoinFields(tracks.back()));
 }

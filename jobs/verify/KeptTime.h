@@ -19,6 +19,8 @@ public:
     const std::vector<Range>& GetRanges() const { return ranges; }
     /// Where the pieces meet in the result, its start and its end.
     std::vector<avTime> GetSeams() const;
+    /// The end of the stretch, kept or not, that holds a time.
+    avTime GetEnd(avTime time) const { return timeline.GetIntervalEndTime(time); }
     /// The place in the result; nothing for a time that is not kept.
     std::optional<avTime> Find(avTime time) const;
     /// The same for an item that stands: without a duration until the next one, and without that to the end.

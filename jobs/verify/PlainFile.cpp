@@ -1,5 +1,6 @@
 #include "jobs/verify/PlainFile.h"
 
+#include "ffhost/streams/SampleParts.h"
 #include "jobs/InputFile.h"
 #include "jobs/ReadJointly.h"
 #include "jobs/TrackSelection.h"
@@ -45,7 +46,9 @@ public:
             else
             {
                 dense.push_back(tracks.size() - 1);
-                streams.push_back(selected.stream);
+                streams.push_back(kept ? Host::SampleParts::Create(selected.stream, info,
+                                                                   [kept](avTime time) { return kept->GetEnd(time); })
+                                       : selected.stream);
             }
         }
     }

@@ -186,6 +186,26 @@ TEST_F(Verifying, SoundInPagesKeepsItsTimes)
     }
 }
 
+// Also a steady tone, in which no packet is like no other.
+TEST_F(Verifying, LinearSamplesAreCutExactly)
+{
+    ASSERT_EQ(Run("tone a.wav --duration 4 --frequency 1000").status, 0);
+    Make("ffmpeg -v error -i a.wav -c copy a.nut && ffmpeg -v error -i a.wav -c pcm_s24be a.mov");
+    const std::string kept = "atrim=start_sample=48001:end_sample=62401,asetpts=N/SR/TB[a];[0]"
+                             "atrim=start_sample=96000:end_sample=144000,asetpts=N/SR/TB[b];[a][b]concat=v=0:a=1";
+    for (const std::string files : {"a.wav b.wav", "a.nut b.mkv", "a.mov b.mov", "a.wav b.mkv"})
+    {
+        EXPECT_EQ(Run("cut " + files + " -y --verify --keep 1.00002-1.30002,2-3").status, 0) << files;
+        const auto samples = [&](const std::string& file, const std::string& filter)
+        {
+            return RunCommand("ffmpeg -v error -i " + file + " -filter_complex '[0]" + filter +
+                              "' -c:a pcm_s24le -f md5 -")
+                .out;
+        };
+        EXPECT_EQ(samples(files.substr(6), "anull"), samples(files.substr(0, 5), kept)) << files;
+    }
+}
+
 // Sound is the same in every container: framed, split or counted.
 TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
 {
