@@ -25,9 +25,18 @@ bool IsOurs(const std::string& implName)
 class CodecFactoryFF final : public CodecFactory, public RefCountImpl
 {
 public:
-    CodecFactoryFF(const DecoderOptions& options, const RecodeOptions& recode) : options(options), recode(recode) {}
+    CodecFactoryFF(const DecoderOptions& asked, const RecodeOptions& recode) : options(Counting(asked)), recode(recode)
+    {
+    }
 
 private:
+    static DecoderOptions Counting(DecoderOptions options)
+    {
+        if (!options.damaged)
+            options.damaged = std::make_shared<std::atomic<long long>>(0);
+        return options;
+    }
+
     SP<IStreamVideo> CreateDecoder(const SP<IStreamRaw>& source, const std::string& implName) override
     {
         if (!IsOurs(implName))
@@ -76,6 +85,8 @@ private:
         const std::lock_guard<std::mutex> lock(useMutex);
         return use;
     }
+
+    long long GetDamagedCount() const override { return *options.damaged; }
 
     void RequireEncoders() override { required = true; }
 

@@ -23,6 +23,8 @@ public:
     static void Check(const Conf::IFormatCodec& format, const RecodeOptions& recode);
 
     virtual EncoderUse GetEncoderUse() const = 0;
+    /// Packets and pictures that its decoders could not make out; all threads may ask.
+    virtual long long GetDamagedCount() const = 0;
     /// From now on, what encoders are needed for is settled: one that can't be made is no EncoderException any more,
     /// which who encodes may take for an answer, but a Core::ComputingResourceException.
     virtual void RequireEncoders() = 0;

@@ -75,7 +75,7 @@ SP<IStreamVideo> Decoder::Create(const SP<IStreamRaw>& source, const DecoderOpti
 
 Decoder::Decoder(const SP<IStreamRaw>& source, const DecoderOptions& options)
     : PassThrough(source, "Decoder"), format(CloneVideoFormat(source)),
-      traits(PictureTraits::Of(format->GetProperties())), options(options), codec(format)
+      traits(PictureTraits::Of(format->GetProperties())), options(options), codec(format, options.damaged)
 {
 }
 

@@ -2,7 +2,9 @@
 
 #include "Fnd/Time.h"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 namespace Tessor::Host
 {
@@ -19,6 +21,8 @@ struct DecoderOptions
     bool distinct = true;
     /// Each takes pictures of its own; 0: as many as are of use.
     int threads = 0;
+    /// Counts on for what is damaged; null: nobody asks.
+    std::shared_ptr<std::atomic<long long>> damaged = nullptr;
 };
 
 } // namespace Tessor::Host

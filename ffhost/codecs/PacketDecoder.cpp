@@ -29,8 +29,10 @@ void SetExtradata(AVCodecContext& context, const IBlob& extradata)
 
 } // namespace
 
-PacketDecoder::PacketDecoder(const SP<Conf::IFormatCodec>& format)
-    : format(format), codec(avcodec_find_decoder(FindCodecID(format->GetProperties()))), frame(av_frame_alloc())
+PacketDecoder::PacketDecoder(const SP<Conf::IFormatCodec>& format,
+                             const std::shared_ptr<std::atomic<long long>>& damaged)
+    : format(format), codec(avcodec_find_decoder(FindCodecID(format->GetProperties()))), damaged(damaged),
+      frame(av_frame_alloc())
 {
     if (!frame)
         throw std::bad_alloc();
@@ -94,7 +96,14 @@ void PacketDecoder::Send(const AVPacket* packet)
     if (result == AVERROR(ENOMEM))
         throw std::bad_alloc(); // the packet is as good as ever
     if (result < 0 && result != AVERROR_EOF)
-        ++damagedCount;
+        CountDamage();
+}
+
+void PacketDecoder::CountDamage()
+{
+    ++damagedCount;
+    if (damaged)
+        ++*damaged;
 }
 
 const AVFrame* PacketDecoder::Receive()
@@ -108,7 +117,7 @@ const AVFrame* PacketDecoder::Receive()
             throw std::bad_alloc();
         const bool corrupt = result >= 0 && ((frame->flags & AV_FRAME_FLAG_CORRUPT) || frame->decode_error_flags);
         if (result < 0 || corrupt)
-            ++damagedCount;
+            CountDamage();
         if (result >= 0)
             return frame.get();
         // While draining a failure belongs to one frame, and others follow. Otherwise the packet has been used up.

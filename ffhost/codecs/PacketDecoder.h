@@ -3,7 +3,9 @@
 #include "ffhost/codecs/AvCodec.h"
 #include "media/formats/IFormatCodec.h"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 
 namespace Tessor::Host
 {
@@ -13,8 +15,10 @@ namespace Tessor::Host
 class PacketDecoder
 {
 public:
-    /// Throws CodecFactoryException for a codec without a decoder.
-    explicit PacketDecoder(const SP<Conf::IFormatCodec>& format);
+    /// Throws CodecFactoryException for a codec without a decoder. `damaged` is counted on beside GetDamagedCount; may
+    /// be null.
+    explicit PacketDecoder(const SP<Conf::IFormatCodec>& format,
+                           const std::shared_ptr<std::atomic<long long>>& damaged = nullptr);
 
     /// Opens with the format's extradata, times in microseconds and all cores; `prepare` sets what else its kind of
     /// track needs. Throws FilterException.
@@ -33,15 +37,17 @@ public:
     unsigned long GetDamagedCount() const { return damagedCount; }
 
 private:
+    void CountDamage();
     /// As libavcodec's decoder wants it; may be null.
     SP<const Proc::IBlob> GetHeader() const;
 
     const SP<Conf::IFormatCodec> format;
     const AVCodec* const codec;
-    CodecContextPtr context; // from Open to Close
-    const FramePtr frame;    // what the decoder fills
-    bool draining = false;   // the end was sent
-    bool dirty = false;      // something was sent since the last start
+    const std::shared_ptr<std::atomic<long long>> damaged; // shared with other decoders
+    CodecContextPtr context;                               // from Open to Close
+    const FramePtr frame;                                  // what the decoder fills
+    bool draining = false;                                 // the end was sent
+    bool dirty = false;                                    // something was sent since the last start
     unsigned long damagedCount = 0;
 };
 

@@ -13,6 +13,7 @@
 #include "ffhost/streams/ReadAhead.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
+#include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
@@ -413,6 +414,7 @@ ConvertReport Conversion::Run(IProgress& progress)
     for (const std::string& warning : pump.GetWarnings(*demuxer, FindDamageElsewhere()))
         report.warnings.push_back(warning);
     report.statistics = pump.GetStatistics();
+    AddUndecodable(report.statistics, report.warnings);
     report.wallSeconds = watch.GetSeconds();
     return report;
 }

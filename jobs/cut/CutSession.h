@@ -61,6 +61,8 @@ public:
     /// The request as it was read, before it was brought to pictures and groups.
     const std::vector<AskedRange>& GetAsked() const { return requested; }
     Host::EncoderUse GetEncoderUse() const { return codecs->GetEncoderUse(); }
+    /// Of pictures that were to be encoded anew.
+    long long GetDamagedCount() const { return codecs->GetDamagedCount(); }
 
 private:
     std::vector<int> ChooseTracks(const std::string& wanted);

@@ -1,5 +1,6 @@
 #include "jobs/cut/CutWriter.h"
 
+#include "jobs/InputDamage.h"
 #include "jobs/JobError.h"
 #include "jobs/Stopwatch.h"
 #include "jobs/cut/KeptRanges.h"
@@ -59,6 +60,7 @@ CutReport CutWriter::Run(IProgress& progress)
     report.resultDuration = session.GetCut().Source2Result(duration);
     report.warnings = session.GetWarnings();
     report.warnings.insert(report.warnings.end(), copier.GetWarnings().begin(), copier.GetWarnings().end());
+    AddUndecodable(session.GetInfo().path + ": of what is encoded anew", session.GetDamagedCount(), report.warnings);
     report.statistics = GetStatistics();
     report.wallSeconds = watch.GetSeconds();
     return report;

@@ -85,6 +85,7 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     report.rate = track.parameters->sample_rate;
     report.channels = track.parameters->ch_layout.nb_channels;
     report.statistics = pump.GetStatistics();
+    AddUndecodable(report.statistics, report.warnings);
     report.wallSeconds = watch.GetSeconds();
     return report;
 }

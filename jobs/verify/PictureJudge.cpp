@@ -66,11 +66,11 @@ public:
         return nullptr;
     }
 
-    /// So far.
-    long long CountDisordered() const
+    /// What the decoder has counted under that name so far.
+    long long GetCount(const std::string& name) const
     {
         const Core::Property records = decoder->GetStatistic(); // its own comes last
-        return (*std::prev(records.end()))["Disordered"].GetInt64();
+        return (*std::prev(records.end()))[name].GetInt64();
     }
 
 private:
@@ -185,7 +185,8 @@ PictureVerdict PictureJudge::Judge(int sourceTrack, int outputTrack, avTime shif
         verdict.shift = verdict.shift == NoTime ? off : verdict.shift;
         verdict.worstTimeErrorMs = std::max(verdict.worstTimeErrorMs, std::abs(Seconds(off - verdict.shift)) * 1000);
     }
-    verdict.disordered = there.CountDisordered();
+    verdict.disordered = there.GetCount("Disordered");
+    verdict.damaged = wanted.GetCount("Damaged");
     return verdict;
 }
 

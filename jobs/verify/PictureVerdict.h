@@ -25,6 +25,7 @@ struct TESSOR_API PictureVerdict
     avTime shift = NoTime;       ///< how much later than expected the whole file lies
     long long withheld = 0;      ///< lost by one of the decoders when size or fields changed; not among the others
     long long disordered = 0;    ///< of the output, whose times contradict the order in which they are shown
+    long long damaged = 0;       ///< of the source, as far as they had to be decoded
 
     /// "124 pictures, 125 expected; ..."; empty when all is as expected.
     std::string DescribeFaults() const;

@@ -252,6 +252,10 @@ private:
             shift = verdict.pictures->shift;
             verdict.packets = Compare(track, partner);
             AddFault(verdict, verdict.pictures->DescribeFaults());
+            // what nobody can decode is lost where it had to be encoded anew
+            if (verdict.pictures->damaged > 0 && verdict.packets->found < verdict.packets->expected)
+                AddFault(verdict, fmt::format("{}, {} expected: the source is damaged",
+                                              Count(verdict.packets->found, "packet"), verdict.packets->expected));
             // what no decoder shows is there as a packet all the same
             if (verdict.pictures->withheld > 0 && verdict.packets->found < verdict.packets->expected)
                 AddFault(verdict, fmt::format("{}, {} expected", Count(verdict.packets->found, "packet"),

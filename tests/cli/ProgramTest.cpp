@@ -488,6 +488,23 @@ TEST_F(Program, HowMuchOfADamagedFileWasThereIsTold)
         }
 }
 
+// A hole in the middle that the container knows nothing of: who decodes finds it.
+TEST_F(Program, WhatCanNotBeDecodedIsTold)
+{
+    Make(
+        "ffmpeg -v error -f lavfi -i testsrc2=s=320x240:d=8 -f lavfi -i sine=d=8 -c:v libx264 -g 50 -c:a aac hole.mp4");
+    const auto size = static_cast<std::streamoff>(fs::file_size(folder / "hole.mp4"));
+    std::fstream(folder / "hole.mp4", std::ios::in | std::ios::out | std::ios::binary).seekp(size / 2)
+        << std::string(20000, 0);
+    EXPECT_NE(Run("convert hole.mp4 a.mkv").err.find("of track 0, "), std::string::npos);
+    EXPECT_NE(Run("mix hole.mp4 a.wav").err.find("could not be decoded without faults"), std::string::npos);
+    const Outcome cut = Run("cut hole.mp4 b.mkv --keep 3.1-5.5 --verify");
+    EXPECT_EQ(cut.status, 4) << cut.out;
+    EXPECT_NE(cut.err.find("of what is encoded anew, "), std::string::npos) << cut.err;
+    // copied as it is, it is what the source has
+    EXPECT_EQ(Run("cut hole.mp4 c.mkv --keep 2- --verify").status, 0);
+}
+
 // Such as a file whose data has been cut off, and what nobody has asked for.
 TEST_F(Program, AResultOfNothingIsNoResult)
 {
@@ -570,7 +587,7 @@ TEST_F(Program, EveryVerbTellsItsStatistics)
 TEST_F(Program, CompletionAndManualKnowTheOptions)
 {
     for (const char* args : {"completion bash", "completion zsh", "completion fish", "manual"})
-        for (const char* known : {"repack", "verify", "crf", "completion"})
+        for (const char* known : {"repack", "verify", "crf", "completion", "threads"})
             EXPECT_NE(Run(args).out.find(known), std::string::npos) << args << ": " << known;
     for (const char* args : {"cut --help", "manual"})
         for (const char* known : {"frame 123", "keep 1:02", "start, end"})
