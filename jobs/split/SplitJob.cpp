@@ -78,7 +78,7 @@ SplitReport SplitJob::Run(IProgress& progress) const
 std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vector<std::string>& warnings) const
 {
     if (settings.cut.keep.IsEmpty() && settings.cut.remove.IsEmpty())
-        return FindPieces(settings, progress);
+        return FindPieces(settings, progress, warnings);
     const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
     return ReadKeptRanges(settings.cut.keep, settings.cut.remove, *demuxer, settings.cut.tracks, warnings);
 }

@@ -9,6 +9,7 @@
 #include "jobs/lists/ChapterNumbers.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <utility>
 
 namespace Tessor::Jobs
@@ -25,6 +26,10 @@ constexpr long long bytes_beside_file = 4 << 10;
 
 /// Where every packet is a place.
 constexpr avTime shortest_sound = 100 * MILLISECOND;
+
+/// By which a chapter's first picture may be late: times of chapters are rounded, and may count from a first picture
+/// that is not at 0.
+constexpr avTime latest_start = 500 * MILLISECOND;
 
 /// A place where a piece can begin.
 struct Point
@@ -110,10 +115,10 @@ public:
         return starts;
     }
 
-    /// The last place at or before it.
-    avTime At(avTime time) const
+    /// The last place that is at most `later` after the time.
+    avTime Near(avTime time, avTime later) const
     {
-        const auto after = std::upper_bound(points.begin(), points.end() - 1, time,
+        const auto after = std::upper_bound(points.begin(), points.end() - 1, time + later,
                                             [](avTime value, const Point& point) { return value < point.time; });
         return after == points.begin() ? 0 : std::prev(after)->time;
     }
@@ -123,32 +128,37 @@ private:
     const SplitSettings& settings;
 };
 
-std::vector<AskedRange> ByChapters(const PointChoice& choice, const Host::MediaInfo& info)
+std::vector<AskedRange> ByChapters(const PointChoice& choice, const Host::MediaInfo& info,
+                                   std::vector<std::string>& warnings)
 {
     if (info.chapters.empty())
         throw JobError(JobError::Failed, info.path + ": there are no chapters to split it by");
     std::vector<AskedRange> pieces;
     for (const AskedRange& chapter : ParseChapters("--split-chapters", "1-", info))
     {
-        // times of chapters are often rounded to milliseconds
-        const avTime start = pieces.empty() ? 0 : choice.At(chapter.range.start + MILLISECOND);
+        const avTime start = pieces.empty() ? 0 : choice.Near(chapter.range.start, latest_start);
         // a chapter in the middle of a group belongs to the piece that has its start
         if (pieces.empty() || start > pieces.back().range.start)
             pieces.push_back({{start, info.duration}, chapter.title, "--split-chapters"});
+        else
+            warnings.push_back(fmt::format("the chapter \"{}\" at {} has no key frame of its own: it is in the piece "
+                                           "before",
+                                           chapter.title, T2S(chapter.range.start)));
     }
     return pieces;
 }
 
 } // namespace
 
-std::vector<AskedRange> FindPieces(const SplitSettings& settings, const IProgress& progress)
+std::vector<AskedRange> FindPieces(const SplitSettings& settings, const IProgress& progress,
+                                   std::vector<std::string>& warnings)
 {
     const SP<Host::Demuxer> demuxer = OpenInput({settings.cut.input, settings.cut.reading}, progress);
     demuxer->KeepLeadIns(false);
     const PointChoice choice(ScanPoints(*demuxer, settings.cut.tracks), settings);
     std::vector<AskedRange> pieces;
     if (settings.chapters)
-        pieces = ByChapters(choice, demuxer->GetInfo());
+        pieces = ByChapters(choice, demuxer->GetInfo(), warnings);
     else
         for (const avTime start : choice.BySizeOrTime())
             pieces.push_back({{start, demuxer->GetInfo().duration}, "", "--split"});
