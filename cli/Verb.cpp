@@ -20,14 +20,20 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs()
     return verbs;
 }
 
-OptionTable GetAllOptions(Verb& verb, CommonOptions& common)
+OptionTable GetOwnOptions(Verb& verb, CommonOptions& common)
 {
     OptionTable table = verb.GetOptions();
-    const OptionTable others = verb.TakesCommonOptions() ? GetCommonOptions(common) : OptionTable();
-    table.insert(table.end(), others.begin(), others.end());
     if (verb.Codes())
         table.push_back(
             {"--threads", "N", "threads of each decoder, encoder and filter; as many as are of use", &common.threads});
+    return table;
+}
+
+OptionTable GetAllOptions(Verb& verb, CommonOptions& common)
+{
+    OptionTable table = GetOwnOptions(verb, common);
+    const OptionTable others = verb.TakesCommonOptions() ? GetCommonOptions(common) : OptionTable();
+    table.insert(table.end(), others.begin(), others.end());
     return table;
 }
 

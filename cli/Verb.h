@@ -64,6 +64,8 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs();
 
 /// The verb's own options, and those of all verbs where it takes them.
 OptionTable GetAllOptions(Verb& verb, CommonOptions& common);
+/// Without those that all verbs have.
+OptionTable GetOwnOptions(Verb& verb, CommonOptions& common);
 /// The table of what every verb takes.
 OptionTable GetCommonOptions(CommonOptions& common);
 

@@ -18,6 +18,13 @@ bool IsUndecodable(const Host::TrackInfo& track)
     return !track.headerFault.empty() && (!header || header->Size() == 0);
 }
 
+/// Where MP4 keeps the titles of chapters (QuickTime's track reference "chap"), which are carried over as chapters.
+bool IsChapterText(const Host::TrackInfo& track, const Host::MediaInfo& info)
+{
+    return !info.chapters.empty() && track.type == MediaType::None && track.codecName == "bin_data" &&
+           info.container.find("mp4") != std::string::npos;
+}
+
 } // namespace
 
 std::set<int> FindTracks(const Host::MediaInfo& info, const std::string& wanted)
@@ -44,7 +51,7 @@ std::vector<int> ChooseTracks(const Host::MediaInfo& info, const std::string& wa
                                            track.headerFault));
         else if (track.IsDense() || track.type == MediaType::Subtitle || track.attachedPicture || track.attachment)
             chosen.push_back(track.index);
-        else
+        else if (!IsChapterText(track, info))
             warnings.push_back(fmt::format("track {} ({}) is left out: it is neither picture, sound nor subtitles",
                                            track.index, track.codecName));
     }

@@ -53,7 +53,7 @@ std::string GetManPage(const std::vector<std::unique_ptr<Verb>>& verbs)
     for (const std::unique_ptr<Verb>& verb : verbs)
     {
         text += fmt::format(".SS {}\n{}.\n", verb->GetName(), Escaped(verb->GetSummary()));
-        for (const Option& option : verb->GetOptions())
+        for (const Option& option : GetOwnOptions(*verb, unused))
             text += OptionText(option);
     }
     text += ".SH OPTIONS OF ALL VERBS THAT EXAMINE OR MAKE FILES\n";

@@ -175,6 +175,9 @@ AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
     // Edit lists count in these ticks; the default of a millisecond would move tracks against each other.
     if (IsMov())
         av_dict_set(&options, "movie_timescale", "90000", 0);
+    // Sizes of WAV end at 4 GiB; what becomes larger is written as RF64 (EBU Tech 3306).
+    if (Is({"wav"}))
+        av_dict_set(&options, "rf64", "auto", 0);
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (family == Family::TransportStream || family == Family::ProgramStream)
         av_dict_set_int(&options, "max_delay", 700000, 0);

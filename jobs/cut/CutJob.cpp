@@ -32,7 +32,7 @@ PlanReport CutJob::Plan(IProgress& progress) const
 
 CutReport CutJob::Run(IProgress& progress) const
 {
-    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
+    CheckOutput(settings.output, ListInputs(), settings.writing.overwrite);
     const ListOutput list = MakeList();
     CutSession session(settings, progress);
     std::optional<PreviousOutput> previous;
@@ -58,7 +58,17 @@ CutReport CutJob::Run(IProgress& progress) const
 
 ListOutput CutJob::MakeList() const
 {
-    return {settings.listOutput, settings.listFormat, {settings.input, settings.output}, settings.writing.overwrite};
+    std::vector<std::string> others = ListInputs();
+    others.push_back(settings.output);
+    return {settings.listOutput, settings.listFormat, others, settings.writing.overwrite};
+}
+
+std::vector<std::string> CutJob::ListInputs() const
+{
+    std::vector<std::string> inputs = {settings.input};
+    inputs.insert(inputs.end(), settings.keep.files.begin(), settings.keep.files.end());
+    inputs.insert(inputs.end(), settings.remove.files.begin(), settings.remove.files.end());
+    return inputs;
 }
 
 void CutJob::Verify(CutReport& report, IProgress& progress) const

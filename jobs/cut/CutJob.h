@@ -25,6 +25,7 @@ public:
 
 private:
     ListOutput MakeList() const;
+    std::vector<std::string> ListInputs() const;
     void Verify(CutReport& report, IProgress& progress) const;
 
     const CutSettings settings;

@@ -37,6 +37,9 @@ ListText ListText::Open(const std::string& path)
     std::error_code ignored;
     if (std::filesystem::is_directory(path, ignored))
         throw JobError(JobError::Failed, path + ": is a folder");
+    // opening one by its name waits for a writer; those that a shell makes for a command's output have one
+    if (std::filesystem::is_fifo(path, ignored) && !path.starts_with("/dev/fd/"))
+        throw JobError(JobError::Failed, path + ": is a pipe, and a cut list is a file");
     std::ifstream in(path, std::ios::binary);
     if (!in.is_open())
         throw JobError(JobError::Failed, path + ": " + std::strerror(errno));

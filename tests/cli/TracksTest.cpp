@@ -85,6 +85,29 @@ TEST_F(Tracks, AndFileSayWhatIsAskedFor)
               std::string::npos);
 }
 
+TEST_F(Tracks, OfChapterTextsAreChapters)
+{
+    ASSERT_EQ(Run("repack film.mkv film.mp4 --tracks v:0,a:0").status, 0);
+    EXPECT_EQ(Run("repack film.mp4 again.mp4").err, "");
+    EXPECT_EQ(Ask("-show_entries chapter_tags=title again.mp4"), "one ");
+}
+
+// Chapters that begin a little before their first picture, as in files whose first picture is not at 0.
+TEST_F(Tracks, ArePartedAtTheFirstPictureOfAChapter)
+{
+    std::ofstream(folder / "d.txt")
+        << ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=780\ntitle=a\n[CHAPTER]\n"
+           "TIMEBASE=1/1000\nSTART=780\nEND=1000\ntitle=b\n[CHAPTER]\nTIMEBASE=1/1000\n"
+           "START=1000\nEND=2000\ntitle=c\n";
+    Make("ffmpeg -v error -i film.mkv -i d.txt -map 0:v:0 -map_chapters 1 -c copy d.mkv");
+    const Outcome parted = Run("repack d.mkv '{title}.mkv' --split-chapters");
+    EXPECT_EQ(parted.status, 0) << parted.err;
+    EXPECT_NE(parted.err.find("the chapter \"c\" at 0:00:00.995000 has no key frame of its own"), std::string::npos)
+        << parted.err;
+    EXPECT_EQ(Ask("-count_packets -show_entries stream=nb_read_packets b.mkv"), "30 ");
+    EXPECT_FALSE(fs::exists(folder / "c.mkv"));
+}
+
 TEST_F(Tracks, AreCopiedWhereNothingIsToBeDone)
 {
     const json report = Report("convert film.mkv quiet.mkv --video copy --af volume=gain=0.5 --tracks v,a:0");
