@@ -31,11 +31,25 @@ avTime UsualDuration(const TrackInfo& track)
 
 TrackTimes::TrackTimes(const TrackInfo& track, avTime origin, ClockJumps* jumps)
     : type(track.type), parameters(track.parameters), amr(track.parameters->codec_id), end(track.end),
+      repair(
+          {{track.timeBaseNum, track.timeBaseDen}, UsualDuration(track), type == MediaType::Video, jumps != nullptr}),
       clock(AVRational{track.timeBaseNum, track.timeBaseDen}, origin, jumps), usual(UsualDuration(track))
 {
 }
 
 void TrackTimes::Push(PacketPtr packet)
+{
+    repair.Push(std::move(packet));
+    PullMended();
+}
+
+void TrackTimes::PullMended()
+{
+    while (PacketPtr packet = repair.Pull())
+        Time(std::move(packet));
+}
+
+void TrackTimes::Time(PacketPtr packet)
 {
     TimedPacket timed{std::move(packet)};
     if (!Convert(timed))
@@ -80,6 +94,8 @@ void TrackTimes::Place(TimedPacket&& timed)
 
 void TrackTimes::Finish()
 {
+    repair.Finish();
+    PullMended();
     if (order)
     {
         order->Finish();
@@ -103,6 +119,7 @@ SP<Proc::DataPacketFF> TrackTimes::Pull()
 
 void TrackTimes::Reset(bool atStart, avTime near)
 {
+    repair.Reset(atStart);
     clock.Reset(atStart, near);
     if (order)
         order->Reset();

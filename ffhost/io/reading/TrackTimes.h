@@ -3,6 +3,7 @@
 #include "ffhost/io/MediaInfo.h"
 #include "ffhost/io/reading/AmrBlock.h"
 #include "ffhost/io/reading/DisplayOrder.h"
+#include "ffhost/io/reading/StampRepair.h"
 #include "ffhost/io/reading/TrackClock.h"
 #include "media/items/DataPacketFF.h"
 
@@ -28,12 +29,15 @@ public:
     /// As TrackClock's.
     void Reset(bool atStart, avTime near = NoTime);
 
-    /// Clock jumps that this track met first, and packets that could not be placed in time, since the beginning.
-    long long GetDamagedCount() const { return damaged; }
+    /// Since the beginning: clock jumps that this track met first, packets whose times were mended, and those that
+    /// could not be placed in time.
+    long long GetDamagedCount() const { return damaged + repair.GetCount(); }
 
 private:
     /// The packet's decoding time is one that can't be.
     bool IsGuessed(const AVPacket& packet) const;
+    void PullMended();
+    void Time(PacketPtr packet);
     bool Convert(TimedPacket& timed);
     void PlaceFrames(const TimedPacket& block);
     void Place(TimedPacket&& timed);
@@ -50,6 +54,7 @@ private:
     const std::shared_ptr<const AVCodecParameters> parameters;
     const AmrBlock amr;
     const avTime end; // of what is shown; NoTime while that is being measured
+    StampRepair repair;
     TrackClock clock;
     avTime usual;                        // duration of a packet where the container tells none; 0 when unknown
     std::unique_ptr<DisplayOrder> order; // made at the first picture without a PTS
