@@ -78,6 +78,7 @@ void AudioDecoder::Reset(avTime newTarget)
     target = newTarget;
     closed = 0;
     lastClosed = 0;
+    repeated = 0;
     drained = false;
 }
 
@@ -124,20 +125,38 @@ int64_t AudioDecoder::Place(avTime time, int sampleCount)
     if (clock.GetTime() == NoTime)
         return PlaceFirst(time, sampleCount);
     const avTime off = MeasureOff(time);
+    if (off >= -TOLERANCE)
+        repeated = 0;
     if (off >= -TOLERANCE && off <= TOLERANCE)
         return 0;
-    // A time past the track's end or so far back is wrong: the sound goes on where it was.
-    const avTime duration = AddTime(GetDuration(), closed);
-    if (off < -LONGEST_OVERLAP || (off > 0 && duration != NoTime && time > duration))
+    // The sound goes on where it was.
+    if (IsWrong(time, off))
     {
         ++misplacedCount;
         return 0;
     }
+    if (off < 0)
+        return DropRepeated(-off, sampleCount);
     if (off > gaps.longest)
         CloseGap(off);
-    else if (off > 0)
+    else
         AddSilence(off);
-    return off > 0 ? 0 : std::min<int64_t>(Duration2SampleCount(-off, info.GetSampleRate()), sampleCount);
+    return 0;
+}
+
+// Past the track's end, further back than what comes twice, or standing still, so that everything would come twice.
+bool AudioDecoder::IsWrong(avTime time, avTime off) const
+{
+    const avTime duration = AddTime(GetDuration(), closed);
+    return off > 0 ? duration != NoTime && time > duration
+                   : off < -LONGEST_OVERLAP || repeated >= Duration2SampleCount(LONGEST_OVERLAP, info.GetSampleRate());
+}
+
+int64_t AudioDecoder::DropRepeated(avTime length, int sampleCount)
+{
+    const int64_t dropped = std::min<int64_t>(Duration2SampleCount(length, info.GetSampleRate()), sampleCount);
+    repeated += dropped;
+    return dropped;
 }
 
 int64_t AudioDecoder::PlaceFirst(avTime time, int sampleCount)

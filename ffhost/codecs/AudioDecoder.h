@@ -19,9 +19,10 @@ namespace Tessor::Host
 ///
 /// Blocks abut exactly, and their times follow the samples: the clock starts at the first packet's time, and the times
 /// of later packets only correct it where they are off by more than rounding and jitter. A gap is filled with silence
-/// then, and what comes twice is dropped, so that the sound stays with the pictures. Priming that the container tells
-/// is dropped, and so is what lies before time 0. A gap that is longer than the limit is closed instead: a wrong time
-/// would write silence for hours. All that follows comes earlier by it, until times are back where they were before.
+/// then, and what comes twice is dropped, so that the sound stays with the pictures; more in a row than can come twice
+/// is sound whose times stand still, and goes on. Priming that the container tells is dropped, and so is what lies
+/// before time 0. A gap that is longer than the limit is closed instead: a wrong time would write silence for hours.
+/// All that follows comes earlier by it, until times are back where they were before.
 ///
 /// A seek is exact: decoding begins early enough for codecs whose packets lean on those before them, and the first
 /// block begins with the sample at the target.
@@ -63,6 +64,8 @@ private:
     int64_t PlaceFirst(avTime time, int sampleCount);
     /// How far a packet's time lies after the end of the sound, closed gaps left out; below 0 before it.
     avTime MeasureOff(avTime time);
+    bool IsWrong(avTime time, avTime off) const;
+    int64_t DropRepeated(avTime length, int sampleCount);
     void CloseGap(avTime length);
     void AddSilence(avTime length);
     void AddBlock(const AVFrame& decoded, int64_t skipped);
@@ -86,6 +89,7 @@ private:
     avTime target = 0;             // what lies before it is dropped
     std::atomic<avTime> closed{0}; // gaps since the last seek: what times are late by; any thread asks for the length
     avTime lastClosed = 0;         // the last one of them; 0 once it has turned out to be none
+    int64_t repeated = 0;          // samples dropped since times agreed last
     bool drained = false;          // the source has ended and the decoder has been emptied
     unsigned long blockCount = 0;  // statistics
     unsigned long misplacedCount = 0; // statistics: frames whose time could not be followed

@@ -30,6 +30,11 @@ constexpr AVRational MICROSECONDS = {1, SECOND};
 /// When neither packets nor neighbours tell.
 constexpr avTime DEFAULT_DURATION = 40 * MILLISECOND;
 
+/// Pictures nearer to the one before than this part of their duration stand where it stands; more of them in a row than
+/// this have times that stand still, and are shown one after the other.
+constexpr int CROWDED_PART = 16;
+constexpr int MOST_CROWDED = 8;
+
 SP<IFormatCodecVideo> CloneVideoFormat(const SP<IStreamRaw>& source)
 {
     const SP<Conf::IFormatCodec> format = source->GetFormatCodec();
@@ -112,6 +117,7 @@ void Decoder::Reset()
     fresh = true;
     drained = false;
     lastStart = lastEnd = newestTime = NoTime;
+    crowded = 0;
 }
 
 SP<IDataVideo> Decoder::ReadInternal()
@@ -192,8 +198,8 @@ void Decoder::Deliver(const AVFrame& decoded)
     lastPicture = decoded.data[0];
     traits.Settle(*picture);
     const SP<DataVideoFF> frame = DataVideoFF::Create(picture.release());
-    frame->SetPTS(FindPlace(time));
     frame->SetDuration(GetFrameDuration(decoded));
+    frame->SetPTS(FindPlace(time, frame->GetDuration()));
     lastStart = frame->GetPTS();
     lastEnd = lastStart + frame->GetDuration();
     ready.push_back(frame);
@@ -213,14 +219,19 @@ void Decoder::SetApart(AVFrame& picture)
     lastDistinct = Share(picture, false);
 }
 
-avTime Decoder::FindPlace(avTime time)
+avTime Decoder::FindPlace(avTime time, avTime duration)
 {
     if (time == NoTime)
         return lastEnd == NoTime ? 0 : lastEnd;
     disorderedCount += time < newestTime;
     newestTime = std::max(newestTime, time);
+    if (lastStart == NoTime)
+        return time;
+    crowded = time - lastStart <= duration / CROWDED_PART ? crowded + 1 : 0;
+    if (crowded > MOST_CROWDED)
+        return lastEnd;
     // Out of order in a damaged stream: right after the one before, so that those that follow keep their places.
-    return lastStart == NoTime ? time : std::max(time, lastStart + 1);
+    return std::max(time, lastStart + 1);
 }
 
 // The packet's word, or the stream's. It holds for the last frame alone, for all others reach to the next one.

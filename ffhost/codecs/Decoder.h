@@ -18,7 +18,8 @@ namespace Tessor::Host
 /// above 0; frames abut exactly, each reaching to the next one. After a seek of the source decoding starts afresh; at
 /// its end the decoder is drained, so that no reordered picture is lost. Damaged pictures are delivered and counted,
 /// packets that can't be decoded are counted and left out. So are pictures counted whose times contradict the order in
-/// which they are shown: they are delivered right after the one before.
+/// which they are shown: they are delivered right after the one before, and where times stand still one after the
+/// other.
 ///
 /// When the first packet after a seek has a lead-in (PacketFacts), that is decoded first and its pictures are dropped:
 /// leading pictures of an open group are then whole.
@@ -68,7 +69,7 @@ private:
     void SendLeadIn(const Proc::IDataPacket& packet);
     void TakeFrames();
     void Deliver(const AVFrame& decoded);
-    avTime FindPlace(avTime time);
+    avTime FindPlace(avTime time, avTime duration);
     avTime GetFrameDuration(const AVFrame& decoded) const;
 
     const SP<Conf::IFormatCodecVideo> format;
@@ -83,6 +84,7 @@ private:
     avTime lastStart = NoTime;               // of the picture decoded last
     avTime lastEnd = NoTime;                 // where one without a time starts
     avTime newestTime = NoTime;              // the latest that a picture has told since the last reset
+    int crowded = 0;                         // of the newest pictures, how many have the time of the one before
     FramePtr lastDistinct;                   // the picture delivered last, where pictures are to be distinct
     unsigned long decodedCount = 0;          // statistics
     long long disorderedCount = 0;           // statistics

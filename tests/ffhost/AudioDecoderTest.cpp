@@ -69,6 +69,15 @@ SP<IStreamRaw> MakePackets(const std::vector<avTime>& times)
     return SP<IStreamRaw>(new PacketList(format, packets));
 }
 
+/// Times of packets of 100 ms, of which all but the first two are one.
+std::vector<avTime> Stand(size_t count, avTime time)
+{
+    std::vector<avTime> times(count, time);
+    times[0] = 0;
+    times[1] = 100000;
+    return times;
+}
+
 } // namespace
 
 using AudioClips = testing::TestWithParam<std::string>;
@@ -124,6 +133,11 @@ TEST(AudioDecoder, FollowsTheSamplesUnlessTimesSayMore)
          4000,
          0,
          {{800, 801}, {2400, 0}, {3200, 2401}}},
+        {"what stands still comes twice for a second at most",
+         Stand(17, 900000),
+         11200,
+         0,
+         {{7199, 0}, {7200, 1601}, {7999, 2400}, {8000, 10401}, {11199, 13600}}},
         {"a late start is no silence", {500000, 600000}, 1600, 500000, {{0, 1}}},
     };
     for (const auto& [what, times, count, start, samples] : rows)

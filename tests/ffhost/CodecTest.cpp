@@ -223,4 +223,23 @@ TEST(DecoderTest, DamagedPacketsAreCountedNotFatal)
     EXPECT_GE(std::prev(decoder->GetStatistic().end())->operator[]("Damaged").GetInt64(), 3);
 }
 
+TEST(DecoderTest, PicturesWhoseTimesStandStillAreShownOneAfterTheOther)
+{
+    const SP<IEncoder> encoder = Encode(MakeFormat("h264", PixFmt::YUV420P, 0), MakePictures(PixFmt::YUV420P));
+    const Packets packets = ReadItems<IStreamRaw>(*encoder);
+    const avTime start = packets.front()->GetPTS();
+    for (size_t i = 0; i < packets.size(); ++i)
+    {
+        packets[i]->SetPTS(start + static_cast<avTime>(i) * MILLISECOND);
+        packets[i]->SetDTS(packets[i]->GetPTS());
+        packets[i]->SetDuration(40 * MILLISECOND);
+    }
+    const SP<IStreamVideo> decoder =
+        CodecFactory::Create()->CreateDecoder(SP<IStreamRaw>(new PacketList(encoder->GetFormatCodec(), packets)), "");
+    const Frames frames = ReadItems(*decoder);
+    ASSERT_EQ(frames.size(), packets.size());
+    EXPECT_EQ(frames.back()->GetPTS() - start,
+              8 * MILLISECOND + static_cast<avTime>(packets.size() - 9) * 40 * MILLISECOND);
+}
+
 } // namespace Tessor::Host::Tests
