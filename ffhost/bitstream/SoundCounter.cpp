@@ -90,15 +90,22 @@ void SoundCounter::Place(PacketPtr packet, const Sink& sink)
     int64_t missing = 0;
     if (std::abs(early) > tick / 2 + SLACK)
         missing = av_rescale_q(packet->pts, MICROSECONDS, timeBase) - base - written;
-    const int64_t longest = av_rescale_q(LONGEST_FILL, AVRational{1, 1}, timeBase);
+    const int64_t longest = av_rescale_q(LONGEST_FILL, AVRational{1, 1}, timeBase), second = longest / LONGEST_FILL;
     if (missing > longest)
     {
         // never filled: all that follows is counted from a base that is later by this
         base += missing - longest;
         missing = longest;
+        leapt = true;
+    }
+    else if (leapt && missing < -second)
+    {
+        // No sound reaches back so far: that leap was a wrong time, and what follows goes on where it stands.
+        base += std::exchange(missing, 0);
+        leapt = false;
     }
     // Silence by the second: a gap need not fit into memory at once.
-    const int64_t portion = IsLinear() ? std::max<int64_t>(1, longest / LONGEST_FILL) : 1;
+    const int64_t portion = IsLinear() ? std::max<int64_t>(1, second) : 1;
     for (; missing > 0; missing -= std::min(portion, missing))
         Hand(MakeFiller(*packet, std::min(portion, missing)), sink);
     // What comes twice. Where it is more than the packet, the next ones are late too, and lose the rest.

@@ -44,6 +44,7 @@ private:
     bool awaitsStart;     // the first packet is to come, and its time is the start
     int64_t start = 0;    // ticks to the first packet, where the container tells
     int64_t base = 0;     // ticks that are missing for good, the start among them
+    bool leapt = false;   // a gap was longer than what is filled, and may have been a wrong time
     int64_t written = 0;  // ticks handed out
 };
 

@@ -244,6 +244,25 @@ TEST(MuxerTest, EveryPacketKeepsItsTime)
     }
 }
 
+// A container that counts pictures would repeat one for as long as a wrong time says.
+TEST(MuxerTest, NoPictureIsRepeatedForHours)
+{
+    const ScratchFolder folder;
+    const RawFile::Track track = ReadRawFile(ClipPath("theora.ogv")).tracks.at(0);
+    track.packets.back()->SetPTS(track.packets.back()->GetPTS() + 7200 * SECOND);
+    track.packets.back()->SetDTS(track.packets.back()->GetPTS());
+    const std::unique_ptr<Muxer> muxer = Muxer::Create(folder / "x.ogv");
+    muxer->AddTrack(track.info, nullptr, false);
+    muxer->Open();
+    const auto write = [&]
+    {
+        for (const SP<IDataPacket>& packet : track.packets)
+            muxer->Write(0, packet);
+        muxer->Finish();
+    };
+    EXPECT_THROW(write(), Core::IOException);
+}
+
 // A reader puts the length of a block into the track's parameters; sound must survive a second copy of the file.
 TEST(MuxerTest, ACopyOfACopyKeepsTheTimesOfSoundInAvi)
 {

@@ -262,6 +262,25 @@ TEST(SoundCounterTest, StaysInPlaceOverManySeams)
     }
 }
 
+// Ten seconds of silence are what a leap of an hour costs.
+TEST(SoundCounterTest, WhatFollowsAWrongTimeIsNotLost)
+{
+    AVCodecParameters parameters{};
+    parameters.codec_type = AVMEDIA_TYPE_AUDIO;
+    parameters.codec_id = AV_CODEC_ID_PCM_S16LE;
+    parameters.sample_rate = 8000;
+    av_channel_layout_default(&parameters.ch_layout, 1);
+    SoundCounter counter(parameters, {1, 8000}, true);
+    int64_t written = 0;
+    for (const avTime time : std::vector<avTime>{0, 100000, 3600 * SECOND, 300000, 400000, 500000})
+    {
+        PacketPtr packet = MakePacket(time, AV_NOPTS_VALUE);
+        ASSERT_EQ(av_grow_packet(packet.get(), 1600), 0);
+        counter.Place(std::move(packet), [&](const PacketPtr& out) { written += out->duration; });
+    }
+    EXPECT_EQ(written, 6 * 800 + 10 * 8000);
+}
+
 TEST(InterleaverTest, WaitsForOpenTracksAndPutsVideoFirst)
 {
     Interleaver interleaver;

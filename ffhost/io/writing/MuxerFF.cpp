@@ -357,6 +357,11 @@ void MuxerFF::Flush()
     Run("what was gathered", [&] { return av_write_frame(context.get(), nullptr); });
 }
 
+void MuxerFF::Refuse(const std::string& cause)
+{
+    file->Fail(cause);
+}
+
 void MuxerFF::Finish()
 {
     for (size_t i = 0; i < tracks.size(); ++i)

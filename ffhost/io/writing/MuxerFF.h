@@ -44,6 +44,7 @@ public:
 private:
     void Hand(AVPacket& packet) override;
     void Flush() override;
+    void Refuse(const std::string& cause) override;
 
     struct Track
     {

@@ -1,5 +1,6 @@
 #include "ffhost/io/writing/TrackStages.h"
 
+#include "Fnd/Time.h"
 #include "ffhost/bitstream/SoundCounter.h"
 
 extern "C"
@@ -20,6 +21,14 @@ namespace
 
 /// By how many ticks two times may differ that were rounded apart from each other.
 constexpr int ROUNDING = 2;
+
+/// Repeats of one picture: where libavformat fills gaps itself, it takes no more.
+constexpr int64_t MOST_FILLED = 60000;
+
+avTime ToTime(int64_t ticks, AVRational timeBase)
+{
+    return av_rescale_q(ticks, timeBase, AVRational{1, SECOND});
+}
 
 /// The same of two times of a track that were rounded in the source or here.
 int64_t RoundingOf(const TrackInfo& source, AVRational timeBase)
@@ -204,14 +213,18 @@ private:
     std::optional<int64_t> end; // of what came since the last flush, from the first packet on
 };
 
-/// Where pictures are counted, and libavformat fills no gaps between them.
+/// Where pictures are counted, and libavformat fills no gaps between them. What would be filled without end is a wrong
+/// time.
 class FilledGaps final : public InnerStage
 {
 public:
-    using InnerStage::InnerStage;
+    FilledGaps(std::unique_ptr<PacketStage> next, IPacketSink& sink) : InnerStage(std::move(next)), sink(sink) {}
 
     void Push(PacketPtr packet) override
     {
+        if (end && packet->pts - *end > MOST_FILLED)
+            sink.Refuse("one picture stands for " + T2S(ToTime(packet->pts - *end, packet->time_base)) +
+                        ", too long for a container that repeats it as often as pictures come");
         if (end)
             for (int64_t time = *end; time < packet->pts; ++time)
                 next->Push(MakeEmpty(*packet, time));
@@ -220,6 +233,7 @@ public:
     }
 
 private:
+    IPacketSink& sink;
     std::optional<int64_t> end; // of the last packet, from the first one on
 };
 
@@ -265,7 +279,7 @@ std::unique_ptr<PacketStage> MakeTrackStages(const Container& container, const T
     if (container.SharesTimes() && sound)
         first = std::make_unique<GroupedSound>(std::move(first), source, parameters, sink);
     if (container.CountsPictures() && !sound)
-        first = std::make_unique<FilledGaps>(std::move(first));
+        first = std::make_unique<FilledGaps>(std::move(first), sink);
     if (container.CountsPackets() && source.type == MediaType::Video)
         first = std::make_unique<FilledStart>(std::move(first));
     return first;

@@ -4,6 +4,7 @@
 #include "ffhost/io/PacketPtr.h"
 
 #include <memory>
+#include <string>
 
 namespace Tessor::Host
 {
@@ -17,6 +18,8 @@ public:
     virtual void Hand(AVPacket& packet) = 0;
     /// What the container has gathered goes out: no packet shares a group with one that came before.
     virtual void Flush() = 0;
+    /// Throws: the container can't have what comes.
+    virtual void Refuse(const std::string& cause) = 0;
 };
 
 /// One of the stages that the packets of a track pass on their way to the container, in decoding order and with the
