@@ -49,14 +49,17 @@ void Require(const std::string& chain, Step step)
         Throw<EffectException>(TESSOR_HERE, "Filters \"" + chain + "\": " + capture.GetText(result));
 }
 
+bool IsAmong(const AVFilter& filter, std::initializer_list<const char*> names)
+{
+    return std::find(names.begin(), names.end(), std::string(filter.name)) != names.end();
+}
+
 /// A filter that can be switched off while it runs (timeline support) makes one frame of each, at its time: otherwise
 /// there would be a jump. Those named first don't; of the filters without that support the ones that people use are
 /// listed.
 bool KeepsTimes(const AVFilter& filter)
 {
-    const std::string name = filter.name;
-    const auto isAmong = [&](std::initializer_list<const char*> names)
-    { return std::find(names.begin(), names.end(), name) != names.end(); };
+    const auto isAmong = [&](std::initializer_list<const char*> names) { return IsAmong(filter, names); };
     if (isAmong({"adelay", "apad", "framestep", "shuffleframes", "tblend", "thumbnail", "tmedian"}))
         return false;
     return (filter.flags & AVFILTER_FLAG_SUPPORT_TIMELINE) != 0 ||
@@ -139,14 +142,32 @@ AvGraph::AvGraph(const std::string& chain, const GraphFormat& input)
 
 AvGraph::~AvGraph() = default;
 
-bool AvGraph::KeepsTimes(const std::string& chain)
+// Parsed, and not configured: that takes an input.
+std::vector<const AVFilter*> AvGraph::ReadFilters(const std::string& chain)
 {
-    // Parsed, and not configured: that takes an input.
     const GraphPtr scratch(Allocated(avfilter_graph_alloc()));
     Ends ends;
     Require(chain, [&] { return avfilter_graph_parse2(scratch.get(), chain.c_str(), &ends.inputs, &ends.outputs); });
-    return std::all_of(scratch->filters, scratch->filters + scratch->nb_filters,
-                       [](const AVFilterContext* filter) { return Host::KeepsTimes(*filter->filter); });
+    std::vector<const AVFilter*> filters;
+    for (unsigned i = 0; i < scratch->nb_filters; ++i)
+        filters.push_back(scratch->filters[i]->filter);
+    return filters;
+}
+
+bool AvGraph::KeepsTimes(const std::string& chain)
+{
+    const std::vector<const AVFilter*> filters = ReadFilters(chain);
+    return std::all_of(filters.begin(), filters.end(),
+                       [](const AVFilter* filter) { return Host::KeepsTimes(*filter); });
+}
+
+bool AvGraph::MakesSteps(const std::string& chain)
+{
+    const std::vector<const AVFilter*> filters = ReadFilters(chain);
+    return std::any_of(filters.begin(), filters.end(),
+                       [](const AVFilter* filter) {
+                           return IsAmong(*filter, {"fps", "framerate", "minterpolate"});
+                       });
 }
 
 /// Null where the input's format is refused.

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Fnd/Export.h"
 #include "ffhost/codecs/AvCodec.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
+struct AVFilter;
 struct AVFilterContext;
 struct AVFilterGraph;
 
@@ -41,6 +44,8 @@ public:
     /// that are not known for it. Throws EffectException with FFmpeg's reason where the text is no chain of filters
     /// that exist, with values that they take. Whether they take an input is not known before there is one.
     static bool KeepsTimes(const std::string& chain);
+    /// Whether a chain fills time with pictures of its own in equal steps, however few go in. Throws the same.
+    TESSOR_API static bool MakesSteps(const std::string& chain);
 
     /// A null frame is the end: after it the chain gives what it still holds.
     void Push(FramePtr frame);
@@ -56,6 +61,7 @@ private:
     using GraphPtr = std::unique_ptr<AVFilterGraph, Deleter>;
     struct Ends;
 
+    static std::vector<const AVFilter*> ReadFilters(const std::string& chain);
     AVFilterContext* MakeSource();
     AVFilterContext* MakeSink();
     void CheckEnds(const Ends& ends) const;

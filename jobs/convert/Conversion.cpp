@@ -2,12 +2,14 @@
 
 #include "Fnd/Exception.h"
 #include "Fnd/Plural.h"
+#include "Proc/Settings/SettingsAVFilter.h"
 #include "Proc/Settings/SettingsColorspaceConverter.h"
 #include "Proc/Settings/SettingsFilterFrameRate.h"
 #include "Proc/Settings/SettingsResizer.h"
 #include "effects/IOneInputEffect.h"
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/codecs/CodecFactory.h"
+#include "ffhost/effects/AvGraph.h"
 #include "ffhost/streams/FieldJoiner.h"
 #include "ffhost/streams/PictureGaps.h"
 #include "ffhost/streams/ReadAhead.h"
@@ -41,6 +43,13 @@ bool IsTransparent(const Host::TrackInfo& track)
 {
     return std::any_of(track.tags.begin(), track.tags.end(),
                        [](const auto& tag) { return tag.first == Host::TRANSPARENCY_TAG && tag.second == "1"; });
+}
+
+/// Whether it fills time with pictures of its own.
+bool MakesSteps(const Settings& filter)
+{
+    const auto* chain = dynamic_cast<const SettingsAVFilter*>(&filter);
+    return chain ? Host::AvGraph::MakesSteps(chain->graph) : filter.GetClassId() == SettingsFilterFrameRate::CLASS_ID;
 }
 
 bool HasAlpha(const Conf::IFormatCodecVideo& format)
@@ -274,9 +283,10 @@ SP<IStreamVideo> Conversion::Filter(const SP<IStreamVideo>& stream, int index,
 SP<IStreamVideo> Conversion::MakeStep(const FilterStep& step, SP<IStreamVideo> stream,
                                       const std::shared_ptr<Counts>& counts) const
 {
+    if (MakesSteps(*step.settings))
+        stream = Host::PictureGaps::Create(stream, LimitGaps(counts));
     if (step.settings->GetClassId() != SettingsFilterFrameRate::CLASS_ID)
         return MakeFilter(step, stream, factories);
-    stream = Host::PictureGaps::Create(stream, LimitGaps(counts));
     stream = Host::Tap<IStreamVideo>::Create(stream, [counts](const SP<IDataVideo>&) { ++counts->before; });
     stream = MakeFilter(step, stream, factories);
     return Host::Tap<IStreamVideo>::Create(stream,

@@ -45,6 +45,30 @@ protected:
     }
 };
 
+// One wrong time is seen as what a careless multiplexer makes of it: all that follows stands still there.
+TEST_F(Convert, WrongTimesCostNothingAndGapsHaveALimit)
+{
+    Make("ffmpeg -v error -f lavfi -i testsrc2=s=64x48:r=25:d=4 -f lavfi -i sine=d=4:r=48000 -c:v mpeg4 -bf 0 "
+         "-c:a pcm_s16le in.mkv; for way in eq:10800 gte:12; do later=\"if(${way%:*}(N,50),%s+${way#*:}/TB,%s)\"; "
+         "stamps=$(printf \"setts=pts='$later':dts='$later'\" PTS PTS DTS DTS); "
+         "ffmpeg -v error -i in.mkv -c copy -bsf:v $stamps -bsf:a $stamps ${way%:*}.mkv; done");
+    // seconds of sound, and pictures, of which one may stand for the limit
+    const std::tuple<std::string, int, int, std::string> rows[] = {
+        {"eq.mkv out.mkv", 4, 100, "damaged packets"},
+        {"gte.mkv out.mkv", 4, 349, "1 gap of more than 0:00:10.000000 closed"},
+        {"gte.mkv out.mkv --max-gap 15", 16, 400, ""},
+    };
+    for (const auto& [args, seconds, pictures, told] : rows)
+    {
+        const json report = Report("convert -y --audio-encoder pcm_s16le --preset ultrafast "
+                                   "--vf \"avfilter=graph='fps=25'\" " +
+                                   args);
+        EXPECT_NEAR(report["tracks"][0]["items_out"], pictures, 1) << args;
+        EXPECT_NEAR(static_cast<double>(Samples("out.mkv").size()), seconds * 48000, 2048) << args;
+        EXPECT_NE(report["warnings"].dump().find(told), std::string::npos) << report["warnings"];
+    }
+}
+
 } // namespace
 
 // The encoder tells in the stream.
