@@ -1,4 +1,5 @@
 #include "ffhost/io/reading/StampRepair.h"
+#include "ffhost/io/reading/TrackClock.h"
 
 extern "C"
 {
@@ -67,6 +68,28 @@ TEST(StampRepairTest, OnlyWhatIsContradictedIsMended)
         long long count = 0;
         EXPECT_EQ(Mend(told, kind, clock, count), mended) << what;
         EXPECT_EQ(count, expected) << what;
+    }
+}
+
+// A wrong time is followed by those of before, a jump by its own.
+TEST(StampRepairTest, AClockThatIsBackHasNotJumped)
+{
+    const std::pair<std::vector<int64_t>, avTime> rows[] = {
+        {{4000, 4040, 2000, 4120, 4160}, 4160},
+        {{4000, 4040, 9000000, 4120, 4160}, 4160},
+        {{4000, 4040, 2000, 2040, 2080}, 4160},
+        {{4000, 4040, 9000000, 9000040, 9000080}, 4160},
+    };
+    for (const auto& [told, end] : rows)
+    {
+        ClockJumps jumps;
+        // the second track knows the jump that the first one has met
+        for (TrackClock clock : {TrackClock({1, 1000}, 0, &jumps), TrackClock({1, 1000}, 0, &jumps)})
+        {
+            for (const int64_t ticks : told)
+                clock.Follow(ticks, 40 * MILLISECOND);
+            EXPECT_EQ(clock.ToTime(told.back()), end * MILLISECOND) << told[2];
+        }
     }
 }
 

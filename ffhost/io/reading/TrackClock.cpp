@@ -6,6 +6,7 @@ extern "C"
 #include <libavutil/mathematics.h>
 }
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -17,6 +18,7 @@ namespace
 
 constexpr avTime MAX_GAP = 10 * SECOND; // a pause in a recording is shorter, a clock of another one rarely so near
 constexpr avTime MAX_FALL = 100 * MILLISECOND; // jitter of careless multiplexers stays below
+constexpr int ON_TRIAL = 8;                    // packets after a jump that may still show it to be none
 
 } // namespace
 
@@ -58,8 +60,10 @@ bool TrackClock::Follow(int64_t ticks, avTime step)
         return false;
     const avTime before = last;
     last = time;
-    if (before == NoTime || GoesOn(before, time))
+    if (before == NoTime || Returns(ticks, before) || GoesOn(before, time))
         return false;
+    trial = ON_TRIAL;
+    former = epoch;
     while (++epoch < jumps->shifts.size())
     {
         last = ToTime(ticks);
@@ -73,9 +77,24 @@ bool TrackClock::Follow(int64_t ticks, avTime step)
     return true;
 }
 
+// By the clock from before a jump just met the packet is nearer to the one before: only the times in between were
+// wrong.
+bool TrackClock::Returns(int64_t ticks, avTime before)
+{
+    const avTime old = trial > 0 ? ToTime(ticks, former) : NoTime;
+    trial = std::max(trial - 1, 0);
+    if (old == NoTime || !GoesOn(before, old) || std::abs(old - before) + MAX_FALL >= std::abs(last - before))
+        return false;
+    epoch = former;
+    last = old;
+    trial = 0;
+    return true;
+}
+
 void TrackClock::Reset(bool atStart, avTime near)
 {
     last = NoTime;
+    trial = 0;
     place = near;
     if (atStart)
         epoch = 0;

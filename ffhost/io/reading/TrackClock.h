@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fnd/Export.h"
 #include "Fnd/Time.h"
 
 extern "C"
@@ -26,8 +27,9 @@ struct ClockJumps
     std::vector<Entry> entries;    // where there are jumps and the file has been read: all of them, in order
 };
 
-/// Turns the ticks of a track into times from the file's origin, which go on where the file's clock jumps.
-class TrackClock
+/// Turns the ticks of a track into times from the file's origin, which go on where the file's clock jumps. Where a few
+/// packets after a jump it goes on from before, it was a wrong time, and nothing is moved by it.
+class TESSOR_API TrackClock
 {
 public:
     /// `jumps` is null for containers whose clock does not jump.
@@ -54,12 +56,15 @@ public:
 
 private:
     avTime ToTime(int64_t ticks, size_t passed) const;
+    bool Returns(int64_t ticks, avTime before);
 
     AVRational timeBase;
     avTime origin;
     ClockJumps* jumps;
     size_t epoch = 0;      // how many jumps this track has passed
     avTime last = NoTime;  // the time of the packet before
+    int trial = 0;         // for how many packets the newest jump may still turn out to be none
+    size_t former = 0;     // how many it had passed before that one, valid while on trial
     avTime place = NoTime; // until the first packet after a move: where the file was moved to
 };
 
