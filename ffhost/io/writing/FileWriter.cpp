@@ -1,5 +1,6 @@
 #include "ffhost/io/writing/FileWriter.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,12 +11,17 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr size_t MAX_QUEUED = 8;              // blocks, each a buffer of OutputFile's
+constexpr size_t BLOCK_SIZE = 1 << 18;        // what goes to the thread at once
+constexpr size_t MAX_QUEUED = 8;              // blocks
 constexpr size_t WRITEBACK_PORTION = 8 << 20; // bytes: large enough for a disk to write in one go
 
 } // namespace
 
-FileWriter::FileWriter(int fd, bool seekable) : fd(fd), seekable(seekable), thread([this] { Run(); }) {}
+FileWriter::FileWriter(int fd, bool seekable) : fd(fd), seekable(seekable)
+{
+    spare.reserve(MAX_QUEUED + 1); // there are no more blocks: the thread, which nobody would hear, needs no memory
+    thread = std::thread([this] { Run(); });
+}
 
 FileWriter::~FileWriter()
 {
@@ -29,29 +35,46 @@ FileWriter::~FileWriter()
 
 void FileWriter::Write(int64_t offset, const uint8_t* data, size_t size)
 {
-    Block block;
+    if (offset != gathered.offset + static_cast<int64_t>(gathered.bytes.size()))
+    {
+        HandOver();
+        gathered.offset = offset;
+    }
+    while (size > 0)
+    {
+        gathered.bytes.reserve(BLOCK_SIZE);
+        const size_t part = std::min(size, BLOCK_SIZE - gathered.bytes.size());
+        gathered.bytes.insert(gathered.bytes.end(), data, data + part);
+        data += part;
+        size -= part;
+        if (gathered.bytes.size() == BLOCK_SIZE)
+            HandOver();
+    }
+}
+
+// The next block goes on where this one ends.
+void FileWriter::HandOver()
+{
+    if (gathered.bytes.empty())
+        return;
+    Block next{.offset = gathered.offset + static_cast<int64_t>(gathered.bytes.size()), .bytes = {}};
     {
         std::unique_lock<std::mutex> lock(mutex);
         changed.wait(lock, [this] { return queue.size() < MAX_QUEUED; });
         if (!spare.empty())
         {
-            block = std::move(spare.back());
+            next.bytes = std::move(spare.back());
             spare.pop_back();
         }
-    }
-    // Copied without the lock, so that the thread takes the next block meanwhile. One thread calls: there still is
-    // room.
-    block.offset = offset;
-    block.bytes.assign(data, data + size);
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        queue.push_back(std::move(block));
+        queue.push_back(std::move(gathered));
     }
     changed.notify_all();
+    gathered = std::move(next);
 }
 
 void FileWriter::Finish()
 {
+    HandOver();
     std::unique_lock<std::mutex> lock(mutex);
     changed.wait(lock, [this] { return queue.empty(); });
 }
@@ -70,7 +93,8 @@ void FileWriter::Run()
         lock.unlock();
         WriteOut(block);
         lock.lock();
-        spare.push_back(std::move(queue.front()));
+        spare.push_back(std::move(queue.front().bytes));
+        spare.back().clear();
         queue.pop_front();
         changed.notify_all();
     }

@@ -11,8 +11,9 @@
 namespace Tessor::Host
 {
 
-/// Writes a file on a thread of its own, so that filling it and handing it to the system go on at the same time. The
-/// disk is told to begin while the file still grows, which leaves the flush at the end little to wait for.
+/// Gathers what is written into blocks, and writes these on a thread of its own, so that filling the file and handing
+/// it to the system go on at the same time. The disk is told to begin while the file still grows, which leaves the
+/// flush at the end little to wait for.
 ///
 /// Threads: one thread calls.
 class FileWriter
@@ -25,7 +26,7 @@ public:
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
 
-    /// Copies the bytes. Waits only while the thread is far behind.
+    /// Copies the bytes, once. Waits only while the thread is far behind.
     void Write(int64_t offset, const uint8_t* data, size_t size);
     /// Waits until everything is written, or has failed.
     void Finish();
@@ -39,20 +40,23 @@ private:
         std::vector<uint8_t> bytes;
     };
 
+    /// Gives the thread what is gathered, and waits for room where it is far behind.
+    void HandOver();
     void Run();
     void WriteOut(const Block& block);
     void StartWriteback(size_t written);
 
     const int fd;
     const bool seekable;
+    Block gathered;             // grows up to its full size, or until something is written elsewhere; the caller's own
     size_t unsynced = 0;        // bytes since the disk was last told to begin; the thread's own
     std::atomic<int> error = 0; // set by the thread
     std::mutex mutex;           // round what follows
     std::condition_variable changed;
-    std::deque<Block> queue;  // to be written; the front one is being written
-    std::vector<Block> spare; // written, their memory goes round
-    bool ended = false;       // the thread is to end
-    std::thread thread;       // last: it uses all of the above
+    std::deque<Block> queue;                 // to be written; the front one is being written
+    std::vector<std::vector<uint8_t>> spare; // empty, memory of blocks that are written: it goes round
+    bool ended = false;                      // the thread is to end
+    std::thread thread;                      // uses all of the above
 };
 
 } // namespace Tessor::Host

@@ -22,7 +22,7 @@ namespace Tessor::Host
 namespace
 {
 
-constexpr int BUFFER_SIZE = 1 << 18; // what goes to the writer's thread at once
+constexpr int BUFFER_SIZE = 1 << 15; // for what libavformat writes in single bytes
 
 } // namespace
 
@@ -77,8 +77,8 @@ void OutputFile::CreateContext(bool seekable)
         Fail("can't be written", ENOMEM);
     }
     context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
-    // libavformat would write packet by packet
-    context->min_packet_size = BUFFER_SIZE;
+    // past the buffer: the writer gathers, too, and each copy of a large file takes its time
+    context->direct = 1;
 }
 
 void OutputFile::StartWriter(bool seekable)
@@ -95,6 +95,7 @@ void OutputFile::StartWriter(bool seekable)
 
 // What fails on the thread shows here a few blocks later. libavformat goes on all the same; Check is what tells.
 int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
+try
 {
     OutputFile& file = *static_cast<OutputFile*>(opaque);
     if (const int error = file.writer->GetError())
@@ -103,6 +104,10 @@ int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
     file.position += size;
     file.size = std::max(file.size, file.position);
     return size;
+}
+catch (const std::bad_alloc&)
+{
+    return AVERROR(ENOMEM); // libavformat is C, and lets no exception pass
 }
 
 // Moves nothing but our position: each block takes its place along.
