@@ -115,6 +115,18 @@ TEST(StreamRawGOP, PlaysTheFirstGroupOfAQueueFromItsStart)
     }
 }
 
+TEST(StreamRawGOP, LetsGoOfAllButTheFirst)
+{
+    const SP<ScriptedRaw> source = ScriptedRaw::Create("0K 40 80");
+    PacketQueueWithGOP queue(MediaType::None);
+    EXPECT_TRUE(queue.ReadGOP(source));
+    const SP<StreamRawGOP> group(new StreamRawGOP(source, queue));
+    group->LetGo();
+    IStreamRaw& stream = *group;
+    for (const long holders : {2, 1, 1})
+        EXPECT_EQ(stream.Read()->GetRefCount(), holders);
+}
+
 TEST(StreamRawGOP, LeavesOutWhatNobodyNeeds)
 {
     const std::tuple<const char*, int, const char*> rows[] = {
