@@ -9,8 +9,10 @@ namespace Tessor::Host
 {
 
 /// Reads a stream ahead on a thread of its own, so that what stands before it and what stands after it work at the
-/// same time. At most `capacity` items wait. The thread runs from the first read to the end of the stream, a failure or
-/// the next seek. A failure is thrown by the read that would have got the item, and by all later ones until a seek.
+/// same time. At most `capacity` items wait. Who finds none, or no room, sleeps until half of them are there or gone:
+/// to wake a thread takes longer than to make a small item. The thread runs from the first read to the end of the
+/// stream, a failure or the next seek. A failure is thrown by the read that would have got the item, and by all later
+/// ones until a seek.
 ///
 /// Threads: as StreamImpl says. While the thread runs the parent belongs to it alone: whatever asks the parent for its
 /// format or statistics has to be allowed during a read.
@@ -28,13 +30,16 @@ public:
     ~ReadAhead() override { StopReading(); }
 
 private:
-    ReadAhead(const SP<Kind>& parent, size_t capacity) : Base(parent, "ReadAhead"), capacity(capacity) {}
+    ReadAhead(const SP<Kind>& parent, size_t capacity)
+        : Base(parent, "ReadAhead"), capacity(capacity), portion((capacity + 1) / 2)
+    {
+    }
 
     void Terminate() override
     {
         Base::Terminate();
         const std::lock_guard<std::mutex> lock(mutex);
-        changed.notify_all();
+        room.notify_all();
     }
     void ReleaseInternalData() override
     {
@@ -56,13 +61,15 @@ private:
     void StopReading();
 
     const size_t capacity;
-    std::mutex mutex; // guards all below but the thread itself
-    std::condition_variable changed;
-    std::deque<SP<Item>> items;   // read and not yet delivered
-    std::exception_ptr exception; // what ended the reading
-    bool ended = false;           // nothing will be put any more
-    bool stopping = false;        // the thread is to end
-    std::thread thread;           // only touched by the consumer
+    const size_t portion;          // that a sleeper waits for
+    std::mutex mutex;              // guards all below but the thread itself
+    std::condition_variable room;  // for a portion; the thread waits
+    std::condition_variable ready; // a portion, or the rest; the consumer waits
+    std::deque<SP<Item>> items;    // read and not yet delivered
+    std::exception_ptr exception;  // what ended the reading
+    bool ended = false;            // nothing will be put any more
+    bool stopping = false;         // the thread is to end
+    std::thread thread;            // only touched by the consumer
 };
 
 template <class Kind>
@@ -71,7 +78,8 @@ auto ReadAhead<Kind>::ReadInternal() -> SP<Item>
     if (!thread.joinable())
         thread = std::thread([this] { Run(); });
     std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return !items.empty() || ended; });
+    if (items.empty())
+        ready.wait(lock, [this] { return items.size() >= portion || ended; });
     if (items.empty())
     {
         if (exception)
@@ -80,7 +88,8 @@ auto ReadAhead<Kind>::ReadInternal() -> SP<Item>
     }
     const SP<Item> item = items.front();
     items.pop_front();
-    changed.notify_all();
+    if (items.size() + portion == capacity)
+        room.notify_all();
     return item;
 }
 
@@ -100,18 +109,20 @@ void ReadAhead<Kind>::Run()
     }
     const std::lock_guard<std::mutex> lock(mutex);
     ended = true;
-    changed.notify_all();
+    ready.notify_all();
 }
 
 template <class Kind>
 bool ReadAhead<Kind>::Put(const SP<Item>& item)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return items.size() < capacity || stopping || this->IsTerminated(); });
+    if (items.size() >= capacity)
+        room.wait(lock, [this] { return items.size() + portion <= capacity || stopping || this->IsTerminated(); });
     if (stopping || this->IsTerminated())
         return false;
     items.push_back(item);
-    changed.notify_all();
+    if (items.size() == portion)
+        ready.notify_all();
     return true;
 }
 
@@ -121,7 +132,7 @@ void ReadAhead<Kind>::StopReading()
     {
         const std::lock_guard<std::mutex> lock(mutex);
         stopping = true;
-        changed.notify_all();
+        room.notify_all();
     }
     if (thread.joinable())
         thread.join();

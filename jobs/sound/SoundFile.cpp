@@ -24,8 +24,8 @@ using namespace Proc;
 
 SP<IStreamAudio> ReadSoundAhead(const SP<IStreamAudio>& stream)
 {
-    // Enough to even out work that varies.
-    constexpr size_t waiting_blocks = 32;
+    // Enough to even out work that varies, and to wake a thread for many of them at once.
+    constexpr size_t waiting_blocks = 128;
     return Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
 }
 
