@@ -7,6 +7,7 @@
 #include "jobs/JobError.h"
 #include "jobs/Times.h"
 #include "jobs/TrackSelection.h"
+#include "jobs/sound/Pcm.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -35,8 +36,10 @@ size_t MuxPump::Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCo
 
 size_t MuxPump::AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info)
 {
-    return Add(Host::ReadAhead<Proc::IStreamRaw>::Create(SP<Proc::IStreamRaw>(encoder), waiting_packets), info.format,
-               info);
+    SP<Proc::IStreamRaw> stream(encoder);
+    if (!IsPcm(encoder->GetEncoderName()))
+        stream = Host::ReadAhead<Proc::IStreamRaw>::Create(stream, waiting_packets);
+    return Add(stream, info.format, info);
 }
 
 size_t MuxPump::AddSparse(Host::Demuxer& source, const Host::TrackInfo& info, Placement placement)

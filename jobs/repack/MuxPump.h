@@ -26,7 +26,7 @@ public:
     /// Host::FramedTrack does.
     size_t Add(const SP<Proc::IStreamRaw>& stream, const SP<Conf::IFormatCodec>& format, const Host::TrackInfo& info);
 
-    /// Adds a track that an encoder makes, on a thread of its own.
+    /// Adds a track that an encoder makes, on a thread of its own where that is of use.
     size_t AddEncoded(const SP<Host::TrackEncoder>& encoder, const Host::TrackInfo& info);
 
     /// What is written of a packet of a sparse track; it is asked for null after the last one.

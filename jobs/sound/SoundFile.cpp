@@ -9,6 +9,7 @@
 #include "jobs/Stopwatch.h"
 #include "jobs/TrackSelection.h"
 #include "jobs/repack/MuxPump.h"
+#include "jobs/sound/Pcm.h"
 
 extern "C"
 {
@@ -26,6 +27,8 @@ SP<IStreamAudio> ReadSoundAhead(const SP<IStreamAudio>& stream)
 {
     // Enough to even out work that varies, and to wake a thread for many of them at once.
     constexpr size_t waiting_blocks = 128;
+    if (IsPcm(stream->GetFormatCodec()->GetCodecID()))
+        return stream;
     return Host::ReadAhead<IStreamAudio>::Create(stream, waiting_blocks);
 }
 

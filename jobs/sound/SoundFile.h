@@ -16,7 +16,7 @@
 namespace Tessor::Jobs
 {
 
-/// Sound that is read on a thread of its own.
+/// Sound that is read on a thread of its own where that is of use.
 SP<Proc::IStreamAudio> ReadSoundAhead(const SP<Proc::IStreamAudio>& stream);
 
 /// Brings sound to what the encoder takes, and encodes it.
