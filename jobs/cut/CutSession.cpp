@@ -48,11 +48,27 @@ std::vector<MovedBound> FindMoved(const std::vector<Range>& before, const std::v
 /// What decoders of sound may need to have read before; nobody minds to hear it.
 constexpr avTime longest_run_in = 100 * MILLISECOND;
 
-/// Two groups: where a piece ends, and where the next one begins. An encoder uses all cores, but not all of the time.
-/// More would take much memory.
-Proc::EncodeAhead ChooseEncodeAhead()
+/// Pixels beyond which groups are encoded one at a time. Each takes 170 MB at 1080p, 80 bytes a pixel: the pictures
+/// that decoder and encoder hold, with what an encoder knows of them.
+constexpr long long large_picture = 1600LL * 900;
+
+bool HasLargePictures(const Host::MediaInfo& info)
 {
-    return {.groups = Host::GetThreadLimit() == 1 ? 1U : 2U, .bytes = 16 << 20};
+    return std::any_of(info.tracks.begin(), info.tracks.end(),
+                       [](const Host::TrackInfo& track)
+                       {
+                           const auto* video = dynamic_cast<const Conf::IFormatCodecVideo*>(track.format.get());
+                           const Conf::FrameInfo size = video ? video->GetFrameInfo() : Conf::FrameInfo();
+                           return static_cast<long long>(size.width) * size.height > large_picture;
+                       });
+}
+
+/// Two groups: where a piece ends, and where the next one begins. An encoder uses all cores, but not all of the time.
+/// More would take much memory, as two of large pictures do.
+Proc::EncodeAhead ChooseEncodeAhead(const Host::MediaInfo& info)
+{
+    const bool single = Host::GetThreadLimit() == 1 || HasLargePictures(info);
+    return {.groups = single ? 1U : 2U, .bytes = 16 << 20};
 }
 
 } // namespace
@@ -76,7 +92,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     // one thread, for encoders take several times as long
     codecs = Host::CodecFactory::Create({.wanted = wanted, .threads = 1}, request.recode);
     controller = Proc::FilterCutController::Create(intervals, codecs);
-    controller->SetEncodeAhead(ChooseEncodeAhead());
+    controller->SetEncodeAhead(ChooseEncodeAhead(GetInfo()));
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     codecs->RequireEncoders(); // what can be encoded anew is known
