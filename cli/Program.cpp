@@ -10,6 +10,7 @@
 #include "cli/options/UsageError.h"
 #include "ffhost/Log.h"
 #include "ffhost/codecs/Threads.h"
+#include "ffhost/io/StandardStreams.h"
 #include "jobs/JobError.h"
 
 #include <CLI/CLI.hpp>
@@ -19,10 +20,12 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <glog/logging.h>
 #include <iostream>
 #include <iterator>
 #include <new>
+#include <unistd.h>
 
 namespace Tessor::Cli
 {
@@ -114,8 +117,12 @@ std::vector<std::string> ListFiles(Verb& verb)
 std::string NameFile(Verb& verb, const std::string& text)
 {
     const std::vector<std::string> files = ListFiles(verb);
-    const auto isNamed = [&](const std::string& file) { return text.find(file) != text.npos; };
-    return files.empty() || std::any_of(files.begin(), files.end(), isNamed) ? text : files.front() + ": " + text;
+    const auto isNamed = [&](const std::string& file)
+    { return text.find(Host::NameInput(file)) != text.npos || text.find(Host::NameOutput(file)) != text.npos; };
+    if (files.empty() || std::any_of(files.begin(), files.end(), isNamed))
+        return text;
+    const bool onlyWrites = files.size() == 1 && files.front() == verb.GetOutput();
+    return (onlyWrites ? Host::NameOutput(files.front()) : Host::NameInput(files.front())) + ": " + text;
 }
 
 /// 0 for an empty text: no limit.
@@ -142,11 +149,14 @@ ExitCode RunLogged(Verb& verb, const CommonOptions& common)
 }
 
 // The only place where failures end; from the most to the least that is known of them.
-int RunVerb(Verb& verb, const CommonOptions& common)
+int RunVerb(Verb& verb, CommonOptions& common)
 {
     try
     {
         CatchInterrupts();
+        common.outputTaken = Host::IsStandardStream(verb.GetOutput());
+        if (common.outputTaken && common.json)
+            throw UserError(ExitCode::Usage, "standard output: takes the result or the document of --json, not both");
         Host::LimitThreads(ReadThreads(common.threads));
         return static_cast<int>(RunLogged(verb, common));
     }
@@ -214,6 +224,16 @@ int RunCommandLine(int argc, char** argv)
     return RunVerb(*verbs[static_cast<size_t>(parsed - commands.begin())], common);
 }
 
+/// What is closed would be the place of the next file that is opened, and then be read or written as if it were what
+/// was meant. So something stands there that fails.
+void FillClosedStreams()
+{
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(fd, F_GETFD) < 0)
+            // takes the lowest number that is free; left open for as long as the program runs
+            open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 /// What was to be printed, help included, is part of what was asked for.
 int FlushOutput(int status)
 {
@@ -231,6 +251,7 @@ int FlushOutput(int status)
 int RunProgram(int argc, char** argv)
 try
 {
+    FillClosedStreams();
     return FlushOutput(RunCommandLine(argc, argv));
 }
 catch (const std::exception&) // of what is done before and after a verb only memory can fail

@@ -41,9 +41,10 @@ void PrintReport(const CommonOptions& common, const std::function<Json()>& docum
     }
     if (common.quiet)
         return;
-    WriteOut(text);
+    if (!common.outputTaken)
+        WriteOut(text);
     if (common.verbose && !statistics.empty())
-        std::cout << Serialize(ToJson(statistics)) << "\n";
+        (common.outputTaken ? std::cerr : std::cout) << Serialize(ToJson(statistics)) << "\n";
     for (const std::string& warning : warnings)
         fmt::print(stderr, "tessor: warning: {}\n", Printable(warning));
 }

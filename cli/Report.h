@@ -16,7 +16,8 @@ namespace Tessor::Cli
 using Json = nlohmann::ordered_json;
 
 /// Prints what a verb found or did on standard output, as its caller wants it: the document, what `text` prints, or
-/// nothing. With -v the statistics follow. Warnings go to standard error; with a document they are part of it.
+/// nothing, as where the verb has written media there. With -v the statistics follow. Warnings go to standard error;
+/// with a document they are part of it.
 void PrintReport(const CommonOptions& common, const std::function<Json()>& document, const std::function<void()>& text,
                  const std::vector<std::string>& warnings = {}, const Jobs::Statistics& statistics = {});
 

@@ -18,7 +18,8 @@ struct CommonOptions
     bool verbose = false;
     std::string progress = "auto";
     std::string logFile;
-    std::string threads; ///< of verbs that decode or encode
+    std::string threads;      ///< of verbs that decode or encode
+    bool outputTaken = false; ///< standard output is where the media go, so that no report can be printed
 };
 
 /// A use of a verb, for its help and the manual.
@@ -37,6 +38,8 @@ public:
     /// The verb's own options; their targets live in the verb.
     virtual OptionTable GetOptions() = 0;
     virtual std::vector<Example> GetExamples() const { return {}; }
+    /// What it writes media to; empty where it writes none.
+    virtual std::string GetOutput() const { return ""; }
     /// Its help explains how times are written.
     virtual bool TakesTimes() const { return false; }
     /// Decodes or encodes, by as many threads as are asked for.

@@ -40,6 +40,7 @@ std::string DescribeError(int code)
         {AVERROR(EIO), "the device has failed (input/output error)"},
         {AVERROR(ENOSPC), "no space is left on the device"},
         {AVERROR(EFBIG), "the file grows larger than is allowed"},
+        {AVERROR(EPIPE), "nobody reads it any more"},
         {AVERROR(EISDIR), "it is a folder"},
         {AVERROR(ENOENT), "there is no such file or folder"},
     };

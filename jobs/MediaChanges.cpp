@@ -114,9 +114,9 @@ Host::MediaInfo ApplyChanges(const Host::MediaInfo& source, const MediaChanges& 
     return info;
 }
 
-std::vector<std::string> FindLosses(const MediaChanges& changes, const std::string& output)
+std::vector<std::string> FindLosses(const MediaChanges& changes, const std::string& output, const std::string& format)
 {
-    if (changes.defaults.empty() || Host::Container::Guess(output).CarriesDefaults())
+    if (changes.defaults.empty() || Host::Container::Choose(output, format).CarriesDefaults())
         return {};
     return {"not carried over: which tracks players choose"};
 }

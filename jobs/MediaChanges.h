@@ -28,7 +28,8 @@ struct MediaChanges
 /// The source as the result is to tell of it. Throws JobError.
 TESSOR_API Host::MediaInfo ApplyChanges(const Host::MediaInfo& source, const MediaChanges& changes);
 
-/// What of the changes a file of that name can't tell, beside tags and chapters, which its muxer misses; for a warning.
-std::vector<std::string> FindLosses(const MediaChanges& changes, const std::string& output);
+/// What of the changes a file of that name, or of that format, can't tell, beside tags and chapters, which its muxer
+/// misses; for a warning.
+std::vector<std::string> FindLosses(const MediaChanges& changes, const std::string& output, const std::string& format);
 
 } // namespace Tessor::Jobs

@@ -13,8 +13,8 @@ public:
     void AddOptions(OptionTable& table, Host::MuxerSettings& settings);
     /// For verbs whose output stands for one input; Read completes it.
     void AddDateOption(OptionTable& table);
-    /// Throws UserError.
-    void Read(Host::MuxerSettings& settings, const std::string& input = {}) const;
+    /// Throws UserError for what excludes each other, and for what standard input or output can't have.
+    void Read(Host::MuxerSettings& settings, const std::string& output, const std::string& input = {}) const;
 
 private:
     bool indexFirst = false, indexLast = false, keepDate = false;

@@ -62,8 +62,14 @@ public:
     OptionTable GetOptions() override
     {
         OptionTable table = {
-            {"IN", "", "the file to convert", &settings.input, {}, true, true},
-            {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
+            {"IN", "", "the file to convert; - is standard input", &settings.input, {}, true, true},
+            {"OUT",
+             "",
+             "the file to write; its name tells the container; - is standard output",
+             &settings.output,
+             {},
+             true,
+             true},
         };
         AddRangeOptions(table, settings.keep, settings.remove);
         const OptionTable more = {
@@ -104,6 +110,7 @@ public:
             {"tessor convert film.mkv loud.mkv --video copy --af volume=normalize=yes", "only the sound is encoded"}};
     }
     bool TakesTimes() const override { return true; }
+    std::string GetOutput() const override { return settings.output; }
     bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
@@ -114,7 +121,7 @@ public:
         settings.copyAudio = audioWay == "copy";
         settings.changes = changes.Read();
         settings.maxGap = gap.Read();
-        output.Read(settings.writing, settings.input);
+        output.Read(settings.writing, settings.output, settings.input);
         const ConvertReport report =
             Follow(common, "convert", [&](IProgress& progress) { return ConvertJob(settings).Run(progress); });
         PrintReport(common, report, [&] { PrintText(report); });

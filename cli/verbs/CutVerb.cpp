@@ -134,8 +134,13 @@ public:
     OptionTable GetOptions() override
     {
         OptionTable table = {
-            {"IN", "", "the file to cut", &settings.input, {}, true, true},
-            {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true},
+            {"IN", "", "the file to cut; - is standard input", &settings.input, {}, true, true},
+            {"OUT",
+             "",
+             "the file to write; its name tells the container; - is standard output",
+             &settings.output,
+             {},
+             true},
         };
         AddRangeOptions(table, settings.keep, settings.remove);
         const OptionTable more = {
@@ -181,13 +186,14 @@ public:
             {"tessor cut film.mp4 --keep start-90s --plan", "what would be copied, re-encoded and dropped, and why"}};
     }
     bool TakesTimes() const override { return true; }
+    std::string GetOutput() const override { return planOnly ? "" : settings.output; }
     bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
     {
         settings.recode = recode.Read();
         settings.changes = changes.Read();
-        output.Read(settings.writing, settings.input);
+        output.Read(settings.writing, settings.output, settings.input);
         settings.snap = ReadSnap(snap);
         if (planOnly)
             return Plan(common);

@@ -42,7 +42,7 @@ ExitCode DetectLossless(const Asked& asked, const CommonOptions& common)
                 });
     for (const LosslessFinding& track : report.tracks)
         if (!track.fault.empty())
-            throw UserError(ExitCode::Failed, fmt::format("{}: track {}: {}", input.path, track.track, track.fault));
+            throw UserError(ExitCode::Failed, fmt::format("{}: track {}: {}", report.input, track.track, track.fault));
     return report.IsLossless() ? ExitCode::Done : ExitCode::Failed;
 }
 
@@ -84,7 +84,7 @@ public:
             names.emplace_back(row.name);
         }
         OptionTable table = {{"KIND", "", help, &kind, names, false, true},
-                             {"IN", "", "the file", &input, {}, true, true}};
+                             {"IN", "", "the file; - is standard input", &input, {}, true, true}};
         AddInputOptions(table, reading);
         gap.AddOption(table);
         return table;

@@ -47,7 +47,9 @@ public:
         OptionTable table = {
             {"FILES",
              "",
-             "IN[:PERCENT]... OUT: what is mixed, each with its volume (100), and the file to write",
+             "IN[:PERCENT]... OUT: what is mixed, each with its volume (100), and the file to write; - is standard "
+             "input "
+             "or output",
              &files,
              {},
              true,
@@ -64,6 +66,7 @@ public:
     {
         return {{"tessor mix voice.wav:100 music.mp3:35 out.flac", "sounds added, each with its weight in percent"}};
     }
+    std::string GetOutput() const override { return files.size() > 1 ? files.back() : ""; }
     bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
@@ -75,7 +78,7 @@ public:
             settings.inputs.push_back(ReadInput(files[i]));
         settings.encoder = encoder.Read();
         settings.maxGap = gap.Read();
-        output.Read(settings.writing);
+        output.Read(settings.writing, settings.output);
         PrintSound(Follow(common, "mix", [&](IProgress& progress) { return MixJob(settings).Run(progress); }), common);
         return ExitCode::Done;
     }

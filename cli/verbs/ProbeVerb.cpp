@@ -136,7 +136,7 @@ public:
     }
     OptionTable GetOptions() override
     {
-        OptionTable table = {{"IN", "", "the file to examine", &settings.input, {}, true, true}};
+        OptionTable table = {{"IN", "", "the file to examine; - is standard input", &settings.input, {}, true, true}};
         AddInputOptions(table, settings.reading);
         return table;
     }

@@ -48,8 +48,14 @@ public:
     OptionTable GetOptions() override
     {
         OptionTable table = {
-            {"IN", "", "the file to read", &settings.input, {}, true, true},
-            {"OUT", "", "the file to write; its name tells the container", &settings.output, {}, true, true},
+            {"IN", "", "the file to read; - is standard input", &settings.input, {}, true, true},
+            {"OUT",
+             "",
+             "the file to write; its name tells the container; - is standard output",
+             &settings.output,
+             {},
+             true,
+             true},
             {"--split-size", "BYTES", "files of at most that size (2G, 700M), from key frame to key frame", &size},
             {"--split-time", "TIME", "files that end at the first key frame after that time (10m)", &time},
             {"--split-chapters", "", "a file for each chapter; OUT may hold {name}, {number} and {title}", &chapters},
@@ -67,11 +73,12 @@ public:
                 {"tessor repack film.mkv film.mp4 --tracks v,a:eng --title a=Original --no-tags",
                  "the pictures, and English sound with a title; nothing else is told"}};
     }
+    std::string GetOutput() const override { return settings.output; }
 
     ExitCode Run(const CommonOptions& common) override
     {
         settings.changes = changes.Read();
-        output.Read(settings.writing, settings.input);
+        output.Read(settings.writing, settings.output, settings.input);
         if (!size.empty() || !time.empty() || chapters)
             return Split(ReadSplit(), common);
         const RepackReport report =

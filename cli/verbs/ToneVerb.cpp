@@ -43,7 +43,7 @@ public:
     OptionTable GetOptions() override
     {
         OptionTable table = {
-            {"OUT", "", "the file to write", &settings.output, {}, true, true},
+            {"OUT", "", "the file to write; - is standard output", &settings.output, {}, true, true},
             {"--frequency", "HZ", "of the tone, a whole number (440)", &frequency},
             {"--duration", "TIME", "of the file (10 s)", &duration},
             {"--rate", "HZ", "samples per second (48000)", &rate},
@@ -62,6 +62,7 @@ public:
     {
         return {{"tessor tone a.flac --frequency 1000 --duration 1:30", "a minute and a half of 1 kHz"}};
     }
+    std::string GetOutput() const override { return settings.output; }
     bool Codes() const override { return true; }
 
     ExitCode Run(const CommonOptions& common) override
@@ -72,7 +73,7 @@ public:
         settings.duration = ParseLength("--duration", duration);
         settings.layout = ReadLayout(layout);
         settings.encoder = encoder.Read();
-        output.Read(settings.writing);
+        output.Read(settings.writing, settings.output);
         PrintSound(Follow(common, "tone", [&](IProgress& progress) { return ToneJob(settings).Run(progress); }),
                    common);
         return ExitCode::Done;

@@ -36,7 +36,9 @@ ContainerEntry MakeEntry(const AVOutputFormat& format)
             .title = TextOf(format.long_name),
             .extensions = {},
             .video = row ? TextOf(row->video) : NameOfEncoder(format.video_codec),
-            .audio = row ? TextOf(row->audio) : NameOfEncoder(format.audio_codec)};
+            .audio = row ? TextOf(row->audio) : NameOfEncoder(format.audio_codec),
+            .streamed = Container::Choose("", format.name).CanBeStreamed(),
+            .usual = row != nullptr};
 }
 
 template <class Visitor>

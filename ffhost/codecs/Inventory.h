@@ -17,6 +17,8 @@ struct ContainerEntry
     std::string name, title; ///< libavformat's
     std::vector<std::string> extensions;
     std::string video, audio; ///< the usual encoders; empty where it has none of a kind
+    bool streamed = false;    ///< can be written to standard output
+    bool usual = false;
 };
 
 struct EncoderEntry

@@ -8,6 +8,7 @@
 #include "ffhost/codecs/Inventory.h"
 #include "ffhost/codecs/TrackVideoSetup.h"
 #include "ffhost/io/Container.h"
+#include "ffhost/io/StandardStreams.h"
 #include "media/FFmpegCompat.h"
 
 extern "C"
@@ -25,14 +26,6 @@ namespace
 
 /// Of the terms of a rate of frames, and the least ticks of a second.
 constexpr int HIGHEST_RATE = 1000000, FINE_TICKS = 10000;
-
-Container FindContainerOf(const std::string& path)
-{
-    const Container container = Container::Guess(path);
-    if (!container.GetFormat())
-        Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
-    return container;
-}
 
 const char* UsualEncoder(const Container& container, MediaType type)
 {
@@ -172,9 +165,10 @@ bool CanBeMade(AVPixelFormat format, PixFmt source)
 
 } // namespace
 
-EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted)
+EncoderOptions ChooseEncoder(const std::string& path, const std::string& format, MediaType type,
+                             const EncoderOptions& wanted)
 {
-    const Container container = FindContainerOf(path);
+    const Container container = Container::Require(path, format);
     const char* kind = type == MediaType::Video ? "pictures" : "sound";
     EncoderOptions options = wanted;
     const char* usual = UsualEncoder(container, type);
@@ -183,7 +177,7 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
     const AVCodec* codec = avcodec_find_encoder_by_name(options.name.c_str());
     const auto refuse = [&](const std::string& why)
     {
-        Throw<CodecFactoryException>(TESSOR_HERE, path + ": " + why + "; encoders of " + kind +
+        Throw<CodecFactoryException>(TESSOR_HERE, NameOutput(path) + ": " + why + "; encoders of " + kind +
                                                       " for this container: " + ListEncoders(container, type));
     };
     if (options.name.empty())
@@ -200,18 +194,18 @@ EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const Enco
     return options;
 }
 
-void CheckEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted)
+void CheckEncoder(const std::string& path, const std::string& format, MediaType type, const EncoderOptions& wanted)
 {
-    if (wanted.name.empty() && !HasPlaceFor(path, type))
+    if (wanted.name.empty() && !HasPlaceFor(path, format, type))
         return;
-    const EncoderOptions options = ChooseEncoder(path, type, wanted);
+    const EncoderOptions options = ChooseEncoder(path, format, type, wanted);
     if (type == MediaType::Video)
         TrackVideoSetup::Check(options);
 }
 
-bool HasPlaceFor(const std::string& path, MediaType type)
+bool HasPlaceFor(const std::string& path, const std::string& format, MediaType type)
 {
-    return UsualEncoder(FindContainerOf(path), type) != nullptr;
+    return UsualEncoder(Container::Require(path, format), type) != nullptr;
 }
 
 std::vector<PixFmt> ListPixelFormats(const std::string& encoder, PixFmt source)

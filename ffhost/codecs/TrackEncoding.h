@@ -12,17 +12,19 @@
 namespace Tessor::Host
 {
 
-/// The options completed for a file of that name: its container's usual encoder, and where its header belongs. Throws
-/// CodecFactoryException for an encoder that is missing, of the other kind or that the container can't carry, with the
-/// names of those that there are.
-TESSOR_API EncoderOptions ChooseEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted);
+/// The options completed for a file in the container of that format, or without one of that name: the container's usual
+/// encoder, and where its header belongs. Throws CodecFactoryException for an encoder that is missing, of the other
+/// kind or that the container can't carry, with the names of those that there are.
+TESSOR_API EncoderOptions ChooseEncoder(const std::string& path, const std::string& format, MediaType type,
+                                        const EncoderOptions& wanted);
 
 /// Throws what ChooseEncoder and the encoder would, before there is anything to encode. A file that has no place for
 /// tracks of that kind needs no encoder.
-TESSOR_API void CheckEncoder(const std::string& path, MediaType type, const EncoderOptions& wanted);
+TESSOR_API void CheckEncoder(const std::string& path, const std::string& format, MediaType type,
+                             const EncoderOptions& wanted);
 
-/// Whether a file of that name has a place for tracks of that kind.
-TESSOR_API bool HasPlaceFor(const std::string& path, MediaType type);
+/// Whether such a file has a place for tracks of that kind.
+TESSOR_API bool HasPlaceFor(const std::string& path, const std::string& format, MediaType type);
 
 /// The pixel formats that an encoder takes and that suit a source: those with alpha for sources with alpha, where there
 /// are some; of the others all that keep what it has, but 4:2:0 for sources that are no YUV where the encoder is not

@@ -1,6 +1,8 @@
 #include "ffhost/io/Container.h"
 
+#include "Fnd/Exception.h"
 #include "ffhost/FormatCompat.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/io/writing/ProgramStream.h"
 #include "ffhost/io/writing/QuickTimeLanguage.h"
 
@@ -125,19 +127,50 @@ const std::map<std::string_view, Container::Family> Container::FAMILIES = {
     {"asf_stream", Family::Asf},
 };
 
+Container Container::Make(const AVOutputFormat* format)
+{
+    Container container;
+    // Folders of pictures and devices are no files.
+    if (!format || (format->flags & (AVFMT_NOFILE | AVFMT_NEEDNUMBER)))
+        return container;
+    container.format = format;
+    const auto family = FAMILIES.find(format->name);
+    container.family = family != FAMILIES.end() ? family->second : Family::Other;
+    return container;
+}
+
 Container Container::Guess(const std::string& path)
 {
     const std::string extension = ExtensionOf(path);
     const auto known = MUXERS.find(extension);
-    Container container;
-    container.format = known != MUXERS.end() ? av_guess_format(known->second, nullptr, nullptr)
-                                             : av_guess_format(nullptr, Lower(path).c_str(), nullptr);
+    Container container = Make(known != MUXERS.end() ? av_guess_format(known->second, nullptr, nullptr)
+                                                     : av_guess_format(nullptr, Lower(path).c_str(), nullptr));
     container.bluRay = extension == "m2ts" || extension == "mts";
-    // Folders of pictures and devices are no files.
-    if (container.format && (container.format->flags & (AVFMT_NOFILE | AVFMT_NEEDNUMBER)))
-        container.format = nullptr;
-    const auto family = container.format ? FAMILIES.find(container.format->name) : FAMILIES.end();
-    container.family = family != FAMILIES.end() ? family->second : Family::Other;
+    return container;
+}
+
+// A container that no name of a file stands for is one of parts, lists or devices.
+Container Container::Choose(const std::string& path, const std::string& name)
+{
+    if (name.empty())
+        return Guess(path);
+    for (const auto& [extension, known] : ListExtensions())
+        if (known->name == name)
+            return Make(known);
+    return {};
+}
+
+Container Container::Require(const std::string& path, const std::string& name)
+{
+    const auto fail = [&](const std::string& cause)
+    { Throw<Core::IOException>(TESSOR_HERE, NameOutput(path) + ": " + cause); };
+    Container container = Choose(path, name);
+    if (name.empty() && IsStandardStream(path))
+        fail("its container has to be named, as there is no file whose name tells it");
+    if (!container.GetFormat())
+        fail(name.empty() ? "no container of that name can be written" : "no container " + name + " can be written");
+    if (IsStandardStream(path) && !container.CanBeStreamed())
+        fail("a container of the kind " + name + " is complete only when what was written first is changed at the end");
     return container;
 }
 
@@ -162,6 +195,14 @@ std::map<std::string, const AVOutputFormat*> Container::ListExtensions()
     for (const auto& [extension, muxer] : MUXERS)
         add(extension);
     return list;
+}
+
+// What has no times is one packet after the other, but for some whose headers count them.
+bool Container::CanBeStreamed() const
+{
+    const bool bare = (format->flags & AVFMT_NOTIMESTAMPS) && !Is({"adx", "ico", "mxf", "rso", "sox", "wv"});
+    return bare || family == Family::TransportStream || family == Family::ProgramStream || IsMatroska() || IsOgg() ||
+           Is({"nut", "flv", "wav", "yuv4mpegpipe"});
 }
 
 AVDictionary* Container::MakeOptions(const AVFormatContext& context) const

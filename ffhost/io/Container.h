@@ -42,13 +42,19 @@ public:
         Presentation, ///< no presentation time; there is no other
     };
 
-    /// The container by the name of the file. Its GetFormat is null when there is none.
-    static Container Guess(const std::string& path);
+    /// The container of that name, one of libavformat's that ListExtensions knows; without one, by the name of the
+    /// file. Its GetFormat is null when there is none.
+    static Container Choose(const std::string& path, const std::string& name);
+    /// The same. Throws Core::IOException "FILE: cause" when there is none, or none that can be written there: standard
+    /// output takes only what can be streamed.
+    static Container Require(const std::string& path, const std::string& name);
 
     /// Of all containers: what names may end with, and the format that this stands for.
     static std::map<std::string, const AVOutputFormat*> ListExtensions();
 
     const AVOutputFormat* GetFormat() const { return format; }
+    /// Written from its first byte to its last one, it is whole: nothing before has to be changed at the end.
+    bool CanBeStreamed() const;
     /// Private and generic options of the muxer; the caller frees them.
     AVDictionary* MakeOptions(const AVFormatContext& context) const;
     Origin GetOrigin() const;
@@ -115,6 +121,9 @@ public:
     std::string NameLanguage(const std::string& code) const;
 
 private:
+    static Container Make(const AVOutputFormat* format);
+    static Container Guess(const std::string& path);
+
     /// Muxers that write the same but for names and limits.
     enum class Family
     {

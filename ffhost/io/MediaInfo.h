@@ -70,7 +70,7 @@ struct ChapterInfo
 /// A file as its container describes it.
 struct MediaInfo
 {
-    std::string path;
+    std::string path;      ///< as messages name it
     std::string container; ///< FFmpeg's name of the demuxer
     avTime duration = 0;   ///< of the file, never NoTime
     avTime origin = 0;     ///< the file's start time, which was subtracted from all times

@@ -10,6 +10,7 @@
 #include "ffhost/codecs/AudioDecoder.h"
 #include "ffhost/codecs/CodecFactory.h"
 #include "ffhost/effects/AvGraph.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/streams/FieldJoiner.h"
 #include "ffhost/streams/PictureGaps.h"
 #include "ffhost/streams/ReadAhead.h"
@@ -128,7 +129,7 @@ Conversion::Conversion(const ConvertSettings& settings, const IProgress& progres
       demuxer(OpenInput({settings.input, settings.reading}, progress)),
       info(ApplyChanges(demuxer->GetInfo(), settings.changes)),
       muxer(Host::Muxer::Create(settings.output, settings.writing)), pump(*muxer),
-      warnings(FindLosses(settings.changes, settings.output))
+      warnings(FindLosses(settings.changes, settings.output, settings.writing.format))
 {
     ReadCut();
     AddTracks();
@@ -173,8 +174,8 @@ void Conversion::AddTracks()
         if (track->IsDense())
             AddDense(*track);
     if (outputs.empty())
-        throw JobError(JobError::Failed, settings.input + ": there is neither picture nor sound " +
-                                             (cut ? "in the kept time" : "to convert"));
+        throw JobError(JobError::Failed,
+                       info.path + ": there is neither picture nor sound " + (cut ? "in the kept time" : "to convert"));
     for (const Host::TrackInfo* track : tracks)
         if (!track->IsDense() && HasContent(*track))
             AddSparse(*track);
@@ -212,7 +213,7 @@ bool Conversion::HasContent(const Host::TrackInfo& track)
 
 bool Conversion::HasPlace(const Host::TrackInfo& track)
 {
-    if (Host::HasPlaceFor(settings.output, track.type))
+    if (Host::HasPlaceFor(settings.output, settings.writing.format, track.type))
         return true;
     const std::string& asked = track.type == MediaType::Video ? settings.video.name : settings.audio.name;
     if (!asked.empty())
@@ -222,11 +223,16 @@ bool Conversion::HasPlace(const Host::TrackInfo& track)
     return false;
 }
 
+Host::EncoderOptions Conversion::ChooseEncoder(MediaType type, const Host::EncoderOptions& wanted) const
+{
+    return Host::ChooseEncoder(settings.output, settings.writing.format, type, wanted);
+}
+
 // What stands before a ReadAhead runs on a thread of its own: decoding on the first, filters on the second, and the
 // encoder on a third (MuxPump::AddEncoded).
 void Conversion::AddPictures(const Host::TrackInfo& track)
 {
-    const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Video, settings.video);
+    const Host::EncoderOptions options = ChooseEncoder(MediaType::Video, settings.video);
     const auto counts = std::make_shared<Counts>();
     SP<IStreamVideo> stream = DecodePictures(SourceOf(), track.index, counts);
     if (IsTransparent(track) && !HasAlpha(*stream->GetFormatCodec()))
@@ -334,7 +340,7 @@ SP<IStreamVideo> Conversion::Fit(SP<IStreamVideo> stream, const std::string& enc
 
 void Conversion::AddSound(const Host::TrackInfo& track)
 {
-    const Host::EncoderOptions options = Host::ChooseEncoder(settings.output, MediaType::Audio, settings.audio);
+    const Host::EncoderOptions options = ChooseEncoder(MediaType::Audio, settings.audio);
     const auto counts = std::make_shared<Counts>();
     SP<IStreamAudio> stream = DecodeSound(SourceOf(), track.index, counts);
     stream = Host::Tap<IStreamAudio>::Create(stream, [counts](const SP<IDataAudio>&) { ++counts->in; });
@@ -356,7 +362,7 @@ void Conversion::AddEncoded(const Host::TrackInfo& track, const SP<Host::TrackEn
 void Conversion::RequireCarried(const Host::TrackInfo& track, const char* how) const
 {
     if (!muxer->CanCarry(track))
-        throw JobError(JobError::Failed, fmt::format("{}: the container can't carry track {} ({}) {}", settings.output,
+        throw JobError(JobError::Failed, fmt::format("{}: the container can't carry track {} ({}) {}", muxer->GetPath(),
                                                      track.index, KindName(track), how));
 }
 
@@ -396,8 +402,8 @@ ConvertReport Conversion::Run(IProgress& progress)
     FinishOutput(*muxer);
 
     ConvertReport report;
-    report.input = settings.input;
-    report.output = settings.output;
+    report.input = Host::NameInput(settings.input);
+    report.output = muxer->GetPath();
     if (cut)
         report.intervals = cut->GetRanges();
     for (Output& output : outputs)

@@ -65,6 +65,7 @@ private:
                     std::shared_ptr<Counts> counts);
     bool IsCopied(const Host::TrackInfo& track) const;
     bool HasPlace(const Host::TrackInfo& track);
+    Host::EncoderOptions ChooseEncoder(MediaType type, const Host::EncoderOptions& wanted) const;
     /// Throws JobError, which tells `how` the track would have been carried.
     void RequireCarried(const Host::TrackInfo& track, const char* how) const;
     /// Whether anything of it is kept.

@@ -28,15 +28,15 @@ ConvertReport ConvertJob::Run(IProgress& progress) const
 
 void ConvertJob::Check() const
 {
-    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
+    CheckOutput(settings.output, {settings.input}, settings.writing);
     if (settings.copyVideo)
         CheckCopied("--video", settings.videoChain, settings.video);
     else if (!settings.noVideo)
-        CheckOutputEncoder(settings.output, MediaType::Video, settings.video);
+        CheckOutputEncoder(settings.output, settings.writing.format, MediaType::Video, settings.video);
     if (settings.copyAudio)
         CheckCopied("--audio", settings.audioChain, settings.audio);
     else if (!settings.noAudio)
-        CheckOutputEncoder(settings.output, MediaType::Audio, settings.audio);
+        CheckOutputEncoder(settings.output, settings.writing.format, MediaType::Audio, settings.audio);
     // groups of pictures would have to be encoded anew where the cut runs through them
     if (settings.copyVideo && !settings.noVideo && settings.Cuts())
         throw JobError(JobError::BadRequest, "pictures that are copied are cut without loss by the verb cut, not by "

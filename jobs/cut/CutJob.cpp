@@ -1,5 +1,7 @@
 #include "jobs/cut/CutJob.h"
 
+#include "ffhost/io/StandardStreams.h"
+#include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
 #include "jobs/PreviousOutput.h"
 #include "jobs/cut/CutPlan.h"
@@ -17,7 +19,7 @@ PlanReport CutJob::Plan(IProgress& progress) const
     const ListOutput list = MakeList();
     CutSession session(settings, progress);
     PlanReport report;
-    report.input = settings.input;
+    report.input = Host::NameInput(settings.input);
     report.groups = MakePlan(session, progress, report.warnings);
     report.intervals = GetKeptRanges(session.GetCut(), session.GetInfo().duration);
     for (const CutTrack& track : session.GetTracks())
@@ -32,15 +34,17 @@ PlanReport CutJob::Plan(IProgress& progress) const
 
 CutReport CutJob::Run(IProgress& progress) const
 {
-    CheckOutput(settings.output, ListInputs(), settings.writing.overwrite);
+    if (settings.verify && Host::IsStandardStream(settings.output))
+        throw JobError(JobError::BadRequest, "standard output: what is passed on can't be verified");
+    CheckOutput(settings.output, ListInputs(), settings.writing);
     const ListOutput list = MakeList();
     CutSession session(settings, progress);
     std::optional<PreviousOutput> previous;
     if (settings.verify || !settings.listOutput.empty())
         previous.emplace(settings.output);
     CutReport report = CutWriter(session, settings.output, settings.writing, settings.changes).Run(progress);
-    report.input = settings.input;
-    report.output = settings.output;
+    report.input = Host::NameInput(settings.input);
+    report.output = Host::NameOutput(settings.output);
     try
     {
         if (settings.verify)
@@ -75,6 +79,7 @@ void CutJob::Verify(CutReport& report, IProgress& progress) const
 {
     progress.BeginStage("verify");
     VerifySettings asked = VerifySettings::Of(report);
+    asked.source = settings.input;
     asked.reading = settings.reading;
     report.verdict = VerifyJob(asked).Run(progress);
 }

@@ -96,7 +96,7 @@ CutSession::CutSession(const CutSettings& request, const IProgress& progress)
     LeaveOutEmpty(true); // before the cut is widened to groups of a track that has nothing there
     JoinToController();
     codecs->RequireEncoders(); // what can be encoded anew is known
-    keepsLead = !CanCutLead(request.output);
+    keepsLead = !CanCutLead(request.output, request.writing.format);
     const std::vector<Range> exact = ranges;
     BringToKeyFrames(request.snap);
     AlignToGroups();
@@ -213,9 +213,9 @@ void CutSession::JoinToController()
 
 /// Whether the output would show or let be heard what the source hides before 0, and can do without. Where a group of
 /// pictures can't be parted there, all is kept: sound goes with its pictures.
-bool CutSession::CanCutLead(const std::string& output)
+bool CutSession::CanCutLead(const std::string& output, const std::string& format)
 {
-    if (output.empty() || ranges.front().start > 0 || Host::Container::Guess(output).CarriesEditLists())
+    if (output.empty() || ranges.front().start > 0 || Host::Container::Choose(output, format).CarriesEditLists())
         return false;
     bool hides = false;
     for (const CutTrack& track : tracks)

@@ -76,7 +76,7 @@ private:
     void SnapToPictures();
     void LeaveOutEmpty(bool video);
     void JoinToController();
-    bool CanCutLead(const std::string& output);
+    bool CanCutLead(const std::string& output, const std::string& format);
     void BringToKeyFrames(Snap snap);
     void AlignToGroups();
     bool TakesWholeGroups(const CutTrack& track) const;

@@ -1,5 +1,6 @@
 #include "jobs/detect/LosslessJob.h"
 
+#include "ffhost/io/StandardStreams.h"
 #include "jobs/InputDamage.h"
 #include "jobs/InputFile.h"
 
@@ -16,7 +17,7 @@ bool LosslessReport::IsLossless() const
 LosslessReport LosslessJob::Run(IProgress& progress) const
 {
     LosslessReport report;
-    report.input = settings.input;
+    report.input = Host::NameInput(settings.input);
     const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     const avTime duration = demuxer->GetInfo().duration;
     ReadProgress reading(progress, duration);

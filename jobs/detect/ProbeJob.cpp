@@ -59,7 +59,7 @@ ProbeReport ProbeJob::Run(IProgress& progress) const
     const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     const Host::MediaInfo& info = demuxer->GetInfo();
     ProbeReport report;
-    report.input = settings.input;
+    report.input = info.path;
     report.container = info.container;
     report.duration = info.duration;
     report.origin = info.origin;

@@ -1,6 +1,7 @@
 #include "jobs/detect/VolumeJob.h"
 
 #include "Proc/Filters/Filters/Audio/FilterVolumeDetect.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/streams/Tap.h"
 #include "host/ImplNames.h"
 #include "jobs/ReadProgress.h"
@@ -30,7 +31,7 @@ VolumeReport VolumeJob::Run(IProgress& progress) const
     ThrowIfCancelled(progress);
     progress.Finish(duration);
     VolumeReport report;
-    report.input = settings.input;
+    report.input = Host::NameInput(settings.input);
     report.peak = detector->GetPeakValue();
     report.lowLevel = detector->IsLowLevel();
     sound.Warn(settings.maxGap, report.warnings);

@@ -1,5 +1,6 @@
 #include "jobs/lists/ListOutput.h"
 
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/io/writing/OutputFile.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
@@ -42,6 +43,8 @@ ListOutput::ListOutput(const std::string& path, const std::string& formatName, c
     namespace fs = std::filesystem;
     if (path.empty())
         return;
+    if (Host::IsStandardStream(path))
+        throw JobError(JobError::BadRequest, "standard output: a cut list is written to a file");
     CheckPlace(path, others, overwrite);
     // what is not there yet is no file that could be told apart by itself
     for (const std::string& other : others)

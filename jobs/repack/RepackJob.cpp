@@ -1,5 +1,6 @@
 #include "jobs/repack/RepackJob.h"
 
+#include "ffhost/io/StandardStreams.h"
 #include "jobs/InputFile.h"
 #include "jobs/OutputFile.h"
 #include "jobs/Stopwatch.h"
@@ -28,14 +29,14 @@ void AddTracks(TrackCopier& copier, Host::Demuxer& demuxer, const std::string& w
 
 RepackReport RepackJob::Run(IProgress& progress) const
 {
-    CheckOutput(settings.output, {settings.input}, settings.writing.overwrite);
+    CheckOutput(settings.output, {settings.input}, settings.writing);
     const Stopwatch watch;
     const SP<Host::Demuxer> demuxer = OpenInput({settings.input, settings.reading}, progress);
     // nothing is decoded, and packets that nobody else holds are converted where they lie
     demuxer->KeepLeadIns(false);
     RepackReport report;
-    report.input = settings.input;
-    report.output = settings.output;
+    report.input = Host::NameInput(settings.input);
+    report.output = Host::NameOutput(settings.output);
     report.duration = demuxer->GetInfo().duration;
     TrackCopier copier(*demuxer, settings.output, settings.writing, settings.changes);
     AddTracks(copier, *demuxer, settings.tracks, report.warnings);

@@ -14,7 +14,7 @@ namespace Tessor::Jobs
 TrackCopier::TrackCopier(Host::Demuxer& source, const std::string& output, const Host::MuxerSettings& settings,
                          const MediaChanges& changes)
     : source(source), info(ApplyChanges(source.GetInfo(), changes)), muxer(Host::Muxer::Create(output, settings)),
-      pump(*muxer), warnings(FindLosses(changes, output))
+      pump(*muxer), warnings(FindLosses(changes, output, settings.format))
 {
 }
 

@@ -1,9 +1,12 @@
 #include "jobs/sound/MixJob.h"
 
 #include "Proc/Filters/Filters/Audio/IFilterAudioMixer.h"
+#include "ffhost/io/StandardStreams.h"
 #include "host/ImplNames.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
+
+#include <algorithm>
 
 namespace Tessor::Jobs
 {
@@ -44,8 +47,10 @@ void MixJob::Check() const
             throw JobError(JobError::BadRequest, "\"" + input.path + "\": a volume is at most 10000 percent");
         paths.push_back(input.path);
     }
-    CheckOutput(settings.output, paths, settings.writing.overwrite);
-    CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
+    if (std::count_if(paths.begin(), paths.end(), Host::IsStandardStream) > 1)
+        throw JobError(JobError::BadRequest, "standard input: can't be several inputs");
+    CheckOutput(settings.output, paths, settings.writing);
+    CheckOutputEncoder(settings.output, settings.writing.format, MediaType::Audio, settings.encoder);
 }
 
 } // namespace Tessor::Jobs

@@ -57,7 +57,7 @@ OpenedSound OpenSound(const Input& input, const std::string& wanted, avTime maxG
                      [&](int index) { return info.tracks[static_cast<size_t>(index)].type == MediaType::Audio; });
     if (sound == named.end())
         throw JobError(JobError::Failed,
-                       input.path + ": there is no sound" + (wanted.empty() ? "" : " in the tracks " + wanted));
+                       info.path + ": there is no sound" + (wanted.empty() ? "" : " in the tracks " + wanted));
     const auto gaps = std::make_shared<ClosedGaps>();
     const SP<IStreamAudio> stream = Host::AudioDecoder::Create(
         demuxer->GetStream(*sound), {maxGap, [gaps](avTime start, avTime length) { gaps->Add(start, length); }});
@@ -68,7 +68,7 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
                        const Host::EncoderOptions& options, const Factories& factories, IProgress& progress)
 {
     const Stopwatch watch;
-    const Host::EncoderOptions chosen = Host::ChooseEncoder(path, MediaType::Audio, options);
+    const Host::EncoderOptions chosen = Host::ChooseEncoder(path, file.format, MediaType::Audio, options);
     const SP<Host::TrackEncoder> encoder = EncodeSound(stream, chosen, factories);
 
     Host::TrackInfo blank; // no source's track: the encoder tells all there is
@@ -82,7 +82,7 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     FinishOutput(*muxer);
 
     SoundReport report;
-    report.output = path;
+    report.output = muxer->GetPath();
     report.duration = stream->GetDuration();
     report.encoder = chosen.name;
     report.rate = track.parameters->sample_rate;

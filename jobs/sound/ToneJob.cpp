@@ -50,8 +50,8 @@ SoundReport ToneJob::Run(IProgress& progress) const
 
 void ToneJob::Check() const
 {
-    CheckOutput(settings.output, {}, settings.writing.overwrite);
-    CheckOutputEncoder(settings.output, MediaType::Audio, settings.encoder);
+    CheckOutput(settings.output, {}, settings.writing);
+    CheckOutputEncoder(settings.output, settings.writing.format, MediaType::Audio, settings.encoder);
     CheckNumber("rate", settings.rate, 1000, 768000);
     CheckNumber("frequency", settings.frequency, 1, settings.rate / 2);
     CheckNumber("level", settings.level, 0.0, 1.0);

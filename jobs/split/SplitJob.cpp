@@ -1,5 +1,6 @@
 #include "jobs/split/SplitJob.h"
 
+#include "ffhost/io/StandardStreams.h"
 #include "jobs/InputFile.h"
 #include "jobs/JobError.h"
 #include "jobs/OutputFile.h"
@@ -50,7 +51,7 @@ SplitReport SplitJob::Run(IProgress& progress) const
         throw JobError(JobError::BadRequest, "pieces of their own leave no common list to write");
     const Stopwatch watch;
     SplitReport report;
-    report.input = settings.cut.input;
+    report.input = Host::NameInput(settings.cut.input);
     const std::vector<AskedRange> pieces = ReadPieces(progress, report.warnings);
     const std::vector<std::string> names = MakeNames(pieces);
     avTime written = 0;
@@ -85,12 +86,14 @@ std::vector<AskedRange> SplitJob::ReadPieces(const IProgress& progress, std::vec
 
 std::vector<std::string> SplitJob::MakeNames(const std::vector<AskedRange>& pieces) const
 {
+    if (Host::IsStandardStream(settings.cut.output))
+        throw JobError(JobError::BadRequest, "standard output: each piece needs a file of its own");
     std::vector<std::string> titles;
     std::transform(pieces.begin(), pieces.end(), std::back_inserter(titles),
                    [](const AskedRange& piece) { return piece.title; });
-    std::vector<std::string> names = NamePieces(settings.cut.output, settings.cut.input, titles);
+    std::vector<std::string> names = NamePieces(settings.cut.output, Host::NameInput(settings.cut.input), titles);
     for (const std::string& name : names)
-        CheckOutput(name, {settings.cut.input}, settings.cut.writing.overwrite);
+        CheckOutput(name, {settings.cut.input}, settings.cut.writing);
     return names;
 }
 

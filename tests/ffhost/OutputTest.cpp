@@ -171,7 +171,7 @@ TEST(ContainerTest, VideoCountsInTheSourcesTicksWhereAllTimesFit)
         track.timeBaseDen = ticks;
         track.frameRateNum = rate;
         track.start = start;
-        EXPECT_EQ(Container::Guess(name).ChooseVideoTimescale(track), expected) << name << ticks;
+        EXPECT_EQ(Container::Choose(name, "").ChooseVideoTimescale(track), expected) << name << ticks;
     }
 }
 

@@ -32,7 +32,8 @@ namespace Tessor::Host
 class TESSOR_API Demuxer : public virtual IRefCountable
 {
 public:
-    /// Throws Core::IOException "FILE: cause" for what can't be opened, is empty, a folder, or holds no stream.
+    /// The path "-" is standard input. Throws Core::IOException "FILE: cause" for what can't be opened or sought, is
+    /// empty or holds no stream.
     static SP<Demuxer> Open(const std::string& path, const DemuxerSettings& settings = {});
     /// The same file once more, read in the same way and apart from this one.
     virtual SP<Demuxer> OpenAgain() const = 0;

@@ -1,6 +1,7 @@
 #include "ffhost/io/reading/DemuxerImpl.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/io/reading/AdtsSurvey.h"
 #include "ffhost/io/reading/DurationScan.h"
 #include "ffhost/io/reading/MediaInfoBuilder.h"
@@ -18,14 +19,14 @@ SP<Demuxer> Demuxer::Open(const std::string& path, const DemuxerSettings& settin
 }
 
 DemuxerImpl::DemuxerImpl(const std::string& path, const DemuxerSettings& settings)
-    : settings(settings), pump(path, settings), info(BuildMediaInfo(pump.GetFile(), path))
+    : path(path), settings(settings), pump(path, settings), info(BuildMediaInfo(pump.GetFile(), NameInput(path)))
 {
     pump.Describe(&info);
     Survey();
     // What the survey has met by the way. Streams are numbered anew, so that all that was found before is void.
     if (pump.GetFile().LookDeeper())
     {
-        info = BuildMediaInfo(pump.GetFile(), path);
+        info = BuildMediaInfo(pump.GetFile(), NameInput(path));
         Survey();
     }
     CompleteBitRates(info, pump.GetFile().GetProgress().second);

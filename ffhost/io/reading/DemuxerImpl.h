@@ -14,7 +14,7 @@ class DemuxerImpl final : public Demuxer, private ITrackOwner, public RefCountIm
 public:
     DemuxerImpl(const std::string& path, const DemuxerSettings& settings);
 
-    SP<Demuxer> OpenAgain() const override { return Open(info.path, settings); }
+    SP<Demuxer> OpenAgain() const override { return Open(path, settings); }
     const MediaInfo& GetInfo() const override { return info; }
     SP<Proc::IStreamRaw> GetStream(int track) override;
     void SelectSparse(int track) override;
@@ -45,6 +45,7 @@ private:
     void Move();
     bool FillQueue(int track);
 
+    const std::string path;
     const DemuxerSettings settings;
     mutable boost::mutex mutex;
     PacketPump pump;

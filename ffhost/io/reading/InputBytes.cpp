@@ -1,8 +1,5 @@
 #include "ffhost/io/reading/InputBytes.h"
 
-#include "Fnd/Exception.h"
-#include "ffhost/ErrorText.h"
-
 extern "C"
 {
 #include <libavutil/error.h>
@@ -10,7 +7,7 @@ extern "C"
 }
 
 #include <cerrno>
-#include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,29 +19,16 @@ namespace
 
 constexpr int BUFFER_SIZE = 1 << 15; // as libavformat reads files itself: more costs where tracks lie far apart
 
-/// Why a file can't be read as jobs do it, in any order; empty for an ordinary one.
-std::string DescribeObstacle(const struct stat& file)
-{
-    if (S_ISREG(file.st_mode))
-        return "";
-    if (S_ISDIR(file.st_mode))
-        return "is a folder";
-    const char* const kind = S_ISFIFO(file.st_mode) ? "a pipe" : S_ISSOCK(file.st_mode) ? "a socket" : "a device";
-    return std::string("is ") + kind + ", which can't be sought";
-}
-
 } // namespace
 
-InputBytes::InputBytes(const std::string& path, const AVIOInterruptCB& interrupt, int& error)
-    : interrupt(interrupt), error(error)
+InputBytes::InputBytes(FileHandle handle, const AVIOInterruptCB& interrupt, int& error)
+    : handle(std::move(handle)), interrupt(interrupt), error(error)
 {
-    Open(path);
     uint8_t* const buffer = static_cast<uint8_t*>(av_malloc(BUFFER_SIZE));
     context = buffer ? avio_alloc_context(buffer, BUFFER_SIZE, 0, this, Read, nullptr, Seek) : nullptr;
     if (context)
         return;
     av_free(buffer);
-    close(fd);
     throw std::bad_alloc();
 }
 
@@ -53,25 +37,6 @@ InputBytes::~InputBytes()
     // libavformat may have put another buffer in the place of ours
     av_freep(&context->buffer);
     avio_context_free(&context);
-    close(fd);
-}
-
-// Asked before it is opened: to open a pipe waits for who writes to it, and to open a device may set it going.
-void InputBytes::Open(const std::string& path)
-{
-    const auto fail = [&](const std::string& cause) { Throw<Core::IOException>(TESSOR_HERE, path + ": " + cause); };
-    const auto failToOpen = [&] { fail("can't be opened: " + DescribeError(AVERROR(errno))); };
-    struct stat file = {};
-    if (stat(path.c_str(), &file) != 0)
-        failToOpen();
-    if (const std::string obstacle = DescribeObstacle(file); !obstacle.empty())
-        fail(obstacle);
-    // To libavformat an empty file is one of unknown format.
-    if (file.st_size == 0)
-        fail("is empty");
-    fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        failToOpen();
 }
 
 int InputBytes::Read(void* opaque, uint8_t* buffer, int size)
@@ -83,7 +48,7 @@ int InputBytes::Read(void* opaque, uint8_t* buffer, int size)
         return AVERROR(file.error);
     ssize_t count = -1;
     do
-        count = pread(file.fd, buffer, static_cast<size_t>(size), file.position);
+        count = pread(file.handle.Get(), buffer, static_cast<size_t>(size), file.position);
     while (count < 0 && errno == EINTR);
     if (count < 0)
         return static_cast<int>(file.Fail());
@@ -97,7 +62,7 @@ int64_t InputBytes::Seek(void* opaque, int64_t offset, int whence)
     InputBytes& file = *static_cast<InputBytes*>(opaque);
     struct stat now = {};
     whence &= ~AVSEEK_FORCE;
-    if ((whence == AVSEEK_SIZE || whence == SEEK_END) && fstat(file.fd, &now) != 0)
+    if ((whence == AVSEEK_SIZE || whence == SEEK_END) && fstat(file.handle.Get(), &now) != 0)
         return file.Fail();
     if (whence == AVSEEK_SIZE)
         return now.st_size;

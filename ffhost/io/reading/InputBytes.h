@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ffhost/io/FileHandle.h"
+
 #include <cstdint>
-#include <string>
 
 extern "C"
 {
@@ -16,10 +17,9 @@ namespace Tessor::Host
 class InputBytes
 {
 public:
-    /// Throws Core::IOException "FILE: cause" for what can't be opened, and for what can't be sought: folders, pipes,
-    /// sockets and devices. `interrupt` is asked before each read. `error`: errno of the first call that failed, 0
-    /// while all is well; after it nothing is read any more.
-    InputBytes(const std::string& path, const AVIOInterruptCB& interrupt, int& error);
+    /// `handle`: of OpenInputHandle. `interrupt` is asked before each read. `error`: errno of the first call that
+    /// failed, 0 while all is well; after it nothing is read any more.
+    InputBytes(FileHandle handle, const AVIOInterruptCB& interrupt, int& error);
     ~InputBytes();
     InputBytes(const InputBytes&) = delete;
     InputBytes& operator=(const InputBytes&) = delete;
@@ -31,12 +31,11 @@ private:
     static int Read(void* opaque, uint8_t* buffer, int size);
     static int64_t Seek(void* opaque, int64_t offset, int whence);
 
-    void Open(const std::string& path);
     int64_t Fail();
 
+    const FileHandle handle; // may share its position with others: reads bring their own
     const AVIOInterruptCB interrupt;
     int& error;
-    int fd = -1;
     int64_t position = 0; // of the next read
     AVIOContext* context = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "ffhost/io/reading/InputGate.h"
 
 #include "Fnd/Exception.h"
+#include "ffhost/io/reading/InputHandle.h"
 
 extern "C"
 {
@@ -58,7 +59,8 @@ std::string MakeUrl(const std::string& path, bool allowReferences)
 InputGate::InputGate(const std::string& path, const DemuxerSettings& settings, const AVIOInterruptCB& interrupt)
     : path(path), url(MakeUrl(path, settings.allowReferences)),
       formats(settings.formats.empty() ? ListConfined() : settings.formats), allowReferences(settings.allowReferences),
-      restricted(!settings.formats.empty()), interrupt(interrupt), bytes(path, interrupt, error)
+      restricted(!settings.formats.empty()), interrupt(interrupt),
+      bytes(OpenInputHandle(path, settings.checkpoint), interrupt, error)
 {
 }
 
@@ -86,7 +88,7 @@ int InputGate::Open(AVFormatContext* context, AVIOContext** opened, const char* 
     }
     try
     {
-        *opened = (new InputBytes(place, gate.interrupt, gate.error))->GetContext();
+        *opened = (new InputBytes(OpenInputHandle(place, nullptr), gate.interrupt, gate.error))->GetContext();
         return 0;
     }
     catch (const std::bad_alloc&)
@@ -123,7 +125,7 @@ std::string InputGate::FindPlace(const std::string& name) const
 std::string InputGate::DescribeFormatObstacle() const
 {
     int ignored = 0;
-    InputBytes again(path, interrupt, ignored);
+    InputBytes again(OpenInputHandle(path, nullptr), interrupt, ignored);
     const AVInputFormat* format = nullptr;
     if (av_probe_input_buffer2(again.GetContext(), &format, url.c_str(), nullptr, 0, 0) < 0)
         return "";

@@ -16,7 +16,7 @@ namespace Tessor::Host
 class InputGate
 {
 public:
-    /// Throws as InputBytes does.
+    /// Throws as OpenInputHandle does.
     InputGate(const std::string& path, const DemuxerSettings& settings, const AVIOInterruptCB& interrupt);
 
     /// Before it is opened; outlives the context.

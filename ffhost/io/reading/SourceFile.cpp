@@ -3,6 +3,7 @@
 #include "Fnd/Exception.h"
 #include "ffhost/ErrorText.h"
 #include "ffhost/Log.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/io/reading/ReadFailure.h"
 
 extern "C"
@@ -123,7 +124,7 @@ void SourceFile::Check(const InputGate& used) const
     if (!used.GetRefused().empty())
         Fail("refers to another file, which is not opened: " + used.GetRefused());
     if (const int error = used.GetError())
-        Throw<ReadFailure>(TESSOR_HERE, path + ": can't be read: " + DescribeError(AVERROR(error)));
+        Throw<ReadFailure>(TESSOR_HERE, NameInput(path) + ": can't be read: " + DescribeError(AVERROR(error)));
 }
 
 int SourceFile::IsInterrupted(void* file)
@@ -449,7 +450,7 @@ void SourceFile::ApplySelection()
 
 void SourceFile::Fail(const std::string& cause) const
 {
-    Throw<Core::IOException>(TESSOR_HERE, path + ": " + cause);
+    Throw<Core::IOException>(TESSOR_HERE, NameInput(path) + ": " + cause);
 }
 
 } // namespace Tessor::Host

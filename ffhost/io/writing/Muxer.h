@@ -14,7 +14,8 @@ namespace Tessor::Host
 {
 
 /// Writes a file: beside its place under a name of its own, flushed to disk and renamed when it is complete. What was
-/// not finished is removed. Throws Core::IOException "FILE: cause".
+/// not finished is removed. Standard output ("-") is written as it comes, and takes containers that can be streamed.
+/// Throws Core::IOException "FILE: cause".
 ///
 /// Packets come in decoding order a track, times in microseconds. The muxer interleaves the tracks in time order (video
 /// first on ties), keeps decoding times strictly rising and not after the presentation, and shifts all tracks by one
@@ -23,12 +24,13 @@ namespace Tessor::Host
 class TESSOR_API Muxer
 {
 public:
-    /// The container is guessed from the name of the file. Throws for a container that can't be written.
+    /// Without a format in the settings the name of the file tells the container. Throws for a container that can't be
+    /// written.
     static std::unique_ptr<Muxer> Create(const std::string& path, const MuxerSettings& settings = {});
     virtual ~Muxer() = default;
 
-    /// The file as its user named it, for messages.
-    virtual const std::string& GetPath() const = 0;
+    /// The file as messages name it.
+    virtual std::string GetPath() const = 0;
     /// Whether the container can carry the track at all.
     virtual bool CanCarry(const TrackInfo& track) const = 0;
     /// The framing that packets of the track have to come in.

@@ -74,10 +74,8 @@ std::unique_ptr<Muxer> Muxer::Create(const std::string& path, const MuxerSetting
 }
 
 MuxerFF::MuxerFF(const std::string& path, const MuxerSettings& settings)
-    : path(path), settings(settings), container(Container::Guess(path)), header(path, container)
+    : path(path), settings(settings), container(Container::Require(path, settings.format)), header(path, container)
 {
-    if (!container.GetFormat())
-        Throw<Core::IOException>(TESSOR_HERE, path + ": no container of that name can be written");
 }
 
 MuxerFF::~MuxerFF()

@@ -2,6 +2,7 @@
 
 #include "ffhost/bitstream/H264EntryRepair.h"
 #include "ffhost/io/Container.h"
+#include "ffhost/io/StandardStreams.h"
 #include "ffhost/io/writing/CountedPictures.h"
 #include "ffhost/io/writing/DtsRepair.h"
 #include "ffhost/io/writing/FileHeader.h"
@@ -27,7 +28,7 @@ public:
     MuxerFF(const std::string& path, const MuxerSettings& settings);
     ~MuxerFF() override;
 
-    const std::string& GetPath() const override { return path; }
+    std::string GetPath() const override { return NameOutput(path); }
     bool CanCarry(const TrackInfo& track) const override;
     Proc::SettingsFilterBitStream::StreamFormat GetFraming(const TrackInfo& track) const override;
     bool IsByteStream() const override { return container.IsByteStream(); }

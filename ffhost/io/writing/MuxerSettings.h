@@ -8,7 +8,8 @@ namespace Tessor::Host
 /// How a file is written.
 struct MuxerSettings
 {
-    bool overwrite = false; ///< what is at the place when the file is complete
+    std::string format = {}; ///< libavformat's name of the container; empty: the file's name tells it
+    bool overwrite = false;  ///< what is at the place when the file is complete
     /// In MP4 and its kin, on disk: the index lies before the packets, so that players need not load all of the file
     /// before they begin.
     bool indexFirst = true;

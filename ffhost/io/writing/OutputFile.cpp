@@ -2,6 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "ffhost/ErrorText.h"
+#include "ffhost/io/StandardStreams.h"
 
 extern "C"
 {
@@ -33,17 +34,20 @@ void OutputFile::ContextDeleter::operator()(AVIOContext* context) const
     avio_context_free(&context);
 }
 
-OutputFile::OutputFile(const std::string& target) : target(target)
+OutputFile::OutputFile(const std::string& path) : target(NameOutput(path))
 {
     struct stat existing = {};
     const bool exists = stat(target.c_str(), &existing) == 0;
-    if (exists && S_ISDIR(existing.st_mode))
+    if (IsStandardStream(path))
+        OpenStandardOutput();
+    else if (exists && S_ISDIR(existing.st_mode))
         Fail("can't be written", EISDIR);
-    if (exists && !S_ISREG(existing.st_mode))
+    else if (exists && !S_ISREG(existing.st_mode))
         OpenDirectly();
     else
         OpenBeside();
-    const bool seekable = lseek(handle.Get(), 0, SEEK_CUR) >= 0;
+    // a file that others write to as well, before and after us, is no place to move about in
+    const bool seekable = !IsStandardStream(path) && lseek(handle.Get(), 0, SEEK_CUR) >= 0;
     CreateContext(seekable);
     StartWriter(seekable);
 }
@@ -66,11 +70,22 @@ void OutputFile::OpenDirectly()
         Fail("can't be opened", errno);
 }
 
+void OutputFile::OpenStandardOutput()
+{
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    if (flags < 0 || (flags & O_ACCMODE) == O_RDONLY)
+        Fail("is not open for writing");
+    handle = FileHandle(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+    if (!handle.IsOpen())
+        Fail("can't be opened", errno);
+}
+
 void OutputFile::CreateContext(bool seekable)
 {
     uint8_t* buffer = static_cast<uint8_t*>(av_malloc(BUFFER_SIZE));
     if (buffer)
-        context.reset(avio_alloc_context(buffer, BUFFER_SIZE, 1, this, nullptr, WritePacket, Seek));
+        context.reset(
+            avio_alloc_context(buffer, BUFFER_SIZE, 1, this, nullptr, WritePacket, seekable ? Seek : nullptr));
     if (!context)
     {
         av_free(buffer);

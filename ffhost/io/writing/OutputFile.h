@@ -19,14 +19,14 @@ namespace Tessor::Host
 /// A file that appears at its place only when it is complete. It grows beside the target as a PartFile; Commit flushes
 /// it to disk, closes it and moves it. The destructor removes what was not committed.
 ///
-/// A target that exists and is no regular file (a device, a pipe) is written to directly.
+/// Standard output, and a target that exists and is no regular file (a device, a pipe), are written to directly.
 ///
 /// All failures are Core::IOException "FILE: cause". Writing goes on in the background, so a failed write shows
 /// late: in one of the next calls of Check, at the latest in Commit, with the cause that the system gave.
 class TESSOR_API OutputFile
 {
 public:
-    explicit OutputFile(const std::string& target);
+    explicit OutputFile(const std::string& path);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -55,6 +55,7 @@ private:
 
     void OpenBeside();
     void OpenDirectly();
+    void OpenStandardOutput();
     void CreateContext(bool seekable);
     void StartWriter(bool seekable);
 
@@ -63,7 +64,7 @@ private:
         void operator()(AVIOContext* context) const;
     };
 
-    const std::string target;                     // as the user wrote it, for messages
+    const std::string target;                     // as messages name it; the path of what is no standard stream
     std::optional<PartFile> part;                 // none for a target that is written to directly
     FileHandle handle;                            // of the part or the target; open until Commit
     std::unique_ptr<FileWriter> writer;           // while the handle is open; its thread ends before that is closed

@@ -2,7 +2,7 @@
 
 #include "Fnd/Exception.h"
 #include "Fnd/Export.h"
-#include "ffhost/io/writing/FileHandle.h"
+#include "ffhost/io/FileHandle.h"
 
 #include <functional>
 #include <optional>
