@@ -81,6 +81,14 @@ bool IsSoughtByBitRate(const AVFormatContext& context)
     return av_get_bits_per_sample(codec) > 0 && av_get_exact_bits_per_sample(codec) == 0;
 }
 
+/// Whoever writes WAVE to a pipe can't tell how long it is. Its last packet is as long as what is left, which
+/// libavformat takes for a part of one.
+bool IsLastOfUntold(const AVFormatContext& context)
+{
+    return std::string_view(context.iformat->name) == "wav" && avio_feof(context.pb) &&
+           context.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+}
+
 } // namespace
 
 void SourceFile::ContextDeleter::operator()(AVFormatContext* context) const
@@ -280,7 +288,7 @@ bool SourceFile::Takes(AVPacket& packet)
         NoteLate(packet);
     else if (IsSelected(packet.stream_index))
     {
-        damaged += (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
+        damaged += (packet.flags & AV_PKT_FLAG_CORRUPT) != 0 && !IsLastOfUntold(*context);
         ForgetGuess(packet);
         return Unpack(packet);
     }
