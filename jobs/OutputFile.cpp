@@ -87,6 +87,13 @@ void CheckOutputEncoder(const std::string& output, const std::string& format, Me
     }
 }
 
+Host::MuxerSettings Cancellable(const Host::MuxerSettings& writing, const IProgress& progress)
+{
+    Host::MuxerSettings settings = writing;
+    settings.checkpoint = [&progress] { ThrowIfCancelled(progress); };
+    return settings;
+}
+
 void FinishOutput(Host::Muxer& muxer)
 {
     try

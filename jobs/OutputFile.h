@@ -3,6 +3,7 @@
 #include "Fnd/Export.h"
 #include "ffhost/codecs/TrackEncoding.h"
 #include "ffhost/io/writing/Muxer.h"
+#include "jobs/IProgress.h"
 
 #include <string>
 #include <vector>
@@ -22,6 +23,10 @@ void CheckPlace(const std::string& output, const std::vector<std::string>& input
 /// format. Throws JobError.
 void CheckOutputEncoder(const std::string& output, const std::string& format, MediaType type,
                         const Host::EncoderOptions& options);
+
+/// The same settings for a job that may be cancelled while what reads its output is waited for. The progress outlives
+/// the muxer.
+Host::MuxerSettings Cancellable(const Host::MuxerSettings& writing, const IProgress& progress);
 
 /// Completes the file. Throws JobError as above when something has appeared at its place in the meantime.
 void FinishOutput(Host::Muxer& muxer);

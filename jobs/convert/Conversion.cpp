@@ -128,7 +128,7 @@ Conversion::Conversion(const ConvertSettings& settings, const IProgress& progres
       audioSteps(ReadFilters(settings.audioChain, MediaType::Audio)), factories(Factories::Make()),
       demuxer(OpenInput({settings.input, settings.reading}, progress)),
       info(ApplyChanges(demuxer->GetInfo(), settings.changes)),
-      muxer(Host::Muxer::Create(settings.output, settings.writing)), pump(*muxer),
+      muxer(Host::Muxer::Create(settings.output, Cancellable(settings.writing, progress))), pump(*muxer),
       warnings(FindLosses(settings.changes, settings.output, settings.writing.format))
 {
     ReadCut();

@@ -42,7 +42,8 @@ CutReport CutJob::Run(IProgress& progress) const
     std::optional<PreviousOutput> previous;
     if (settings.verify || !settings.listOutput.empty())
         previous.emplace(settings.output);
-    CutReport report = CutWriter(session, settings.output, settings.writing, settings.changes).Run(progress);
+    CutReport report =
+        CutWriter(session, settings.output, Cancellable(settings.writing, progress), settings.changes).Run(progress);
     report.input = Host::NameInput(settings.input);
     report.output = Host::NameOutput(settings.output);
     try

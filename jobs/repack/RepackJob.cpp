@@ -38,7 +38,7 @@ RepackReport RepackJob::Run(IProgress& progress) const
     report.input = Host::NameInput(settings.input);
     report.output = Host::NameOutput(settings.output);
     report.duration = demuxer->GetInfo().duration;
-    TrackCopier copier(*demuxer, settings.output, settings.writing, settings.changes);
+    TrackCopier copier(*demuxer, settings.output, Cancellable(settings.writing, progress), settings.changes);
     AddTracks(copier, *demuxer, settings.tracks, report.warnings);
     copier.Open(copier.GetInfo().chapters);
     copier.Copy(progress, report.duration);

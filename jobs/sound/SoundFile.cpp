@@ -74,7 +74,7 @@ SoundReport WriteSound(const SP<IStreamAudio>& stream, const std::string& path, 
     Host::TrackInfo blank; // no source's track: the encoder tells all there is
     blank.type = MediaType::Audio;
     const Host::TrackInfo track = Host::DescribeTrack(blank, *encoder);
-    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path, file);
+    const std::unique_ptr<Host::Muxer> muxer = Host::Muxer::Create(path, Cancellable(file, progress));
     MuxPump pump(*muxer);
     pump.AddEncoded(encoder, track);
     muxer->Open();

@@ -146,5 +146,11 @@ TEST_F(Program, APipeThatEndsEarlyIsTold)
                                        "until ls -l /proc/$!/fd | grep -q deleted; do sleep 0.01; done; "
                                        "kill -INT $!; wait $!");
     EXPECT_EQ(stopped.status, 130) << stopped.err;
+
+    // of a pipe that nobody reads, once it is full
+    const Outcome stalled = RunCommand("exec 3<>pipe; " + tessor +
+                                       "repack $S/mpeg2.vob - --format mpegts >pipe & "
+                                       "sleep 1; kill -INT $!; wait $!");
+    EXPECT_EQ(stalled.status, 130) << stalled.err;
     EXPECT_EQ(FilesLeft(), std::vector<std::string>{"pipe"});
 }

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace Tessor::Host
@@ -13,6 +15,7 @@ namespace
 
 constexpr size_t BLOCK_SIZE = 1 << 18;        // what goes to the thread at once
 constexpr size_t MAX_QUEUED = 8;              // blocks
+constexpr int PATIENCE = 100;                 // ms between two looks at whether to go on
 constexpr size_t WRITEBACK_PORTION = 8 << 20; // bytes: large enough for a disk to write in one go
 
 } // namespace
@@ -31,6 +34,12 @@ FileWriter::~FileWriter()
     }
     changed.notify_all();
     thread.join();
+}
+
+bool FileWriter::WaitForRoom(std::chrono::milliseconds patience)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    return changed.wait_for(lock, patience, [this] { return queue.size() < MAX_QUEUED; });
 }
 
 void FileWriter::Write(int64_t offset, const uint8_t* data, size_t size)
@@ -59,8 +68,7 @@ void FileWriter::HandOver()
         return;
     Block next{.offset = gathered.offset + static_cast<int64_t>(gathered.bytes.size()), .bytes = {}};
     {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [this] { return queue.size() < MAX_QUEUED; });
+        const std::lock_guard<std::mutex> lock(mutex);
         if (!spare.empty())
         {
             next.bytes = std::move(spare.back());
@@ -72,11 +80,11 @@ void FileWriter::HandOver()
     gathered = std::move(next);
 }
 
-void FileWriter::Finish()
+bool FileWriter::Finish(std::chrono::milliseconds patience)
 {
     HandOver();
     std::unique_lock<std::mutex> lock(mutex);
-    changed.wait(lock, [this] { return queue.empty(); });
+    return changed.wait_for(lock, patience, [this] { return queue.empty(); });
 }
 
 void FileWriter::Run()
@@ -103,12 +111,10 @@ void FileWriter::Run()
 // After a failure blocks are taken and dropped, so that nobody waits for room for ever. Pipes take part of a block.
 void FileWriter::WriteOut(const Block& block)
 {
-    for (size_t done = 0; done < block.bytes.size() && !error;)
+    for (size_t done = 0; done < block.bytes.size() && !error && !ended;)
     {
-        const uint8_t* const data = block.bytes.data() + done;
-        const size_t left = block.bytes.size() - done;
         const ssize_t count =
-            seekable ? pwrite(fd, data, left, block.offset + static_cast<int64_t>(done)) : write(fd, data, left);
+            WritePart(block.bytes.data() + done, block.bytes.size() - done, block.offset + static_cast<int64_t>(done));
         if (count > 0)
             done += static_cast<size_t>(count);
         else if (count == 0)
@@ -117,6 +123,18 @@ void FileWriter::WriteOut(const Block& block)
             error = errno;
     }
     StartWriteback(block.bytes.size());
+}
+
+// A pipe that says so takes PIPE_BUF bytes at once; of more it could keep us until someone reads.
+ssize_t FileWriter::WritePart(const uint8_t* data, size_t size, int64_t offset) const
+{
+    if (seekable)
+        return pwrite(fd, data, size, offset);
+    pollfd output = {fd, POLLOUT, 0};
+    if (poll(&output, 1, PATIENCE) > 0)
+        return write(fd, data, std::min<size_t>(size, PIPE_BUF));
+    errno = EINTR;
+    return -1;
 }
 
 void FileWriter::StartWriteback(size_t written)

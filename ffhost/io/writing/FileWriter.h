@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <sys/types.h>
 #include <thread>
 #include <vector>
 
@@ -26,10 +28,13 @@ public:
     FileWriter(const FileWriter&) = delete;
     FileWriter& operator=(const FileWriter&) = delete;
 
-    /// Copies the bytes, once. Waits only while the thread is far behind.
+    /// The thread may be far behind, for as long as a pipe is not read: waits for at most `patience` until there is
+    /// room for a block. Returns whether there is.
+    bool WaitForRoom(std::chrono::milliseconds patience);
+    /// Copies the bytes, once. There has to be room; what is larger than a block takes more of it.
     void Write(int64_t offset, const uint8_t* data, size_t size);
-    /// Waits until everything is written, or has failed.
-    void Finish();
+    /// Waits in the same way until everything is written, or has failed. Returns whether that is so.
+    bool Finish(std::chrono::milliseconds patience);
     /// errno of the first write that failed, after which nothing is written any more; 0 while all is well.
     int GetError() const { return error; }
 
@@ -40,10 +45,11 @@ private:
         std::vector<uint8_t> bytes;
     };
 
-    /// Gives the thread what is gathered, and waits for room where it is far behind.
+    /// Gives the thread what is gathered.
     void HandOver();
     void Run();
     void WriteOut(const Block& block);
+    ssize_t WritePart(const uint8_t* data, size_t size, int64_t offset) const;
     void StartWriteback(size_t written);
 
     const int fd;
@@ -55,8 +61,8 @@ private:
     std::condition_variable changed;
     std::deque<Block> queue;                 // to be written; the front one is being written
     std::vector<std::vector<uint8_t>> spare; // empty, memory of blocks that are written: it goes round
-    bool ended = false;                      // the thread is to end
-    std::thread thread;                      // uses all of the above
+    std::atomic<bool> ended = false; // the thread is to end; also asked without the mutex, in the middle of a block
+    std::thread thread;              // last: it uses all of the above
 };
 
 } // namespace Tessor::Host

@@ -189,7 +189,7 @@ MuxerFF::Track MuxerFF::MakeTrack(const TrackInfo& source, const SP<Conf::IForma
 void MuxerFF::Open()
 {
     context = header.MakeContext();
-    file = std::make_unique<OutputFile>(path);
+    file = std::make_unique<OutputFile>(path, settings.checkpoint);
     if (!settings.datesOf.empty())
         file->TakeDates(settings.datesOf);
     context->pb = file->GetContext();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace Tessor::Host
@@ -14,6 +15,9 @@ struct MuxerSettings
     /// before they begin.
     bool indexFirst = true;
     std::string datesOf = {}; ///< a file whose dates the new one gets; empty: none
+    /// Comes while what reads the output, at the other end of a pipe, is waited for. What it throws ends the writing.
+    /// Outlives the muxer.
+    std::function<void()> checkpoint = nullptr;
 };
 
 } // namespace Tessor::Host

@@ -24,6 +24,7 @@ namespace
 {
 
 constexpr int BUFFER_SIZE = 1 << 15; // for what libavformat writes in single bytes
+constexpr std::chrono::milliseconds PATIENCE(100);
 
 } // namespace
 
@@ -34,7 +35,8 @@ void OutputFile::ContextDeleter::operator()(AVIOContext* context) const
     avio_context_free(&context);
 }
 
-OutputFile::OutputFile(const std::string& path) : target(NameOutput(path))
+OutputFile::OutputFile(const std::string& path, std::function<void()> checkpoint)
+    : target(NameOutput(path)), checkpoint(std::move(checkpoint))
 {
     struct stat existing = {};
     const bool exists = stat(target.c_str(), &existing) == 0;
@@ -108,6 +110,21 @@ void OutputFile::StartWriter(bool seekable)
     }
 }
 
+// It is C that calls, so that no exception may pass: Check throws it.
+bool OutputFile::WaitForRoom()
+try
+{
+    while (!interruption && !writer->WaitForRoom(PATIENCE))
+        if (checkpoint)
+            checkpoint();
+    return !interruption;
+}
+catch (...)
+{
+    interruption = std::current_exception();
+    return false;
+}
+
 // What fails on the thread shows here a few blocks later. libavformat goes on all the same; Check is what tells.
 int OutputFile::WritePacket(void* opaque, uint8_t* data, int size)
 try
@@ -115,6 +132,8 @@ try
     OutputFile& file = *static_cast<OutputFile*>(opaque);
     if (const int error = file.writer->GetError())
         return AVERROR(error);
+    if (!file.WaitForRoom())
+        return AVERROR_EXIT;
     file.writer->Write(file.position, data, static_cast<size_t>(size));
     file.position += size;
     file.size = std::max(file.size, file.position);
@@ -138,6 +157,8 @@ int64_t OutputFile::Seek(void* opaque, int64_t offset, int whence)
 
 void OutputFile::Check() const
 {
+    if (interruption)
+        std::rethrow_exception(interruption);
     if (const int error = writer ? writer->GetError() : 0)
         Fail("can't be written", error);
     if (context && context->error < 0)
@@ -155,7 +176,9 @@ void OutputFile::TakeDates(const std::string& file)
 int OutputFile::Complete()
 {
     avio_flush(context.get());
-    writer->Finish();
+    while (!interruption && !writer->Finish(PATIENCE))
+        if (checkpoint)
+            checkpoint();
     Check();
     return part ? part->GetHandle() : -1;
 }

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 #include <ctime>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,7 +28,8 @@ namespace Tessor::Host
 class TESSOR_API OutputFile
 {
 public:
-    explicit OutputFile(const std::string& path);
+    /// `checkpoint` is asked while a pipe is waited for; what it throws comes out of Check, Complete and Commit.
+    explicit OutputFile(const std::string& path, std::function<void()> checkpoint = nullptr);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -50,6 +53,7 @@ private:
     /// The same by errno, with what could not be done.
     [[noreturn]] void Fail(const std::string& what, int error) const;
 
+    bool WaitForRoom();
     static int WritePacket(void* opaque, uint8_t* data, int size);
     static int64_t Seek(void* opaque, int64_t offset, int whence);
 
@@ -64,7 +68,9 @@ private:
         void operator()(AVIOContext* context) const;
     };
 
-    const std::string target;                     // as messages name it; the path of what is no standard stream
+    const std::string target; // as messages name it; the path of what is no standard stream
+    const std::function<void()> checkpoint;
+    std::exception_ptr interruption;              // what the checkpoint threw while libavformat wrote; none: go on
     std::optional<PartFile> part;                 // none for a target that is written to directly
     FileHandle handle;                            // of the part or the target; open until Commit
     std::unique_ptr<FileWriter> writer;           // while the handle is open; its thread ends before that is closed
