@@ -217,7 +217,8 @@ AVDictionary* Container::MakeOptions(const AVFormatContext& context) const
     if (IsMov())
         av_dict_set(&options, "movie_timescale", "90000", 0);
     // Sizes of WAV end at 4 GiB; what becomes larger is written as RF64 (EBU Tech 3306).
-    if (Is({"wav"}))
+    // Which of them it is stands at the start: on its way through a pipe it is WAV of no known length.
+    if (Is({"wav"}) && context.pb && (context.pb->seekable & AVIO_SEEKABLE_NORMAL))
         av_dict_set(&options, "rf64", "auto", 0);
     // The distance between a packet's arrival and its decoding, from which multiplexes derive their clock.
     if (family == Family::TransportStream || family == Family::ProgramStream)

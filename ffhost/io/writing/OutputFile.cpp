@@ -94,8 +94,9 @@ void OutputFile::CreateContext(bool seekable)
         Fail("can't be written", ENOMEM);
     }
     context->seekable = seekable ? AVIO_SEEKABLE_NORMAL : 0;
-    // past the buffer: the writer gathers, too, and each copy of a large file takes its time
-    context->direct = 1;
+    // past the buffer: the writer gathers, too, and each copy of a large file takes its time. What can't be sought has
+    // only the buffer for sizes that muxers fill in after what they measure.
+    context->direct = seekable;
 }
 
 void OutputFile::StartWriter(bool seekable)
