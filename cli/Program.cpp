@@ -242,6 +242,8 @@ int FlushOutput(int status)
     const bool flushed = std::fflush(stdout) == 0 && !std::ferror(stdout) && std::cout.good();
     if (flushed || status != static_cast<int>(ExitCode::Done))
         return status;
+    if (errno == EPIPE) // whoever read it has seen enough, and needs no word of it
+        return static_cast<int>(ExitCode::Failed);
     return Fail(ExitCode::Failed,
                 std::string("standard output: ") + (errno ? std::strerror(errno) : "not all could be written"));
 }

@@ -166,6 +166,7 @@ void PutInOrder(std::vector<AskedRange>& ranges, avTime duration)
 std::vector<Range> GetRanges(const std::vector<AskedRange>& asked)
 {
     std::vector<Range> ranges;
+    ranges.reserve(asked.size());
     for (const AskedRange& one : asked)
         ranges.push_back(one.range);
     return ranges;

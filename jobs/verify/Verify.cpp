@@ -202,7 +202,7 @@ public:
                 report.faults.push_back(fmt::format("the output's track {} ({}) is none of the source's",
                                                     track.info.index, KindName(track.info)));
         if (std::none_of(report.tracks.begin(), report.tracks.end(), IsChecked))
-            report.faults.push_back("nothing could be checked");
+            report.faults.emplace_back("nothing could be checked");
         return std::move(report);
     }
 

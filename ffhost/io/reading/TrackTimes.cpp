@@ -208,12 +208,13 @@ void TrackTimes::PlaceDts(TimedPacket&& timed)
 // Backwards from the newest one: each a packet's duration before the next one, and not after its own PTS.
 void TrackTimes::PlaceWaiting(avTime next)
 {
-    for (auto timed = withoutDts.rbegin(); timed != withoutDts.rend(); ++timed)
-    {
-        if (timed->dts == NoTime)
-            timed->dts = std::min(timed->pts, SubTime(next, std::max<avTime>(timed->duration, 1)));
-        next = timed->dts;
-    }
+    std::for_each(withoutDts.rbegin(), withoutDts.rend(),
+                  [&](TimedPacket& timed)
+                  {
+                      if (timed.dts == NoTime)
+                          timed.dts = std::min(timed.pts, SubTime(next, std::max<avTime>(timed.duration, 1)));
+                      next = timed.dts;
+                  });
     for (TimedPacket& timed : withoutDts)
         Emit(std::move(timed));
     withoutDts.clear();
