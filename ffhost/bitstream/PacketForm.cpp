@@ -4,6 +4,7 @@
 #include "Proc/CodecParsers/AACCodecParser.h"
 #include "Proc/CodecParsers/H264CodecParser.h"
 #include "Proc/CodecParsers/HEVCCodecParser.h"
+#include "ffhost/bitstream/FlacFrames.h"
 #include "ffhost/bitstream/SoundCounter.h"
 
 extern "C"
@@ -154,6 +155,12 @@ std::vector<PacketForm::Picture> PacketForm::FindContent(const Proc::IDataPacket
     // Timed text begins with the length of its text (3GPP TS 26.245): an empty one clears what was shown.
     if (codec == AV_CODEC_ID_MOV_TEXT && size == 2 && data[0] == 0 && data[1] == 0)
         return {};
+    // its number is that of its place in the stream, and so is its sum
+    if (codec == AV_CODEC_ID_FLAC)
+    {
+        const auto [begin, end] = FlacFrames::FindSound(data, packet.GetSize());
+        return {{{data + begin, static_cast<size_t>(end - begin)}}};
+    }
     const size_t head = codec == AV_CODEC_ID_AAC ? GetADTSHeaderSize(data, size) : 0;
     return {{{data + std::min(head, size), size - std::min(head, size)}}};
 }

@@ -104,6 +104,8 @@ public:
     bool TellsEnds() const;
     /// Readers take the first packet of the codec for the beginning of time, and do not look back from the end that its
     /// group tells.
+    /// Packets of FLAC alone, whose numbers are all that tells their times.
+    bool IsPlainFlac() const { return Is({"flac"}); }
     bool BeginsAtZero(AVCodecID codec) const { return IsOgg() && codec == AV_CODEC_ID_FLAC; }
     /// At the end libavformat divides the length of a track by its packets, and makes none up.
     bool DividesLength() const { return Is({"caf"}); }

@@ -206,6 +206,23 @@ TEST_F(Verifying, LinearSamplesAreCutExactly)
     }
 }
 
+// Frames of FLAC alone tell their times by numbers: those of a part begin at 0, and decoders check their sums.
+TEST_F(Verifying, FramesOfFlacAreNumberedAnew)
+{
+    Make("ffmpeg -v error -f lavfi -i 'aevalsrc=random(0)*lt(mod(t\\,2)\\,1.5):s=8000' -t 900 -c:a flac -frame_size "
+         "1024 "
+         "a.flac");
+    EXPECT_EQ(Run("cut a.flac b.flac --keep 700.3-704.1,3-4,880- --verify").status, 0);
+    EXPECT_EQ(RunCommand("ffmpeg -v warning -err_detect crccheck+explode -i b.flac -f null - 2>&1").out, "");
+    EXPECT_EQ(Ask("-show_entries format=start_time b.flac"), "0.000000 ");
+    const double length = std::stod(Ask("-show_entries format=duration b.flac"));
+    EXPECT_NEAR(length, 24.8, 3 * 0.128);
+    // nothing is to be done where all frames stay
+    ASSERT_EQ(Run("repack a.flac c.flac").status, 0);
+    EXPECT_EQ(RunCommand("ffmpeg -v error -i c.flac -c copy -f md5 -").out,
+              RunCommand("ffmpeg -v error -i a.flac -c copy -f md5 -").out);
+}
+
 // Sound is the same in every container: framed, split or counted.
 TEST_F(Verifying, SoundIsKnownAgainInEveryContainer)
 {

@@ -1,6 +1,7 @@
 #include "ffhost/io/writing/TrackStages.h"
 
 #include "Fnd/Time.h"
+#include "ffhost/bitstream/FlacFrames.h"
 #include "ffhost/bitstream/SoundCounter.h"
 
 extern "C"
@@ -8,6 +9,7 @@ extern "C"
 #include <libavcodec/avcodec.h>
 }
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 #include <optional>
@@ -103,6 +105,48 @@ public:
 
 private:
     AVStream& stream;
+};
+
+/// Where frames of FLAC tell their times by numbers, those begin at 0, and the header tells how many samples there are.
+class NumberedFrames final : public InnerStage
+{
+public:
+    NumberedFrames(std::unique_ptr<PacketStage> next, const AVCodecParameters& parameters)
+        : InnerStage(std::move(next)), parameters(parameters)
+    {
+    }
+
+    void Push(PacketPtr packet) override
+    {
+        frames.Number(*packet);
+        std::swap(last, packet);
+        if (packet)
+            next->Push(std::move(packet));
+    }
+
+    void Finish() override
+    {
+        if (last && frames.AreRenumbered())
+            AddHeader(*last);
+        if (last)
+            next->Push(std::move(last));
+        InnerStage::Finish();
+    }
+
+private:
+    /// libavformat writes it over the one at the start of the file.
+    void AddHeader(AVPacket& packet) const
+    {
+        const std::vector<uint8_t> header = frames.MakeStreamInfo(parameters.extradata, parameters.extradata_size);
+        uint8_t* const data =
+            header.empty() ? nullptr : av_packet_new_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, header.size());
+        if (data)
+            std::copy(header.begin(), header.end(), data);
+    }
+
+    const AVCodecParameters& parameters;
+    FlacFrames frames;
+    PacketPtr last; // waits for the next one or the end, whose header goes with it
 };
 
 /// Sound that has no times but those that its samples or packets make up is kept at its place.
@@ -267,6 +311,8 @@ std::unique_ptr<PacketStage> MakeTrackStages(const Container& container, const T
     const bool sound = source.type == MediaType::Audio;
     // from the last to the first
     std::unique_ptr<PacketStage> first = std::make_unique<ToSink>(sink);
+    if (container.IsPlainFlac() && sound)
+        first = std::make_unique<NumberedFrames>(std::move(first), parameters);
     if (container.DividesLength())
         first = std::make_unique<MeasuredLength>(std::move(first), stream);
     if (IsCountedSound(container, stream))
